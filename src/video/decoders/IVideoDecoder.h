@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "video/FrameProviders.h"
+#include "frames/FrameProviders.h"
 
 namespace qvs {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "video/FrameProviders.h"
+#include "frames/FrameProviders.h"
 
 namespace qvs {
 
