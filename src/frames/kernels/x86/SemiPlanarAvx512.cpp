@@ -5,7 +5,8 @@
 namespace qvs {
 namespace {
 
-constexpr size_t kBlock = 64;  // pairs
+constexpr size_t kBlock = 64;    // pairs
+constexpr __mmask8 kAll = 0xFF;  // the unmasked permutation draws a false warning from the compiler
 
 // Quadword orders that undo the lane-wise unpack: 8 and up are those of the second register.
 inline __m512i firstHalf() {
@@ -33,10 +34,10 @@ inline void interleave(__m512i even, __m512i odd, __m512i* first, __m512i* secon
 inline void deinterleave(__m512i first, __m512i second, __m512i* even, __m512i* odd) {
   const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
   const __m512i low = _mm512_set1_epi16(0xFF);
-  *even = _mm512_permutexvar_epi64(
-      order, _mm512_packus_epi16(_mm512_and_si512(first, low), _mm512_and_si512(second, low)));
-  *odd = _mm512_permutexvar_epi64(
-      order, _mm512_packus_epi16(_mm512_srli_epi16(first, 8), _mm512_srli_epi16(second, 8)));
+  *even = _mm512_maskz_permutexvar_epi64(
+      kAll, order, _mm512_packus_epi16(_mm512_and_si512(first, low), _mm512_and_si512(second, low)));
+  *odd = _mm512_maskz_permutexvar_epi64(
+      kAll, order, _mm512_packus_epi16(_mm512_srli_epi16(first, 8), _mm512_srli_epi16(second, 8)));
 }
 
 inline void mergeBlock(const uint8_t* even, const uint8_t* odd, uint8_t* pairs) {

@@ -1,4 +1,4 @@
-#include "video/scaling/VideoFrameNV12Utils.h"
+#include "video/scaling/device/VideoFrameNV12Utils.h"
 
 #include <algorithm>
 #include <cstddef>
