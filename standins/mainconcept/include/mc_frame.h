@@ -11,9 +11,9 @@ struct mc_frame_t {
   uint32_t height;   ///< rows
   uint32_t four_cc;  ///< format, first letter in the low byte
   uint32_t state;
-  uint8_t* plane[4];   ///< first pixel of each plane, null where the format has no such plane
-  int32_t stride[4];   ///< bytes from one row to the next; negative for bottom-up formats
-  void (*done)(void*); ///< release function of a picture that lies in a device's memory, else null
+  uint8_t* plane[4];    ///< first pixel of each plane, null where the format has no such plane
+  int32_t stride[4];    ///< bytes from one row to the next; negative for bottom-up formats
+  void (*done)(void*);  ///< release function of a picture that lies in a device's memory, else null
   void* ext_cc;
   int32_t cc_pix_range;
   uint32_t reserved3;

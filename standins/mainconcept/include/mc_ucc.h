@@ -1,7 +1,9 @@
-// The colour converter: any picture format into any other, scaled where the sizes differ, with an optional overlay.
+// The colour converter: any picture format into any other, scaled where the sizes differ, with an optional
+// overlay.
 //
-// Calls on one instance must not overlap; different instances are independent. An instance keeps its plan (kernels,
-// filter tables, scratch rows) and remakes it only when a format, size, colorimetry or overlay shape changes.
+// Calls on one instance must not overlap; different instances are independent. An instance keeps its plan
+// (kernels, filter tables, scratch rows) and remakes it only when a format, size, colorimetry or overlay
+// shape changes.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +12,8 @@
 
 extern "C" {
 
-/// Pixel formats. Planar YUV formats name their planes in the order Y, U, V in `ucc_frame_t::plane`, whatever the
-/// order in memory.
+/// Pixel formats. Planar YUV formats name their planes in the order Y, U, V in `ucc_frame_t::plane`, whatever
+/// the order in memory.
 enum ucc_pixel_format_e {
   UCC_FORMAT_UNKNOWN = 0,
   UCC_FORMAT_AYUV = 1,
@@ -80,16 +82,18 @@ struct ucc_frame_t {
 };
 static_assert(sizeof(ucc_frame_t) == 512);
 
-/// Blends `frame` over the source on its way to the target, or in place where source and target are one picture.
+/// Blends `frame` over the source on its way to the target, or in place where source and target are one
+/// picture.
 struct ucc_overlay_config_t {
   uint32_t type;       ///< 2: blend by the overlay's own alpha; a format without alpha is opaque
   ucc_frame_t* frame;  ///< borrowed; scaled to width x height when its size differs
-  int32_t x;           ///< pixels from the target's left edge; may be negative, the overlay is clipped to the picture
-  int32_t y;           ///< rows from the target's top edge
-  uint32_t width;      ///< pixels
-  uint32_t height;     ///< rows
-  /// Caller's number of the overlay's pixels. 0: they are read afresh on each call. Any other number promises that
-  /// pixels under the same number, size and format are equal, so that the instance may keep its converted copy.
+  int32_t x;  ///< pixels from the target's left edge; may be negative, the overlay is clipped to the picture
+  int32_t y;  ///< rows from the target's top edge
+  uint32_t width;   ///< pixels
+  uint32_t height;  ///< rows
+  /// Caller's number of the overlay's pixels. 0: they are read afresh on each call. Any other number promises
+  /// that pixels under the same number, size and format are equal, so that the instance may keep its
+  /// converted copy.
   uint64_t content_id;
 };
 
@@ -103,11 +107,12 @@ void* UCC_Create(uint32_t flags);
 
 void UCC_Destroy(void* instance);  ///< null is allowed
 
-/// Converts and scales `source` into `target`. 0 on success; 1 for a null argument, an unknown format, a size out of
-/// range, a stride that doesn't hold a row; 2 when memory fails. The target is untouched after 1.
-uint32_t UCC_Transform(void* instance, ucc_frame_t* target, const ucc_frame_t* source, const ucc_config_t* config);
+/// Converts and scales `source` into `target`. 0 on success; 1 for a null argument, an unknown format, a size
+/// out of range, a stride that doesn't hold a row; 2 when memory fails. The target is untouched after 1.
+uint32_t UCC_Transform(void* instance, ucc_frame_t* target, const ucc_frame_t* source,
+                       const ucc_config_t* config);
 
-/// Points `frame` into `memory` as `info` lays it out, with the format of `info->fourcc`; planes are named Y, U, V. Leaves
-/// the colorimetry alone. 0 on success; 1 for a format that the converter doesn't know.
+/// Points `frame` into `memory` as `info` lays it out, with the format of `info->fourcc`; planes are named Y,
+/// U, V. Leaves the colorimetry alone. 0 on success; 1 for a format that the converter doesn't know.
 uint32_t UCC_InitFrameBuffer(ucc_frame_t* frame, uint8_t* memory, const mc_frame_colorspace_info_t* info);
 }

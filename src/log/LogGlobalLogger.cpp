@@ -1,0 +1,10 @@
+#include "log/LogGlobalLogger.h"
+
+namespace qvs {
+
+LogGlobalLogger* LogGlobalLogger::getInstance() {
+  static LogGlobalLogger* const pInstance = new LogGlobalLogger;
+  return pInstance;
+}
+
+}  // namespace qvs

@@ -1,0 +1,11 @@
+#include "platform/ConcurrentLockFactory.h"
+
+#include "platform/ConcurrentLockWindows.h"
+
+namespace qvs {
+
+IConcurrentLock* ConcurrentLockFactory::newConcurrentLock() {
+  return new ConcurrentLockWindows;
+}
+
+}  // namespace qvs
