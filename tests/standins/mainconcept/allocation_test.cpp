@@ -127,7 +127,8 @@ TEST(ConverterMemory, NothingIsAllocatedPerPicture) {
 }
 
 TEST(ConverterMemory, FailureAtAnyAllocationIsAStatusAndHeals) {
-  zimg_clear_last_error();  // its per-thread record is made at the first error, and glibc aborts if that fails
+  zimg_clear_last_error();  // its per-thread record is made at the first error, and glibc aborts if that
+                            // fails
   for (const Case& c : kCases) {
     Job job(c);
     Job reference(c);
