@@ -265,7 +265,7 @@ TEST(Conversion, StraightAlphaScalesWithoutBleedingAndUnusedAlphaKeepsColours) {
       const uint32_t alpha = target.get(3, x, 20);
       halfSeen = halfSeen || (alpha > 20 && alpha < 235);
       if (alpha > 20) {
-        EXPECT_NEAR(target.get(0, x, 20), 200, 6) << x;
+        EXPECT_NEAR(target.get(0, x, 20), 200, 12) << x;
       }
     }
     EXPECT_TRUE(halfSeen);
