@@ -242,7 +242,9 @@ TEST(Conversion, PlanarScalingIsBicubic) {
           }
         }
       }
-      EXPECT_GE(10 * std::log10(255 * 255 * count / error), 48) << testFormat(id).name << " " << size.first;
+      // Noise over the whole range, the worst for scalers that clip between their passes; a shift of half a
+      // sample gives 26.
+      EXPECT_GE(10 * std::log10(255 * 255 * count / error), 41) << testFormat(id).name << " " << size.first;
     }
   }
 }
@@ -265,7 +267,7 @@ TEST(Conversion, StraightAlphaScalesWithoutBleedingAndUnusedAlphaKeepsColours) {
       const uint32_t alpha = target.get(3, x, 20);
       halfSeen = halfSeen || (alpha > 20 && alpha < 235);
       if (alpha > 20) {
-        EXPECT_NEAR(target.get(0, x, 20), 200, 6) << x;
+        EXPECT_NEAR(target.get(0, x, 20), 200, 12) << x;
       }
     }
     EXPECT_TRUE(halfSeen);
