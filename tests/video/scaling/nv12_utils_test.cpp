@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "platform/Status.h"
