@@ -94,6 +94,9 @@ class RecordFields {
 
   /// True when the first `count` fields are there.
   bool completeTo(size_t count) const { return firstMissing >= count; }
+
+  /// Name of the first missing field; null when all are there.
+  const char* missing() const { return complete() ? nullptr : table.fields[firstMissing].name; }
   jfieldID id(size_t index) const { return ids[index]; }
 
   /// Fields that are missing or have no member are passed over.

@@ -36,25 +36,15 @@ QVS_NATIVE(audioDecoderSetCaptureDevice)(JNIEnv*, jobject, jlong classPtr, jlong
 }
 
 QVS_NATIVE(audioDecoderSetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
-  const auto set = [&](TranscoderSession& session) -> jlong {
-    const ParameterArray parameters(env, parametersArr);
-    if (parameters.size() == 0) return 0;
-    IAudioDecoder* decoder = session.getAudioDecoder();
-    if (decoder == nullptr) return kEntryFailure;
-    parameters.set(*decoder);
-    return 0;
+  const auto set = [&](TranscoderSession& session) {
+    return setParameters(env, parametersArr, session.getAudioDecoder(), kEntryFailure);
   };
   return withSession(QVS_LABEL(audioDecoderSetParameterValues), classPtr, set, 0);
 }
 
 QVS_NATIVE(audioDecoderGetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
-  const auto get = [&](TranscoderSession& session) -> jlong {
-    const ParameterArray parameters(env, parametersArr);
-    if (parameters.size() == 0) return 0;
-    IAudioDecoder* decoder = session.getAudioDecoder();
-    if (decoder == nullptr) return kEntryFailure;
-    parameters.get(*decoder);
-    return 0;
+  const auto get = [&](TranscoderSession& session) {
+    return getParameters(env, parametersArr, session.getAudioDecoder(), kEntryFailure);
   };
   return withSession(QVS_LABEL(audioDecoderGetParameterValues), classPtr, get, 0);
 }

@@ -55,26 +55,16 @@ QVS_NATIVE(audioEncoderApplyParameters)(JNIEnv*, jobject, jlong classPtr, jlong 
 
 QVS_NATIVE(audioEncoderSetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
-  const auto set = [&](TranscoderSession& session) -> jlong {
-    const ParameterArray parameters(env, parametersArr);
-    if (parameters.size() == 0) return 0;
-    IAudioEncoder* encoder = session.getAudioEncoder(static_cast<uint32_t>(indexEncoder));
-    if (encoder == nullptr) return kEntryFailure;
-    parameters.set(*encoder);
-    return 0;
+  const auto set = [&](TranscoderSession& session) {
+    return setParameters(env, parametersArr, session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)), kEntryFailure);
   };
   return withSession(QVS_LABEL(audioEncoderSetParameterValues), classPtr, set, 0);
 }
 
 QVS_NATIVE(audioEncoderGetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
-  const auto get = [&](TranscoderSession& session) -> jlong {
-    const ParameterArray parameters(env, parametersArr);
-    if (parameters.size() == 0) return 0;
-    IAudioEncoder* encoder = session.getAudioEncoder(static_cast<uint32_t>(indexEncoder));
-    if (encoder == nullptr) return kEntryFailure;
-    parameters.get(*encoder);
-    return 0;
+  const auto get = [&](TranscoderSession& session) {
+    return getParameters(env, parametersArr, session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)), kEntryFailure);
   };
   return withSession(QVS_LABEL(audioEncoderGetParameterValues), classPtr, get, 0);
 }

@@ -89,17 +89,15 @@ QVS_NATIVE(videoDecoderApplyParameters)(JNIEnv*, jobject, jlong classPtr) {
 }
 
 QVS_NATIVE(videoDecoderSetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
-  const auto set = [&](TranscoderSession& session) -> jlong {
-    if (IVideoDecoder* decoder = session.getVideoDecoder()) ParameterArray(env, parametersArr).set(*decoder);
-    return 0;
+  const auto set = [&](TranscoderSession& session) {
+    return setParameters(env, parametersArr, session.getVideoDecoder(), jlong{0});
   };
   return withSession(QVS_LABEL(videoDecoderSetParameterValues), classPtr, set, 0);
 }
 
 QVS_NATIVE(videoDecoderGetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
-  const auto get = [&](TranscoderSession& session) -> jlong {
-    if (IVideoDecoder* decoder = session.getVideoDecoder()) ParameterArray(env, parametersArr).get(*decoder);
-    return 0;
+  const auto get = [&](TranscoderSession& session) {
+    return getParameters(env, parametersArr, session.getVideoDecoder(), jlong{0});
   };
   return withSession(QVS_LABEL(videoDecoderGetParameterValues), classPtr, get, 0);
 }

@@ -77,20 +77,16 @@ QVS_NATIVE(videoEncoderApplyParameters)(JNIEnv*, jobject, jlong classPtr, jlong 
 
 QVS_NATIVE(videoEncoderSetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
-  const auto set = [&](TranscoderSession& session) -> jlong {
-    IVideoEncoder* encoder = session.getVideoEncoder(static_cast<uint32_t>(indexEncoder));
-    if (encoder != nullptr) ParameterArray(env, parametersArr).set(*encoder);
-    return 0;
+  const auto set = [&](TranscoderSession& session) {
+    return setParameters(env, parametersArr, session.getVideoEncoder(static_cast<uint32_t>(indexEncoder)), jlong{0});
   };
   return withSession(QVS_LABEL(videoEncoderSetParameterValues), classPtr, set, 0);
 }
 
 QVS_NATIVE(videoEncoderGetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
-  const auto get = [&](TranscoderSession& session) -> jlong {
-    IVideoEncoder* encoder = session.getVideoEncoder(static_cast<uint32_t>(indexEncoder));
-    if (encoder != nullptr) ParameterArray(env, parametersArr).get(*encoder);
-    return 0;
+  const auto get = [&](TranscoderSession& session) {
+    return getParameters(env, parametersArr, session.getVideoEncoder(static_cast<uint32_t>(indexEncoder)), jlong{0});
   };
   return withSession(QVS_LABEL(videoEncoderGetParameterValues), classPtr, get, 0);
 }

@@ -109,4 +109,24 @@ class ParameterArray {
   jsize count = 0;
 };
 
+/// Sends the array to a stage: 0, or `absent` where there is no stage to serve a usable array.
+template <typename Stage>
+jlong setParameters(JNIEnv* env, jobjectArray array, Stage* stage, jlong absent) {
+  const ParameterArray parameters(env, array);
+  if (parameters.size() == 0) return 0;
+  if (stage == nullptr) return absent;
+  parameters.set(*stage);
+  return 0;
+}
+
+/// Fills the array from a stage; results alike.
+template <typename Stage>
+jlong getParameters(JNIEnv* env, jobjectArray array, Stage* stage, jlong absent) {
+  const ParameterArray parameters(env, array);
+  if (parameters.size() == 0) return 0;
+  if (stage == nullptr) return absent;
+  parameters.get(*stage);
+  return 0;
+}
+
 }  // namespace qvs

@@ -213,4 +213,55 @@ inline constexpr JavaRecord<JavaAudioPacket, 7> kAudioPacket{
       {"sampleRate", "I", &JavaAudioPacket::sampleRate},
       {"channels", "I", &JavaAudioPacket::channels}}}};
 
+/// What a still picture is asked by; the settings of its decoder have no reader yet.
+struct JavaThumbnailRequest {
+  int32_t codec = 0;
+};
+inline constexpr JavaRecord<JavaThumbnailRequest, 17> kThumbnailRequest{
+    nullptr,
+    {{{"codec", "I", &JavaThumbnailRequest::codec},
+      {"codecVersion", "I"},
+      {"implementation", "I"},
+      {"width", "I"},
+      {"height", "I"},
+      {"fitMode", "I"},
+      {"format", "I"},
+      {"deinterlace", "I"},
+      {"gpuid", "I"},
+      {"cpuNum", "I"},
+      {"smpMode", "I"},
+      {"output8Bit", "I"},
+      {"mvPrecision", "I"},
+      {"dpbSize", "I"},
+      {"ec", "I"},
+      {"loopFilter", "I"},
+      {"accMode", "I"}}}};
+
+struct JavaThumbnailPacket {};
+inline constexpr JavaRecord<JavaThumbnailPacket, 4> kThumbnailPacket{
+    "com/zarvo/qvs/transcoder/thumbnailer/ThumbnailerRequestPacket",
+    {{{"packetData", "Ljava/nio/ByteBuffer;"}, {"timecode", "J"}, {"timecodeOffset", "J"}, {"frameType", "I"}}}};
+
+/// Calls `visit(name, table)` for every table; the name is that of the Java class, or of what stands for it.
+template <typename Visit>
+void forEachRecord(Visit visit) {
+  visit("TranscoderNativeLong", kLongHolder);
+  visit("TranscoderNativeString", kStringHolder);
+  visit("TranscoderNativeStreamContext", kStreamContext);
+  visit("TranscoderLogStatement", kLogStatement);
+  visit("TranscoderNativeParameterValue", kParameterValue);
+  visit("TranscoderNativeVideoDecodeFrameInfo", kFrameInfo);
+  visit("TranscoderNativeVideoDecodeTimecodeInfo", kTimecodeInfo);
+  visit("TranscoderNativeVideoDecodeAncillaryData", kAncillaryData);
+  visit("TranscoderNativeVideoFrame", kVideoFrame);
+  visit("TranscoderNativeVideoFrame", kOverlayFrame);
+  visit("TranscoderNativeAudioFrame", kAudioFrame);
+  visit("TranscoderNativeAudioResamplerParameters", kResamplerParameters);
+  visit("TranscoderNativeVideoDecoderCaptureInfo", kCaptureInfo);
+  visit("TranscoderPacket", kVideoPacket);
+  visit("TranscoderPacket", kAudioPacket);
+  visit("ThumbnailerRequest", kThumbnailRequest);
+  visit("ThumbnailerRequestPacket", kThumbnailPacket);
+}
+
 }  // namespace qvs
