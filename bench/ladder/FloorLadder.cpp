@@ -2,7 +2,7 @@
 // session, on one source frame at a time, and one zimg bicubic scale for each rung of another size. No pool,
 // no copy of a picture, no packet list: what is above this is the price of a frame road.
 //
-//   qvs-bench-floor INPUT.ivf [--frames N] [--out DIR]
+//   qvs-bench-floor INPUT.ivf [--frames N] [--out DIR]    or    qvs-bench-floor --spec
 
 #include <vpx/vp8cx.h>
 #include <vpx/vp8dx.h>
@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 
 #include "ladder/IvfFile.h"
 #include "ladder/LadderSpec.h"
@@ -143,6 +144,18 @@ struct FloorRung {
   IvfSink sink;
   std::unique_ptr<Scale> scale;
 };
+
+/// What every other program of the comparison is to be told.
+void printSpec() {
+  std::printf("{\"cpu_used\": %d, \"key_frame_interval\": %u, \"rungs\": [", kCpuUsed, kKeyFrameInterval);
+  const char* separator = "";
+  for (const auto& rung : kRungs) {
+    std::printf("%s{\"width\": %u, \"height\": %u, \"bitrate\": %u}", separator, rung.width, rung.height,
+                rung.bitrate);
+    separator = ", ";
+  }
+  std::printf("]}\n");
+}
 
 int run(const Options& options) {
   IvfFile input(options.input);
