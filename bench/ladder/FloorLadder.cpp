@@ -189,5 +189,9 @@ int run(const Options& options) {
 }  // namespace qvs::bench
 
 int main(int argc, char** argv) {
+  if (argc == 2 && std::string_view(argv[1]) == "--spec") {
+    qvs::bench::printSpec();
+    return 0;
+  }
   return qvs::bench::run(qvs::bench::parseOptions(argc, argv));
 }

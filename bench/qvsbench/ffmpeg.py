@@ -8,6 +8,7 @@ def _encoder(spec, rung, threads):
     return ["-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", str(spec["cpu_used"]), "-b:v", f"{kbit}k",
             "-minrate", f"{kbit}k", "-maxrate", f"{kbit}k", "-bufsize", f"{kbit * 6}k",
             "-rc_init_occupancy", f"{kbit * 4}k", "-lag-in-frames", "0", "-g", str(spec["key_frame_interval"]),
+            "-keyint_min", str(spec["key_frame_interval"]),  # equal: key frames at this distance only
             *(["-threads", str(threads)] if threads else [])]
 
 

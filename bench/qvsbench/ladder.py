@@ -35,6 +35,8 @@ class Ladder:
                                      lambda folder: [self.session, self.source, "--parallel", "--out", folder]),
             "floor": self.outputs("floor", lambda folder: [self.floor, self.source, "--out", folder]),
             "ffmpeg": self.outputs("ffmpeg", lambda folder: ffmpeg.ladder(self.spec, self.source, folder)),
+            "ffmpeg, one thread": self.outputs(
+                "ffmpeg-1thread", lambda folder: ffmpeg.ladder(self.spec, self.source, folder, threads=1)),
         }
         report.fact("source", self.about)
         for name, values in sizes.items():
