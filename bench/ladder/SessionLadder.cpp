@@ -7,6 +7,7 @@
 #include "frames/geometry/FourCC.h"
 #include "session/StageIds.h"
 #include "video/decoders/DecodeFlags.h"
+#include "video/encoders/VideoEncoderVPX.h"
 
 namespace qvs::bench {
 namespace {
@@ -15,9 +16,6 @@ constexpr uint32_t kYV12 = fourcc("YV12");
 constexpr uint32_t kFitStretch = 3;
 constexpr uint32_t kDecoderFrames = 2;
 constexpr uint32_t kRungFrames = 2;  ///< one in work, one to fill
-constexpr uint32_t kKeyCpuUsed = 100033;
-constexpr uint32_t kKeyThreadCount = 100100;   // opt-in
-constexpr uint32_t kKeyAsynchronous = 100101;  // opt-in
 
 void check(uint32_t status, const char* what) {
   if (status == 0) return;
@@ -61,9 +59,10 @@ void SessionLadder::addRung(const Rung& rung, bool parallel) {
   QVS_BENCH_CALL(videoEncoderSetBitrate(encoder, rung.bitrate));
   QVS_BENCH_CALL(videoEncoderSetFrameIndex(encoder, added));
   QVS_BENCH_CALL(videoEncoderSetKeyFrameFollow(encoder, 1));
-  QVS_BENCH_CALL(videoEncoderSetParameterValueLong(encoder, kKeyCpuUsed, kCpuUsed));
-  QVS_BENCH_CALL(videoEncoderSetParameterValueLong(encoder, kKeyThreadCount, kEncoderThreads));
-  QVS_BENCH_CALL(videoEncoderSetParameterValueLong(encoder, kKeyAsynchronous, parallel));
+  QVS_BENCH_CALL(videoEncoderSetParameterValueLong(encoder, VideoEncoderVPX::kKeyCpuUsed, kCpuUsed));
+  QVS_BENCH_CALL(
+      videoEncoderSetParameterValueLong(encoder, VideoEncoderVPX::kKeyThreadCount, kEncoderThreads));
+  QVS_BENCH_CALL(videoEncoderSetParameterValueLong(encoder, VideoEncoderVPX::kKeyAsynchronous, parallel));
   QVS_BENCH_CALL(videoEncoderApplyParameters(encoder));
   uint32_t set = 0;
   QVS_BENCH_CALL(videoEncoderBufferSetAlloc(&set));
@@ -87,7 +86,7 @@ void SessionLadder::transcode(std::span<const uint8_t> packet, uint64_t frameNum
   TranscoderVideoDecoderFrameInfo info;
   ancillaryData.clear();
   QVS_BENCH_CALL(videoDecoderDecode(buffer, &status, &decodedTimecode, ancillaryData, info));
-  if ((status & kDecodeFrameAvailable) && !(status & kDecodeFrameNotReady)) {
+  if ((status & DecodeFlagFrameAvailable) && !(status & DecodeFlagFrameNotReady)) {
     encodePicture(buffer, frameNumber, decodedTimecode);
   }
   QVS_BENCH_CALL(videoDecoderBufferRelease(buffer));
