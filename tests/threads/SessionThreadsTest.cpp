@@ -174,7 +174,6 @@ TEST(SessionThreads, VideoAndAudioRoadsAndTheLogSideBySide) {
     AudioSampleBuffer block;
     while (!done) {
       session.audioDecoderCreate(0, 10, 0);
-      session.audioDecoderBuffersCreate(1);
       session.getAudioDecoderWorkingBuffer(4096);
       manager().notifyAudioFrameDecodeListenersBeforeResample(id, nullptr, &block);
       manager().notifyAudioFrameDecodeListenersAfterResample(id, nullptr, &block);
