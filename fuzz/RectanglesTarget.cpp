@@ -19,11 +19,17 @@ void takeRectangle(FuzzInput& input, VideoFrameBuffer& frame,
   (frame.*set)(rect);
 }
 
+void takeStorage(FuzzInput& input, VideoFrameBuffer& frame) {
+  static constexpr uint32_t kFormats[] = {fourcc("YV12"), fourcc("I420"), fourcc("NV12"), fourcc("BGRA"),
+                                          fourcc("YUY2")};
+  const uint32_t width = 1 + input.take<uint16_t>() % kLargestSide;
+  const uint32_t height = 1 + input.take<uint16_t>() % kLargestSide;
+  frame.allocBuffer(width, height, kFormats[input.take<uint8_t>() % std::size(kFormats)]);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static constexpr uint32_t kFormats[] = {fourcc("YV12"), fourcc("I420"), fourcc("NV12"), fourcc("BGRA"),
-                                          fourcc("YUY2")};
   FuzzInput input(data, size);
   VideoFrameBufferSet sources, targets;
   sources.setScaleFlags(input.take<uint32_t>());
@@ -31,10 +37,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   targets.initialize(1);
   auto& source = *sources.getVideoFrameBuffer(0);
   auto& target = *targets.getVideoFrameBuffer(0);
-  const auto side = [&] { return 1 + input.take<uint16_t>() % kLargestSide; };
-  const auto format = [&] { return kFormats[input.take<uint8_t>() % std::size(kFormats)]; };
-  source.allocBuffer(side(), side(), format());
-  target.allocBuffer(side(), side(), format());
+  takeStorage(input, source);
+  takeStorage(input, target);
   source.setDisplayWidth(static_cast<int32_t>(input.take<uint16_t>()));
   source.setDisplayHeight(static_cast<int32_t>(input.take<uint16_t>()));
   target.setFitMode(input.take<uint8_t>() % 6);
