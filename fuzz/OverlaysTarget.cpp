@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (uint32_t count = 1 + input.take<uint8_t>() % 3; count > 0; --count) {
     set.getOverlayFrames().putFrame(input.take<uint8_t>() % 4, takeOverlay(input));
   }
-  set.applyOverlays(&frame, &set.getOverlayFrames());
-  set.applyOverlays(&frame, &set.getOverlayFrames());  // from what the first pass kept
+  set.applyOverlays(frame, set.getOverlayFrames());
+  set.applyOverlays(frame, set.getOverlayFrames());  // from what the first pass kept
   return 0;
 }

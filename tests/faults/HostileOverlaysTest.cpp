@@ -69,7 +69,7 @@ TEST_F(HostileOverlays, AreNotDrawnAndHurtNothing) {
     auto& frame = *frames.getVideoFrameBuffer(buffer);
     frame.allocBuffer(96, 64, fourcc("YV12"));
     const std::vector<uint8_t> before(frame.getPlane(0), frame.getPlane(0) + 96 * 64 * 3 / 2);
-    frames.applyOverlays(&frame, &frames.getOverlayFrames());
+    frames.applyOverlays(frame, frames.getOverlayFrames());
     const std::vector<uint8_t> after(frame.getPlane(0), frame.getPlane(0) + 96 * 64 * 3 / 2);
     EXPECT_EQ(before, after);
     EXPECT_EQ(session.videoDecoderBufferRelease(buffer), 0u);
@@ -79,7 +79,7 @@ TEST_F(HostileOverlays, AreNotDrawnAndHurtNothing) {
     ASSERT_EQ(session.videoDecoderBufferAllocate(&buffer), 0u);
     auto& second = *frames.getVideoFrameBuffer(buffer);
     std::memset(second.getPlane(0), 16, 96 * 64);
-    frames.applyOverlays(&second, &frames.getOverlayFrames());
+    frames.applyOverlays(second, frames.getOverlayFrames());
     EXPECT_NE(second.getPlane(0)[12 * 96 + 12], 16) << "the sound overlay is missing";
     EXPECT_EQ(session.videoDecoderBufferRelease(buffer), 0u);
     session.videoDecoderBufferSetOverlayVideoFrame(1, nullptr);

@@ -136,7 +136,9 @@ TEST(SessionThreads, EndsCleanlyWithFramesInWork) {
       ASSERT_EQ(session.videoEncoderAddFrame(rung, target, rung, 1, 0), 0u);
       ASSERT_EQ(session.videoEncoderBufferRelease(rung, target), 0u);
     }
-    if (round % 2) EXPECT_EQ(session.resetPipeline(), 0u);
+    if (round % 2) {
+      EXPECT_EQ(session.resetPipeline(), 0u);
+    }
   }
 }
 
