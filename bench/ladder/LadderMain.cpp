@@ -19,6 +19,10 @@ namespace {
 
 constexpr uint64_t kWarmUpFrames = kKeyFrameInterval + 10;  ///< so that one requested key frame lies inside
 
+const auto& rungsOf(const Options& options) {
+  return options.smallRungs ? kSmallRungs : kRungs;
+}
+
 unsigned long long printable(uint64_t value) {
   return value;
 }
@@ -31,12 +35,12 @@ double median(std::vector<double>& values) {
 }
 
 void runLadder(const Options& options, IvfFile& input, uint64_t frames, const std::string& folder) {
-  SessionLadder ladder(input.isVP9(), options.parallelRungs, folder);
+  SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, folder);
   for (uint64_t number = 0; number < frames; ++number) ladder.transcode(input.frame(number), number);
 }
 
 void measureLatency(const Options& options, IvfFile& input, uint64_t frames) {
-  SessionLadder ladder(input.isVP9(), options.parallelRungs, {});
+  SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, {});
   std::vector<double> wholeMs, aboveMs;
   wholeMs.reserve(frames);
   aboveMs.reserve(frames);
@@ -59,7 +63,7 @@ int countAllocations(const Options& options, IvfFile& input, uint64_t frames) {
     std::fprintf(stderr, "counting allocations takes more than %llu frames\n", printable(kWarmUpFrames));
     return 2;
   }
-  SessionLadder ladder(input.isVP9(), options.parallelRungs, {});
+  SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, {});
   uint64_t number = 0;
   for (; number < kWarmUpFrames; ++number) ladder.transcode(input.frame(number), number);
   const auto before = allocationCounts();

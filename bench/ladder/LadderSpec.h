@@ -16,6 +16,10 @@ struct Rung {
 inline constexpr std::array<Rung, 3> kRungs = {
     {{1280, 720, 2'500'000}, {854, 480, 1'200'000}, {640, 360, 600'000}}};
 
+/// A ladder with the same calls and next to no codec work, in which the calls themselves can be seen.
+inline constexpr std::array<Rung, 3> kSmallRungs = {
+    {{32, 32, 500'000}, {32, 32, 500'000}, {32, 32, 500'000}}};
+
 inline constexpr double kFrameRate = 30.0;
 inline constexpr uint32_t kKeyFrameInterval = 60;  ///< frames; key frames are requested, never chosen
 inline constexpr int kCpuUsed = -8;

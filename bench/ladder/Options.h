@@ -12,6 +12,7 @@ struct Options {
   uint64_t frames = 0;       ///< 0: each frame of the input once; more than it has: it is looped
   uint32_t ladders = 1;      ///< side by side, a thread each
   bool parallelRungs = false;
+  bool smallRungs = false;  ///< kSmallRungs instead of kRungs
   bool latency = false;
   bool allocations = false;
 };

@@ -27,20 +27,21 @@ void check(uint32_t status, const char* what) {
 
 }  // namespace
 
-SessionLadder::SessionLadder(bool vp9Input, bool parallel, const std::string& outputFolder) {
+SessionLadder::SessionLadder(std::span<const Rung> rungs, bool vp9Input, bool parallel,
+                             const std::string& outputFolder) {
   session.initialize();
   createDecoder(vp9Input);
   QVS_BENCH_CALL(videoScalerCreate(kYV12, 8));
   QVS_BENCH_CALL(videoScalerSetImplementation2(kScalerDefault, -1));
   QVS_BENCH_CALL(videoDecoderBuffersCreate(kDecoderFrames));
   QVS_BENCH_CALL(videoEncoderBufferSetsCreate(kRungFrames));
-  for (const auto& rung : kRungs) addRung(rung, parallel);
+  for (const auto& rung : rungs) addRung(rung, parallel);
   QVS_BENCH_CALL(videoScalerInitialize());
   QVS_BENCH_CALL(videoDecoderDecodeCodecConfig(nullptr, 0, 0));
   if (outputFolder.empty()) return;
-  for (size_t i = 0; i < kRungs.size(); ++i) {
-    sinks[i] = IvfSink(outputFolder + "/" + std::to_string(kRungs[i].height) + ".ivf", kRungs[i].width,
-                       kRungs[i].height);
+  for (size_t i = 0; i < rungs.size(); ++i) {
+    sinks[i] = IvfSink(outputFolder + "/" + std::to_string(rungs[i].height) + ".ivf", rungs[i].width,
+                       rungs[i].height);
   }
 }
 

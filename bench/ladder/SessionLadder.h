@@ -18,13 +18,12 @@ class SessionLadder {
  public:
   /// `outputFolder` empty: packets are counted and dropped. `parallel`: encoders work on threads of their
   /// own.
-  SessionLadder(bool vp9Input, bool parallel, const std::string& outputFolder);
+  SessionLadder(std::span<const Rung> rungs, bool vp9Input, bool parallel, const std::string& outputFolder);
 
   /// Hands one packet over and takes everything back that comes of it.
   void transcode(std::span<const uint8_t> packet, uint64_t frameNumber);
 
   uint64_t packetCount() const { return packets; }  ///< coded packets in and out so far
-  uint64_t byteCount(size_t rung) const { return sinks[rung].byteCount(); }
 
  private:
   void createDecoder(bool vp9Input);
@@ -33,8 +32,8 @@ class SessionLadder {
   void takePackets(uint32_t rung);
 
   TranscoderSession session;
-  std::array<IvfSink, kRungs.size()> sinks;
-  std::vector<VideoFrameEncoded> encoded;  ///< kept between frames
+  std::array<IvfSink, kRungs.size()> sinks;  ///< by rung
+  std::vector<VideoFrameEncoded> encoded;    ///< kept between frames
   std::vector<VideoFrameAncillaryData> ancillaryData;
   uint64_t packets = 0;
 };

@@ -2,7 +2,7 @@
 import argparse
 import os
 
-from qvsbench import ladder, programs
+from qvsbench import boundary, ladder, programs
 from qvsbench.report import Report
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -19,10 +19,13 @@ def main(description):
 
     report = Report()
     bin_folder = os.path.join(options.build, "bench")
+    work = os.path.join(options.build, "bench-work")
     if options.part in ("all", "ladder"):
-        ladder.measure(report, bin_folder, os.path.join(options.build, "bench-work"), options.pairs, options.frames)
+        ladder.measure(report, bin_folder, work, options.pairs, options.frames)
     if options.part in ("all", "picture"):
         programs.picture(report, bin_folder)
+    if options.part in ("all", "boundary"):
+        boundary.measure(report, bin_folder, options.build, work, options.pairs, options.frames)
     report.print()
     if options.json:
         report.write_json(options.json)
