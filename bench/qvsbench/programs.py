@@ -5,7 +5,7 @@ import sys
 
 from qvsbench.process import run
 
-PICTURE = ["qvs-bench-picture", "qvs-bench-nv12", "qvs-bench-converter"]
+PICTURE = ["picture-bench", "nv12-bench", "converter-bench"]
 
 
 def collect(report, commands):
