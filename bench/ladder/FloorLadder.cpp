@@ -15,7 +15,7 @@
 #include <memory>
 #include <string_view>
 
-#include "ladder/IvfFile.h"
+#include "ladder/IvfStream.h"
 #include "ladder/LadderSpec.h"
 #include "ladder/Options.h"
 
@@ -158,7 +158,7 @@ void printSpec() {
 }
 
 int run(const Options& options) {
-  IvfFile input(options.input);
+  IvfSource input(options.input);
   vpx_codec_ctx_t decoder{};
   check(vpx_codec_dec_init(&decoder, vpx_codec_vp8_dx(), nullptr, 0) == VPX_CODEC_OK, "dec_init");
   std::vector<std::unique_ptr<FloorRung>> rungs;
@@ -166,7 +166,7 @@ int run(const Options& options) {
 
   const uint64_t count = options.frames ? options.frames : input.frameCount();
   for (uint64_t number = 0; number < count; ++number) {
-    const auto packet = input.frame(number);
+    const auto packet = input.next();
     check(vpx_codec_decode(&decoder, packet.data(), static_cast<unsigned>(packet.size()), nullptr, 0) ==
               VPX_CODEC_OK,
           "vpx_codec_decode");

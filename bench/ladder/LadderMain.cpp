@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "ladder/CodecProbe.h"
-#include "ladder/IvfFile.h"
+#include "ladder/IvfStream.h"
 #include "ladder/Options.h"
 #include "ladder/SessionLadder.h"
 
@@ -34,20 +34,29 @@ double median(std::vector<double>& values) {
   return *middle;
 }
 
-void runLadder(const Options& options, IvfFile& input, uint64_t frames, const std::string& folder) {
-  SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, folder);
-  for (uint64_t number = 0; number < frames; ++number) ladder.transcode(input.frame(number), number);
+uint64_t frameCount(const Options& options, const IvfSource& input) {
+  return options.frames ? options.frames : input.frameCount();
 }
 
-void measureLatency(const Options& options, IvfFile& input, uint64_t frames) {
+void runLadder(const Options& options, const std::string& folder) {
+  IvfSource input(options.input);
+  SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, folder);
+  const uint64_t frames = frameCount(options, input);
+  for (uint64_t number = 0; number < frames; ++number) ladder.transcode(input.next(), number);
+}
+
+void measureLatency(const Options& options) {
+  IvfSource input(options.input);
+  const uint64_t frames = frameCount(options, input);
   SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, {});
   std::vector<double> wholeMs, aboveMs;
   wholeMs.reserve(frames);
   aboveMs.reserve(frames);
   for (uint64_t number = 0; number < frames; ++number) {
+    const auto packet = input.next();
     const auto codecBefore = codecNanoseconds();
     const auto start = std::chrono::steady_clock::now();
-    ladder.transcode(input.frame(number), number);
+    ladder.transcode(packet, number);
     const std::chrono::duration<double, std::milli> whole = std::chrono::steady_clock::now() - start;
     wholeMs.push_back(whole.count());
     aboveMs.push_back(whole.count() - static_cast<double>(codecNanoseconds() - codecBefore) / 1e6);
@@ -58,17 +67,19 @@ void measureLatency(const Options& options, IvfFile& input, uint64_t frames) {
   std::printf("}\n");
 }
 
-int countAllocations(const Options& options, IvfFile& input, uint64_t frames) {
+int countAllocations(const Options& options) {
+  IvfSource input(options.input);
+  const uint64_t frames = frameCount(options, input);
   if (frames <= kWarmUpFrames) {
     std::fprintf(stderr, "counting allocations takes more than %llu frames\n", printable(kWarmUpFrames));
     return 2;
   }
   SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, {});
   uint64_t number = 0;
-  for (; number < kWarmUpFrames; ++number) ladder.transcode(input.frame(number), number);
+  for (; number < kWarmUpFrames; ++number) ladder.transcode(input.next(), number);
   const auto before = allocationCounts();
   const auto packetsBefore = ladder.packetCount();
-  for (; number < frames; ++number) ladder.transcode(input.frame(number), number);
+  for (; number < frames; ++number) ladder.transcode(input.next(), number);
   const auto after = allocationCounts();
   const auto counted = static_cast<double>(frames - kWarmUpFrames);
   const auto packets = static_cast<double>(ladder.packetCount() - packetsBefore);
@@ -82,20 +93,15 @@ int countAllocations(const Options& options, IvfFile& input, uint64_t frames) {
 }
 
 int run(const Options& options) {
-  IvfFile input(options.input);
-  const uint64_t frames = options.frames ? options.frames : input.frameCount();
-  if (options.allocations) return countAllocations(options, input, frames);
+  if (options.allocations) return countAllocations(options);
   if (options.latency) {
-    measureLatency(options, input, frames);
+    measureLatency(options);
     return 0;
   }
   std::vector<std::thread> others;
-  for (uint32_t i = 1; i < options.ladders; ++i) {
-    others.emplace_back([&] { runLadder(options, input, frames, {}); });
-  }
-  runLadder(options, input, frames, options.outputFolder);
+  for (uint32_t i = 1; i < options.ladders; ++i) others.emplace_back([&] { runLadder(options, {}); });
+  runLadder(options, options.outputFolder);
   for (auto& thread : others) thread.join();
-  std::printf("{\"frames\": %llu, \"ladders\": %u}\n", printable(frames), options.ladders);
   return 0;
 }
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "frames/VideoFrameEncoded.h"
-#include "ladder/IvfFile.h"
+#include "ladder/IvfStream.h"
 #include "ladder/LadderSpec.h"
 #include "session/TranscoderSession.h"
 
