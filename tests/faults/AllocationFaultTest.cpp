@@ -38,7 +38,7 @@ Walk walk(const std::vector<Packet>& stream, const RoadSetup& setup) {
 class AllocationFault : public testing::TestWithParam<FailureMode> {};
 
 TEST_P(AllocationFault, EveryAllocationOfTheRoad) {
-  const auto stream = makeStream({.width = 64, .height = 48, .frames = 3});
+  const auto stream = makePackets(8, 64, 48, 3);
   const RoadSetup setup{.rungs = {{64, 48}, {32, 24}}, .fitMode = 1};
   const Walk good = walk(stream, setup);
   ASSERT_FALSE(good.failed);

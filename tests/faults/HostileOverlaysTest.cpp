@@ -44,7 +44,7 @@ constexpr OverlayShape kHostile[] = {
 
 class HostileOverlays : public testing::Test {
  protected:
-  std::vector<Packet> stream = makeStream({.width = 96, .height = 64, .frames = 2});
+  std::vector<Packet> stream = makePackets(8, 96, 64, 2);
   Road road{RoadSetup{.rungs = {{48, 32}}}};
 
   void SetUp() override {

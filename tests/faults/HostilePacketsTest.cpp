@@ -30,8 +30,7 @@ void expectGoodStream(Road& road, const std::vector<Packet>& stream, uint32_t co
 
 class HostilePackets : public testing::TestWithParam<uint32_t> {
  protected:
-  std::vector<Packet> stream =
-      makeStream({.width = 96, .height = 64, .frames = 4, .codecVersion = GetParam()});
+  std::vector<Packet> stream = makePackets(GetParam(), 96, 64, 4);
   Road road{RoadSetup{.codecVersion = GetParam(), .rungs = {{48, 32}}}};
 
   void SetUp() override { ASSERT_TRUE(road.open()); }
@@ -60,8 +59,7 @@ TEST_P(HostilePackets, FlippedBits) {
 }
 
 TEST_P(HostilePackets, EmptyForeignAndNoise) {
-  const auto foreign =
-      makeStream({.width = 96, .height = 64, .frames = 3, .codecVersion = GetParam() == 8 ? 9u : 8u});
+  const auto foreign = makePackets(GetParam() == 8 ? 9u : 8u, 96, 64, 3);
   for (const auto& packet : foreign) road.feed(packet, 0);
   std::mt19937 random(11);
   for (size_t length : {0, 1, 2, 3, 9, 10, 64, 5000}) {
@@ -78,14 +76,14 @@ TEST_P(HostilePackets, SizesChangeInMidStream) {
   constexpr std::pair<uint32_t, uint32_t> kSizes[] = {{96, 64}, {192, 128}, {34, 18}, {35, 17},   {1, 1},
                                                       {16, 8},  {177, 145}, {2, 66},  {640, 360}, {96, 64}};
   for (const auto& [width, height] : kSizes) {
-    const auto part = makeStream({.width = width, .height = height, .frames = 2, .codecVersion = GetParam()});
+    const auto part = makePackets(GetParam(), width, height, 2);
     expectGoodStream(road, part, GetParam(), std::to_string(width) + "x" + std::to_string(height));
   }
 }
 
 TEST_P(HostilePackets, SizeLimitStopsThePictureAndOnlyIt) {
   road.getSession().videoDecoderSetFrameSizeLimits(100, 100, 32, 32);
-  const auto large = makeStream({.width = 192, .height = 64, .frames = 2, .codecVersion = GetParam()});
+  const auto large = makePackets(GetParam(), 192, 64, 2);
   for (const auto& packet : large) {
     const auto result = road.feed(packet, 0);
     EXPECT_TRUE(result.picture);

@@ -6,6 +6,7 @@
 
 #include "frames/geometry/FourCC.h"
 #include "session/StageIds.h"
+#include "support/TestPicture.h"
 #include "video/decoders/DecodeFlags.h"
 #include "video/encoders/VideoEncoderVPX.h"
 
@@ -33,6 +34,14 @@ void copyPicture(const VideoFrameBuffer& frame, DecodedPicture& picture) {
 }
 
 }  // namespace
+
+std::vector<Packet> makePackets(uint32_t codecVersion, uint32_t width, uint32_t height, uint32_t frames) {
+  std::vector<Packet> packets;
+  for (auto& packet : makeStream(codecVersion, width, height, frames).packets) {
+    packets.push_back(std::move(packet.bytes));
+  }
+  return packets;
+}
 
 bool Road::open() {
   session.initialize();

@@ -5,10 +5,15 @@
 #include <span>
 #include <vector>
 
-#include "road/TestStream.h"
+#include "road/DirectDecoder.h"
 #include "session/TranscoderSession.h"
 
 namespace qvs::test {
+
+using Packet = std::vector<uint8_t>;
+
+/// The bytes of a coded stream of the test picture, key frame first.
+std::vector<Packet> makePackets(uint32_t codecVersion, uint32_t width, uint32_t height, uint32_t frames);
 
 struct RoadRung {
   uint32_t width = 32;

@@ -20,7 +20,7 @@ TranscoderSessionNotifyManager& manager() {
 }
 
 std::vector<Packet> stream() {
-  return makeStream({.width = 64, .height = 48, .frames = kFrames});
+  return makePackets(8, 64, 48, kFrames);
 }
 
 void listen(int64_t id, CountingListener& listener) {
@@ -116,7 +116,7 @@ TEST(SessionThreads, AsynchronousEncodersGiveTheSamePackets) {
 
 /// The session goes while its encoders still have frames in work and nobody has asked for packets.
 TEST(SessionThreads, EndsCleanlyWithFramesInWork) {
-  const auto packets = makeStream({.width = 320, .height = 240, .frames = 1});
+  const auto packets = makePackets(8, 320, 240, 1);
   for (int round = 0; round < 10; ++round) {
     Road road(RoadSetup{.rungs = {{320, 240}, {160, 120}}, .asynchronous = true});
     ASSERT_TRUE(road.open());
