@@ -5,7 +5,7 @@ import sys
 
 from qvsbench.process import run
 
-PICTURE = ["picture-bench", "nv12-bench", "converter-bench"]
+PICTURE = ["picture-bench", "nv12-bench"]
 
 
 def collect(report, commands):
