@@ -18,7 +18,7 @@ final class DefaultLadder {
     for (int height : HEIGHTS) {
       if (rungs.size() == RUNGS) break;
       if (height >= sourceHeight) continue;
-      int width = clampEven((int) Math.round((double) sourceWidth * height / sourceHeight));
+      int width = clampEven(2 * (int) Math.round(sourceWidth * height / (2.0 * sourceHeight)));
       rungs.add(rung(width, height, source));
     }
     return rungs;
