@@ -1,0 +1,142 @@
+#include "RoadTable.h"
+
+#include <new>
+
+#include "KernelRoad.h"
+#include "Roads.h"
+
+namespace qvs::ucc {
+namespace {
+
+// What a row asks of a task beyond its formats. Kernels that take (size + 1) / 2 chroma samples need even
+// sizes.
+enum Needs : uint32_t {
+  kSameSize = 1,
+  kSameColour = 2,
+  kSameForm = 4,
+  kEvenWidth = 8,
+  kEvenHeight = 16,
+  kFullRangeRgb = 32,
+  kSame = kSameSize | kSameColour,
+  kSame422 = kSame | kEvenWidth,
+  kSame420 = kSame | kEvenWidth | kEvenHeight,
+  kRgbFrom422 = kSameSize | kFullRangeRgb | kEvenWidth,
+  kRgbFrom420 = kRgbFrom422 | kEvenHeight,
+};
+
+constexpr uint32_t kAny = UCC_FORMAT_UNKNOWN;
+constexpr uint32_t kAsSource = ~0u;
+
+struct RoadRow {
+  uint32_t target;
+  uint32_t source;
+  uint32_t needs;
+  Road* (*make)(const RoadRow& row);
+  PictureKernel kernel = nullptr;
+};
+
+template <class R>
+Road* makeRoad(const RoadRow&) {
+  return new (std::nothrow) R;
+}
+
+Road* makeKernelRoad(const RoadRow& row) {
+  return new (std::nothrow) KernelRoad(row.kernel);
+}
+
+// Short names for the adaptors: planes of the source, planes of the target.
+template <auto F>
+constexpr PictureKernel k1to1 = libyuvKernel<F, 1, 1>;
+template <auto F>
+constexpr PictureKernel k1to3 = libyuvKernel<F, 1, 3>;
+template <auto F>
+constexpr PictureKernel k3to1 = libyuvKernel<F, 3, 1>;
+template <auto F>
+constexpr PictureKernel k3to2 = libyuvKernel<F, 3, 2>;
+template <auto F>
+constexpr PictureKernel k2to3 = libyuvKernel<F, 2, 3>;
+template <auto F>
+constexpr PictureKernel k2to2 = libyuvKernel<F, 2, 2>;
+template <auto F>
+constexpr PictureKernel k3to3 = libyuvKernel<F, 3, 3>;
+template <auto F>
+constexpr PictureKernel k3toRgb = libyuvMatrixKernel<F, 3>;
+template <auto F>
+constexpr PictureKernel k2toRgb = libyuvMatrixKernel<F, 2>;
+
+// First fit wins: single pairs where a kernel beats the roads for any format, then those roads.
+constexpr RoadRow kRoads[] = {
+    {kAsSource, kAny, kSame, makeRoad<CopyRoad>},
+
+    {UCC_FORMAT_BGRA, UCC_FORMAT_I420, kRgbFrom420, makeKernelRoad, k3toRgb<libyuv::I420ToARGBMatrix>},
+    {UCC_FORMAT_BGR4, UCC_FORMAT_I420, kRgbFrom420, makeKernelRoad, k3toRgb<libyuv::I420ToARGBMatrix>},
+    {UCC_FORMAT_BGR3, UCC_FORMAT_I420, kRgbFrom420, makeKernelRoad, k3toRgb<libyuv::I420ToRGB24Matrix>},
+    {UCC_FORMAT_R565, UCC_FORMAT_I420, kRgbFrom420, makeKernelRoad, k3toRgb<libyuv::I420ToRGB565Matrix>},
+    {UCC_FORMAT_BGRA, UCC_FORMAT_I422, kRgbFrom422, makeKernelRoad, k3toRgb<libyuv::I422ToARGBMatrix>},
+    {UCC_FORMAT_BGR4, UCC_FORMAT_I422, kRgbFrom422, makeKernelRoad, k3toRgb<libyuv::I422ToARGBMatrix>},
+    {UCC_FORMAT_BGRA, UCC_FORMAT_NV12, kRgbFrom420, makeKernelRoad, k2toRgb<libyuv::NV12ToARGBMatrix>},
+    {UCC_FORMAT_BGRA, UCC_FORMAT_NV21, kRgbFrom420, makeKernelRoad, k2toRgb<libyuv::NV21ToARGBMatrix>},
+    {UCC_FORMAT_BGR3, UCC_FORMAT_NV12, kRgbFrom420, makeKernelRoad, k2toRgb<libyuv::NV12ToRGB24Matrix>},
+    {UCC_FORMAT_BGR3, UCC_FORMAT_NV21, kRgbFrom420, makeKernelRoad, k2toRgb<libyuv::NV21ToRGB24Matrix>},
+
+    {UCC_FORMAT_I420, UCC_FORMAT_UYVY, kSame420, makeKernelRoad, k1to3<libyuv::UYVYToI420>},
+    {UCC_FORMAT_I420, UCC_FORMAT_YUY2, kSame420, makeKernelRoad, k1to3<libyuv::YUY2ToI420>},
+    {UCC_FORMAT_I422, UCC_FORMAT_UYVY, kSame422, makeKernelRoad, k1to3<libyuv::UYVYToI422>},
+    {UCC_FORMAT_I422, UCC_FORMAT_YUY2, kSame422, makeKernelRoad, k1to3<libyuv::YUY2ToI422>},
+    {UCC_FORMAT_UYVY, UCC_FORMAT_I420, kSame420, makeKernelRoad, k3to1<libyuv::I420ToUYVY>},
+    {UCC_FORMAT_YUY2, UCC_FORMAT_I420, kSame420, makeKernelRoad, k3to1<libyuv::I420ToYUY2>},
+    {UCC_FORMAT_UYVY, UCC_FORMAT_I422, kSame422, makeKernelRoad, k3to1<libyuv::I422ToUYVY>},
+    {UCC_FORMAT_YUY2, UCC_FORMAT_I422, kSame422, makeKernelRoad, k3to1<libyuv::I422ToYUY2>},
+    {UCC_FORMAT_I422, UCC_FORMAT_I420, kSame420, makeKernelRoad, k3to3<libyuv::I420ToI422>},
+    {UCC_FORMAT_I420, UCC_FORMAT_I422, kSame420, makeKernelRoad, k3to3<libyuv::I422ToI420>},
+    {UCC_FORMAT_NV12, UCC_FORMAT_I420, kSame420, makeKernelRoad, k3to2<libyuv::I420ToNV12>},
+    {UCC_FORMAT_NV21, UCC_FORMAT_I420, kSame420, makeKernelRoad, k3to2<libyuv::I420ToNV21>},
+    {UCC_FORMAT_I420, UCC_FORMAT_NV12, kSame420, makeKernelRoad, k2to3<libyuv::NV12ToI420>},
+    {UCC_FORMAT_I420, UCC_FORMAT_NV21, kSame420, makeKernelRoad, k2to3<libyuv::NV21ToI420>},
+    {UCC_FORMAT_NV12, UCC_FORMAT_NV21, kSame420, makeKernelRoad, k2to2<libyuv::NV21ToNV12>},
+    {UCC_FORMAT_NV21, UCC_FORMAT_NV12, kSame420, makeKernelRoad, k2to2<libyuv::NV21ToNV12>},
+
+    {UCC_FORMAT_BGR3, UCC_FORMAT_BGRA, kSame, makeKernelRoad, k1to1<libyuv::ARGBToRGB24>},
+    {UCC_FORMAT_BGRA, UCC_FORMAT_BGR3, kSame, makeKernelRoad, k1to1<libyuv::RGB24ToARGB>},
+    {UCC_FORMAT_BGR4, UCC_FORMAT_BGR3, kSame, makeKernelRoad, k1to1<libyuv::RGB24ToARGB>},
+    {UCC_FORMAT_ARGB, UCC_FORMAT_BGRA, kSame, makeKernelRoad, k1to1<libyuv::ARGBToBGRA>},
+    {UCC_FORMAT_BGRA, UCC_FORMAT_ARGB, kSame, makeKernelRoad, k1to1<libyuv::BGRAToARGB>},
+    {UCC_FORMAT_AYUV, UCC_FORMAT_VUYA, kSame, makeKernelRoad, k1to1<libyuv::ARGBToBGRA>},
+    {UCC_FORMAT_VUYA, UCC_FORMAT_AYUV, kSame, makeKernelRoad, k1to1<libyuv::BGRAToARGB>},
+
+    {kAny, kAny, kSame | kSameForm, makeRoad<RepackRoad>},
+    {kAny, kAny, 0, makeRoad<GraphRoad>},
+};
+
+bool formatsFit(const RoadRow& row, const Task& task) {
+  if (row.target == kAsSource) return task.target == task.source;
+  return (row.source == kAny || row.source == task.source->id) &&
+         (row.target == kAny || row.target == task.target->id);
+}
+
+uint32_t qualitiesOf(const Task& task) {
+  const Colour& rgb = task.source->form.family == Family::kRgb ? task.sourceColour : task.targetColour;
+  uint32_t qualities = 0;
+  if (task.sameSize()) qualities |= kSameSize;
+  if (task.sameColour()) qualities |= kSameColour;
+  if (task.source->form == task.target->form) qualities |= kSameForm;
+  if (task.sourceWidth % 2 == 0) qualities |= kEvenWidth;
+  if (task.sourceHeight % 2 == 0) qualities |= kEvenHeight;
+  if (rgb.fullRange) qualities |= kFullRangeRgb;
+  return qualities;
+}
+
+}  // namespace
+
+RoadPtr chooseRoad(const Task& task) {
+  const uint32_t qualities = qualitiesOf(task);
+  for (const RoadRow& row : kRoads) {
+    if ((row.needs & ~qualities) != 0 || !formatsFit(row, task)) continue;
+    RoadPtr road(row.make(row));
+    if (road && !road->prepare(task)) road.reset();
+    return road;
+  }
+  return nullptr;
+}
+
+}  // namespace qvs::ucc

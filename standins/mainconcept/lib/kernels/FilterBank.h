@@ -1,0 +1,46 @@
+// The weights of one dimension of a bicubic scaler.
+#pragma once
+
+#include <cstdint>
+
+#include "AlignedBuffer.h"
+
+namespace qvs::ucc {
+
+/// For each output sample the first input sample that it takes and its weights. Every output has the same
+/// number of taps and all of them lie inside the input: weights of samples beyond an edge are added to the
+/// edge sample's.
+class FilterBank {
+ public:
+  /// Up to this number of taps the vector kernels apply; weights then have the given bits of fraction, else
+  /// kWideBits.
+  static constexpr uint32_t kMaxShortTaps = 16;
+  static constexpr uint32_t kWideBits = 14;
+
+  bool build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits);
+
+  uint32_t srcSize() const { return srcSize_; }
+  uint32_t dstSize() const { return dstSize_; }
+  uint32_t taps() const { return taps_; }
+  bool isShort() const { return taps_ <= kMaxShortTaps; }
+  uint32_t bits() const { return bits_; }  ///< 1 << bits is weight 1; each output's weights sum up to it
+  uint32_t start(uint32_t output) const { return starts_.as<uint32_t>()[output]; }
+  const int16_t* weights(uint32_t output) const {
+    return weights_.as<int16_t>() + static_cast<size_t>(output) * taps_;
+  }
+
+ private:
+  struct Span {
+    uint32_t first, count;  ///< in the input, from the first weight that isn't 0 to the last
+  };
+  Span fillRow(uint32_t output, int16_t* row) const;
+
+  uint32_t srcSize_ = 0;
+  uint32_t dstSize_ = 0;
+  uint32_t taps_ = 0;
+  uint32_t bits_ = 0;
+  AlignedBuffer starts_;
+  AlignedBuffer weights_;
+};
+
+}  // namespace qvs::ucc

@@ -1,0 +1,50 @@
+// Every kernel that has more than one form. A table starts as the plain forms; each instruction set then puts
+// its own over them. All forms of a kernel give the same bytes.
+#pragma once
+
+#include <cstdint>
+
+#include "BgraTo420.h"
+#include "FilterBank.h"
+#include "GatherPlan.h"
+
+namespace qvs::ucc {
+
+struct KernelTable {
+  /// Vector and unit that a GatherPlan for scaleLine is made for; 0 where there is no vector form.
+  uint32_t gatherVectorBytes;
+  uint32_t gatherUnitBytes;
+
+  /// Filters a row of bytes into `line`, 64 for each step of a byte. `line` has room for whole blocks.
+  void (*scaleLine)(const FilterBank& filter, const GatherPlan& plan, uint32_t components, const uint8_t* src,
+                    int16_t* line);
+
+  /// Sums `taps` lines by 14-bit weights into bytes. Lines may be read up to the next multiple of 64 samples.
+  void (*combineLines)(const int16_t* const* lines, const int16_t* weights, uint32_t taps, uint8_t* dst,
+                       uint32_t samples);
+
+  /// One row of luma.
+  void (*bgraToLuma)(const uint8_t* src, const RgbOrder& order, const RgbToYuvMatrix& matrix, uint8_t* y,
+                     uint32_t width);
+  /// Two rows to two rows of luma and one row of width / 2 chroma samples.
+  void (*bgraTo420Rows)(const uint8_t* src0, const uint8_t* src1, const RgbOrder& order,
+                        const RgbToYuvMatrix& matrix, uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v,
+                        uint32_t width);
+
+  void (*blendRow)(uint8_t* dst, const uint8_t* src, const uint8_t* alpha, uint32_t width);
+  void (*blendPairsRow)(uint8_t* dst, const uint8_t* u, const uint8_t* v, const uint8_t* alpha,
+                        uint32_t width);
+};
+
+// Each puts its forms into the table.
+void addPlainScaler(KernelTable& table);
+void addPlainBgraTo420(KernelTable& table);
+void addPlainBlend(KernelTable& table);
+void addAvx2Scaler(KernelTable& table);
+void addAvx2BgraTo420(KernelTable& table);
+void addAvx2Blend(KernelTable& table);
+void addAvx512Scaler(KernelTable& table);
+void addAvx512BgraTo420(KernelTable& table);
+void addAvx512Blend(KernelTable& table);
+
+}  // namespace qvs::ucc
