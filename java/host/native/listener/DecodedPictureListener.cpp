@@ -26,7 +26,8 @@ const PlaneOrder* orderOf(uint32_t fourcc) {
 
 }  // namespace
 
-uint32_t DecodedPictureListener::onVideoDecodeBeforeOverlay(int64_t, IVideoDecoder*, VideoFrameBuffer* frame) {
+uint32_t DecodedPictureListener::onVideoDecodeBeforeOverlay(int64_t, IVideoDecoder*,
+                                                            VideoFrameBuffer* frame) {
   picture_.clear();
   const PlaneOrder* order = orderOf(frame->getFourCC());
   if (!order) return 0;

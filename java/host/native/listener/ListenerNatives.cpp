@@ -30,13 +30,15 @@ JNIEXPORT jint JNICALL Java_com_zarvo_qvs_host_PictureTap_length(JNIEnv*, jclass
   return static_cast<jint>(listenerOf(handle)->picture().size());
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_PictureTap_copy(JNIEnv* env, jclass, jlong handle, jbyteArray bytes) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_PictureTap_copy(JNIEnv* env, jclass, jlong handle,
+                                                               jbyteArray bytes) {
   const auto& picture = listenerOf(handle)->picture();
   const jsize size = std::min(env->GetArrayLength(bytes), static_cast<jsize>(picture.size()));
   env->SetByteArrayRegion(bytes, 0, size, reinterpret_cast<const jbyte*>(picture.data()));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_PictureTap_detach(JNIEnv*, jclass, jlong handle, jlong session) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_PictureTap_detach(JNIEnv*, jclass, jlong handle,
+                                                                 jlong session) {
   TranscoderSessionNotifyManager::getInstance()->removeVideoFrameDecodeListener(session, listenerOf(handle));
   delete listenerOf(handle);
 }

@@ -6,7 +6,9 @@ extern "C" {
 
 namespace qvs::host {
 
-InputFile::~InputFile() { avformat_close_input(&format_); }
+InputFile::~InputFile() {
+  avformat_close_input(&format_);
+}
 
 MediaStatus InputFile::open(const std::string& path) {
   packet_.reset(av_packet_alloc());
@@ -49,7 +51,9 @@ int64_t InputFile::timeOf(const AVPacket& packet) const {
   return nextPts_;
 }
 
-const char* InputFile::codecName() const { return avcodec_get_name(stream().codecpar->codec_id); }
+const char* InputFile::codecName() const {
+  return avcodec_get_name(stream().codecpar->codec_id);
+}
 
 const char* InputFile::pixelFormatName() const {
   const char* name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(stream().codecpar->format));

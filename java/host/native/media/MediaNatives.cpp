@@ -31,7 +31,9 @@ T* object(jlong handle) {
   return reinterpret_cast<T*>(static_cast<intptr_t>(handle));
 }
 
-jlong handleOf(void* pointer) { return static_cast<jlong>(reinterpret_cast<intptr_t>(pointer)); }
+jlong handleOf(void* pointer) {
+  return static_cast<jlong>(reinterpret_cast<intptr_t>(pointer));
+}
 
 /// Raises a MediaException for a failure; true when the caller may go on.
 bool passed(JNIEnv* env, const MediaStatus& status) {
@@ -89,21 +91,25 @@ JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_read(JNIEnv* en
   return bytes;
 }
 
-JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaWriter_open(JNIEnv* env, jclass, jstring path, jstring format,
-                                                                 jstring codec, jint width, jint height,
-                                                                 jint timeBaseNum, jint timeBaseDen, jint rateNum,
+JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaWriter_open(JNIEnv* env, jclass, jstring path,
+                                                                 jstring format, jstring codec, jint width,
+                                                                 jint height, jint timeBaseNum,
+                                                                 jint timeBaseDen, jint rateNum,
                                                                  jint rateDen) {
   av_log_set_level(AV_LOG_QUIET);
-  const OutputStream stream{toString(env, codec), width, height, {timeBaseNum, timeBaseDen}, {rateNum, rateDen}};
+  const OutputStream stream{
+      toString(env, codec), width, height, {timeBaseNum, timeBaseDen}, {rateNum, rateDen}};
   std::unique_ptr<OutputFile> file(new (std::nothrow) OutputFile);
   const MediaStatus status = file ? file->open(toString(env, path), toString(env, format), stream)
                                   : MediaStatus::failure("out of memory");
   return passed(env, status) ? handleOf(file.release()) : 0;
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_write(JNIEnv* env, jclass, jlong handle, jbyteArray bytes,
-                                                                 jint offset, jint length, jlong pts, jboolean key) {
-  if (!bytes || offset < 0 || length < 0 || static_cast<jlong>(offset) + length > env->GetArrayLength(bytes)) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_write(JNIEnv* env, jclass, jlong handle,
+                                                                 jbyteArray bytes, jint offset, jint length,
+                                                                 jlong pts, jboolean key) {
+  if (!bytes || offset < 0 || length < 0 ||
+      static_cast<jlong>(offset) + length > env->GetArrayLength(bytes)) {
     passed(env, MediaStatus::failure("packet range lies outside its array"));
     return;
   }

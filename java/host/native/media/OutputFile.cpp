@@ -5,7 +5,9 @@
 
 namespace qvs::host {
 
-OutputFile::~OutputFile() { closeFile(); }
+OutputFile::~OutputFile() {
+  closeFile();
+}
 
 void OutputFile::closeFile() {
   if (!format_) return;
@@ -47,7 +49,8 @@ MediaStatus OutputFile::addStream(const OutputStream& wanted) {
 MediaStatus OutputFile::write(const uint8_t* bytes, size_t length, int64_t pts, bool key) {
   if (!headerWritten_) return MediaStatus::failure("the file is not open for writing");
   if (length > static_cast<size_t>(INT_MAX)) return MediaStatus::failure("packet too large");
-  MediaStatus status = MediaStatus::fromCode(av_new_packet(packet_.get(), static_cast<int>(length)), "packet");
+  MediaStatus status =
+      MediaStatus::fromCode(av_new_packet(packet_.get(), static_cast<int>(length)), "packet");
   if (!status.ok()) return status;
   if (length) std::memcpy(packet_->data, bytes, length);
   const AVRational unit = format_->streams[0]->time_base;
@@ -64,7 +67,8 @@ MediaStatus OutputFile::finish() {
   headerWritten_ = false;
   MediaStatus status = MediaStatus::fromCode(av_write_trailer(format_), "cannot finish the file");
   // A full disk shows only in what was buffered: the I/O context keeps the first error.
-  if (status.ok() && format_->pb) status = MediaStatus::fromCode(format_->pb->error, "cannot finish the file");
+  if (status.ok() && format_->pb)
+    status = MediaStatus::fromCode(format_->pb->error, "cannot finish the file");
   if (status.ok()) status = MediaStatus::fromCode(avio_closep(&format_->pb), "cannot close the file");
   closeFile();
   return status;

@@ -19,8 +19,12 @@ struct PlaneArea {
 
 PlaneArea scaledArea(const ExcludedArea& area, const AVFrame& source, const AVFrame& target, int shift) {
   if (area.width <= 0 || area.height <= 0) return {};
-  const auto across = [&](int64_t v) { return static_cast<int>(v * target.width / std::max(1, source.width)); };
-  const auto down = [&](int64_t v) { return static_cast<int>(v * target.height / std::max(1, source.height)); };
+  const auto across = [&](int64_t v) {
+    return static_cast<int>(v * target.width / std::max(1, source.width));
+  };
+  const auto down = [&](int64_t v) {
+    return static_cast<int>(v * target.height / std::max(1, source.height));
+  };
   return {(across(area.x) - kExcludedMarginPixels) >> shift, (down(area.y) - kExcludedMarginPixels) >> shift,
           (across(area.x + area.width) + kExcludedMarginPixels) >> shift,
           (down(area.y + area.height) + kExcludedMarginPixels) >> shift};
@@ -69,9 +73,9 @@ MediaStatus PictureComparison::scaleSource() {
   const AVFrame& from = source_.frame();
   const AVFrame& to = rendition_.frame();
   if (to.format != AV_PIX_FMT_YUV420P) return MediaStatus::failure("the rendition is not 8-bit 4:2:0");
-  scaler_.reset(sws_getCachedContext(scaler_.release(), from.width, from.height,
-                                     static_cast<AVPixelFormat>(from.format), to.width, to.height,
-                                     AV_PIX_FMT_YUV420P, SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+  scaler_.reset(sws_getCachedContext(
+      scaler_.release(), from.width, from.height, static_cast<AVPixelFormat>(from.format), to.width,
+      to.height, AV_PIX_FMT_YUV420P, SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
   if (!scaler_) return MediaStatus::failure("cannot scale the source");
   if (!scaled_ || scaled_->width != to.width || scaled_->height != to.height) {
     scaled_.reset(av_frame_alloc());
@@ -82,7 +86,8 @@ MediaStatus PictureComparison::scaleSource() {
     MediaStatus status = MediaStatus::fromCode(av_frame_get_buffer(scaled_.get(), 0), "picture");
     if (!status.ok()) return status;
   }
-  const int rows = sws_scale(scaler_.get(), from.data, from.linesize, 0, from.height, scaled_->data, scaled_->linesize);
+  const int rows =
+      sws_scale(scaler_.get(), from.data, from.linesize, 0, from.height, scaled_->data, scaled_->linesize);
   return rows == to.height ? MediaStatus() : MediaStatus::failure("cannot scale the source");
 }
 

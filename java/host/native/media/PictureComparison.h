@@ -13,16 +13,16 @@ struct ExcludedArea {
 };
 
 struct ComparisonResult {
-  double psnrDb = 0;   ///< over all samples of Y, U and V of all pictures; 100 when nothing differs
+  double psnrDb = 0;  ///< over all samples of Y, U and V of all pictures; 100 when nothing differs
   int64_t pictures = 0;
 };
 
-/// Measures a rendition against its source: each picture against the source picture of the same time, scaled to
-/// the rendition's size by a bicubic filter.
+/// Measures a rendition against its source: each picture against the source picture of the same time, scaled
+/// to the rendition's size by a bicubic filter.
 class PictureComparison {
  public:
-  MediaStatus run(const std::string& sourcePath, const std::string& renditionPath, const ExcludedArea& excluded,
-                  ComparisonResult* result);
+  MediaStatus run(const std::string& sourcePath, const std::string& renditionPath,
+                  const ExcludedArea& excluded, ComparisonResult* result);
 
  private:
   MediaStatus advanceSourceTo(double timeMs, bool* found);

@@ -10,7 +10,8 @@ MediaStatus PictureReader::open(const std::string& path) {
   decoder_.reset(avcodec_alloc_context3(codec));
   frame_.reset(av_frame_alloc());
   if (!decoder_ || !frame_) return MediaStatus::failure("out of memory");
-  status = MediaStatus::fromCode(avcodec_parameters_to_context(decoder_.get(), file_.stream().codecpar), "codec");
+  status =
+      MediaStatus::fromCode(avcodec_parameters_to_context(decoder_.get(), file_.stream().codecpar), "codec");
   if (!status.ok()) return status;
   decoder_->pkt_timebase = file_.stream().time_base;
   decoder_->thread_count = 1;

@@ -4,8 +4,8 @@
 
 namespace qvs::host {
 
-/// Decodes a file with libavcodec, picture by picture in presentation order: the judge's own eyes, independent
-/// of the transcoder under test.
+/// Decodes a file with libavcodec, picture by picture in presentation order: the judge's own eyes,
+/// independent of the transcoder under test.
 class PictureReader {
  public:
   MediaStatus open(const std::string& path);

@@ -20,7 +20,7 @@ import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
 
 /** "demo": makes a source and a logo and turns them into a ladder of three renditions. */
-@Command(name = "demo", description = "Makes an input and transcodes it into a ladder with a logo.")
+@Command(name = "demo", mixinStandardHelpOptions = true, description = "Makes an input and transcodes it into a ladder with a logo.")
 final class DemoCommand implements Callable<Integer> {
   private static final int SOURCE_WIDTH = 1280;
   private static final int SOURCE_HEIGHT = 720;
@@ -87,7 +87,7 @@ final class DemoCommand implements Callable<Integer> {
 
   private void makeSource(Path file) throws HostException, IOException, InterruptedException {
     String picture =
-        "mandelbrot=size=" + SOURCE_WIDTH + "x" + SOURCE_HEIGHT + ":rate=30:maxiter=300,format=yuv420p";
+        "mandelbrot=size=640x360:rate=30:maxiter=80,scale=" + SOURCE_WIDTH + ":" + SOURCE_HEIGHT + ",format=yuv420p";
     if (Files.exists(Path.of(FONT)))
       picture +=
           ",drawtext=fontfile=" + FONT + ":text='moving text  %{pts\\:hms}':fontsize=48:fontcolor=white"
