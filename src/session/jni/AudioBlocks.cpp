@@ -35,13 +35,16 @@ jlong writeAudioBlock(JNIEnv* env, jobject nativeAudioFrameObj, AudioSampleBuffe
   const uint32_t len = block->getLen();
   // Two factors of 32 bits fit into 64; the third is kept out of the product.
   const uint64_t samples = uint64_t{frame.channels} * frame.sampleCount;
-  if (frame.sampleRate != block->getSampleRate() || len % kBytesPerSample != 0 || samples != len / kBytesPerSample) {
+  if (frame.sampleRate != block->getSampleRate() || len % kBytesPerSample != 0 ||
+      samples != len / kBytesPerSample) {
     return kEntryFailure;
   }
-  const LocalRef<jobject> field = objectField(env, nativeAudioFrameObj, fields.id(kAudioFrame.index("buffer")));
+  const LocalRef<jobject> field =
+      objectField(env, nativeAudioFrameObj, fields.id(kAudioFrame.index("buffer")));
   const auto bytes = static_cast<jbyteArray>(field.get());
   if (!arrayRange(env, bytes, 0, len)) return kEntryFailure;
-  if (len > 0) env->GetByteArrayRegion(bytes, 0, static_cast<jsize>(len), reinterpret_cast<jbyte*>(block->getBuffer()));
+  if (len > 0)
+    env->GetByteArrayRegion(bytes, 0, static_cast<jsize>(len), reinterpret_cast<jbyte*>(block->getBuffer()));
   return 0;
 }
 

@@ -78,10 +78,12 @@ bool reportDecode(JNIEnv* env, jobject frameInfoObj, const TranscoderVideoDecode
   if (fields.complete()) fields.write(frameInfoObj, info);
 
   const size_t count = std::min<size_t>(info.timecodeInfoCount, info.timecodeInfo.size());
-  if (count > 0 && !RecordList(env, frameInfoObj, "timcodeInfo", kTimecodeInfo).add({info.timecodeInfo.data(), count})) {
+  if (count > 0 &&
+      !RecordList(env, frameInfoObj, "timcodeInfo", kTimecodeInfo).add({info.timecodeInfo.data(), count})) {
     return false;
   }
-  return ancillaryData.empty() || RecordList(env, frameInfoObj, "ancillaryData", kAncillaryData).add(ancillaryData);
+  return ancillaryData.empty() ||
+         RecordList(env, frameInfoObj, "ancillaryData", kAncillaryData).add(ancillaryData);
 }
 
 }  // namespace qvs

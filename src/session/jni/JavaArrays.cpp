@@ -23,7 +23,8 @@ MallocBytes copyBytes(JNIEnv* env, jbyteArray array, jlong offset, jlong len, ui
   if (!block) return nullptr;
   std::memset(block.get(), 0, headRoom);
   if (range->len > 0) {
-    env->GetByteArrayRegion(array, range->offset, range->len, reinterpret_cast<jbyte*>(block.get() + headRoom));
+    env->GetByteArrayRegion(array, range->offset, range->len,
+                            reinterpret_cast<jbyte*>(block.get() + headRoom));
   }
   return block;
 }

@@ -24,16 +24,16 @@ struct ArrayRange {
   jsize len;
 };
 
-/// `offset` and `len` as a part of `array`, nothing where they are negative or reach past its end. A null array has
-/// length 0.
+/// `offset` and `len` as a part of `array`, nothing where they are negative or reach past its end. A null
+/// array has length 0.
 std::optional<ArrayRange> arrayRange(JNIEnv* env, jarray array, jlong offset, jlong len);
 
-/// A malloc'ed copy of a part of `array` with `headRoom` zeroed bytes in front; null where the part is not within the
-/// array or memory failed. Never null for an empty part.
+/// A malloc'ed copy of a part of `array` with `headRoom` zeroed bytes in front; null where the part is not
+/// within the array or memory failed. Never null for an empty part.
 MallocBytes copyBytes(JNIEnv* env, jbyteArray array, jlong offset, jlong len, uint32_t headRoom = 0);
 
-/// The elements of a Java long array cut to 32 bits, at most `limit` of them; none for a null array. Short lists, which
-/// is what comes with every frame, take no heap.
+/// The elements of a Java long array cut to 32 bits, at most `limit` of them; none for a null array. Short
+/// lists, which is what comes with every frame, take no heap.
 class IndexList {
  public:
   IndexList(JNIEnv* env, jlongArray array, size_t limit);

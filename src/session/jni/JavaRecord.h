@@ -17,8 +17,9 @@ namespace qvs {
 
 /// Where a field's value goes; none for arrays and lists, which their owner moves.
 template <typename Record>
-using JavaMember = std::variant<std::monostate, int32_t Record::*, uint32_t Record::*, int64_t Record::*,
-                                uint64_t Record::*, uint8_t Record::*, double Record::*, std::string Record::*>;
+using JavaMember =
+    std::variant<std::monostate, int32_t Record::*, uint32_t Record::*, int64_t Record::*, uint64_t Record::*,
+                 uint8_t Record::*, double Record::*, std::string Record::*>;
 
 /// One field of a Java class: name and signature as the virtual machine wants them.
 template <typename Record>
@@ -28,8 +29,8 @@ struct JavaField {
   JavaMember<Record> member{};
 };
 
-/// The fields of one Java class that native code touches; the one place that names them. `className` is null for
-/// objects whose class is known only from the argument.
+/// The fields of one Java class that native code touches; the one place that names them. `className` is null
+/// for objects whose class is known only from the argument.
 template <typename Record, size_t N>
 struct JavaRecord {
   const char* className;
@@ -52,10 +53,14 @@ class FieldMover {
   template <typename Value>
   void write(jfieldID id, const char* signature, const Value& value) const {
     switch (signature[0]) {
-      case 'I': return env->SetIntField(object, id, static_cast<jint>(value));
-      case 'J': return env->SetLongField(object, id, static_cast<jlong>(value));
-      case 'Z': return env->SetBooleanField(object, id, value != 0 ? JNI_TRUE : JNI_FALSE);
-      case 'D': return env->SetDoubleField(object, id, static_cast<jdouble>(value));
+      case 'I':
+        return env->SetIntField(object, id, static_cast<jint>(value));
+      case 'J':
+        return env->SetLongField(object, id, static_cast<jlong>(value));
+      case 'Z':
+        return env->SetBooleanField(object, id, value != 0 ? JNI_TRUE : JNI_FALSE);
+      case 'D':
+        return env->SetDoubleField(object, id, static_cast<jdouble>(value));
     }
   }
   void write(jfieldID id, const char* signature, const std::string& value) const;
@@ -63,10 +68,18 @@ class FieldMover {
   template <typename Value>
   void read(jfieldID id, const char* signature, Value& value) const {
     switch (signature[0]) {
-      case 'I': value = static_cast<Value>(env->GetIntField(object, id)); break;
-      case 'J': value = static_cast<Value>(env->GetLongField(object, id)); break;
-      case 'Z': value = static_cast<Value>(env->GetBooleanField(object, id) == JNI_TRUE); break;
-      case 'D': value = static_cast<Value>(env->GetDoubleField(object, id)); break;
+      case 'I':
+        value = static_cast<Value>(env->GetIntField(object, id));
+        break;
+      case 'J':
+        value = static_cast<Value>(env->GetLongField(object, id));
+        break;
+      case 'Z':
+        value = static_cast<Value>(env->GetBooleanField(object, id) == JNI_TRUE);
+        break;
+      case 'D':
+        value = static_cast<Value>(env->GetDoubleField(object, id));
+        break;
     }
   }
 
@@ -102,12 +115,14 @@ class RecordFields {
   /// Fields that are missing or have no member are passed over.
   void write(jobject object, const Record& record) const {
     const FieldMover mover(env, object);
-    forEach([&](jfieldID id, const char* signature, auto member) { mover.write(id, signature, record.*member); });
+    forEach(
+        [&](jfieldID id, const char* signature, auto member) { mover.write(id, signature, record.*member); });
   }
 
   void read(jobject object, Record& record) const {
     const FieldMover mover(env, object);
-    forEach([&](jfieldID id, const char* signature, auto member) { mover.read(id, signature, record.*member); });
+    forEach(
+        [&](jfieldID id, const char* signature, auto member) { mover.read(id, signature, record.*member); });
   }
 
  private:

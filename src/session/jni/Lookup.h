@@ -6,8 +6,8 @@
 
 namespace qvs {
 
-/// Look-ups of classes, fields and methods. A failed one answers null and leaves no exception pending. Ids are good
-/// for the one call: nothing is kept.
+/// Look-ups of classes, fields and methods. A failed one answers null and leaves no exception pending. Ids
+/// are good for the one call: nothing is kept.
 LocalRef<jclass> findClass(JNIEnv* env, const char* name);
 LocalRef<jclass> classOf(JNIEnv* env, jobject object);  ///< null for a null object
 jfieldID findField(JNIEnv* env, jclass cls, const char* name, const char* signature);

@@ -14,8 +14,9 @@ QVS_NATIVE(audioDecoderCreate)
 (JNIEnv* env, jobject, jlong classPtr, jlong decoderType, jlong codec, jlong implementation,
  jobject nativeMediaStreamContext) {
   return withSession(QVS_LABEL(audioDecoderCreate), classPtr, [&](TranscoderSession& session) {
-    const uint32_t result = session.audioDecoderCreate(
-        static_cast<uint32_t>(decoderType), static_cast<uint32_t>(codec), static_cast<uint32_t>(implementation));
+    const uint32_t result =
+        session.audioDecoderCreate(static_cast<uint32_t>(decoderType), static_cast<uint32_t>(codec),
+                                   static_cast<uint32_t>(implementation));
     if (IAudioDecoder* decoder = session.getAudioDecoder()) {
       setMediaStreamContext(env, nativeMediaStreamContext, decoder->getMediaStreamContext());
     }
@@ -24,15 +25,16 @@ QVS_NATIVE(audioDecoderCreate)
 }
 
 QVS_NATIVE(audioDecoderApplyParameters)(JNIEnv*, jobject, jlong classPtr) {
-  return withSession(QVS_LABEL(audioDecoderApplyParameters), classPtr, [](TranscoderSession& session) -> jlong {
-    IAudioDecoder* decoder = session.getAudioDecoder();
-    return decoder != nullptr ? jlong{decoder->applyParameters()} : kEntryFailure;
-  });
+  return withSession(QVS_LABEL(audioDecoderApplyParameters), classPtr,
+                     [](TranscoderSession& session) -> jlong {
+                       IAudioDecoder* decoder = session.getAudioDecoder();
+                       return decoder != nullptr ? jlong{decoder->applyParameters()} : kEntryFailure;
+                     });
 }
 
 QVS_NATIVE(audioDecoderSetCaptureDevice)(JNIEnv*, jobject, jlong classPtr, jlong deviceId) {
-  return forward(QVS_LABEL(audioDecoderSetCaptureDevice), classPtr, &TranscoderSession::audioDecoderSetCaptureDevice,
-                 deviceId);
+  return forward(QVS_LABEL(audioDecoderSetCaptureDevice), classPtr,
+                 &TranscoderSession::audioDecoderSetCaptureDevice, deviceId);
 }
 
 QVS_NATIVE(audioDecoderSetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
@@ -64,13 +66,14 @@ QVS_NATIVE(audioDecoderResetDecodedFrameState)(JNIEnv*, jobject, jlong classPtr)
 }
 
 QVS_NATIVE(audioDecoderBuffersCreate)(JNIEnv*, jobject, jlong classPtr, jlong count) {
-  return forward(QVS_LABEL(audioDecoderBuffersCreate), classPtr, &TranscoderSession::audioDecoderBuffersCreate, count);
+  return forward(QVS_LABEL(audioDecoderBuffersCreate), classPtr,
+                 &TranscoderSession::audioDecoderBuffersCreate, count);
 }
 
 QVS_NATIVE(audioDecoderBuffersAllocate)
 (JNIEnv*, jobject, jlong classPtr, jlong sampleCount, jlong channels, jlong sampleRate) {
-  return forward(QVS_LABEL(audioDecoderBuffersAllocate), classPtr, &TranscoderSession::audioDecoderBuffersAllocate,
-                 sampleCount, channels, sampleRate);
+  return forward(QVS_LABEL(audioDecoderBuffersAllocate), classPtr,
+                 &TranscoderSession::audioDecoderBuffersAllocate, sampleCount, channels, sampleRate);
 }
 
 QVS_NATIVE(audioDecoderGetSampleRate)(JNIEnv* env, jobject, jlong classPtr, jobject sampleRateObj) {
@@ -91,7 +94,8 @@ QVS_NATIVE(audioDecoderGetChannels)(JNIEnv* env, jobject, jlong classPtr, jobjec
   });
 }
 
-QVS_NATIVE(audioDecoderAddAudioResampler)(JNIEnv* env, jobject, jlong classPtr, jobject resamplerParametersObj) {
+QVS_NATIVE(audioDecoderAddAudioResampler)
+(JNIEnv* env, jobject, jlong classPtr, jobject resamplerParametersObj) {
   return withSession(QVS_LABEL(audioDecoderAddAudioResampler), classPtr, [&](TranscoderSession& session) {
     if (session.getAudioDecoder() == nullptr) return kEntryFailure;
     return addResampler(env, "audioDecoderAddAudioResampler", resamplerParametersObj);
@@ -100,21 +104,23 @@ QVS_NATIVE(audioDecoderAddAudioResampler)(JNIEnv* env, jobject, jlong classPtr, 
 
 QVS_NATIVE(audioDecoderDecodeCodecConfig)
 (JNIEnv* env, jobject, jlong classPtr, jbyteArray buffer, jlong offset, jlong len) {
-  return withSession(QVS_LABEL(audioDecoderDecodeCodecConfig), classPtr, [&](TranscoderSession& session) -> jlong {
-    const MallocBytes block = copyBytes(env, buffer, offset, len);
-    if (!block) return kEntryFailure;
-    return session.audioDecoderDecodeCodecConfig(block.get(), 0, static_cast<uint32_t>(len));
-  });
+  return withSession(
+      QVS_LABEL(audioDecoderDecodeCodecConfig), classPtr, [&](TranscoderSession& session) -> jlong {
+        const MallocBytes block = copyBytes(env, buffer, offset, len);
+        if (!block) return kEntryFailure;
+        return session.audioDecoderDecodeCodecConfig(block.get(), 0, static_cast<uint32_t>(len));
+      });
 }
 
 QVS_NATIVE(audioDecoderDecodeFirstFrame)
 (JNIEnv* env, jobject, jlong classPtr, jbyteArray buffer, jlong offset, jlong len) {
-  return withSession(QVS_LABEL(audioDecoderDecodeFirstFrame), classPtr, [&](TranscoderSession& session) -> jlong {
-    const uint32_t room = session.getAudioDecodeFrameHeaderSize();
-    const MallocBytes block = copyBytes(env, buffer, offset, len, room);
-    if (!block) return kEntryFailure;
-    return session.audioDecoderDecodeFirstFrame(block.get(), 0, room + static_cast<uint32_t>(len));
-  });
+  return withSession(
+      QVS_LABEL(audioDecoderDecodeFirstFrame), classPtr, [&](TranscoderSession& session) -> jlong {
+        const uint32_t room = session.getAudioDecodeFrameHeaderSize();
+        const MallocBytes block = copyBytes(env, buffer, offset, len, room);
+        if (!block) return kEntryFailure;
+        return session.audioDecoderDecodeFirstFrame(block.get(), 0, room + static_cast<uint32_t>(len));
+      });
 }
 
 QVS_NATIVE(audioDecoderDecodeFrame)
@@ -125,13 +131,14 @@ QVS_NATIVE(audioDecoderDecodeFrame)
     const MallocBytes block = copyBytes(env, buffer, offset, len, room);
     if (!block) return kEntryFailure;
     return session.audioDecoderDecodeFrame(block.get(), 0, room + static_cast<uint32_t>(len),
-                                           static_cast<uint64_t>(timecode), static_cast<uint32_t>(indexBuffer));
+                                           static_cast<uint64_t>(timecode),
+                                           static_cast<uint32_t>(indexBuffer));
   });
 }
 
 QVS_NATIVE(audioDecoderResampleFrame)(JNIEnv*, jobject, jlong classPtr, jlong timecode, jlong indexBuffer) {
-  return forward(QVS_LABEL(audioDecoderResampleFrame), classPtr, &TranscoderSession::audioDecoderResampleFrame,
-                 timecode, indexBuffer);
+  return forward(QVS_LABEL(audioDecoderResampleFrame), classPtr,
+                 &TranscoderSession::audioDecoderResampleFrame, timecode, indexBuffer);
 }
 
 QVS_NATIVE(audioDecoderGetAudioFrame)
@@ -157,7 +164,8 @@ QVS_NATIVE(audioDecoderCaptureFrame)
   return withSession(QVS_LABEL(audioDecoderCaptureFrame), classPtr, [&](TranscoderSession& session) {
     uint32_t status = 0;
     int64_t timecode = 0;
-    const uint32_t result = session.audioDecoderCaptureFrame(static_cast<uint32_t>(indexBuffer), &status, &timecode);
+    const uint32_t result =
+        session.audioDecoderCaptureFrame(static_cast<uint32_t>(indexBuffer), &status, &timecode);
     writeHolder(env, decodeStatusObj, int64_t{status});
     writeHolder(env, timecodeObj, timecode);
     return result;

@@ -26,9 +26,10 @@ QVS_NATIVE(audioEncoderAdd)
   });
 }
 
-QVS_NATIVE(audioEncoderSetSampleRate)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong sampleRate) {
-  return forward(QVS_LABEL(audioEncoderSetSampleRate), classPtr, &TranscoderSession::audioEncoderSetSampleRate,
-                 indexEncoder, sampleRate);
+QVS_NATIVE(audioEncoderSetSampleRate)
+(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong sampleRate) {
+  return forward(QVS_LABEL(audioEncoderSetSampleRate), classPtr,
+                 &TranscoderSession::audioEncoderSetSampleRate, indexEncoder, sampleRate);
 }
 
 QVS_NATIVE(audioEncoderSetChannels)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong channels) {
@@ -47,16 +48,18 @@ QVS_NATIVE(audioEncoderSetBitrate)(JNIEnv*, jobject, jlong classPtr, jlong index
 }
 
 QVS_NATIVE(audioEncoderApplyParameters)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder) {
-  return withSession(QVS_LABEL(audioEncoderApplyParameters), classPtr, [&](TranscoderSession& session) -> jlong {
-    IAudioEncoder* encoder = session.getAudioEncoder(static_cast<uint32_t>(indexEncoder));
-    return encoder != nullptr ? jlong{encoder->applyParameters()} : kEntryFailure;
-  });
+  return withSession(QVS_LABEL(audioEncoderApplyParameters), classPtr,
+                     [&](TranscoderSession& session) -> jlong {
+                       IAudioEncoder* encoder = session.getAudioEncoder(static_cast<uint32_t>(indexEncoder));
+                       return encoder != nullptr ? jlong{encoder->applyParameters()} : kEntryFailure;
+                     });
 }
 
 QVS_NATIVE(audioEncoderSetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
   const auto set = [&](TranscoderSession& session) {
-    return setParameters(env, parametersArr, session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)), kEntryFailure);
+    return setParameters(env, parametersArr, session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)),
+                         kEntryFailure);
   };
   return withSession(QVS_LABEL(audioEncoderSetParameterValues), classPtr, set, 0);
 }
@@ -64,7 +67,8 @@ QVS_NATIVE(audioEncoderSetParameterValues)
 QVS_NATIVE(audioEncoderGetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
   const auto get = [&](TranscoderSession& session) {
-    return getParameters(env, parametersArr, session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)), kEntryFailure);
+    return getParameters(env, parametersArr, session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)),
+                         kEntryFailure);
   };
   return withSession(QVS_LABEL(audioEncoderGetParameterValues), classPtr, get, 0);
 }
@@ -85,12 +89,13 @@ QVS_NATIVE(audioEncoderGetHeaders)
 
 QVS_NATIVE(audioEncoderAddSampleBuffer)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer, jobject encodedFrames) {
-  return withSession(QVS_LABEL(audioEncoderAddSampleBuffer), classPtr, [&](TranscoderSession& session) -> jlong {
-    OwnedFrames<AudioFrameEncoded> owned;
-    const uint32_t result = session.audioEncoderAddSampleBuffer(
-        static_cast<uint32_t>(indexEncoder), static_cast<uint32_t>(indexBuffer), owned.frames);
-    return addPackets(env, encodedFrames, owned.frames) ? jlong{result} : kEntryFailure;
-  });
+  return withSession(
+      QVS_LABEL(audioEncoderAddSampleBuffer), classPtr, [&](TranscoderSession& session) -> jlong {
+        OwnedFrames<AudioFrameEncoded> owned;
+        const uint32_t result = session.audioEncoderAddSampleBuffer(
+            static_cast<uint32_t>(indexEncoder), static_cast<uint32_t>(indexBuffer), owned.frames);
+        return addPackets(env, encodedFrames, owned.frames) ? jlong{result} : kEntryFailure;
+      });
 }
 
 QVS_NATIVE(audioEncoderAddAudioResampler)
@@ -101,14 +106,16 @@ QVS_NATIVE(audioEncoderAddAudioResampler)
   });
 }
 
-QVS_NATIVE(audioEncoderEncodeBufferStart)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
+QVS_NATIVE(audioEncoderEncodeBufferStart)
+(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
   return forward(QVS_LABEL(audioEncoderEncodeBufferStart), classPtr,
                  &TranscoderSession::audioEncoderEncodeBufferStart, indexEncoder, indexBuffer);
 }
 
-QVS_NATIVE(audioEncoderEncodeBufferDone)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
-  return forward(QVS_LABEL(audioEncoderEncodeBufferDone), classPtr, &TranscoderSession::audioEncoderEncodeBufferDone,
-                 indexEncoder, indexBuffer);
+QVS_NATIVE(audioEncoderEncodeBufferDone)
+(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
+  return forward(QVS_LABEL(audioEncoderEncodeBufferDone), classPtr,
+                 &TranscoderSession::audioEncoderEncodeBufferDone, indexEncoder, indexBuffer);
 }
 
 QVS_NATIVE(audioEncoderGetAudioFrame)
@@ -127,7 +134,8 @@ QVS_NATIVE(audioEncoderUpdateAudioFrame)
   });
 }
 
-QVS_NATIVE(audioEncoderResampleFrame)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
-  return forward(QVS_LABEL(audioEncoderResampleFrame), classPtr, &TranscoderSession::audioEncoderResampleFrame,
-                 indexEncoder, indexBuffer);
+QVS_NATIVE(audioEncoderResampleFrame)
+(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
+  return forward(QVS_LABEL(audioEncoderResampleFrame), classPtr,
+                 &TranscoderSession::audioEncoderResampleFrame, indexEncoder, indexBuffer);
 }

@@ -4,8 +4,10 @@
 
 #include "session/jni/NativeEntry.h"
 
-#define QVS_WITHOUT_MANAGER(name, ...) \
-  QVS_NATIVE(name)(JNIEnv*, jobject __VA_OPT__(, ) __VA_ARGS__) { return qvs::kEntryFailure; }
+#define QVS_WITHOUT_MANAGER(name, ...)                            \
+  QVS_NATIVE(name)(JNIEnv*, jobject __VA_OPT__(, ) __VA_ARGS__) { \
+    return qvs::kEntryFailure;                                    \
+  }
 
 QVS_WITHOUT_MANAGER(captureManagerInit)
 QVS_WITHOUT_MANAGER(captureManagerSetPath, jlong, jstring)

@@ -10,9 +10,8 @@
 // What every entry point is made of. All ignore the class that they are called on.
 
 /// Head of an entry of TranscoderSessionNative; the argument list follows.
-#define QVS_NATIVE(name)      \
-  extern "C" JNIEXPORT jlong JNICALL \
-      Java_com_zarvo_qvs_transcoder_model_TranscoderSessionNative_##name
+#define QVS_NATIVE(name) \
+  extern "C" JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_transcoder_model_TranscoderSessionNative_##name
 
 /// The label under which an entry reports an exception.
 #define QVS_LABEL(name) "TranscoderSessionNative::" #name
@@ -22,8 +21,12 @@ namespace qvs {
 /// Result of an entry that itself failed. A failure of the session arrives as its unsigned number.
 inline constexpr jlong kEntryFailure = -1;
 
-inline TranscoderSession* sessionOf(jlong classPtr) { return reinterpret_cast<TranscoderSession*>(classPtr); }
-inline jlong handleOf(TranscoderSession* session) { return reinterpret_cast<jlong>(session); }
+inline TranscoderSession* sessionOf(jlong classPtr) {
+  return reinterpret_cast<TranscoderSession*>(classPtr);
+}
+inline jlong handleOf(TranscoderSession* session) {
+  return reinterpret_cast<jlong>(session);
+}
 
 /// Runs `call` on the session, or answers `absent` for handle 0.
 template <typename Call>

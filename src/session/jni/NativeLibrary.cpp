@@ -22,8 +22,8 @@ jlong createSession(JNIEnv* env, jobject context) {
       [&]() -> jlong {
         auto session = std::make_unique<TranscoderSession>();
         setMediaStreamContext(env, context, session->getMediaStreamContext());
-        TranscoderSessionNotifyManager::getInstance()->notifySessionListenersCreate(session->getSessionId(),
-                                                                                    session->getMediaStreamContext());
+        TranscoderSessionNotifyManager::getInstance()->notifySessionListenersCreate(
+            session->getSessionId(), session->getMediaStreamContext());
         return handleOf(session.release());
       },
       jlong{0});
@@ -54,8 +54,8 @@ QVS_NATIVE(nativeInitialize)(JNIEnv*, jobject) {
   return guarded(
       QVS_LABEL(nativeInitialize),
       []() -> jlong {
-        // Singletons are made here, one after the other, so that no two threads race to make one. The inventory looks
-        // at what the steps before it have loaded.
+        // Singletons are made here, one after the other, so that no two threads race to make one. The
+        // inventory looks at what the steps before it have loaded.
         LogGlobalLogger::getLogger();
         VideoFrameIntrinsicScalerSingleton::getInstance()->initialize();
         HardwareInspector::getInstance()->inspect();
@@ -65,7 +65,9 @@ QVS_NATIVE(nativeInitialize)(JNIEnv*, jobject) {
       kEntryFailure);
 }
 
-QVS_NATIVE(nativeShutdown)(JNIEnv*, jobject) { return 0; }
+QVS_NATIVE(nativeShutdown)(JNIEnv*, jobject) {
+  return 0;
+}
 
 QVS_NATIVE(setNativeLibPath)(JNIEnv* env, jobject, jlong pathIndex, jstring nativePath) {
   return guarded(
@@ -94,10 +96,14 @@ QVS_NATIVE(getHardwareInfoJSON)(JNIEnv* env, jobject, jobject jsonObj) {
       kEntryFailure);
 }
 
-QVS_NATIVE(createInstance__)(JNIEnv* env, jobject) { return createSession(env, nullptr); }
+QVS_NATIVE(createInstance__)(JNIEnv* env, jobject) {
+  return createSession(env, nullptr);
+}
 
 QVS_NATIVE(createInstance__Lcom_zarvo_qvs_transcoder_model_TranscoderNativeStreamContext_2)
-(JNIEnv* env, jobject, jobject nativeMediaStreamContext) { return createSession(env, nativeMediaStreamContext); }
+(JNIEnv* env, jobject, jobject nativeMediaStreamContext) {
+  return createSession(env, nativeMediaStreamContext);
+}
 
 QVS_NATIVE(initInstance)(JNIEnv*, jobject, jlong classPtr) {
   forward(QVS_LABEL(initInstance), classPtr, &TranscoderSession::initialize);

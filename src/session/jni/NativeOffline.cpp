@@ -1,7 +1,8 @@
 // Off-line work: still pictures and batches of stored packets.
 //
-// No decoder for still pictures and no off-line transcoder is built in yet. A request for a picture is checked, told in
-// the session's log and ends with 0 and an empty response; a batch ends with -1 and an untouched list.
+// No decoder for still pictures and no off-line transcoder is built in yet. A request for a picture is
+// checked, told in the session's log and ends with 0 and an empty response; a batch ends with -1 and an
+// untouched list.
 
 #include <string>
 
@@ -13,8 +14,8 @@ namespace {
 
 constexpr const char* kPacketArray = "[Lcom/zarvo/qvs/transcoder/thumbnailer/ThumbnailerRequestPacket;";
 
-/// Packets of a request, -1 where it or their class lacks something; `complaint` then says what, if anything is to be
-/// said.
+/// Packets of a request, -1 where it or their class lacks something; `complaint` then says what, if anything
+/// is to be said.
 jsize packetCount(JNIEnv* env, jobject request, jclass requestCls, std::string& complaint) {
   const LocalRef<jobject> packets =
       objectField(env, request, findField(env, requestCls, "packets", kPacketArray));
@@ -50,7 +51,8 @@ std::string complaintAbout(JNIEnv* env, jobject request, jobject response) {
 
 using namespace qvs;
 
-QVS_NATIVE(thumbnailerGetVideoFrame)(JNIEnv* env, jobject, jlong classPtr, jobject request, jobject response) {
+QVS_NATIVE(thumbnailerGetVideoFrame)
+(JNIEnv* env, jobject, jlong classPtr, jobject request, jobject response) {
   const auto answer = [&](TranscoderSession& session) -> jlong {
     const std::string complaint = complaintAbout(env, request, response);
     if (!complaint.empty()) session.getLogger()->info(QVS_LABEL(thumbnailerGetVideoFrame) + complaint);
@@ -63,6 +65,10 @@ QVS_NATIVE(vodTranscoderTranscodeFrames)(JNIEnv*, jobject, jlong, jobject, jobje
   return kEntryFailure;
 }
 
-QVS_NATIVE(vodTranscoderGetCodecConfig)(JNIEnv*, jobject, jlong, jobject, jobject) { return kEntryFailure; }
+QVS_NATIVE(vodTranscoderGetCodecConfig)(JNIEnv*, jobject, jlong, jobject, jobject) {
+  return kEntryFailure;
+}
 
-QVS_NATIVE(vodEncoderRun)(JNIEnv*, jobject, jlong) { return kEntryFailure; }
+QVS_NATIVE(vodEncoderRun)(JNIEnv*, jobject, jlong) {
+  return kEntryFailure;
+}

@@ -12,9 +12,10 @@ QVS_NATIVE(videoDecoderCreate)
 (JNIEnv* env, jobject, jlong classPtr, jlong decoderType, jlong codec, jlong codecVersion, jlong bitDepth,
  jlong implementation, jlong fourcc, jobject nativeMediaStreamContext) {
   return withSession(QVS_LABEL(videoDecoderCreate), classPtr, [&](TranscoderSession& session) {
-    const uint32_t result = session.videoDecoderCreate(
-        static_cast<uint32_t>(decoderType), static_cast<uint32_t>(codec), static_cast<uint32_t>(codecVersion),
-        static_cast<uint32_t>(bitDepth), static_cast<uint32_t>(implementation), static_cast<uint32_t>(fourcc));
+    const uint32_t result =
+        session.videoDecoderCreate(static_cast<uint32_t>(decoderType), static_cast<uint32_t>(codec),
+                                   static_cast<uint32_t>(codecVersion), static_cast<uint32_t>(bitDepth),
+                                   static_cast<uint32_t>(implementation), static_cast<uint32_t>(fourcc));
     if (IVideoDecoder* decoder = session.getVideoDecoder()) {
       setMediaStreamContext(env, nativeMediaStreamContext, decoder->getMediaStreamContext());
     }
@@ -23,34 +24,37 @@ QVS_NATIVE(videoDecoderCreate)
 }
 
 QVS_NATIVE(videoDecoderBuffersCreate)(JNIEnv*, jobject, jlong classPtr, jlong count) {
-  return forward(QVS_LABEL(videoDecoderBuffersCreate), classPtr, &TranscoderSession::videoDecoderBuffersCreate, count);
+  return forward(QVS_LABEL(videoDecoderBuffersCreate), classPtr,
+                 &TranscoderSession::videoDecoderBuffersCreate, count);
 }
 
 QVS_NATIVE(videoDecoderBufferAllocate)(JNIEnv*, jobject, jlong classPtr) {
-  return withSession(QVS_LABEL(videoDecoderBufferAllocate), classPtr, [](TranscoderSession& session) -> jlong {
-    uint32_t index = 0;
-    return session.videoDecoderBufferAllocate(&index) == kSuccess ? jlong{index} : kEntryFailure;
-  });
+  return withSession(
+      QVS_LABEL(videoDecoderBufferAllocate), classPtr, [](TranscoderSession& session) -> jlong {
+        uint32_t index = 0;
+        return session.videoDecoderBufferAllocate(&index) == kSuccess ? jlong{index} : kEntryFailure;
+      });
 }
 
 QVS_NATIVE(videoDecoderBufferAcquire)(JNIEnv*, jobject, jlong classPtr, jlong decoderBufferIndex) {
-  return forward(QVS_LABEL(videoDecoderBufferAcquire), classPtr, &TranscoderSession::videoDecoderBufferAcquire,
-                 decoderBufferIndex);
+  return forward(QVS_LABEL(videoDecoderBufferAcquire), classPtr,
+                 &TranscoderSession::videoDecoderBufferAcquire, decoderBufferIndex);
 }
 
 QVS_NATIVE(videoDecoderBufferRelease)(JNIEnv*, jobject, jlong classPtr, jlong decoderBufferIndex) {
-  return forward(QVS_LABEL(videoDecoderBufferRelease), classPtr, &TranscoderSession::videoDecoderBufferRelease,
-                 decoderBufferIndex);
+  return forward(QVS_LABEL(videoDecoderBufferRelease), classPtr,
+                 &TranscoderSession::videoDecoderBufferRelease, decoderBufferIndex);
 }
 
 QVS_NATIVE(videoDecoderBufferGetVideoFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong decoderBufferSetIndex, jobject nativeVideoFrame) {
   const auto read = [&](TranscoderSession& session) {
-    return readPicture(env, nativeVideoFrame,
-                       [&](uint8_t** buffer, uint32_t* len, uint32_t* width, uint32_t* height, uint64_t* timecode) {
-                         return session.videoDecoderGetFrameBGRA(static_cast<uint32_t>(decoderBufferSetIndex), buffer,
-                                                                 len, width, height, timecode);
-                       });
+    return readPicture(
+        env, nativeVideoFrame,
+        [&](uint8_t** buffer, uint32_t* len, uint32_t* width, uint32_t* height, uint64_t* timecode) {
+          return session.videoDecoderGetFrameBGRA(static_cast<uint32_t>(decoderBufferSetIndex), buffer, len,
+                                                  width, height, timecode);
+        });
   };
   return withSession(QVS_LABEL(videoDecoderBufferGetVideoFrame), classPtr, read, 0);
 }
@@ -69,11 +73,12 @@ QVS_NATIVE(videoDecoderSetGPUID)(JNIEnv*, jobject, jlong classPtr, jlong gpuid) 
 }
 
 QVS_NATIVE(videoDecoderSetCaptureDevice)(JNIEnv*, jobject, jlong classPtr, jlong deviceId) {
-  return forward(QVS_LABEL(videoDecoderSetCaptureDevice), classPtr, &TranscoderSession::videoDecoderSetCaptureDevice,
-                 deviceId);
+  return forward(QVS_LABEL(videoDecoderSetCaptureDevice), classPtr,
+                 &TranscoderSession::videoDecoderSetCaptureDevice, deviceId);
 }
 
-QVS_NATIVE(videoDecoderGetCaptureInfo)(JNIEnv* env, jobject, jlong classPtr, jobject videoDecoderCaptureInfo) {
+QVS_NATIVE(videoDecoderGetCaptureInfo)
+(JNIEnv* env, jobject, jlong classPtr, jobject videoDecoderCaptureInfo) {
   return withSession(QVS_LABEL(videoDecoderGetCaptureInfo), classPtr, [&](TranscoderSession& session) {
     TranscoderVideoDecoderCaptureInfo info{};
     const uint32_t result = session.videoDecoderGetCaptureInfo(&info);
@@ -85,7 +90,8 @@ QVS_NATIVE(videoDecoderGetCaptureInfo)(JNIEnv* env, jobject, jlong classPtr, job
 }
 
 QVS_NATIVE(videoDecoderApplyParameters)(JNIEnv*, jobject, jlong classPtr) {
-  return forward(QVS_LABEL(videoDecoderApplyParameters), classPtr, &TranscoderSession::videoDecoderApplyParameters);
+  return forward(QVS_LABEL(videoDecoderApplyParameters), classPtr,
+                 &TranscoderSession::videoDecoderApplyParameters);
 }
 
 QVS_NATIVE(videoDecoderSetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {

@@ -11,15 +11,17 @@ using namespace qvs;
 
 QVS_NATIVE(videoDecoderDecodeCodecConfig)
 (JNIEnv* env, jobject, jlong classPtr, jbyteArray buffer, jlong offset, jlong len) {
-  return withSession(QVS_LABEL(videoDecoderDecodeCodecConfig), classPtr, [&](TranscoderSession& session) -> jlong {
-    const MallocBytes block = copyBytes(env, buffer, offset, len);
-    if (!block) return kEntryFailure;
-    return session.videoDecoderDecodeCodecConfig(block.get(), 0, static_cast<uint32_t>(len));
-  });
+  return withSession(
+      QVS_LABEL(videoDecoderDecodeCodecConfig), classPtr, [&](TranscoderSession& session) -> jlong {
+        const MallocBytes block = copyBytes(env, buffer, offset, len);
+        if (!block) return kEntryFailure;
+        return session.videoDecoderDecodeCodecConfig(block.get(), 0, static_cast<uint32_t>(len));
+      });
 }
 
 QVS_NATIVE(videoDecoderAddFrame)
-(JNIEnv* env, jobject, jlong classPtr, jbyteArray buffer, jlong offset, jlong len, jlong timecode, jlong frameType) {
+(JNIEnv* env, jobject, jlong classPtr, jbyteArray buffer, jlong offset, jlong len, jlong timecode,
+ jlong frameType) {
   return withSession(QVS_LABEL(videoDecoderAddFrame), classPtr, [&](TranscoderSession& session) -> jlong {
     MallocBytes block = copyBytes(env, buffer, offset, len);
     if (!block) return kEntryFailure;
@@ -38,8 +40,8 @@ QVS_NATIVE(videoDecoderDecode)
     uint64_t timecode = std::numeric_limits<uint64_t>::max();
     TranscoderVideoDecoderFrameInfo info;
     std::vector<VideoFrameAncillaryData> ancillaryData;
-    const uint32_t result = session.videoDecoderDecode(static_cast<uint32_t>(decoderBufferIndex), &status, &timecode,
-                                                       ancillaryData, info);
+    const uint32_t result = session.videoDecoderDecode(static_cast<uint32_t>(decoderBufferIndex), &status,
+                                                       &timecode, ancillaryData, info);
     if (reportDecode(env, frameInfoObj, info, ancillaryData)) {
       writeHolder(env, decodeStatusObj, int64_t{status});
       writeHolder(env, timecodeObj, static_cast<int64_t>(timecode));
@@ -48,10 +50,12 @@ QVS_NATIVE(videoDecoderDecode)
   });
 }
 
-QVS_NATIVE(videoDecoderGetFrame)(JNIEnv* env, jobject, jlong classPtr, jlong decoderBufferIndex, jobject timecodeObj) {
+QVS_NATIVE(videoDecoderGetFrame)
+(JNIEnv* env, jobject, jlong classPtr, jlong decoderBufferIndex, jobject timecodeObj) {
   return withSession(QVS_LABEL(videoDecoderGetFrame), classPtr, [&](TranscoderSession& session) {
     uint64_t timecode = 0;
-    const uint32_t result = session.videoDecoderGetFrame(static_cast<uint32_t>(decoderBufferIndex), &timecode);
+    const uint32_t result =
+        session.videoDecoderGetFrame(static_cast<uint32_t>(decoderBufferIndex), &timecode);
     writeHolder(env, timecodeObj, static_cast<int64_t>(timecode));
     return result;
   });
@@ -59,8 +63,9 @@ QVS_NATIVE(videoDecoderGetFrame)(JNIEnv* env, jobject, jlong classPtr, jlong dec
 
 QVS_NATIVE(videoDecoderTransferFrameSingle)
 (JNIEnv*, jobject, jlong classPtr, jlong decoderFrameIndex, jlong encoderFrameIndex, jlong encoderIndex) {
-  return forward(QVS_LABEL(videoDecoderTransferFrameSingle), classPtr, &TranscoderSession::videoDecoderTransferFrame,
-                 decoderFrameIndex, encoderFrameIndex, encoderIndex);
+  return forward(QVS_LABEL(videoDecoderTransferFrameSingle), classPtr,
+                 &TranscoderSession::videoDecoderTransferFrame, decoderFrameIndex, encoderFrameIndex,
+                 encoderIndex);
 }
 
 QVS_NATIVE(videoDecoderTransferFrameStart)

@@ -17,7 +17,8 @@ jlong setRectangle(JNIEnv* env, const char* label, jlong classPtr, jlong setInde
     std::array<uint32_t, 4> values{};
     const IndexList given(env, rect, values.size());
     std::copy(given.get().begin(), given.get().end(), values.begin());
-    return (session.*operation)(static_cast<uint32_t>(setIndex), given.get().empty() ? nullptr : values.data());
+    return (session.*operation)(static_cast<uint32_t>(setIndex),
+                                given.get().empty() ? nullptr : values.data());
   });
   return 0;
 }
@@ -28,64 +29,69 @@ jlong setRectangle(JNIEnv* env, const char* label, jlong classPtr, jlong setInde
 using namespace qvs;
 
 QVS_NATIVE(videoEncoderBufferSetsCreate)(JNIEnv*, jobject, jlong classPtr, jlong setCount) {
-  return forward(QVS_LABEL(videoEncoderBufferSetsCreate), classPtr, &TranscoderSession::videoEncoderBufferSetsCreate,
-                 setCount);
+  return forward(QVS_LABEL(videoEncoderBufferSetsCreate), classPtr,
+                 &TranscoderSession::videoEncoderBufferSetsCreate, setCount);
 }
 
 QVS_NATIVE(videoEncoderBufferSetAlloc)(JNIEnv* env, jobject, jlong classPtr, jobject indexBuffer) {
-  return withSession(QVS_LABEL(videoEncoderBufferSetAlloc), classPtr, [&](TranscoderSession& session) -> jlong {
-    if (!readHolder(env, indexBuffer)) return kEntryFailure;
-    uint32_t index = 0;
-    const uint32_t result = session.videoEncoderBufferSetAlloc(&index);
-    if (result == kSuccess) writeHolder(env, indexBuffer, int64_t{index});
-    return result;
-  });
+  return withSession(QVS_LABEL(videoEncoderBufferSetAlloc), classPtr,
+                     [&](TranscoderSession& session) -> jlong {
+                       if (!readHolder(env, indexBuffer)) return kEntryFailure;
+                       uint32_t index = 0;
+                       const uint32_t result = session.videoEncoderBufferSetAlloc(&index);
+                       if (result == kSuccess) writeHolder(env, indexBuffer, int64_t{index});
+                       return result;
+                     });
 }
 
 QVS_NATIVE(videoEncoderBufferAdd)
 (JNIEnv*, jobject, jlong classPtr, jlong width, jlong height, jlong fitMode, jlong fourcc, jlong scaleMode,
  jlong indexBuffer) {
   if (classPtr == 0) return 0;
-  return forward(QVS_LABEL(videoEncoderBufferAdd), classPtr, &TranscoderSession::videoEncoderBufferAdd, width, height,
-                 fitMode, fourcc, scaleMode, indexBuffer);
+  return forward(QVS_LABEL(videoEncoderBufferAdd), classPtr, &TranscoderSession::videoEncoderBufferAdd, width,
+                 height, fitMode, fourcc, scaleMode, indexBuffer);
 }
 
 QVS_NATIVE(videoEncoderBufferAllocate)(JNIEnv*, jobject, jlong classPtr, jlong encoderBufferSetIndex) {
-  return withSession(QVS_LABEL(videoEncoderBufferAllocate), classPtr, [&](TranscoderSession& session) -> jlong {
-    uint32_t index = 0;
-    const uint32_t result = session.videoEncoderBufferAllocate(static_cast<uint32_t>(encoderBufferSetIndex), &index);
-    return result == kFailure ? kEntryFailure : jlong{index};
-  });
+  return withSession(
+      QVS_LABEL(videoEncoderBufferAllocate), classPtr, [&](TranscoderSession& session) -> jlong {
+        uint32_t index = 0;
+        const uint32_t result =
+            session.videoEncoderBufferAllocate(static_cast<uint32_t>(encoderBufferSetIndex), &index);
+        return result == kFailure ? kEntryFailure : jlong{index};
+      });
 }
 
 QVS_NATIVE(videoEncoderBufferAcquire)
 (JNIEnv*, jobject, jlong classPtr, jlong encoderBufferSetIndex, jlong encoderBufferIndex) {
-  return forward(QVS_LABEL(videoEncoderBufferAcquire), classPtr, &TranscoderSession::videoEncoderBufferAcquire,
-                 encoderBufferSetIndex, encoderBufferIndex);
+  return forward(QVS_LABEL(videoEncoderBufferAcquire), classPtr,
+                 &TranscoderSession::videoEncoderBufferAcquire, encoderBufferSetIndex, encoderBufferIndex);
 }
 
 QVS_NATIVE(videoEncoderBufferRelease)
 (JNIEnv*, jobject, jlong classPtr, jlong encoderBufferSetIndex, jlong encoderBufferIndex) {
-  return forward(QVS_LABEL(videoEncoderBufferRelease), classPtr, &TranscoderSession::videoEncoderBufferRelease,
-                 encoderBufferSetIndex, encoderBufferIndex);
+  return forward(QVS_LABEL(videoEncoderBufferRelease), classPtr,
+                 &TranscoderSession::videoEncoderBufferRelease, encoderBufferSetIndex, encoderBufferIndex);
 }
 
 QVS_NATIVE(videoEncoderBufferGetVideoFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong encoderBufferSetIndex, jlong encoderBufferIndex,
  jobject nativeVideoFrame) {
   const auto read = [&](TranscoderSession& session) {
-    return readPicture(env, nativeVideoFrame,
-                       [&](uint8_t** buffer, uint32_t* len, uint32_t* width, uint32_t* height, uint64_t* timecode) {
-                         return session.videoEncoderGetFrameBGRA(static_cast<uint32_t>(encoderBufferSetIndex),
-                                                                 static_cast<uint32_t>(encoderBufferIndex), buffer,
-                                                                 len, width, height, timecode);
-                       });
+    return readPicture(
+        env, nativeVideoFrame,
+        [&](uint8_t** buffer, uint32_t* len, uint32_t* width, uint32_t* height, uint64_t* timecode) {
+          return session.videoEncoderGetFrameBGRA(static_cast<uint32_t>(encoderBufferSetIndex),
+                                                  static_cast<uint32_t>(encoderBufferIndex), buffer, len,
+                                                  width, height, timecode);
+        });
   };
   return withSession(QVS_LABEL(videoEncoderBufferGetVideoFrame), classPtr, read, 0);
 }
 
 QVS_NATIVE(videoEncoderBufferSetOverlayVideoFrame)
-(JNIEnv* env, jobject, jlong classPtr, jlong encoderBufferSetIndex, jlong overlayIndex, jobject nativeVideoFrame) {
+(JNIEnv* env, jobject, jlong classPtr, jlong encoderBufferSetIndex, jlong overlayIndex,
+ jobject nativeVideoFrame) {
   withSession(QVS_LABEL(videoEncoderBufferSetOverlayVideoFrame), classPtr, [&](TranscoderSession& session) {
     return session.videoEncoderBufferSetOverlayVideoFrame(
         static_cast<uint32_t>(encoderBufferSetIndex), static_cast<uint32_t>(overlayIndex),
@@ -114,6 +120,6 @@ QVS_NATIVE(videoEncoderBufferSetPadding)
 
 QVS_NATIVE(videoEncoderBufferSetDestinationRect)
 (JNIEnv* env, jobject, jlong classPtr, jlong encoderBufferSetIndex, jlongArray rect) {
-  return setRectangle(env, QVS_LABEL(videoEncoderBufferSetDestinationRect), classPtr, encoderBufferSetIndex, rect,
-                      &TranscoderSession::videoEncoderSetDstRect);
+  return setRectangle(env, QVS_LABEL(videoEncoderBufferSetDestinationRect), classPtr, encoderBufferSetIndex,
+                      rect, &TranscoderSession::videoEncoderSetDstRect);
 }

@@ -7,12 +7,14 @@
 using namespace qvs;
 
 QVS_NATIVE(videoScalerCreate)(JNIEnv*, jobject, jlong classPtr, jlong fourcc, jlong bitDepth) {
-  return forward(QVS_LABEL(videoScalerCreate), classPtr, &TranscoderSession::videoScalerCreate, fourcc, bitDepth);
+  return forward(QVS_LABEL(videoScalerCreate), classPtr, &TranscoderSession::videoScalerCreate, fourcc,
+                 bitDepth);
 }
 
-QVS_NATIVE(videoScalerSetImplementation)(JNIEnv*, jobject, jlong classPtr, jlong implementation, jlong gpuid) {
-  return forward(QVS_LABEL(videoScalerSetImplementation), classPtr, &TranscoderSession::videoScalerSetImplementation2,
-                 implementation, gpuid);
+QVS_NATIVE(videoScalerSetImplementation)
+(JNIEnv*, jobject, jlong classPtr, jlong implementation, jlong gpuid) {
+  return forward(QVS_LABEL(videoScalerSetImplementation), classPtr,
+                 &TranscoderSession::videoScalerSetImplementation2, implementation, gpuid);
 }
 
 QVS_NATIVE(videoScalerSetFlags)(JNIEnv*, jobject, jlong classPtr, jlong flags) {
@@ -24,15 +26,15 @@ QVS_NATIVE(videoScalerSetFlags)(JNIEnv*, jobject, jlong classPtr, jlong flags) {
 
 QVS_NATIVE(videoScalerSetSource)
 (JNIEnv*, jobject, jlong classPtr, jlong width, jlong height, jdouble frameRate) {
-  return forward(QVS_LABEL(videoScalerSetSource), classPtr, &TranscoderSession::videoScalerSetSource, width, height,
-                 frameRate);
+  return forward(QVS_LABEL(videoScalerSetSource), classPtr, &TranscoderSession::videoScalerSetSource, width,
+                 height, frameRate);
 }
 
 QVS_NATIVE(videoScalerAddScaling)
 (JNIEnv*, jobject, jlong classPtr, jlong width, jlong height, jdouble frameRate, jlong scaleIndex,
  jboolean stableFramerate) {
-  return forward(QVS_LABEL(videoScalerAddScaling), classPtr, &TranscoderSession::videoScalerAddScaling, width, height,
-                 frameRate, scaleIndex, stableFramerate);
+  return forward(QVS_LABEL(videoScalerAddScaling), classPtr, &TranscoderSession::videoScalerAddScaling, width,
+                 height, frameRate, scaleIndex, stableFramerate);
 }
 
 QVS_NATIVE(videoScalerInitialize)(JNIEnv*, jobject, jlong classPtr) {

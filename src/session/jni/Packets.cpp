@@ -8,24 +8,30 @@
 namespace qvs {
 namespace {
 
-bool mustBeFreed(VideoFrameEncoded& frame) { return frame.isAllocated(); }
-bool mustBeFreed(AudioFrameEncoded&) { return true; }
+bool mustBeFreed(VideoFrameEncoded& frame) {
+  return frame.isAllocated();
+}
+bool mustBeFreed(AudioFrameEncoded&) {
+  return true;
+}
 
 JavaPacket packetOf(VideoFrameEncoded& frame) {
-  return {frame.getLen(), kPacketTypeVideo, frame.getTimecode(), frame.getTimecodeOffset(), frame.getFrameType()};
+  return {frame.getLen(), kPacketTypeVideo, frame.getTimecode(), frame.getTimecodeOffset(),
+          frame.getFrameType()};
 }
 
 JavaAudioPacket packetOf(AudioFrameEncoded& frame) {
-  return {frame.getLen(), kPacketTypeAudio, frame.getTimecode(), 0, frame.getSampleRate(), frame.getChannels()};
+  return {frame.getLen(),        kPacketTypeAudio,   frame.getTimecode(), 0,
+          frame.getSampleRate(), frame.getChannels()};
 }
 
-template <typename Record, size_t N, typename Frame>
-bool addPacketsOf(JNIEnv* env, jobject javaList, const JavaRecord<Record, N>& table, std::vector<Frame>& frames) {
+template <const auto& kTable, typename Frame>
+bool addPacketsOf(JNIEnv* env, jobject javaList, std::vector<Frame>& frames) {
   if (frames.empty()) return true;
   const JavaList list(env, javaList);
-  const LocalRef<jclass> cls = findClass(env, table.className);
+  const LocalRef<jclass> cls = findClass(env, kTable.className);
   const jmethodID init = findMethod(env, cls.get(), "<init>", "()V");
-  const RecordFields fields(env, cls.get(), table);
+  const RecordFields fields(env, cls.get(), kTable);
   if (!list || init == nullptr || !fields.complete()) return true;
 
   for (Frame& frame : frames) {
@@ -35,7 +41,7 @@ bool addPacketsOf(JNIEnv* env, jobject javaList, const JavaRecord<Record, N>& ta
     const LocalRef<jbyteArray> bytes = newByteArray(env, {frame.getBuffer(), frame.getLen()});
     if (!bytes) return false;
     fields.write(packet.get(), packetOf(frame));
-    env->SetObjectField(packet.get(), fields.id(table.index("buffer")), bytes.get());
+    env->SetObjectField(packet.get(), fields.id(kTable.index("buffer")), bytes.get());
     if (!list.add(packet.get())) return false;
   }
   return true;
@@ -54,11 +60,11 @@ template class OwnedFrames<VideoFrameEncoded>;
 template class OwnedFrames<AudioFrameEncoded>;
 
 bool addPackets(JNIEnv* env, jobject list, std::vector<VideoFrameEncoded>& frames) {
-  return addPacketsOf(env, list, kVideoPacket, frames);
+  return addPacketsOf<kVideoPacket>(env, list, frames);
 }
 
 bool addPackets(JNIEnv* env, jobject list, std::vector<AudioFrameEncoded>& frames) {
-  return addPacketsOf(env, list, kAudioPacket, frames);
+  return addPacketsOf<kAudioPacket>(env, list, frames);
 }
 
 }  // namespace qvs

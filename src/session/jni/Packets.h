@@ -25,8 +25,9 @@ class OwnedFrames {
   std::vector<Frame> frames;
 };
 
-/// Appends one packet per unit to a Java list, each with a copy of the bytes. False when it ended early because memory
-/// failed or the list refused; a list or class that can't be used leaves the list as it was and is no failure.
+/// Appends one packet per unit to a Java list, each with a copy of the bytes. False when it ended early
+/// because memory failed or the list refused; a list or class that can't be used leaves the list as it was
+/// and is no failure.
 bool addPackets(JNIEnv* env, jobject list, std::vector<VideoFrameEncoded>& frames);
 bool addPackets(JNIEnv* env, jobject list, std::vector<AudioFrameEncoded>& frames);
 

@@ -13,7 +13,8 @@
 
 namespace qvs {
 
-/// Moves a Java array of typed parameters to and from one stage, which is any class with the parameter operations.
+/// Moves a Java array of typed parameters to and from one stage, which is any class with the parameter
+/// operations.
 class ParameterArray {
  public:
   ParameterArray(JNIEnv* env, jobjectArray array);
@@ -45,10 +46,18 @@ class ParameterArray {
     JavaParameterValue value;
     fields.read(element, value);
     switch (value.dataType) {
-      case kParameterLong: stage.setParameterValue(value.settingIndex, value.lValue); break;
-      case kParameterDouble: stage.setParameterValue(value.settingIndex, value.dValue); break;
-      case kParameterLongArray: setList<int64_t>(stage, element, value.settingIndex); break;
-      case kParameterDoubleArray: setList<double>(stage, element, value.settingIndex); break;
+      case kParameterLong:
+        stage.setParameterValue(value.settingIndex, value.lValue);
+        break;
+      case kParameterDouble:
+        stage.setParameterValue(value.settingIndex, value.dValue);
+        break;
+      case kParameterLongArray:
+        setList<int64_t>(stage, element, value.settingIndex);
+        break;
+      case kParameterDoubleArray:
+        setList<double>(stage, element, value.settingIndex);
+        break;
     }
   }
 
@@ -59,11 +68,20 @@ class ParameterArray {
     uint32_t length = 0;
     value.dataType = stage.getParameterValueType(value.settingIndex, &length);
     switch (value.dataType) {
-      case kParameterUnknown: return;
-      case kParameterLong: stage.getParameterValue(value.settingIndex, &value.lValue); break;
-      case kParameterDouble: stage.getParameterValue(value.settingIndex, &value.dValue); break;
-      case kParameterLongArray: getList<int64_t>(stage, element, value.settingIndex, length); break;
-      case kParameterDoubleArray: getList<double>(stage, element, value.settingIndex, length); break;
+      case kParameterUnknown:
+        return;
+      case kParameterLong:
+        stage.getParameterValue(value.settingIndex, &value.lValue);
+        break;
+      case kParameterDouble:
+        stage.getParameterValue(value.settingIndex, &value.dValue);
+        break;
+      case kParameterLongArray:
+        getList<int64_t>(stage, element, value.settingIndex, length);
+        break;
+      case kParameterDoubleArray:
+        getList<double>(stage, element, value.settingIndex, length);
+        break;
     }
     fields.write(element, value);
   }

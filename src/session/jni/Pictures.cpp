@@ -16,16 +16,18 @@ std::unique_ptr<VideoOverlayFrame> convertToVideoOverlayFrame(JNIEnv* env, jobje
   JavaOverlayFrame overlay;
   fields.read(nativeVideoFrame, overlay);
 
-  const LocalRef<jobject> bytesField = objectField(env, nativeVideoFrame, fields.id(kOverlayFrame.index("bytes")));
+  const LocalRef<jobject> bytesField =
+      objectField(env, nativeVideoFrame, fields.id(kOverlayFrame.index("bytes")));
   const auto bytes = static_cast<jbyteArray>(bytesField.get());
   const jsize len = bytes != nullptr ? env->GetArrayLength(bytes) : 0;
   MallocBytes block = len > 0 ? copyBytes(env, bytes, 0, len) : nullptr;
   if (len > 0 && !block) return nullptr;
 
-  auto frame = std::make_unique<VideoOverlayFrame>(overlay.fourcc, block.release(), static_cast<uint32_t>(len),
-                                                   overlay.stride, overlay.frameStartOffset, overlay.width,
-                                                   overlay.height);
-  frame->setDestinationLocation(overlay.dstX, overlay.dstY, overlay.dstWidth, overlay.dstHeight, overlay.dstAlign);
+  auto frame = std::make_unique<VideoOverlayFrame>(overlay.fourcc, nullptr, 0, 0, 0, 0, 0);
+  frame->setFrame(overlay.fourcc, block.release(), static_cast<uint32_t>(len), overlay.stride,
+                  overlay.frameStartOffset, overlay.width, overlay.height);
+  frame->setDestinationLocation(overlay.dstX, overlay.dstY, overlay.dstWidth, overlay.dstHeight,
+                                overlay.dstAlign);
   return frame;
 }
 
@@ -41,7 +43,8 @@ jlong readPicture(JNIEnv* env, jobject nativeVideoFrame, const GetFrameBGRA& get
   if (len == 0 || picture.width == 0 || picture.height == 0) return 0;
   // The length that the session tells has 32 bits: a size that doesn't fit must not reach the pixels.
   const uint64_t bytesNeeded = uint64_t{picture.width} * picture.height * 4;
-  if (status != kSuccess || bytesNeeded != len || len > std::numeric_limits<jsize>::max()) return kEntryFailure;
+  if (status != kSuccess || bytesNeeded != len || len > std::numeric_limits<jsize>::max())
+    return kEntryFailure;
 
   const LocalRef<jbyteArray> array(env, env->NewByteArray(static_cast<jsize>(len)));
   if (!array) {

@@ -22,7 +22,8 @@ inline constexpr const char* kJavaList = "Ljava/util/List;";
 struct JavaLongHolder {
   int64_t value = 0;
 };
-inline constexpr JavaRecord<JavaLongHolder, 1> kLongHolder{nullptr, {{{"value", "J", &JavaLongHolder::value}}}};
+inline constexpr JavaRecord<JavaLongHolder, 1> kLongHolder{nullptr,
+                                                           {{{"value", "J", &JavaLongHolder::value}}}};
 
 /// A text out.
 struct JavaStringHolder {
@@ -187,13 +188,14 @@ struct JavaPacket {
   uint32_t frameType = 0;
 };
 inline constexpr const char* kPacketClass = "com/zarvo/qvs/transcoder/model/TranscoderPacket";
-inline constexpr JavaRecord<JavaPacket, 6> kVideoPacket{kPacketClass,
-                                                        {{{"buffer", "[B"},
-                                                          {"len", "J", &JavaPacket::len},
-                                                          {"type", "I", &JavaPacket::type},
-                                                          {"timecode", "J", &JavaPacket::timecode},
-                                                          {"timecodeOffset", "I", &JavaPacket::timecodeOffset},
-                                                          {"frameType", "I", &JavaPacket::frameType}}}};
+inline constexpr JavaRecord<JavaPacket, 6> kVideoPacket{
+    kPacketClass,
+    {{{"buffer", "[B"},
+      {"len", "J", &JavaPacket::len},
+      {"type", "I", &JavaPacket::type},
+      {"timecode", "J", &JavaPacket::timecode},
+      {"timecodeOffset", "I", &JavaPacket::timecodeOffset},
+      {"frameType", "I", &JavaPacket::frameType}}}};
 
 struct JavaAudioPacket {
   uint32_t len = 0;
@@ -240,7 +242,10 @@ inline constexpr JavaRecord<JavaThumbnailRequest, 17> kThumbnailRequest{
 struct JavaThumbnailPacket {};
 inline constexpr JavaRecord<JavaThumbnailPacket, 4> kThumbnailPacket{
     "com/zarvo/qvs/transcoder/thumbnailer/ThumbnailerRequestPacket",
-    {{{"packetData", "Ljava/nio/ByteBuffer;"}, {"timecode", "J"}, {"timecodeOffset", "J"}, {"frameType", "I"}}}};
+    {{{"packetData", "Ljava/nio/ByteBuffer;"},
+      {"timecode", "J"},
+      {"timecodeOffset", "J"},
+      {"frameType", "I"}}}};
 
 /// Calls `visit(name, table)` for every table; the name is that of the Java class, or of what stands for it.
 template <typename Visit>

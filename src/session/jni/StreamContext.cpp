@@ -12,7 +12,8 @@ void setMediaStreamContext(JNIEnv* env, jobject object, MediaStreamContext* cont
   const RecordFields fields(env, cls.get(), kStreamContext);
   for (size_t i = 0; !fields.complete() && i < kStreamContext.fields.size(); ++i) {
     if (fields.id(i) == nullptr) {
-      std::printf("videoDecoderGetCaptureInfo:setMediaStreamContext: %s missing\n", kStreamContext.fields[i].name);
+      std::printf("videoDecoderGetCaptureInfo:setMediaStreamContext: %s missing\n",
+                  kStreamContext.fields[i].name);
     }
   }
   fields.read(object, *context);
