@@ -21,6 +21,7 @@
 namespace qvs {
 
 class HardwareInspector;
+enum class PluginPath : uint32_t;
 struct TranscoderVideoDecoderCaptureInfo;
 
 /// The whole media pipeline of one stream. Runs on the caller's thread; calls on one road must not overlap,
@@ -227,21 +228,33 @@ class TranscoderSession : public TranscoderSessionBase {
   static constexpr size_t kPathSize = 512;
   using Path = std::array<char, kPathSize>;
 
+  /// What `initialize` does with the machine's inventory.
+  void initializeFrom(const HardwareInspector& inspector);
+
   HardwareAvailability availability;
 
  private:
+  // Beyond it a count is a mistake: the frames alone would take gigabytes before they hold a picture.
+  static constexpr uint32_t kPoolFramesMax = 65536;
+  static constexpr uint32_t kScalerTargetsMax = 8;
+
   void copyInventory(const HardwareInspector& inspector);
   void logInventory(const HardwareInspector& inspector);
-  char* pluginPath(int pathKind);
+  char* pluginPath(PluginPath path);
   bool isDecoderFrameSizeValid(uint32_t width, uint32_t height) const;
-  uint32_t fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t* timecode,
-                             std::vector<VideoFrameAncillaryData>& ancillaryData,
-                             TranscoderVideoDecoderFrameInfo& frameInfo);
+  void fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t* timecode,
+                         std::vector<VideoFrameAncillaryData>& ancillaryData,
+                         TranscoderVideoDecoderFrameInfo& info);
   void logFrameSize(const TranscoderVideoDecoderFrameInfo& info, const VideoFrameBuffer& frame);
   uint32_t reportFrameSizeOutOfRange(uint32_t width, uint32_t height);
   int32_t videoEncoderGetEncoderFrameIndex(uint32_t frameIndex) const;
+  void prepareFractionalFrames(VideoFrameBuffer& frame, std::span<const uint32_t> encoderBufferIndexes);
+  bool gatherScalerTargets(const VideoFrameBuffer& source, std::span<const uint32_t> encoderBufferIndexes);
+  bool isVideoEncoderSlot(int32_t indexEncoder) const;
+  void clearVideoEncoderSlot(int32_t indexEncoder);
   int32_t storeVideoEncoder(std::unique_ptr<IVideoEncoder> encoder, int32_t indexEncoder);
   AudioEncoderWrapper* audioEncoderWrapper(uint32_t indexEncoder);
+  static uint32_t resampleRendition(AudioEncoderWrapper& rendition);
 
   Path nativePath{};
   Path quicksyncPath{};

@@ -4,7 +4,7 @@
 #include <vpx/vpx_decoder.h>
 
 #include <array>
-#include <list>
+#include <vector>
 
 #include "video/decoders/ByteBlock.h"
 #include "video/decoders/VideoDecoderBase.h"
@@ -22,6 +22,7 @@ struct VPXDecodeUserData {
 class VideoDecoderVPX : public VideoDecoderBase {
  public:
   static constexpr uint32_t kCodec = 8;
+  static constexpr uint32_t kVersionVP9 = 9;  ///< every other version is taken for VP8
   static constexpr uint32_t kKeyDeinterlace = 0;
   static constexpr uint32_t kKeyDeinterlaceDoubleRate = 1;
 
@@ -50,8 +51,8 @@ class VideoDecoderVPX : public VideoDecoderBase {
  private:
   vpx_codec_iface_t* codecInterface() const;
   uint32_t* parameterField(uint32_t key);
-  uint32_t takeImages();
-  void copyPlanes(VideoFrameBuffer& target) const;
+  uint32_t takeImage();
+  void forgetImagePlanes();
   void reportImageFormat();
 
   vpx_codec_ctx_t decoderContext{};               ///< its `iface` is null while the decoder is closed

@@ -61,11 +61,6 @@ class VideoEncoderBufferStream {
   /// Frees all waiting units.
   void close();
 
-  /// Rewrites the start codes of an access unit to lengths, in place; gives its frame type, 0 for a unit of
-  /// no use.
-  static uint32_t processH264Frame(uint8_t* bytes, uint32_t len);
-  static uint32_t processH265Frame(uint8_t* bytes, uint32_t len);
-
  private:
   static VideoEncoderBufferStream& of(bufstream_tt* stream);
   static uint32_t usableBytes(bufstream_tt* stream);
@@ -77,10 +72,17 @@ class VideoEncoderBufferStream {
   static void done(bufstream_tt* stream, int32_t abort);
 
   struct Unit;
+  struct UnitTime {
+    uint64_t timecode;  ///< milliseconds
+    int64_t offset;     ///< milliseconds from decoding to presentation
+  };
+
   Unit allocateUnit(uint32_t size) const;
+  void releaseUnit(const Unit& unit) const;
   void announceUnit(int64_t startTime);
   void closeFrame(int64_t dtsMs, int64_t ptsMs);
-  VideoFrameEncoded stamped(uint8_t* bytes, uint32_t len, uint32_t frameType, int64_t dtsMs, int64_t ptsMs);
+  VideoFrameEncoded stamped(const Unit& unit, uint32_t len, uint32_t frameType, int64_t dtsMs, int64_t ptsMs);
+  UnitTime reorderedTime(int64_t dtsMs, int64_t ptsMs);
 
   std::unique_ptr<IConcurrentLock> lock;  ///< guards frames and frameTimecodes
   bufstream_tt stream{};

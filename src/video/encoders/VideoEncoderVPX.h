@@ -10,6 +10,7 @@
 #include "frames/VideoFrameEncoded.h"
 #include "video/encoders/VideoEncoderBase.h"
 #include "video/encoders/VPXEncodeWorker.h"
+#include "video/encoders/VPXPaddedImage.h"
 
 namespace qvs {
 
@@ -28,7 +29,8 @@ struct VPXEncoderUserData {
 class VideoEncoderVPX : public VideoEncoderBase {
  public:
   static constexpr uint32_t kCodec = 8;
-  static constexpr uint32_t kKeyFirst = 100000;
+  static constexpr uint32_t kVersionVP8 = 8;
+  static constexpr uint32_t kVersionVP9 = 9;  ///< every other version is taken for VP8
   static constexpr uint32_t kKeyCpuUsed = 100033;
   static constexpr uint32_t kKeyDeadline = 100034;
   static constexpr uint32_t kKeyThreadCount = 100100;
@@ -61,16 +63,13 @@ class VideoEncoderVPX : public VideoEncoderBase {
   const vpx_codec_ctx_t& getVPXCodec() const { return vpxCodec; }
 
  private:
-  struct ImageDeleter {
-    void operator()(vpx_image_t* image) const { vpx_img_free(image); }
-  };
+  struct Parameter;
 
   vpx_codec_iface_t* codecInterface() const;
   int32_t cpuUsedInForce() const;
-  bool isEncodable(const vpx_image_t& image);
-  const vpx_image_t* padded(const vpx_image_t& image);
+  void closeCodec();
+  bool isEncodable(const VPXEncodeJob& job);
   void encode(const VPXEncodeJob& job);
-  void takePackets();
   void takePacket(const vpx_codec_cx_pkt_t& packet);
   void waitForWorker() const;
 
@@ -87,10 +86,11 @@ class VideoEncoderVPX : public VideoEncoderBase {
   uint32_t threadCount = 0;
   uint32_t asynchronous = 0;
   uint32_t staticThreshold = 0;
+  uint32_t imageWidth = 0;  ///< as `initialize` found them
+  uint32_t imageHeight = 0;
   uint8_t showFrameError = 1;
-  std::unique_ptr<vpx_image_t, ImageDeleter>
-      paddedImage;                          ///< for odd sizes, whose last chroma column frames lack
-  std::unique_ptr<VPXEncodeWorker> worker;  ///< while asynchronous
+  VPXPaddedImage paddedImage;
+  std::unique_ptr<VPXEncodeWorker> worker;  ///< while asynchronous; all above from `frameCount` on is its own then
 };
 
 }  // namespace qvs
