@@ -1,0 +1,33 @@
+// Shows the record tables of the native boundary to a test in the virtual machine.
+
+#include <string>
+#include <vector>
+
+#include "session/jni/JavaArrays.h"
+#include "session/jni/Records.h"
+
+using namespace qvs;
+
+/// Rows "class field signature".
+extern "C" JNIEXPORT jobjectArray JNICALL Java_com_zarvo_qvs_transcoder_test_RecordTables_rows(JNIEnv* env,
+                                                                                               jclass) {
+  std::vector<std::string> rows;
+  forEachRecord([&](const char* name, const auto& table) {
+    for (const auto& field : table.fields)
+      rows.push_back(std::string(name) + ' ' + field.name + ' ' + field.signature);
+  });
+  const LocalRef<jclass> string = findClass(env, "java/lang/String");
+  const jobjectArray result = env->NewObjectArray(static_cast<jsize>(rows.size()), string.get(), nullptr);
+  for (size_t i = 0; result != nullptr && i < rows.size(); ++i) {
+    const LocalRef<jstring> row(env, env->NewStringUTF(rows[i].c_str()));
+    env->SetObjectArrayElement(result, static_cast<jsize>(i), row.get());
+    if (env->ExceptionCheck()) break;
+  }
+  return result;
+}
+
+/// What the bounds check of array parts answers.
+extern "C" JNIEXPORT jboolean JNICALL Java_com_zarvo_qvs_transcoder_test_RecordTables_within(
+    JNIEnv* env, jclass, jbyteArray array, jlong offset, jlong len) {
+  return arrayRange(env, array, offset, len).has_value() ? JNI_TRUE : JNI_FALSE;
+}
