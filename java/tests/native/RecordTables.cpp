@@ -5,6 +5,7 @@
 
 #include "session/jni/JavaArrays.h"
 #include "session/jni/Records.h"
+#include "session/JNIAllocator.h"
 
 using namespace qvs;
 
@@ -30,4 +31,16 @@ extern "C" JNIEXPORT jobjectArray JNICALL Java_com_zarvo_qvs_transcoder_test_Rec
 extern "C" JNIEXPORT jboolean JNICALL Java_com_zarvo_qvs_transcoder_test_RecordTables_within(
     JNIEnv* env, jclass, jbyteArray array, jlong offset, jlong len) {
   return arrayRange(env, array, offset, len).has_value() ? JNI_TRUE : JNI_FALSE;
+}
+
+/// An array of the allocator with its bytes counted up from 0; null where there is none.
+extern "C" JNIEXPORT jbyteArray JNICALL
+Java_com_zarvo_qvs_transcoder_test_RecordTables_allocated(JNIEnv* env, jclass, jlong size) {
+  JNIAllocator allocator(env);
+  void* array = allocator.byteArrayNew(static_cast<uint32_t>(size));
+  uint8_t* bytes = array != nullptr ? allocator.byteArrayLock(array) : nullptr;
+  if (bytes == nullptr) return nullptr;
+  for (jlong i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(i);
+  allocator.byteArrayUnlock(array, bytes);
+  return static_cast<jbyteArray>(array);
 }

@@ -1,6 +1,6 @@
 // Life of the library and of sessions.
 
-#include <new>
+#include <memory>
 #include <vector>
 
 #include "hardware/HardwareInspector.h"

@@ -13,4 +13,7 @@ final class RecordTables {
 
   /** Whether the native bounds check takes this part of the array. */
   static native boolean within(byte[] array, long offset, long len);
+
+  /** An array made by the native allocator of Java arrays, bytes counted up from 0; null where memory failed. */
+  static native byte[] allocated(long size);
 }

@@ -1,6 +1,7 @@
 package com.zarvo.qvs.transcoder.test;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertNull;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import java.lang.reflect.Field;
@@ -52,5 +53,15 @@ class RecordTablesTest {
       assertTrue(!RecordTables.within(ten, part[0], part[1]), () -> part[0] + " + " + part[1]);
     }
     assertTrue(!RecordTables.within(null, 0, 1));
+  }
+
+  @Test
+  void nativeAllocatorWritesIntoJavaArrays() {
+    byte[] array = RecordTables.allocated(300);
+    assertEquals(300, array.length);
+    for (int i = 0; i < 300; ++i) assertEquals((byte) i, array[i]);
+    assertEquals(0, RecordTables.allocated(0).length);
+    assertNull(RecordTables.allocated(1L << 31), "longer than a Java array");
+    assertNull(RecordTables.allocated(Integer.MAX_VALUE), "more than the heap");
   }
 }
