@@ -129,7 +129,7 @@ final class TranscodeSession implements AutoCloseable {
 
   private void wireDecoder() throws HostException {
     VideoCodec codec = settings.codec();
-    String what = "no decoder for " + codec.codecName;
+    String what = settings.name() + ": no decoder for " + codec.codecName;
     check(videoDecoderCreate(session, 0, codec.id, codec.version, BIT_DEPTH, 0, FOURCC_YV12, context("")), what);
     check(videoDecoderApplyParameters(session), what);
     videoDecoderSetGPUID(session, -1);
