@@ -20,7 +20,7 @@ import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
 
 /** "demo": makes a source and a logo and turns them into a ladder of three renditions. */
-@Command(name = "demo", mixinStandardHelpOptions = true, description = "Makes an input and transcodes it into a ladder with a logo.")
+@Command(name = "demo", description = "Makes an input and transcodes it into a ladder with a logo.")
 final class DemoCommand implements Callable<Integer> {
   private static final int SOURCE_WIDTH = 1280;
   private static final int SOURCE_HEIGHT = 720;

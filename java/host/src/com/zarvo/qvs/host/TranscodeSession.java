@@ -188,6 +188,7 @@ final class TranscodeSession implements AutoCloseable {
       for (RenditionRoad road : roads) road.scaleFrom(decoderPicture, time);
       // The smallest rendition is done first, so it is asked first and gets its next picture while others work.
       for (int i = roads.size() - 1; i >= 0; i--) roads.get(i).encode(time);
+      for (RenditionRoad road : roads) road.showPreview(time);
     } finally {
       for (RenditionRoad road : roads) road.releaseTarget();
     }
