@@ -85,6 +85,8 @@ final class TranscodeSession implements AutoCloseable {
   /** Takes one coded packet through the whole road. The timecode must be new for this session. */
   void push(MediaPacket packet, long packetTimecode) throws HostException, IOException {
     byte[] data = packet.data();
+    // Containers keep empty packets where a live encoder dropped a picture.
+    if (data.length == 0) return;
     long type = packet.key() ? RenditionRoad.FRAME_KEY : RenditionRoad.FRAME_INTER;
     check(videoDecoderAddFrame(session, data, 0, data.length, packetTimecode, type), "a packet was refused");
     for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
