@@ -1,4 +1,7 @@
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
+#include <new>
 
 #include "audio/IAudioResampler.h"
 #include "frames/AudioSampleBuffer.h"
@@ -13,6 +16,24 @@ namespace {
 uint32_t missingBlock(const char* label) {
   std::printf("%s: audioSampleBuffer missing\n", label);
   return kFailure;
+}
+
+std::unique_ptr<AudioSampleBuffer> deepCopy(const AudioSampleBuffer& block) {
+  auto copy = std::make_unique<AudioSampleBuffer>();
+  if (block.getBuffer() != nullptr) {
+    if (copy->allocBuffer(block.getSampleCount(), block.getChannels(), block.getSampleRate()) != kSuccess) {
+      throw std::bad_alloc();
+    }
+    std::memcpy(copy->getBuffer(), block.getBuffer(), std::min(block.getLen(), copy->getLen()));
+  }
+  copy->setLen(std::min(block.getLen(), copy->getLen()));
+  copy->setSampleCount(block.getSampleCount());
+  copy->setSampleIndex(block.getSampleIndex());
+  copy->setChannels(block.getChannels());
+  copy->setSampleRate(block.getSampleRate());
+  copy->setFormat(block.getFormat());
+  copy->setTimecode(block.getTimecode());
+  return copy;
 }
 
 }  // namespace
@@ -72,8 +93,8 @@ uint32_t TranscoderSession::audioDecoderDecodeFirstFrame(uint8_t* buffer, uint32
                  [&](auto& stage) { return stage.decodeFirstFrame(buffer, offset, len); });
 }
 
-uint32_t TranscoderSession::audioDecoderDecodeFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
-                                                    uint32_t indexBuffer) {
+uint32_t TranscoderSession::audioDecoderDecodeFrame(uint8_t* buffer, uint32_t offset, uint32_t len,
+                                                    uint64_t timecode, uint32_t indexBuffer) {
   constexpr const char* kLabel = "TranscoderSession::audioDecoderDecodeFrame";
   return forward(kLabel, getAudioDecoder(), [&](auto& stage) -> uint32_t {
     AudioSampleBuffer* block = audioDecoderBuffers.getAudioSampleBuffer(indexBuffer);
@@ -82,7 +103,8 @@ uint32_t TranscoderSession::audioDecoderDecodeFrame(uint8_t* buffer, uint32_t of
   });
 }
 
-uint32_t TranscoderSession::audioDecoderCaptureFrame(uint32_t indexBuffer, uint32_t* decodeStatus, int64_t* timecode) {
+uint32_t TranscoderSession::audioDecoderCaptureFrame(uint32_t indexBuffer, uint32_t* decodeStatus,
+                                                     int64_t* timecode) {
   constexpr const char* kLabel = "TranscoderSession::audioDecoderCaptureFrame";
   return forward(kLabel, getAudioDecoder(), [&](auto& stage) -> uint32_t {
     AudioSampleBuffer* block = audioDecoderBuffers.getAudioSampleBuffer(indexBuffer);
@@ -134,7 +156,8 @@ uint32_t TranscoderSession::audioEncoderInitialize(uint32_t indexEncoder) {
                  [&](auto& stage) { return stage.initialize(); });
 }
 
-uint32_t TranscoderSession::audioEncoderGetHeaders(uint32_t indexEncoder, std::vector<AudioFrameEncoded>& frames) {
+uint32_t TranscoderSession::audioEncoderGetHeaders(uint32_t indexEncoder,
+                                                   std::vector<AudioFrameEncoded>& frames) {
   return forward("TranscoderSession::audioEncoderGetHeaders", getAudioEncoder(indexEncoder),
                  [&](auto& stage) { return stage.getHeaders(frames); });
 }
@@ -148,7 +171,7 @@ uint32_t TranscoderSession::audioEncoderEncodeBufferStart(uint32_t indexEncoder,
                  [&](AudioEncoderWrapper& rendition) -> uint32_t {
                    const AudioSampleBuffer* block = audioDecoderBuffers.getAudioSampleBuffer(indexBuffer);
                    if (block == nullptr) return kFailure;
-                   rendition.encodeAudioBuffer = std::make_unique<AudioSampleBuffer>(*block);
+                   rendition.encodeAudioBuffer = deepCopy(*block);
                    return kSuccess;
                  });
 }

@@ -11,6 +11,7 @@ namespace qvs {
 enum class PlaneFamily : uint8_t {
   kPacked,
   kPlanar420,
+  kImc,  ///< planar 4:2:0 whose chroma begins at a multiple of 16 rows
   kTwoPlane420,
   kPlanar422,
   kTwoPlane422,

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "frames/geometry/FitPlacement.h"
 #include "mc_frame.h"
 #include "mc_ucc.h"
 
@@ -21,5 +22,8 @@ void setUCCColorimetry(ucc_frame_t* frame);
 /// the system's colorimetry. 1 on success; 0, with `*view` untouched, for a format without a converter name.
 /// Does not own the pixels.
 uint32_t uccViewOfFrame(ucc_frame_t* view, const frame_tt& frame);
+
+/// The same for a rectangle inside of the picture, with its corner on a whole chroma sample and macropixel.
+uint32_t uccViewOfRect(ucc_frame_t* view, const frame_tt& frame, const PixelRect& rect);
 
 }  // namespace qvs

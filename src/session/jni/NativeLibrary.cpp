@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "hardware/HardwareInspector.h"
+#include "hardware/IntelDRMSingleton.h"
 #include "log/LogGlobalLogger.h"
 #include "session/jni/Holders.h"
 #include "session/jni/NativeEntry.h"
@@ -11,6 +12,8 @@
 #include "session/jni/StreamContext.h"
 #include "session/jni/Utf.h"
 #include "session/TranscoderSessionNotifyManager.h"
+#include "video/encoders/VideoEncoderH26XNVENCLock.h"
+#include "video/scaling/device/CudaWrapper.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
 namespace qvs {
@@ -57,8 +60,11 @@ QVS_NATIVE(nativeInitialize)(JNIEnv*, jobject) {
         // Singletons are made here, one after the other, so that no two threads race to make one. The
         // inventory looks at what the steps before it have loaded.
         LogGlobalLogger::getLogger();
+        IntelDRMSingleton::getInstance();
+        cudaWrapperInit();
         VideoFrameIntrinsicScalerSingleton::getInstance()->initialize();
         HardwareInspector::getInstance()->inspect();
+        VideoEncoderH26XNVENCLock::getInstance();
         TranscoderSessionNotifyManager::getInstance();
         return 0;
       },

@@ -23,7 +23,8 @@ void VPXUtils::mem_put_le32(char* mem, unsigned int value) {
 }
 
 void VPXUtils::write_ivf_file_header(FILE* file, const vpx_codec_enc_cfg_t* cfg, int frameCount) {
-  std::printf("write_ivf_file_header: %d:%d:%d\n", static_cast<int>(cfg->g_w), static_cast<int>(cfg->g_h), frameCount);
+  std::printf("write_ivf_file_header: %d:%d:%d\n", static_cast<int>(cfg->g_w), static_cast<int>(cfg->g_h),
+              frameCount);
   if (cfg->g_pass == VPX_RC_FIRST_PASS) return;
 
   char header[kFileHeaderSize] = {};

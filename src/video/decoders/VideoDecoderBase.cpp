@@ -42,9 +42,13 @@ uint32_t VideoDecoderBase::setCaptureDevice(int32_t deviceId) {
   return 0;
 }
 
-uint32_t VideoDecoderBase::decode(uint32_t*) { return 1; }
+uint32_t VideoDecoderBase::decode(uint32_t*) {
+  return 1;
+}
 
-uint32_t VideoDecoderBase::decode(uint32_t* flags, uint8_t) { return decode(flags); }
+uint32_t VideoDecoderBase::decode(uint32_t* flags, uint8_t) {
+  return decode(flags);
+}
 
 void VideoDecoderBase::setNativePath(char*) {}
 
@@ -60,7 +64,9 @@ uint32_t VideoDecoderBase::getDecoderCaptureInfo(TranscoderVideoDecoderCaptureIn
   return 0;
 }
 
-ILogger* VideoDecoderBase::getLogger() const { return loggerOrGlobal(logger); }
+ILogger* VideoDecoderBase::getLogger() const {
+  return loggerOrGlobal(logger);
+}
 
 VideoDecoderBase::Bytes VideoDecoderBase::withStartCode(const uint8_t* bytes, uint32_t len) {
   auto spliced = std::make_unique<uint8_t[]>(size_t{kStartCodeLen} + len);

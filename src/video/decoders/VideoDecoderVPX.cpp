@@ -19,7 +19,9 @@ VideoDecoderVPX::VideoDecoderVPX() {
   bufferList.reserve(1);
 }
 
-VideoDecoderVPX::~VideoDecoderVPX() { VideoDecoderVPX::close(); }
+VideoDecoderVPX::~VideoDecoderVPX() {
+  VideoDecoderVPX::close();
+}
 
 vpx_codec_iface_t* VideoDecoderVPX::codecInterface() const {
   return codecVersion == kVersionVP9 ? vpx_codec_vp9_dx() : vpx_codec_vp8_dx();
@@ -30,16 +32,19 @@ uint32_t VideoDecoderVPX::initialize() {
     close();
     vpx_codec_iface_t* codecInterface = this->codecInterface();
     const char* name = vpx_codec_iface_name(codecInterface);
-    if (vpx_codec_dec_init(&decoderContext, codecInterface, nullptr, VPX_CODEC_USE_FRAME_THREADING) != VPX_CODEC_OK) {
-      getLogger()->warn(kLogContextVideoDecoder, 0,
-                        fmt::format("VideoDecoderVPX.initialize[{{context}}]: Error initializing VPX decoder: error: {}"
-                                    " version: {}",
-                                    static_cast<int>(decoderContext.err), name));
+    if (vpx_codec_dec_init(&decoderContext, codecInterface, nullptr, VPX_CODEC_USE_FRAME_THREADING) !=
+        VPX_CODEC_OK) {
+      getLogger()->warn(
+          kLogContextVideoDecoder, 0,
+          fmt::format("VideoDecoderVPX.initialize[{{context}}]: Error initializing VPX decoder: error: {}"
+                      " version: {}",
+                      static_cast<int>(decoderContext.err), name));
       decoderContext = {};
       return kFailure;
     }
-    getLogger()->info(kLogContextVideoDecoder, 0,
-                      fmt::format("VideoDecoderVPX.initialize[{{context}}]: Initialize VPX decoder: {}", name));
+    getLogger()->info(
+        kLogContextVideoDecoder, 0,
+        fmt::format("VideoDecoderVPX.initialize[{{context}}]: Initialize VPX decoder: {}", name));
     return kSuccess;
   });
 }
@@ -106,10 +111,10 @@ uint32_t VideoDecoderVPX::getDecodedFrameSize(uint32_t* frameWidthOut, uint32_t*
 
 uint32_t VideoDecoderVPX::getDecodedFrame(VideoFrameBuffer& target) {
   return guarded("VideoDecoderVPX::getDecodedFrame", [&]() -> uint32_t {
-    if (decodedImage.fmt == VPX_IMG_FMT_I420) {
-      VPXImageCopy::copy(decodedImage, target);
-    } else {
-      reportImageFormat();
+    if (decodedImage.fmt != VPX_IMG_FMT_I420) {
+      reportFormat("Image format is not supported: ", static_cast<uint32_t>(decodedImage.fmt));
+    } else if (!VPXImageCopy::copy(decodedImage, target)) {
+      reportFormat("Frame format is not supported: ", target.getFourCC());
     }
     if (decodedImage.user_priv != nullptr) {
       const auto& sent = *static_cast<const VPXDecodeUserData*>(decodedImage.user_priv);
@@ -130,12 +135,11 @@ uint32_t VideoDecoderVPX::getDecodedFrame(VideoFrameBuffer& target) {
   });
 }
 
-void VideoDecoderVPX::reportImageFormat() {
+void VideoDecoderVPX::reportFormat(const char* text, uint32_t format) {
   if (showImageFormatError == 0) return;
   showImageFormatError = 0;
   getLogger()->warn(kLogContextVideoDecoder, 0,
-                    fmt::format("VideoDecoderVPX.getDecodedFrame[{{context}}]: Image format is not supported: {}",
-                                static_cast<int>(decodedImage.fmt)));
+                    fmt::format("VideoDecoderVPX.getDecodedFrame[{{context}}]: {}{}", text, format));
 }
 
 uint32_t* VideoDecoderVPX::parameterField(uint32_t key) {

@@ -53,10 +53,10 @@ class VideoDecoderVPX : public VideoDecoderBase {
   uint32_t* parameterField(uint32_t key);
   uint32_t takeImage();
   void forgetImagePlanes();
-  void reportImageFormat();
+  void reportFormat(const char* text, uint32_t format);
 
   vpx_codec_ctx_t decoderContext{};               ///< its `iface` is null while the decoder is closed
-  std::list<ByteBlock> bufferList;                ///< at most one block
+  std::vector<ByteBlock> bufferList;              ///< at most one block
   uint64_t frameCount = 0;                        ///< units given to libvpx
   std::array<VPXDecodeUserData, 128> userData{};  ///< only the first serves: one frame is in flight at a time
   uint8_t showImageFormatError = 1;

@@ -30,7 +30,9 @@ struct NalSyntax {
 constexpr NalSyntax kH264 = {0, 31, 9, 5, {5, 7, 8}, 10};
 constexpr NalSyntax kH265 = {1, 63, 35, 6, {19, 20}, -1};
 
-bool isStartCode(const uint8_t* bytes) { return bytes[0] == 0 && bytes[1] == 0 && bytes[2] == 0 && bytes[3] == 1; }
+bool isStartCode(const uint8_t* bytes) {
+  return bytes[0] == 0 && bytes[1] == 0 && bytes[2] == 0 && bytes[3] == 1;
+}
 
 /// Start of a start code that covers position `at`, or kNone.
 int64_t startCodeAround(std::span<const uint8_t> bytes, int64_t at) {
@@ -47,17 +49,20 @@ uint32_t delimiterType(uint8_t body, uint32_t current) {
 
 /// The frame type after the unit whose start code is at `start`.
 uint32_t classify(std::span<const uint8_t> bytes, int64_t start, const NalSyntax& syntax, uint32_t current) {
-  const uint8_t type = bytes[static_cast<size_t>(start + kStartCodeLen)] >> syntax.typeShift & syntax.typeMask;
+  const uint8_t type =
+      bytes[static_cast<size_t>(start + kStartCodeLen)] >> syntax.typeShift & syntax.typeMask;
   if (type == syntax.delimiter) {
     const auto body = static_cast<size_t>(start + syntax.delimiterBodyOffset);
     return body < bytes.size() ? delimiterType(bytes[body], current) : current;
   }
-  if (std::find(syntax.keyTypes.begin(), syntax.keyTypes.end(), type) != syntax.keyTypes.end()) return kTypeKey;
+  if (std::find(syntax.keyTypes.begin(), syntax.keyTypes.end(), type) != syntax.keyTypes.end())
+    return kTypeKey;
   return type == syntax.endOfSequence ? kTypeUnusable : current;
 }
 
 void writeLength(std::span<uint8_t> bytes, int64_t start, int64_t end) {
-  BufferUtils::intToBuffer(static_cast<uint32_t>(end - start - kStartCodeLen), &bytes[static_cast<size_t>(start)]);
+  BufferUtils::intToBuffer(static_cast<uint32_t>(end - start - kStartCodeLen),
+                           &bytes[static_cast<size_t>(start)]);
 }
 
 uint32_t process(std::span<uint8_t> bytes, const NalSyntax& syntax) {
@@ -80,8 +85,12 @@ uint32_t process(std::span<uint8_t> bytes, const NalSyntax& syntax) {
 
 }  // namespace
 
-uint32_t NalUnits::processH264Frame(uint8_t* bytes, uint32_t len) { return process({bytes, len}, kH264); }
+uint32_t NalUnits::processH264Frame(uint8_t* bytes, uint32_t len) {
+  return process({bytes, len}, kH264);
+}
 
-uint32_t NalUnits::processH265Frame(uint8_t* bytes, uint32_t len) { return process({bytes, len}, kH265); }
+uint32_t NalUnits::processH265Frame(uint8_t* bytes, uint32_t len) {
+  return process({bytes, len}, kH265);
+}
 
 }  // namespace qvs

@@ -33,7 +33,8 @@ void VPXEncodeWorker::wait() {
     std::unique_lock guard(mutex);
     changed.wait(guard, [this] { return state == State::kIdle; });
   }
-  // The token's end pushes the frame on its pool's free list; doing it here keeps pools on their session's thread.
+  // The token's end pushes the frame on its pool's free list; doing it here keeps pools on their session's
+  // thread.
   job.hold.reset();
 }
 

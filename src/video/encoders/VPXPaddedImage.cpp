@@ -18,7 +18,8 @@ struct PlaneSize {
   unsigned int height;
 };
 
-void copyPlane(const vpx_image_t& source, const vpx_image_t& target, int plane, PlaneSize have, PlaneSize want) {
+void copyPlane(const vpx_image_t& source, const vpx_image_t& target, int plane, PlaneSize have,
+               PlaneSize want) {
   for (unsigned int row = 0; row < want.height; ++row) {
     uint8_t* to = target.planes[plane] + static_cast<ptrdiff_t>(row) * target.stride[plane];
     if (have.width == 0 || have.height == 0) {
@@ -26,7 +27,8 @@ void copyPlane(const vpx_image_t& source, const vpx_image_t& target, int plane, 
       continue;
     }
     const unsigned int sourceRow = std::min(row, have.height - 1);
-    std::memcpy(to, source.planes[plane] + static_cast<ptrdiff_t>(sourceRow) * source.stride[plane], have.width);
+    std::memcpy(to, source.planes[plane] + static_cast<ptrdiff_t>(sourceRow) * source.stride[plane],
+                have.width);
     std::memset(to + have.width, to[have.width - 1], want.width - have.width);
   }
 }

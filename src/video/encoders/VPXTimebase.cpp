@@ -8,7 +8,9 @@ namespace {
 
 constexpr double kMaxFrameRate = 200000.0;  // times 10000 must fit an int
 
-int rounded(double value) { return static_cast<int>(value + 0.5); }
+int rounded(double value) {
+  return static_cast<int>(value + 0.5);
+}
 
 vpx_rational_t simplest(double frameRate) {
   const int whole = rounded(frameRate);

@@ -9,10 +9,14 @@ void VideoEncoderBase::setCodecAndVersion(uint32_t codecId, uint32_t version) {
   codecVersion = version;
 }
 
-uint32_t VideoEncoderBase::skipFrame(VideoFrameBuffer&, uint32_t, uint64_t) { return 0; }
+uint32_t VideoEncoderBase::skipFrame(VideoFrameBuffer&, uint32_t, uint64_t) {
+  return 0;
+}
 
 void VideoEncoderBase::setNativePath(char*) {}
 
-ILogger* VideoEncoderBase::getLogger() const { return loggerOrGlobal(logger); }
+ILogger* VideoEncoderBase::getLogger() const {
+  return loggerOrGlobal(logger);
+}
 
 }  // namespace qvs

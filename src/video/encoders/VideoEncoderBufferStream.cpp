@@ -26,7 +26,8 @@ struct VideoEncoderBufferStream::Unit {
 };
 
 VideoEncoderBufferStream::VideoEncoderBufferStream()
-    : lock(ConcurrentLockFactory::newConcurrentLock()), buffer(std::make_unique<uint8_t[]>(kDefaultBufferSize)) {
+    : lock(ConcurrentLockFactory::newConcurrentLock()),
+      buffer(std::make_unique<uint8_t[]>(kDefaultBufferSize)) {
   stream.usable_bytes = usableBytes;
   stream.request = request;
   stream.confirm = confirm;
@@ -96,7 +97,9 @@ VideoEncoderBufferStream& VideoEncoderBufferStream::of(bufstream_tt* stream) {
   return *static_cast<VideoEncoderBufferStream*>(stream->Buf_IO_struct);
 }
 
-uint32_t VideoEncoderBufferStream::usableBytes(bufstream_tt* stream) { return of(stream).ptr; }
+uint32_t VideoEncoderBufferStream::usableBytes(bufstream_tt* stream) {
+  return of(stream).ptr;
+}
 
 uint8_t* VideoEncoderBufferStream::request(bufstream_tt* stream, uint32_t) {
   VideoEncoderBufferStream& self = of(stream);
@@ -118,9 +121,12 @@ uint32_t VideoEncoderBufferStream::copyBytes(bufstream_tt* stream, uint8_t* sour
   return size;
 }
 
-uint32_t VideoEncoderBufferStream::chunkSize(bufstream_tt* stream) { return of(stream).buffSize - of(stream).ptr; }
+uint32_t VideoEncoderBufferStream::chunkSize(bufstream_tt* stream) {
+  return of(stream).buffSize - of(stream).ptr;
+}
 
-uint32_t VideoEncoderBufferStream::auxInfo(bufstream_tt* stream, uint32_t, uint32_t code, void* info, uint32_t) {
+uint32_t VideoEncoderBufferStream::auxInfo(bufstream_tt* stream, uint32_t, uint32_t code, void* info,
+                                           uint32_t) {
   VideoEncoderBufferStream& self = of(stream);
   if (code == STREAM_RESET_CODE) {
     self.ptr = 0;
@@ -169,8 +175,8 @@ void VideoEncoderBufferStream::closeFrame(int64_t dtsMs, int64_t ptsMs) {
   const Unit unit = allocateUnit(len);
   if (unit.bytes == nullptr) return;
   std::memcpy(unit.bytes, buffer.get(), len);
-  const uint32_t frameType =
-      codec == kCodecH265 ? NalUnits::processH265Frame(unit.bytes, len) : NalUnits::processH264Frame(unit.bytes, len);
+  const uint32_t frameType = codec == kCodecH265 ? NalUnits::processH265Frame(unit.bytes, len)
+                                                 : NalUnits::processH264Frame(unit.bytes, len);
   bool kept = false;
   if (frameType != 0) {
     guarded("VideoEncoderBufferStream::closeFrame", [&] {
@@ -179,12 +185,13 @@ void VideoEncoderBufferStream::closeFrame(int64_t dtsMs, int64_t ptsMs) {
       kept = true;
     });
   }
-  if (unit.handle != nullptr && byteArrayUnlock != nullptr) byteArrayUnlock(allocHostPtr, unit.handle, unit.bytes);
+  if (unit.handle != nullptr && byteArrayUnlock != nullptr)
+    byteArrayUnlock(allocHostPtr, unit.handle, unit.bytes);
   if (!kept) releaseUnit(unit);
 }
 
-VideoFrameEncoded VideoEncoderBufferStream::stamped(const Unit& unit, uint32_t len, uint32_t frameType, int64_t dtsMs,
-                                                    int64_t ptsMs) {
+VideoFrameEncoded VideoEncoderBufferStream::stamped(const Unit& unit, uint32_t len, uint32_t frameType,
+                                                    int64_t dtsMs, int64_t ptsMs) {
   const UnitTime time = isBFrames != 0 ? reorderedTime(dtsMs, ptsMs) : UnitTime{pendingTimecode, 0};
   VideoFrameEncoded frame(unit.bytes, len, time.timecode, time.offset, frameType, unit.handle == nullptr);
   frame.setNBuffer(unit.handle);

@@ -26,7 +26,9 @@ constexpr uint32_t kFrameTypePredicted = 2;
 
 }  // namespace
 
-VideoEncoderVPX::VideoEncoderVPX() { codec = kCodec; }
+VideoEncoderVPX::VideoEncoderVPX() {
+  codec = kCodec;
+}
 
 VideoEncoderVPX::~VideoEncoderVPX() {
   guarded("VideoEncoderVPX::destructor", [&] {
@@ -76,7 +78,9 @@ uint32_t VideoEncoderVPX::setBitrate(uint32_t bitrate) {
   return kSuccess;
 }
 
-uint32_t VideoEncoderVPX::updateBitrate(uint32_t) { return kSuccess; }
+uint32_t VideoEncoderVPX::updateBitrate(uint32_t) {
+  return kSuccess;
+}
 
 uint32_t VideoEncoderVPX::setKeyFrameFollow(uint8_t) {
   vpxConfig.kf_mode = VPX_KF_DISABLED;
@@ -145,22 +149,24 @@ void VideoEncoderVPX::encode(const VPXEncodeJob& job) {
   const vpx_enc_frame_flags_t flags = job.frameType == kFrameTypeKey ? VPX_EFLAG_FORCE_KF : 0;
   const vpx_image_t* image = paddedImage.cover(job.image);
   // A frame that libvpx refuses is dropped.
-  if (vpx_codec_encode(&vpxCodec, image, pts, 1, flags, static_cast<unsigned long>(deadline)) != VPX_CODEC_OK) return;
+  if (vpx_codec_encode(&vpxCodec, image, pts, 1, flags, static_cast<unsigned long>(deadline)) != VPX_CODEC_OK)
+    return;
   vpx_codec_iter_t iterator = nullptr;
   while (const vpx_codec_cx_pkt_t* packet = vpx_codec_get_cx_data(&vpxCodec, &iterator)) takePacket(*packet);
 }
 
 bool VideoEncoderVPX::isEncodable(const VPXEncodeJob& job) {
   const vpx_image_t& image = job.image;
-  const bool planar = job.fourcc == fourcc("YV12") || job.fourcc == fourcc("I420");
+  const bool planar = job.fourcc == kFourCCYV12 || job.fourcc == kFourCCI420;
   const bool whole = image.planes[0] != nullptr && image.planes[1] != nullptr && image.planes[2] != nullptr;
   if (planar && whole && image.d_w == imageWidth && image.d_h == imageHeight) return true;
   if (showFrameError != 0) {
     showFrameError = 0;
     getLogger()->error(
         kLogContextVideoEncoder, static_cast<int>(sessionIndex),
-        fmt::format("VideoEncoderVPX.addFrame[{{context}}]: Frame is not a planar 4:2:0 picture of {}x{}: {}x{}",
-                    imageWidth, imageHeight, image.d_w, image.d_h));
+        fmt::format(
+            "VideoEncoderVPX.addFrame[{{context}}]: Frame is not a planar 4:2:0 picture of {}x{}: {}x{}",
+            imageWidth, imageHeight, image.d_w, image.d_h));
   }
   return false;
 }

@@ -90,7 +90,8 @@ class VideoEncoderVPX : public VideoEncoderBase {
   uint32_t imageHeight = 0;
   uint8_t showFrameError = 1;
   VPXPaddedImage paddedImage;
-  std::unique_ptr<VPXEncodeWorker> worker;  ///< while asynchronous; all above from `frameCount` on is its own then
+  std::unique_ptr<VPXEncodeWorker>
+      worker;  ///< while asynchronous; all above from `frameCount` on is its own then
 };
 
 }  // namespace qvs

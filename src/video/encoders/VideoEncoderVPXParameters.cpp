@@ -12,7 +12,8 @@ struct VideoEncoderVPX::Parameter {
   int64_t (*get)(const VideoEncoderVPX&);
   void (*set)(VideoEncoderVPX&, int64_t);
 
-  /// Field of the libvpx configuration. Copied as bytes, since hosts may send numbers that an enumeration lacks.
+  /// Field of the libvpx configuration. Copied as bytes, since hosts may send numbers that an enumeration
+  /// lacks.
   template <auto Member>
   static constexpr Parameter config(uint32_t key) {
     using Field = std::remove_reference_t<decltype(std::declval<vpx_codec_enc_cfg_t>().*Member)>;
@@ -31,7 +32,8 @@ struct VideoEncoderVPX::Parameter {
 
   template <auto Member>
   static constexpr Parameter timebase(uint32_t key) {
-    return {key, [](const VideoEncoderVPX& encoder) -> int64_t { return encoder.vpxConfig.g_timebase.*Member; },
+    return {key,
+            [](const VideoEncoderVPX& encoder) -> int64_t { return encoder.vpxConfig.g_timebase.*Member; },
             [](VideoEncoderVPX& encoder, int64_t value) {
               encoder.vpxConfig.g_timebase.*Member = static_cast<int>(value);
             }};

@@ -11,6 +11,8 @@ void VideoScalerBase::setScalerAndVersion(uint32_t scalerId, uint32_t version) {
 
 void VideoScalerBase::setNativePath(char*) {}
 
-ILogger* VideoScalerBase::getLogger() const { return loggerOrGlobal(logger); }
+ILogger* VideoScalerBase::getLogger() const {
+  return loggerOrGlobal(logger);
+}
 
 }  // namespace qvs

@@ -12,7 +12,7 @@ namespace qvs::ucc {
 /// Converts a whole picture of one pair of formats at equal size, without memory of its own. `matrix` is that
 /// of the pair's YUV side.
 using PictureKernel = void (*)(const ucc_frame_t& target, const ucc_frame_t& source,
-                               const libyuv::YuvConstants& matrix);
+                               const libyuv::YuvConstants* matrix);
 
 template <size_t... Index>
 auto planeArguments(const ucc_frame_t& frame, std::index_sequence<Index...>) {
@@ -21,7 +21,7 @@ auto planeArguments(const ucc_frame_t& frame, std::index_sequence<Index...>) {
 
 /// A libyuv function that takes the source's planes, the target's planes and the size.
 template <auto Function, size_t SourcePlanes, size_t TargetPlanes>
-void libyuvKernel(const ucc_frame_t& target, const ucc_frame_t& source, const libyuv::YuvConstants&) {
+void libyuvKernel(const ucc_frame_t& target, const ucc_frame_t& source, const libyuv::YuvConstants*) {
   std::apply(Function, std::tuple_cat(
                            planeArguments(source, std::make_index_sequence<SourcePlanes>()),
                            planeArguments(target, std::make_index_sequence<TargetPlanes>()),
@@ -31,12 +31,15 @@ void libyuvKernel(const ucc_frame_t& target, const ucc_frame_t& source, const li
 /// The same with the matrix before the size and one target plane: YUV to RGB.
 template <auto Function, size_t SourcePlanes>
 void libyuvMatrixKernel(const ucc_frame_t& target, const ucc_frame_t& source,
-                        const libyuv::YuvConstants& matrix) {
+                        const libyuv::YuvConstants* matrix) {
   std::apply(Function, std::tuple_cat(
                            planeArguments(source, std::make_index_sequence<SourcePlanes>()),
-                           std::make_tuple(target.plane[0], static_cast<int>(target.stride[0]), &matrix,
+                           std::make_tuple(target.plane[0], static_cast<int>(target.stride[0]), matrix,
                                            static_cast<int>(target.width), static_cast<int>(target.height))));
 }
+
+/// Null where libyuv has no exact enough constants.
+const libyuv::YuvConstants* findLibyuvMatrix(const Colour& yuv);
 
 class KernelRoad : public Road {
  public:

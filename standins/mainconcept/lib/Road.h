@@ -19,6 +19,8 @@ struct Task {
 
   bool operator==(const Task&) const = default;
   bool sameSize() const { return targetWidth == sourceWidth && targetHeight == sourceHeight; }
+  bool fromYuv() const { return source->form.family == Family::kYuv; }
+  const Colour& yuvColour() const { return fromYuv() ? sourceColour : targetColour; }
   bool sameColour() const {
     return target->form.family == source->form.family && targetColour == sourceColour;
   }

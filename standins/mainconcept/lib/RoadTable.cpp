@@ -17,10 +17,11 @@ enum Needs : uint32_t {
   kEvenWidth = 8,
   kEvenHeight = 16,
   kFullRangeRgb = 32,
+  kLibyuvMatrix = 64,
   kSame = kSameSize | kSameColour,
   kSame422 = kSame | kEvenWidth,
   kSame420 = kSame | kEvenWidth | kEvenHeight,
-  kRgbFrom422 = kSameSize | kFullRangeRgb | kEvenWidth,
+  kRgbFrom422 = kSameSize | kFullRangeRgb | kLibyuvMatrix | kEvenWidth,
   kRgbFrom420 = kRgbFrom422 | kEvenHeight,
 };
 
@@ -115,7 +116,7 @@ bool formatsFit(const RoadRow& row, const Task& task) {
 }
 
 uint32_t qualitiesOf(const Task& task) {
-  const Colour& rgb = task.source->form.family == Family::kRgb ? task.sourceColour : task.targetColour;
+  const Colour& rgb = task.fromYuv() ? task.targetColour : task.sourceColour;
   uint32_t qualities = 0;
   if (task.sameSize()) qualities |= kSameSize;
   if (task.sameColour()) qualities |= kSameColour;
@@ -123,6 +124,7 @@ uint32_t qualitiesOf(const Task& task) {
   if (task.sourceWidth % 2 == 0) qualities |= kEvenWidth;
   if (task.sourceHeight % 2 == 0) qualities |= kEvenHeight;
   if (rgb.fullRange) qualities |= kFullRangeRgb;
+  if (findLibyuvMatrix(task.yuvColour())) qualities |= kLibyuvMatrix;
   return qualities;
 }
 

@@ -152,6 +152,11 @@ uint32_t TestPicture::max(int component) const {
   return (1u << format_.field(component, 0).bits) - 1;
 }
 
+bool TestPicture::isStored(int component, size_t x) const {
+  const SampleField field = format_.field(component, x);
+  return field.offset + field.bytes <= bytesInRow(field.plane);
+}
+
 uint32_t TestPicture::get(int component, size_t x, size_t y) const {
   const SampleField field = format_.field(component, x);
   uint32_t word = 0;
@@ -160,6 +165,7 @@ uint32_t TestPicture::get(int component, size_t x, size_t y) const {
 }
 
 void TestPicture::set(int component, size_t x, size_t y, uint32_t value) {
+  if (!isStored(component, x)) return;
   const SampleField field = format_.field(component, x);
   uint8_t* at = rowOf(field.plane, y) + field.offset;
   uint32_t word = 0;
@@ -175,10 +181,7 @@ void TestPicture::randomize(uint32_t seed) {
   }
   for (int c = 0; c < (format_.alpha ? 4 : 3); ++c) {
     for (uint32_t y = 0; y < rows(c); ++y) {
-      for (uint32_t x = 0; x < columns(c); ++x) {
-        const SampleField field = format_.field(c, x);
-        if (field.offset + field.bytes <= bytesInRow(field.plane)) set(c, x, y, random() & max(c));
-      }
+      for (uint32_t x = 0; x < columns(c); ++x) set(c, x, y, random() & max(c));
     }
   }
 }

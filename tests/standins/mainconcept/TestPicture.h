@@ -61,6 +61,8 @@ class TestPicture {
 
   uint32_t columns(int component) const;
   uint32_t rows(int component) const;
+  /// False for the luma that a short last group of 4:1:1 has no bytes for; such samples are never touched.
+  bool isStored(int component, size_t x) const;
   uint32_t get(int component, size_t x, size_t y) const;
   void set(int component, size_t x, size_t y, uint32_t value);
   uint32_t max(int component) const;

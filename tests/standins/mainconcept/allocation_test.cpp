@@ -1,5 +1,6 @@
 // Memory of an instance: little until used, none per picture, and an honest status when there is none.
 #include <gtest/gtest.h>
+#include <zimg.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -126,6 +127,8 @@ TEST(ConverterMemory, NothingIsAllocatedPerPicture) {
 }
 
 TEST(ConverterMemory, FailureAtAnyAllocationIsAStatusAndHeals) {
+  zimg_clear_last_error();  // its per-thread record is made at the first error, and glibc aborts if that
+                            // fails
   for (const Case& c : kCases) {
     Job job(c);
     Job reference(c);
@@ -142,7 +145,9 @@ TEST(ConverterMemory, FailureAtAnyAllocationIsAStatusAndHeals) {
       EXPECT_EQ(job.target.bytes(), reference.target.bytes());
       UCC_Destroy(instance);
     }
-    EXPECT_EQ(countAllocations([] { EXPECT_EQ(UCC_Create(0), nullptr); }, 0), 1);
+    void* refused = &refused;
+    countAllocations([&] { refused = UCC_Create(0); }, 0);
+    EXPECT_EQ(refused, nullptr);
   }
 }
 

@@ -31,18 +31,11 @@ bool sameSamples(const TestFormat& a, const TestFormat& b) {
          a.field(1, 0).bits == b.field(1, 0).bits;
 }
 
-bool sampleIsStored(const TestPicture& picture, int component, size_t x) {
-  const SampleField field = picture.format().field(component, x);
-  const size_t bytes = field.plane == 0 ? picture.format().rowBytes(picture.columns(0))
-                                        : picture.format().chromaRowBytes(picture.columns(1));
-  return field.offset + field.bytes <= bytes;
-}
-
 void expectEqualSamples(const TestPicture& a, const TestPicture& b) {
   for (int c = 0; c < (a.format().alpha && b.format().alpha ? 4 : 3); ++c) {
     for (uint32_t y = 0; y < a.rows(c); ++y) {
       for (uint32_t x = 0; x < a.columns(c); ++x) {
-        if (!sampleIsStored(a, c, x) || !sampleIsStored(b, c, x)) continue;
+        if (!a.isStored(c, x) || !b.isStored(c, x)) continue;
         ASSERT_EQ(a.get(c, x, y), b.get(c, x, y)) << "component " << c << " at " << x << "," << y;
       }
     }
@@ -70,50 +63,45 @@ TEST(Conversion, RepackingIsExactAtAnySize) {
       }
     }
   }
-  EXPECT_GE(pairs, 70);
+  EXPECT_EQ(pairs, 56);
 }
 
 struct Colours {
   uint32_t targetMatrix, targetRange, sourceMatrix, sourceRange;
 };
 
+// Decibels; five bits a component, or one chroma column in four, leave no more.
 double boundFor(const TestFormat& to, const TestFormat& from) {
-  double bound = 36;
-  for (const TestFormat* format : {&to, &from}) {
-    if (format->shiftX == 2) bound = 30;
-  }
-  return bound;
+  const auto coarse = [](const TestFormat& format) { return format.field(0, 0).bits == 5; };
+  return coarse(to) || coarse(from) ? 35 : to.shiftX == 2 ? 41 : 43;
 }
 
 TEST(Conversion, EveryPairKeepsColoursAtEqualSize) {
   Instance convert;
-  double least = 99;
   for (const Colours& colours : {Colours{k709, kFull, k709, kFull}, Colours{k709, kShort, k601, kFull},
                                  Colours{k601, kFull, k601, kShort}, Colours{k601, kShort, k709, kShort}}) {
     for (const TestFormat& from : testFormats()) {
       for (const TestFormat& to : testFormats()) {
-        TestPicture source(from, 192, 160);
-        TestPicture target(to, 192, 160);
+        TestPicture source(from, 112, 96);
+        TestPicture target(to, 112, 96);
         source.setColour(colours.sourceMatrix, from.rgb ? kFull : colours.sourceRange);
         target.setColour(colours.targetMatrix, to.rgb ? kFull : colours.targetRange);
         source.paint(smoothScene);
         ASSERT_EQ(convert(target, source), 0u);
         const double psnr = target.psnrAgainst(smoothScene);
-        least = std::min(least, psnr);
         EXPECT_GE(psnr, boundFor(to, from))
             << from.name << " to " << to.name << " matrix " << colours.sourceMatrix;
       }
     }
   }
-  RecordProperty("least_psnr", std::to_string(least));
 }
 
 TEST(Conversion, EveryPairScales) {
   Instance convert;
-  for (const auto& size : {std::pair{128, 200}, std::pair{320, 100}}) {
+  for (const auto& size : {std::pair{80, 120}, std::pair{160, 64}}) {
     for (const TestFormat& from : testFormats()) {
       for (const TestFormat& to : testFormats()) {
-        TestPicture source(from, 192, 160);
+        TestPicture source(from, 112, 96);
         TestPicture target(to, size.first, size.second);
         source.paint(smoothScene);
         ASSERT_EQ(convert(target, source), 0u);
@@ -146,7 +134,7 @@ TEST(Conversion, OddSizesStayInsideAndFlat) {
     const double grey = from.field(0, 0).bits == 5 ? 16.0 / 31 : 0.5;
     for (uint32_t y = 0; y < target.rows(0); ++y) {
       for (uint32_t x = 0; x < target.columns(0); ++x) {
-        if (!sampleIsStored(target, 0, x)) continue;
+        if (!target.isStored(0, x)) continue;
         const Rgb rgb = target.rgbAt(x, y);
         for (double level : rgb) ASSERT_NEAR(level, grey, 0.035) << "at " << x << "," << y;
       }
@@ -263,7 +251,7 @@ TEST(Conversion, StraightAlphaScalesWithoutBleedingAndUnusedAlphaKeepsColours) {
   Instance convert;
   for (const uint32_t id : {UCC_FORMAT_BGRA, UCC_FORMAT_ARGB}) {
     TestPicture source(testFormat(id), 64, 64);
-    TestPicture target(testFormat(id), 48, 40);
+    TestPicture target(testFormat(id), 45, 40);
     for (uint32_t y = 0; y < 64; ++y) {
       for (uint32_t x = 0; x < 64; ++x) {
         const bool inside = x >= 16 && x < 48;
@@ -273,10 +261,12 @@ TEST(Conversion, StraightAlphaScalesWithoutBleedingAndUnusedAlphaKeepsColours) {
     }
     ASSERT_EQ(convert(target, source), 0u);
     bool halfSeen = false;
-    for (uint32_t x = 0; x < 48; ++x) {
+    for (uint32_t x = 0; x < 45; ++x) {
       const uint32_t alpha = target.get(3, x, 20);
       halfSeen = halfSeen || (alpha > 20 && alpha < 235);
-      if (alpha > 20) EXPECT_NEAR(target.get(0, x, 20), 200, 6) << x;
+      if (alpha > 20) {
+        EXPECT_NEAR(target.get(0, x, 20), 200, 12) << x;
+      }
     }
     EXPECT_TRUE(halfSeen);
 

@@ -17,6 +17,12 @@ inline void store32(uint8_t* p, __m256i v) {
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
 }
 
+// Bytes from `p` up to the next multiple of a register: stores that straddle two cache lines cost about
+// twice.
+inline size_t toAlignment(const uint8_t* p) {
+  return -reinterpret_cast<uintptr_t>(p) & 31;
+}
+
 inline void merge16(const uint8_t* even, const uint8_t* odd, uint8_t* pairs) {
   const __m128i e = load16(even);
   const __m128i o = load16(odd);
@@ -54,13 +60,16 @@ inline void split32(const uint8_t* pairs, uint8_t* even, uint8_t* odd) {
 
 }  // namespace
 
-// A row ends with a block that overlaps the one before, so that no byte beyond the row is touched.
+// A row begins with a block that overlaps the next, so that all others are aligned, and ends with one that
+// overlaps the one before, so that no byte beyond the row is touched.
 void mergeAvx2(const uint8_t* even, ptrdiff_t evenStride, const uint8_t* odd, ptrdiff_t oddStride,
                uint8_t* pairs, ptrdiff_t pairsStride, size_t width, size_t rows) {
   for (; rows != 0; --rows, even += evenStride, odd += oddStride, pairs += pairsStride) {
     size_t i = 0;
     if (width >= kBlock) {
-      for (; i + kBlock < width; i += kBlock) merge32(even + i, odd + i, pairs + 2 * i);
+      merge32(even, odd, pairs);
+      for (i = toAlignment(pairs) / 2; i + kBlock < width; i += kBlock)
+        merge32(even + i, odd + i, pairs + 2 * i);
       i = width - kBlock;
       merge32(even + i, odd + i, pairs + 2 * i);
     } else if (width >= 16) {
@@ -81,7 +90,8 @@ void splitAvx2(const uint8_t* pairs, ptrdiff_t pairsStride, uint8_t* even, ptrdi
   for (; rows != 0; --rows, even += evenStride, odd += oddStride, pairs += pairsStride) {
     size_t i = 0;
     if (width >= kBlock) {
-      for (; i + kBlock < width; i += kBlock) split32(pairs + 2 * i, even + i, odd + i);
+      split32(pairs, even, odd);
+      for (i = toAlignment(even); i + kBlock < width; i += kBlock) split32(pairs + 2 * i, even + i, odd + i);
       i = width - kBlock;
       split32(pairs + 2 * i, even + i, odd + i);
     } else if (width >= 16) {

@@ -24,6 +24,11 @@ inline size_t bytesFrom(size_t bytes, size_t start) {
   return bytes > start ? bytes - start : 0;
 }
 
+// Bytes from `p` up to the next whole cache line: stores that straddle two lines cost about twice.
+inline size_t toAlignment(const uint8_t* p) {
+  return -reinterpret_cast<uintptr_t>(p) & (kBlock - 1);
+}
+
 inline void interleave(__m512i even, __m512i odd, __m512i* first, __m512i* second) {
   const __m512i low = _mm512_unpacklo_epi8(even, odd);
   const __m512i high = _mm512_unpackhi_epi8(even, odd);
@@ -73,7 +78,8 @@ inline void splitShort(const uint8_t* pairs, uint8_t* even, uint8_t* odd, size_t
 
 }  // namespace
 
-// A row ends with a block that overlaps the one before; a row shorter than a block is masked.
+// A row begins with a block that overlaps the next, so that all others are aligned, and ends with one that
+// overlaps the one before; a row shorter than a block is masked.
 void mergeAvx512(const uint8_t* even, ptrdiff_t evenStride, const uint8_t* odd, ptrdiff_t oddStride,
                  uint8_t* pairs, ptrdiff_t pairsStride, size_t width, size_t rows) {
   for (; rows != 0; --rows, even += evenStride, odd += oddStride, pairs += pairsStride) {
@@ -81,7 +87,10 @@ void mergeAvx512(const uint8_t* even, ptrdiff_t evenStride, const uint8_t* odd, 
       mergeShort(even, odd, pairs, width);
       continue;
     }
-    for (size_t i = 0; i + kBlock < width; i += kBlock) mergeBlock(even + i, odd + i, pairs + 2 * i);
+    mergeBlock(even, odd, pairs);
+    for (size_t i = toAlignment(pairs) / 2; i + kBlock < width; i += kBlock) {
+      mergeBlock(even + i, odd + i, pairs + 2 * i);
+    }
     const size_t last = width - kBlock;
     mergeBlock(even + last, odd + last, pairs + 2 * last);
   }
@@ -94,7 +103,10 @@ void splitAvx512(const uint8_t* pairs, ptrdiff_t pairsStride, uint8_t* even, ptr
       splitShort(pairs, even, odd, width);
       continue;
     }
-    for (size_t i = 0; i + kBlock < width; i += kBlock) splitBlock(pairs + 2 * i, even + i, odd + i);
+    splitBlock(pairs, even, odd);
+    for (size_t i = toAlignment(even); i + kBlock < width; i += kBlock) {
+      splitBlock(pairs + 2 * i, even + i, odd + i);
+    }
     const size_t last = width - kBlock;
     splitBlock(pairs + 2 * last, even + last, odd + last);
   }

@@ -46,17 +46,28 @@ void copyLuma(const mc_frame_t& source, const mc_frame_t& target, size_t columns
   memcpy(to, from, lastRow);
 }
 
+/// What both pictures have.
 struct Overlap {
-  size_t columns;
+  size_t columns;  // of luma
   size_t rows;
-  size_t pairs;  // chroma samples of a row that both pictures have room for
+  size_t pairs;  // chroma samples of a row
+  size_t chromaRows;
 };
 
 Overlap overlapOf(const mc_frame_t& planar, const mc_frame_t& semiPlanar) {
-  const size_t columns = std::min(planar.width, semiPlanar.width);
-  const auto room =
-      static_cast<size_t>(std::min({planar.stride[1], planar.stride[2], semiPlanar.stride[1] / 2}));
-  return {columns, std::min(planar.height, semiPlanar.height), std::min(columns / 2, room)};
+  Overlap overlap{};
+  overlap.columns = std::min(planar.width, semiPlanar.width);
+  overlap.rows = std::min(planar.height, semiPlanar.height);
+  const ptrdiff_t room = std::min({planar.stride[1], planar.stride[2], semiPlanar.stride[1] / 2});
+  const auto pairs = std::min(static_cast<ptrdiff_t>(overlap.columns / 2), room);
+  overlap.pairs = pairs;
+  overlap.chromaRows = overlap.rows / 2;
+  // Planes without slack are one long row.
+  if (planar.stride[1] == pairs && planar.stride[2] == pairs && semiPlanar.stride[1] == 2 * pairs) {
+    overlap.pairs *= overlap.chromaRows;
+    overlap.chromaRows = 1;
+  }
+  return overlap;
 }
 
 }  // namespace
@@ -69,7 +80,7 @@ uint32_t VideoFrameNV12Utils::copyYV12toNV12(const mc_frame_t* source, const mc_
   const int v = 3 - u;
   semiPlanarKernels(detectCpuLevel())
       .merge(source->plane[u], source->stride[u], source->plane[v], source->stride[v], target->plane[1],
-             target->stride[1], overlap.pairs, overlap.rows / 2);
+             target->stride[1], overlap.pairs, overlap.chromaRows);
   return kSuccess;
 }
 
@@ -81,7 +92,7 @@ uint32_t VideoFrameNV12Utils::copyNV12toYV12(const mc_frame_t* source, const mc_
   const int v = 3 - u;
   semiPlanarKernels(detectCpuLevel())
       .split(source->plane[1], source->stride[1], target->plane[u], target->stride[u], target->plane[v],
-             target->stride[v], overlap.pairs, overlap.rows / 2);
+             target->stride[v], overlap.pairs, overlap.chromaRows);
   return kSuccess;
 }
 

@@ -17,6 +17,10 @@ class FilterBank {
   static constexpr uint32_t kMaxShortTaps = 16;
   static constexpr uint32_t kWideBits = 14;
 
+  /// Slope of the kernel at distance 1. Between the Catmull-Rom spline (-0.5) and the sharpest in use
+  /// (-0.75): two decibels nearer to a Lanczos filter than the former, with little of the latter's ringing.
+  static constexpr double kCubic = -0.6;
+
   bool build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits);
 
   uint32_t srcSize() const { return srcSize_; }

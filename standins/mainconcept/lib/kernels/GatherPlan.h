@@ -33,6 +33,7 @@ class GatherPlan {
   bool usable() const { return runs_ != 0; }
   uint32_t tapsPerStep() const { return tapsPerStep_; }  ///< 2 or 4
   uint32_t steps() const { return steps_; }              ///< 1 to 4
+  bool sharedWindow() const { return sharedWindow_; }    ///< all steps read the same bytes
   uint32_t outputsPerBlock() const { return vectorBytes_ / tapsPerStep_; }
   uint32_t runs() const { return runs_; }
   const GatherRun& run(uint32_t index) const { return runList_.as<GatherRun>()[index]; }
@@ -50,6 +51,7 @@ class GatherPlan {
   uint32_t unitBytes_ = 0;
   uint32_t tapsPerStep_ = 2;
   uint32_t steps_ = 0;
+  bool sharedWindow_ = false;
   uint32_t runs_ = 0;
   uint32_t tableCount_ = 0;
   AlignedBuffer runList_;

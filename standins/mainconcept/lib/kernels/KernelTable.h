@@ -4,11 +4,12 @@
 
 #include <cstdint>
 
-#include "BgraTo420.h"
 #include "FilterBank.h"
 #include "GatherPlan.h"
 
 namespace qvs::ucc {
+
+struct PixelMatrix;
 
 struct KernelTable {
   /// Vector and unit that a GatherPlan for scaleLine is made for; 0 where there is no vector form.
@@ -24,12 +25,10 @@ struct KernelTable {
                        uint32_t samples);
 
   /// One row of luma.
-  void (*bgraToLuma)(const uint8_t* src, const RgbOrder& order, const RgbToYuvMatrix& matrix, uint8_t* y,
-                     uint32_t width);
+  void (*bgraToLuma)(const uint8_t* src, const PixelMatrix& matrix, uint8_t* y, uint32_t width);
   /// Two rows to two rows of luma and one row of width / 2 chroma samples.
-  void (*bgraTo420Rows)(const uint8_t* src0, const uint8_t* src1, const RgbOrder& order,
-                        const RgbToYuvMatrix& matrix, uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v,
-                        uint32_t width);
+  void (*bgraTo420Rows)(const uint8_t* src0, const uint8_t* src1, const PixelMatrix& matrix, uint8_t* y0,
+                        uint8_t* y1, uint8_t* u, uint8_t* v, uint32_t width);
 
   void (*blendRow)(uint8_t* dst, const uint8_t* src, const uint8_t* alpha, uint32_t width);
   void (*blendPairsRow)(uint8_t* dst, const uint8_t* u, const uint8_t* v, const uint8_t* alpha,

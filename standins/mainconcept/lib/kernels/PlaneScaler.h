@@ -7,44 +7,46 @@
 #include "AlignedBuffer.h"
 #include "FilterBank.h"
 #include "GatherPlan.h"
-#include "KernelTable.h"
 
 namespace qvs::ucc {
 
-/// Separable bicubic scaler (Catmull-Rom, widened by the ratio when it shrinks), centres of the outer edges
-/// aligned, edge samples repeated. Every instruction set gives the same bytes.
+struct KernelTable;
+
+/// Separable bicubic scaler (widened by the ratio when it shrinks), outer edges of both pictures aligned,
+/// edge samples repeated. Every instruction set gives the same bytes.
 ///
 /// An instance belongs to one thread at a time.
 class PlaneScaler {
  public:
+  static constexpr uint32_t kMaxSize = 65536;
+
   PlaneScaler() = default;
   PlaneScaler(PlaneScaler&&) noexcept = default;
   PlaneScaler& operator=(PlaneScaler&&) noexcept = default;
 
-  /// Builds filters and scratch. Sizes are in pixels, 1 to 65536 each; `components` is 1, or 2 where two
-  /// components lie side by side (U and V). False when memory fails or an argument is out of range: then
-  /// run() does nothing.
+  /// Builds filters and scratch. Sizes are in pixels, 1 to kMaxSize each; `components` is 1, or 2 where two
+  /// components lie side by side (U and V). False when memory fails or an argument is out of range: run()
+  /// must not be called then.
   bool configure(uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWidth, uint32_t dstHeight,
                  uint32_t components = 1);
 
   /// Scales one plane; allocates nothing. Strides are bytes and may be negative. Reads and writes only the
-  /// rows' own bytes.
+  /// rows' own bytes. The planes must not overlap.
   void run(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst, ptrdiff_t dstStride);
 
  private:
-  void runRows(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst, ptrdiff_t dstStride);
-  const int16_t* lineFor(const uint8_t* src, ptrdiff_t srcStride, uint32_t row);
+  const int16_t* lineOf(const uint8_t* src, ptrdiff_t srcStride, uint32_t row);
 
   const KernelTable* kernels_ = nullptr;
-  uint32_t dstHeight_ = 0;
-  uint32_t dstRowSamples_ = 0;
+  uint32_t components_ = 1;
+  bool sameSize_ = false;
   FilterBank horizontal_;
   FilterBank vertical_;
   GatherPlan gather_;
-  AlignedBuffer lines_;  ///< ring of rows that are scaled in width
-  uint32_t lineSamples_ = 0;
-  uint32_t ringRows_ = 0;
-  uint32_t nextRow_ = 0;  ///< first source row that isn't in the ring yet
+  AlignedBuffer ring_;      ///< source rows that are scaled in width, one slot for each tap
+  AlignedBuffer ringRow_;   ///< the row that a slot holds
+  AlignedBuffer tapLines_;  ///< the lines of the row being made
+  size_t lineSamples_ = 0;
 };
 
 }  // namespace qvs::ucc
