@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "kernels/Blend.h"
+
 namespace qvs::ucc {
 namespace {
 
@@ -15,20 +17,23 @@ int64_t ceilTo(int64_t value, int64_t unit) {
 }
 
 // (over * alpha + under * (255 - alpha)) / 255, rounded to nearest.
-template <class T>
-void blendRow(T* under, const T* over, const uint8_t* alpha, int64_t count) {
-  for (int64_t i = 0; i < count; ++i) {
+void blendDeepRow(uint16_t* __restrict under, const uint16_t* over, const uint8_t* alpha, uint32_t count) {
+  for (uint32_t i = 0; i < count; ++i) {
     const uint32_t a = alpha[i];
-    under[i] = static_cast<T>((over[i] * a + under[i] * (255 - a) + 127) / 255);
+    under[i] = static_cast<uint16_t>((over[i] * a + under[i] * (255 - a) + 127) / 255);
   }
 }
 
 // What shows through stays as opaque as it was, the rest is opaque.
-void blendAlphaRow(uint8_t* under, const uint8_t* alpha, int64_t count) {
-  for (int64_t i = 0; i < count; ++i) {
+void blendAlphaRow(uint8_t* __restrict under, const uint8_t* alpha, uint32_t count) {
+  for (uint32_t i = 0; i < count; ++i) {
     const uint32_t a = alpha[i];
     under[i] = static_cast<uint8_t>(a + (under[i] * (255 - a) + 127) / 255);
   }
+}
+
+ConstPlane readable(const PlaneView& plane) {
+  return {plane.data, plane.stride};
 }
 
 }  // namespace
@@ -53,17 +58,23 @@ bool OverlayPainter::paint(const OverlayTask& task, const ucc_frame_t& target,
                                    static_cast<uint32_t>(overlay.x - left),
                                    static_cast<uint32_t>(overlay.y - top)};
   if (!canvas_.make(shape, overlay)) return false;
-  if (!task.target->isPlanar8()) return paintGroups(target, *task.target);
+  if (task.target->planes == 1 || form_.depth > 8) return paintGroups(target, *task.target);
   paintPlanes(target, *task.target);
   return true;
 }
 
 void OverlayPainter::paintPlanes(const ucc_frame_t& target, const PixelFormat& format) const {
-  for (int i = 0; i < 3; ++i) {
-    blendInto({target.plane[i], target.stride[i], format.samplesInRow(i, target.width),
-               format.rowsOf(i, target.height)},
-              i, 0, 0);
+  const auto planeOf = [&](int p) {
+    return PlaneView{target.plane[p], target.stride[p], format.samplesInRow(p, target.width),
+                     format.rowsOf(p, target.height)};
+  };
+  blendInto(planeOf(0), 0, 0, 0);
+  if (format.planes == 2) {
+    const bool vFirst = format.id == UCC_FORMAT_NV21;
+    blendPairsInto(planeOf(1), vFirst ? 2 : 1, vFirst ? 1 : 2);
+    return;
   }
+  for (int i = 1; i < 3; ++i) blendInto(planeOf(i), i, 0, 0);
 }
 
 bool OverlayPainter::paintGroups(const ucc_frame_t& target, const PixelFormat& format) {
@@ -95,36 +106,58 @@ bool OverlayPainter::paintGroups(const ucc_frame_t& target, const PixelFormat& f
 }
 
 // `plane` starts at the pixel (originX, originY) of the target.
-void OverlayPainter::blendInto(const PlaneView& plane, int component, int64_t originX,
-                               int64_t originY) const {
+OverlayPainter::Window OverlayPainter::windowOf(const PlaneView& plane, int component, int64_t originX,
+                                                int64_t originY, int64_t sampleBytes) const {
   const uint32_t shiftX = form_.shiftXOf(component);
   const uint32_t shiftY = form_.shiftYOf(component);
+  const int64_t startX = originX >> shiftX;
+  const int64_t startY = originY >> shiftY;
   const int64_t left = clip_.left >> shiftX;
-  const int64_t right =
-      std::min(ceilTo(clip_.right, 1 << shiftX) >> shiftX, (originX >> shiftX) + plane.width);
+  const int64_t right = std::min(ceilTo(clip_.right, 1 << shiftX) >> shiftX, startX + plane.width);
   const int64_t top = clip_.top >> shiftY;
-  const int64_t bottom =
-      std::min(ceilTo(clip_.bottom, 1 << shiftY) >> shiftY, (originY >> shiftY) + plane.height);
-  if (left >= right || top >= bottom) return;
-  const int64_t bytes = form_.sampleBytes();
-  const int64_t canvasX = left - (place_.left >> shiftX);
-  for (int64_t y = top; y < bottom; ++y) {
-    const auto canvasY = static_cast<uint32_t>(y - (place_.top >> shiftY));
-    uint8_t* under =
-        plane.row(static_cast<uint32_t>(y - (originY >> shiftY))) + (left - (originX >> shiftX)) * bytes;
-    const uint8_t* alpha = canvas_.alphaOf(component).row(canvasY) + canvasX;
+  const int64_t bottom = std::min(ceilTo(clip_.bottom, 1 << shiftY) >> shiftY, startY + plane.height);
+  if (left >= right || top >= bottom) return {};
+
+  const auto moved = [&](PlaneView from, int64_t bytes) {
+    from.data = from.row(static_cast<uint32_t>(top - (place_.top >> shiftY))) +
+                (left - (place_.left >> shiftX)) * bytes;
+    return from;
+  };
+  Window window{};
+  window.under = plane.row(static_cast<uint32_t>(top - startY)) + (left - startX) * sampleBytes;
+  if (component < 3) window.over = moved(canvas_.plane(component), form_.sampleBytes());
+  window.alpha = moved(canvas_.alphaOf(component), 1);
+  window.width = static_cast<uint32_t>(right - left);
+  window.height = static_cast<uint32_t>(bottom - top);
+  return window;
+}
+
+void OverlayPainter::blendInto(const PlaneView& plane, int component, int64_t originX,
+                               int64_t originY) const {
+  const bool deep = form_.depth > 8;
+  const Window window = windowOf(plane, component, originX, originY, form_.sampleBytes());
+  if (!deep && component < 3) {
+    blendPlane({window.under, plane.stride}, readable(window.over), readable(window.alpha), window.width,
+               window.height);
+    return;
+  }
+  for (uint32_t y = 0; y < window.height; ++y) {
+    uint8_t* under = window.under + static_cast<ptrdiff_t>(y) * plane.stride;
     if (component == 3) {
-      blendAlphaRow(under, alpha, right - left);
-      continue;
-    }
-    const uint8_t* over = canvas_.plane(component).row(canvasY) + canvasX * bytes;
-    if (bytes == 1) {
-      blendRow(under, over, alpha, right - left);
+      blendAlphaRow(under, window.alpha.row(y), window.width);
     } else {
-      blendRow(reinterpret_cast<uint16_t*>(under), reinterpret_cast<const uint16_t*>(over), alpha,
-               right - left);
+      blendDeepRow(reinterpret_cast<uint16_t*>(under), reinterpret_cast<const uint16_t*>(window.over.row(y)),
+                   window.alpha.row(y), window.width);
     }
   }
+}
+
+void OverlayPainter::blendPairsInto(const PlaneView& plane, int first, int second) const {
+  constexpr int64_t kPairBytes = 2;
+  const Window a = windowOf(plane, first, 0, 0, kPairBytes);
+  const Window b = windowOf(plane, second, 0, 0, kPairBytes);
+  blendPairs({a.under, plane.stride}, readable(a.over), readable(b.over), readable(a.alpha), a.width,
+             a.height);
 }
 
 }  // namespace qvs::ucc

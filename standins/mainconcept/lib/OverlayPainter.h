@@ -20,9 +20,21 @@ class OverlayPainter {
     int64_t bottom;
   };
 
+  /// The part of a plane that the overlay covers.
+  struct Window {
+    uint8_t* under;
+    PlaneView over;
+    PlaneView alpha;
+    uint32_t width;
+    uint32_t height;
+  };
+
   void paintPlanes(const ucc_frame_t& target, const PixelFormat& format) const;
   bool paintGroups(const ucc_frame_t& target, const PixelFormat& format);
+  Window windowOf(const PlaneView& plane, int component, int64_t originX, int64_t originY,
+                  int64_t sampleBytes) const;
   void blendInto(const PlaneView& plane, int component, int64_t originX, int64_t originY) const;
+  void blendPairsInto(const PlaneView& plane, int first, int second) const;
 
   OverlayCanvas canvas_;
   PlanarPicture region_;

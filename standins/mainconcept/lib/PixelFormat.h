@@ -60,7 +60,6 @@ struct PixelFormat {
     return plane[planeIndex].chroma ? height >> form.shiftY : height;
   }
   uint32_t rowBytes(int planeIndex, uint32_t width) const;
-  bool isPlanar8() const { return planes == 3 && form.depth == 8; }
 };
 
 /// Null for a format that isn't known.

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "KernelRoad.h"
+#include "PlaneRoads.h"
 #include "Roads.h"
 
 namespace qvs::ucc {
@@ -14,15 +15,19 @@ enum Needs : uint32_t {
   kSameSize = 1,
   kSameColour = 2,
   kSameForm = 4,
-  kEvenWidth = 8,
-  kEvenHeight = 16,
-  kFullRangeRgb = 32,
-  kLibyuvMatrix = 64,
+  kEvenSource = 8,  ///< both width and height
+  kEvenTarget = 16,
+  kEvenWidths = 32,
+  kFullRangeRgb = 64,
+  kLibyuvMatrix = 128,
   kSame = kSameSize | kSameColour,
-  kSame422 = kSame | kEvenWidth,
-  kSame420 = kSame | kEvenWidth | kEvenHeight,
-  kRgbFrom422 = kSameSize | kFullRangeRgb | kLibyuvMatrix | kEvenWidth,
-  kRgbFrom420 = kRgbFrom422 | kEvenHeight,
+  kSame422 = kSame | kEvenWidths,
+  kSame420 = kSame | kEvenSource,
+  kFromRgb = kSameSize | kFullRangeRgb,
+  kToRgb = kFullRangeRgb | kLibyuvMatrix,
+  kRgbFrom422 = kSameSize | kToRgb | kEvenWidths,
+  kRgbFrom420 = kSameSize | kToRgb | kEvenSource,
+  kRgbFromScaled = kToRgb | kEvenTarget,
 };
 
 constexpr uint32_t kAny = UCC_FORMAT_UNKNOWN;
@@ -105,6 +110,26 @@ constexpr RoadRow kRoads[] = {
     {UCC_FORMAT_AYUV, UCC_FORMAT_VUYA, kSame, makeKernelRoad, k1to1<libyuv::ARGBToBGRA>},
     {UCC_FORMAT_VUYA, UCC_FORMAT_AYUV, kSame, makeKernelRoad, k1to1<libyuv::BGRAToARGB>},
 
+    {UCC_FORMAT_I420, UCC_FORMAT_BGRA, kFromRgb, makeRoad<RgbTo420Road>},
+    {UCC_FORMAT_I420, UCC_FORMAT_BGR4, kFromRgb, makeRoad<RgbTo420Road>},
+    {UCC_FORMAT_I420, UCC_FORMAT_ARGB, kFromRgb, makeRoad<RgbTo420Road>},
+
+    {UCC_FORMAT_I420, UCC_FORMAT_I420, kSameColour, makeRoad<PlaneScaleRoad>},
+    {UCC_FORMAT_I422, UCC_FORMAT_I422, kSameColour, makeRoad<PlaneScaleRoad>},
+    {UCC_FORMAT_NV12, UCC_FORMAT_NV12, kSameColour, makeRoad<PlaneScaleRoad>},
+    {UCC_FORMAT_NV21, UCC_FORMAT_NV21, kSameColour, makeRoad<PlaneScaleRoad>},
+    {UCC_FORMAT_BGRA, UCC_FORMAT_I420, kRgbFromScaled, makeRoad<Via420Road>},
+    {UCC_FORMAT_BGR4, UCC_FORMAT_I420, kRgbFromScaled, makeRoad<Via420Road>},
+    {UCC_FORMAT_BGR3, UCC_FORMAT_I420, kRgbFromScaled, makeRoad<Via420Road>},
+    {UCC_FORMAT_NV12, UCC_FORMAT_I420, kSameColour | kEvenTarget, makeRoad<Via420Road>},
+    {UCC_FORMAT_I420, UCC_FORMAT_NV12, kSameColour | kEvenSource, makeRoad<Via420Road>},
+    {UCC_FORMAT_I420, UCC_FORMAT_NV21, kSameColour | kEvenSource, makeRoad<Via420Road>},
+    {UCC_FORMAT_I420, UCC_FORMAT_UYVY, kSameColour | kEvenSource, makeRoad<Via420Road>},
+    {UCC_FORMAT_I420, UCC_FORMAT_YUY2, kSameColour | kEvenSource, makeRoad<Via420Road>},
+    {UCC_FORMAT_I420, UCC_FORMAT_BGRA, kFullRangeRgb, makeRoad<Via420Road>},
+    {UCC_FORMAT_I420, UCC_FORMAT_BGR4, kFullRangeRgb, makeRoad<Via420Road>},
+    {UCC_FORMAT_I420, UCC_FORMAT_ARGB, kFullRangeRgb, makeRoad<Via420Road>},
+
     {kAny, kAny, kSame | kSameForm, makeRoad<RepackRoad>},
     {kAny, kAny, 0, makeRoad<GraphRoad>},
 };
@@ -121,8 +146,9 @@ uint32_t qualitiesOf(const Task& task) {
   if (task.sameSize()) qualities |= kSameSize;
   if (task.sameColour()) qualities |= kSameColour;
   if (task.source->form == task.target->form) qualities |= kSameForm;
-  if (task.sourceWidth % 2 == 0) qualities |= kEvenWidth;
-  if (task.sourceHeight % 2 == 0) qualities |= kEvenHeight;
+  if (task.sourceWidth % 2 == 0 && task.sourceHeight % 2 == 0) qualities |= kEvenSource;
+  if (task.targetWidth % 2 == 0 && task.targetHeight % 2 == 0) qualities |= kEvenTarget;
+  if (task.sourceWidth % 2 == 0 && task.targetWidth % 2 == 0) qualities |= kEvenWidths;
   if (rgb.fullRange) qualities |= kFullRangeRgb;
   if (findLibyuvMatrix(task.yuvColour())) qualities |= kLibyuvMatrix;
   return qualities;

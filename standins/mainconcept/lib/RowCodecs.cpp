@@ -1,5 +1,7 @@
 #include "RowCodecs.h"
 
+#include <libyuv.h>
+
 namespace qvs::ucc {
 namespace {
 
@@ -35,20 +37,59 @@ void gatherV210Group(uint8_t* bytes, const uint16_t* samples) {
 
 }  // namespace
 
+// Libyuv's names for four-byte pixels go from the high byte down; one row each, so that strides don't matter.
+void splitPairs(const uint8_t* row, uint8_t* first, uint8_t* second, uint32_t pairs) {
+  libyuv::SplitUVPlane(row, 0, first, 0, second, 0, static_cast<int>(pairs), 1);
+}
+
+void mergePairs(uint8_t* row, const uint8_t* first, const uint8_t* second, uint32_t pairs) {
+  libyuv::MergeUVPlane(first, 0, second, 0, row, 0, static_cast<int>(pairs), 1);
+}
+
+void splitThrees(const uint8_t* row, uint8_t* const at[3], uint32_t pixels) {
+  libyuv::SplitRGBPlane(row, 0, at[0], 0, at[1], 0, at[2], 0, static_cast<int>(pixels), 1);
+}
+
+void mergeThrees(uint8_t* row, const uint8_t* const at[3], uint32_t pixels) {
+  libyuv::MergeRGBPlane(at[0], 0, at[1], 0, at[2], 0, row, 0, static_cast<int>(pixels), 1);
+}
+
+void splitFours(const uint8_t* row, uint8_t* const at[4], uint32_t pixels) {
+  libyuv::SplitARGBPlane(row, 0, at[2], 0, at[1], 0, at[0], 0, at[3], 0, static_cast<int>(pixels), 1);
+}
+
+void mergeFours(uint8_t* row, const uint8_t* const at[4], uint32_t pixels) {
+  libyuv::MergeARGBPlane(at[2], 0, at[1], 0, at[0], 0, at[3], 0, row, 0, static_cast<int>(pixels), 1);
+}
+
+void splitGroups422(const uint8_t* row, const Rows& out, uint32_t pixels, bool lumaFirst) {
+  const auto split = lumaFirst ? libyuv::YUY2ToI422 : libyuv::UYVYToI422;
+  uint8_t* const* to = out.component;
+  split(row, 0, to[0], 0, to[1], 0, to[2], 0, static_cast<int>(pixels), 1);
+}
+
+void mergeGroups422(uint8_t* row, const Rows& in, uint32_t pixels, bool lumaFirst) {
+  const auto merge = lumaFirst ? libyuv::I422ToYUY2 : libyuv::I422ToUYVY;
+  uint8_t* const* from = in.component;
+  merge(from[0], 0, from[1], 0, from[2], 0, row, 0, static_cast<int>(pixels), 1);
+}
+
 void V210Row::unpack(const uint8_t* row, const Rows& out, uint32_t samples) {
-  auto* y = samplesOf<uint16_t>(out, 0);
-  auto* u = samplesOf<uint16_t>(out, 1);
-  auto* v = samplesOf<uint16_t>(out, 2);
+  uint16_t* __restrict y = samplesOf<uint16_t>(out, 0);
+  uint16_t* __restrict u = samplesOf<uint16_t>(out, 1);
+  uint16_t* __restrict v = samplesOf<uint16_t>(out, 2);
   uint16_t group[2 * kV210Pixels];
-  for (uint32_t x = 0; x < samples; x += kV210Pixels, row += 4 * kV210Words) {
+  const auto spread = [&](uint32_t x, uint32_t pixels) {
     spreadV210Group(row, group);
-    const uint32_t pixels = std::min(kV210Pixels, samples - x);
     for (uint32_t i = 0; i < pixels; ++i) y[x + i] = group[2 * i + 1];
     for (uint32_t i = 0; i < pixels / 2; ++i) {
       u[x / 2 + i] = group[4 * i];
       v[x / 2 + i] = group[4 * i + 2];
     }
-  }
+  };
+  uint32_t x = 0;
+  for (; x + kV210Pixels <= samples; x += kV210Pixels, row += 4 * kV210Words) spread(x, kV210Pixels);
+  if (x < samples) spread(x, samples - x);
 }
 
 void V210Row::pack(uint8_t* row, const Rows& in, uint32_t samples) {
@@ -56,14 +97,22 @@ void V210Row::pack(uint8_t* row, const Rows& in, uint32_t samples) {
   const auto* u = samplesOf<uint16_t>(in, 1);
   const auto* v = samplesOf<uint16_t>(in, 2);
   uint16_t group[2 * kV210Pixels];
-  for (uint32_t x = 0; x < samples; x += kV210Pixels, row += 4 * kV210Words) {
-    for (uint32_t i = 0; i < kV210Pixels; ++i) group[2 * i + 1] = y[std::min(x + i, samples - 1)];
+  uint32_t x = 0;
+  for (; x + kV210Pixels <= samples; x += kV210Pixels, row += 4 * kV210Words) {
+    for (uint32_t i = 0; i < kV210Pixels; ++i) group[2 * i + 1] = y[x + i];
     for (uint32_t i = 0; i < kV210Pixels / 2; ++i) {
-      group[4 * i] = static_cast<uint16_t>(chromaAt(u, x / 2 + i, samples / 2, kV210Neutral));
-      group[4 * i + 2] = static_cast<uint16_t>(chromaAt(v, x / 2 + i, samples / 2, kV210Neutral));
+      group[4 * i] = u[x / 2 + i];
+      group[4 * i + 2] = v[x / 2 + i];
     }
     gatherV210Group(row, group);
   }
+  if (x == samples) return;
+  for (uint32_t i = 0; i < kV210Pixels; ++i) group[2 * i + 1] = y[std::min(x + i, samples - 1)];
+  for (uint32_t i = 0; i < kV210Pixels / 2; ++i) {
+    group[4 * i] = static_cast<uint16_t>(chromaAt(u, x / 2 + i, samples / 2, kV210Neutral));
+    group[4 * i + 2] = static_cast<uint16_t>(chromaAt(v, x / 2 + i, samples / 2, kV210Neutral));
+  }
+  gatherV210Group(row, group);
 }
 
 void Y41pRow::unpack(const uint8_t* row, const Rows& out, uint32_t samples) {

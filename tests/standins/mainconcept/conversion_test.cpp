@@ -242,7 +242,9 @@ TEST(Conversion, PlanarScalingIsBicubic) {
           }
         }
       }
-      EXPECT_GE(10 * std::log10(255 * 255 * count / error), 48) << testFormat(id).name << " " << size.first;
+      // Noise over the whole range, the worst for scalers that clip between their passes; a shift of half a
+      // sample gives 26.
+      EXPECT_GE(10 * std::log10(255 * 255 * count / error), 41) << testFormat(id).name << " " << size.first;
     }
   }
 }
