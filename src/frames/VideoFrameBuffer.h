@@ -30,6 +30,7 @@ class IVideoOverlayFrameProvider;
 class VideoFrameBufferSet;
 class VideoOverlayFrame;
 class VideoOverlayFrames;
+struct OverlayPlacement;
 
 /// One raw picture, with its pixels in host memory, in device memory, or both. Made once by a pool and used
 /// again for picture after picture; nothing of it is freed per picture. One thread at a time.
@@ -99,7 +100,7 @@ class VideoFrameBuffer {
 
   /// Paints the whole picture black; 1 without a converter.
   uint32_t blackFill();
-  /// Paints the planes that `info` describes.
+  /// The same for callers that have described the picture.
   uint32_t blackFill(const mc_frame_colorspace_info_t& info);
 
   /// A "BGRA" copy for previews, tight rows. A width or height of 0 follows from the other by the frame's
@@ -224,6 +225,22 @@ class VideoFrameBuffer {
   uint64_t getScaleFlags() const;           ///< 0 outside a pool
 
  private:
+  uint32_t placeOnCpu(VideoFrameBuffer& source, const Placement& placement, PixelSize display, bool force);
+  uint32_t placeOnDevice(const VideoFrameBuffer& source, const Placement& placement, PixelSize display,
+                         bool force);
+  uint32_t scaleFrom(const VideoFrameBuffer& source, const PixelRect& from, const PixelRect& to);
+  /// Whether letterbox bars have to be painted for a source of this size; takes note that they are.
+  bool takeBarsDue(PixelSize display, bool force);
+  void forgetBars() { lastLetterboxSrcWidth = lastLetterboxSrcHeight = 0; }
+
+  uint32_t drawOverlay(VideoOverlayFrame& overlay);
+  bool drawByPlugin(VideoOverlayFrame& overlay, const OverlayPlacement& placement);
+  uint32_t drawByConverter(VideoOverlayFrame& overlay, const OverlayPlacement& placement);
+  void reportShortOverlay(VideoOverlayFrame& overlay) const;
+  bool halve(const frame_tt& source, VideoFrameBufferFractionalFrame& level);
+  /// The scaler plug-in's session, made on first use; false without one.
+  bool hasScalerSession();
+
   static uint8_t assign(std::array<uint32_t, 4>& field, const uint32_t* values);
 
   FrameAllocProvider alloc_provider;
@@ -242,6 +259,7 @@ class VideoFrameBuffer {
   int32_t stride = 0;              ///< bytes; negative for bottom-up formats
   int32_t frame_start_offset = 0;  ///< bytes
   size_t frame_size = 0;           ///< bytes by the format's rule
+  size_t storageSize = 0;          ///< bytes that the planes reach in `buffer`
   FrameMemory buffer;
   int32_t displayWidth = 0;
   int32_t displayHeight = 0;

@@ -4,6 +4,7 @@
 
 #include "frames/FrameMemory.h"
 #include "frames/geometry/FourCC.h"
+#include "frames/geometry/OverlayPlacement.h"
 #include "frames/UccInstance.h"
 #include "frames/VideoScaleFrameData.h"
 #include "mc_ucc.h"
@@ -11,16 +12,6 @@
 namespace qvs {
 
 class VideoOverlayFrames;
-
-/// Where an overlay hangs. Left and top are what remains when neither of the others is set.
-enum OverlayAlign : uint32_t {
-  kAlignLeft = 1,
-  kAlignCenter = 2,
-  kAlignRight = 4,
-  kAlignTop = 16,
-  kAlignMiddle = 32,
-  kAlignBottom = 64,
-};
 
 struct VideoOverlayFrameData {
   uint32_t fourcc = kFourCCBGRA;
@@ -60,12 +51,16 @@ class VideoOverlayFrame {
   /// Makes `bufferYUVA` where it is missing; it stays empty where the image isn't covered by its bytes.
   void convertFrameToVUYA();
 
-  /// Whether the bytes cover every row of the image.
-  bool isCovered() const { return covered; }
+  /// What can be done with an image, by its numbers.
+  enum class Shape : uint8_t {
+    kSound,    ///< its bytes cover it
+    kShort,    ///< its bytes end before its last row does: never read
+    kRefused,  ///< a format or size that the system can't describe
+  };
+  Shape getShape() const { return shape; }
 
-  /// The image as the converter sees it, for reading only. 0 where its format has no converter name or its
-  /// bytes don't cover it.
-  uint32_t uccView(ucc_frame_t* view) const;
+  /// The image as the converter sees it, for reading only; of a sound image.
+  const ucc_frame_t& uccView() const { return view; }
 
   const VideoOverlayFrameData& getData() const { return overlayframe; }
   uint32_t getFourCC() const { return overlayframe.fourcc; }
@@ -96,7 +91,7 @@ class VideoOverlayFrame {
   bool takeReport();
 
  private:
-  bool isCoveredByBytes() const;
+  Shape describe();
   bool hasTransparentPixel() const;
 
   VideoOverlayFrameData overlayframe;
@@ -104,8 +99,9 @@ class VideoOverlayFrame {
   VideoScaleOverlayDataCUDA scaleOverlayDataCUDA;
   VideoScaleOverlayDataVAAPI scaleOverlayDataVAAPI;
   bool transparent = false;  ///< some pixel of a "BGRA" image isn't opaque
-  bool covered = false;
+  Shape shape = Shape::kRefused;
   bool reported = false;
+  ucc_frame_t view{};
   uint64_t contentId = 0;
   UccInstance blender;
 };

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "frames/geometry/ColorspaceInfo.h"
+#include "frames/geometry/FourCC.h"
+
 namespace qvs {
 namespace {
 
@@ -17,6 +20,12 @@ PixelRect restrict(PixelSize size, const uint32_t* inset, const uint32_t* rect) 
   }
   if (rect != nullptr) return {rect[0], rect[1], rect[2], rect[3]};
   return wholeOf(size);
+}
+
+constexpr uint32_t kV210Step = 48;  // a block of 128 bytes
+
+int64_t roundUp(int64_t value, uint32_t step) {
+  return (value + step - 1) / step * step;
 }
 
 int64_t evenBelow(int64_t value) {
@@ -74,18 +83,20 @@ Placement placeFrame(PixelSize source, PixelSize display, PixelSize target, cons
   return placement;
 }
 
-PixelRect clipRect(const PixelRect& rect, PixelSize picture, bool even) {
-  int64_t left = std::max<int64_t>(rect.x, 0);
-  int64_t top = std::max<int64_t>(rect.y, 0);
+PixelSize placementStep(uint32_t code) {
+  if (code == kFourCCv210) return {kV210Step, 1};
+  const int32_t chroma = get_chroma_format(code);
+  const uint32_t rows = chroma == 1 || chroma == 5 ? 2 : chroma == 7 ? 4 : 1;
+  return {std::max(get_pixels_per_macropixel(code), 1u), rows};
+}
+
+PixelRect clipRect(const PixelRect& rect, PixelSize picture, PixelSize step) {
+  int64_t left = roundUp(std::max<int64_t>(rect.x, 0), step.width);
+  int64_t top = roundUp(std::max<int64_t>(rect.y, 0), step.height);
   int64_t right = std::min<int64_t>(rect.x + rect.width, picture.width);
   int64_t bottom = std::min<int64_t>(rect.y + rect.height, picture.height);
-  if (even) {
-    left += left & 1;
-    top += top & 1;
-    // An odd picture's last column and row have a chroma sample of their own.
-    if (right != picture.width) right = evenBelow(right);
-    if (bottom != picture.height) bottom = evenBelow(bottom);
-  }
+  if (right != picture.width) right -= right % step.width;
+  if (bottom != picture.height) bottom -= bottom % step.height;
   return {left, top, std::max<int64_t>(right - left, 0), std::max<int64_t>(bottom - top, 0)};
 }
 

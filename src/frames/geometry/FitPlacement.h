@@ -47,7 +47,11 @@ struct Placement {
 /// takes the source's size. Rectangles come out as computed: the caller clips them to the pictures.
 Placement placeFrame(PixelSize source, PixelSize display, PixelSize target, const PlacementRequest& request);
 
-/// `rect` clipped to a picture and, where `even`, narrowed to whole chroma samples on both sides.
-PixelRect clipRect(const PixelRect& rect, PixelSize picture, bool even);
+/// Pixels by which a rectangle may begin and end inside of a picture of this format: its chroma samples and
+/// macropixels stay whole.
+PixelSize placementStep(uint32_t fourcc);
+
+/// `rect` clipped to a picture and narrowed to multiples of `step`; the picture's own edges count as such.
+PixelRect clipRect(const PixelRect& rect, PixelSize picture, PixelSize step);
 
 }  // namespace qvs

@@ -17,7 +17,9 @@ using enum PlaneFamily;
 constexpr FormatRow row(std::string_view name, uint32_t code, uint32_t type, uint32_t depth, int32_t chroma,
                         uint32_t alpha, uint32_t bits, uint32_t macropixel, PlaneFamily family,
                         std::string_view alternative = {}) {
-  FormatRow made{{code, type, depth, chroma, alpha, bits, macropixel, {}, {}}, family, depth > 8 ? 2u : 1u};
+  FormatRow made{{code, type, depth, chroma, alpha, bits, macropixel, {}, {}},
+                 family,
+                 static_cast<uint8_t>(depth > 8 ? 2 : 1)};
   std::copy(name.begin(), name.end(), made.info.name);
   std::copy(alternative.begin(), alternative.end(), made.info.alternative_name);
   return made;

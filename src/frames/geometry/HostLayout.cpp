@@ -25,7 +25,8 @@ constexpr LayoutRule kRules[] = {
     {kFourCCBGR3, -3, 24, Planes::kOne},     {kFourCCXYZ12, 6, 48, Planes::kOne},
     {kFourCCYV12, 1, 12, Planes::kHalfBoth}, {kFourCCI420, 1, 12, Planes::kHalfBoth},
     {kFourCCIYUV, 1, 0, Planes::kHalfBoth},  {kFourCCYV16, 1, 0, Planes::kHalfWidth},
-    {kFourCCNV12, 1, 12, Planes::kPairs},    {kFourCCNV21, 1, 12, Planes::kPairs},
+    {kFourCCI422, 1, 0, Planes::kHalfWidth}, {kFourCCNV12, 1, 12, Planes::kPairs},
+    {kFourCCNV21, 1, 12, Planes::kPairs},
 };
 constexpr LayoutRule kOtherRule = {0, 1, 0, Planes::kOne};
 
