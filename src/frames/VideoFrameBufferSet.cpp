@@ -44,8 +44,9 @@ uint32_t VideoFrameBufferSet::initialize(uint32_t count) {
 uint32_t VideoFrameBufferSet::transferFrame(VideoFrameBuffer& source, VideoFrameBuffer& target,
                                             VideoOverlayFrames& overlays) {
   return guarded("VideoFrameBufferSet::transferFrame", [&]() -> uint32_t {
-    target.transferFrame(source, overlays.getFrameCount() != 0);
-    return kSuccess;
+    const uint32_t status = target.transferFrame(source, overlays.getFrameCount() != 0);
+    // A refused geometry has been told on standard output and costs the picture only.
+    return status == kFailure ? kFailure : kSuccess;
   });
 }
 

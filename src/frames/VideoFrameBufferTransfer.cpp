@@ -114,9 +114,7 @@ uint32_t VideoFrameBuffer::scaleFrom(const VideoFrameBuffer& source, const Pixel
   }
   const ucc_config_t config{};
   if (UCC_Transform(ucc_s.get(), &targetView, &sourceView, &config) != 0) return kRefused;
-  const bool isCopy =
-      frame.four_cc == source.frame.four_cc && from == to && sizeOf(frame) == sizeOf(source.frame);
-  OddChroma(frame).complete(isCopy ? &source.frame : nullptr);
+  completeOddChroma(frame);
   return kSuccess;
 }
 
