@@ -126,6 +126,7 @@ constexpr RoadRow kRoads[] = {
     {UCC_FORMAT_I420, UCC_FORMAT_NV21, kSameColour | kEvenSource, makeRoad<Via420Road>},
     {UCC_FORMAT_I420, UCC_FORMAT_UYVY, kSameColour | kEvenSource, makeRoad<Via420Road>},
     {UCC_FORMAT_I420, UCC_FORMAT_YUY2, kSameColour | kEvenSource, makeRoad<Via420Road>},
+    {UCC_FORMAT_I420, UCC_FORMAT_I422, kSameColour | kEvenSource, makeRoad<Via420Road>},
     {UCC_FORMAT_I420, UCC_FORMAT_BGRA, kFullRangeRgb, makeRoad<Via420Road>},
     {UCC_FORMAT_I420, UCC_FORMAT_BGR4, kFullRangeRgb, makeRoad<Via420Road>},
     {UCC_FORMAT_I420, UCC_FORMAT_ARGB, kFullRangeRgb, makeRoad<Via420Road>},
