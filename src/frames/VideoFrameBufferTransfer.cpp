@@ -1,6 +1,7 @@
 // Placing one picture in another.
 
 #include <cstdio>
+#include <new>
 
 #include "frames/BlackPainter.h"
 #include "frames/geometry/ColorspaceInfo.h"
@@ -112,7 +113,9 @@ uint32_t VideoFrameBuffer::scaleFrom(const VideoFrameBuffer& source, const Pixel
     return kRefused;
   }
   const ucc_config_t config{};
-  return UCC_Transform(ucc_s.get(), &targetView, &sourceView, &config) == 0 ? kSuccess : kRefused;
+  const uint32_t status = UCC_Transform(ucc_s.get(), &targetView, &sourceView, &config);
+  if (status == kUccNoMemory) throw std::bad_alloc();
+  return status == 0 ? kSuccess : kRefused;
 }
 
 bool VideoFrameBuffer::takeBarsDue(PixelSize display, bool force) {
