@@ -41,11 +41,13 @@ uint32_t VideoFrameBuffer::applyOverlay(VideoOverlayFrames& overlays) {
     const ScopedLock hold(overlays.getLock());
     const std::vector<VideoOverlayFrame*>& frames = overlays.framesToDraw();
     if (frames.empty() || !ucc_overlay_s || !ucc_overlay_apply_s) return kFailure;
+    uint32_t result = kSuccess;
     for (VideoOverlayFrame* overlay : frames) {
+      // One that is refused takes none of the others with it.
       const uint32_t status = drawOverlay(*overlay);
-      if (status != kSuccess) return status;
+      if (result == kSuccess) result = status;
     }
-    return kSuccess;
+    return result;
   });
 }
 

@@ -5,6 +5,7 @@
 #include "frames/BlackPainter.h"
 #include "frames/geometry/ColorspaceInfo.h"
 #include "frames/geometry/UccFormat.h"
+#include "frames/OddChroma.h"
 #include "frames/VideoFrameBuffer.h"
 #include "frames/VideoFrameBufferSet.h"
 #include "platform/Guard.h"
@@ -112,7 +113,11 @@ uint32_t VideoFrameBuffer::scaleFrom(const VideoFrameBuffer& source, const Pixel
     return kRefused;
   }
   const ucc_config_t config{};
-  return UCC_Transform(ucc_s.get(), &targetView, &sourceView, &config) == 0 ? kSuccess : kRefused;
+  if (UCC_Transform(ucc_s.get(), &targetView, &sourceView, &config) != 0) return kRefused;
+  const bool isCopy =
+      frame.four_cc == source.frame.four_cc && from == to && sizeOf(frame) == sizeOf(source.frame);
+  OddChroma(frame).complete(isCopy ? &source.frame : nullptr);
+  return kSuccess;
 }
 
 bool VideoFrameBuffer::takeBarsDue(PixelSize display, bool force) {
