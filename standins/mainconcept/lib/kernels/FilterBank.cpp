@@ -73,7 +73,8 @@ bool FilterBank::build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits) {
   if (!scratch.allocate(windowSize * sizeof(int16_t))) return false;
   auto* row = scratch.as<int16_t>();
 
-  bits_ = 2 * kSupport * scale <= kMaxShortTaps ? shortBits : kWideBits;
+  short_ = 2 * kSupport * scale <= kMaxShortTaps;
+  bits_ = short_ ? shortBits : kWideBits;
   taps_ = 1;
   for (uint32_t i = 0; i < dstSize; ++i) taps_ = std::max(taps_, fillRow(i, row).count);
 

@@ -26,7 +26,7 @@ class FilterBank {
   uint32_t srcSize() const { return srcSize_; }
   uint32_t dstSize() const { return dstSize_; }
   uint32_t taps() const { return taps_; }
-  bool isShort() const { return taps_ <= kMaxShortTaps; }
+  bool isShort() const { return short_; }
   uint32_t bits() const { return bits_; }  ///< 1 << bits is weight 1; each output's weights sum up to it
   uint32_t start(uint32_t output) const { return starts_.as<uint32_t>()[output]; }
   const int16_t* weights(uint32_t output) const {
@@ -43,6 +43,7 @@ class FilterBank {
   uint32_t dstSize_ = 0;
   uint32_t taps_ = 0;
   uint32_t bits_ = 0;
+  bool short_ = false;
   AlignedBuffer starts_;
   AlignedBuffer weights_;
 };
