@@ -116,6 +116,17 @@ void convertPair(benchmark::State& state, uint32_t to, uint32_t from, uint32_t w
   sws_freeContext(swscale);
 }
 
+// A 400 x 200 overlay kept under one number, blended in place over 1080p.
+void blendOverlay(benchmark::State& state, uint32_t format) {
+  Picture target(format, 1920, 1080), overlay(UCC_FORMAT_BGRA, 400, 200);
+  ucc_overlay_config_t settings{2, &overlay.frame, 1501, 41, 400, 200, 1};
+  ucc_config_t config{};
+  config.overlay = &settings;
+  void* instance = UCC_Create(0);
+  for (auto _ : state) UCC_Transform(instance, &target.frame, &target.frame, &config);
+  UCC_Destroy(instance);
+}
+
 struct Pair {
   const char* name;
   uint32_t to, from;
@@ -182,6 +193,12 @@ void addBenchmark(const std::string& name, const Pair& pair, uint32_t width, uin
 int main(int argc, char** argv) {
   for (const Pair& pair : kPairs) addBenchmark(std::string("same/") + pair.name, pair, 1280, 720);
   for (const Pair& pair : kScaled) addBenchmark(std::string("to_854x480/") + pair.name, pair, 854, 480);
+  for (const auto& [name, format] :
+       {std::pair{"I420", UCC_FORMAT_I420}, {"NV12", UCC_FORMAT_NV12}, {"BGRA", UCC_FORMAT_BGRA}}) {
+    const auto run = [id = format](benchmark::State& state) { blendOverlay(state, id); };
+    benchmark::RegisterBenchmark((std::string("overlay/") + name).c_str(), run)
+        ->Unit(benchmark::kMillisecond);
+  }
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
