@@ -4,6 +4,7 @@
 
 #include "AllocationCounter.h"
 #include "Pictures.h"
+#include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
 namespace qvs::test {
 namespace {
@@ -21,12 +22,16 @@ struct Ladder {
     for (const auto& frame : rungs[1]) frame->allocBuffer(128, 72, kFourCCI420);
     for (const auto& frame : rungs[2]) frame->allocBuffer(64, 64, kFourCCNV12);
     addOverlay(decoded);
+    decoded.setScaleFlags(kScaleFlagFractionalFrames | kScaleFlagPluginOverlays | kScaleFlagPlaceOnCpu);
   }
 
   static void addOverlay(VideoFrameBufferSet& set) {
     VideoOverlayFrame* overlay = makeOverlay(40, 20, 0x80FF0000);
     overlay->setDestinationLocation(4, 4, 30, 16, kAlignRight);
     set.getOverlayFrames().putFrame(0, overlay);
+    VideoOverlayFrame* unscaled = makeOverlay(16, 8, 0x80FF0000);
+    unscaled->setDestinationLocation(0, 0, 16, 8, kAlignLeft);
+    set.getOverlayFrames().putFrame(1, unscaled);
   }
 
   /// The server's reference holds it from here on.
@@ -57,6 +62,10 @@ struct Ladder {
 };
 
 TEST(SteadyState, PicturesAllocateNothing) {
+  auto* scaler = VideoFrameIntrinsicScalerSingleton::getInstance();
+  scaler->setNativePath(0, QVS_PLUGIN_DIR);
+  scaler->initialize();
+  ASSERT_TRUE(scaler->isAvailable());
   for (uint32_t mode : {kFitLetterbox, kFitStretch, kFitCropToFill}) {
     Ladder ladder(mode);
     for (int i = 0; i < 4; ++i) ladder.picture();
