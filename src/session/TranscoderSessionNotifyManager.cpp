@@ -87,7 +87,6 @@ TranscoderSessionNotifyManager* TranscoderSessionNotifyManager::getInstance() {
 TranscoderSessionNotifyManager::TranscoderSessionNotifyManager() : lock(ConcurrentLockFactory::newConcurrentLock()) {}
 
 TranscoderSessionNotifySessionHolder& TranscoderSessionNotifyManager::getOrCreateSessionHolder(int64_t sessionId) {
-  ScopedLock guard(*lock);
   std::unique_ptr<Holder>& holder = sessionMap[sessionId];
   if (!holder) {
     holder = std::make_unique<Holder>();
@@ -97,7 +96,6 @@ TranscoderSessionNotifySessionHolder& TranscoderSessionNotifyManager::getOrCreat
 }
 
 void TranscoderSessionNotifyManager::removeSessionHolder(int64_t sessionId) {
-  ScopedLock guard(*lock);
   sessionMap.erase(sessionId);
 }
 
