@@ -3,8 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstring>
-#include <span>
+#include <iterator>
 
 #include "frames/VideoFrameBuffer.h"
 #include "log/ILogger.h"
