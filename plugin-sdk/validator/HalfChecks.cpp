@@ -17,10 +17,10 @@ constexpr Size kSizes[] = {{2, 2}, {4, 6}, {18, 2}, {30, 16}, {34, 18}, {66, 34}
 
 // Source and target of one call.
 struct Pair {
-  Pair(uint32_t format, Size half, uint32_t slack, bool atEnd)
-      : source(format, 2 * half.width, 2 * half.height, slack, atEnd),
+  Pair(uint32_t format, Size half, uint32_t slack, bool atEnd, uint32_t seed = 1, uint32_t odd = 0)
+      : source(format, 2 * half.width + odd, 2 * half.height + odd, slack, atEnd),
         target(format, half.width, half.height, slack / 2, atEnd) {
-    source.fill([](Component component, uint32_t x, uint32_t y) { return noise(component, x, y, 1); });
+    source.fill([seed](Component component, uint32_t x, uint32_t y) { return noise(component, x, y, seed); });
   }
   uint32_t halve(const PluginVideoScaler& plugin, void* session) {
     return plugin.func_scaleByHalf(session, &source.record, &target.record);
@@ -39,7 +39,8 @@ std::string keepsFlatPictures(const PluginVideoScaler& plugin) {
   const Session session(plugin);
   for (const uint32_t format : kFormats) {
     for (const Size size : kSizes) {
-      Pair pair(format, size, 0, true);
+      const uint32_t odd = size.width % 4 == 0 ? 1 : 0;
+      Pair pair(format, size, 0, true, 1, odd);
       const auto flat = [](Component component, uint32_t, uint32_t) -> uint8_t {
         return component == Component::kY ? 235 : component == Component::kU ? 40 : 200;
       };
@@ -95,26 +96,45 @@ std::string staysInside(const PluginVideoScaler& plugin) {
   return {};
 }
 
-// Same result in a fresh session, in one that has done other sizes, and beside a second one at work.
-std::string keepsSessionsApart(const PluginVideoScaler& plugin) {
-  const auto expected = std::make_unique<Pair>(fourcc("YV12"), kSizes[4], 0, true);
-  const Session fresh(plugin);
-  expected->halve(plugin, fresh);
-  std::string verdicts[2];
-  const auto work = [&](std::string* verdict) {
-    const Session session(plugin);
-    for (int round = 0; round < 50 && verdict->empty(); ++round) {
-      for (const Size size : kSizes) Pair(fourcc("I420"), size, 0, true).halve(plugin, session);
-      Pair pair(fourcc("YV12"), kSizes[4], 0, true);
-      pair.halve(plugin, session);
-      *verdict = difference(pair.target, expected->target);
+// Halves a picture of each size in turn, again and again, and tells whether a result ever differs from the
+// first, which was made in a session of its own while nothing else ran.
+class Repeater {
+ public:
+  Repeater(const PluginVideoScaler& plugin, uint32_t seed) : plugin(plugin) {
+    for (const Size size : kSizes) {
+      const Session session(plugin);
+      pairs.push_back(std::make_unique<Pair>(fourcc("YV12"), size, 0, true, seed));
+      pairs.back()->halve(plugin, session);
     }
-  };
-  std::thread other(work, &verdicts[1]);
-  work(&verdicts[0]);
-  other.join();
-  for (const std::string& verdict : verdicts) {
-    if (!verdict.empty()) return "the result depends on other calls: " + verdict;
+  }
+
+  void repeat() {
+    constexpr int kRounds = 100;
+    const Session session(plugin);
+    for (int round = 0; round < kRounds; ++round) {
+      for (size_t i = 0; i < pairs.size() && verdict.empty(); ++i) {
+        Pair& pair = *pairs[i];
+        const auto first = pair.target.contents();
+        pair.halve(plugin, session);
+        if (pair.target.contents() != first) verdict = sizeText(pair) + "not the same twice";
+      }
+    }
+  }
+
+  std::string verdict;
+
+ private:
+  const PluginVideoScaler& plugin;
+  std::vector<std::unique_ptr<Pair>> pairs;
+};
+
+std::string keepsSessionsApart(const PluginVideoScaler& plugin) {
+  Repeater one(plugin, 1), other(plugin, 2);
+  std::thread thread([&other] { other.repeat(); });
+  one.repeat();
+  thread.join();
+  for (const Repeater* repeater : {&one, &other}) {
+    if (!repeater->verdict.empty()) return "the result depends on other calls: " + repeater->verdict;
   }
   return {};
 }
@@ -128,7 +148,6 @@ constexpr Refusal kRefusals[] = {
     {"a target that isn't the half", [](auto&, auto& target) { target.width -= 2; }},
     {"an odd half width", [](auto& source, auto& target) { target.width = 31, source.width = 62; }},
     {"an odd half height", [](auto& source, auto& target) { target.height = 15, source.height = 30; }},
-    {"an odd source width", [](auto& source, auto&) { source.width += 1; }},
     {"empty pictures", [](auto& source, auto& target) { source.width = target.width = 0; }},
     {"a stride shorter than a row", [](auto& source, auto&) { source.stride = source.width - 2; }},
     {"two formats", [](auto&, auto& target) { target.fourcc = fourcc("I420"); }},

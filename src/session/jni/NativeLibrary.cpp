@@ -1,6 +1,6 @@
 // Life of the library and of sessions.
 
-#include <new>
+#include <memory>
 #include <vector>
 
 #include "hardware/HardwareInspector.h"
@@ -32,20 +32,21 @@ jlong createSession(JNIEnv* env, jobject context) {
       jlong{0});
 }
 
-/// False when the list or the class of its items can't be used, or the list refused.
-bool addStatements(JNIEnv* env, jobject logStatements, const std::vector<LogStatement>& statements) {
+/// Adds the statements to a Java list; how many it took. Fewer than there are when the list or the class of
+/// its items can't be used, memory failed, or the list refused.
+size_t addStatements(JNIEnv* env, jobject logStatements, const std::vector<LogStatement>& statements) {
   const JavaList list(env, logStatements);
   const LocalRef<jclass> cls = findClass(env, kLogStatement.className);
   const jmethodID init = findMethod(env, cls.get(), "<init>", "()V");
-  if (!list || init == nullptr) return false;
+  if (!list || init == nullptr) return 0;
   const RecordFields fields(env, cls.get(), kLogStatement);
-  for (const LogStatement& statement : statements) {
+  for (size_t i = 0; i < statements.size(); ++i) {
     const LocalRef<jobject> item(env, env->NewObject(cls.get(), init));
-    if (!item) return !clearFailure(env);
-    fields.write(item.get(), statement);
-    if (!list.add(item.get())) return false;
+    if (clearFailure(env)) return i;
+    fields.write(item.get(), statements[i]);
+    if (!list.add(item.get())) return i;
   }
-  return true;
+  return statements.size();
 }
 
 }  // namespace
@@ -137,15 +138,23 @@ QVS_NATIVE(getLogStatements)(JNIEnv* env, jobject, jlong classPtr, jobject logSt
   return guarded(
       QVS_LABEL(getLogStatements),
       [&]() -> jlong {
+        LogCollector& global = LogGlobalLogger::getInstance()->getLogCollector();
         std::vector<LogStatement> statements;
-        LogGlobalLogger::getInstance()->getLogCollector().getLogStatements(statements);
+        global.getLogStatements(statements);
+        const size_t globalCount = statements.size();
         for (LogStatement& statement : statements) {
           statement.contextType = kLogContextGlobal;
           statement.contextIndex = 0;
         }
         if (classPtr != 0) sessionOf(classPtr)->getLogCollector().getLogStatements(statements);
         if (statements.empty()) return 0;
-        return addStatements(env, logStatements, statements) ? 0 : kEntryFailure;
+        const size_t taken = addStatements(env, logStatements, statements);
+        for (size_t i = taken; i < statements.size(); ++i) {  // what the host could not take waits on
+          LogCollector& owner = i < globalCount ? global : sessionOf(classPtr)->getLogCollector();
+          owner.log(statements[i].contextType, statements[i].contextIndex, statements[i].level,
+                    statements[i].str);
+        }
+        return taken == statements.size() ? 0 : kEntryFailure;
       },
       kEntryFailure);
 }

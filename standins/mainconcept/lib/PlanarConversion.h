@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kernels/PlaneScaler.h"
 #include "ZimgGraph.h"
 
 namespace qvs::ucc {
@@ -31,6 +32,8 @@ class PlanarConversion {
   const PlaneView& alpha() const { return alpha_; }
 
  private:
+  bool preparePlain();
+  bool runPlain();
   bool runScalingAlpha();
   bool alphaIsUniform() const;
   void narrowAlpha();
@@ -41,6 +44,10 @@ class PlanarConversion {
   bool scaled_ = false;
   PlanarPicture source_;
   PlanarPicture target_;
+  bool byPlanes_ =
+      false;  ///< nothing but the size changes, at 8 bits: the plane scaler is twice as fast as a graph
+  PlaneScaler luma_;
+  PlaneScaler chroma_;
   ZimgGraph plain_;
   ZimgGraph straightAlpha_;
   PlaneView alpha_;

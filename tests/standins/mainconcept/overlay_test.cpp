@@ -204,6 +204,24 @@ TEST(Overlay, ContentNumberKeepsTheConvertedCopy) {
   EXPECT_EQ(draw(untold, other, 0, {4, 4}), second) << "0 reads the pixels afresh";
 }
 
+TEST(Overlay, LastingInstanceFollowsChangingShapes) {
+  Painter lasting;
+  TestPicture overlay = makeOverlay(UCC_FORMAT_BGRA), small = makeOverlay(UCC_FORMAT_VUYA, 9, 7);
+  for (const uint32_t id : {UCC_FORMAT_I420, UCC_FORMAT_P010, UCC_FORMAT_YUY2, UCC_FORMAT_I420}) {
+    for (const auto& [width, height] : {std::pair{20u, 14u}, {33u, 9u}, {50u, 45u}, {7u, 14u}, {20u, 14u}}) {
+      for (TestPicture* image : {&overlay, &small}) {
+        TestPicture target(testFormat(id), kWidth, kHeight), wanted(testFormat(id), kWidth, kHeight);
+        target.randomize(3);
+        wanted.randomize(3);
+        Painter fresh;
+        ASSERT_EQ(lasting.onto(target, target, *image, {5, 3}, 1, width, height), 0u);
+        ASSERT_EQ(fresh.onto(wanted, wanted, *image, {5, 3}, 1, width, height), 0u);
+        EXPECT_EQ(target.bytes(), wanted.bytes());
+      }
+    }
+  }
+}
+
 TEST(Overlay, TransparentPicturesGainAlpha) {
   TestPicture target(testFormat(UCC_FORMAT_BGRA), 4, 1), overlay(testFormat(UCC_FORMAT_BGRA), 4, 1);
   target.randomize(1);

@@ -2,9 +2,7 @@ package com.zarvo.qvs.host;
 
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import java.awt.Color;
-import java.awt.Font;
 import java.awt.Graphics2D;
-import java.awt.RenderingHints;
 import java.awt.image.BufferedImage;
 import java.io.IOException;
 import java.nio.file.Path;
@@ -18,7 +16,7 @@ final class ContactSheet {
   static final int CELL_WIDTH = 320;
   private static final int COLUMNS = 5;
   private static final int GAP = 8;
-  private static final int LABEL_HEIGHT = 22;
+  private static final int LABEL_HEIGHT = 20;
 
   private final List<RenditionSpec> renditions;
   private final List<PictureStrip> strips = new ArrayList<>();
@@ -46,11 +44,9 @@ final class ContactSheet {
     Graphics2D graphics = sheet.createGraphics();
     graphics.setColor(new Color(0x202428));
     graphics.fillRect(0, 0, width, height);
-    graphics.setRenderingHint(RenderingHints.KEY_TEXT_ANTIALIASING, RenderingHints.VALUE_TEXT_ANTIALIAS_ON);
-    boolean labels = fontsWork(graphics);
     int y = GAP;
     for (int row = 0; row < strips.size(); row++) {
-      drawRow(graphics, row, y, labels);
+      drawRow(graphics, row, y);
       y += rowHeight(row);
     }
     graphics.dispose();
@@ -58,26 +54,26 @@ final class ContactSheet {
     return true;
   }
 
-  private void drawRow(Graphics2D graphics, int row, int top, boolean labels) {
+  private void drawRow(Graphics2D graphics, int row, int top) {
     RenditionSpec spec = renditions.get(row);
     int x = GAP;
     for (PictureStrip.Shot shot : strips.get(row).pick(COLUMNS)) {
       BufferedImage image = shot.image();
       graphics.drawImage(image, x + (CELL_WIDTH - image.getWidth()) / 2, top + LABEL_HEIGHT, null);
-      if (labels) {
-        String text =
-            String.format(
-                Locale.ROOT,
-                "%s %s %dk  %.2f s",
-                spec.sizeText(),
-                spec.codec().codecName,
-                spec.bitRate() / 1000,
-                shot.timecode() / 1000.0);
-        graphics.setColor(Color.WHITE);
-        graphics.drawString(text, x, top + LABEL_HEIGHT - 6);
-      }
+      graphics.setColor(Color.WHITE);
+      LabelFont.draw(graphics, label(spec, shot.timecode()), x, top + 3);
       x += CELL_WIDTH + GAP;
     }
+  }
+
+  private static String label(RenditionSpec spec, long timecode) {
+    return String.format(
+        Locale.ROOT,
+        "%s %s %dk  %.2f s",
+        spec.sizeText(),
+        spec.codec().codecName,
+        spec.bitRate() / 1000,
+        timecode / 1000.0);
   }
 
   private int rowHeight(int row) {
@@ -85,16 +81,6 @@ final class ContactSheet {
     for (PictureStrip.Shot shot : strips.get(row).pick(COLUMNS))
       tallest = Math.max(tallest, shot.image().getHeight());
     return LABEL_HEIGHT + tallest + GAP;
-  }
-
-  // A machine without any font throws an error at the first text; the sheet is worth having without labels.
-  private static boolean fontsWork(Graphics2D graphics) {
-    try {
-      graphics.setFont(new Font(Font.SANS_SERIF, Font.PLAIN, 13));
-      return graphics.getFontMetrics().stringWidth("0") > 0;
-    } catch (RuntimeException | LinkageError | InternalError e) {
-      return false;
-    }
   }
 
   private static BufferedImage toImage(TranscoderNativeVideoFrame picture) {

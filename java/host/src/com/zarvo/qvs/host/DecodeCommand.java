@@ -12,7 +12,7 @@ import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
 
 /** "decode": what the session's decoder delivers, a line a picture. */
-@Command(name = "decode", mixinStandardHelpOptions = true, description = "Decodes a file and prints one line a picture.")
+@Command(name = "decode", description = "Decodes a file and prints one line a picture.")
 final class DecodeCommand implements Callable<Integer> {
   private static final int LEVEL_WARN = SessionLog.WARN;
 

@@ -26,7 +26,8 @@ final class DefaultLadder {
 
   private static RenditionSpec rung(int width, int height, StreamInfo source) {
     long bitRate = RenditionSpec.defaultBitRate(width, height, source.frameRateOrDefault());
-    return new RenditionSpec(width, height, bitRate, VideoCodec.VP8, FitMode.LETTERBOX, 0, null, null);
+    // The size already has the source's aspect but for rounding: a letterbox would add bars of a pixel or two.
+    return new RenditionSpec(width, height, bitRate, VideoCodec.VP8, FitMode.STRETCH, 0, null, null);
   }
 
   private static int clampEven(int size) {

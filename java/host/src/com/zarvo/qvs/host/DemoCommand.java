@@ -20,14 +20,15 @@ import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
 
 /** "demo": makes a source and a logo and turns them into a ladder of three renditions. */
-@Command(name = "demo", mixinStandardHelpOptions = true, description = "Makes an input and transcodes it into a ladder with a logo.")
+@Command(name = "demo", description = "Makes an input and transcodes it into a ladder with a logo.")
 final class DemoCommand implements Callable<Integer> {
   private static final int SOURCE_WIDTH = 1280;
   private static final int SOURCE_HEIGHT = 720;
   private static final int LOGO_WIDTH = 160;
   private static final int LOGO_HEIGHT = 80;
   private static final String FONT = "/usr/share/fonts/truetype/dejavu/DejaVuSans-Bold.ttf";
-  private static final List<String> LADDER = List.of("1280x720@2500k", "854x480@1200k", "640x360@700k");
+  private static final List<String> LADDER = 
+      List.of("1280x720@2500k", "854x480@1200k,fit=stretch", "640x360@700k");
 
   @Option(names = "-o", defaultValue = "out/demo", paramLabel = "DIR", description = "Where everything goes.")
   private Path directory;

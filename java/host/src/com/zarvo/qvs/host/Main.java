@@ -4,6 +4,7 @@ import java.io.IOException;
 import java.nio.file.FileSystemException;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
+import picocli.CommandLine.ScopeType;
 
 /**
  * The command line. Needs the native libraries in the folder that -Dqvs.library.dir names; the build writes a script
@@ -15,7 +16,9 @@ import picocli.CommandLine.Command;
 @Command(
     name = "qvs",
     description = "Turns video files into ladders of renditions.",
+    version = "0.1.0",
     mixinStandardHelpOptions = true,
+    scope = ScopeType.INHERIT,
     subcommands = {TranscodeCommand.class, DecodeCommand.class, DemoCommand.class, SoakCommand.class})
 public final class Main {
   static final int EXIT_FAILED = 1;

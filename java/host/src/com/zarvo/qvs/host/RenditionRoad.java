@@ -33,6 +33,7 @@ final class RenditionRoad {
   private final List<TranscoderPacket> packets = new ArrayList<>();
   private final TranscoderNativeVideoFrame preview = new TranscoderNativeVideoFrame();
   private long target = -1;
+  private long previewTarget = -1;
   private boolean skipped;
   private boolean keyed;
   private long lastKeyTime;
@@ -100,7 +101,9 @@ final class RenditionRoad {
     if (skipped) return;
     owner.check(
         videoDecoderTransferFrameSingle(owner.handle(), decoderPicture, target, index), "scaling failed");
-    if (owner.output().wantsPicture(index, time)) readPreview(time);
+    if (!owner.output().wantsPicture(index, time)) return;
+    owner.check(videoEncoderBufferAcquire(owner.handle(), index, target), "a picture could not be held");
+    previewTarget = target;
   }
 
   /** Hands the scaled picture over. The picture's number goes before the pool's: the native order. */
@@ -127,19 +130,26 @@ final class RenditionRoad {
     target = -1;
   }
 
+  /**
+   * Reads the picture that the output asked for and gives it back. Comes after all encoders have theirs, so that they
+   * are at work meanwhile; the second hold keeps the picture from being used again.
+   */
+  void showPreview(long time) {
+    if (previewTarget < 0) return;
+    preview.width = Math.min(settings.previewWidth(), spec.width()) & ~1;
+    preview.height = Math.max(2, (int) Math.round((double) preview.width * spec.height() / spec.width()) & ~1);
+    preview.bytes = null;
+    videoEncoderBufferGetVideoFrame(owner.handle(), index, previewTarget, preview);
+    videoEncoderBufferRelease(owner.handle(), index, previewTarget);
+    previewTarget = -1;
+    if (preview.bytes != null) owner.output().picture(index, time, preview);
+  }
+
   /** Passes on what the encoder has ready. */
   void collect() throws HostException, IOException {
     owner.check(videoEncoderGetEncodedFrames(owner.handle(), index, packets), "encoding failed");
     for (TranscoderPacket packet : packets) owner.output().packet(index, packet);
     packets.clear();
-  }
-
-  private void readPreview(long time) {
-    preview.width = Math.min(settings.previewWidth(), spec.width()) & ~1;
-    preview.height = Math.max(2, (int) Math.round((double) preview.width * spec.height() / spec.width()) & ~1);
-    preview.bytes = null;
-    videoEncoderBufferGetVideoFrame(owner.handle(), index, target, preview);
-    if (preview.bytes != null) owner.output().picture(index, time, preview);
   }
 
   private double frameRate() {

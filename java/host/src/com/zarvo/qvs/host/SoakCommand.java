@@ -11,7 +11,7 @@ import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
 
 /** "soak": opens, transcodes two seconds and closes, over and over in one virtual machine, and watches memory. */
-@Command(name = "soak", mixinStandardHelpOptions = true, hidden = true, description = "Looks for growth of memory over many sessions.")
+@Command(name = "soak", hidden = true, description = "Looks for growth of memory over many sessions.")
 final class SoakCommand implements Callable<Integer> {
   private static final long TAKEN_MS = 2000;
   private static final double MAX_GROWTH = 0.01;

@@ -15,7 +15,7 @@ import picocli.CommandLine.Spec;
 import picocli.CommandLine.TypeConversionException;
 
 /** "transcode": one file in, renditions out. */
-@Command(name = "transcode", mixinStandardHelpOptions = true, description = "Turns a VP8 or VP9 file into renditions.", sortOptions = false)
+@Command(name = "transcode", description = "Turns a VP8 or VP9 file into renditions.", sortOptions = false)
 final class TranscodeCommand implements Callable<Integer> {
   private static final List<String> FORMATS = List.of("webm", "ivf");
 

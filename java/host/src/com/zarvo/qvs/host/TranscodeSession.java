@@ -85,6 +85,8 @@ final class TranscodeSession implements AutoCloseable {
   /** Takes one coded packet through the whole road. The timecode must be new for this session. */
   void push(MediaPacket packet, long packetTimecode) throws HostException, IOException {
     byte[] data = packet.data();
+    // Containers keep empty packets where a live encoder dropped a picture.
+    if (data.length == 0) return;
     long type = packet.key() ? RenditionRoad.FRAME_KEY : RenditionRoad.FRAME_INTER;
     check(videoDecoderAddFrame(session, data, 0, data.length, packetTimecode, type), "a packet was refused");
     for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
@@ -129,7 +131,7 @@ final class TranscodeSession implements AutoCloseable {
 
   private void wireDecoder() throws HostException {
     VideoCodec codec = settings.codec();
-    String what = "no decoder for " + codec.codecName;
+    String what = settings.name() + ": no decoder for " + codec.codecName;
     check(videoDecoderCreate(session, 0, codec.id, codec.version, BIT_DEPTH, 0, FOURCC_YV12, context("")), what);
     check(videoDecoderApplyParameters(session), what);
     videoDecoderSetGPUID(session, -1);
@@ -188,6 +190,7 @@ final class TranscodeSession implements AutoCloseable {
       for (RenditionRoad road : roads) road.scaleFrom(decoderPicture, time);
       // The smallest rendition is done first, so it is asked first and gets its next picture while others work.
       for (int i = roads.size() - 1; i >= 0; i--) roads.get(i).encode(time);
+      for (RenditionRoad road : roads) road.showPreview(time);
     } finally {
       for (RenditionRoad road : roads) road.releaseTarget();
     }

@@ -19,7 +19,9 @@ import org.junit.jupiter.api.io.TempDir;
 /** What the session's decoders deliver, against published sums and against another decoder. */
 class DecodeRoadTest {
   private static final Pattern TABLE_ROW =
-      Pattern.compile("\\| (\\S+) \\| vp[89][^|]*\\|[^|]*\\| (\\d+)x(\\d+) yuv420p \\S+ \\| (\\d+)[^|]*\\|[^|]*\\| (\\w{32}) \\|.*");
+      Pattern.compile(
+          "\\| (\\S+) \\| vp[89][^|]*\\|[^|]*\\| (\\d+)x(\\d+) yuv420p [\\d.]+/s[^|]*"
+              + "\\| (\\d+)[^|]*\\|[^|]*\\| (\\w{32}) \\|.*");
   private static final Pattern SIDE_LINE = Pattern.compile("(\\w{32})\\s.*\\.i420");
 
   @TempDir static Path folder;

@@ -1,0 +1,86 @@
+#include "GuardedPlane.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace qvs::ucc {
+namespace {
+
+constexpr uint8_t kCanary = 0xA5;
+
+size_t pageBytes() {
+  return static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
+
+}  // namespace
+
+GuardedPlane::GuardedPlane(size_t rowBytes, uint32_t rows, size_t gap, Guard guard)
+    : rowBytes_(rowBytes), rows_(rows), stride_(rowBytes + gap) {
+  const size_t used = rows == 0 ? 0 : stride_ * (rows - 1) + rowBytes;
+  const size_t page = pageBytes();
+  const size_t inner = (used + page - 1) / page * page;
+  mappedBytes_ = inner + 2 * page;
+  void* mapping = mmap(nullptr, mappedBytes_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (mapping == MAP_FAILED) std::abort();
+  mapping_ = static_cast<uint8_t*>(mapping);
+  if (inner != 0 && mprotect(mapping_ + page, inner, PROT_READ | PROT_WRITE) != 0) std::abort();
+  std::memset(mapping_ + page, kCanary, inner);
+  data_ = guard == Guard::kBehind ? mapping_ + page + inner - used : mapping_ + page;
+}
+
+GuardedPlane::~GuardedPlane() {
+  munmap(mapping_, mappedBytes_);
+}
+
+void GuardedPlane::fill(uint8_t value) {
+  for (uint32_t y = 0; y < rows_; ++y) std::memset(row(y), value, rowBytes_);
+}
+
+void GuardedPlane::fillRandom(std::mt19937& random) {
+  for (uint32_t y = 0; y < rows_; ++y) {
+    std::generate_n(row(y), rowBytes_, [&] { return static_cast<uint8_t>(random() >> 8); });
+  }
+}
+
+void GuardedPlane::fillExtremes(std::mt19937& random) {
+  for (uint32_t y = 0; y < rows_; ++y) {
+    std::generate_n(row(y), rowBytes_, [&] { return static_cast<uint8_t>((random() >> 8 & 1) * 255); });
+  }
+}
+
+void GuardedPlane::copyFrom(const std::vector<uint8_t>& pixels) {
+  for (uint32_t y = 0; y < rows_; ++y) std::memcpy(row(y), pixels.data() + y * rowBytes_, rowBytes_);
+}
+
+std::vector<uint8_t> GuardedPlane::pixels() const {
+  std::vector<uint8_t> all;
+  for (uint32_t y = 0; y < rows_; ++y) all.insert(all.end(), row(y), row(y) + rowBytes_);
+  return all;
+}
+
+bool GuardedPlane::gapsIntact() const {
+  for (uint32_t y = 0; y + 1 < rows_; ++y) {
+    const uint8_t* gap = row(y) + rowBytes_;
+    if (!std::all_of(gap, gap + (stride_ - rowBytes_), [](uint8_t byte) { return byte == kCanary; })) return false;
+  }
+  return true;
+}
+
+std::vector<CpuLevel> vectorLevels() {
+  std::vector<CpuLevel> levels;
+  for (int level = 1; level <= static_cast<int>(detectedCpuLevel()); ++level) {
+    levels.push_back(static_cast<CpuLevel>(level));
+  }
+  return levels;
+}
+
+std::string nameOf(CpuLevel level) {
+  static const char* const names[kCpuLevels] = {"plain", "AVX2", "AVX-512"};
+  return names[static_cast<int>(level)];
+}
+
+}  // namespace qvs::ucc
