@@ -109,23 +109,14 @@ uint32_t TranscoderSession::videoDecoderDecode(uint32_t bufferIndex, uint32_t* d
   });
 }
 
-<<<<<<< HEAD
-void TranscoderSession::fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t* timecode,
-                                          std::vector<VideoFrameAncillaryData>& ancillaryData,
-                                          TranscoderVideoDecoderFrameInfo& info) {
-  videoDecoder->getDecodedFrameSize(&info.frameWidth, &info.frameHeight, &info.displayWidth,
-                                    &info.displayHeight);
-  if (info.frameWidth != 0 && info.frameHeight != 0) {
-    frame.allocBuffer(info.frameWidth, info.frameHeight, videoDecoderFourcc);
-=======
 uint32_t TranscoderSession::fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t* timecode,
                                               std::vector<VideoFrameAncillaryData>& ancillaryData,
                                               TranscoderVideoDecoderFrameInfo& info) {
-  videoDecoder->getDecodedFrameSize(&info.frameWidth, &info.frameHeight, &info.displayWidth, &info.displayHeight);
+  videoDecoder->getDecodedFrameSize(&info.frameWidth, &info.frameHeight, &info.displayWidth,
+                                    &info.displayHeight);
   if (info.frameWidth != 0 && info.frameHeight != 0 &&
       frame.allocBuffer(info.frameWidth, info.frameHeight, videoDecoderFourcc) != kSuccess) {
     return kFailure;
->>>>>>> main
   }
   videoDecoder->getDecodedFrame(frame);
   info.frameRate = videoDecoder->getFrameRate();
