@@ -19,7 +19,9 @@ constexpr int32_t kNvenc5DriverMajor = 346;
 
 }  // namespace
 
-HardwareInspector::HardwareInspector() { u30Shared.open("libxvcucore.so", RTLD_NOW | RTLD_GLOBAL); }
+HardwareInspector::HardwareInspector() {
+  u30Shared.open("libxvcucore.so", RTLD_NOW | RTLD_GLOBAL);
+}
 
 HardwareInspector* HardwareInspector::getInstance() {
   // Leaked: sessions read it as long as the process lives.
@@ -70,6 +72,8 @@ int32_t HardwareInspector::getCUDANVENCVersion(int32_t gpu) const {
   return newDriver || capability >= kComputeCapabilityH265 ? 5 : 4;
 }
 
-void HardwareInspector::getJSON(std::string& json) const { json = HardwareReport::write(*this); }
+void HardwareInspector::getJSON(std::string& json) const {
+  json = HardwareReport::write(*this);
+}
 
 }  // namespace qvs

@@ -110,8 +110,9 @@ std::string HardwareReport::write(const HardwareInspector& inspector) {
   return fmt::format(
       "{{\"infoCUDA\":{{{}}},\"infoQuickSync\":{{{}}},\"infoVAAPI\":{{{}}},\"infoXilinxU30\":{{{}}},"
       "\"infoX264\":{{{}}},\"infoX265\":{{{}}},\"infoAdvantechVega\":{{{}}},\"infoIntrinsicScaler\":{{{}}}}}",
-      cudaText(inspector), quickSyncText(inspector), pluginText(inspector.isVAAPIAvailable(), inspector.getInfoVAAPI()),
-      u30Text(inspector), pluginText(inspector.isX264Available(), inspector.getInfoX264()),
+      cudaText(inspector), quickSyncText(inspector),
+      pluginText(inspector.isVAAPIAvailable(), inspector.getInfoVAAPI()), u30Text(inspector),
+      pluginText(inspector.isX264Available(), inspector.getInfoX264()),
       pluginText(inspector.isX265Available(), inspector.getInfoX265()),
       pluginText(inspector.isAdvantechVegaAvailable(), inspector.getInfoAdvantechVega()),
       ObjectWriter().member("available", scaler).get());

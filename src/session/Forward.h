@@ -6,7 +6,8 @@
 
 namespace qvs {
 
-/// Runs `operation` on a stage of a session; kFailure where there is none. Setters without a result count as success.
+/// Runs `operation` on a stage of a session; kFailure where there is none. Setters without a result count as
+/// success.
 template <typename Stage, typename Operation>
 uint32_t forward(const char* label, Stage* stage, Operation operation) {
   return guarded(label, [&]() -> uint32_t {

@@ -119,7 +119,8 @@ template struct StageRow<IVideoEncoder>;
 template struct StageRow<IAudioDecoder>;
 template struct StageRow<IAudioEncoder>;
 
-const VideoDecoderRow* StageSelection::videoDecoder(uint32_t decoderType, uint32_t codec, uint32_t implementation,
+const VideoDecoderRow* StageSelection::videoDecoder(uint32_t decoderType, uint32_t codec,
+                                                    uint32_t implementation,
                                                     const HardwareAvailability& availability) {
   if (decoderType == kDecoderTypeCapture) return &kCaptureVideoDecoder;
   return select<IVideoDecoder>(kVideoDecoders, codec, implementation, availability);
@@ -130,7 +131,8 @@ const VideoEncoderRow* StageSelection::videoEncoder(uint32_t codec, uint32_t imp
   return select<IVideoEncoder>(kVideoEncoders, codec, implementation, availability);
 }
 
-const AudioDecoderRow* StageSelection::audioDecoder(uint32_t decoderType, uint32_t codec, uint32_t implementation) {
+const AudioDecoderRow* StageSelection::audioDecoder(uint32_t decoderType, uint32_t codec,
+                                                    uint32_t implementation) {
   if (decoderType == kDecoderTypeCapture) return &kCaptureAudioDecoder;
   return select<IAudioDecoder>(kAudioDecoders, codec, implementation, {});
 }

@@ -23,12 +23,12 @@ inline constexpr uint32_t kAnyBit = 0xFFFFFFFFu;
 template <typename Stage>
 struct StageRow {
   uint32_t codec;
-  uint32_t implementation;  ///< the id a host names, or kAnyImplementation
+  uint32_t implementation;                         ///< the id a host names, or kAnyImplementation
   uint32_t HardwareAvailability::*word = nullptr;  ///< availability word that decides; null: always there
   uint32_t bits = 0;                               ///< that must all be set in it; kAnyBit: any will do
   PluginPath path = PluginPath::kNative;
   const char* className = "";
-  const char* logText = "";  ///< "{}" in it stands for the codec version
+  const char* logText = "";                    ///< "{}" in it stands for the codec version
   std::unique_ptr<Stage> (*make)() = nullptr;  ///< null: the class is not part of this build
 
   std::string logTextOf(uint32_t codecVersion) const;

@@ -6,7 +6,9 @@
 
 namespace qvs {
 
-TranscoderSession::TranscoderSession() { scalerTargets.reserve(kScalerTargetsMax); }
+TranscoderSession::TranscoderSession() {
+  scalerTargets.reserve(kScalerTargetsMax);
+}
 
 TranscoderSession::~TranscoderSession() {
   finishVideoEncoders();

@@ -58,7 +58,8 @@ VideoFrameBufferSet* TranscoderSessionBase::getVideoEncoderBufferSet(uint32_t se
   return wrapper != nullptr ? wrapper->get() : nullptr;
 }
 
-VideoFrameBuffer* TranscoderSessionBase::getVideoEncoderBuffer(uint32_t setIndex, uint32_t indexBuffer) const {
+VideoFrameBuffer* TranscoderSessionBase::getVideoEncoderBuffer(uint32_t setIndex,
+                                                               uint32_t indexBuffer) const {
   VideoFrameBufferSet* set = getVideoEncoderBufferSet(setIndex);
   return set != nullptr ? set->getVideoFrameBuffer(indexBuffer) : nullptr;
 }

@@ -49,19 +49,20 @@ std::string cudaText(uint32_t word, bool* found) {
 
 void logCuda(ILogger& log, uint32_t word) {
   if (word == 0) {
-    log.info(
-        "TranscoderSession.isCUDAAvailable[{context}]: NVidia hardware acceleration is NOT available");
+    log.info("TranscoderSession.isCUDAAvailable[{context}]: NVidia hardware acceleration is NOT available");
     return;
   }
   bool found = false;
   const std::string line =
-      "TranscoderSession.isCUDAAvailable[{context}]:NVidia hardware acceleration is available:" + cudaText(word, &found);
+      "TranscoderSession.isCUDAAvailable[{context}]:NVidia hardware acceleration is available:" +
+      cudaText(word, &found);
   if (found) {
     log.info(line);
     return;
   }
   log.warn(line +
-           " The drivers' version needs to be at least 525.60.13 for Linux and 527.41 for Windows. Any previous or "
+           " The drivers' version needs to be at least 525.60.13 for Linux and 527.41 for Windows. Any "
+           "previous or "
            "unsupported drivers will cause Vantor to revert back to default CPU transcoding.");
 }
 
@@ -123,7 +124,8 @@ void TranscoderSession::logInventory(const HardwareInspector& inspector) {
   logPlugin(logCollector, "isX265Available", "X265", inspector.getInfoX265());
   logPlugin(logCollector, "isAdvantechVegaAvailable", "Advantech Vega", inspector.getInfoAdvantechVega());
   if (inspector.isIntrinsicScalerAvailable()) {
-    logCollector.info("TranscoderSession.isIntrinsicScalerAvailable[{context}]: Intrinsic scaler is available");
+    logCollector.info(
+        "TranscoderSession.isIntrinsicScalerAvailable[{context}]: Intrinsic scaler is available");
   }
 }
 

@@ -11,7 +11,8 @@ namespace qvs {
 
 namespace {
 
-/// The listeners of one event, copied so that they run without the manager's lock. A few fit without allocating.
+/// The listeners of one event, copied so that they run without the manager's lock. A few fit without
+/// allocating.
 template <typename Listener>
 class ListenerCopy {
  public:
@@ -84,10 +85,11 @@ TranscoderSessionNotifyManager* TranscoderSessionNotifyManager::getInstance() {
   return pInstance;
 }
 
-TranscoderSessionNotifyManager::TranscoderSessionNotifyManager() : lock(ConcurrentLockFactory::newConcurrentLock()) {}
+TranscoderSessionNotifyManager::TranscoderSessionNotifyManager()
+    : lock(ConcurrentLockFactory::newConcurrentLock()) {}
 
-TranscoderSessionNotifySessionHolder& TranscoderSessionNotifyManager::getOrCreateSessionHolder(int64_t sessionId) {
-  ScopedLock guard(*lock);
+TranscoderSessionNotifySessionHolder& TranscoderSessionNotifyManager::getOrCreateSessionHolder(
+    int64_t sessionId) {
   std::unique_ptr<Holder>& holder = sessionMap[sessionId];
   if (!holder) {
     holder = std::make_unique<Holder>();
@@ -97,7 +99,6 @@ TranscoderSessionNotifySessionHolder& TranscoderSessionNotifyManager::getOrCreat
 }
 
 void TranscoderSessionNotifyManager::removeSessionHolder(int64_t sessionId) {
-  ScopedLock guard(*lock);
   sessionMap.erase(sessionId);
 }
 
@@ -107,7 +108,8 @@ size_t TranscoderSessionNotifyManager::getSessionHolderCount() {
 }
 
 template <typename Listener>
-uint32_t TranscoderSessionNotifyManager::add(int64_t sessionId, ListenerList<Listener> list, Listener* listener) {
+uint32_t TranscoderSessionNotifyManager::add(int64_t sessionId, ListenerList<Listener> list,
+                                             Listener* listener) {
   return guarded("TranscoderSessionNotifyManager::add", [&]() -> uint32_t {
     ScopedLock guard(*lock);
     (getOrCreateSessionHolder(sessionId).*list).push_back(listener);
@@ -116,7 +118,8 @@ uint32_t TranscoderSessionNotifyManager::add(int64_t sessionId, ListenerList<Lis
 }
 
 template <typename Listener>
-uint32_t TranscoderSessionNotifyManager::remove(int64_t sessionId, ListenerList<Listener> list, Listener* listener) {
+uint32_t TranscoderSessionNotifyManager::remove(int64_t sessionId, ListenerList<Listener> list,
+                                                Listener* listener) {
   return guarded("TranscoderSessionNotifyManager::remove", [&]() -> uint32_t {
     ScopedLock guard(*lock);
     std::erase(getOrCreateSessionHolder(sessionId).*list, listener);
@@ -151,7 +154,8 @@ uint32_t TranscoderSessionNotifyManager::removeSessionListener(ITranscoderSessio
   return 0;
 }
 
-uint32_t TranscoderSessionNotifyManager::notifySessionListenersCreate(int64_t sessionId, MediaStreamContext* context) {
+uint32_t TranscoderSessionNotifyManager::notifySessionListenersCreate(int64_t sessionId,
+                                                                      MediaStreamContext* context) {
   return guarded("TranscoderSessionNotifyManager::notifySessionListenersCreate", [&]() -> uint32_t {
     ListenerCopy<ITranscoderSessionNotifySession> listeners;
     {
@@ -216,60 +220,52 @@ uint32_t TranscoderSessionNotifyManager::removeAudioFrameEncodeListener(
   return remove(sessionId, &Holder::audioFrameEncodeListeners, listener);
 }
 
-uint32_t TranscoderSessionNotifyManager::notifyVideoFrameDecodeListenersBeforeOverlay(int64_t sessionId,
-                                                                                      IVideoDecoder* decoder,
-                                                                                      VideoFrameBuffer* frame) {
+uint32_t TranscoderSessionNotifyManager::notifyVideoFrameDecodeListenersBeforeOverlay(
+    int64_t sessionId, IVideoDecoder* decoder, VideoFrameBuffer* frame) {
   return notify(sessionId, &Holder::videoFrameDecodeListeners,
                 [&](auto& listener) { listener.onVideoDecodeBeforeOverlay(sessionId, decoder, frame); });
 }
 
-uint32_t TranscoderSessionNotifyManager::notifyVideoFrameDecodeListenersAfterOverlay(int64_t sessionId,
-                                                                                     IVideoDecoder* decoder,
-                                                                                     VideoFrameBuffer* frame) {
+uint32_t TranscoderSessionNotifyManager::notifyVideoFrameDecodeListenersAfterOverlay(
+    int64_t sessionId, IVideoDecoder* decoder, VideoFrameBuffer* frame) {
   return notify(sessionId, &Holder::videoFrameDecodeListeners,
                 [&](auto& listener) { listener.onVideoDecodeAfterOverlay(sessionId, decoder, frame); });
 }
 
-uint32_t TranscoderSessionNotifyManager::notifyVideoFrameEncodeListenersBeforeOverlay(int64_t sessionId,
-                                                                                      IVideoEncoder* encoder,
-                                                                                      VideoFrameBuffer* source,
-                                                                                      VideoFrameBuffer* target) {
-  return notify(sessionId, &Holder::videoFrameEncodeListeners,
-                [&](auto& listener) { listener.onVideoEncodeBeforeOverlay(sessionId, encoder, source, target); });
+uint32_t TranscoderSessionNotifyManager::notifyVideoFrameEncodeListenersBeforeOverlay(
+    int64_t sessionId, IVideoEncoder* encoder, VideoFrameBuffer* source, VideoFrameBuffer* target) {
+  return notify(sessionId, &Holder::videoFrameEncodeListeners, [&](auto& listener) {
+    listener.onVideoEncodeBeforeOverlay(sessionId, encoder, source, target);
+  });
 }
 
-uint32_t TranscoderSessionNotifyManager::notifyVideoFrameEncodeListenersAfterOverlay(int64_t sessionId,
-                                                                                     IVideoEncoder* encoder,
-                                                                                     VideoFrameBuffer* source,
-                                                                                     VideoFrameBuffer* target) {
-  return notify(sessionId, &Holder::videoFrameEncodeListeners,
-                [&](auto& listener) { listener.onVideoEncodeAfterOverlay(sessionId, encoder, source, target); });
+uint32_t TranscoderSessionNotifyManager::notifyVideoFrameEncodeListenersAfterOverlay(
+    int64_t sessionId, IVideoEncoder* encoder, VideoFrameBuffer* source, VideoFrameBuffer* target) {
+  return notify(sessionId, &Holder::videoFrameEncodeListeners, [&](auto& listener) {
+    listener.onVideoEncodeAfterOverlay(sessionId, encoder, source, target);
+  });
 }
 
-uint32_t TranscoderSessionNotifyManager::notifyAudioFrameDecodeListenersBeforeResample(int64_t sessionId,
-                                                                                       IAudioDecoder* decoder,
-                                                                                       AudioSampleBuffer* block) {
+uint32_t TranscoderSessionNotifyManager::notifyAudioFrameDecodeListenersBeforeResample(
+    int64_t sessionId, IAudioDecoder* decoder, AudioSampleBuffer* block) {
   return notify(sessionId, &Holder::audioFrameDecodeListeners,
                 [&](auto& listener) { listener.onAudioDecodeBeforeResample(sessionId, decoder, block); });
 }
 
-uint32_t TranscoderSessionNotifyManager::notifyAudioFrameDecodeListenersAfterResample(int64_t sessionId,
-                                                                                      IAudioDecoder* decoder,
-                                                                                      AudioSampleBuffer* block) {
+uint32_t TranscoderSessionNotifyManager::notifyAudioFrameDecodeListenersAfterResample(
+    int64_t sessionId, IAudioDecoder* decoder, AudioSampleBuffer* block) {
   return notify(sessionId, &Holder::audioFrameDecodeListeners,
                 [&](auto& listener) { listener.onAudioDecodeAfterResample(sessionId, decoder, block); });
 }
 
-uint32_t TranscoderSessionNotifyManager::notifyAudioFrameEncodeListenersBeforeResample(int64_t sessionId,
-                                                                                       IAudioEncoder* encoder,
-                                                                                       AudioSampleBuffer* block) {
+uint32_t TranscoderSessionNotifyManager::notifyAudioFrameEncodeListenersBeforeResample(
+    int64_t sessionId, IAudioEncoder* encoder, AudioSampleBuffer* block) {
   return notify(sessionId, &Holder::audioFrameEncodeListeners,
                 [&](auto& listener) { listener.onAudioEncodeBeforeResample(sessionId, encoder, block); });
 }
 
-uint32_t TranscoderSessionNotifyManager::notifyAudioFrameEncodeListenersAfterResample(int64_t sessionId,
-                                                                                      IAudioEncoder* encoder,
-                                                                                      AudioSampleBuffer* block) {
+uint32_t TranscoderSessionNotifyManager::notifyAudioFrameEncodeListenersAfterResample(
+    int64_t sessionId, IAudioEncoder* encoder, AudioSampleBuffer* block) {
   return notify(sessionId, &Holder::audioFrameEncodeListeners,
                 [&](auto& listener) { listener.onAudioEncodeAfterResample(sessionId, encoder, block); });
 }

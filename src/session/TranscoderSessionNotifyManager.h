@@ -73,6 +73,7 @@ class QVS_EXPORT TranscoderSessionNotifyManager {
 
   TranscoderSessionNotifyManager();
 
+  // Both with the lock held.
   Holder& getOrCreateSessionHolder(int64_t sessionId);
   void removeSessionHolder(int64_t sessionId);
   template <typename Listener>

@@ -92,22 +92,26 @@ uint32_t TranscoderSession::videoEncoderInitialize(uint32_t indexEncoder) {
 }
 
 uint32_t TranscoderSession::videoEncoderSetCrop(uint32_t setIndex, const uint32_t* rect) {
-  setRects("TranscoderSession::videoEncoderSetCrop", getVideoEncoderBufferSet(setIndex), &VideoFrameBuffer::setCrop, rect);
+  setRects("TranscoderSession::videoEncoderSetCrop", getVideoEncoderBufferSet(setIndex),
+           &VideoFrameBuffer::setCrop, rect);
   return kFailure;  // in every case, as hosts know it
 }
 
 uint32_t TranscoderSession::videoEncoderSetSrcRect(uint32_t setIndex, const uint32_t* rect) {
-  setRects("TranscoderSession::videoEncoderSetSrcRect", getVideoEncoderBufferSet(setIndex), &VideoFrameBuffer::setSrcRect, rect);
+  setRects("TranscoderSession::videoEncoderSetSrcRect", getVideoEncoderBufferSet(setIndex),
+           &VideoFrameBuffer::setSrcRect, rect);
   return kFailure;  // in every case, as hosts know it
 }
 
 uint32_t TranscoderSession::videoEncoderSetPadding(uint32_t setIndex, const uint32_t* rect) {
-  setRects("TranscoderSession::videoEncoderSetPadding", getVideoEncoderBufferSet(setIndex), &VideoFrameBuffer::setPadding, rect);
+  setRects("TranscoderSession::videoEncoderSetPadding", getVideoEncoderBufferSet(setIndex),
+           &VideoFrameBuffer::setPadding, rect);
   return kFailure;  // in every case, as hosts know it
 }
 
 uint32_t TranscoderSession::videoEncoderSetDstRect(uint32_t setIndex, const uint32_t* rect) {
-  setRects("TranscoderSession::videoEncoderSetDstRect", getVideoEncoderBufferSet(setIndex), &VideoFrameBuffer::setDstRect, rect);
+  setRects("TranscoderSession::videoEncoderSetDstRect", getVideoEncoderBufferSet(setIndex),
+           &VideoFrameBuffer::setDstRect, rect);
   return kFailure;  // in every case, as hosts know it
 }
 

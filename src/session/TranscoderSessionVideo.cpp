@@ -49,8 +49,8 @@ uint32_t setOverlay(VideoOverlayFrames* overlays, uint32_t overlayIndex, VideoOv
 
 }  // namespace
 
-uint32_t TranscoderSession::videoDecoderSetFrameSizeLimits(uint32_t widthMax, uint32_t heightMax, uint32_t widthMin,
-                                                           uint32_t heightMin) {
+uint32_t TranscoderSession::videoDecoderSetFrameSizeLimits(uint32_t widthMax, uint32_t heightMax,
+                                                           uint32_t widthMin, uint32_t heightMin) {
   decoderFrameSizeWidthMax = widthMax;
   decoderFrameSizeHeightMax = heightMax;
   decoderFrameSizeWidthMin = widthMin;
@@ -85,15 +85,16 @@ uint32_t TranscoderSession::videoDecoderDecodeCodecConfig(uint8_t* buffer, uint3
   });
 }
 
-uint32_t TranscoderSession::videoDecoderAddFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
-                                                 uint32_t frameType) {
+uint32_t TranscoderSession::videoDecoderAddFrame(uint8_t* buffer, uint32_t offset, uint32_t len,
+                                                 uint64_t timecode, uint32_t frameType) {
   return guarded("TranscoderSession::videoDecoderAddFrame", [&]() -> uint32_t {
     if (!videoDecoder) return kFailure;
     return videoDecoder->addFrame(buffer, offset, len, timecode, frameType);
   });
 }
 
-uint32_t TranscoderSession::videoDecoderDecode(uint32_t bufferIndex, uint32_t* decoderStatus, uint64_t* timecode,
+uint32_t TranscoderSession::videoDecoderDecode(uint32_t bufferIndex, uint32_t* decoderStatus,
+                                               uint64_t* timecode,
                                                std::vector<VideoFrameAncillaryData>& ancillaryData,
                                                TranscoderVideoDecoderFrameInfo& frameInfo) {
   return guarded("TranscoderSession::videoDecoderDecode", [&]() -> uint32_t {
@@ -111,7 +112,8 @@ uint32_t TranscoderSession::videoDecoderDecode(uint32_t bufferIndex, uint32_t* d
 uint32_t TranscoderSession::fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t* timecode,
                                               std::vector<VideoFrameAncillaryData>& ancillaryData,
                                               TranscoderVideoDecoderFrameInfo& info) {
-  videoDecoder->getDecodedFrameSize(&info.frameWidth, &info.frameHeight, &info.displayWidth, &info.displayHeight);
+  videoDecoder->getDecodedFrameSize(&info.frameWidth, &info.frameHeight, &info.displayWidth,
+                                    &info.displayHeight);
   if (info.frameWidth != 0 && info.frameHeight != 0 &&
       frame.allocBuffer(info.frameWidth, info.frameHeight, videoDecoderFourcc) != kSuccess) {
     return kFailure;
@@ -128,13 +130,15 @@ uint32_t TranscoderSession::fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t*
   return kSuccess;
 }
 
-void TranscoderSession::logFrameSize(const TranscoderVideoDecoderFrameInfo& info, const VideoFrameBuffer& frame) {
+void TranscoderSession::logFrameSize(const TranscoderVideoDecoderFrameInfo& info,
+                                     const VideoFrameBuffer& frame) {
   logCollector.info(
       kLogContextVideoDecoder, 0,
-      fmt::format("TranscoderSession.videoDecoderDecode[{{context}}]: Decoder frame size: frame:{}x{} display:{}x{} "
-                  "bufferSize:{}",
-                  info.frameWidth, info.frameHeight, info.displayWidth, info.displayHeight,
-                  frame.getBuffer() != nullptr ? frame.getFrameSize() : 0));
+      fmt::format(
+          "TranscoderSession.videoDecoderDecode[{{context}}]: Decoder frame size: frame:{}x{} display:{}x{} "
+          "bufferSize:{}",
+          info.frameWidth, info.frameHeight, info.displayWidth, info.displayHeight,
+          frame.getBuffer() != nullptr ? frame.getFrameSize() : 0));
   lastDecodeWidth = info.frameWidth;
   lastDecodeHeight = info.frameHeight;
 }
@@ -165,7 +169,8 @@ uint32_t TranscoderSession::videoDecoderBufferRelease(uint32_t bufferIndex) {
                  [&]() -> uint32_t { return release(getVideoDecoderBuffer(bufferIndex)); });
 }
 
-uint32_t TranscoderSession::videoDecoderBufferSetOverlayVideoFrame(uint32_t overlayIndex, VideoOverlayFrame* frame) {
+uint32_t TranscoderSession::videoDecoderBufferSetOverlayVideoFrame(uint32_t overlayIndex,
+                                                                   VideoOverlayFrame* frame) {
   // Both overlay operations report under one name.
   return guarded("TranscoderSession::videoEncoderBufferSetOverlayVideoFrame", [&]() -> uint32_t {
     return setOverlay(&videoDecoderBuffers.getOverlayFrames(), overlayIndex, frame);
@@ -197,10 +202,11 @@ uint32_t TranscoderSession::reportFrameSizeOutOfRange(uint32_t width, uint32_t h
   decoderFrameSizeReportOutOfRange = 0;
   logCollector.warn(
       kLogContextVideoDecoder, 0,
-      fmt::format("TranscoderSession::videoDecoderTransferFrame[{{context}}]: Decoded frame size is out of range "
-                  "frame:{}x{} max:{}x{} min:{}x{}",
-                  width, height, decoderFrameSizeWidthMax, decoderFrameSizeHeightMax, decoderFrameSizeWidthMin,
-                  decoderFrameSizeHeightMin));
+      fmt::format(
+          "TranscoderSession::videoDecoderTransferFrame[{{context}}]: Decoded frame size is out of range "
+          "frame:{}x{} max:{}x{} min:{}x{}",
+          width, height, decoderFrameSizeWidthMax, decoderFrameSizeHeightMax, decoderFrameSizeWidthMin,
+          decoderFrameSizeHeightMin));
   return kFailure;
 }
 
@@ -209,7 +215,8 @@ void TranscoderSession::prepareFractionalFrames(VideoFrameBuffer& frame,
   const VideoFrameBuffer* smallest = nullptr;
   uint64_t smallestArea = 0;
   for (size_t set = 0; set < encoderBufferIndexes.size(); ++set) {
-    const VideoFrameBuffer* target = getVideoEncoderBuffer(static_cast<uint32_t>(set), encoderBufferIndexes[set]);
+    const VideoFrameBuffer* target =
+        getVideoEncoderBuffer(static_cast<uint32_t>(set), encoderBufferIndexes[set]);
     if (target == nullptr) continue;
     const uint64_t area = uint64_t{target->getWidth()} * target->getHeight();
     if (area == 0 || (smallest != nullptr && area >= smallestArea)) continue;
@@ -314,8 +321,8 @@ uint32_t TranscoderSession::videoEncoderBufferSetOverlayVideoFrame(uint32_t setI
   });
 }
 
-uint32_t TranscoderSession::videoEncoderAddFrame(uint32_t indexEncoder, uint32_t indexBuffer, uint32_t setIndex,
-                                                 uint32_t frameType, uint64_t timecode) {
+uint32_t TranscoderSession::videoEncoderAddFrame(uint32_t indexEncoder, uint32_t indexBuffer,
+                                                 uint32_t setIndex, uint32_t frameType, uint64_t timecode) {
   return guarded("TranscoderSession::videoEncoderAddFrame", [&]() -> uint32_t {
     IVideoEncoder* encoder = getVideoEncoder(indexEncoder);
     VideoFrameBuffer* frame = getVideoEncoderBuffer(setIndex, indexBuffer);
@@ -324,8 +331,8 @@ uint32_t TranscoderSession::videoEncoderAddFrame(uint32_t indexEncoder, uint32_t
   });
 }
 
-uint32_t TranscoderSession::videoEncoderSkipFrame(uint32_t indexEncoder, uint32_t indexBuffer, uint32_t setIndex,
-                                                  uint32_t frameType, uint64_t timecode) {
+uint32_t TranscoderSession::videoEncoderSkipFrame(uint32_t indexEncoder, uint32_t indexBuffer,
+                                                  uint32_t setIndex, uint32_t frameType, uint64_t timecode) {
   return guarded("TranscoderSession::videoEncoderSkipFrame", [&]() -> uint32_t {
     IVideoEncoder* encoder = getVideoEncoder(indexEncoder);
     VideoFrameBuffer* frame = getVideoEncoderBuffer(setIndex, indexBuffer);
@@ -350,9 +357,9 @@ uint32_t TranscoderSession::videoDecoderGetFrameBGRA(uint32_t bufferIndex, uint8
   });
 }
 
-uint32_t TranscoderSession::videoEncoderGetFrameBGRA(uint32_t setIndex, uint32_t bufferIndex, uint8_t** buffer,
-                                                     uint32_t* len, uint32_t* width, uint32_t* height,
-                                                     uint64_t* timecode) {
+uint32_t TranscoderSession::videoEncoderGetFrameBGRA(uint32_t setIndex, uint32_t bufferIndex,
+                                                     uint8_t** buffer, uint32_t* len, uint32_t* width,
+                                                     uint32_t* height, uint64_t* timecode) {
   return guarded("TranscoderSession::videoEncoderGetFrameBGRA", [&]() -> uint32_t {
     VideoFrameBuffer* frame = getVideoEncoderBuffer(setIndex, bufferIndex);
     return frame != nullptr ? frame->getFrameBGRA(buffer, len, width, height, timecode) : kFailure;

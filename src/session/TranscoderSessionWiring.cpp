@@ -27,26 +27,56 @@ std::string scalerName(uint32_t implementation) {
   return fmt::format("UNKNOWN:{}", implementation);
 }
 
+/// Where log lines of one kind of stage go and how they name it.
+struct StageLog {
+  int context;
+  const char* operation;
+  const char* name;     ///< "Video decoder"
+  const char* created;  ///< "video decoder"
+};
+
+constexpr StageLog kVideoDecoderLog = {kLogContextVideoDecoder, "videoDecoderCreate", "Video decoder",
+                                       "video decoder"};
+constexpr StageLog kVideoEncoderLog = {kLogContextVideoEncoder, "videoEncoderAdd", "Video encoder",
+                                       "video encoder"};
+constexpr StageLog kAudioDecoderLog = {kLogContextAudioDecoder, "audioDecoderCreate", "Audio decoder",
+                                       "audio decoder"};
+constexpr StageLog kAudioEncoderLog = {kLogContextAudioEncoder, "audioEncoderAdd", "Audio encoder",
+                                       "audio encoder"};
+
+/// A new object of the row's class. Null without a row, or, with a line that says so, without the class.
+template <typename Stage>
+std::unique_ptr<Stage> makeStage(ILogger& log, const StageLog& stage, int index, const StageRow<Stage>* row,
+                                 uint32_t codecVersion) {
+  if (row == nullptr) return nullptr;
+  if (row->make != nullptr) return row->make();
+  log.error(stage.context, index,
+            fmt::format("TranscoderSession.{}[{{context}}]: {} is not built in: {}", stage.operation,
+                        stage.name, row->logTextOf(codecVersion)));
+  return nullptr;
+}
+
+template <typename Stage>
+void logCreated(ILogger& log, const StageLog& stage, int index, const StageRow<Stage>& row,
+                uint32_t codecVersion) {
+  log.info(stage.context, index,
+           fmt::format("TranscoderSession.{}[{{context}}]: Create {}: {}", stage.operation, stage.created,
+                       row.logTextOf(codecVersion)));
+}
+
 }  // namespace
 
 uint32_t TranscoderSession::videoDecoderCreate(uint32_t decoderType, uint32_t codec, uint32_t codecVersion,
                                                uint32_t bitDepth, uint32_t implementation, uint32_t fourcc) {
   return guarded("TranscoderSession::videoDecoderCreate", [&]() -> uint32_t {
     videoDecoderFourcc = fourcc;
-    const VideoDecoderRow* row = StageSelection::videoDecoder(decoderType, codec, implementation, availability);
-    if (row == nullptr) return kFailure;
-    if (row->make == nullptr) {
-      logCollector.error(kLogContextVideoDecoder, 0,
-                         "TranscoderSession.videoDecoderCreate[{context}]: Video decoder is not built in: " +
-                             row->logTextOf(codecVersion));
-      return kFailure;
-    }
-    std::unique_ptr<IVideoDecoder> created = row->make();
+    const VideoDecoderRow* row =
+        StageSelection::videoDecoder(decoderType, codec, implementation, availability);
+    std::unique_ptr<IVideoDecoder> created = makeStage(logCollector, kVideoDecoderLog, 0, row, codecVersion);
+    if (!created) return kFailure;
     created->setLogger(&logCollector);
     videoDecoder = std::move(created);
-    logCollector.info(
-        kLogContextVideoDecoder, 0,
-        "TranscoderSession.videoDecoderCreate[{context}]: Create video decoder: " + row->logTextOf(codecVersion));
+    logCreated(logCollector, kVideoDecoderLog, 0, *row, codecVersion);
     videoDecoder->setNativePath(pluginPath(row->path));
     videoDecoder->setCodecAndVersion(codec, codecVersion);
     videoDecoder->setBitDepth(bitDepth);
@@ -79,21 +109,14 @@ uint32_t TranscoderSession::videoEncoderAdd(uint32_t codec, uint32_t codecVersio
     videoEncoderFourcc = fourcc;
     clearVideoEncoderSlot(*indexEncoder);
     const VideoEncoderRow* row = StageSelection::videoEncoder(codec, implementation, availability);
-    if (row == nullptr) return kFailure;
-    if (row->make == nullptr) {
-      logCollector.error(kLogContextVideoEncoder, *indexEncoder,
-                         "TranscoderSession.videoEncoderAdd[{context}]: Video encoder is not built in: " +
-                             row->logTextOf(codecVersion));
-      return kFailure;
-    }
-    std::unique_ptr<IVideoEncoder> created = row->make();
+    std::unique_ptr<IVideoEncoder> created =
+        makeStage(logCollector, kVideoEncoderLog, *indexEncoder, row, codecVersion);
+    if (!created) return kFailure;
     created->setLogger(&logCollector);
     *indexEncoder = storeVideoEncoder(std::move(created), *indexEncoder);
     IVideoEncoder& encoder = *getVideoEncoder(static_cast<uint32_t>(*indexEncoder));
     encoder.setSessionIndex(static_cast<uint32_t>(*indexEncoder));
-    logCollector.info(
-        kLogContextVideoEncoder, *indexEncoder,
-        "TranscoderSession.videoEncoderAdd[{context}]: Create video encoder: " + row->logTextOf(codecVersion));
+    logCreated(logCollector, kVideoEncoderLog, *indexEncoder, *row, codecVersion);
     encoder.setBitDepth(bitDepth);
     encoder.setNativePath(pluginPath(row->path));
     encoder.setCodecAndVersion(codec, codecVersion);
@@ -155,22 +178,24 @@ uint32_t TranscoderSession::videoScalerSetImplementation2(uint32_t implementatio
 uint32_t TranscoderSession::videoScalerSetSource(uint32_t width, uint32_t height, double rate) {
   return guarded("TranscoderSession::videoScalerSetSource", [&]() -> uint32_t {
     if (videoScaler) return videoScaler->setSource(width, height, rate);
-    logCollector.info(kLogContextVideoScaler, 0,
-                      fmt::format("TranscoderSession.videoScalerSetSource[{{context}}]: video scaler set source : "
-                                  "width = {}, height = {}, rate = {:g}",
-                                  width, height, rate));
+    logCollector.info(
+        kLogContextVideoScaler, 0,
+        fmt::format("TranscoderSession.videoScalerSetSource[{{context}}]: video scaler set source : "
+                    "width = {}, height = {}, rate = {:g}",
+                    width, height, rate));
     return kFailure;
   });
 }
 
-uint32_t TranscoderSession::videoScalerAddScaling(uint32_t width, uint32_t height, double rate, uint32_t scaleIndex,
-                                                  bool stableFramerate) {
+uint32_t TranscoderSession::videoScalerAddScaling(uint32_t width, uint32_t height, double rate,
+                                                  uint32_t scaleIndex, bool stableFramerate) {
   return guarded("TranscoderSession::videoScalerAddScaling", [&]() -> uint32_t {
     if (videoScaler) return videoScaler->addScaling(width, height, rate, scaleIndex, stableFramerate);
-    logCollector.info(kLogContextVideoScaler, 0,
-                      fmt::format("TranscoderSession.videoScalerAddScaling[{{context}}]: video scaler set source : "
-                                  "width = {}, height = {}, rate = {:g}, scaleIndex = {}, stableFramerate{:d}",
-                                  width, height, rate, scaleIndex, stableFramerate));
+    logCollector.info(
+        kLogContextVideoScaler, 0,
+        fmt::format("TranscoderSession.videoScalerAddScaling[{{context}}]: video scaler set source : "
+                    "width = {}, height = {}, rate = {:g}, scaleIndex = {}, stableFramerate{:d}",
+                    width, height, rate, scaleIndex, stableFramerate));
     return kFailure;
   });
 }
@@ -208,7 +233,8 @@ uint32_t TranscoderSession::videoEncoderBufferSetAlloc(uint32_t* indexBuffer) {
 int32_t TranscoderSession::videoEncoderGetEncoderFrameIndex(uint32_t frameIndex) const {
   for (size_t index = 0; index < videoEncoders.size(); ++index) {
     const auto& encoder = videoEncoders[index].videoEncoder;
-    if (encoder && encoder->getFrameIndex() == static_cast<int32_t>(frameIndex)) return static_cast<int32_t>(index);
+    if (encoder && encoder->getFrameIndex() == static_cast<int32_t>(frameIndex))
+      return static_cast<int32_t>(index);
   }
   return -1;
 }
@@ -234,24 +260,17 @@ uint32_t TranscoderSession::videoEncoderBufferAdd(uint32_t width, uint32_t heigh
   });
 }
 
-uint32_t TranscoderSession::audioDecoderCreate(uint32_t decoderType, uint32_t codec, uint32_t implementation) {
+uint32_t TranscoderSession::audioDecoderCreate(uint32_t decoderType, uint32_t codec,
+                                               uint32_t implementation) {
   return guarded("TranscoderSession::audioDecoderCreate", [&]() -> uint32_t {
     const AudioDecoderRow* row = StageSelection::audioDecoder(decoderType, codec, implementation);
-    if (row == nullptr) return kFailure;
-    if (row->make == nullptr) {
-      logCollector.error(
-          kLogContextAudioDecoder, 0,
-          "TranscoderSession.audioDecoderCreate[{context}]: Audio decoder is not built in: " + row->logTextOf(0));
-      return kFailure;
-    }
-    std::unique_ptr<IAudioDecoder> created = row->make();
+    std::unique_ptr<IAudioDecoder> created = makeStage(logCollector, kAudioDecoderLog, 0, row, 0);
+    if (!created) return kFailure;
     created->setLogger(&logCollector);
     created->setDecodeParameters(audioDecoderFormat);
     audioDecodeFrameHeaderSize = created->getDecodeFrameHeaderSize();
     audioDecoder = std::move(created);
-    logCollector.info(
-        kLogContextAudioDecoder, 0,
-        "TranscoderSession.audioDecoderCreate[{context}]: Create audio decoder: " + row->logTextOf(0));
+    logCreated(logCollector, kAudioDecoderLog, 0, *row, 0);
     audioDecoder->setNativePath(pluginPath(row->path));
     audioDecoder->createDone();
     return kSuccess;
@@ -261,24 +280,16 @@ uint32_t TranscoderSession::audioDecoderCreate(uint32_t decoderType, uint32_t co
 uint32_t TranscoderSession::audioEncoderAdd(uint32_t codec, uint32_t, int32_t* indexEncoder) {
   return guarded("TranscoderSession::audioEncoderAdd", [&]() -> uint32_t {
     const AudioEncoderRow* row = StageSelection::audioEncoder(codec);
-    if (row == nullptr) return kFailure;
     const auto index = static_cast<int32_t>(audioEncoders.size());
-    if (row->make == nullptr) {
-      logCollector.error(
-          kLogContextAudioEncoder, index,
-          "TranscoderSession.audioEncoderAdd[{context}]: Audio encoder is not built in: " + row->logTextOf(0));
-      return kFailure;
-    }
     AudioEncoderWrapper wrapper;
-    wrapper.audioEncoder = row->make();
+    wrapper.audioEncoder = makeStage(logCollector, kAudioEncoderLog, index, row, 0);
+    if (!wrapper.audioEncoder) return kFailure;
     IAudioEncoder& encoder = *wrapper.audioEncoder;
     encoder.setLogger(&logCollector);
     audioEncoders.push_back(std::move(wrapper));
     *indexEncoder = index;
     encoder.setSessionIndex(static_cast<uint32_t>(index));
-    logCollector.info(
-        kLogContextAudioEncoder, index,
-        "TranscoderSession.audioEncoderAdd[{context}]: Create audio encoder: " + row->logTextOf(0));
+    logCreated(logCollector, kAudioEncoderLog, index, *row, 0);
     encoder.setNativePath(pluginPath(row->path));
     encoder.createDone();
     return kSuccess;

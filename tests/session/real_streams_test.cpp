@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <regex>
+#include <sstream>
 
 #include "support/Md5.h"
 #include "support/SessionLadder.h"
@@ -30,18 +30,30 @@ std::string mediaFolder() {
   return folder != nullptr ? folder : "";
 }
 
-/// The VP8 and VP9 rows of the list in the media's README.
+/// The columns of a table's row, without the blanks around them.
+std::vector<std::string> columnsOf(const std::string& line) {
+  std::vector<std::string> columns;
+  std::istringstream stream(line);
+  for (std::string column; std::getline(stream, column, '|');) {
+    const size_t first = column.find_first_not_of(' ');
+    const size_t last = column.find_last_not_of(' ');
+    columns.push_back(first == std::string::npos ? "" : column.substr(first, last - first + 1));
+  }
+  return columns;
+}
+
+/// The VP8 and VP9 rows of the list in the media's README: | file | codec | container | picture | frames |
+/// from | md5 |.
 std::vector<Vector> publishedVectors() {
   std::vector<Vector> vectors;
   std::ifstream readme(mediaFolder() + "/README.md");
-  const std::regex heading("## (\\S+)");
-  const std::regex row("\\| (\\S+) \\| vp[89][^|]*\\| ivf \\| \\d+x\\d+ yuv420p .*\\b([0-9a-f]{32})\\b.*");
   std::string folder;
   for (std::string line; std::getline(readme, line);) {
-    std::smatch match;
-    if (std::regex_match(line, match, heading)) folder = match[1];
-    if (!std::regex_match(line, match, row)) continue;
-    vectors.push_back({mediaFolder() + "/" + folder + "/" + match[1].str(), match[2]});
+    if (line.starts_with("## ")) folder = line.substr(3);
+    const std::vector<std::string> columns = columnsOf(line);
+    if (columns.size() < 8 || !columns[2].starts_with("vp") || columns[3] != "ivf") continue;
+    if (columns[4].find(" yuv420p ") == std::string::npos || columns[7].size() != 32) continue;
+    vectors.push_back({mediaFolder() + "/" + folder + "/" + columns[1], columns[7]});
   }
   return vectors;
 }

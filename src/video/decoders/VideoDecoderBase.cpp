@@ -10,8 +10,6 @@ namespace qvs {
 
 namespace {
 
-constexpr uint32_t kStartCodeLen = 4;
-
 std::unique_ptr<uint8_t[]> bytesOf(std::initializer_list<uint8_t> values) {
   auto bytes = std::make_unique<uint8_t[]>(values.size());
   std::copy(values.begin(), values.end(), bytes.get());
@@ -66,13 +64,6 @@ uint32_t VideoDecoderBase::getDecoderCaptureInfo(TranscoderVideoDecoderCaptureIn
 
 ILogger* VideoDecoderBase::getLogger() const {
   return loggerOrGlobal(logger);
-}
-
-VideoDecoderBase::Bytes VideoDecoderBase::withStartCode(const uint8_t* bytes, uint32_t len) {
-  auto spliced = std::make_unique<uint8_t[]>(size_t{kStartCodeLen} + len);
-  spliced[kStartCodeLen - 1] = 1;
-  std::copy_n(bytes, len, spliced.get() + kStartCodeLen);
-  return spliced;
 }
 
 }  // namespace qvs

@@ -69,9 +69,6 @@ class VideoDecoderBase : public WithoutParameters<IVideoDecoder> {
  protected:
   using Bytes = std::unique_ptr<uint8_t[]>;
 
-  /// A copy of the `len` bytes at `bytes` behind a four-byte start code.
-  static Bytes withStartCode(const uint8_t* bytes, uint32_t len);
-
   uint32_t codec = 0xFFFFFFFFu;
   uint32_t codecVersion = 0;
   uint32_t bitDepth = 0;

@@ -3,8 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstring>
-#include <span>
+#include <iterator>
 
 #include "frames/VideoFrameBuffer.h"
 #include "log/ILogger.h"
@@ -60,7 +59,7 @@ uint32_t VideoDecoderVPX::addFrame(uint8_t* buffer, uint32_t offset, uint32_t le
                                    uint32_t frameType) {
   return guarded("VideoDecoderVPX::addFrame", [&]() -> uint32_t {
     bufferList.clear();
-    bufferList.push_back({buffer + offset, len, timecode, frameType});
+    bufferList.push_back({buffer != nullptr ? buffer + offset : nullptr, len, timecode, frameType});
     return kSuccess;
   });
 }

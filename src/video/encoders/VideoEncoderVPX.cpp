@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 

@@ -242,9 +242,6 @@ TEST_F(VideoDecoderVPXTest, KeepsItsTwoKeys) {
 /// The base alone: what a decoder without a loop of its own answers.
 class BareDecoder : public VideoDecoderBase {
  public:
-  using VideoDecoderBase::aud265BFrame;
-  using VideoDecoderBase::audPFrame;
-  using VideoDecoderBase::withStartCode;
   uint32_t initialize() override { return 0; }
   uint32_t setGPUID(int32_t) override { return 0; }
   uint32_t close() override { return 0; }
@@ -263,10 +260,6 @@ TEST(VideoDecoderBase, MakesNoProgressByItself) {
   EXPECT_EQ(flags, 0x55u);
   EXPECT_EQ(decoder.getCodec(), 0xFFFFFFFFu);
   EXPECT_EQ(decoder.getDeinterlace(), 1u);
-  const uint8_t bytes[] = {0x67, 0x42};
-  const auto spliced = BareDecoder::withStartCode(bytes, 2);
-  EXPECT_THAT(std::vector<uint8_t>(spliced.get(), spliced.get() + 6),
-              testing::ElementsAre(0, 0, 0, 1, 0x67, 0x42));
 }
 
 TEST(VPXUtils, WritesIvfHeaders) {
