@@ -19,6 +19,7 @@ MallocBytes copyBytes(JNIEnv* env, jbyteArray array, jlong offset, jlong len, ui
   if (!range) return nullptr;
   const size_t size = size_t{headRoom} + static_cast<size_t>(range->len);
   if (size > std::numeric_limits<uint32_t>::max()) return nullptr;
+  // At least one byte, so that null means failure alone.
   MallocBytes block(static_cast<uint8_t*>(std::malloc(std::max<size_t>(size, 1))));
   if (!block) return nullptr;
   std::memset(block.get(), 0, headRoom);

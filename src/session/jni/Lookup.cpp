@@ -45,7 +45,7 @@ JavaList::JavaList(JNIEnv* env, jobject list) : env(env), list(list) {
 
 bool JavaList::add(jobject item) const {
   env->CallBooleanMethod(list, addMethod, item);
-  return !env->ExceptionCheck();
+  return !env->ExceptionCheck();  // whether the list says that it grew doesn't matter
 }
 
 }  // namespace qvs

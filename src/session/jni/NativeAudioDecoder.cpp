@@ -1,4 +1,7 @@
 // Audio decoder.
+//
+// Coded bytes are copied once, with the room in front that the decoder wants for a header of its own, and
+// freed when the call returns: no audio decoder keeps its input. The parameter entries answer 0 for handle 0.
 
 #include "session/jni/AudioBlocks.h"
 #include "session/jni/Holders.h"
@@ -116,6 +119,7 @@ QVS_NATIVE(audioDecoderDecodeFirstFrame)
 (JNIEnv* env, jobject, jlong classPtr, jbyteArray buffer, jlong offset, jlong len) {
   return withSession(
       QVS_LABEL(audioDecoderDecodeFirstFrame), classPtr, [&](TranscoderSession& session) -> jlong {
+        // The room counts as part of the frame: the decoder writes its header there.
         const uint32_t room = session.getAudioDecodeFrameHeaderSize();
         const MallocBytes block = copyBytes(env, buffer, offset, len, room);
         if (!block) return kEntryFailure;

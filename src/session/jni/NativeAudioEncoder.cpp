@@ -1,4 +1,7 @@
 // Audio encoders.
+//
+// The block on its way through an encoder is the encoder's own, so that the number of a decoded block in some
+// of these calls has no effect; it is part of their form. The parameter entries answer 0 for handle 0.
 
 #include "session/jni/AudioBlocks.h"
 #include "session/jni/Holders.h"

@@ -1,4 +1,7 @@
 // Life of the library and of sessions.
+//
+// A handle is the session's address. There is no table to look it up in, so only handle 0 can be told from a
+// live one.
 
 #include <memory>
 #include <vector>

@@ -1,4 +1,6 @@
 // Video decoder: life, settings and pool.
+//
+// For handle 0 the entries that read pictures, set overlays or move parameters answer 0, all others -1.
 
 #include "session/jni/NativeEntry.h"
 #include "session/jni/Parameters.h"

@@ -1,4 +1,6 @@
 // Video decoder: what is called per frame.
+//
+// Coded bytes are copied, never pinned: a decoder may hold on to them while the collector moves the array.
 
 #include <limits>
 
@@ -37,11 +39,13 @@ QVS_NATIVE(videoDecoderDecode)
  jobject frameInfoObj) {
   return withSession(QVS_LABEL(videoDecoderDecode), classPtr, [&](TranscoderSession& session) {
     uint32_t status = 0;
-    uint64_t timecode = std::numeric_limits<uint64_t>::max();
+    uint64_t timecode = std::numeric_limits<uint64_t>::max();  // what Java sees as -1: no picture
     TranscoderVideoDecoderFrameInfo info;
     std::vector<VideoFrameAncillaryData> ancillaryData;
     const uint32_t result = session.videoDecoderDecode(static_cast<uint32_t>(decoderBufferIndex), &status,
                                                        &timecode, ancillaryData, info);
+    // The objects are filled whatever the result is; with an exception of the host's pending nothing more may
+    // be.
     if (reportDecode(env, frameInfoObj, info, ancillaryData)) {
       writeHolder(env, decodeStatusObj, int64_t{status});
       writeHolder(env, timecodeObj, static_cast<int64_t>(timecode));

@@ -1,4 +1,7 @@
 // Video encoders: life, settings and packets.
+//
+// Numbers of encoders that name none fail in the session. The parameter entries answer 0 then, and for handle
+// 0.
 
 #include "session/jni/Holders.h"
 #include "session/jni/NativeEntry.h"
@@ -12,6 +15,7 @@ QVS_NATIVE(videoEncoderAdd)
 (JNIEnv* env, jobject, jlong classPtr, jlong codec, jlong codecVersion, jlong bitDepth, jlong fourcc,
  jlong implementation, jobject nativeMediaStreamContext, jobject indexEncoder) {
   return withSession(QVS_LABEL(videoEncoderAdd), classPtr, [&](TranscoderSession& session) -> jlong {
+    // Without a number to write back the host could never name the encoder: none is made.
     const std::optional<int64_t> wanted = readHolder(env, indexEncoder);
     if (!wanted) return kEntryFailure;
     auto index = static_cast<int32_t>(*wanted);

@@ -1,4 +1,7 @@
 // Video encoders: sets of target pictures.
+//
+// Overlays and rectangles always answer 0: the host learns of a bad one by its picture. For handle 0 the size
+// of a set and the reading of pictures answer 0 too, all others -1.
 
 #include "session/jni/Holders.h"
 #include "session/jni/JavaArrays.h"
@@ -58,7 +61,7 @@ QVS_NATIVE(videoEncoderBufferAllocate)(JNIEnv*, jobject, jlong classPtr, jlong e
         uint32_t index = 0;
         const uint32_t result =
             session.videoEncoderBufferAllocate(static_cast<uint32_t>(encoderBufferSetIndex), &index);
-        return result == kFailure ? kEntryFailure : jlong{index};
+        return result == kFailure ? kEntryFailure : jlong{index};  // any other status comes with an index
       });
 }
 

@@ -1,4 +1,7 @@
 // Video scaler.
+//
+// Only a scaler that makes all renditions in one pass has a source, scalings and frames of its own; for the
+// others the session refuses those calls, which the host passes over.
 
 #include "session/jni/Holders.h"
 #include "session/jni/JavaArrays.h"

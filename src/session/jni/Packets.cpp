@@ -35,7 +35,9 @@ bool addPacketsOf(JNIEnv* env, jobject javaList, std::vector<Frame>& frames) {
   if (!list || init == nullptr || !fields.complete()) return true;
 
   for (Frame& frame : frames) {
-    if (frame.getBuffer() == nullptr || frame.getLen() == 0) continue;
+    if (frame.getBuffer() == nullptr || frame.getLen() == 0) continue;  // nothing that a host could send on
+    // References go with each turn: an encoder may hand over more packets than the frame of a native call
+    // holds.
     const LocalRef<jobject> packet(env, env->NewObject(cls.get(), init));
     if (!packet) return !clearFailure(env);
     const LocalRef<jbyteArray> bytes = newByteArray(env, {frame.getBuffer(), frame.getLen()});

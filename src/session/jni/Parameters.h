@@ -66,6 +66,7 @@ class ParameterArray {
     JavaParameterValue value;
     fields.read(element, value);
     uint32_t length = 0;
+    // The type is the key's, whatever the host left in the element.
     value.dataType = stage.getParameterValueType(value.settingIndex, &length);
     switch (value.dataType) {
       case kParameterUnknown:
@@ -109,7 +110,7 @@ class ParameterArray {
     }
     std::vector<Value> values(length);
     uint32_t filled = length;
-    stage.getParameterValue(key, values.data(), &filled);
+    stage.getParameterValue(key, values.data(), &filled);  // may give fewer than it promised
     Lists::set(env, list.get(), static_cast<jsize>(std::min(filled, length)), values.data());
     env->SetObjectField(element, listField<Value>(), list.get());
   }
