@@ -66,6 +66,18 @@ class CommandLineTest {
   }
 
   @Test
+  void aFullDiskIsToldAndLeavesNoHalfFile() throws Exception {
+    for (String format : List.of("webm", "ivf")) {
+      Path out = Files.createDirectories(folder.resolve("full-" + format));
+      Files.createSymbolicLink(out.resolve("clip_64x48." + format + ".part"), Path.of("/dev/full"));
+      assertRefused(
+          "clip_64x48." + format + ": ", "transcode", clip.toString(), "-o", out.toString(), "--format", format,
+          "--no-contact-sheet", "--rendition", "96x72", "--rendition", "64x48");
+      assertTrue(Clips.namesIn(out).stream().noneMatch(name -> name.startsWith("clip_64x48")), format);
+    }
+  }
+
+  @Test
   void packetsThatHoldNoPicture() throws Exception {
     byte[] bytes = Files.readAllBytes(Clips.testPicture(folder.resolve("a.ivf"), "64x64", "30", 3, ""));
     // Keep header and first bytes, so the container is well, and spoil the frames.
