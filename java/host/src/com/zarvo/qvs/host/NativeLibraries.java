@@ -32,7 +32,14 @@ final class NativeLibraries {
     }
     for (int kind = 0; kind < PATH_KINDS; kind++)
       TranscoderSessionNative.setNativeLibPath(kind, directory().toString());
-    if (TranscoderSessionNative.nativeInitialize() != 0) throw new HostException("the transcoder did not start");
+    MutedErrors muted = new MutedErrors();
+    long result;
+    try {
+      result = TranscoderSessionNative.nativeInitialize();
+    } finally {
+      muted.close();
+    }
+    if (result != 0) throw new HostException("the transcoder did not start");
     transcoderLoaded = true;
   }
 

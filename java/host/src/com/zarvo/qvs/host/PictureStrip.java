@@ -10,7 +10,7 @@ import java.util.List;
  */
 final class PictureStrip {
   private static final int CAPACITY = 10;
-  private static final long FIRST_DISTANCE_MS = 400;
+  private static final long FIRST_DISTANCE_MS = 160;
 
   /** A picture and its time in milliseconds. */
   record Shot(long timecode, BufferedImage image) {}

@@ -88,7 +88,8 @@ public record RenditionSpec(
 
   private static int size(String what, String text) {
     int size = SpecText.parseInt(what, text, MIN_SIZE, MAX_SIZE);
-    if (size % 2 != 0) throw new IllegalArgumentException(what + " " + size + " is odd, 4:2:0 pictures need even sizes");
+    if (size % 2 != 0)
+      throw new IllegalArgumentException(what + " " + size + " is odd, 4:2:0 pictures need even sizes");
     return size;
   }
 

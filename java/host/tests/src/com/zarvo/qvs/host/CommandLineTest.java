@@ -66,6 +66,18 @@ class CommandLineTest {
   }
 
   @Test
+  void aFullDiskIsToldAndLeavesNoHalfFile() throws Exception {
+    for (String format : List.of("webm", "ivf")) {
+      Path out = Files.createDirectories(folder.resolve("full-" + format));
+      Files.createSymbolicLink(out.resolve("clip_64x48." + format + ".part"), Path.of("/dev/full"));
+      assertRefused(
+          "clip_64x48." + format + ": ", "transcode", clip.toString(), "-o", out.toString(), "--format", format,
+          "--no-contact-sheet", "--rendition", "96x72", "--rendition", "64x48");
+      assertTrue(Clips.namesIn(out).stream().noneMatch(name -> name.startsWith("clip_64x48")), format);
+    }
+  }
+
+  @Test
   void packetsThatHoldNoPicture() throws Exception {
     byte[] bytes = Files.readAllBytes(Clips.testPicture(folder.resolve("a.ivf"), "64x64", "30", 3, ""));
     // Keep header and first bytes, so the container is well, and spoil the frames.
@@ -75,6 +87,30 @@ class CommandLineTest {
     Captured run = Captured.run("decode", hollow.toString());
     assertNotEquals(0, run.code());
     assertTrue(!run.err().contains("\tat "), run.err());
+  }
+
+  /** The whole process, as a user starts it: what native code prints counts too. */
+  @Test
+  void theProcessItselfSaysOneLine() throws Exception {
+    Path other = Clips.make("-f lavfi -i testsrc2=size=64x64 -frames:v 3 -c:v mpeg4", folder.resolve("alone.mp4"));
+    Path java = Path.of(System.getProperty("java.home"), "bin", "java");
+    Path said = folder.resolve("said.txt");
+    Process process =
+        new ProcessBuilder(
+                java.toString(),
+                "-D" + NativeLibraries.DIRECTORY_PROPERTY + "="
+                    + System.getProperty(NativeLibraries.DIRECTORY_PROPERTY),
+                "-cp",
+                System.getProperty("java.class.path"),
+                Main.class.getName(),
+                "decode",
+                other.toString())
+            .redirectError(said.toFile())
+            .start();
+    assertEquals(Main.EXIT_FAILED, process.waitFor());
+    List<String> lines = Files.readAllLines(said);
+    assertEquals(1, lines.size(), lines.toString());
+    assertTrue(lines.get(0).startsWith("qvs: alone.mp4: no decoder for mpeg4"), lines.get(0));
   }
 
   @Test

@@ -126,16 +126,19 @@ class ContainerTest {
     copy(source, same, "webm");
     assertEquals(100, PictureQuality.psnr(source, same, nothing));
     String coder = " -c:v libvpx -deadline realtime -cpu-used 4 -b:v ";
-    double good = PictureQuality.psnr(source, Clips.make("-i " + source + coder + "4M", folder.resolve("good.webm")), nothing);
-    double poor = PictureQuality.psnr(source, Clips.make("-i " + source + coder + "60k", folder.resolve("poor.webm")), nothing);
+    String from = "-i " + source;
+    double good = psnr(source, from + coder + "4M", "good.webm");
+    double poor = psnr(source, from + coder + "60k", "poor.webm");
     assertTrue(good > poor + 3 && good > 30, "good " + good + ", poor " + poor);
-    double swapped =
-        PictureQuality.psnr(
-            source, Clips.make("-i " + source + " -vf swapuv" + coder + "4M", folder.resolve("swapped.webm")), nothing);
+    double swapped = psnr(source, from + " -vf swapuv" + coder + "4M", "swapped.webm");
     assertTrue(swapped < 15, "swapped chroma: " + swapped);
-    Path boxed =
-        Clips.make("-i " + source + " -vf drawbox=x=200:y=20:w=80:h=40:t=fill:color=red" + coder + "4M", folder.resolve("boxed.webm"));
+    String box = " -vf drawbox=x=200:y=20:w=80:h=40:t=fill:color=red";
+    Path boxed = Clips.make(from + box + coder + "4M", folder.resolve("boxed.webm"));
     double without = PictureQuality.psnr(source, boxed, new Rectangle(200, 20, 80, 40));
     assertTrue(without > good - 3 && without > PictureQuality.psnr(source, boxed, nothing) + 5, "without " + without);
+  }
+
+  private static double psnr(Path source, String arguments, String name) throws Exception {
+    return PictureQuality.psnr(source, Clips.make(arguments, folder.resolve(name)), new Rectangle());
   }
 }

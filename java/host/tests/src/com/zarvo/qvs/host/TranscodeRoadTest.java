@@ -59,7 +59,8 @@ class TranscodeRoadTest {
     Path report = folder.resolve("report.json");
     transcode(
         source, outOf("ladder"), "--format", "ivf", "--report", report.toString(), "--keyframes", "0.5",
-        "--rendition", "640x360@1500k", "--rendition", "428x240@700k,fit=stretch", "--rendition", "320x180@400k,codec=vp9");
+        "--rendition", "640x360@1500k", "--rendition", "428x240@700k,fit=stretch", "--rendition",
+        "320x180@400k,codec=vp9");
     for (String size : List.of("640x360", "428x240", "320x180")) {
       Path file = outOf("ladder").resolve("ntsc_" + size + ".ivf");
       assertEquals(Clips.times(source), Clips.times(file), size);
