@@ -42,7 +42,9 @@ void runLadder(const Options& options, const std::string& folder) {
   IvfSource input(options.input);
   SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, folder);
   const uint64_t frames = frameCount(options, input);
+  if (options.parallelRungs) ladder.decodeAhead();
   for (uint64_t number = 0; number < frames; ++number) ladder.transcode(input.next(), number);
+  ladder.finish();
 }
 
 void measureLatency(const Options& options) {

@@ -100,12 +100,17 @@ void SessionLadder::encodePicture(uint32_t decoderBuffer, uint64_t frameNumber, 
   const uint32_t frameType = isKeyFrame(frameNumber) ? 1 : 2;
   for (uint32_t i = 0; i < targets.size(); ++i) {
     QVS_BENCH_CALL(videoDecoderTransferFrame(decoderBuffer, targets[i], i));
+    if (ahead) takePackets(i);
     QVS_BENCH_CALL(videoEncoderAddFrame(i, targets[i], i, frameType, timecode));
   }
   for (uint32_t i = 0; i < targets.size(); ++i) {
-    takePackets(i);
+    if (!ahead) takePackets(i);
     QVS_BENCH_CALL(videoEncoderBufferRelease(i, targets[i]));
   }
+}
+
+void SessionLadder::finish() {
+  for (uint32_t i = 0; i < sinks.size(); ++i) takePackets(i);
 }
 
 void SessionLadder::takePackets(uint32_t rung) {

@@ -23,6 +23,11 @@ class SessionLadder {
   /// Hands one packet over and takes everything back that comes of it.
   void transcode(std::span<const uint8_t> packet, uint64_t frameNumber);
 
+  /// From now on packets are taken when the next picture is ready instead of at once, so that parallel
+  /// encoders work while that picture is decoded. `finish` takes the last ones.
+  void decodeAhead() { ahead = true; }
+  void finish();
+
   uint64_t packetCount() const { return packets; }  ///< coded packets in and out so far
 
  private:
@@ -36,6 +41,7 @@ class SessionLadder {
   std::vector<VideoFrameEncoded> encoded;    ///< kept between frames
   std::vector<VideoFrameAncillaryData> ancillaryData;
   uint64_t packets = 0;
+  bool ahead = false;
 };
 
 }  // namespace qvs::bench

@@ -28,18 +28,17 @@ def measure(report, bin_folder, build_folder, work_folder, pairs, frames):
     if missing:
         print(f"bench: the boundary is left out, not built: {' '.join(missing)}", file=sys.stderr)
         return
-    probe = os.path.join(bin_folder, "qvs-bench-probe")
+    probe, ladder = (os.path.join(bin_folder, name) for name in ("qvs-bench-probe", "qvs-bench-ladder"))
     large, _ = source.make(work_folder, frames)
     small = _small_source(work_folder, large)
     plain_command = [probe, small, "--small", "--latency", "--frames", str(FRAMES)]
     java_command = ["java", "-Xshare:auto", "-cp", ":".join(jars), "BoundaryBench", library, small, str(FRAMES)]
-    frame_ms = statistics.median(json.loads(run([probe, large, "--latency"]).output)["latency_p50_ms"]
-                                 for _ in range(3))
+    frame_us = statistics.median(run([ladder, large]).cpu_s for _ in range(3)) / frames * 1e6
     shares, costs = [], []
     for _ in range(pairs):
         plain_us = json.loads(run(plain_command).output)["latency_p50_ms"] * 1000
         java_us = json.loads(run(java_command).output.splitlines()[-1])["frame_p50_us"]
         costs.append(java_us - plain_us)
-        shares.append(costs[-1] / 10 / frame_ms)
+        shares.append(costs[-1] / frame_us * 100)
     report.add("boundary.share_of_frame_percent", shares)
     report.add("boundary.us_per_frame", costs, "what the calls of a three-rung frame cost above plain C++, us")

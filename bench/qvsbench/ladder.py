@@ -3,6 +3,7 @@ import json
 import os
 import shutil
 import statistics
+import sys
 
 from qvsbench import ffmpeg, source
 from qvsbench.process import run, run_together
@@ -73,8 +74,10 @@ def _ratios(rounds, top, bottom, value):
 def measure(report, bin_folder, work_folder, pairs, frames):
     ladder = Ladder(bin_folder, work_folder, frames)
     ladder.check_same_work(report)
-    ladder.round()  # warms the file cache
-    rounds = [ladder.round() for _ in range(pairs)]
+    rounds = []
+    for number in range(pairs):
+        print(f"bench: ladder, round {number + 1} of {pairs}", file=sys.stderr)
+        rounds.append(ladder.round())
 
     def add(name, top, bottom, value):
         report.add("vp8_ladder." + name, _ratios(rounds, top, bottom, value))

@@ -1,5 +1,6 @@
 """Runs programs and reads what the kernel charged them."""
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -17,6 +18,9 @@ class Usage:
 
 def run_together(commands, cores=None):
     """Starts all commands at once, waits for all. `cores`: the processors they share, all of them when None."""
+    for command in commands:
+        if not shutil.which(command[0]):
+            sys.exit(f"bench: {command[0]} is missing: ./qvs build")
     outputs = [tempfile.TemporaryFile(mode="w+") for _ in commands]
     errors = tempfile.TemporaryFile(mode="w+")
     before = os.sched_getaffinity(0)
