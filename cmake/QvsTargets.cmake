@@ -9,7 +9,8 @@ pkg_check_modules(SWSCALE REQUIRED IMPORTED_TARGET libswscale libavutil)
 find_library(YUV_LIBRARY yuv REQUIRED)
 
 add_library(qvs-options INTERFACE)
-target_compile_options(qvs-options INTERFACE -Wall -Wextra -fno-strict-aliasing)
+# -Wrestrict of GCC 12 misfires on the concatenation of strings.
+target_compile_options(qvs-options INTERFACE -Wall -Wextra -Wno-restrict -fno-strict-aliasing)
 if(QVS_WERROR)
   target_compile_options(qvs-options INTERFACE -Werror)
 endif()

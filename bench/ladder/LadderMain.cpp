@@ -1,0 +1,113 @@
+// The ladder through whole sessions, with no Java VM around them.
+//
+//   qvs-bench-ladder INPUT.ivf [--frames N] [--out DIR] [--ladders N] [--parallel]
+//   qvs-bench-probe  INPUT.ivf [--frames N] [--parallel] --latency | --allocations
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <thread>
+#include <vector>
+
+#include "ladder/CodecProbe.h"
+#include "ladder/IvfStream.h"
+#include "ladder/Options.h"
+#include "ladder/SessionLadder.h"
+
+namespace qvs::bench {
+namespace {
+
+constexpr uint64_t kWarmUpFrames = kKeyFrameInterval + 10;  ///< so that one requested key frame lies inside
+
+const auto& rungsOf(const Options& options) {
+  return options.smallRungs ? kSmallRungs : kRungs;
+}
+
+unsigned long long printable(uint64_t value) {
+  return value;
+}
+
+double median(std::vector<double>& values) {
+  if (values.empty()) return 0.0;
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+uint64_t frameCount(const Options& options, const IvfSource& input) {
+  return options.frames ? options.frames : input.frameCount();
+}
+
+void runLadder(const Options& options, const std::string& folder) {
+  IvfSource input(options.input);
+  SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, folder);
+  const uint64_t frames = frameCount(options, input);
+  for (uint64_t number = 0; number < frames; ++number) ladder.transcode(input.next(), number);
+}
+
+void measureLatency(const Options& options) {
+  IvfSource input(options.input);
+  const uint64_t frames = frameCount(options, input);
+  SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, {});
+  std::vector<double> wholeMs, aboveMs;
+  wholeMs.reserve(frames);
+  aboveMs.reserve(frames);
+  for (uint64_t number = 0; number < frames; ++number) {
+    const auto packet = input.next();
+    const auto codecBefore = codecNanoseconds();
+    const auto start = std::chrono::steady_clock::now();
+    ladder.transcode(packet, number);
+    const std::chrono::duration<double, std::milli> whole = std::chrono::steady_clock::now() - start;
+    wholeMs.push_back(whole.count());
+    aboveMs.push_back(whole.count() - static_cast<double>(codecNanoseconds() - codecBefore) / 1e6);
+  }
+  std::printf("{\"frames\": %llu, \"latency_p50_ms\": %.4f", printable(frames), median(wholeMs));
+  // With encoders side by side their times overlap, so there is nothing to subtract.
+  if (!options.parallelRungs) std::printf(", \"above_codecs_p50_ms\": %.4f", median(aboveMs));
+  std::printf("}\n");
+}
+
+int countAllocations(const Options& options) {
+  IvfSource input(options.input);
+  const uint64_t frames = frameCount(options, input);
+  if (frames <= kWarmUpFrames) {
+    std::fprintf(stderr, "counting allocations takes more than %llu frames\n", printable(kWarmUpFrames));
+    return 2;
+  }
+  SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, {});
+  uint64_t number = 0;
+  for (; number < kWarmUpFrames; ++number) ladder.transcode(input.next(), number);
+  const auto before = allocationCounts();
+  const auto packetsBefore = ladder.packetCount();
+  for (; number < frames; ++number) ladder.transcode(input.next(), number);
+  const auto after = allocationCounts();
+  const auto counted = static_cast<double>(frames - kWarmUpFrames);
+  const auto packets = static_cast<double>(ladder.packetCount() - packetsBefore);
+  const auto other = static_cast<double>(after.other - before.other);
+  std::printf(
+      "{\"frames\": %llu, \"packets_per_frame\": %.4f, \"codec_per_frame\": %.4f, "
+      "\"beyond_packets_per_frame\": %.4f}\n",
+      printable(frames - kWarmUpFrames), packets / counted,
+      static_cast<double>(after.codec - before.codec) / counted, (other - packets) / counted);
+  return 0;
+}
+
+int run(const Options& options) {
+  if (options.allocations) return countAllocations(options);
+  if (options.latency) {
+    measureLatency(options);
+    return 0;
+  }
+  std::vector<std::thread> others;
+  for (uint32_t i = 1; i < options.ladders; ++i) others.emplace_back([&] { runLadder(options, {}); });
+  runLadder(options, options.outputFolder);
+  for (auto& thread : others) thread.join();
+  return 0;
+}
+
+}  // namespace
+}  // namespace qvs::bench
+
+int main(int argc, char** argv) {
+  return qvs::bench::run(qvs::bench::parseOptions(argc, argv));
+}

@@ -1,0 +1,121 @@
+#include "ladder/SessionLadder.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "frames/geometry/FourCC.h"
+#include "session/StageIds.h"
+#include "video/decoders/DecodeFlags.h"
+#include "video/encoders/VideoEncoderVPX.h"
+
+namespace qvs::bench {
+namespace {
+
+constexpr uint32_t kYV12 = fourcc("YV12");
+constexpr uint32_t kFitStretch = 3;
+constexpr uint32_t kDecoderFrames = 2;
+constexpr uint32_t kRungFrames = 2;  ///< one in work, one to fill
+
+void check(uint32_t status, const char* what) {
+  if (status == 0) return;
+  std::fprintf(stderr, "qvs-bench-ladder: %s gave %u\n", what, status);
+  std::exit(1);
+}
+
+#define QVS_BENCH_CALL(call) check(session.call, #call)
+
+}  // namespace
+
+SessionLadder::SessionLadder(std::span<const Rung> rungs, bool vp9Input, bool parallel,
+                             const std::string& outputFolder) {
+  session.initialize();
+  createDecoder(vp9Input);
+  QVS_BENCH_CALL(videoScalerCreate(kYV12, 8));
+  QVS_BENCH_CALL(videoScalerSetImplementation2(kScalerDefault, -1));
+  QVS_BENCH_CALL(videoDecoderBuffersCreate(kDecoderFrames));
+  QVS_BENCH_CALL(videoEncoderBufferSetsCreate(kRungFrames));
+  for (const auto& rung : rungs) addRung(rung, parallel);
+  QVS_BENCH_CALL(videoScalerInitialize());
+  QVS_BENCH_CALL(videoDecoderDecodeCodecConfig(nullptr, 0, 0));
+  if (outputFolder.empty()) return;
+  for (size_t i = 0; i < rungs.size(); ++i) {
+    sinks[i] = IvfSink(outputFolder + "/" + std::to_string(rungs[i].height) + ".ivf", rungs[i].width,
+                       rungs[i].height);
+  }
+}
+
+void SessionLadder::createDecoder(bool vp9Input) {
+  QVS_BENCH_CALL(videoDecoderCreate(0, kVideoCodecVPX, vp9Input ? 9 : 8, 8, 0, kYV12));
+  QVS_BENCH_CALL(videoDecoderInitialize());
+}
+
+void SessionLadder::addRung(const Rung& rung, bool parallel) {
+  int32_t added = -1;
+  QVS_BENCH_CALL(videoEncoderAdd(kVideoCodecVPX, 8, 8, kYV12, 0, &added));
+  const auto encoder = static_cast<uint32_t>(added);
+  QVS_BENCH_CALL(videoEncoderSetDefaults(encoder, 0, 0));
+  QVS_BENCH_CALL(videoEncoderSetFrameSize(encoder, rung.width, rung.height));
+  QVS_BENCH_CALL(videoEncoderSetFrameRate(encoder, kFrameRate));
+  QVS_BENCH_CALL(videoEncoderSetBitrate(encoder, rung.bitrate));
+  QVS_BENCH_CALL(videoEncoderSetFrameIndex(encoder, added));
+  QVS_BENCH_CALL(videoEncoderSetKeyFrameFollow(encoder, 1));
+  QVS_BENCH_CALL(videoEncoderSetParameterValueLong(encoder, VideoEncoderVPX::kKeyCpuUsed, kCpuUsed));
+  QVS_BENCH_CALL(
+      videoEncoderSetParameterValueLong(encoder, VideoEncoderVPX::kKeyThreadCount, kEncoderThreads));
+  QVS_BENCH_CALL(videoEncoderSetParameterValueLong(encoder, VideoEncoderVPX::kKeyAsynchronous, parallel));
+  QVS_BENCH_CALL(videoEncoderApplyParameters(encoder));
+  uint32_t set = 0;
+  QVS_BENCH_CALL(videoEncoderBufferSetAlloc(&set));
+  QVS_BENCH_CALL(videoEncoderBufferAdd(rung.width, rung.height, kFitStretch, kYV12, 0, set));
+  QVS_BENCH_CALL(videoEncoderInitialize(encoder));
+}
+
+void SessionLadder::transcode(std::span<const uint8_t> packet, uint64_t frameNumber) {
+  // A server's call copies the packet out of its virtual machine; so is it copied here.
+  auto* copy = static_cast<uint8_t*>(std::malloc(packet.size()));
+  std::memcpy(copy, packet.data(), packet.size());
+  const auto size = static_cast<uint32_t>(packet.size());
+  const auto timecode = static_cast<uint64_t>(static_cast<double>(frameNumber) * 1000.0 / kFrameRate);
+  session.takeVideoDecodeBuffer(copy);
+  ++packets;
+  QVS_BENCH_CALL(videoDecoderAddFrame(copy, 0, size, timecode, isKeyFrame(frameNumber) ? 1 : 2));
+  uint32_t buffer = 0;
+  QVS_BENCH_CALL(videoDecoderBufferAllocate(&buffer));
+  uint32_t status = 0;
+  uint64_t decodedTimecode = 0;
+  TranscoderVideoDecoderFrameInfo info;
+  ancillaryData.clear();
+  QVS_BENCH_CALL(videoDecoderDecode(buffer, &status, &decodedTimecode, ancillaryData, info));
+  if ((status & DecodeFlagFrameAvailable) && !(status & DecodeFlagFrameNotReady)) {
+    encodePicture(buffer, frameNumber, decodedTimecode);
+  }
+  QVS_BENCH_CALL(videoDecoderBufferRelease(buffer));
+}
+
+void SessionLadder::encodePicture(uint32_t decoderBuffer, uint64_t frameNumber, uint64_t timecode) {
+  std::array<uint32_t, kRungs.size()> targets{};
+  for (uint32_t i = 0; i < targets.size(); ++i) QVS_BENCH_CALL(videoEncoderBufferAllocate(i, &targets[i]));
+  QVS_BENCH_CALL(videoDecoderTransferFrameStart(decoderBuffer, targets));
+  const uint32_t frameType = isKeyFrame(frameNumber) ? 1 : 2;
+  for (uint32_t i = 0; i < targets.size(); ++i) {
+    QVS_BENCH_CALL(videoDecoderTransferFrame(decoderBuffer, targets[i], i));
+    QVS_BENCH_CALL(videoEncoderAddFrame(i, targets[i], i, frameType, timecode));
+  }
+  for (uint32_t i = 0; i < targets.size(); ++i) {
+    takePackets(i);
+    QVS_BENCH_CALL(videoEncoderBufferRelease(i, targets[i]));
+  }
+}
+
+void SessionLadder::takePackets(uint32_t rung) {
+  encoded.clear();
+  QVS_BENCH_CALL(videoEncoderGetEncodedFrames(rung, encoded));
+  for (auto& unit : encoded) {
+    sinks[rung].write(unit.getBuffer(), unit.getLen());
+    if (unit.isAllocated()) std::free(unit.getBuffer());
+    ++packets;
+  }
+}
+
+}  // namespace qvs::bench

@@ -1,0 +1,35 @@
+"""Command line of the bench."""
+import argparse
+import os
+
+from qvsbench import boundary, ladder, programs
+from qvsbench.report import Report
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+
+
+def main(description):
+    parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("part", nargs="?", default="all", choices=["all", "ladder", "picture", "boundary"])
+    parser.add_argument("--json", metavar="FILE", help="write the figures there too")
+    parser.add_argument("--build", default=os.path.join(ROOT, "build/release"), help="build folder to measure")
+    parser.add_argument("--pairs", type=int, default=7, help="alternating runs of each program (default 7)")
+    parser.add_argument("--frames", type=int, default=300, help="frames of the ladder's source (default 300)")
+    options = parser.parse_args()
+
+    report = Report()
+    bin_folder = os.path.join(options.build, "bench")
+    work = os.path.join(options.build, "bench-work")
+    if options.part in ("all", "ladder"):
+        ladder.measure(report, bin_folder, work, options.pairs, options.frames)
+    if options.part in ("all", "picture"):
+        programs.picture(report, bin_folder)
+    if options.part in ("all", "boundary"):
+        boundary.measure(report, bin_folder, options.build, work, options.pairs, options.frames)
+    report.print()
+    if options.json:
+        report.write_json(options.json)
+    if not report.rows:
+        print("bench: nothing was measured")
+        return 1
+    return 1 if report.missed() else 0

@@ -1,0 +1,77 @@
+"""Figures, their bounds, the table and the JSON file."""
+import json
+import statistics
+from dataclasses import dataclass, field
+
+# name -> (kind of bound, bound, what is measured). Kind: "max", "min" or None for a row that only informs.
+FIGURES = {
+    "vp8_ladder.cpu_vs_floor": ("max", 1.03, "CPU, session / libvpx and zimg called directly"),
+    "vp8_ladder.cpu_vs_ffmpeg": ("max", 0.85, "CPU, session / ffmpeg with default threads"),
+    "vp8_ladder.cpu_vs_ffmpeg_1thread": ("max", 0.97, "CPU, session / ffmpeg with one thread everywhere"),
+    "vp8_ladder.wall_parallel_vs_ffmpeg": ("max", 0.75, "wall time, rungs in parallel / ffmpeg, default threads"),
+    "vp8_ladder.rss_one_vs_ffmpeg": ("max", 0.85, "peak resident memory, one ladder / one ffmpeg process"),
+    "vp8_ladder.rss_four_per_ladder_vs_ffmpeg": ("max", 0.65, "the same, four in one process / four ffmpeg processes"),
+    "vp8_ladder.latency_above_codecs_p50_ms": ("max", 1.0, "frame in to last packet out, less the codecs' time, ms"),
+    "vp8_ladder.four_ladders_per_core_vs_ffmpeg_1thread": ("min", 1.02, "ladders at 30/s per core, four at once"),
+    "vp8_ladder.allocations_per_frame": ("max", 0.0, "beyond coded packets and libvpx's own, after warm-up"),
+    "scaler.yv12_1080_720_vs_zimg": ("max", 0.85, "1080p to 720p YV12, bicubic / zimg bicubic, same instruction set"),
+    "yv12_to_nv12.vs_memcpy": ("max", 1.06, "1080p, / memcpy of the same bytes"),
+    "nv12_to_yv12.vs_memcpy": ("max", 1.06, "1080p, / memcpy of the same bytes"),
+    "bgra_to_yv12.vs_memcpy": ("max", 2.2, "1080p, BT.709 full range, / memcpy of the bytes moved"),
+    "overlay_400x200_1080.ms": ("max", 0.03, "BGRA with soft edges on a 1080p picture, ms"),
+    "overlay_400x200_1080.vs_ffmpeg": ("max", 1.0, "the same / libavfilter's overlay"),
+    "boundary.share_of_frame_percent": ("max", 0.3, "native boundary's share of a 720p ladder frame, %"),
+}
+
+
+@dataclass
+class Measured:
+    name: str
+    value: float
+    samples: list = field(default_factory=list)
+    note: str = ""
+
+    def verdict(self):
+        kind, bound, _ = FIGURES.get(self.name, (None, None, ""))
+        if kind is None:
+            return None
+        return self.value <= bound if kind == "max" else self.value >= bound
+
+
+class Report:
+    def __init__(self):
+        self.rows = []
+        self.facts = {}
+
+    def add(self, name, samples, note=""):
+        """A figure whose value is the median of `samples`."""
+        self.rows.append(Measured(name, statistics.median(samples), list(samples), note))
+
+    def fact(self, name, value):
+        """Something a reader needs to judge the figures by."""
+        self.facts[name] = value
+
+    def missed(self):
+        return [row.name for row in self.rows if row.verdict() is False]
+
+    def print(self):
+        for name, value in self.facts.items():
+            print(f"{name}: {value}")
+        width = max((len(row.name) for row in self.rows), default=0)
+        print(f"\n{'figure':{width}}  measured  {'spread':>13}  bound    verdict")
+        for row in self.rows:
+            kind, bound, text = FIGURES.get(row.name, (None, None, ""))
+            limit = {"max": "<= ", "min": ">= ", None: ""}[kind] + (f"{bound:g}" if kind else "-")
+            verdict = {True: "ok", False: "MISS", None: ""}[row.verdict()]
+            spread = f"{min(row.samples):.3f}-{max(row.samples):.3f}" if len(row.samples) > 1 else ""
+            print(f"{row.name:{width}}  {row.value:8.3f}  {spread:>13}  {limit:7}  {verdict:4}  {row.note or text}")
+
+    def write_json(self, path):
+        rows = []
+        for row in self.rows:
+            kind, bound, text = FIGURES.get(row.name, (None, None, ""))
+            rows.append({"name": row.name, "value": row.value, "samples": row.samples, "bound_kind": kind,
+                         "bound": bound, "ok": row.verdict(), "meaning": row.note or text})
+        with open(path, "w", encoding="utf-8") as file:
+            json.dump({"facts": self.facts, "figures": rows}, file, indent=2)
+            file.write("\n")

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <jni.h>
+#include <string>
+
+namespace qvs::host {
+
+/// A Java string as UTF-8; empty for null. JNI's own UTF-8 differs for characters beyond the basic plane, so
+/// file names are converted here.
+inline std::string toString(JNIEnv* env, jstring text) {
+  std::string out;
+  const jchar* units = text ? env->GetStringChars(text, nullptr) : nullptr;
+  if (!units) return out;
+  const jsize length = env->GetStringLength(text);
+  for (jsize i = 0; i < length; i++) {
+    char32_t c = units[i];
+    const bool pair =
+        c >= 0xD800 && c < 0xDC00 && i + 1 < length && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000;
+    if (pair) c = 0x10000 + ((c - 0xD800) << 10) + (units[++i] - 0xDC00);
+    const int trailing = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+    constexpr unsigned char kLead[] = {0x00, 0xC0, 0xE0, 0xF0};
+    out += static_cast<char>(kLead[trailing] | (c >> (6 * trailing)));
+    for (int shift = 6 * (trailing - 1); shift >= 0; shift -= 6)
+      out += static_cast<char>(0x80 | ((c >> shift) & 0x3F));
+  }
+  env->ReleaseStringChars(text, units);
+  return out;
+}
+
+/// Elements of a byte array for reading, released without copying back.
+class ReadBytes {
+ public:
+  ReadBytes(JNIEnv* env, jbyteArray array)
+      : env_(env), array_(array), elements_(array ? env->GetByteArrayElements(array, nullptr) : nullptr) {}
+  ~ReadBytes() {
+    if (elements_) env_->ReleaseByteArrayElements(array_, elements_, JNI_ABORT);
+  }
+  ReadBytes(const ReadBytes&) = delete;
+  ReadBytes& operator=(const ReadBytes&) = delete;
+
+  const unsigned char* data() const { return reinterpret_cast<const unsigned char*>(elements_); }
+
+ private:
+  JNIEnv* env_;
+  jbyteArray array_;
+  jbyte* elements_;
+};
+
+}  // namespace qvs::host

@@ -1,0 +1,77 @@
+package com.zarvo.qvs.host;
+
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.LinkedHashMap;
+import java.util.List;
+import java.util.Map;
+
+/**
+ * What became of a file.
+ *
+ * @param mediaMs milliseconds of input that were taken
+ * @param wallSeconds time it took
+ * @param contactSheet null when there is none
+ */
+record JobResult(
+    JobSettings settings,
+    StreamInfo source,
+    List<Rendition> renditions,
+    long pictures,
+    long mediaMs,
+    double wallSeconds,
+    Path contactSheet,
+    List<SessionLog.Line> log) {
+
+  /** One finished file. */
+  record Rendition(RenditionSpec spec, Path file, long pictures, long keyPictures, long bytes) {
+    double bitRate(long mediaMs) {
+      return mediaMs > 0 ? bytes * 8000.0 / mediaMs : 0;
+    }
+  }
+
+  /** Seconds of input per second of work. */
+  double speed() {
+    return wallSeconds > 0 ? mediaMs / 1000.0 / wallSeconds : 0;
+  }
+
+  /** The report as JSON. */
+  String toJson() {
+    Map<String, Object> input = new LinkedHashMap<>();
+    input.put("file", settings.input());
+    input.put("codec", source.codecName());
+    input.put("width", source.width());
+    input.put("height", source.height());
+    input.put("frameRate", source.frameRate());
+    input.put("timeBase", source.timeBase());
+    input.put("pictures", pictures);
+    input.put("seconds", mediaMs / 1000.0);
+    List<Object> files = new ArrayList<>();
+    for (Rendition rendition : renditions) files.add(toMap(rendition));
+    Map<String, Object> report = new LinkedHashMap<>();
+    report.put("input", input);
+    report.put("renditions", files);
+    report.put("wallSeconds", wallSeconds);
+    report.put("speed", speed());
+    report.put("parallel", settings.parallel());
+    report.put("contactSheet", contactSheet);
+    report.put("log", log);
+    return Json.write(report);
+  }
+
+  private Map<String, Object> toMap(Rendition rendition) {
+    RenditionSpec spec = rendition.spec();
+    Map<String, Object> map = new LinkedHashMap<>();
+    map.put("file", rendition.file());
+    map.put("codec", spec.codec().codecName);
+    map.put("width", spec.width());
+    map.put("height", spec.height());
+    map.put("fit", spec.fit().label());
+    map.put("pictures", rendition.pictures());
+    map.put("keyPictures", rendition.keyPictures());
+    map.put("bytes", rendition.bytes());
+    map.put("wantedBitRate", spec.bitRate());
+    map.put("bitRate", rendition.bitRate(mediaMs));
+    return map;
+  }
+}

@@ -1,0 +1,71 @@
+package com.zarvo.qvs.host;
+
+import java.io.IOException;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.Locale;
+import java.util.concurrent.Callable;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.Parameters;
+
+/** "soak": opens, transcodes two seconds and closes, over and over in one virtual machine, and watches memory. */
+@Command(name = "soak", hidden = true, description = "Looks for growth of memory over many sessions.")
+final class SoakCommand implements Callable<Integer> {
+  private static final long TAKEN_MS = 2000;
+  private static final double MAX_GROWTH = 0.01;
+  private static final double SECONDS_A_MINUTE = 60;
+  // What the virtual machine takes while it warms up is no growth.
+  private static final double WARM_UP_SHARE = 1.0 / 6;
+  private static final double WARM_UP_MINUTES = 5;
+
+  @Parameters(paramLabel = "INPUT", description = "The file to read.")
+  private Path input;
+
+  @Option(names = "--minutes", defaultValue = "30", description = "How long, 30 minutes by default.")
+  private double minutes;
+
+  @Option(names = "-o", defaultValue = "out/soak", paramLabel = "DIR", description = "Where the renditions go.")
+  private Path directory;
+
+  @Override
+  public Integer call() throws Exception {
+    JobSettings settings =
+        new JobSettings(input, directory, List.of(), List.of(), "webm", null, true, 2, TAKEN_MS);
+    double warmUp = Math.min(WARM_UP_MINUTES, minutes * WARM_UP_SHARE);
+    double step = Math.min(1, minutes / 12);
+    List<Long> samples = new ArrayList<>();
+    long startNs = System.nanoTime();
+    long sessions = 0;
+    double nextSample = step;
+    for (double now = 0; now < minutes; now = (System.nanoTime() - startNs) / 1e9 / SECONDS_A_MINUTE) {
+      new TranscodeJob(settings, total -> new Progress(System.err, false, total)).run();
+      sessions++;
+      if (now < nextSample) continue;
+      nextSample = now + step;
+      long bytes = settledMemory();
+      System.out.printf(Locale.ROOT, "minute %.1f: %d sessions, %.1f MiB%n", now, sessions, bytes / 1048576.0);
+      if (now >= warmUp) samples.add(bytes);
+    }
+    return verdict(samples);
+  }
+
+  private static int verdict(List<Long> samples) {
+    if (samples.size() < 2) {
+      System.out.println("too short for a verdict");
+      return 1;
+    }
+    long first = samples.get(0);
+    long last = samples.get(samples.size() - 1);
+    double growth = (double) (last - first) / first;
+    System.out.printf(Locale.ROOT, "growth after the warm-up: %.2f %%%n", growth * 100);
+    return growth < MAX_GROWTH ? 0 : 1;
+  }
+
+  // Garbage of the Java heap comes and goes; only what stays after a collection counts.
+  private static long settledMemory() throws IOException {
+    System.gc();
+    return ResidentMemory.bytes();
+  }
+}

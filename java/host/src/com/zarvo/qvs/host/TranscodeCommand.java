@@ -1,0 +1,110 @@
+package com.zarvo.qvs.host;
+
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.concurrent.Callable;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.ITypeConverter;
+import picocli.CommandLine.Model.CommandSpec;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.ParameterException;
+import picocli.CommandLine.Parameters;
+import picocli.CommandLine.Spec;
+import picocli.CommandLine.TypeConversionException;
+
+/** "transcode": one file in, renditions out. */
+@Command(name = "transcode", description = "Turns a VP8 or VP9 file into renditions.", sortOptions = false)
+final class TranscodeCommand implements Callable<Integer> {
+  private static final List<String> FORMATS = List.of("webm", "ivf");
+
+  @Spec private CommandSpec spec;
+
+  @Parameters(paramLabel = "INPUT", description = "The file to read, in any container.")
+  private Path input;
+
+  @Option(names = "-o", required = true, paramLabel = "DIR", description = "Where the renditions go.")
+  private Path directory;
+
+  @Option(
+      names = "--rendition",
+      paramLabel = "WxH[@RATE][,KEY=VALUE]...",
+      converter = RenditionConverter.class,
+      description = {
+        "One rendition, e.g. 1280x720@2500k,codec=vp8,fit=letterbox,fps=30. Keys: codec (vp8, vp9),",
+        "fit (letterbox, stretch, fill), fps, crop and pad (left:right:top:bottom).",
+        "Without any: the input's size and the next two common sizes below."
+      })
+  private List<RenditionSpec> renditions = new ArrayList<>();
+
+  @Option(
+      names = "--overlay",
+      paramLabel = "PNG[,KEY=VALUE]...",
+      converter = OverlayConverter.class,
+      description = {
+        "An image to lay over, e.g. logo.png,align=top-right,x=20,y=20,on=decoder. Keys: align, x and y",
+        "(distance from the aligned edge), width, height, on (decoder for all renditions, or a rendition's number)."
+      })
+  private List<OverlaySpec> overlays = new ArrayList<>();
+
+  @Option(names = "--format", paramLabel = "FORMAT", defaultValue = "webm", description = "webm (default) or ivf.")
+  private String format;
+
+  @Option(
+      names = "--keyframes",
+      paramLabel = "SECONDS",
+      defaultValue = "2",
+      description = "Time from key frame to key frame, 2 by default.")
+  private double keyFrameSeconds;
+
+  @Option(names = "--report", paramLabel = "FILE.json", description = "Write a report.")
+  private Path report;
+
+  @Option(
+      names = "--no-parallel",
+      description = "Run all encoders on one thread instead of side by side; the output is the same.")
+  private boolean sequential;
+
+  @Option(names = "--no-contact-sheet", description = "Make no picture of the renditions.")
+  private boolean noContactSheet;
+
+  @Override
+  public Integer call() throws Exception {
+    if (!FORMATS.contains(format)) throw new ParameterException(spec.commandLine(), "--format: take webm or ivf");
+    if (!(keyFrameSeconds > 0)) throw new ParameterException(spec.commandLine(), "--keyframes must be above 0");
+    Path sheet = noContactSheet ? null : directory.resolve("contact-sheet.png");
+    JobSettings settings =
+        new JobSettings(
+            input, directory, renditions, overlays, format, sheet, !sequential, keyFrameSeconds, Long.MAX_VALUE);
+    JobResult result = new TranscodeJob(settings, Console::progress).run();
+    if (report != null) Files.writeString(report, result.toJson());
+    Console.printTrouble(result.log());
+    Console.printRenditions(result);
+    return 0;
+  }
+
+  /** Reads a rendition. */
+  static final class RenditionConverter implements ITypeConverter<RenditionSpec> {
+    @Override
+    public RenditionSpec convert(String text) {
+      try {
+        return RenditionSpec.parse(text);
+      } catch (IllegalArgumentException e) {
+        throw new TypeConversionException(e.getMessage());
+      }
+    }
+  }
+
+  /** Reads an overlay. */
+  static final class OverlayConverter implements ITypeConverter<OverlaySpec> {
+    @Override
+    public OverlaySpec convert(String text) {
+      try {
+        return OverlaySpec.parse(text);
+      } catch (IllegalArgumentException e) {
+        throw new TypeConversionException(e.getMessage());
+      }
+    }
+  }
+}

@@ -1,0 +1,223 @@
+package com.zarvo.qvs.host;
+
+import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
+
+import com.zarvo.qvs.transcoder.model.TranscoderNativeLong;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeStreamContext;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoDecodeFrameInfo;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
+import java.io.IOException;
+import java.util.ArrayList;
+import java.util.List;
+
+/**
+ * Drives one native session: coded packets in, coded packets of every rendition out. One thread at a time.
+ *
+ * <p>The calls come in the order that the native side wants: the decoder, the scaler, the decoder's pool, each
+ * encoder with its own pool, then per picture decode, scale into every rendition, encode, collect, release.
+ */
+final class TranscodeSession implements AutoCloseable {
+  private static final long FOURCC_YV12 = 0x32315659L;
+  private static final long SCALER_CPU = 1;
+  private static final long BIT_DEPTH = 8;
+  private static final int DECODER_PICTURES = 4;
+  private static final int RENDITION_PICTURES = 3;
+  private static final long MAX_PICTURE_SIDE = 8192;
+  // Lets the CPU honour crop, padding and fill, which it otherwise leaves to devices.
+  private static final long SCALE_FLAG_PLACE_ON_CPU = 0x10000;
+  private static final long STATUS_INPUT_USED = 0x01;
+  private static final long STATUS_PICTURE = 0x04;
+  private static final long STATUS_INCOMPLETE = 0x08;
+  private static final int LOG_FETCH_INTERVAL_PICTURES = 250;
+  // A decoder that neither takes input nor gives pictures would spin for ever.
+  private static final int MAX_IDLE_STEPS = 64;
+
+  private final SessionSettings settings;
+  private final SessionOutput output;
+  private final SessionLog log;
+  private final List<RenditionRoad> roads = new ArrayList<>();
+  private final TranscoderNativeLong status = new TranscoderNativeLong();
+  private final TranscoderNativeLong timecode = new TranscoderNativeLong();
+  private final TranscoderNativeVideoDecodeFrameInfo frameInfo = new TranscoderNativeVideoDecodeFrameInfo();
+  private long[] targets = {};
+  private long session;
+  private long heldDecoderPicture = -1;
+  private long pictures;
+
+  /** Opens a session ready for its first packet; nothing is left behind when that fails. */
+  TranscodeSession(SessionSettings settings, SessionOutput output) throws HostException {
+    this.settings = settings;
+    this.output = output;
+    this.log = new SessionLog("host/transcode/" + settings.name());
+    NativeLibraries.loadTranscoder();
+    session = createInstance(context(""));
+    if (session == 0) throw new HostException("no transcoder session could be made");
+    boolean ready = false;
+    try {
+      wire();
+      ready = true;
+    } finally {
+      if (!ready) close();
+    }
+  }
+
+  /** The native session's number; valid until {@link #close}. */
+  long handle() {
+    return session;
+  }
+
+  /** What was logged so far. */
+  SessionLog log() {
+    if (session != 0) log.fetch(session);
+    return log;
+  }
+
+  /** Pictures decoded so far. */
+  long pictures() {
+    return pictures;
+  }
+
+  /** Pictures that went to the encoder of a rendition so far. */
+  long encodedPictures(int rendition) {
+    return roads.get(rendition).added();
+  }
+
+  /** Takes one coded packet through the whole road. The timecode must be new for this session. */
+  void push(MediaPacket packet, long packetTimecode) throws HostException, IOException {
+    byte[] data = packet.data();
+    // Containers keep empty packets where a live encoder dropped a picture.
+    if (data.length == 0) return;
+    long type = packet.key() ? RenditionRoad.FRAME_KEY : RenditionRoad.FRAME_INTER;
+    check(videoDecoderAddFrame(session, data, 0, data.length, packetTimecode, type), "a packet was refused");
+    for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
+      if (decodeStep()) idle = 0;
+      if ((status.value & STATUS_INPUT_USED) != 0) return;
+    }
+  }
+
+  /** Hands out the packets that encoders still hold. */
+  void drain() throws HostException, IOException {
+    for (RenditionRoad road : roads) road.collect();
+  }
+
+  /** Frees the native session and all that belongs to it; the log stays readable. */
+  @Override
+  public void close() {
+    if (session == 0) return;
+    if (heldDecoderPicture >= 0) videoDecoderBufferRelease(session, heldDecoderPicture);
+    heldDecoderPicture = -1;
+    log.fetch(session);
+    destroyInstance(session);
+    session = 0;
+  }
+
+  private void wire() throws HostException {
+    initInstance(session);
+    wireDecoder();
+    boolean placement = settings.renditions().stream().anyMatch(RenditionSpec::needsPlacement);
+    check(videoScalerCreate(session, FOURCC_YV12, BIT_DEPTH), "scaler");
+    check(videoScalerSetImplementation(session, SCALER_CPU, -1), "scaler");
+    check(videoScalerSetFlags(session, placement ? SCALE_FLAG_PLACE_ON_CPU : 0), "scaler");
+    check(videoDecoderBuffersCreate(session, DECODER_PICTURES), "pool of decoded pictures");
+    check(videoDecoderSetFrameSizeLimits(session, MAX_PICTURE_SIDE, MAX_PICTURE_SIDE, 1, 1), "size limits");
+    check(videoEncoderBufferSetsCreate(session, RENDITION_PICTURES), "pools of renditions");
+    for (int i = 0; i < settings.renditions().size(); i++)
+      roads.add(new RenditionRoad(this, settings, i, context(settings.renditions().get(i).sizeText())));
+    targets = new long[roads.size()];
+    check(videoScalerInitialize(session), "scaler");
+    check(videoDecoderDecodeCodecConfig(session, new byte[0], 0, 0), "codec configuration");
+    placeOverlays();
+  }
+
+  private void wireDecoder() throws HostException {
+    VideoCodec codec = settings.codec();
+    String what = settings.name() + ": no decoder for " + codec.codecName;
+    check(videoDecoderCreate(session, 0, codec.id, codec.version, BIT_DEPTH, 0, FOURCC_YV12, context("")), what);
+    check(videoDecoderApplyParameters(session), what);
+    videoDecoderSetGPUID(session, -1);
+    check(videoDecoderInitialize(session), what);
+  }
+
+  private void placeOverlays() throws HostException {
+    int slot = 0;
+    for (OverlaySpec spec : settings.overlays()) {
+      OverlayImage image = OverlayImage.load(spec.image());
+      if (spec.rendition() == OverlaySpec.ON_DECODER) {
+        TranscoderNativeVideoFrame frame =
+            image.placed(spec, settings.source().width(), settings.source().height());
+        check(videoDecoderBufferSetOverlayVideoFrame(session, slot++, frame), "overlay");
+      } else {
+        roads.get(spec.rendition()).setOverlay(slot++, spec, image);
+      }
+    }
+  }
+
+  /** One step of the decoder; true when it gave a picture. */
+  private boolean decodeStep() throws HostException, IOException {
+    if (heldDecoderPicture < 0) heldDecoderPicture = allocateDecoderPicture();
+    frameInfo.timcodeInfo.clear();
+    frameInfo.ancillaryData.clear();
+    long result = videoDecoderDecode(session, heldDecoderPicture, status, timecode, frameInfo);
+    check(result, "decoding failed");
+    boolean picture = (status.value & STATUS_PICTURE) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
+    if (!picture) return false;
+    long index = heldDecoderPicture;
+    try {
+      deliver(index, timecode.value);
+    } finally {
+      heldDecoderPicture = -1;
+      videoDecoderBufferRelease(session, index);
+    }
+    if (++pictures % LOG_FETCH_INTERVAL_PICTURES == 0) log.fetch(session);
+    return true;
+  }
+
+  private long allocateDecoderPicture() throws HostException, IOException {
+    long index = videoDecoderBufferAllocate(session);
+    if (index >= 0) return index;
+    drain();
+    index = videoDecoderBufferAllocate(session);
+    if (index < 0) throw new HostException("all pictures of the decoder are taken");
+    return index;
+  }
+
+  /** Scales one decoded picture into every rendition that wants it and sends the results to the encoders. */
+  private void deliver(long decoderPicture, long time) throws HostException, IOException {
+    try {
+      for (int i = 0; i < targets.length; i++) targets[i] = roads.get(i).takeTarget(time);
+      check(videoDecoderTransferFrameStart(session, decoderPicture, targets), "a picture could not be delivered");
+      output.decoded(time, (int) frameInfo.displayWidth, (int) frameInfo.displayHeight);
+      for (RenditionRoad road : roads) road.scaleFrom(decoderPicture, time);
+      // The smallest rendition is done first, so it is asked first and gets its next picture while others work.
+      for (int i = roads.size() - 1; i >= 0; i--) roads.get(i).encode(time);
+      for (RenditionRoad road : roads) road.showPreview(time);
+    } finally {
+      for (RenditionRoad road : roads) road.releaseTarget();
+    }
+  }
+
+  SessionOutput output() {
+    return output;
+  }
+
+  private TranscoderNativeStreamContext context(String rendition) {
+    TranscoderNativeStreamContext context = new TranscoderNativeStreamContext();
+    context.vhost = "host";
+    context.appName = "transcode";
+    context.appInstanceName = "_definst_";
+    context.streamNameBase = settings.name();
+    context.streamName = settings.name();
+    context.renditionName = rendition;
+    context.sessionExtraDataStr = "";
+    context.renditionExtraDataStr = "";
+    return context;
+  }
+
+  /** Turns a failure number into an exception that carries the session's own words where it has any. */
+  void check(long result, String what) throws HostException {
+    if (result == 0) return;
+    log.fetch(session);
+    String trouble = log.lastTrouble();
+    throw new HostException(trouble.isEmpty() ? what : what + " (" + trouble + ")");
+  }
+}

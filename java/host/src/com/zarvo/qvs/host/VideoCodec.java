@@ -1,0 +1,47 @@
+package com.zarvo.qvs.host;
+
+import java.util.Locale;
+
+/** Codecs by the names of containers and command line, with the numbers of the native side. */
+public enum VideoCodec {
+  VP8("vp8", 8, 8, true),
+  VP9("vp9", 8, 9, true),
+  SPARK("flv1", 2, 0, false),
+  H264("h264", 7, 0, false),
+  H263("h263", 9, 0, false),
+  MPEG4("mpeg4", 10, 0, false),
+  MPEG2("mpeg2video", 11, 0, false),
+  H265("hevc", 12, 0, false);
+
+  /** As libavcodec names it. */
+  public final String codecName;
+
+  /** Codec number of the native side. */
+  public final long id;
+
+  /** Tells codecs of one number apart. */
+  public final long version;
+
+  /** True when renditions can be made in it. */
+  public final boolean encodes;
+
+  VideoCodec(String codecName, long id, long version, boolean encodes) {
+    this.codecName = codecName;
+    this.id = id;
+    this.version = version;
+    this.encodes = encodes;
+  }
+
+  /** The codec of a container's stream. */
+  public static VideoCodec ofStream(String codecName) throws HostException {
+    for (VideoCodec codec : values()) if (codec.codecName.equals(codecName)) return codec;
+    throw new HostException("video codec '" + codecName + "' is not supported");
+  }
+
+  /** The codec that a rendition asks for. */
+  public static VideoCodec ofRendition(String text) {
+    for (VideoCodec codec : values())
+      if (codec.encodes && codec.codecName.equals(text.toLowerCase(Locale.ROOT))) return codec;
+    throw new IllegalArgumentException("codec '" + text + "' is unknown, take vp8 or vp9");
+  }
+}

@@ -1,0 +1,30 @@
+package com.zarvo.qvs.host;
+
+import java.io.ByteArrayOutputStream;
+import java.io.PrintStream;
+import java.nio.charset.StandardCharsets;
+import java.util.List;
+
+/** One run of the command line with what it printed. */
+record Captured(int code, String out, String err) {
+  static Captured run(String... arguments) {
+    PrintStream out = System.out;
+    PrintStream err = System.err;
+    ByteArrayOutputStream outBytes = new ByteArrayOutputStream();
+    ByteArrayOutputStream errBytes = new ByteArrayOutputStream();
+    System.setOut(new PrintStream(outBytes, true, StandardCharsets.UTF_8));
+    System.setErr(new PrintStream(errBytes, true, StandardCharsets.UTF_8));
+    try {
+      int code = Main.run(arguments);
+      return new Captured(
+          code, outBytes.toString(StandardCharsets.UTF_8), errBytes.toString(StandardCharsets.UTF_8));
+    } finally {
+      System.setOut(out);
+      System.setErr(err);
+    }
+  }
+
+  List<String> outLines() {
+    return out.lines().toList();
+  }
+}

@@ -1,0 +1,4 @@
+package com.zarvo.qvs.transcoder.model;
+
+/** Lacks "value". */
+public class TranscoderNativeLong {}

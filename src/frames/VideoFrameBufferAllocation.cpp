@@ -1,0 +1,14 @@
+#include "frames/VideoFrameBufferAllocation.h"
+
+#include "frames/VideoFrameBufferAllocator.h"
+#include "platform/Guard.h"
+
+namespace qvs {
+
+VideoFrameBufferAllocation::~VideoFrameBufferAllocation() {
+  guarded("VideoFrameBufferAllocation::destructor", [&] {
+    if (const auto pool = allocator.lock()) pool->addFrameBuffer(std::move(frameBuffer));
+  });
+}
+
+}  // namespace qvs

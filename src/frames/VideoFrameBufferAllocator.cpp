@@ -1,0 +1,36 @@
+#include "frames/VideoFrameBufferAllocator.h"
+
+#include <utility>
+
+#include "frames/VideoFrameBuffer.h"
+
+namespace qvs {
+
+std::pmr::memory_resource* frameReferenceMemory() {
+  // Leaked: frames may be dropped by threads that outlive static destruction.
+  static auto* const memory = new std::pmr::synchronized_pool_resource();
+  return memory;
+}
+
+std::shared_ptr<VideoFrameBufferAllocation> VideoFrameBufferAllocator::allocate() {
+  std::lock_guard<std::mutex> guard(availableBuffersLock);
+  if (availableBuffers.empty()) return nullptr;
+  std::shared_ptr<VideoFrameBufferAllocation> token = std::move(availableBuffers.front());
+  availableBuffers.pop_front();
+  return token;
+}
+
+void VideoFrameBufferAllocator::addFrameBuffer(std::shared_ptr<VideoFrameBuffer> frameBuffer) {
+  VideoFrameBuffer& frame = *frameBuffer;
+  // All that can fail comes first: a token that died of a failed push would come back here.
+  FrameReferences entry(frameReferenceMemory());
+  entry.push_front(nullptr);
+  entry.front() = std::allocate_shared<VideoFrameBufferAllocation>(
+      std::pmr::polymorphic_allocator<VideoFrameBufferAllocation>(frameReferenceMemory()),
+      std::move(frameBuffer), weak_from_this());
+  std::lock_guard<std::mutex> guard(availableBuffersLock);
+  frame.setBufferAllocation(entry.front());
+  availableBuffers.splice_after(availableBuffers.before_begin(), entry);
+}
+
+}  // namespace qvs

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "frames/VideoFrameBuffer.h"
+#include "frames/VideoFrameBufferAllocator.h"
+#include "frames/VideoOverlayFrames.h"
+#include "frames/VideoScaleSetData.h"
+#include "log/ILogger.h"
+#include "platform/Status.h"
+
+namespace qvs {
+
+/// Which road scales pictures.
+enum ScaleImplementation : uint32_t {
+  kScaleCPU = 1,
+  kScaleCUDA = 100,
+  kScaleVAAPI = 300,
+  kScaleOpenCL = 400,
+  kScaleU30 = 500,
+};
+
+/// Scale flags. Half-size copies of decoded pictures.
+inline constexpr uint64_t kScaleFlagFractionalFrames = 1;
+/// Overlays that need no scaling are drawn by the scaler plug-in.
+inline constexpr uint64_t kScaleFlagPluginOverlays = 2;
+/// Opt-in: the CPU road honours crop, source rectangle, padding, destination rectangle and crop-to-fill. The
+/// rectangles are clipped to their pictures and narrowed to whole chroma samples; what lies outside of the
+/// target rectangle is black. A transfer whose rectangle is empty fails and leaves the target untouched.
+inline constexpr uint64_t kScaleFlagPlaceOnCpu = 0x10000;
+
+/// The pool of frames of one stage, with the stage's overlays and its share of a GPU. Frames and free list
+/// follow the thread rules of their classes; all else belongs to the thread that drives the session's video
+/// road.
+class VideoFrameBufferSet {
+ public:
+  VideoFrameBufferSet();
+  ~VideoFrameBufferSet();
+  VideoFrameBufferSet(const VideoFrameBufferSet&) = delete;
+  VideoFrameBufferSet& operator=(const VideoFrameBufferSet&) = delete;
+
+  /// Drops all references and frames and makes `count` new frames, without storage.
+  uint32_t initialize(uint32_t count);
+
+  /// Borrowed; null past the end.
+  VideoFrameBuffer* getVideoFrameBuffer(uint32_t index) const {
+    return index < buffers.size() ? buffers[index].get() : nullptr;
+  }
+  auto begin() const { return buffers.begin(); }
+  auto end() const { return buffers.end(); }
+  size_t size() const { return buffers.size(); }
+  const std::shared_ptr<VideoFrameBufferAllocator>& getVideoFrameBufferAllocator() const {
+    return bufferAllocator;
+  }
+  VideoOverlayFrames& getOverlayFrames() { return overlayFrames; }
+
+  void setLogger(ILogger* value) { logger = value; }  ///< borrowed
+  ILogger* getLogger() const { return logger; }
+  void setScaleImplementation(uint32_t value) { scaleImplementation = value; }
+  uint32_t getScaleImplementation() const { return scaleImplementation; }
+  void setScaleFlags(uint64_t value) { scaleFlags = value; }
+  uint64_t getScaleFlags() const { return scaleFlags; }
+  void setScaleCUDADeviceID(int32_t value) { scaleSetDataCUDA.deviceID = value; }
+  void setCUDADeviceId(int32_t value) { scaleSetDataCUDA.deviceID = value; }
+  VideoScaleSetDataCUDA& getScaleSetDataCUDA() { return scaleSetDataCUDA; }
+  VideoScaleSetDataVAAPI& getScaleSetDataVAAPI() { return scaleSetDataVAAPI; }
+
+  /// Scales `source` into `target`, which may be of another pool. Overlays, where there are any, are about to
+  /// be drawn on the target, so that its bars are painted afresh.
+  uint32_t transferFrame(VideoFrameBuffer& source, VideoFrameBuffer& target, VideoOverlayFrames& overlays);
+
+  /// Draws the overlays, if there are any.
+  uint32_t applyOverlays(VideoFrameBuffer& frame, VideoOverlayFrames& overlays);
+
+  uint32_t initVideoScaleCUDA();
+  uint32_t closeVideoScaleCUDA();
+  uint32_t initVideoScaleVAAPI() { return kSuccess; }
+  uint32_t closeVideoScaleVAAPI() { return kSuccess; }
+
+ private:
+  void releaseReferences();
+
+  ILogger* logger = nullptr;
+  uint32_t scaleImplementation = kScaleCPU;
+  uint64_t scaleFlags = 0;
+  std::vector<std::shared_ptr<VideoFrameBuffer>> buffers;
+  std::shared_ptr<VideoFrameBufferAllocator> bufferAllocator;
+  VideoOverlayFrames overlayFrames;
+  VideoScaleSetDataCUDA scaleSetDataCUDA;
+  VideoScaleSetDataVAAPI scaleSetDataVAAPI;
+};
+
+}  // namespace qvs

@@ -1,0 +1,145 @@
+// Placing one picture in another.
+
+#include <cstdio>
+#include <new>
+
+#include "frames/BlackPainter.h"
+#include "frames/geometry/ColorspaceInfo.h"
+#include "frames/geometry/UccFormat.h"
+#include "frames/OddChroma.h"
+#include "frames/VideoFrameBuffer.h"
+#include "frames/VideoFrameBufferSet.h"
+#include "platform/Guard.h"
+
+namespace qvs {
+namespace {
+
+constexpr uint32_t kRefused = 1;
+
+PixelSize sizeOf(const frame_tt& frame) {
+  return {frame.width, frame.height};
+}
+PixelRect wholeOf(const frame_tt& frame) {
+  return {0, 0, frame.width, frame.height};
+}
+
+uint32_t refuseGeometry() {
+  std::puts("Incorrect input parameters.");
+  return kRefused;
+}
+
+/// The picture area between letterbox bars of even size; false where the target's format can't be cut so.
+bool letterboxArea(const frame_tt& target, const Placement& placement, PixelRect* area) {
+  mc_frame_colorspace_info_t info;
+  if (placement.target.isEmpty()) return false;
+  if (get_frame_colorspace_info(&info, target.width, target.height, target.four_cc) != 0) return false;
+  const auto bar =
+      static_cast<uint32_t>(placement.barsTopAndBottom ? placement.target.y : placement.target.x);
+  const uint32_t evenBar = bar + (bar & 1);
+  const uint32_t barX = placement.barsTopAndBottom ? 0 : evenBar;
+  const uint32_t barY = placement.barsTopAndBottom ? evenBar : 0;
+  if (evenBar != 0 && crop_frame_colorspace_info(&info, barX, barY, barX, barY) != 0) return false;
+  *area = {barX, barY, info.width, info.height};
+  return true;
+}
+
+}  // namespace
+
+uint32_t VideoFrameBuffer::transferFrame(VideoFrameBuffer& source, bool force) {
+  return transferFrame(source, 1, force);
+}
+
+uint32_t VideoFrameBuffer::transferFrame(VideoFrameBuffer& source, uint32_t /*mode*/, bool force) {
+  return guarded("VideoFrameBuffer::allocBuffer", [&]() -> uint32_t {
+    const uint32_t implementation = source.getScaleImplementation();
+    if (implementation == kScaleU30) return kSuccess;
+    frameType = source.frameType;
+    timecode = source.timecode;
+    setTimecodeInfo(source.timecodeInfo.data(), source.timecodeInfoCount);
+
+    const bool hasDisplay = source.displayWidth > 0 && source.displayHeight > 0;
+    const PixelSize display = hasDisplay ? PixelSize{static_cast<uint32_t>(source.displayWidth),
+                                                     static_cast<uint32_t>(source.displayHeight)}
+                                         : sizeOf(source.frame);
+    const PlacementRequest request{fitMode, isCrop() ? getCrop() : nullptr,
+                                   isSrcRect() ? getSrcRect() : nullptr, isPadding() ? getPadding() : nullptr,
+                                   isDstRect() ? getDstRect() : nullptr};
+    const Placement placement = placeFrame(sizeOf(source.frame), display, sizeOf(frame), request);
+    const bool onCpu = implementation != kScaleCUDA && implementation != kScaleOpenCL;
+    return onCpu ? placeOnCpu(source, placement, display, force)
+                 : placeOnDevice(source, placement, display, force);
+  });
+}
+
+uint32_t VideoFrameBuffer::placeOnDevice(const VideoFrameBuffer& source, const Placement& placement,
+                                         PixelSize display, bool force) {
+  const bool newBars = fitMode == kFitLetterbox && takeBarsDue(display, force);
+  if (newBars || placement.clearsTarget) blackFill();
+  // Without device pictures there is nothing to scale; the target claims what the road would have made.
+  if (source.buffer && buffer && source.getScaleImplementation() == kScaleCUDA) locations = CUDA;
+  return kSuccess;
+}
+
+uint32_t VideoFrameBuffer::placeOnCpu(VideoFrameBuffer& source, const Placement& placement, PixelSize display,
+                                      bool force) {
+  const bool placed = (source.getScaleFlags() & kScaleFlagPlaceOnCpu) != 0;
+  PixelRect from = wholeOf(source.frame);
+  PixelRect to = wholeOf(frame);
+  if (placed && placement.hasSource) {
+    from = clipRect(placement.source, sizeOf(source.frame), placementStep(source.frame.four_cc));
+  }
+  if (placed && placement.hasTarget)
+    to = clipRect(placement.target, sizeOf(frame), placementStep(frame.four_cc));
+  if (fitMode == kFitLetterbox && !letterboxArea(frame, placement, &to)) return refuseGeometry();
+  if (!source.buffer || !buffer) return kSuccess;
+  if (placed && (from.isEmpty() || to.isEmpty())) return kFailure;
+
+  const BlackPainter painter(ucc_blackfill_s.get(), frame);
+  if (fitMode == kFitLetterbox) {
+    if (takeBarsDue(display, force)) painter.paintAround(to);
+  } else {
+    forgetBars();
+    if (placed && placement.clearsTarget) painter.paintAround(to);
+  }
+  const uint32_t status = scaleFrom(source, from, to);
+  locations = systemMem;
+  return status;
+}
+
+uint32_t VideoFrameBuffer::scaleFrom(const VideoFrameBuffer& source, const PixelRect& from,
+                                     const PixelRect& to) {
+  ucc_frame_t sourceView;
+  ucc_frame_t targetView;
+  if (uccViewOfRect(&sourceView, source.frame, from) == 0 || uccViewOfRect(&targetView, frame, to) == 0) {
+    return kRefused;
+  }
+  const ucc_config_t config{};
+  const uint32_t status = UCC_Transform(ucc_s.get(), &targetView, &sourceView, &config);
+  if (status == kUccNoMemory) throw std::bad_alloc();
+  if (status != 0) return kRefused;
+  const bool isCopy =
+      frame.four_cc == source.frame.four_cc && from == to && sizeOf(frame) == sizeOf(source.frame);
+  OddChroma(frame).complete(isCopy ? &source.frame : nullptr);
+  return kSuccess;
+}
+
+bool VideoFrameBuffer::takeBarsDue(PixelSize display, bool force) {
+  const bool due = force || display != PixelSize{lastLetterboxSrcWidth, lastLetterboxSrcHeight};
+  lastLetterboxSrcWidth = display.width;
+  lastLetterboxSrcHeight = display.height;
+  return due;
+}
+
+uint32_t VideoFrameBuffer::blackFill() {
+  return guarded("VideoFrameBuffer::blackFill", [&]() -> uint32_t {
+    if (getScaleImplementation() == kScaleCUDA || !buffer) return kSuccess;
+    if (!ucc_blackfill_s) return kRefused;
+    return BlackPainter(ucc_blackfill_s.get(), frame).paint(wholeOf(frame)) ? kSuccess : kRefused;
+  });
+}
+
+uint32_t VideoFrameBuffer::blackFill(const mc_frame_colorspace_info_t& /*info*/) {
+  return blackFill();
+}
+
+}  // namespace qvs

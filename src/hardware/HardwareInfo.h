@@ -1,0 +1,77 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace qvs {
+
+/// Bits of HardwareInfoCUDA::availableFlags; from kCudaGpuCountShift upward the number of GPUs.
+enum CudaFlag : uint32_t {
+  kCudaUsable = 1,
+  kCudaNvencH264 = 2,
+  kCudaNvencH265 = 8,
+  kCudaNvcuvidOld = 16,
+  kCudaNvcuvid = 32,
+  kCudaNvencOffline = 64,
+  kCudaNvencLoaded = 0x200,  ///< the encoder plug-in really loaded and answered
+};
+inline constexpr uint32_t kCudaGpuCountShift = 16;
+
+/// Bits of the QuickSync flags.
+enum QuickSyncFlag : uint32_t {
+  kQuickSyncAvailable = 1,  ///< and H.264 decoding
+  kQuickSyncAccessMask = 6,
+  kQuickSyncEncodeH264 = 8,
+  kQuickSyncEncodeH265 = 16,
+  kQuickSyncDecodeH265 = 0x100,
+  kQuickSyncDecodeMP2 = 0x200,
+};
+
+/// Bits of the VAAPI flags.
+enum VaapiFlag : uint32_t { kVaapiEncodeH264 = 4, kVaapiEncodeH265 = 8, kVaapiEncodeVP9 = 16 };
+
+/// Bit of the U30 flags.
+inline constexpr uint32_t kU30Usable = 1;
+
+struct HardwareInfoGPU {
+  std::array<char, 256> name{};
+  int32_t versionMajor = 0;  ///< compute capability
+  int32_t versionMinor = 0;
+  int32_t clockRate = 0;  ///< kHz
+  int32_t multiprocessorCount = 0;
+  uint64_t totalMemory = 0;  ///< bytes
+  int32_t coreCount = 0;
+};
+
+struct HardwareInfoCUDA {
+  static constexpr int32_t kMaxGPUs = 16;
+
+  uint8_t nvcuvencDLLLoaded = 0;
+  int32_t countGPU = 0;
+  int32_t driverVersionMajor = 0;
+  int32_t driverVersionMinor = 0;
+  int32_t cudaVersion = 0;
+  uint32_t availableFlags = 0;  ///< CudaFlag
+  std::array<HardwareInfoGPU, kMaxGPUs> gpus{};
+};
+
+struct HardwareInfoU30 {
+  uint8_t isXilinxU30Available = 0;
+  uint8_t cuExists = 0;
+  uint8_t pluginsLoaded = 0;
+  int64_t deviceCount = 0;
+  std::string xclbinName;
+  uint32_t firmVersionMaj = 0;
+  uint32_t firmVersionMin = 0;
+  uint32_t availableFlags = 0;
+};
+
+/// A back end that answers with a version; bit 0 of the flags: available.
+struct HardwareInfoPlugin {
+  uint32_t versionMajor = 0;
+  uint32_t versionMinor = 0;
+  uint32_t availableFlags = 0;
+};
+
+}  // namespace qvs

@@ -1,0 +1,10 @@
+#include "hardware/IntelDRMSingleton.h"
+
+namespace qvs {
+
+IntelDRMSingleton* IntelDRMSingleton::getInstance() {
+  static IntelDRMSingleton* const pInstance = new IntelDRMSingleton;
+  return pInstance;
+}
+
+}  // namespace qvs

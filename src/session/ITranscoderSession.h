@@ -1,0 +1,11 @@
+#pragma once
+
+namespace qvs {
+
+/// Root of all sessions.
+class ITranscoderSession {
+ public:
+  virtual ~ITranscoderSession() = default;
+};
+
+}  // namespace qvs

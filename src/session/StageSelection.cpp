@@ -1,0 +1,142 @@
+#include "session/StageSelection.h"
+
+#include <fmt/format.h>
+
+#include "hardware/HardwareInfo.h"
+#include "session/StageIds.h"
+#include "video/decoders/VideoDecoderVPX.h"
+#include "video/encoders/VideoEncoderVPX.h"
+
+namespace qvs {
+
+namespace {
+
+template <typename Stage, typename Class>
+std::unique_ptr<Stage> make() {
+  return std::make_unique<Class>();
+}
+
+using Words = HardwareAvailability;
+constexpr PluginPath kNative = PluginPath::kNative;
+constexpr PluginPath kQuickSync = PluginPath::kQuickSync;
+constexpr PluginPath kVaapi = PluginPath::kVaapi;
+constexpr uint32_t kAny = kAnyImplementation;
+constexpr uint32_t kNvencH264 = kCudaNvencH264 | kCudaNvencLoaded;
+constexpr uint32_t kNvencH265 = kCudaNvencH265 | kCudaNvencLoaded;
+constexpr uint32_t kAudioLayer3 = 3;
+
+// clang-format off
+constexpr VideoDecoderRow kCaptureVideoDecoder =
+    {0, kAny, nullptr, 0, kNative, "VideoDecoderCapture", "Capture: default"};
+
+constexpr VideoDecoderRow kVideoDecoders[] = {
+    {kVideoCodecSorenson, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "SorensonSpark: default"},
+    {kVideoCodecH264, 1, &Words::quickSyncAvailable, kQuickSyncAvailable, kQuickSync, "VideoDecoderH264QuickSyncHost", "H.264: QuickSync"},
+    {kVideoCodecH264, 4, &Words::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]"},
+    {kVideoCodecH264, 3, &Words::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]"},
+    {kVideoCodecH264, 5, &Words::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.264: U30"},
+    {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoDecoderH264", "H.264: default"},
+    {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoDecoderVPX", "VPX[{}]: default", make<IVideoDecoder, VideoDecoderVPX>},
+    {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "H.263: default"},
+    {kVideoCodecMP4, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "MP4: default"},
+    {kVideoCodecMPEG2, 1, &Words::quickSyncAvailable, kQuickSyncDecodeMP2, kQuickSync, "VideoDecoderMP2QuickSyncHost", "MPEG2: QuickSync"},
+    {kVideoCodecMPEG2, 4, &Words::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]"},
+    {kVideoCodecMPEG2, 3, &Words::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]"},
+    {kVideoCodecMPEG2, kAny, nullptr, 0, kNative, "VideoDecoderMP2", "MPEG2: default"},
+    {kVideoCodecH265, 4, &Words::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.265: NVCUVID[NVDEC]"},
+    // One host serves both codecs of that card.
+    {kVideoCodecH265, 5, &Words::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.265: U30"},
+    {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoDecoderH265", "H.265: default"},
+};
+
+constexpr VideoEncoderRow kVideoEncoders[] = {
+    {kVideoCodecH265, 9, &Words::cudaAvailable, kNvencH265, kNative, "VideoEncoderH26XNVENC12Host", "H.265: NVENC12"},
+    {kVideoCodecH265, 8, &Words::quickSyncAvailable, kQuickSyncEncodeH265, kQuickSync, "VideoEncoderH265QuickSyncHost", "H.265: QuickSync"},
+    {kVideoCodecH265, 11, &Words::x265Available, kAnyBit, kNative, "VideoEncoderH265X265Host", "H.265: X265"},
+    {kVideoCodecH265, 15, &Words::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.265: AdvantechVega"},
+    {kVideoCodecH265, 16, &Words::vaapiAvailable, kVaapiEncodeH265, kVaapi, "VideoEncoderH265VAAPIHost", "H.265: VAAPI"},
+    {kVideoCodecH265, 18, &Words::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.265: U30"},
+    {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoEncoderH265MainConceptHost", "H.265: default"},
+    {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoEncoderH263IPP", "H263: default"},
+    {kVideoCodecVPX, 12, &Words::vaapiAvailable, kVaapiEncodeVP9, kVaapi, "VideoEncoderVP9VAAPIHost", "VPX[{}]: VAAPI"},
+    {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoEncoderVPX", "VPX[{}]: default", make<IVideoEncoder, VideoEncoderVPX>},
+    {kVideoCodecH264, 1, &Words::quickSyncAvailable, kQuickSyncEncodeH264, kQuickSync, "VideoEncoderH264QuickSyncHost", "H.264: QuickSync"},
+    {kVideoCodecH264, 6, &Words::cudaAvailable, kNvencH264, kNative, "VideoEncoderH26XNVENC12Host", "H.264: NVENC12"},
+    {kVideoCodecH264, 10, &Words::vaapiAvailable, kVaapiEncodeH264, kVaapi, "VideoEncoderH264VAAPIHost", "H.264: VAAPI"},
+    {kVideoCodecH264, 7, &Words::x264Available, kAnyBit, kNative, "VideoEncoderH264X264Host", "H.264: X264"},
+    {kVideoCodecH264, 14, &Words::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.264: AdvantechVega"},
+    {kVideoCodecH264, 17, &Words::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.264: U30"},
+    {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoEncoderH264", "H.264: default"},
+};
+
+constexpr AudioDecoderRow kCaptureAudioDecoder =
+    {0, kAny, nullptr, 0, kNative, "AudioDecoderCapture", "Capture: default"};
+
+constexpr AudioDecoderRow kAudioDecoders[] = {
+    {kAudioCodecMPEG, kAudioLayer3, nullptr, 0, kNative, "AudioDecoderMP2", "MP3: default"},
+    {kAudioCodecMPEG, kAny, nullptr, 0, kNative, "AudioDecoderMP2", "MPEG1 Part 1/2: default"},
+    {kAudioCodecALaw, kAny, nullptr, 0, kNative, "AudioDecoderALaw", "G711 ALAW: default"},
+    {kAudioCodecMULaw, kAny, nullptr, 0, kNative, "AudioDecoderMULaw", "G711 MULAW: default"},
+    {kAudioCodecVorbis, kAny, nullptr, 0, kNative, "AudioDecoderVorbis", "VORBIS: default"},
+    {kAudioCodecAAC, kAny, nullptr, 0, kNative, "AudioDecoderAAC", "AAC: default"},
+    {kAudioCodecSpeex, kAny, nullptr, 0, kNative, "AudioDecoderSpeex", "SPEEX: default"},
+    {kAudioCodecOpus, kAny, nullptr, 0, kNative, "AudioDecoderOpus", "OPUS: default"},
+};
+
+constexpr AudioEncoderRow kAudioEncoders[] = {
+    {kAudioCodecVorbis, kAny, nullptr, 0, kNative, "AudioEncoderVorbis", "VORBIS: default"},
+    {kAudioCodecAAC, kAny, nullptr, 0, kNative, "AudioEncoderAAC", "AAC: default"},
+    {kAudioCodecOpus, kAny, nullptr, 0, kNative, "AudioEncoderOpus", "OPUS: default"},
+};
+// clang-format on
+
+template <typename Stage>
+bool isThere(const StageRow<Stage>& row, const HardwareAvailability& availability) {
+  if (row.word == nullptr) return true;
+  const uint32_t word = availability.*row.word;
+  return row.bits == kAnyBit ? word != 0 : (word & row.bits) == row.bits;
+}
+
+template <typename Stage>
+const StageRow<Stage>* select(std::span<const StageRow<Stage>> rows, uint32_t codec, uint32_t implementation,
+                              const HardwareAvailability& availability) {
+  for (const StageRow<Stage>& row : rows) {
+    const bool named = row.implementation == kAnyImplementation || row.implementation == implementation;
+    if (row.codec == codec && named && isThere(row, availability)) return &row;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+template <typename Stage>
+std::string StageRow<Stage>::logTextOf(uint32_t codecVersion) const {
+  return fmt::format(fmt::runtime(logText), codecVersion);
+}
+
+template struct StageRow<IVideoDecoder>;
+template struct StageRow<IVideoEncoder>;
+template struct StageRow<IAudioDecoder>;
+template struct StageRow<IAudioEncoder>;
+
+const VideoDecoderRow* StageSelection::videoDecoder(uint32_t decoderType, uint32_t codec, uint32_t implementation,
+                                                    const HardwareAvailability& availability) {
+  if (decoderType == kDecoderTypeCapture) return &kCaptureVideoDecoder;
+  return select<IVideoDecoder>(kVideoDecoders, codec, implementation, availability);
+}
+
+const VideoEncoderRow* StageSelection::videoEncoder(uint32_t codec, uint32_t implementation,
+                                                    const HardwareAvailability& availability) {
+  return select<IVideoEncoder>(kVideoEncoders, codec, implementation, availability);
+}
+
+const AudioDecoderRow* StageSelection::audioDecoder(uint32_t decoderType, uint32_t codec, uint32_t implementation) {
+  if (decoderType == kDecoderTypeCapture) return &kCaptureAudioDecoder;
+  return select<IAudioDecoder>(kAudioDecoders, codec, implementation, {});
+}
+
+const AudioEncoderRow* StageSelection::audioEncoder(uint32_t codec) {
+  return select<IAudioEncoder>(kAudioEncoders, codec, kAnyImplementation, {});
+}
+
+}  // namespace qvs

@@ -1,0 +1,222 @@
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "audio/IAudioResampler.h"
+#include "frames/AudioSampleBuffer.h"
+#include "session/Forward.h"
+#include "session/TranscoderSession.h"
+#include "session/TranscoderSessionNotifyManager.h"
+
+namespace qvs {
+
+namespace {
+
+uint32_t missingBlock(const char* label) {
+  std::printf("%s: audioSampleBuffer missing\n", label);
+  return kFailure;
+}
+
+std::unique_ptr<AudioSampleBuffer> deepCopy(const AudioSampleBuffer& block) {
+  auto copy = std::make_unique<AudioSampleBuffer>();
+  if (block.getBuffer() != nullptr) {
+    if (copy->allocBuffer(block.getSampleCount(), block.getChannels(), block.getSampleRate()) != kSuccess) {
+      throw std::bad_alloc();
+    }
+    std::memcpy(copy->getBuffer(), block.getBuffer(), std::min(block.getLen(), copy->getLen()));
+  }
+  copy->setLen(std::min(block.getLen(), copy->getLen()));
+  copy->setSampleCount(block.getSampleCount());
+  copy->setSampleIndex(block.getSampleIndex());
+  copy->setChannels(block.getChannels());
+  copy->setSampleRate(block.getSampleRate());
+  copy->setFormat(block.getFormat());
+  copy->setTimecode(block.getTimecode());
+  return copy;
+}
+
+}  // namespace
+
+uint32_t TranscoderSession::audioDecoderBuffersCreate(uint32_t count) {
+  return guarded("TranscoderSession::audioDecoderBuffersCreate", [&]() -> uint32_t {
+    if (count > kPoolFramesMax) return kFailure;
+    audioDecoderBuffers.initialize(count);
+    return kSuccess;
+  });
+}
+
+uint32_t TranscoderSession::audioDecoderBuffersAllocate(uint32_t sampleCount, uint32_t channels,
+                                                        uint32_t sampleRate) {
+  return guarded("TranscoderSession::audioDecoderBuffersAllocate", [&]() -> uint32_t {
+    uint32_t result = kSuccess;
+    for (uint32_t index = 0; index < audioDecoderBuffers.size(); ++index) {
+      AudioSampleBuffer* block = audioDecoderBuffers.getAudioSampleBuffer(index);
+      if (block->allocBuffer(sampleCount, channels, sampleRate) != kSuccess) result = kFailure;
+    }
+    return result;
+  });
+}
+
+uint32_t TranscoderSession::audioDecoderSetCaptureDevice(int32_t deviceId) {
+  return forward("TranscoderSession::audioDecoderSetCaptureDevice", getAudioDecoder(),
+                 [&](auto& stage) { return stage.setCaptureDevice(deviceId); });
+}
+
+uint32_t TranscoderSession::audioDecoderInitialize() {
+  return forward("TranscoderSession::audioDecoderInitialize", getAudioDecoder(),
+                 [&](auto& stage) { return stage.initialize(); });
+}
+
+uint32_t TranscoderSession::audioDecoderGetSampleRate(uint32_t* sampleRate) {
+  return forward("TranscoderSession::audioDecoderGetSampleRate", getAudioDecoder(),
+                 [&](auto& stage) { *sampleRate = static_cast<uint32_t>(stage.getSampleRate()); });
+}
+
+uint32_t TranscoderSession::audioDecoderGetChannels(uint32_t* channels) {
+  return forward("TranscoderSession::audioDecoderGetChannels", getAudioDecoder(),
+                 [&](auto& stage) { *channels = stage.getChannels(); });
+}
+
+uint32_t TranscoderSession::audioDecoderDecodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) {
+  return forward("TranscoderSession::audioDecoderDecodeCodecConfig", getAudioDecoder(),
+                 [&](auto& stage) { return stage.decodeCodecConfig(buffer, offset, len); });
+}
+
+uint32_t TranscoderSession::audioDecoderIsFirstFrameDecoded() {
+  return guarded("TranscoderSession::audioDecoderIsFirstFrameDecoded",
+                 [&]() -> uint32_t { return audioDecoder ? audioDecoder->isFirstFrameDecoded() : 0; });
+}
+
+uint32_t TranscoderSession::audioDecoderDecodeFirstFrame(uint8_t* buffer, uint32_t offset, uint32_t len) {
+  return forward("TranscoderSession::audioDecoderDecodeFirstFrame", getAudioDecoder(),
+                 [&](auto& stage) { return stage.decodeFirstFrame(buffer, offset, len); });
+}
+
+uint32_t TranscoderSession::audioDecoderDecodeFrame(uint8_t* buffer, uint32_t offset, uint32_t len,
+                                                    uint64_t timecode, uint32_t indexBuffer) {
+  constexpr const char* kLabel = "TranscoderSession::audioDecoderDecodeFrame";
+  return forward(kLabel, getAudioDecoder(), [&](auto& stage) -> uint32_t {
+    AudioSampleBuffer* block = audioDecoderBuffers.getAudioSampleBuffer(indexBuffer);
+    if (block == nullptr) return missingBlock(kLabel);
+    return stage.decodeFrame(buffer, offset, len, timecode, *block);
+  });
+}
+
+uint32_t TranscoderSession::audioDecoderCaptureFrame(uint32_t indexBuffer, uint32_t* decodeStatus,
+                                                     int64_t* timecode) {
+  constexpr const char* kLabel = "TranscoderSession::audioDecoderCaptureFrame";
+  return forward(kLabel, getAudioDecoder(), [&](auto& stage) -> uint32_t {
+    AudioSampleBuffer* block = audioDecoderBuffers.getAudioSampleBuffer(indexBuffer);
+    if (block == nullptr) return missingBlock(kLabel);
+    return stage.captureFrame(*block, decodeStatus, timecode);
+  });
+}
+
+uint32_t TranscoderSession::audioDecoderResampleFrame(uint64_t, uint32_t indexBuffer) {
+  constexpr const char* kLabel = "TranscoderSession::audioDecoderResampleFrame";
+  return forward(kLabel, getAudioDecoder(), [&](auto& stage) -> uint32_t {
+    AudioSampleBuffer* block = audioDecoderBuffers.getAudioSampleBuffer(indexBuffer);
+    if (block == nullptr) return missingBlock(kLabel);
+    TranscoderSessionNotifyManager& listeners = *TranscoderSessionNotifyManager::getInstance();
+    listeners.notifyAudioFrameDecodeListenersBeforeResample(getSessionId(), &stage, block);
+    if (IAudioResampler* resampler = stage.getAudioResampler()) resampler->resample(*block, *block);
+    listeners.notifyAudioFrameDecodeListenersAfterResample(getSessionId(), &stage, block);
+    return kSuccess;
+  });
+}
+
+uint32_t TranscoderSession::audioDecoderResetDecodedFrameState() {
+  return forward("TranscoderSession::audioDecoderResetDecodedFrameState", getAudioDecoder(),
+                 [&](auto& stage) { stage.resetDecodedFrameState(); });
+}
+
+uint32_t TranscoderSession::audioEncoderSetSampleRate(uint32_t indexEncoder, uint32_t sampleRate) {
+  return forward("TranscoderSession::audioEncoderSetSampleRate", getAudioEncoder(indexEncoder),
+                 [&](auto& stage) { stage.setSampleRate(sampleRate); });
+}
+
+uint32_t TranscoderSession::audioEncoderSetChannels(uint32_t indexEncoder, uint32_t channels) {
+  return forward("TranscoderSession::audioEncoderSetChannels", getAudioEncoder(indexEncoder),
+                 [&](auto& stage) { stage.setChannels(channels); });
+}
+
+uint32_t TranscoderSession::audioEncoderSetQuality(uint32_t indexEncoder, double quality) {
+  return forward("TranscoderSession::audioEncoderSetQuality", getAudioEncoder(indexEncoder),
+                 [&](auto& stage) { stage.setQuality(quality); });
+}
+
+uint32_t TranscoderSession::audioEncoderSetBitrate(uint32_t indexEncoder, uint32_t bitrate) {
+  return forward("TranscoderSession::audioEncoderSetBitrate", getAudioEncoder(indexEncoder),
+                 [&](auto& stage) { stage.setBitrate(bitrate); });
+}
+
+uint32_t TranscoderSession::audioEncoderInitialize(uint32_t indexEncoder) {
+  return forward("TranscoderSession::audioEncoderInitialize", getAudioEncoder(indexEncoder),
+                 [&](auto& stage) { return stage.initialize(); });
+}
+
+uint32_t TranscoderSession::audioEncoderGetHeaders(uint32_t indexEncoder,
+                                                   std::vector<AudioFrameEncoded>& frames) {
+  return forward("TranscoderSession::audioEncoderGetHeaders", getAudioEncoder(indexEncoder),
+                 [&](auto& stage) { return stage.getHeaders(frames); });
+}
+
+AudioEncoderWrapper* TranscoderSession::audioEncoderWrapper(uint32_t indexEncoder) {
+  return indexEncoder < audioEncoders.size() ? &audioEncoders[indexEncoder] : nullptr;
+}
+
+uint32_t TranscoderSession::audioEncoderEncodeBufferStart(uint32_t indexEncoder, uint32_t indexBuffer) {
+  return forward("TranscoderSession::audioEncoderEncodeBufferStart", audioEncoderWrapper(indexEncoder),
+                 [&](AudioEncoderWrapper& rendition) -> uint32_t {
+                   const AudioSampleBuffer* block = audioDecoderBuffers.getAudioSampleBuffer(indexBuffer);
+                   if (block == nullptr) return kFailure;
+                   rendition.encodeAudioBuffer = deepCopy(*block);
+                   return kSuccess;
+                 });
+}
+
+uint32_t TranscoderSession::audioEncoderResampleFrame(uint32_t indexEncoder, uint32_t) {
+  return forward("TranscoderSession::audioEncoderResampleFrame", audioEncoderWrapper(indexEncoder),
+                 [&](AudioEncoderWrapper& rendition) -> uint32_t {
+                   if (!rendition.encodeAudioBuffer) return kSuccess;
+                   IAudioEncoder* encoder = rendition.audioEncoder.get();
+                   TranscoderSessionNotifyManager& listeners = *TranscoderSessionNotifyManager::getInstance();
+                   listeners.notifyAudioFrameEncodeListenersBeforeResample(getSessionId(), encoder,
+                                                                           rendition.encodeAudioBuffer.get());
+                   const uint32_t result = resampleRendition(rendition);
+                   listeners.notifyAudioFrameEncodeListenersAfterResample(getSessionId(), encoder,
+                                                                          rendition.encodeAudioBuffer.get());
+                   return result;
+                 });
+}
+
+uint32_t TranscoderSession::resampleRendition(AudioEncoderWrapper& rendition) {
+  IAudioResampler* resampler = rendition.audioEncoder->getAudioResampler();
+  if (resampler == nullptr) return kFailure;
+  auto resampled = std::make_unique<AudioSampleBuffer>();
+  resampled->setSampleCount(0);
+  resampler->resample(*rendition.encodeAudioBuffer, *resampled);
+  rendition.encodeAudioBuffer = std::move(resampled);
+  return kSuccess;
+}
+
+uint32_t TranscoderSession::audioEncoderAddSampleBuffer(uint32_t indexEncoder, uint32_t,
+                                                        std::vector<AudioFrameEncoded>& frames) {
+  return forward("TranscoderSession::audioEncoderAddSampleBuffer", audioEncoderWrapper(indexEncoder),
+                 [&](AudioEncoderWrapper& rendition) -> uint32_t {
+                   if (!rendition.encodeAudioBuffer) return kFailure;
+                   // The encoder owns the block once the call has returned; after an exception it stays here.
+                   const uint32_t result =
+                       rendition.audioEncoder->addSampleBuffer(rendition.encodeAudioBuffer.get(), frames);
+                   static_cast<void>(rendition.encodeAudioBuffer.release());
+                   return result;
+                 });
+}
+
+uint32_t TranscoderSession::audioEncoderEncodeBufferDone(uint32_t indexEncoder, uint32_t) {
+  return forward("TranscoderSession::audioEncoderEncodeBufferDone", audioEncoderWrapper(indexEncoder),
+                 [](AudioEncoderWrapper& rendition) { rendition.encodeAudioBuffer.reset(); });
+}
+
+}  // namespace qvs

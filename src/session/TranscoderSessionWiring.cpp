@@ -1,0 +1,288 @@
+#include <fmt/format.h>
+
+#include "hardware/HardwareInfo.h"
+#include "platform/Guard.h"
+#include "session/StageSelection.h"
+#include "session/TranscoderSession.h"
+
+namespace qvs {
+
+namespace {
+
+/// The word for a scaler implementation in log lines.
+struct ScalerName {
+  uint32_t implementation;
+  const char* name;
+};
+
+constexpr ScalerName kScalerNames[] = {
+    {kScalerDefault, "default"}, {kScalerCUDA, "CUDA"},     {kScalerQuickSync, "QUICKSYNC"},
+    {kScalerVAAPI, "VAAPI"},     {kScalerOpenCL, "OPENCL"}, {kScalerU30, "XILINX"},
+};
+
+std::string scalerName(uint32_t implementation) {
+  for (const ScalerName& row : kScalerNames) {
+    if (row.implementation == implementation) return row.name;
+  }
+  return fmt::format("UNKNOWN:{}", implementation);
+}
+
+}  // namespace
+
+uint32_t TranscoderSession::videoDecoderCreate(uint32_t decoderType, uint32_t codec, uint32_t codecVersion,
+                                               uint32_t bitDepth, uint32_t implementation, uint32_t fourcc) {
+  return guarded("TranscoderSession::videoDecoderCreate", [&]() -> uint32_t {
+    videoDecoderFourcc = fourcc;
+    const VideoDecoderRow* row = StageSelection::videoDecoder(decoderType, codec, implementation, availability);
+    if (row == nullptr) return kFailure;
+    if (row->make == nullptr) {
+      logCollector.error(kLogContextVideoDecoder, 0,
+                         "TranscoderSession.videoDecoderCreate[{context}]: Video decoder is not built in: " +
+                             row->logTextOf(codecVersion));
+      return kFailure;
+    }
+    std::unique_ptr<IVideoDecoder> created = row->make();
+    created->setLogger(&logCollector);
+    videoDecoder = std::move(created);
+    logCollector.info(
+        kLogContextVideoDecoder, 0,
+        "TranscoderSession.videoDecoderCreate[{context}]: Create video decoder: " + row->logTextOf(codecVersion));
+    videoDecoder->setNativePath(pluginPath(row->path));
+    videoDecoder->setCodecAndVersion(codec, codecVersion);
+    videoDecoder->setBitDepth(bitDepth);
+    videoDecoder->setImplementation(implementation);
+    videoDecoder->setFourcc(fourcc);
+    videoDecoder->createDone();
+    return kSuccess;
+  });
+}
+
+uint32_t TranscoderSession::videoDecoderBuffersCreate(uint32_t count) {
+  return guarded("TranscoderSession::videoDecoderBuffersCreate", [&]() -> uint32_t {
+    if (count > kPoolFramesMax) return kFailure;
+    videoDecoderBuffers.setLogger(&logCollector);
+    videoDecoderBuffers.setScaleImplementation(videoScalerImplementation);
+    videoDecoderBuffers.setScaleCUDADeviceID(videoScalerGPUID);
+    videoDecoderBuffers.setScaleFlags(videoScalerFlags);
+    videoDecoderBuffers.initialize(count);
+    for (const auto& frame : videoDecoderBuffers) {
+      frame->setLogger(&logCollector);
+      frame->initialize();
+    }
+    return kSuccess;
+  });
+}
+
+uint32_t TranscoderSession::videoEncoderAdd(uint32_t codec, uint32_t codecVersion, uint32_t bitDepth,
+                                            uint32_t fourcc, uint32_t implementation, int32_t* indexEncoder) {
+  return guarded("TranscoderSession::videoEncoderAdd", [&]() -> uint32_t {
+    videoEncoderFourcc = fourcc;
+    clearVideoEncoderSlot(*indexEncoder);
+    const VideoEncoderRow* row = StageSelection::videoEncoder(codec, implementation, availability);
+    if (row == nullptr) return kFailure;
+    if (row->make == nullptr) {
+      logCollector.error(kLogContextVideoEncoder, *indexEncoder,
+                         "TranscoderSession.videoEncoderAdd[{context}]: Video encoder is not built in: " +
+                             row->logTextOf(codecVersion));
+      return kFailure;
+    }
+    std::unique_ptr<IVideoEncoder> created = row->make();
+    created->setLogger(&logCollector);
+    *indexEncoder = storeVideoEncoder(std::move(created), *indexEncoder);
+    IVideoEncoder& encoder = *getVideoEncoder(static_cast<uint32_t>(*indexEncoder));
+    encoder.setSessionIndex(static_cast<uint32_t>(*indexEncoder));
+    logCollector.info(
+        kLogContextVideoEncoder, *indexEncoder,
+        "TranscoderSession.videoEncoderAdd[{context}]: Create video encoder: " + row->logTextOf(codecVersion));
+    encoder.setBitDepth(bitDepth);
+    encoder.setNativePath(pluginPath(row->path));
+    encoder.setCodecAndVersion(codec, codecVersion);
+    encoder.setImplementation(implementation);
+    encoder.setFourcc(fourcc);
+    encoder.createDone();
+    return kSuccess;
+  });
+}
+
+bool TranscoderSession::isVideoEncoderSlot(int32_t indexEncoder) const {
+  return indexEncoder >= 0 && static_cast<size_t>(indexEncoder) < videoEncoders.size();
+}
+
+void TranscoderSession::clearVideoEncoderSlot(int32_t indexEncoder) {
+  if (!isVideoEncoderSlot(indexEncoder)) return;
+  // An exception while the old encoder goes has a label of its own.
+  guarded("TranscoderSession::videoEncoderRecreate", [&] {
+    videoEncoders[static_cast<size_t>(indexEncoder)].videoEncoder.reset();
+    logCollector.info(kLogContextVideoEncoder, indexEncoder,
+                      "TranscoderSession.videoEncoderAdd[{context}]: Delete current video encoder");
+  });
+}
+
+int32_t TranscoderSession::storeVideoEncoder(std::unique_ptr<IVideoEncoder> encoder, int32_t indexEncoder) {
+  if (isVideoEncoderSlot(indexEncoder)) {
+    videoEncoders[static_cast<size_t>(indexEncoder)].videoEncoder = std::move(encoder);
+    return indexEncoder;
+  }
+  videoEncoders.push_back({std::move(encoder)});
+  return static_cast<int32_t>(videoEncoders.size() - 1);
+}
+
+uint32_t TranscoderSession::videoScalerCreate(uint32_t fourcc, uint32_t bitDepth) {
+  return guarded("TranscoderSession::videoScalerCreate", [&]() -> uint32_t {
+    if (videoScalerImplementation == kScalerU30) videoScaler.reset();
+    videoScalerFourcc = fourcc;
+    videoScalerBitDepth = bitDepth;
+    return kSuccess;
+  });
+}
+
+uint32_t TranscoderSession::videoScalerSetImplementation2(uint32_t implementation, int32_t gpuid) {
+  return guarded("TranscoderSession::videoScalerSetImplementation2", [&]() -> uint32_t {
+    const bool u30 = implementation == kScalerU30 && (availability.u30Available & kU30Usable) != 0;
+    if (u30) {
+      logCollector.error(
+          kLogContextVideoScaler, 0,
+          "TranscoderSession.videoScalerSetImplementation[{context}]: Video scaler is not built in: XILINX");
+    }
+    const bool noCuda = implementation == kScalerCUDA && (availability.cudaAvailable & kCudaUsable) == 0;
+    const bool served = implementation != kScalerQuickSync && implementation != kScalerU30 && !noCuda;
+    videoScalerImplementation = served ? implementation : uint32_t{kScalerDefault};
+    videoScalerGPUID = gpuid;
+    return kSuccess;
+  });
+}
+
+uint32_t TranscoderSession::videoScalerSetSource(uint32_t width, uint32_t height, double rate) {
+  return guarded("TranscoderSession::videoScalerSetSource", [&]() -> uint32_t {
+    if (videoScaler) return videoScaler->setSource(width, height, rate);
+    logCollector.info(kLogContextVideoScaler, 0,
+                      fmt::format("TranscoderSession.videoScalerSetSource[{{context}}]: video scaler set source : "
+                                  "width = {}, height = {}, rate = {:g}",
+                                  width, height, rate));
+    return kFailure;
+  });
+}
+
+uint32_t TranscoderSession::videoScalerAddScaling(uint32_t width, uint32_t height, double rate, uint32_t scaleIndex,
+                                                  bool stableFramerate) {
+  return guarded("TranscoderSession::videoScalerAddScaling", [&]() -> uint32_t {
+    if (videoScaler) return videoScaler->addScaling(width, height, rate, scaleIndex, stableFramerate);
+    logCollector.info(kLogContextVideoScaler, 0,
+                      fmt::format("TranscoderSession.videoScalerAddScaling[{{context}}]: video scaler set source : "
+                                  "width = {}, height = {}, rate = {:g}, scaleIndex = {}, stableFramerate{:d}",
+                                  width, height, rate, scaleIndex, stableFramerate));
+    return kFailure;
+  });
+}
+
+uint32_t TranscoderSession::videoScalerInitialize() {
+  return guarded("TranscoderSession::videoScalerInitialize", [&]() -> uint32_t {
+    if (videoScaler && videoScalerImplementation == kScalerU30) videoScaler->initialize();
+    const std::string flags = videoScalerFlags != 0 ? fmt::format(", flags:0x{:x}", videoScalerFlags) : "";
+    logCollector.info(kLogContextVideoScaler, 0,
+                      "TranscoderSession.videoScalerInitialize[{context}]: Initialize video scaler: " +
+                          scalerName(videoScalerImplementation) + flags);
+    return kSuccess;
+  });
+}
+
+uint32_t TranscoderSession::videoEncoderBufferSetsCreate(uint32_t bufferCount) {
+  videoEncoderBufferCount = bufferCount;
+  return kSuccess;
+}
+
+uint32_t TranscoderSession::videoEncoderBufferSetAlloc(uint32_t* indexBuffer) {
+  return guarded("TranscoderSession::videoEncoderBufferSetAlloc", [&]() -> uint32_t {
+    if (videoEncoderBufferCount > kPoolFramesMax) return kFailure;
+    auto set = std::make_unique<VideoFrameBufferSet>();
+    set->setLogger(&logCollector);
+    set->setScaleImplementation(videoScalerImplementation);
+    set->setScaleCUDADeviceID(videoScalerGPUID);
+    set->initialize(videoEncoderBufferCount);
+    videoEncoderBufferSets.emplace_back(std::move(set));
+    *indexBuffer = getVideoEncoderBufferSetCount() - 1;
+    return kSuccess;
+  });
+}
+
+int32_t TranscoderSession::videoEncoderGetEncoderFrameIndex(uint32_t frameIndex) const {
+  for (size_t index = 0; index < videoEncoders.size(); ++index) {
+    const auto& encoder = videoEncoders[index].videoEncoder;
+    if (encoder && encoder->getFrameIndex() == static_cast<int32_t>(frameIndex)) return static_cast<int32_t>(index);
+  }
+  return -1;
+}
+
+uint32_t TranscoderSession::videoEncoderBufferAdd(uint32_t width, uint32_t height, uint32_t fitMode, uint32_t,
+                                                  uint32_t, uint32_t indexBuffer) {
+  return guarded("TranscoderSession::VideoEncoderBufferAdd", [&]() -> uint32_t {
+    VideoFrameBufferSet* set = getVideoEncoderBufferSet(indexBuffer);
+    const int32_t indexEncoder = videoEncoderGetEncoderFrameIndex(indexBuffer);
+    if (set == nullptr || indexEncoder < 0) return kFailure;
+    IVideoEncoder& encoder = *videoEncoders[static_cast<size_t>(indexEncoder)].videoEncoder;
+    const FrameAllocProvider alloc = encoder.getAllocProvider();
+    const FrameFreeProvider free = encoder.getFreeProvider();
+    finishVideoEncoders();  // a new size frees the storage that an encoder may still read
+    for (const auto& frame : *set) {
+      frame->setLogger(&logCollector);
+      frame->setFitMode(fitMode);
+      frame->setAllocProvider(alloc, free);
+      frame->allocBuffer(width, height, videoEncoderFourcc);
+      frame->initialize();
+    }
+    return kSuccess;
+  });
+}
+
+uint32_t TranscoderSession::audioDecoderCreate(uint32_t decoderType, uint32_t codec, uint32_t implementation) {
+  return guarded("TranscoderSession::audioDecoderCreate", [&]() -> uint32_t {
+    const AudioDecoderRow* row = StageSelection::audioDecoder(decoderType, codec, implementation);
+    if (row == nullptr) return kFailure;
+    if (row->make == nullptr) {
+      logCollector.error(
+          kLogContextAudioDecoder, 0,
+          "TranscoderSession.audioDecoderCreate[{context}]: Audio decoder is not built in: " + row->logTextOf(0));
+      return kFailure;
+    }
+    std::unique_ptr<IAudioDecoder> created = row->make();
+    created->setLogger(&logCollector);
+    created->setDecodeParameters(audioDecoderFormat);
+    audioDecodeFrameHeaderSize = created->getDecodeFrameHeaderSize();
+    audioDecoder = std::move(created);
+    logCollector.info(
+        kLogContextAudioDecoder, 0,
+        "TranscoderSession.audioDecoderCreate[{context}]: Create audio decoder: " + row->logTextOf(0));
+    audioDecoder->setNativePath(pluginPath(row->path));
+    audioDecoder->createDone();
+    return kSuccess;
+  });
+}
+
+uint32_t TranscoderSession::audioEncoderAdd(uint32_t codec, uint32_t, int32_t* indexEncoder) {
+  return guarded("TranscoderSession::audioEncoderAdd", [&]() -> uint32_t {
+    const AudioEncoderRow* row = StageSelection::audioEncoder(codec);
+    if (row == nullptr) return kFailure;
+    const auto index = static_cast<int32_t>(audioEncoders.size());
+    if (row->make == nullptr) {
+      logCollector.error(
+          kLogContextAudioEncoder, index,
+          "TranscoderSession.audioEncoderAdd[{context}]: Audio encoder is not built in: " + row->logTextOf(0));
+      return kFailure;
+    }
+    AudioEncoderWrapper wrapper;
+    wrapper.audioEncoder = row->make();
+    IAudioEncoder& encoder = *wrapper.audioEncoder;
+    encoder.setLogger(&logCollector);
+    audioEncoders.push_back(std::move(wrapper));
+    *indexEncoder = index;
+    encoder.setSessionIndex(static_cast<uint32_t>(index));
+    logCollector.info(
+        kLogContextAudioEncoder, index,
+        "TranscoderSession.audioEncoderAdd[{context}]: Create audio encoder: " + row->logTextOf(0));
+    encoder.setNativePath(pluginPath(row->path));
+    encoder.createDone();
+    return kSuccess;
+  });
+}
+
+}  // namespace qvs

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <memory>
+
+#include "video/encoders/IVideoEncoder.h"
+
+namespace qvs {
+
+/// One slot of a session's video encoders; empty after a replacement that failed.
+struct VideoEncoderWrapper {
+  std::unique_ptr<IVideoEncoder> videoEncoder;
+};
+
+}  // namespace qvs

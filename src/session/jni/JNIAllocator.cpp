@@ -1,0 +1,28 @@
+#include "session/JNIAllocator.h"
+
+#include <jni.h>
+
+#include <limits>
+
+#include "session/jni/Lookup.h"
+
+namespace qvs {
+
+void* JNIAllocator::byteArrayNew(uint32_t size) {
+  if (size > static_cast<uint32_t>(std::numeric_limits<jsize>::max())) return nullptr;
+  const jbyteArray array = env->NewByteArray(static_cast<jsize>(size));
+  if (array == nullptr) clearFailure(env);
+  return array;
+}
+
+uint8_t* JNIAllocator::byteArrayLock(void* array) {
+  jbyte* elements = env->GetByteArrayElements(static_cast<jbyteArray>(array), nullptr);
+  if (elements == nullptr) clearFailure(env);
+  return reinterpret_cast<uint8_t*>(elements);
+}
+
+void JNIAllocator::byteArrayUnlock(void* array, uint8_t* elements) {
+  env->ReleaseByteArrayElements(static_cast<jbyteArray>(array), reinterpret_cast<jbyte*>(elements), 0);
+}
+
+}  // namespace qvs

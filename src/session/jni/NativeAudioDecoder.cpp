@@ -1,0 +1,173 @@
+// Audio decoder.
+
+#include "session/jni/AudioBlocks.h"
+#include "session/jni/Holders.h"
+#include "session/jni/JavaArrays.h"
+#include "session/jni/NativeEntry.h"
+#include "session/jni/Parameters.h"
+#include "session/jni/Resamplers.h"
+#include "session/jni/StreamContext.h"
+
+using namespace qvs;
+
+QVS_NATIVE(audioDecoderCreate)
+(JNIEnv* env, jobject, jlong classPtr, jlong decoderType, jlong codec, jlong implementation,
+ jobject nativeMediaStreamContext) {
+  return withSession(QVS_LABEL(audioDecoderCreate), classPtr, [&](TranscoderSession& session) {
+    const uint32_t result =
+        session.audioDecoderCreate(static_cast<uint32_t>(decoderType), static_cast<uint32_t>(codec),
+                                   static_cast<uint32_t>(implementation));
+    if (IAudioDecoder* decoder = session.getAudioDecoder()) {
+      setMediaStreamContext(env, nativeMediaStreamContext, decoder->getMediaStreamContext());
+    }
+    return result;
+  });
+}
+
+QVS_NATIVE(audioDecoderApplyParameters)(JNIEnv*, jobject, jlong classPtr) {
+  return withSession(QVS_LABEL(audioDecoderApplyParameters), classPtr,
+                     [](TranscoderSession& session) -> jlong {
+                       IAudioDecoder* decoder = session.getAudioDecoder();
+                       return decoder != nullptr ? jlong{decoder->applyParameters()} : kEntryFailure;
+                     });
+}
+
+QVS_NATIVE(audioDecoderSetCaptureDevice)(JNIEnv*, jobject, jlong classPtr, jlong deviceId) {
+  return forward(QVS_LABEL(audioDecoderSetCaptureDevice), classPtr,
+                 &TranscoderSession::audioDecoderSetCaptureDevice, deviceId);
+}
+
+QVS_NATIVE(audioDecoderSetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
+  const auto set = [&](TranscoderSession& session) {
+    return setParameters(env, parametersArr, session.getAudioDecoder(), kEntryFailure);
+  };
+  return withSession(QVS_LABEL(audioDecoderSetParameterValues), classPtr, set, 0);
+}
+
+QVS_NATIVE(audioDecoderGetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
+  const auto get = [&](TranscoderSession& session) {
+    return getParameters(env, parametersArr, session.getAudioDecoder(), kEntryFailure);
+  };
+  return withSession(QVS_LABEL(audioDecoderGetParameterValues), classPtr, get, 0);
+}
+
+QVS_NATIVE(audioDecoderInitialize)(JNIEnv*, jobject, jlong classPtr) {
+  return forward(QVS_LABEL(audioDecoderInitialize), classPtr, &TranscoderSession::audioDecoderInitialize);
+}
+
+QVS_NATIVE(audioDecoderIsFirstFrameDecoded)(JNIEnv*, jobject, jlong classPtr) {
+  return forward(QVS_LABEL(audioDecoderIsFirstFrameDecoded), classPtr,
+                 &TranscoderSession::audioDecoderIsFirstFrameDecoded);
+}
+
+QVS_NATIVE(audioDecoderResetDecodedFrameState)(JNIEnv*, jobject, jlong classPtr) {
+  return forward(QVS_LABEL(audioDecoderResetDecodedFrameState), classPtr,
+                 &TranscoderSession::audioDecoderResetDecodedFrameState);
+}
+
+QVS_NATIVE(audioDecoderBuffersCreate)(JNIEnv*, jobject, jlong classPtr, jlong count) {
+  return forward(QVS_LABEL(audioDecoderBuffersCreate), classPtr,
+                 &TranscoderSession::audioDecoderBuffersCreate, count);
+}
+
+QVS_NATIVE(audioDecoderBuffersAllocate)
+(JNIEnv*, jobject, jlong classPtr, jlong sampleCount, jlong channels, jlong sampleRate) {
+  return forward(QVS_LABEL(audioDecoderBuffersAllocate), classPtr,
+                 &TranscoderSession::audioDecoderBuffersAllocate, sampleCount, channels, sampleRate);
+}
+
+QVS_NATIVE(audioDecoderGetSampleRate)(JNIEnv* env, jobject, jlong classPtr, jobject sampleRateObj) {
+  return withSession(QVS_LABEL(audioDecoderGetSampleRate), classPtr, [&](TranscoderSession& session) {
+    uint32_t sampleRate = 0;
+    const uint32_t result = session.audioDecoderGetSampleRate(&sampleRate);
+    if (result == kSuccess) writeHolder(env, sampleRateObj, int64_t{sampleRate});
+    return result;
+  });
+}
+
+QVS_NATIVE(audioDecoderGetChannels)(JNIEnv* env, jobject, jlong classPtr, jobject channelsObj) {
+  return withSession(QVS_LABEL(audioDecoderGetChannels), classPtr, [&](TranscoderSession& session) {
+    uint32_t channels = 0;
+    const uint32_t result = session.audioDecoderGetChannels(&channels);
+    if (result == kSuccess) writeHolder(env, channelsObj, int64_t{channels});
+    return result;
+  });
+}
+
+QVS_NATIVE(audioDecoderAddAudioResampler)
+(JNIEnv* env, jobject, jlong classPtr, jobject resamplerParametersObj) {
+  return withSession(QVS_LABEL(audioDecoderAddAudioResampler), classPtr, [&](TranscoderSession& session) {
+    if (session.getAudioDecoder() == nullptr) return kEntryFailure;
+    return addResampler(env, "audioDecoderAddAudioResampler", resamplerParametersObj);
+  });
+}
+
+QVS_NATIVE(audioDecoderDecodeCodecConfig)
+(JNIEnv* env, jobject, jlong classPtr, jbyteArray buffer, jlong offset, jlong len) {
+  return withSession(
+      QVS_LABEL(audioDecoderDecodeCodecConfig), classPtr, [&](TranscoderSession& session) -> jlong {
+        const MallocBytes block = copyBytes(env, buffer, offset, len);
+        if (!block) return kEntryFailure;
+        return session.audioDecoderDecodeCodecConfig(block.get(), 0, static_cast<uint32_t>(len));
+      });
+}
+
+QVS_NATIVE(audioDecoderDecodeFirstFrame)
+(JNIEnv* env, jobject, jlong classPtr, jbyteArray buffer, jlong offset, jlong len) {
+  return withSession(
+      QVS_LABEL(audioDecoderDecodeFirstFrame), classPtr, [&](TranscoderSession& session) -> jlong {
+        const uint32_t room = session.getAudioDecodeFrameHeaderSize();
+        const MallocBytes block = copyBytes(env, buffer, offset, len, room);
+        if (!block) return kEntryFailure;
+        return session.audioDecoderDecodeFirstFrame(block.get(), 0, room + static_cast<uint32_t>(len));
+      });
+}
+
+QVS_NATIVE(audioDecoderDecodeFrame)
+(JNIEnv* env, jobject, jlong classPtr, jbyteArray buffer, jlong offset, jlong len, jlong timecode,
+ jlong indexBuffer) {
+  return withSession(QVS_LABEL(audioDecoderDecodeFrame), classPtr, [&](TranscoderSession& session) -> jlong {
+    const uint32_t room = session.getAudioDecodeFrameHeaderSize();
+    const MallocBytes block = copyBytes(env, buffer, offset, len, room);
+    if (!block) return kEntryFailure;
+    return session.audioDecoderDecodeFrame(block.get(), 0, room + static_cast<uint32_t>(len),
+                                           static_cast<uint64_t>(timecode),
+                                           static_cast<uint32_t>(indexBuffer));
+  });
+}
+
+QVS_NATIVE(audioDecoderResampleFrame)(JNIEnv*, jobject, jlong classPtr, jlong timecode, jlong indexBuffer) {
+  return forward(QVS_LABEL(audioDecoderResampleFrame), classPtr,
+                 &TranscoderSession::audioDecoderResampleFrame, timecode, indexBuffer);
+}
+
+QVS_NATIVE(audioDecoderGetAudioFrame)
+(JNIEnv* env, jobject, jlong classPtr, jlong indexBuffer, jobject nativeAudioFrameObj) {
+  return withSession(QVS_LABEL(audioDecoderGetAudioFrame), classPtr, [&](TranscoderSession& session) {
+    return readAudioBlock(
+        env, nativeAudioFrameObj,
+        session.getAudioDecoderBuffers().getAudioSampleBuffer(static_cast<uint32_t>(indexBuffer)));
+  });
+}
+
+QVS_NATIVE(audioDecoderUpdateAudioFrame)
+(JNIEnv* env, jobject, jlong classPtr, jlong indexBuffer, jobject nativeAudioFrameObj) {
+  return withSession(QVS_LABEL(audioDecoderUpdateAudioFrame), classPtr, [&](TranscoderSession& session) {
+    return writeAudioBlock(
+        env, nativeAudioFrameObj,
+        session.getAudioDecoderBuffers().getAudioSampleBuffer(static_cast<uint32_t>(indexBuffer)));
+  });
+}
+
+QVS_NATIVE(audioDecoderCaptureFrame)
+(JNIEnv* env, jobject, jlong classPtr, jlong indexBuffer, jobject decodeStatusObj, jobject timecodeObj) {
+  return withSession(QVS_LABEL(audioDecoderCaptureFrame), classPtr, [&](TranscoderSession& session) {
+    uint32_t status = 0;
+    int64_t timecode = 0;
+    const uint32_t result =
+        session.audioDecoderCaptureFrame(static_cast<uint32_t>(indexBuffer), &status, &timecode);
+    writeHolder(env, decodeStatusObj, int64_t{status});
+    writeHolder(env, timecodeObj, timecode);
+    return result;
+  });
+}

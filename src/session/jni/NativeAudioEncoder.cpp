@@ -1,0 +1,141 @@
+// Audio encoders.
+
+#include "session/jni/AudioBlocks.h"
+#include "session/jni/Holders.h"
+#include "session/jni/NativeEntry.h"
+#include "session/jni/Packets.h"
+#include "session/jni/Parameters.h"
+#include "session/jni/Resamplers.h"
+#include "session/jni/StreamContext.h"
+
+using namespace qvs;
+
+QVS_NATIVE(audioEncoderAdd)
+(JNIEnv* env, jobject, jlong classPtr, jlong codec, jlong implementation, jobject nativeMediaStreamContext,
+ jobject indexEncoder) {
+  return withSession(QVS_LABEL(audioEncoderAdd), classPtr, [&](TranscoderSession& session) -> jlong {
+    if (!readHolder(env, indexEncoder)) return kEntryFailure;
+    int32_t index = -1;
+    const uint32_t result =
+        session.audioEncoderAdd(static_cast<uint32_t>(codec), static_cast<uint32_t>(implementation), &index);
+    if (IAudioEncoder* encoder = session.getAudioEncoder(static_cast<uint32_t>(index))) {
+      setMediaStreamContext(env, nativeMediaStreamContext, encoder->getMediaStreamContext());
+    }
+    writeHolder(env, indexEncoder, int64_t{index});
+    return result;
+  });
+}
+
+QVS_NATIVE(audioEncoderSetSampleRate)
+(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong sampleRate) {
+  return forward(QVS_LABEL(audioEncoderSetSampleRate), classPtr,
+                 &TranscoderSession::audioEncoderSetSampleRate, indexEncoder, sampleRate);
+}
+
+QVS_NATIVE(audioEncoderSetChannels)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong channels) {
+  return forward(QVS_LABEL(audioEncoderSetChannels), classPtr, &TranscoderSession::audioEncoderSetChannels,
+                 indexEncoder, channels);
+}
+
+QVS_NATIVE(audioEncoderSetQuality)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jdouble quality) {
+  return forward(QVS_LABEL(audioEncoderSetQuality), classPtr, &TranscoderSession::audioEncoderSetQuality,
+                 indexEncoder, quality);
+}
+
+QVS_NATIVE(audioEncoderSetBitrate)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong bitrate) {
+  return forward(QVS_LABEL(audioEncoderSetBitrate), classPtr, &TranscoderSession::audioEncoderSetBitrate,
+                 indexEncoder, bitrate);
+}
+
+QVS_NATIVE(audioEncoderApplyParameters)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder) {
+  return withSession(QVS_LABEL(audioEncoderApplyParameters), classPtr,
+                     [&](TranscoderSession& session) -> jlong {
+                       IAudioEncoder* encoder = session.getAudioEncoder(static_cast<uint32_t>(indexEncoder));
+                       return encoder != nullptr ? jlong{encoder->applyParameters()} : kEntryFailure;
+                     });
+}
+
+QVS_NATIVE(audioEncoderSetParameterValues)
+(JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
+  const auto set = [&](TranscoderSession& session) {
+    return setParameters(env, parametersArr, session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)),
+                         kEntryFailure);
+  };
+  return withSession(QVS_LABEL(audioEncoderSetParameterValues), classPtr, set, 0);
+}
+
+QVS_NATIVE(audioEncoderGetParameterValues)
+(JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
+  const auto get = [&](TranscoderSession& session) {
+    return getParameters(env, parametersArr, session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)),
+                         kEntryFailure);
+  };
+  return withSession(QVS_LABEL(audioEncoderGetParameterValues), classPtr, get, 0);
+}
+
+QVS_NATIVE(audioEncoderInitialize)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder) {
+  return forward(QVS_LABEL(audioEncoderInitialize), classPtr, &TranscoderSession::audioEncoderInitialize,
+                 indexEncoder);
+}
+
+QVS_NATIVE(audioEncoderGetHeaders)
+(JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobject encodedFrames) {
+  return withSession(QVS_LABEL(audioEncoderGetHeaders), classPtr, [&](TranscoderSession& session) -> jlong {
+    std::vector<AudioFrameEncoded> headers;  // the bytes stay the encoder's
+    const uint32_t result = session.audioEncoderGetHeaders(static_cast<uint32_t>(indexEncoder), headers);
+    return addPackets(env, encodedFrames, headers) ? jlong{result} : kEntryFailure;
+  });
+}
+
+QVS_NATIVE(audioEncoderAddSampleBuffer)
+(JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer, jobject encodedFrames) {
+  return withSession(
+      QVS_LABEL(audioEncoderAddSampleBuffer), classPtr, [&](TranscoderSession& session) -> jlong {
+        OwnedFrames<AudioFrameEncoded> owned;
+        const uint32_t result = session.audioEncoderAddSampleBuffer(
+            static_cast<uint32_t>(indexEncoder), static_cast<uint32_t>(indexBuffer), owned.frames);
+        return addPackets(env, encodedFrames, owned.frames) ? jlong{result} : kEntryFailure;
+      });
+}
+
+QVS_NATIVE(audioEncoderAddAudioResampler)
+(JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobject resamplerParametersObj) {
+  return withSession(QVS_LABEL(audioEncoderAddAudioResampler), classPtr, [&](TranscoderSession& session) {
+    if (session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)) == nullptr) return kEntryFailure;
+    return addResampler(env, "audioEncoderAddAudioResampler", resamplerParametersObj);
+  });
+}
+
+QVS_NATIVE(audioEncoderEncodeBufferStart)
+(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
+  return forward(QVS_LABEL(audioEncoderEncodeBufferStart), classPtr,
+                 &TranscoderSession::audioEncoderEncodeBufferStart, indexEncoder, indexBuffer);
+}
+
+QVS_NATIVE(audioEncoderEncodeBufferDone)
+(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
+  return forward(QVS_LABEL(audioEncoderEncodeBufferDone), classPtr,
+                 &TranscoderSession::audioEncoderEncodeBufferDone, indexEncoder, indexBuffer);
+}
+
+QVS_NATIVE(audioEncoderGetAudioFrame)
+(JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jlong, jobject nativeAudioFrameObj) {
+  return withSession(QVS_LABEL(audioEncoderGetAudioFrame), classPtr, [&](TranscoderSession& session) {
+    return readAudioBlock(env, nativeAudioFrameObj,
+                          session.getAudioEncoderEncodeBuffer(static_cast<uint32_t>(indexEncoder)));
+  });
+}
+
+QVS_NATIVE(audioEncoderUpdateAudioFrame)
+(JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jlong, jobject nativeAudioFrameObj) {
+  return withSession(QVS_LABEL(audioEncoderUpdateAudioFrame), classPtr, [&](TranscoderSession& session) {
+    return writeAudioBlock(env, nativeAudioFrameObj,
+                           session.getAudioEncoderEncodeBuffer(static_cast<uint32_t>(indexEncoder)));
+  });
+}
+
+QVS_NATIVE(audioEncoderResampleFrame)
+(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
+  return forward(QVS_LABEL(audioEncoderResampleFrame), classPtr,
+                 &TranscoderSession::audioEncoderResampleFrame, indexEncoder, indexBuffer);
+}

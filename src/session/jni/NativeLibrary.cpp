@@ -1,0 +1,160 @@
+// Life of the library and of sessions.
+
+#include <memory>
+#include <vector>
+
+#include "hardware/HardwareInspector.h"
+#include "hardware/IntelDRMSingleton.h"
+#include "log/LogGlobalLogger.h"
+#include "session/jni/Holders.h"
+#include "session/jni/NativeEntry.h"
+#include "session/jni/Records.h"
+#include "session/jni/StreamContext.h"
+#include "session/jni/Utf.h"
+#include "session/TranscoderSessionNotifyManager.h"
+#include "video/encoders/VideoEncoderH26XNVENCLock.h"
+#include "video/scaling/device/CudaWrapper.h"
+#include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
+
+namespace qvs {
+namespace {
+
+jlong createSession(JNIEnv* env, jobject context) {
+  return guarded(
+      QVS_LABEL(createInstance),
+      [&]() -> jlong {
+        auto session = std::make_unique<TranscoderSession>();
+        setMediaStreamContext(env, context, session->getMediaStreamContext());
+        TranscoderSessionNotifyManager::getInstance()->notifySessionListenersCreate(
+            session->getSessionId(), session->getMediaStreamContext());
+        return handleOf(session.release());
+      },
+      jlong{0});
+}
+
+/// Adds the statements to a Java list; how many it took. Fewer than there are when the list or the class of
+/// its items can't be used, memory failed, or the list refused.
+size_t addStatements(JNIEnv* env, jobject logStatements, const std::vector<LogStatement>& statements) {
+  const JavaList list(env, logStatements);
+  const LocalRef<jclass> cls = findClass(env, kLogStatement.className);
+  const jmethodID init = findMethod(env, cls.get(), "<init>", "()V");
+  if (!list || init == nullptr) return 0;
+  const RecordFields fields(env, cls.get(), kLogStatement);
+  for (size_t i = 0; i < statements.size(); ++i) {
+    const LocalRef<jobject> item(env, env->NewObject(cls.get(), init));
+    if (clearFailure(env)) return i;
+    fields.write(item.get(), statements[i]);
+    if (!list.add(item.get())) return i;
+  }
+  return statements.size();
+}
+
+}  // namespace
+}  // namespace qvs
+
+using namespace qvs;
+
+QVS_NATIVE(nativeInitialize)(JNIEnv*, jobject) {
+  return guarded(
+      QVS_LABEL(nativeInitialize),
+      []() -> jlong {
+        // Singletons are made here, one after the other, so that no two threads race to make one. The
+        // inventory looks at what the steps before it have loaded.
+        LogGlobalLogger::getLogger();
+        IntelDRMSingleton::getInstance();
+        cudaWrapperInit();
+        VideoFrameIntrinsicScalerSingleton::getInstance()->initialize();
+        HardwareInspector::getInstance()->inspect();
+        VideoEncoderH26XNVENCLock::getInstance();
+        TranscoderSessionNotifyManager::getInstance();
+        return 0;
+      },
+      kEntryFailure);
+}
+
+QVS_NATIVE(nativeShutdown)(JNIEnv*, jobject) {
+  return 0;
+}
+
+QVS_NATIVE(setNativeLibPath)(JNIEnv* env, jobject, jlong pathIndex, jstring nativePath) {
+  return guarded(
+      QVS_LABEL(setNativeLibPath),
+      [&]() -> jlong {
+        const Utf path(env, nativePath);
+        if (path.get() == nullptr) return 0;
+        HardwareInspector::getInstance()->setNativePath(pathIndex, path.get());
+        if (pathIndex == HardwareInspector::kNativePath) {
+          VideoFrameIntrinsicScalerSingleton::getInstance()->setNativePath(0, path.get());
+        }
+        return 0;
+      },
+      kEntryFailure);
+}
+
+QVS_NATIVE(getHardwareInfoJSON)(JNIEnv* env, jobject, jobject jsonObj) {
+  return guarded(
+      QVS_LABEL(getHardwareInfoJSON),
+      [&]() -> jlong {
+        std::string json;
+        HardwareInspector::getInstance()->getJSON(json);
+        writeHolder(env, jsonObj, json);
+        return 0;
+      },
+      kEntryFailure);
+}
+
+QVS_NATIVE(createInstance__)(JNIEnv* env, jobject) {
+  return createSession(env, nullptr);
+}
+
+QVS_NATIVE(createInstance__Lcom_zarvo_qvs_transcoder_model_TranscoderNativeStreamContext_2)
+(JNIEnv* env, jobject, jobject nativeMediaStreamContext) {
+  return createSession(env, nativeMediaStreamContext);
+}
+
+QVS_NATIVE(initInstance)(JNIEnv*, jobject, jlong classPtr) {
+  forward(QVS_LABEL(initInstance), classPtr, &TranscoderSession::initialize);
+  return 0;
+}
+
+QVS_NATIVE(destroyInstance)(JNIEnv*, jobject, jlong classPtr) {
+  if (classPtr == 0) return 0;
+  return guarded(
+      QVS_LABEL(destroyInstance),
+      [&]() -> jlong {
+        delete sessionOf(classPtr);
+        // Listeners hear of it when the handle is dead, so that none can reach a session that is going.
+        TranscoderSessionNotifyManager::getInstance()->notifySessionListenersDestroy(classPtr);
+        return 0;
+      },
+      kEntryFailure);
+}
+
+QVS_NATIVE(resetPipeline)(JNIEnv*, jobject, jlong classPtr) {
+  return forward(QVS_LABEL(resetPipeline), classPtr, &TranscoderSession::resetPipeline);
+}
+
+QVS_NATIVE(getLogStatements)(JNIEnv* env, jobject, jlong classPtr, jobject logStatements) {
+  return guarded(
+      QVS_LABEL(getLogStatements),
+      [&]() -> jlong {
+        LogCollector& global = LogGlobalLogger::getInstance()->getLogCollector();
+        std::vector<LogStatement> statements;
+        global.getLogStatements(statements);
+        const size_t globalCount = statements.size();
+        for (LogStatement& statement : statements) {
+          statement.contextType = kLogContextGlobal;
+          statement.contextIndex = 0;
+        }
+        if (classPtr != 0) sessionOf(classPtr)->getLogCollector().getLogStatements(statements);
+        if (statements.empty()) return 0;
+        const size_t taken = addStatements(env, logStatements, statements);
+        for (size_t i = taken; i < statements.size(); ++i) {  // what the host could not take waits on
+          LogCollector& owner = i < globalCount ? global : sessionOf(classPtr)->getLogCollector();
+          owner.log(statements[i].contextType, statements[i].contextIndex, statements[i].level,
+                    statements[i].str);
+        }
+        return taken == statements.size() ? 0 : kEntryFailure;
+      },
+      kEntryFailure);
+}

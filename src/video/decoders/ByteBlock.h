@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdint>
+
+namespace qvs {
+
+/// One piece of coded input in a decoder's list. Owns nothing: `buffer` points into the caller's bytes.
+struct ByteBlock {
+  uint8_t* buffer = nullptr;
+  uint32_t len = 0;        ///< bytes
+  uint64_t timecode = 0;   ///< milliseconds
+  uint32_t frameType = 0;  ///< 1 key, 2 predicted, 3 bidirectional; 0 on every block of a unit but its first
+};
+
+}  // namespace qvs

@@ -1,0 +1,22 @@
+#include "video/encoders/VideoEncoderBase.h"
+
+#include "log/LogGlobalLogger.h"
+
+namespace qvs {
+
+void VideoEncoderBase::setCodecAndVersion(uint32_t codecId, uint32_t version) {
+  codec = codecId;
+  codecVersion = version;
+}
+
+uint32_t VideoEncoderBase::skipFrame(VideoFrameBuffer&, uint32_t, uint64_t) {
+  return 0;
+}
+
+void VideoEncoderBase::setNativePath(char*) {}
+
+ILogger* VideoEncoderBase::getLogger() const {
+  return loggerOrGlobal(logger);
+}
+
+}  // namespace qvs

@@ -1,0 +1,76 @@
+#include <gtest/gtest.h>
+
+#include <new>
+
+#include "FailingAllocator.h"
+#include "road/Road.h"
+
+namespace qvs::test {
+namespace {
+
+struct Walk {
+  bool failed = false;  ///< some operation said so, or the session could not be made
+  uint32_t packetCount = 0;
+  uint64_t packetSum = 0;
+};
+
+/// From construction to destruction of a session.
+Walk walk(const std::vector<Packet>& stream, const RoadSetup& setup) {
+  Walk result;
+  try {
+    Road road(setup);
+    result.failed = !road.open();
+    if (result.failed) return result;
+    uint64_t timecode = 0;
+    for (const auto& packet : stream) {
+      const auto step = road.feed(packet, timecode, timecode == 0 ? 1 : 2);
+      result.failed |= step.failed;
+      result.packetCount += step.packetCount;
+      timecode += 40;
+    }
+    result.packetSum = road.packetSum();
+  } catch (const std::bad_alloc&) {
+    result.failed = true;  // only the constructor may let it through: there is no object yet to answer
+  }
+  return result;
+}
+
+class AllocationFault : public testing::TestWithParam<FailureMode> {};
+
+TEST_P(AllocationFault, EveryAllocationOfTheRoad) {
+  const auto stream = makePackets(8, 64, 48, 3);
+  const RoadSetup setup{.rungs = {{64, 48}, {32, 24}}, .fitMode = 1};
+  const Walk good = walk(stream, setup);
+  ASSERT_FALSE(good.failed);
+  ASSERT_EQ(good.packetCount, 2 * stream.size());
+
+  armAllocator(0, FailureMode::Once);
+  walk(stream, setup);
+  const auto baseline = disarmAllocator();
+  ASSERT_GT(baseline.allocations, 100u);
+
+  uint64_t number = 1;
+  for (;; ++number) {
+    ASSERT_LT(number, 4 * baseline.allocations) << "the road never gets past its failing allocation";
+    armAllocator(number, GetParam());
+    const Walk hurt = walk(stream, setup);
+    const auto report = disarmAllocator();
+    EXPECT_LE(report.liveBlocks, baseline.liveBlocks) << "leak after failing allocation " << number;
+    const bool silent = !hurt.failed && hurt.packetCount == good.packetCount;
+    EXPECT_TRUE(!silent || hurt.packetSum == good.packetSum)
+        << "allocation " << number << " failed, nobody said so, and the packets are others";
+    const Walk after = walk(stream, setup);
+    ASSERT_FALSE(after.failed) << "the session after failing allocation " << number;
+    ASSERT_EQ(after.packetSum, good.packetSum) << "the session after failing allocation " << number;
+    if (!report.failed) break;
+  }
+  RecordProperty("allocations", static_cast<int>(number));
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, AllocationFault, testing::Values(FailureMode::Once, FailureMode::FromThen),
+                         [](const auto& info) {
+                           return info.param == FailureMode::Once ? "OneFails" : "AllFailFromThen";
+                         });
+
+}  // namespace
+}  // namespace qvs::test

@@ -1,0 +1,120 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "hardware/HardwareInspector.h"
+
+namespace qvs {
+namespace {
+
+using testing::HasSubstr;
+
+/// An inventory whose finds the test writes.
+class FakeInspector : public HardwareInspector {
+ public:
+  FakeInspector() = default;
+  using HardwareInspector::infoCUDA;
+  using HardwareInspector::infoQuickSync;
+  using HardwareInspector::infoVAAPI;
+  using HardwareInspector::infoX264;
+  using HardwareInspector::infoXilinxU30;
+  using HardwareInspector::intrinsicScaler;
+
+  void addGPU(int32_t major, int32_t minor) {
+    HardwareInfoGPU& gpu = infoCUDA.gpus[static_cast<size_t>(infoCUDA.countGPU++)];
+    gpu.versionMajor = major;
+    gpu.versionMinor = minor;
+    std::strcpy(gpu.name.data(), "Card");
+  }
+
+  std::string json() const {
+    std::string text = "old";
+    getJSON(text);
+    return text;
+  }
+};
+
+TEST(HardwareInspector, ReportsABareMachine) {
+  FakeInspector inspector;
+  inspector.inspect();
+  inspector.intrinsicScaler = 0;
+  EXPECT_EQ(inspector.json(),
+            R"({"infoCUDA":{"available":false},"infoQuickSync":{"available":false},)"
+            R"("infoVAAPI":{"available":false},"infoXilinxU30":{"available":false},)"
+            R"("infoX264":{"available":false},"infoX265":{"available":false},)"
+            R"("infoAdvantechVega":{"available":false},"infoIntrinsicScaler":{"available":false}})");
+}
+
+TEST(HardwareInspector, ReportsWhatIsThere) {
+  FakeInspector inspector;
+  inspector.addGPU(5, 2);
+  inspector.addGPU(3, 0);
+  inspector.infoCUDA.availableFlags = 0x20003;
+  inspector.infoCUDA.driverVersionMajor = 525;
+  inspector.infoCUDA.driverVersionMinor = 60;
+  inspector.infoQuickSync = {2, 9, 0x109};
+  inspector.infoX264 = {164, 0, 1};
+  inspector.infoXilinxU30.isXilinxU30Available = 1;
+  inspector.infoXilinxU30.deviceCount = 2;
+  inspector.intrinsicScaler = 1;
+  const std::string json = inspector.json();
+  EXPECT_THAT(json,
+              HasSubstr(R"({"infoCUDA":{"availabe":true,"availableFlags":131075,"countGPU":2,)"
+                        R"("driverVersion":525.60,"cudaVersion":0,"isCUDAOldH264WindowsAvailable":false,)"
+                        R"("gpuInfo":[{"name":"Card","versionMajor":5,"versionMinor":2,)"));
+  EXPECT_THAT(json, HasSubstr(R"("isCUDANVCUVIDAvailable":true,"isCUDAH264EncodeAvailable":true,)"
+                              R"("isCUDAH265EncodeAvailable":true,"getCUDANVENCVersion":5},{"name":)"));
+  EXPECT_THAT(json,
+              HasSubstr(R"("isCUDAH265EncodeAvailable":false,"getCUDANVENCVersion":5}]},"infoQuickSync":)"
+                        R"({"availabe":true,"availableFlags":265,"versionMajor":2,"versionMinor":9,)"
+                        R"("isQuickSyncH264EncodeAvailable":true,"isQuickSyncH265EncodeAvailable":false,)"));
+  EXPECT_THAT(json, HasSubstr(R"("isQuickSyncH265DecodeAvailable":true,)"));
+  EXPECT_THAT(json,
+              HasSubstr(R"("infoXilinxU30":{"available":true,"availableFlags":0,"deviceCount":2,)"
+                        R"("cuExists":false,"pluginsLoaded":false},"infoX264":)"
+                        R"({"availabe":true,"availableFlags":1,"versionMajor":164,"versionMinor":0},)"));
+  EXPECT_THAT(json, testing::EndsWith(R"("infoIntrinsicScaler":{"available":true}})"));
+}
+
+TEST(HardwareInspector, TellsWhatAGPUCanDoByItsCapability) {
+  FakeInspector inspector;
+  inspector.addGPU(3, 0);
+  inspector.addGPU(5, 1);
+  inspector.addGPU(5, 2);
+  inspector.addGPU(2, 9);
+  inspector.infoCUDA.driverVersionMajor = 345;
+  inspector.infoCUDA.driverVersionMinor = 99;
+  EXPECT_EQ(inspector.getCUDANVENCVersion(0), 4);
+  EXPECT_EQ(inspector.getCUDANVENCVersion(2), 5);  // by itself, whatever the driver
+  EXPECT_EQ(inspector.getCUDANVENCVersion(3), 0);
+  inspector.infoCUDA.driverVersionMajor = 346;
+  inspector.infoCUDA.driverVersionMinor = 0;
+  EXPECT_EQ(inspector.getCUDANVENCVersion(0), 5);
+  EXPECT_FALSE(inspector.isCUDAH265EncodeAvailable(1));
+  EXPECT_TRUE(inspector.isCUDAH265EncodeAvailable(2));
+  EXPECT_FALSE(inspector.isCUDANVCUVIDAvailable(3));
+  EXPECT_EQ(inspector.getCUDANVENCVersion(-5), 5);  // a negative number means the first
+  EXPECT_EQ(inspector.getCUDANVENCVersion(4), 0);
+  EXPECT_FALSE(inspector.isCUDAH264EncodeAvailable(4));
+}
+
+TEST(HardwareInspector, KeepsPathsThatFitAndFillsEmptyOnes) {
+  FakeInspector inspector;
+  inspector.setNativePath(0, "/native");
+  inspector.setNativePath(1, "/quicksync");
+  inspector.setNativePath(0, std::string(512, 'x').c_str());
+  inspector.setNativePath(0, nullptr);
+  inspector.setNativePath(3, "/other");
+  inspector.setNativePath(-1, "/other");
+  inspector.inspect();
+  EXPECT_STREQ(inspector.getPath(HardwareInspector::kNativePath), "/native");
+  EXPECT_STREQ(inspector.getPath(HardwareInspector::kQuickSyncPath), "/quicksync");
+  EXPECT_STREQ(inspector.getPath(HardwareInspector::kVaapiPath), "/native");
+  inspector.setNativePath(0, std::string(511, 'y').c_str());
+  EXPECT_EQ(std::strlen(inspector.getPath(HardwareInspector::kNativePath)), 511u);
+}
+
+}  // namespace
+}  // namespace qvs

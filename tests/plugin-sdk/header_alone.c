@@ -1,0 +1,4 @@
+/* The public header is complete by itself and plain C11. */
+#include "qvs/video_scaler.h"
+
+_Static_assert(sizeof(PluginVideoScaler) == 5 * sizeof(void*), "one pointer an entry point");

@@ -1,0 +1,199 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include "CountingListener.h"
+#include "frames/geometry/FourCC.h"
+#include "frames/VideoOverlayFrame.h"
+#include "road/Road.h"
+
+namespace qvs::test {
+namespace {
+
+constexpr uint32_t kFrames = 12;
+constexpr uint32_t kEventsPerFrame = 4;  ///< decode and one rung, before and after overlays
+
+TranscoderSessionNotifyManager& manager() {
+  return *TranscoderSessionNotifyManager::getInstance();
+}
+
+std::vector<Packet> stream() {
+  return makePackets(8, 64, 48, kFrames);
+}
+
+void listen(int64_t id, CountingListener& listener) {
+  manager().addVideoFrameDecodeListener(id, &listener);
+  manager().addVideoFrameEncodeListener(id, &listener);
+}
+
+void stopListening(int64_t id, CountingListener& listener) {
+  manager().removeVideoFrameDecodeListener(id, &listener);
+  manager().removeVideoFrameEncodeListener(id, &listener);
+}
+
+/// Takes itself and a companion off and puts them back during its own call.
+class RestlessListener : public CountingListener {
+ public:
+  CountingListener companion;
+
+ protected:
+  uint32_t onEvent(int64_t sessionId) override {
+    ++events;
+    stopListening(sessionId, *this);
+    listen(sessionId, companion);
+    listen(sessionId, *this);
+    stopListening(sessionId, companion);
+    return 0;
+  }
+};
+
+void feedAll(Road& road, const std::vector<Packet>& packets) {
+  for (size_t i = 0; i < packets.size(); ++i) {
+    EXPECT_FALSE(road.feed(packets[i], 40 * i, i == 0 ? 1 : 2).failed);
+  }
+}
+
+/// One session's whole life on its own thread, with listeners that all sessions share.
+void live(const std::vector<Packet>& packets, std::vector<CountingListener*> listeners, bool asynchronous,
+          uint64_t* sum) {
+  auto road = std::make_unique<Road>(RoadSetup{.rungs = {{32, 32}}, .asynchronous = asynchronous});
+  const int64_t id = road->getSession().getSessionId();
+  manager().notifySessionListenersCreate(id, road->getSession().getMediaStreamContext());
+  for (auto* listener : listeners) listen(id, *listener);
+  ASSERT_TRUE(road->open());
+  feedAll(*road, packets);
+  if (sum) *sum = road->packetSum();
+  for (auto* listener : listeners) stopListening(id, *listener);
+  road.reset();
+  manager().notifySessionListenersDestroy(id);
+}
+
+TEST(SessionThreads, SharedListenersThatChangeTheirListDuringTheirCall) {
+  const auto packets = stream();
+  RestlessListener restless;
+  CountingListener calm;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 3; ++i) {
+    threads.emplace_back([&, i] { live(packets, {&restless, &calm}, i == 2, nullptr); });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(calm.count(), 3 * kFrames * kEventsPerFrame);
+  EXPECT_GE(restless.count(), 3 * kFrames * kEventsPerFrame);
+  EXPECT_EQ(manager().getSessionHolderCount(), 0u);
+}
+
+TEST(SessionThreads, ListenersComeAndGoFromOtherThreads) {
+  const auto packets = stream();
+  Road road(RoadSetup{});
+  ASSERT_TRUE(road.open());
+  const int64_t id = road.getSession().getSessionId();
+  std::atomic<bool> done{false};
+  CountingListener visitor;
+  std::thread other([&] {
+    while (!done) {
+      listen(id, visitor);
+      stopListening(id, visitor);
+    }
+  });
+  feedAll(road, packets);
+  done = true;
+  other.join();
+  manager().notifySessionListenersDestroy(id);
+}
+
+TEST(SessionThreads, AsynchronousEncodersGiveTheSamePackets) {
+  const auto packets = stream();
+  uint64_t inTurn = 0;
+  live(packets, {}, false, &inTurn);
+  std::array<uint64_t, 3> sums{};
+  std::vector<std::thread> threads;
+  for (auto& sum : sums) threads.emplace_back([&] { live(packets, {}, true, &sum); });
+  for (auto& thread : threads) thread.join();
+  for (const auto sum : sums) EXPECT_EQ(sum, inTurn);
+}
+
+/// The session goes while its encoders still have frames in work and nobody has asked for packets.
+TEST(SessionThreads, EndsCleanlyWithFramesInWork) {
+  const auto packets = makePackets(8, 320, 240, 1);
+  for (int round = 0; round < 10; ++round) {
+    Road road(RoadSetup{.rungs = {{320, 240}, {160, 120}}, .asynchronous = true});
+    ASSERT_TRUE(road.open());
+    auto& session = road.getSession();
+    Packet packet = packets[0];
+    session.videoDecoderAddFrame(packet.data(), 0, static_cast<uint32_t>(packet.size()), 0, 1);
+    uint32_t source = 0, status = 0;
+    uint64_t timecode = 0;
+    std::vector<VideoFrameAncillaryData> ancillaryData;
+    TranscoderVideoDecoderFrameInfo info;
+    ASSERT_EQ(session.videoDecoderBufferAllocate(&source), 0u);
+    ASSERT_EQ(session.videoDecoderDecode(source, &status, &timecode, ancillaryData, info), 0u);
+    for (uint32_t rung = 0; rung < 2; ++rung) {
+      uint32_t target = 0;
+      ASSERT_EQ(session.videoEncoderBufferAllocate(rung, &target), 0u);
+      ASSERT_EQ(session.videoDecoderTransferFrame(source, target, rung), 0u);
+      ASSERT_EQ(session.videoEncoderAddFrame(rung, target, rung, 1, 0), 0u);
+      ASSERT_EQ(session.videoEncoderBufferRelease(rung, target), 0u);
+    }
+    if (round % 2) {
+      EXPECT_EQ(session.resetPipeline(), 0u);
+    }
+  }
+}
+
+TEST(SessionThreads, OverlaysAreReplacedWhilePicturesAreDrawn) {
+  const auto packets = stream();
+  Road road(RoadSetup{.rungs = {{64, 48}}});
+  ASSERT_TRUE(road.open());
+  std::atomic<bool> done{false};
+  std::thread server([&] {
+    for (uint8_t shade = 0; !done; ++shade) {
+      constexpr uint32_t kBytes = 16 * 16 * 4;
+      auto* image = static_cast<uint8_t*>(std::malloc(kBytes));
+      std::memset(image, shade, kBytes);
+      auto* overlay = new VideoOverlayFrame(fourcc("BGRA"), image, kBytes, 64, 0, 16, 16);
+      overlay->setDestinationLocation(4, 4, 16, 16, 17);
+      road.getSession().videoDecoderBufferSetOverlayVideoFrame(shade % 3, overlay);
+      road.getSession().videoEncoderBufferSetOverlayVideoFrame(0, shade % 3, nullptr);
+      std::this_thread::yield();
+    }
+  });
+  feedAll(road, packets);
+  done = true;
+  server.join();
+}
+
+/// The audio road of a session runs beside its video road; a third thread fetches the log.
+TEST(SessionThreads, VideoAndAudioRoadsAndTheLogSideBySide) {
+  const auto packets = stream();
+  Road road(RoadSetup{});
+  ASSERT_TRUE(road.open());
+  auto& session = road.getSession();
+  const int64_t id = session.getSessionId();
+  std::atomic<bool> done{false};
+  std::thread audio([&] {
+    AudioSampleBuffer block;
+    while (!done) {
+      session.audioDecoderCreate(0, 10, 0);
+      session.getAudioDecoderWorkingBuffer(4096);
+      manager().notifyAudioFrameDecodeListenersBeforeResample(id, nullptr, &block);
+      manager().notifyAudioFrameDecodeListenersAfterResample(id, nullptr, &block);
+    }
+  });
+  std::thread log([&] {
+    while (!done) {
+      std::vector<LogStatement> statements;
+      session.getLogCollector().getLogStatements(statements);
+      std::this_thread::yield();
+    }
+  });
+  feedAll(road, packets);
+  done = true;
+  audio.join();
+  log.join();
+  manager().notifySessionListenersDestroy(id);
+}
+
+}  // namespace
+}  // namespace qvs::test

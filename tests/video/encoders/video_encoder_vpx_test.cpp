@@ -1,0 +1,390 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <set>
+
+#include "frames/VideoFrameBufferSet.h"
+#include "log/LogCollector.h"
+#include "support/TestPicture.h"
+#include "video/decoders/DecodeFlags.h"
+#include "video/decoders/VideoDecoderVPX.h"
+#include "video/encoders/VideoEncoderVPX.h"
+
+namespace qvs {
+namespace {
+
+using test::paintTestPicture;
+using test::psnrOfPlane;
+using testing::HasSubstr;
+
+struct Unit {
+  std::vector<uint8_t> bytes;
+  uint64_t timecode;
+  uint32_t frameType;
+  bool operator==(const Unit&) const = default;
+};
+
+/// An encoder as a session sets it up, up to `initialize`.
+class EncoderUnderTest {
+ public:
+  EncoderUnderTest(uint32_t codecVersion, uint32_t width, uint32_t height) {
+    encoder.setLogger(&log);
+    encoder.setCodecAndVersion(VideoEncoderVPX::kCodec, codecVersion);
+    encoder.setDefaults(0, 0);
+    encoder.setFrameSize(width, height);
+    encoder.setFrameRate(25);
+    encoder.setBitrate(4000000);
+    encoder.setKeyFrameFollow(1);
+    encoder.setParameterValue(VideoEncoderVPX::kKeyThreadCount, int64_t{1});
+  }
+
+  std::vector<Unit> take() {
+    std::vector<VideoFrameEncoded> frames;
+    encoder.getEncodedFrames(frames);
+    std::vector<Unit> units;
+    for (const VideoFrameEncoded& frame : frames) {
+      units.push_back({{frame.getBuffer(), frame.getBuffer() + frame.getLen()},
+                       frame.getTimecode(),
+                       frame.getFrameType()});
+      std::free(frame.getBuffer());
+    }
+    return units;
+  }
+
+  size_t logLines() {
+    std::vector<LogStatement> lines;
+    log.getLogStatements(lines);
+    return lines.size();
+  }
+
+  LogCollector log;
+  VideoEncoderVPX encoder;
+};
+
+int64_t value(VideoEncoderVPX& encoder, uint32_t key) {
+  int64_t number = -1;
+  encoder.getParameterValue(key, &number);
+  return number;
+}
+
+std::pair<int, int> timebaseFor(double frameRate) {
+  VideoEncoderVPX encoder;
+  encoder.setFrameRate(frameRate);
+  const vpx_rational_t& timebase = encoder.getVPXConfig().g_timebase;
+  return {timebase.num, timebase.den};
+}
+
+TEST(VideoEncoderVPX, WritesTheSimplestPeriod) {
+  EXPECT_EQ(timebaseFor(30.0), std::make_pair(1, 30));
+  EXPECT_EQ(timebaseFor(29.97), std::make_pair(1001, 30000));
+  EXPECT_EQ(timebaseFor(30000.0 / 1001), std::make_pair(1001, 30000));
+  EXPECT_EQ(timebaseFor(23.976), std::make_pair(1001, 24000));
+  EXPECT_EQ(timebaseFor(59.94), std::make_pair(1001, 60000));
+  EXPECT_EQ(timebaseFor(12.5), std::make_pair(10000, 125000));
+  EXPECT_EQ(timebaseFor(0.5), std::make_pair(10000, 5000));
+}
+
+TEST(VideoEncoderVPX, KeepsItsPeriodWhenARateCanNotBe) {
+  const double rates[] = {0.0, -25.0, 1e-5, 1e12, std::nan(""), std::numeric_limits<double>::infinity()};
+  for (double rate : rates) {
+    VideoEncoderVPX encoder;
+    encoder.setFrameRate(25);
+    EXPECT_EQ(encoder.setFrameRate(rate), 0xFFFFFFFFu) << rate;
+    EXPECT_EQ(encoder.getVPXConfig().g_timebase.den, 25) << rate;
+  }
+}
+
+TEST(VideoEncoderVPX, MapsItsSetters) {
+  EncoderUnderTest t(8, 320, 240);
+  const vpx_codec_enc_cfg_t& config = t.encoder.getVPXConfig();
+  EXPECT_EQ(config.rc_target_bitrate, 4000u);
+  EXPECT_EQ(config.rc_end_usage, VPX_CBR);
+  EXPECT_EQ(config.g_lag_in_frames, 0u);
+  EXPECT_EQ(config.kf_mode, VPX_KF_DISABLED);
+  EXPECT_EQ(config.kf_max_dist, 0u);
+  t.encoder.setBitrate(999);
+  EXPECT_EQ(config.rc_target_bitrate, 0u);
+  EXPECT_EQ(t.encoder.updateBitrate(5000000), 0u);
+  EXPECT_EQ(config.rc_target_bitrate, 0u);
+}
+
+TEST(VideoEncoderVPX, KeepsEveryKeyApart) {
+  VideoEncoderVPX encoder;
+  std::set<int64_t> values;
+  for (uint32_t key = 100000; key <= 100034; ++key) {
+    encoder.setParameterValue(key, int64_t{key} - 99990);
+    EXPECT_EQ(encoder.getParameterValueType(key, nullptr), kParameterLong);
+  }
+  for (uint32_t key = 100000; key <= 100034; ++key) values.insert(value(encoder, key));
+  EXPECT_EQ(values.size(), 35u);
+  const vpx_codec_enc_cfg_t& config = encoder.getVPXConfig();
+  EXPECT_EQ(config.g_usage, 10u);
+  EXPECT_EQ(config.g_timebase.num, 17);
+  EXPECT_EQ(config.g_timebase.den, 18);
+  EXPECT_EQ(config.rc_dropframe_thresh, 22u);
+  EXPECT_EQ(config.rc_target_bitrate, 29u);
+  EXPECT_EQ(config.rc_buf_optimal_sz, 36u);
+  EXPECT_EQ(config.kf_max_dist, 42u);
+}
+
+TEST(VideoEncoderVPX, AnswersForUnknownKeysAndNullPointers) {
+  VideoEncoderVPX encoder;
+  uint32_t length = 7;
+  for (uint32_t key : {0u, 99999u, 100035u, 100099u, 100103u, 0xFFFFFFFFu}) {
+    EXPECT_EQ(encoder.getParameterValueType(key, &length), kParameterUnknown) << key;
+    EXPECT_EQ(length, 0u);
+    EXPECT_EQ(encoder.setParameterValue(key, int64_t{5}), 0u);
+    EXPECT_EQ(value(encoder, key), 0);
+  }
+  EXPECT_EQ(encoder.getParameterValue(100000, static_cast<int64_t*>(nullptr)), 0u);
+  double real = 3;
+  encoder.getParameterValue(100000, &real);
+  EXPECT_EQ(real, 0);
+}
+
+TEST(VideoEncoderVPX, TellsTheSpeedInForce) {
+  for (const auto& [version, speed] : {std::pair{8u, 16}, {9u, 8}, {7u, 0}}) {
+    VideoEncoderVPX encoder;
+    encoder.setCodecVersion(version);
+    EXPECT_EQ(value(encoder, 100033), speed) << version;
+    encoder.setParameterValue(100033, int64_t{-5});
+    EXPECT_EQ(value(encoder, 100033), -5);
+  }
+}
+
+TEST(VideoEncoderVPX, TakesSixteenThreadsUnlessToldOtherwise) {
+  EncoderUnderTest plain(8, 64, 64);
+  plain.encoder.setParameterValue(VideoEncoderVPX::kKeyThreadCount, int64_t{0});
+  plain.encoder.setParameterValue(100001, int64_t{3});
+  EXPECT_EQ(value(plain.encoder, 100001), 3);
+  ASSERT_EQ(plain.encoder.initialize(), 0u);
+  EXPECT_EQ(value(plain.encoder, 100001), 16);
+
+  EncoderUnderTest told(8, 64, 64);
+  told.encoder.setParameterValue(VideoEncoderVPX::kKeyThreadCount, int64_t{2});
+  ASSERT_EQ(told.encoder.initialize(), 0u);
+  EXPECT_EQ(value(told.encoder, 100001), 2);
+}
+
+TEST(VideoEncoderVPX, FailsToInitializeWithALineAndStaysHarmless) {
+  EncoderUnderTest t(8, 0, 0);
+  EXPECT_EQ(t.encoder.initialize(), 0xFFFFFFFFu);
+  EXPECT_EQ(t.logLines(), 1u);
+  VideoFrameBuffer frame;
+  frame.allocBuffer(64, 64, kFourCCYV12);
+  EXPECT_EQ(t.encoder.addFrame(frame, 0, 0), 0u);
+  EXPECT_TRUE(t.take().empty());
+}
+
+/// Decodes units and compares each with the test picture of its number.
+void expectPictures(uint32_t codecVersion, const std::vector<Unit>& units, uint32_t width, uint32_t height,
+                    double least) {
+  VideoDecoderVPX decoder;
+  decoder.setCodecAndVersion(8, codecVersion);
+  ASSERT_EQ(decoder.initialize(), 0u);
+  VideoFrameBuffer frame;
+  for (uint32_t number = 0; number < units.size(); ++number) {
+    auto bytes = units[number].bytes;
+    uint32_t flags = 0;
+    decoder.addFrame(bytes.data(), 0, static_cast<uint32_t>(bytes.size()), 0, 0);
+    decoder.decode(&flags);
+    ASSERT_TRUE(flags & DecodeFlagFrameAvailable);
+    frame.allocBuffer(width, height, kFourCCYV12);
+    decoder.getDecodedFrame(frame);
+    for (char plane : {'Y', 'U', 'V'}) {
+      EXPECT_GT(psnrOfPlane(frame, plane, number), least) << plane << " of " << number;
+    }
+  }
+}
+
+struct PictureCase {
+  uint32_t codecVersion, width, height, fourcc;
+};
+
+class VideoEncoderVPXPictures : public testing::TestWithParam<PictureCase> {};
+
+TEST_P(VideoEncoderVPXPictures, EncodesRightColours) {
+  const PictureCase c = GetParam();
+  EncoderUnderTest t(c.codecVersion, c.width, c.height);
+  ASSERT_EQ(t.encoder.initialize(), 0u);
+  VideoFrameBuffer frame;
+  frame.allocBuffer(c.width, c.height, c.fourcc);
+  for (uint32_t number = 0; number < 4; ++number) {
+    paintTestPicture(frame, number);
+    ASSERT_EQ(t.encoder.addFrame(frame, 0, number), 0u);
+  }
+  const std::vector<Unit> units = t.take();
+  ASSERT_EQ(units.size(), 4u);
+  expectPictures(c.codecVersion, units, c.width, c.height, 30);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sizes, VideoEncoderVPXPictures,
+    testing::Values(PictureCase{8, 176, 144, kFourCCYV12}, PictureCase{8, 176, 144, kFourCCI420},
+                    PictureCase{8, 175, 143, kFourCCYV12}, PictureCase{9, 176, 144, kFourCCYV12},
+                    PictureCase{9, 175, 143, kFourCCI420}, PictureCase{8, 65, 48, kFourCCYV12},
+                    PictureCase{9, 64, 49, kFourCCYV12}));
+
+TEST(VideoEncoderVPX, EncodesTheTiniestPictures) {
+  for (const auto& [width, height] : {std::pair{1u, 1u}, {2u, 1u}, {1u, 2u}, {3u, 3u}}) {
+    EncoderUnderTest t(8, width, height);
+    ASSERT_EQ(t.encoder.initialize(), 0u);
+    VideoFrameBuffer frame;
+    frame.allocBuffer(width, height, kFourCCYV12);
+    EXPECT_EQ(t.encoder.addFrame(frame, 0, 0), 0u);
+    EXPECT_EQ(t.take().size(), 1u) << width << "x" << height;
+  }
+}
+
+TEST(VideoEncoderVPX, CarriesTimecodesAndKeyFrameRequests) {
+  EncoderUnderTest t(8, 64, 64);
+  t.encoder.initialize();
+  VideoFrameBuffer frame;
+  frame.allocBuffer(64, 64, kFourCCYV12);
+  std::vector<uint32_t> types;
+  for (uint32_t number = 0; number < 300; ++number) {
+    paintTestPicture(frame, number);
+    frame.setFrameType(number == 5 ? 1 : 2);
+    t.encoder.addFrame(frame, number == 3 ? 1 : number == 7 ? 2 : 0, number * 33);
+    EXPECT_EQ(t.encoder.getEncodedFrameCount(), 1u);
+    for (const Unit& unit : t.take()) {
+      EXPECT_EQ(unit.timecode, number * 33u);
+      types.push_back(unit.frameType);
+    }
+  }
+  ASSERT_EQ(types.size(), 300u);
+  for (uint32_t number = 0; number < types.size(); ++number) {
+    const bool key = number == 0 || number == 3 || number == 5;
+    EXPECT_EQ(types[number], key ? 1u : 2u) << number;
+  }
+}
+
+TEST(VideoEncoderVPX, RefusesFramesThatItWouldReadBeyond) {
+  EncoderUnderTest t(8, 64, 64);
+  t.encoder.initialize();
+  t.logLines();
+  for (const auto& [width, height, code] : {std::tuple{32u, 32u, kFourCCYV12},
+                                            {64u, 32u, kFourCCYV12},
+                                            {128u, 128u, kFourCCYV12},
+                                            {64u, 64u, kFourCCNV12},
+                                            {64u, 64u, kFourCCBGRA},
+                                            {64u, 64u, kFourCCYV16}}) {
+    VideoFrameBuffer frame;
+    frame.allocBuffer(width, height, code);
+    EXPECT_EQ(t.encoder.addFrame(frame, 0, 0), 0u);
+  }
+  VideoFrameBuffer empty;
+  EXPECT_EQ(t.encoder.addFrame(empty, 0, 0), 0u);
+  EXPECT_EQ(t.encoder.getEncodedFrameCount(), 0u);
+  EXPECT_EQ(t.logLines(), 1u);  // one line, not one a frame
+  VideoFrameBuffer good;
+  good.allocBuffer(64, 64, kFourCCYV12);
+  t.encoder.addFrame(good, 0, 700);
+  const std::vector<Unit> units = t.take();
+  ASSERT_EQ(units.size(), 1u);
+  EXPECT_EQ(units[0].timecode, 700u);
+}
+
+TEST(VideoEncoderVPX, SurvivesHostileSettings) {
+  for (uint32_t key = 100000; key <= 100034; ++key) {
+    for (int64_t number :
+         {int64_t{-1}, int64_t{0}, int64_t{1}, int64_t{1000000}, std::numeric_limits<int64_t>::max()}) {
+      if (key == 100003 || key == 100004) continue;  // a size of millions of pixels is served, slowly
+      EncoderUnderTest t(8, 32, 32);
+      t.encoder.setParameterValue(key, number);
+      if (t.encoder.initialize() != 0) continue;
+      VideoFrameBuffer frame;
+      frame.allocBuffer(32, 32, kFourCCYV12);
+      for (uint64_t timecode = 0; timecode < 3; ++timecode) t.encoder.addFrame(frame, 1, timecode);
+      t.take();
+    }
+  }
+}
+
+/// Encodes `frames` pictures from a pool of `poolSize`, giving each frame back before its packets are asked
+/// for.
+std::vector<Unit> encodeFromPool(bool asynchronous, uint32_t codecVersion, uint32_t width, uint32_t height,
+                                 uint32_t poolSize, uint32_t frames) {
+  EncoderUnderTest t(codecVersion, width, height);
+  t.encoder.setParameterValue(VideoEncoderVPX::kKeyAsynchronous, int64_t{asynchronous});
+  t.encoder.initialize();
+  VideoFrameBufferSet pool;
+  pool.initialize(poolSize);
+  std::vector<Unit> units;
+  for (uint32_t number = 0; number < frames; ++number) {
+    auto token = pool.getVideoFrameBufferAllocator()->allocate();
+    if (!token) {
+      const std::vector<Unit> more = t.take();
+      units.insert(units.end(), more.begin(), more.end());
+      token = pool.getVideoFrameBufferAllocator()->allocate();
+    }
+    VideoFrameBuffer& frame = **token;
+    frame.allocBuffer(width, height, kFourCCYV12);
+    paintTestPicture(frame, number);
+    t.encoder.addFrame(frame, number % 5 == 4 ? 1 : 0, number * 40);
+  }
+  const std::vector<Unit> rest = t.take();
+  units.insert(units.end(), rest.begin(), rest.end());
+  return units;
+}
+
+TEST(VideoEncoderVPXAsynchronous, GivesTheSamePacketsToTheBit) {
+  for (uint32_t codecVersion : {8u, 9u}) {
+    for (const auto& [width, height] : {std::pair{160u, 96u}, {161u, 97u}}) {
+      const std::vector<Unit> plain = encodeFromPool(false, codecVersion, width, height, 2, 12);
+      EXPECT_EQ(plain.size(), 12u);
+      EXPECT_EQ(encodeFromPool(true, codecVersion, width, height, 1, 12), plain);
+      EXPECT_EQ(encodeFromPool(true, codecVersion, width, height, 3, 12), plain);
+    }
+  }
+}
+
+TEST(VideoEncoderVPXAsynchronous, KeepsAFrameOutOfItsPoolWhileItReads) {
+  EncoderUnderTest t(8, 640, 480);
+  t.encoder.setParameterValue(VideoEncoderVPX::kKeyAsynchronous, int64_t{1});
+  t.encoder.initialize();
+  VideoFrameBufferSet pool;
+  pool.initialize(1);
+  auto token = pool.getVideoFrameBufferAllocator()->allocate();
+  (*token)->allocBuffer(640, 480, kFourCCYV12);
+  t.encoder.addFrame(**token, 0, 0);
+  token.reset();
+  EXPECT_EQ(pool.getVideoFrameBufferAllocator()->allocate(), nullptr);
+  EXPECT_EQ(t.encoder.getEncodedFrameCount(), 1u);
+  EXPECT_NE(pool.getVideoFrameBufferAllocator()->allocate(), nullptr);
+  t.take();
+}
+
+TEST(VideoEncoderVPXAsynchronous, EndsCleanlyWithAFrameInWork) {
+  VideoFrameBufferSet pool;
+  pool.initialize(2);
+  for (int round = 0; round < 5; ++round) {
+    EncoderUnderTest t(8, 320, 240);
+    t.encoder.setParameterValue(VideoEncoderVPX::kKeyAsynchronous, int64_t{1});
+    t.encoder.initialize();
+    for (int number = 0; number < 2; ++number) {
+      auto token = pool.getVideoFrameBufferAllocator()->allocate();
+      (*token)->allocBuffer(320, 240, kFourCCYV12);
+      t.encoder.addFrame(**token, 0, 0);
+    }
+  }
+  EXPECT_NE(pool.getVideoFrameBufferAllocator()->allocate(), nullptr);
+}
+
+TEST(VideoEncoderVPXAsynchronous, FinishesFramesThatNoPoolHolds) {
+  EncoderUnderTest t(8, 64, 64);
+  t.encoder.setParameterValue(VideoEncoderVPX::kKeyAsynchronous, int64_t{1});
+  t.encoder.initialize();
+  {
+    VideoFrameBuffer frame;
+    frame.allocBuffer(64, 64, kFourCCYV12);
+    t.encoder.addFrame(frame, 0, 0);
+  }
+  EXPECT_EQ(t.take().size(), 1u);
+}
+
+}  // namespace
+}  // namespace qvs
