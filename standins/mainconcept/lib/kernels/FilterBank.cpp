@@ -77,6 +77,7 @@ bool FilterBank::build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits) {
   bits_ = short_ ? shortBits : kWideBits;
   taps_ = 1;
   for (uint32_t i = 0; i < dstSize; ++i) taps_ = std::max(taps_, fillRow(i, row).count);
+  short_ = short_ && taps_ <= kMaxShortTaps;
   stride_ = short_ ? taps_ : (taps_ + kWideMultiple - 1) / kWideMultiple * kWideMultiple;
 
   if (!starts_.allocate(dstSize * sizeof(uint32_t))) return false;

@@ -2,6 +2,7 @@
 // its own over them. All forms of a kernel give the same bytes.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "FilterBank.h"
@@ -20,9 +21,16 @@ struct KernelTable {
   void (*scaleLine)(const FilterBank& filter, const GatherPlan& plan, uint32_t components, const uint8_t* src,
                     int16_t* line);
 
-  /// Sums `taps` lines by 14-bit weights into bytes. Lines may be read up to the next multiple of 64 samples.
+  /// Sums `taps` lines, at most kMaxShortTaps, by 14-bit weights into bytes. Lines may be read up to the next
+  /// multiple of 64 samples.
   void (*combineLines)(const int16_t* const* lines, const int16_t* weights, uint32_t taps, uint8_t* dst,
                        uint32_t samples);
+
+  /// Where the vertical filter is wide, columns come first. Sums `taps` rows by 14-bit weights into a line,
+  /// 64 for each step of a byte; then filterLine filters the line into bytes.
+  void (*sumRows)(const uint8_t* src, ptrdiff_t stride, const int16_t* weights, uint32_t taps, int16_t* line,
+                  uint32_t samples);
+  void (*filterLine)(const FilterBank& filter, uint32_t components, const int16_t* line, uint8_t* dst);
 
   /// One row of luma.
   void (*bgraToLuma)(const uint8_t* src, const PixelMatrix& matrix, uint8_t* y, uint32_t width);

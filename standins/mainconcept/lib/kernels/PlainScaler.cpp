@@ -16,19 +16,6 @@ int multiplyHighRounded(int a, int b) {
   return (a * b + 0x4000) >> 15;
 }
 
-int sumShort(const int16_t* const* lines, const int16_t* weights, uint32_t taps, uint32_t x) {
-  int sum = 1 << (kSumBits - 1);
-  for (uint32_t t = 0; t < taps; ++t) sum += multiplyHighRounded(lines[t][x], weights[t]);
-  return sum >> kSumBits;
-}
-
-int sumWide(const int16_t* const* lines, const int16_t* weights, uint32_t taps, uint32_t x) {
-  constexpr int kBits = kLineBits + static_cast<int>(FilterBank::kWideBits);
-  int sum = 1 << (kBits - 1);
-  for (uint32_t t = 0; t < taps; ++t) sum += lines[t][x] * weights[t];
-  return sum >> kBits;
-}
-
 }  // namespace
 
 void plainScaleLine(const FilterBank& filter, const GatherPlan&, uint32_t components, const uint8_t* src,
@@ -47,14 +34,42 @@ void plainScaleLine(const FilterBank& filter, const GatherPlan&, uint32_t compon
 
 void plainCombineLines(const int16_t* const* lines, const int16_t* weights, uint32_t taps, uint8_t* dst,
                        uint32_t samples) {
-  const auto sum = taps <= FilterBank::kMaxShortTaps ? sumShort : sumWide;
-  for (uint32_t x = 0; x < samples; ++x) dst[x] = saturate(sum(lines, weights, taps, x));
+  for (uint32_t x = 0; x < samples; ++x) {
+    int sum = 1 << (kSumBits - 1);
+    for (uint32_t t = 0; t < taps; ++t) sum += multiplyHighRounded(lines[t][x], weights[t]);
+    dst[x] = saturate(sum >> kSumBits);
+  }
+}
+
+void plainSumRows(const uint8_t* src, ptrdiff_t stride, const int16_t* weights, uint32_t taps, int16_t* line,
+                  uint32_t samples) {
+  constexpr int kShift = static_cast<int>(FilterBank::kWideBits) - kLineBits;
+  for (uint32_t x = 0; x < samples; ++x) {
+    int sum = 1 << (kShift - 1);
+    for (uint32_t t = 0; t < taps; ++t) sum += weights[t] * src[static_cast<ptrdiff_t>(t) * stride + x];
+    line[x] = static_cast<int16_t>(sum >> kShift);
+  }
+}
+
+void plainFilterLine(const FilterBank& filter, uint32_t components, const int16_t* line, uint8_t* dst) {
+  const int shift = static_cast<int>(filter.bits()) + kLineBits;
+  for (uint32_t i = 0; i < filter.dstSize(); ++i) {
+    const int16_t* weights = filter.weights(i);
+    const int16_t* first = line + static_cast<size_t>(filter.start(i)) * components;
+    for (uint32_t c = 0; c < components; ++c) {
+      int sum = 1 << (shift - 1);
+      for (uint32_t t = 0; t < filter.taps(); ++t) sum += weights[t] * first[t * components + c];
+      dst[i * components + c] = saturate(sum >> shift);
+    }
+  }
 }
 
 void addPlainScaler(KernelTable& table) {
   table.gatherVectorBytes = table.gatherUnitBytes = 0;
   table.scaleLine = plainScaleLine;
   table.combineLines = plainCombineLines;
+  table.sumRows = plainSumRows;
+  table.filterLine = plainFilterLine;
 }
 
 }  // namespace qvs::ucc

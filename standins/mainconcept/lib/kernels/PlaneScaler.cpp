@@ -34,35 +34,53 @@ bool PlaneScaler::configure(uint32_t srcWidth, uint32_t srcHeight, uint32_t dstW
   if (!gather_.build(horizontal_, components, kernels_->gatherVectorBytes, kernels_->gatherUnitBytes))
     return false;
 
-  lineSamples_ =
-      (static_cast<size_t>(dstWidth) * components + kLineMultiple - 1) / kLineMultiple * kLineMultiple;
-  const size_t slots = vertical_.taps();
-  if (!ring_.allocate(slots * lineSamples_ * sizeof(int16_t))) return false;
-  std::fill_n(ring_.as<int16_t>(), slots * lineSamples_, int16_t{0});
-  return ringRow_.allocate(slots * sizeof(uint32_t)) && tapLines_.allocate(slots * sizeof(const int16_t*));
+  const bool rowsFirst = vertical_.isShort();
+  const size_t samples = static_cast<size_t>(rowsFirst ? dstWidth : srcWidth) * components;
+  const size_t slots = rowsFirst ? vertical_.taps() : 1;
+  lineSamples_ = (samples + kLineMultiple - 1) / kLineMultiple * kLineMultiple;
+  if (!lines_.allocate(slots * lineSamples_ * sizeof(int16_t))) return false;
+  std::fill_n(lines_.as<int16_t>(), slots * lineSamples_, int16_t{0});
+  return true;
 }
 
 void PlaneScaler::run(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst, ptrdiff_t dstStride) {
-  const size_t rowSamples = static_cast<size_t>(horizontal_.dstSize()) * components_;
   if (sameSize_) {
-    copyPlane(src, srcStride, dst, dstStride, rowSamples, vertical_.dstSize());
-    return;
+    const size_t rowBytes = static_cast<size_t>(horizontal_.dstSize()) * components_;
+    copyPlane(src, srcStride, dst, dstStride, rowBytes, vertical_.dstSize());
+  } else if (vertical_.isShort()) {
+    runRowsFirst(src, srcStride, dst, dstStride);
+  } else {
+    runColumnsFirst(src, srcStride, dst, dstStride);
   }
+}
+
+void PlaneScaler::runRowsFirst(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst, ptrdiff_t dstStride) {
   const uint32_t taps = vertical_.taps();
-  std::fill_n(ringRow_.as<uint32_t>(), taps, kNoRow);
-  auto* lines = tapLines_.as<const int16_t*>();
-  for (uint32_t y = 0; y < vertical_.dstSize(); ++y) {
+  const int16_t* lines[FilterBank::kMaxShortTaps];
+  std::fill_n(ringRow_, taps, kNoRow);
+  for (uint32_t y = 0; y < vertical_.dstSize(); ++y, dst += dstStride) {
     for (uint32_t t = 0; t < taps; ++t) lines[t] = lineOf(src, srcStride, vertical_.start(y) + t);
-    kernels_->combineLines(lines, vertical_.weights(y), taps, dst + static_cast<ptrdiff_t>(y) * dstStride,
-                           static_cast<uint32_t>(rowSamples));
+    kernels_->combineLines(lines, vertical_.weights(y), taps, dst, horizontal_.dstSize() * components_);
+  }
+}
+
+/// Far down, most rows would be scaled in width only to vanish; so each output row is made first.
+void PlaneScaler::runColumnsFirst(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst,
+                                  ptrdiff_t dstStride) {
+  auto* line = lines_.as<int16_t>();
+  for (uint32_t y = 0; y < vertical_.dstSize(); ++y, dst += dstStride) {
+    const uint8_t* first = src + static_cast<ptrdiff_t>(vertical_.start(y)) * srcStride;
+    kernels_->sumRows(first, srcStride, vertical_.weights(y), vertical_.taps(), line,
+                      horizontal_.srcSize() * components_);
+    kernels_->filterLine(horizontal_, components_, line, dst);
   }
 }
 
 /// The source row, scaled in width. Rows that are needed together lie in different slots.
 const int16_t* PlaneScaler::lineOf(const uint8_t* src, ptrdiff_t srcStride, uint32_t row) {
   const uint32_t slot = row % vertical_.taps();
-  int16_t* line = ring_.as<int16_t>() + slot * lineSamples_;
-  uint32_t& held = ringRow_.as<uint32_t>()[slot];
+  int16_t* line = lines_.as<int16_t>() + slot * lineSamples_;
+  uint32_t& held = ringRow_[slot];
   if (held != row) {
     held = row;
     kernels_->scaleLine(horizontal_, gather_, components_, src + static_cast<ptrdiff_t>(row) * srcStride,

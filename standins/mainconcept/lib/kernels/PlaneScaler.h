@@ -35,6 +35,8 @@ class PlaneScaler {
   void run(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst, ptrdiff_t dstStride);
 
  private:
+  void runRowsFirst(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst, ptrdiff_t dstStride);
+  void runColumnsFirst(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst, ptrdiff_t dstStride);
   const int16_t* lineOf(const uint8_t* src, ptrdiff_t srcStride, uint32_t row);
 
   const KernelTable* kernels_ = nullptr;
@@ -43,9 +45,9 @@ class PlaneScaler {
   FilterBank horizontal_;
   FilterBank vertical_;
   GatherPlan gather_;
-  AlignedBuffer ring_;      ///< source rows that are scaled in width, one slot for each tap
-  AlignedBuffer ringRow_;   ///< the row that a slot holds
-  AlignedBuffer tapLines_;  ///< the lines of the row being made
+  AlignedBuffer
+      lines_;  ///< ring of source rows scaled in width, one slot a tap; one line if columns come first
+  uint32_t ringRow_[FilterBank::kMaxShortTaps] = {};  ///< the row that a slot holds
   size_t lineSamples_ = 0;
 };
 

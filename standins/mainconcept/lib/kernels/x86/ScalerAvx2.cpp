@@ -28,16 +28,18 @@ struct Avx2 {
     const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from[1] + at));
     return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
   }
-  static Reg loadWidened(const uint8_t* from) {
-    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
-  }
   static int total32(Reg sums) {
     __m128i four = _mm_add_epi32(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
     four = _mm_add_epi32(four, _mm_shuffle_epi32(four, 0x4E));
     return _mm_cvtsi128_si32(_mm_add_epi32(four, _mm_shuffle_epi32(four, 0xB1)));
   }
-  static Reg unpackLow16(Reg a, Reg b) { return _mm256_unpacklo_epi16(a, b); }
-  static Reg unpackHigh16(Reg a, Reg b) { return _mm256_unpackhi_epi16(a, b); }
+  static Reg unpackLow8(Reg a, Reg b) { return _mm256_unpacklo_epi8(a, b); }
+  static Reg unpackHigh8(Reg a, Reg b) { return _mm256_unpackhi_epi8(a, b); }
+  /// The low halves of the row's lanes in one register, the high halves in the other.
+  static void storeWordHalves(int16_t* to, Reg low, Reg high) {
+    store(to, _mm256_permute2x128_si256(low, high, 0x20));
+    store(to + 16, _mm256_permute2x128_si256(low, high, 0x31));
+  }
   static Reg packWords(Reg first, Reg second) { return _mm256_packs_epi32(first, second); }
   static Reg shuffleUnits(Reg bytes, Reg index) { return _mm256_shuffle_epi8(bytes, index); }
   static Reg add16(Reg a, Reg b) { return _mm256_add_epi16(a, b); }
@@ -69,6 +71,8 @@ void addAvx2Scaler(KernelTable& table) {
   table.gatherUnitBytes = Avx2::kBytes / Avx2::kUnits;
   table.scaleLine = ScalerVector<Avx2>::scaleLine;
   table.combineLines = ScalerVector<Avx2>::combineLines;
+  table.sumRows = ScalerVector<Avx2>::sumRows;
+  table.filterLine = ScalerVector<Avx2>::filterLine;
 }
 
 }  // namespace qvs::ucc

@@ -20,12 +20,14 @@ struct Avx512 {
     _mm512_mask_storeu_epi8(to, ~uint64_t{0} >> (64 - bytes), value);
   }
   static Reg loadUnits(const uint8_t* const* from, size_t at) { return load(from[0] + at); }
-  static Reg loadWidened(const uint8_t* from) {
-    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)));
-  }
   static int total32(Reg sums) { return _mm512_reduce_add_epi32(sums); }
-  static Reg unpackLow16(Reg a, Reg b) { return _mm512_unpacklo_epi16(a, b); }
-  static Reg unpackHigh16(Reg a, Reg b) { return _mm512_unpackhi_epi16(a, b); }
+  static Reg unpackLow8(Reg a, Reg b) { return _mm512_unpacklo_epi8(a, b); }
+  static Reg unpackHigh8(Reg a, Reg b) { return _mm512_unpackhi_epi8(a, b); }
+  /// The low halves of the row's lanes in one register, the high halves in the other.
+  static void storeWordHalves(int16_t* to, Reg low, Reg high) {
+    store(to, _mm512_permutex2var_epi64(low, _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11), high));
+    store(to + 32, _mm512_permutex2var_epi64(low, _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15), high));
+  }
   static Reg packWords(Reg first, Reg second) { return _mm512_packs_epi32(first, second); }
   static Reg shuffleUnits(Reg bytes, Reg index) { return _mm512_permutexvar_epi8(index, bytes); }
   static Reg add16(Reg a, Reg b) { return _mm512_add_epi16(a, b); }
@@ -57,6 +59,8 @@ void addAvx512Scaler(KernelTable& table) {
   table.gatherUnitBytes = Avx512::kBytes / Avx512::kUnits;
   table.scaleLine = ScalerVector<Avx512>::scaleLine;
   table.combineLines = ScalerVector<Avx512>::combineLines;
+  table.sumRows = ScalerVector<Avx512>::sumRows;
+  table.filterLine = ScalerVector<Avx512>::filterLine;
 }
 
 }  // namespace qvs::ucc

@@ -15,17 +15,45 @@ class ScalerVector {
  public:
   static void scaleLine(const FilterBank& filter, const GatherPlan& plan, uint32_t components,
                         const uint8_t* src, int16_t* line) {
-    if (!plan.usable()) {
-      const bool dots = !filter.isShort() && components == 1;
-      return dots ? dotForm(filter, src, line) : plainScaleLine(filter, plan, components, src, line);
-    }
+    if (!plan.usable()) return plainScaleLine(filter, plan, components, src, line);
     kGatherForms[plan.tapsPerStep() == 4][plan.sharedWindow()][plan.steps() - 1](plan, src, line);
   }
 
   static void combineLines(const int16_t* const* lines, const int16_t* weights, uint32_t taps, uint8_t* dst,
                            uint32_t samples) {
-    if (taps > FilterBank::kMaxShortTaps) return wideSumForm(lines, weights, taps, dst, samples);
     kSumForms[taps - 1](lines, weights, dst, samples);
+  }
+
+  /// The last block overlaps the one before.
+  static void sumRows(const uint8_t* src, ptrdiff_t stride, const int16_t* weights, uint32_t taps,
+                      int16_t* line, uint32_t samples) {
+    if (samples < V::kBytes) return plainSumRows(src, stride, weights, taps, line, samples);
+    uint32_t x = 0;
+    for (; x + V::kBytes <= samples; x += V::kBytes) sumBlock(src + x, stride, weights, taps, line + x);
+    if (x == samples) return;
+    x = samples - V::kBytes;
+    sumBlock(src + x, stride, weights, taps, line + x);
+  }
+
+  /// Output by output. Those whose filled-up taps would reach beyond the line go tap by tap.
+  static void filterLine(const FilterBank& filter, uint32_t components, const int16_t* line, uint8_t* dst) {
+    if (filter.isShort() || components != 1) return plainFilterLine(filter, components, line, dst);
+    const int shift = static_cast<int>(filter.bits()) + kLineBits;
+    for (uint32_t i = 0; i < filter.dstSize(); ++i) {
+      const int16_t* weights = filter.weights(i);
+      const int16_t* from = line + filter.start(i);
+      int total = 1 << (shift - 1);
+      if (filter.start(i) + filter.filledTaps() <= filter.srcSize()) {
+        Reg sums = V::zero();
+        for (uint32_t t = 0; t < filter.filledTaps(); t += V::kBytes / 2) {
+          sums = V::add32(sums, V::addPairs(V::load(from + t), V::load(weights + t)));
+        }
+        total += V::total32(sums);
+      } else {
+        for (uint32_t t = 0; t < filter.taps(); ++t) total += weights[t] * from[t];
+      }
+      dst[i] = static_cast<uint8_t>(std::clamp(total >> shift, 0, 255));
+    }
   }
 
  private:
@@ -102,49 +130,29 @@ class ScalerVector {
                  samples - x);
   }
 
-  /// Wide filters: output by output. Those whose filled-up taps would reach beyond the row go tap by tap.
-  static void dotForm(const FilterBank& filter, const uint8_t* src, int16_t* line) {
+  /// One register of bytes. Interleaving works in lanes, and so does packing: the order comes out as it was.
+  static void sumBlock(const uint8_t* src, ptrdiff_t stride, const int16_t* weights, uint32_t taps,
+                       int16_t* line) {
     constexpr int kShift = static_cast<int>(FilterBank::kWideBits) - kLineBits;
-    for (uint32_t i = 0; i < filter.dstSize(); ++i) {
-      const int16_t* weights = filter.weights(i);
-      const uint8_t* from = src + filter.start(i);
-      int total = 1 << (kShift - 1);
-      if (filter.start(i) + filter.filledTaps() <= filter.srcSize()) {
-        Reg sums = V::zero();
-        for (uint32_t t = 0; t < filter.filledTaps(); t += V::kBytes / 2) {
-          sums = V::add32(sums, V::addPairs(V::loadWidened(from + t), V::load(weights + t)));
-        }
-        total += V::total32(sums);
-      } else {
-        for (uint32_t t = 0; t < filter.taps(); ++t) total += weights[t] * from[t];
-      }
-      line[i] = static_cast<int16_t>(total >> kShift);
-    }
-  }
-
-  /// One register of samples, as words.
-  static Reg wideSum(const int16_t* const* lines, const int16_t* weights, uint32_t taps, uint32_t x) {
-    constexpr int kBits = kLineBits + static_cast<int>(FilterBank::kWideBits);
-    Reg first = V::set32(1 << (kBits - 1));
-    Reg second = first;
-    for (uint32_t t = 0; t < taps; t += 2) {
+    Reg sums[4];
+    for (Reg& sum : sums) sum = V::set32(1 << (kShift - 1));
+    for (uint32_t t = 0; t < taps; t += 2, src += 2 * stride) {
       const bool pair = t + 1 < taps;
-      const Reg upper = V::load(lines[t] + x);
-      const Reg lower = pair ? V::load(lines[t + 1] + x) : V::zero();
+      const Reg upper = V::load(src);
+      const Reg lower = pair ? V::load(src + stride) : V::zero();
       const Reg both = V::set32((weights[t] & 0xFFFF) | (pair ? weights[t + 1] * 0x10000 : 0));
-      first = V::add32(first, V::addPairs(V::unpackLow16(upper, lower), both));
-      second = V::add32(second, V::addPairs(V::unpackHigh16(upper, lower), both));
+      const Reg low = V::unpackLow8(upper, lower);
+      const Reg high = V::unpackHigh8(upper, lower);
+      sums[0] = V::add32(sums[0], V::addPairs(V::unpackLow8(low, V::zero()), both));
+      sums[1] = V::add32(sums[1], V::addPairs(V::unpackHigh8(low, V::zero()), both));
+      sums[2] = V::add32(sums[2], V::addPairs(V::unpackLow8(high, V::zero()), both));
+      sums[3] = V::add32(sums[3], V::addPairs(V::unpackHigh8(high, V::zero()), both));
     }
-    return V::packWords(V::template shiftRight32<kBits>(first), V::template shiftRight32<kBits>(second));
-  }
-
-  static void wideSumForm(const int16_t* const* lines, const int16_t* weights, uint32_t taps, uint8_t* dst,
-                          uint32_t samples) {
-    for (uint32_t x = 0; x < samples; x += V::kBytes) {
-      const Reg bytes =
-          V::packUnsigned(wideSum(lines, weights, taps, x), wideSum(lines, weights, taps, x + V::kBytes / 2));
-      V::storePart(dst + x, bytes, std::min<uint32_t>(samples - x, V::kBytes));
-    }
+    const auto words = [&](int i) {
+      return V::packWords(V::template shiftRight32<kShift>(sums[i]),
+                          V::template shiftRight32<kShift>(sums[i + 1]));
+    };
+    V::storeWordHalves(line, words(0), words(2));
   }
 
   template <int TapsPerStep, bool SharedWindow>
