@@ -68,7 +68,7 @@ static void halvePlane(const uint8_t* source, size_t sourceStride, uint8_t* targ
 }
 
 static int isHalf(uint32_t half, uint32_t whole) {
-  return half >= 2 && half % 2 == 0 && whole % 2 == 0 && whole / 2 == half;
+  return half >= 2 && half % 2 == 0 && whole / 2 == half;
 }
 
 uint32_t zarvoVideoScaler_scaleByHalf(void* session, const VideoFrameIntrinsicScalerFrame* source,

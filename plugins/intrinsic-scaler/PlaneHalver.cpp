@@ -12,20 +12,18 @@ bool PlaneHalver::reserve(size_t width) {
   return scratch != nullptr;
 }
 
-void PlaneHalver::halve(const uint8_t* source, size_t sourceStride, uint8_t* target, size_t targetStride,
-                        size_t width, size_t height) {
+void PlaneHalver::halve(const Plane& source, const Plane& target) {
   int16_t* const kept = scratch.get() + kTapMargin;
-  const auto lastRow = static_cast<ptrdiff_t>(2 * height - 1);
-  for (size_t row = 0; row < height; ++row) {
+  for (size_t row = 0; row < target.height; ++row) {
     const uint8_t* rows[6];
-    for (ptrdiff_t tap = 0; tap < 6; ++tap) {
-      const ptrdiff_t line = static_cast<ptrdiff_t>(2 * row) + tap - 2;
-      rows[tap] = source + std::clamp<ptrdiff_t>(line, 0, lastRow) * static_cast<ptrdiff_t>(sourceStride);
+    for (size_t tap = 0; tap < 6; ++tap) {
+      const size_t line = 2 * row + tap;  // two too high, which keeps it above 0
+      rows[tap] = source.samples + std::min(std::max<size_t>(line, 2) - 2, source.height - 1) * source.stride;
     }
-    kernels.halveRows(rows, kept, 2 * width);
+    kernels.halveRows(rows, kept, source.width);
     std::fill(kept - kTapMargin, kept, kept[0]);
-    std::fill_n(kept + 2 * width, kTapMargin, kept[2 * width - 1]);
-    kernels.halveColumns(kept, target + row * targetStride, width);
+    std::fill_n(kept + source.width, kTapMargin, kept[source.width - 1]);
+    kernels.halveColumns(kept, target.samples + row * target.stride, target.width);
   }
 }
 

@@ -11,14 +11,20 @@ namespace qvs::intrinsic {
 /// Halves planes of 8-bit samples; beyond the edges the edge samples are repeated.
 class PlaneHalver {
  public:
+  struct Plane {
+    uint8_t* samples;
+    size_t stride;  // bytes
+    size_t width;
+    size_t height;
+  };
+
   explicit PlaneHalver(const ScalerKernels& kernels) : kernels(kernels) {}
 
   /// Scratch for sources up to `width` samples wide. False when memory fails.
   bool reserve(size_t width);
 
-  /// Strides in bytes; the source has twice the target's `width` and `height`. Needs `reserve`.
-  void halve(const uint8_t* source, size_t sourceStride, uint8_t* target, size_t targetStride, size_t width,
-             size_t height);
+  /// The target has half the source's width and height, rounded down. Needs `reserve`.
+  void halve(const Plane& source, const Plane& target);
 
  private:
   ScalerKernels kernels;

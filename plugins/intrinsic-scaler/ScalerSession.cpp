@@ -8,10 +8,14 @@ namespace {
 
 bool isHalf(const VideoFrameIntrinsicScalerFrame& target, const VideoFrameIntrinsicScalerFrame& source) {
   const auto halved = [](uint32_t half, uint32_t whole) {
-    return half >= 2 && half % 2 == 0 && whole % 2 == 0 && half == whole / 2;
+    return half >= 2 && half % 2 == 0 && half == whole / 2;
   };
   return target.fourcc == source.fourcc && halved(target.width, source.width) &&
          halved(target.height, source.height);
+}
+
+PlaneHalver::Plane chromaPlane(const PictureLayout& layout, uint8_t* samples) {
+  return {samples, layout.chromaStride, layout.chromaWidth, layout.chromaHeight};
 }
 
 }  // namespace
@@ -24,9 +28,10 @@ uint32_t ScalerSession::scaleByHalf(const VideoFrameIntrinsicScalerFrame& source
   if (from.chromaStep != 1) return kRefused;
   if (!halver.reserve(source.width)) return kOutOfMemory;
 
-  halver.halve(from.y, source.stride, to.y, target.stride, target.width, target.height);
-  halver.halve(from.u, from.chromaStride, to.u, to.chromaStride, to.chromaWidth, to.chromaHeight);
-  halver.halve(from.v, from.chromaStride, to.v, to.chromaStride, to.chromaWidth, to.chromaHeight);
+  halver.halve({from.y, source.stride, source.width, source.height},
+               {to.y, target.stride, target.width, target.height});
+  halver.halve(chromaPlane(from, from.u), chromaPlane(to, to.u));
+  halver.halve(chromaPlane(from, from.v), chromaPlane(to, to.v));
   return kDone;
 }
 

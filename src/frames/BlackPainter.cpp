@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 
-#include "frames/geometry/FourCC.h"
+#include "frames/geometry/ChromaShape.h"
 #include "frames/geometry/UccFormat.h"
 
 namespace qvs {
@@ -14,22 +13,12 @@ constexpr uint8_t kBlackLuma = 0;
 constexpr uint8_t kNoChroma = 128;
 constexpr uint32_t kSourceSize = 16;
 
-struct ChromaShape {
-  uint32_t fourcc;
-  int64_t widthDivisor;
-  int64_t heightDivisor;
-  int64_t bytes;  ///< of one position in a chroma plane
-};
-constexpr ChromaShape kShapes[] = {
-    {kFourCCYV12, 2, 2, 1}, {kFourCCI420, 2, 2, 1}, {kFourCCIYUV, 2, 2, 1}, {kFourCCNV12, 2, 2, 2},
-    {kFourCCNV21, 2, 2, 2}, {kFourCCYV16, 2, 1, 1}, {kFourCCI422, 2, 1, 1},
-};
-
 PixelRect chromaRect(const PixelRect& rect, const ChromaShape& shape) {
-  const int64_t left = rect.x / shape.widthDivisor;
-  const int64_t top = rect.y / shape.heightDivisor;
-  const int64_t right = (rect.x + rect.width + shape.widthDivisor - 1) / shape.widthDivisor;
-  const int64_t bottom = (rect.y + rect.height + shape.heightDivisor - 1) / shape.heightDivisor;
+  const int64_t rows = shape.halfHeight ? 2 : 1;
+  const int64_t left = rect.x / 2;
+  const int64_t top = rect.y / rows;
+  const int64_t right = (rect.x + rect.width + 1) / 2;
+  const int64_t bottom = (rect.y + rect.height + rows - 1) / rows;
   return {left * shape.bytes, top, (right - left) * shape.bytes, bottom - top};
 }
 
@@ -37,9 +26,8 @@ PixelRect chromaRect(const PixelRect& rect, const ChromaShape& shape) {
 
 bool BlackPainter::paint(const PixelRect& rect) const {
   if (rect.isEmpty()) return true;
-  const auto shape = std::find_if(std::begin(kShapes), std::end(kShapes),
-                                  [&](const ChromaShape& row) { return row.fourcc == frame.four_cc; });
-  if (shape == std::end(kShapes)) return paintByConverter(rect);
+  const ChromaShape* shape = findChromaShape(frame.four_cc);
+  if (shape == nullptr) return paintByConverter(rect);
   fill(0, rect, kBlackLuma);
   for (uint32_t plane = 1; plane < 3; ++plane) fill(plane, chromaRect(rect, *shape), kNoChroma);
   return true;

@@ -95,7 +95,8 @@ class VideoFrameBuffer {
   uint32_t transferFrame(VideoFrameBuffer& source, bool force);
   uint32_t transferFrame(VideoFrameBuffer& source, uint32_t mode, bool force);
 
-  /// Draws overlays in place. kFailure without an overlay or a converter; 1 for a geometry that is refused.
+  /// Draws overlays in place. kFailure without an overlay or a converter; 1 where a geometry was refused and
+  /// that overlay left out.
   uint32_t applyOverlay(VideoOverlayFrames& overlays);
 
   /// Paints the whole picture black; 1 without a converter.

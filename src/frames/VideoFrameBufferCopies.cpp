@@ -133,10 +133,9 @@ uint32_t VideoFrameBuffer::writeFrameToFile(const char* path) {
   std::puts("START");
   for (uint32_t i = 0; i < 4; ++i) {
     if (frame.plane[i] == nullptr || frame.stride[i] <= 0) continue;
-    // Chroma planes may have fewer rows than the picture.
-    const uint8_t* end = buffer.get() + storageSize;
-    const auto left = static_cast<size_t>(std::max<ptrdiff_t>(end - frame.plane[i], 0));
-    const size_t bytes = std::min(size_t{frame.height} * static_cast<uint32_t>(frame.stride[i]), left);
+    const bool isLast = i == 3 || frame.plane[i + 1] == nullptr;
+    const uint8_t* end = isLast ? buffer.get() + storageSize : frame.plane[i + 1];
+    const auto bytes = static_cast<size_t>(std::max<ptrdiff_t>(end - frame.plane[i], 0));
     std::printf("PLANE: %zu\n", bytes);
     if (std::fwrite(frame.plane[i], 1, bytes, file.get()) != bytes) return kFailure;
   }

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <limits>
+#include <new>
 
 #include "frames/geometry/ColorspaceInfo.h"
 #include "frames/geometry/OverlayPlacement.h"
@@ -41,11 +42,13 @@ uint32_t VideoFrameBuffer::applyOverlay(VideoOverlayFrames& overlays) {
     const ScopedLock hold(overlays.getLock());
     const std::vector<VideoOverlayFrame*>& frames = overlays.framesToDraw();
     if (frames.empty() || !ucc_overlay_s || !ucc_overlay_apply_s) return kFailure;
+    uint32_t result = kSuccess;
     for (VideoOverlayFrame* overlay : frames) {
+      // One that is refused takes none of the others with it.
       const uint32_t status = drawOverlay(*overlay);
-      if (status != kSuccess) return status;
+      if (result == kSuccess) result = status;
     }
-    return kSuccess;
+    return result;
   });
 }
 
@@ -119,7 +122,9 @@ uint32_t VideoFrameBuffer::drawByConverter(VideoOverlayFrame& overlay, const Ove
   config.overlay = &blend;
   forgetBars();
   // The overlay's own instance keeps its image scaled and converted from picture to picture.
-  return UCC_Transform(overlay.getBlender(), &picture, &picture, &config) == 0 ? kSuccess : refuseGeometry();
+  const uint32_t status = UCC_Transform(overlay.getBlender(), &picture, &picture, &config);
+  if (status == kUccNoMemory) throw std::bad_alloc();
+  return status == 0 ? kSuccess : refuseGeometry();
 }
 
 void VideoFrameBuffer::reportShortOverlay(VideoOverlayFrame& overlay) const {

@@ -1,10 +1,12 @@
 // Placing one picture in another.
 
 #include <cstdio>
+#include <new>
 
 #include "frames/BlackPainter.h"
 #include "frames/geometry/ColorspaceInfo.h"
 #include "frames/geometry/UccFormat.h"
+#include "frames/OddChroma.h"
 #include "frames/VideoFrameBuffer.h"
 #include "frames/VideoFrameBufferSet.h"
 #include "platform/Guard.h"
@@ -112,7 +114,13 @@ uint32_t VideoFrameBuffer::scaleFrom(const VideoFrameBuffer& source, const Pixel
     return kRefused;
   }
   const ucc_config_t config{};
-  return UCC_Transform(ucc_s.get(), &targetView, &sourceView, &config) == 0 ? kSuccess : kRefused;
+  const uint32_t status = UCC_Transform(ucc_s.get(), &targetView, &sourceView, &config);
+  if (status == kUccNoMemory) throw std::bad_alloc();
+  if (status != 0) return kRefused;
+  const bool isCopy =
+      frame.four_cc == source.frame.four_cc && from == to && sizeOf(frame) == sizeOf(source.frame);
+  OddChroma(frame).complete(isCopy ? &source.frame : nullptr);
+  return kSuccess;
 }
 
 bool VideoFrameBuffer::takeBarsDue(PixelSize display, bool force) {

@@ -101,8 +101,9 @@ typedef struct VideoFrameIntrinsicScalerFrame {
  * uint32_t scaleByHalf(void* session, const VideoFrameIntrinsicScalerFrame* source,
  *                      VideoFrameIntrinsicScalerFrame* target)                                      [session]
  *   Writes `source` at half its width and height into `target`. Both are planar 4:2:0 ("YV12", "I420" or "IYUV")
- *   and have the same fourcc; target width = source width / 2 and target height = source height / 2, both even
- *   and at least 2. The transcoder keeps to that, but a plug-in checks it and refuses anything else. Chroma is
+ *   and have the same fourcc; target width = source width / 2 and target height = source height / 2, rounded
+ *   down, both even and at least 2. The transcoder keeps to that, but a plug-in checks it and refuses anything
+ *   else. Where the source is odd its last column or row counts only as what lies beyond the edge. Chroma is
  *   taken to be centred between its four luma samples, before and after. Every sample of the target is written.
  *   Missing: no halved pictures are made.
  *

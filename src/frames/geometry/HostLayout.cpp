@@ -52,7 +52,7 @@ ChromaPlanes chromaOf(Planes planes, uint32_t width, uint32_t height) {
     case Planes::kHalfWidth:
       return {2, halfWidth, height};
     case Planes::kPairs:
-      return {1, width, halfHeight};
+      return {1, halfWidth * 2, halfHeight};
     default:
       return {0, 0, 0};
   }
@@ -74,10 +74,7 @@ HostLayout hostLayout(uint32_t width, uint32_t height, uint32_t code) {
   layout.stride = static_cast<int32_t>(stride);
   const ChromaPlanes chroma = chromaOf(rule.planes, width, height);
   const uint64_t lumaBytes = static_cast<uint64_t>(std::llabs(stride)) * height;
-  // A row of pairs ends one byte past the stride where the width is odd.
-  const uint64_t pairTail = rule.planes == Planes::kPairs ? width % 2 : 0;
-  layout.storageSize =
-      std::max(layout.size, lumaBytes + chroma.count * chroma.stride * chroma.rows + pairTail);
+  layout.storageSize = std::max(layout.size, lumaBytes + chroma.count * chroma.stride * chroma.rows);
   return layout;
 }
 

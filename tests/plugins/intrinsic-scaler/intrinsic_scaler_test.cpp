@@ -182,8 +182,8 @@ TEST_F(IntrinsicScaler, HalvesCloseToAnIdealFilterInEveryPlane) {
 }
 
 TEST_F(IntrinsicScaler, HalvesDownToTheSmallestSizes) {
-  for (const uint32_t width : {4u, 8u, 36u, 100u}) {
-    for (const uint32_t height : {4u, 12u}) {
+  for (const uint32_t width : {4u, 5u, 8u, 36u, 37u, 100u, 101u}) {
+    for (const uint32_t height : {4u, 12u, 13u}) {
       Picture source("YV12", width, height), target("YV12", width / 2, height / 2);
       std::fill_n(static_cast<uint8_t*>(source.record.plane), source.contents().size(), 200);
       ASSERT_EQ(scaler->scaleByHalf(session, &source.record, &target.record), kSuccess);
@@ -202,6 +202,7 @@ TEST_F(IntrinsicScaler, RefusesPicturesThatAreNotHalves) {
     return scaler->scaleByHalf(session, &from, &to) != kSuccess && target.contents() == before;
   };
   EXPECT_TRUE(refused([](auto& from, auto&) { from.width = 63; }));
+  EXPECT_TRUE(refused([](auto& from, auto&) { from.height = 34; }));
   EXPECT_TRUE(refused([](auto& from, auto& to) { from.width = 62, to.width = 31; }));
   EXPECT_TRUE(refused([](auto& from, auto& to) { from.height = 30, to.height = 15; }));
   EXPECT_TRUE(refused([](auto&, auto& to) { to.height = 14; }));

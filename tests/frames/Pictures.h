@@ -1,0 +1,116 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <ostream>
+#include <vector>
+
+#include "frames/geometry/FourCC.h"
+#include "frames/VideoFrameBuffer.h"
+#include "frames/VideoFrameBufferSet.h"
+#include "frames/VideoOverlayFrame.h"
+
+namespace qvs::test {
+
+/// A colour in 8-bit YUV, whatever the picture keeps.
+struct Yuv {
+  int y, u, v;
+};
+inline std::ostream& operator<<(std::ostream& out, const Yuv& c) {
+  return out << "(" << c.y << "," << c.u << "," << c.v << ")";
+}
+
+// BT.709, full range.
+inline constexpr Yuv kRed{54, 99, 255};
+inline constexpr Yuv kBlue{18, 255, 117};
+inline constexpr Yuv kGreen{182, 30, 12};
+inline constexpr Yuv kBlack{0, 128, 128};
+
+/// Where a planar or two-plane picture keeps a sample; told here by itself, so that a swap in the product is
+/// seen.
+struct Samples {
+  explicit Samples(const VideoFrameBuffer& frame) : frame(frame) {
+    const uint32_t code = frame.getFourCC();
+    vFirst = code == fourcc("YV12") || code == fourcc("YV16");
+    pairs = code == fourcc("NV12");
+    fullHeight = code == fourcc("YV16");
+  }
+  uint8_t& y(uint32_t x, uint32_t row) const { return frame.getPlane(0)[row * frame.getStride(0) + x]; }
+  uint8_t& u(uint32_t x, uint32_t row) const { return chroma(x, row, vFirst ? 2 : 1, 0); }
+  uint8_t& v(uint32_t x, uint32_t row) const { return chroma(x, row, vFirst ? 1 : 2, 1); }
+  Yuv at(uint32_t x, uint32_t row) const { return {y(x, row), u(x, row), v(x, row)}; }
+
+ private:
+  uint8_t& chroma(uint32_t x, uint32_t row, uint32_t plane, uint32_t place) const {
+    const uint32_t chromaRow = fullHeight ? row : row / 2;
+    if (pairs) return frame.getPlane(1)[chromaRow * frame.getStride(1) + x / 2 * 2 + place];
+    return frame.getPlane(plane)[chromaRow * frame.getStride(plane) + x / 2];
+  }
+
+  const VideoFrameBuffer& frame;
+  bool vFirst, pairs, fullHeight;
+};
+
+inline void paint(VideoFrameBuffer& frame, Yuv colour, uint32_t left = 0, uint32_t top = 0,
+                  uint32_t right = UINT32_MAX, uint32_t bottom = UINT32_MAX) {
+  const Samples samples(frame);
+  for (uint32_t row = top; row < std::min(bottom, frame.getHeight()); ++row) {
+    for (uint32_t x = left; x < std::min(right, frame.getWidth()); ++x) {
+      samples.y(x, row) = static_cast<uint8_t>(colour.y);
+      samples.u(x, row) = static_cast<uint8_t>(colour.u);
+      samples.v(x, row) = static_cast<uint8_t>(colour.v);
+    }
+  }
+}
+
+inline testing::AssertionResult isColour(const VideoFrameBuffer& frame, Yuv wanted, uint32_t left,
+                                         uint32_t top, uint32_t right, uint32_t bottom, int tolerance = 3) {
+  const Samples samples(frame);
+  for (uint32_t row = top; row < bottom; ++row) {
+    for (uint32_t x = left; x < right; ++x) {
+      const Yuv is = samples.at(x, row);
+      if (std::abs(is.y - wanted.y) > tolerance || std::abs(is.u - wanted.u) > tolerance ||
+          std::abs(is.v - wanted.v) > tolerance) {
+        return testing::AssertionFailure()
+               << "at " << x << "," << row << " " << is << " instead of " << wanted;
+      }
+    }
+  }
+  return testing::AssertionSuccess();
+}
+
+inline testing::AssertionResult isColour(const VideoFrameBuffer& frame, Yuv wanted) {
+  return isColour(frame, wanted, 0, 0, frame.getWidth(), frame.getHeight());
+}
+
+/// A pool of one frame.
+struct OneFramePool {
+  OneFramePool(uint32_t width, uint32_t height, uint32_t code, uint64_t flags = 0) {
+    set.setScaleFlags(flags);
+    set.initialize(1);
+    frame().allocBuffer(width, height, code);
+  }
+  VideoFrameBuffer& frame() { return *set.getVideoFrameBuffer(0); }
+
+  VideoFrameBufferSet set;
+};
+
+/// A "BGRA" overlay of one colour.
+inline VideoOverlayFrame* makeOverlay(uint32_t width, uint32_t height, uint32_t bgra, uint32_t slack = 0) {
+  const uint32_t stride = width * 4 + slack;
+  auto* bytes = static_cast<uint8_t*>(std::malloc(size_t{stride} * height));
+  std::memset(bytes, 0x77, size_t{stride} * height);
+  for (uint32_t row = 0; row < height; ++row) {
+    for (uint32_t x = 0; x < width; ++x) std::memcpy(bytes + row * stride + x * 4, &bgra, 4);
+  }
+  return new VideoOverlayFrame(fourcc("BGRA"), bytes, stride * height, stride, 0, width, height);
+}
+inline constexpr uint32_t kOpaqueRed = 0xFFFF0000;
+inline constexpr uint32_t kOpaqueBlue = 0xFF0000FF;
+inline constexpr uint32_t kClearRed = 0x00FF0000;
+
+}  // namespace qvs::test

@@ -1,0 +1,285 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "Pictures.h"
+
+namespace qvs::test {
+namespace {
+
+std::string nameOf(uint32_t code) {
+  return std::string(reinterpret_cast<const char*>(&code), 4);
+}
+
+/// Every pair of formats in every fit keeps red red: a swap of U and V anywhere shows.
+TEST(Transfer, KeepsColoursBetweenAllFormats) {
+  const uint32_t codes[] = {kFourCCYV12, kFourCCI420, kFourCCYV16, kFourCCNV12};
+  for (uint32_t from : codes) {
+    for (uint32_t to : codes) {
+      for (uint32_t mode : {kFitLetterbox, kFitStretch, kFitCropToFill}) {
+        for (uint32_t targetWidth : {160u, 96u}) {
+          SCOPED_TRACE(nameOf(from) + " to " + nameOf(to) + " mode " + std::to_string(mode));
+          OneFramePool source(160, 90, from);
+          OneFramePool target(targetWidth, 90, to);
+          target.frame().setFitMode(mode);
+          paint(source.frame(), kRed);
+          ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
+          const uint32_t bars = mode == kFitLetterbox && targetWidth == 96 ? 18 : 0;
+          EXPECT_TRUE(isColour(target.frame(), kRed, 0, bars, targetWidth, 90 - bars));
+          EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 0, targetWidth, bars));
+          EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 90 - bars, targetWidth, 90));
+          EXPECT_EQ(target.frame().getLocations(), 1u);
+        }
+      }
+    }
+  }
+}
+
+TEST(Transfer, ScalesBetweenPackedAndPlanar) {
+  OneFramePool source(64, 48, kFourCCYV12);
+  OneFramePool packed(32, 24, kFourCCBGRA);
+  OneFramePool again(64, 48, kFourCCI420);
+  paint(source.frame(), kBlue);
+  ASSERT_EQ(packed.frame().transferFrame(source.frame(), false), kSuccess);
+  EXPECT_GE(packed.frame().getPlane(0)[0], 250) << "blue comes first";
+  EXPECT_LE(packed.frame().getPlane(0)[2], 5);
+  ASSERT_EQ(again.frame().transferFrame(packed.frame(), false), kSuccess);
+  EXPECT_TRUE(isColour(again.frame(), kBlue));
+}
+
+TEST(Transfer, ReadsTheLastColumnAndRowOfOddSources) {
+  for (uint32_t code : {kFourCCYV12, kFourCCI420}) {
+    OneFramePool source(175, 143, code);
+    paint(source.frame(), kGreen);
+    for (uint32_t mode : {kFitLetterbox, kFitStretch}) {
+      OneFramePool target(320, 240, kFourCCYV12);
+      target.frame().setFitMode(mode);
+      ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
+      const uint32_t bars = mode == kFitLetterbox ? 14 : 0;  // 292 wide between them
+      EXPECT_TRUE(isColour(target.frame(), kGreen, bars, 0, 320 - bars, 240));
+    }
+    OneFramePool same(175, 143, code);
+    ASSERT_EQ(same.frame().transferFrame(source.frame(), false), kSuccess);
+    EXPECT_TRUE(isColour(same.frame(), kGreen));
+  }
+}
+
+TEST(Transfer, WritesTheLastColumnAndRowOfOddTargets) {
+  OneFramePool source(176, 144, kFourCCYV12);
+  paint(source.frame(), kGreen);
+  for (uint32_t code : {kFourCCYV12, kFourCCI420, kFourCCYV16, kFourCCNV12}) {
+    for (uint32_t width : {1u, 2u, 63u, 176u}) {
+      for (uint32_t height : {2u, 47u, 143u}) {
+        SCOPED_TRACE(nameOf(code) + " " + std::to_string(width) + "x" + std::to_string(height));
+        OneFramePool target(width, height, code);
+        ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
+        if (width == 1) continue;  // no chroma column of its own to scale from
+        EXPECT_TRUE(isColour(target.frame(), kGreen));
+      }
+    }
+  }
+}
+
+TEST(Transfer, LetterboxRefusesOddTargets) {
+  OneFramePool source(64, 48, kFourCCYV12);
+  OneFramePool target(63, 47, kFourCCYV12);
+  target.frame().setFitMode(kFitLetterbox);
+  EXPECT_EQ(target.frame().transferFrame(source.frame(), false), 1u);
+}
+
+TEST(Transfer, BarsAreRepaintedWhenTheyMayHaveChanged) {
+  OneFramePool source(64, 32, kFourCCYV12);
+  OneFramePool target(64, 64, kFourCCYV12);
+  VideoFrameBuffer& frame = target.frame();
+  frame.setFitMode(kFitLetterbox);
+  paint(source.frame(), kRed);
+  const auto barsAfter = [&](bool force) {
+    paint(frame, kGreen);
+    EXPECT_EQ(frame.transferFrame(source.frame(), force), kSuccess);
+    EXPECT_TRUE(isColour(frame, kRed, 0, 16, 64, 48));
+    return Samples(frame).at(3, 3).y == kBlack.y;
+  };
+  EXPECT_TRUE(barsAfter(false)) << "first picture";
+  EXPECT_FALSE(barsAfter(false)) << "the same again relies on what is there";
+  EXPECT_TRUE(barsAfter(true));
+  EXPECT_FALSE(barsAfter(false));
+
+  frame.setFitMode(kFitStretch);
+  frame.transferFrame(source.frame(), false);
+  frame.setFitMode(kFitLetterbox);
+  EXPECT_TRUE(barsAfter(false)) << "a stretched picture lay over the bars";
+
+  VideoOverlayFrames overlays;
+  VideoOverlayFrame* overlay = makeOverlay(16, 8, kOpaqueBlue);
+  overlay->setDestinationLocation(0, 0, 16, 8, 17);
+  overlays.putFrame(0, overlay);
+  ASSERT_EQ(frame.applyOverlay(overlays), kSuccess);
+  EXPECT_TRUE(barsAfter(false)) << "an overlay was drawn on the bars";
+
+  source.frame().setDisplayWidth(128);
+  source.frame().setDisplayHeight(32);
+  paint(frame, kGreen);
+  frame.transferFrame(source.frame(), false);
+  EXPECT_TRUE(isColour(frame, kBlack, 0, 0, 64, 24)) << "another display size";
+  EXPECT_TRUE(isColour(frame, kRed, 0, 24, 64, 40));
+}
+
+TEST(Transfer, CarriesTypeAndTimesOnly) {
+  OneFramePool source(64, 32, kFourCCYV12);
+  OneFramePool target(64, 64, kFourCCYV12);
+  VideoFrameBufferTimecodeInfo info{};
+  info.hours = 7;
+  source.frame().setTimecodeInfo(&info, 1);
+  source.frame().setTimecode(99);
+  source.frame().setFrameType(2);
+  source.frame().setFlags(5);
+  source.frame().addAncillaryDataObj({});
+  target.frame().transferFrame(source.frame(), false);
+  EXPECT_EQ(target.frame().getTimecode(), 99u);
+  EXPECT_EQ(target.frame().getFrameType(), 2u);
+  EXPECT_EQ(target.frame().getTimecodeInfoCount(), 1u);
+  EXPECT_EQ(target.frame().getFlags(), 0u);
+  std::vector<VideoFrameAncillaryData> packets;
+  target.frame().getAncillaryDataObjs(packets);
+  EXPECT_TRUE(packets.empty());
+
+  source.set.setScaleImplementation(kScaleU30);
+  source.frame().setTimecode(100);
+  EXPECT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
+  EXPECT_EQ(target.frame().getTimecode(), 99u) << "another road's pictures don't pass here";
+}
+
+TEST(Transfer, FramesWithoutStorageAreLeftAlone) {
+  for (uint32_t mode : {kFitStretch, kFitCropToFill}) {
+    VideoFrameBuffer empty;
+    OneFramePool full(64, 32, kFourCCYV12);
+    full.frame().setFitMode(mode);
+    empty.setFitMode(mode);
+    EXPECT_EQ(full.frame().transferFrame(empty, false), kSuccess);
+    EXPECT_EQ(empty.transferFrame(full.frame(), false), kSuccess);
+  }
+  VideoFrameBuffer empty;
+  OneFramePool full(64, 32, kFourCCYV12);
+  full.frame().setFitMode(kFitLetterbox);
+  EXPECT_EQ(full.frame().transferFrame(empty, true), 1u);
+}
+
+TEST(Transfer, DeviceRoadWithoutADeviceOnlyClaims) {
+  OneFramePool source(64, 32, kFourCCYV12);
+  OneFramePool target(64, 32, kFourCCYV12);
+  source.set.setScaleImplementation(kScaleCUDA);
+  paint(source.frame(), kRed);
+  paint(target.frame(), kGreen);
+  EXPECT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
+  EXPECT_EQ(target.frame().getLocations(), 2u);
+  EXPECT_TRUE(isColour(target.frame(), kGreen));
+}
+
+/// Left half red, right half blue.
+struct TwoColours : OneFramePool {
+  explicit TwoColours(uint64_t flags) : OneFramePool(128, 64, kFourCCYV12, flags) {
+    paint(frame(), kRed, 0, 0, 64);
+    paint(frame(), kBlue, 64);
+  }
+};
+
+TEST(Placement, RectanglesCountOnlyWithTheFlag) {
+  const uint32_t leftHalf[4] = {0, 0, 64, 64};
+  const uint32_t middle[4] = {16, 16, 32, 32};
+  for (uint64_t flags : {uint64_t{0}, kScaleFlagPlaceOnCpu}) {
+    TwoColours source(flags);
+    OneFramePool target(64, 64, kFourCCNV12);
+    paint(target.frame(), kGreen);
+    target.frame().setSrcRect(leftHalf);
+    target.frame().setDstRect(middle);
+    ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
+    if (flags != 0) {
+      EXPECT_TRUE(isColour(target.frame(), kRed, 16, 16, 48, 48));
+      EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 0, 64, 16));
+      EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 48, 64, 64));
+      EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 16, 16, 48));
+      EXPECT_TRUE(isColour(target.frame(), kBlack, 48, 16, 64, 48));
+    } else {
+      EXPECT_TRUE(isColour(target.frame(), kRed, 0, 0, 24, 64));
+      EXPECT_TRUE(isColour(target.frame(), kBlue, 40, 0, 64, 64));
+    }
+    target.frame().setSrcRect(nullptr);
+    EXPECT_FALSE(target.frame().isSrcRect());
+  }
+}
+
+TEST(Placement, CropGoesBeforePictureAndIntoLetterboxes) {
+  TwoColours source(kScaleFlagPlaceOnCpu);
+  OneFramePool target(128, 128, kFourCCYV12);
+  const uint32_t crop[4] = {64, 0, 0, 0};
+  target.frame().setCrop(crop);
+  target.frame().setFitMode(kFitLetterbox);
+  ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
+  EXPECT_TRUE(isColour(target.frame(), kBlue, 0, 32, 128, 96));
+  EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 0, 128, 32));
+  const uint32_t padding[4] = {32, 0, 0, 64};
+  target.frame().setFitMode(kFitStretch);
+  target.frame().setPadding(padding);
+  ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
+  EXPECT_TRUE(isColour(target.frame(), kBlue, 32, 0, 128, 64));
+  EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 0, 32, 128));
+  EXPECT_TRUE(isColour(target.frame(), kBlack, 32, 64, 128, 128));
+}
+
+TEST(Placement, CropToFillShowsTheMiddle) {
+  TwoColours source(kScaleFlagPlaceOnCpu);
+  paint(source.frame(), kGreen, 0, 0, 32);
+  paint(source.frame(), kGreen, 96);
+  OneFramePool target(64, 64, kFourCCYV12);
+  target.frame().setFitMode(kFitCropToFill);
+  ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
+  EXPECT_TRUE(isColour(target.frame(), kRed, 0, 0, 30, 64));
+  EXPECT_TRUE(isColour(target.frame(), kBlue, 34, 0, 64, 64));
+}
+
+TEST(Placement, EmptyRectanglesFailAndTouchNothing) {
+  const uint32_t rows[][4] = {
+      {0, 0, 0, 0}, {128, 0, 8, 8}, {0, 0, 1, 1}, {0xFFFFFFFF, 0xFFFFFFFF, 8, 8}, {5, 5, 2, 2}};
+  for (const auto& rect : rows) {
+    for (bool isSource : {true, false}) {
+      TwoColours source(kScaleFlagPlaceOnCpu);
+      OneFramePool target(128, 64, kFourCCYV12);
+      paint(target.frame(), kGreen);
+      isSource ? target.frame().setSrcRect(rect) : target.frame().setDstRect(rect);
+      EXPECT_EQ(target.frame().transferFrame(source.frame(), false), kFailure) << rect[0] << " " << isSource;
+      EXPECT_TRUE(isColour(target.frame(), kGreen));
+    }
+  }
+  const uint32_t crop[4] = {100, 100, 0, 0};
+  TwoColours source(kScaleFlagPlaceOnCpu);
+  OneFramePool target(128, 64, kFourCCYV12);
+  target.frame().setCrop(crop);
+  EXPECT_EQ(target.frame().transferFrame(source.frame(), false), kFailure);
+}
+
+TEST(Placement, HostileRectanglesStayInsideAnyFormat) {
+  const uint32_t values[] = {0, 1, 3, 47, 48, 95, 96, 0x7FFFFFFF, 0xFFFFFFFF};
+  for (uint32_t code : {kFourCCYV12, kFourCCNV12, kFourCCBGRA, kFourCCBGR3, fourcc("YUY2"), kFourCCv210}) {
+    OneFramePool source(96, 96, code, kScaleFlagPlaceOnCpu);
+    OneFramePool target(96, 96, code);
+    for (uint32_t x : values) {
+      for (uint32_t width : values) {
+        const uint32_t rect[4] = {x, width, width, x};
+        for (uint32_t mode : {kFitLetterbox, kFitStretch, kFitCropToFill}) {
+          target.frame().setFitMode(mode);
+          target.frame().setSrcRect(rect);
+          target.frame().setDstRect(rect);
+          target.frame().transferFrame(source.frame(), true);
+          target.frame().setCrop(rect);
+          target.frame().setPadding(rect);
+          target.frame().transferFrame(source.frame(), true);
+          target.frame().setCrop(nullptr);
+          target.frame().setPadding(nullptr);
+        }
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace qvs::test
