@@ -15,8 +15,8 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include "GraphRoad.h"
 #include "PlanarPicture.h"
-#include "Roads.h"
 #include "RoadTable.h"
 
 namespace {

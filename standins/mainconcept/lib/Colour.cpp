@@ -27,6 +27,7 @@ uint32_t statedRange(const PixelFormat& format, const ucc_colorimetry_t& colorim
   return format.form.family == Family::kRgb ? PIC_SIGNAL_RANGE_FULL : PIC_SIGNAL_RANGE_UNSPECIFIED;
 }
 
+// RGB has no matrix of its own, so it always takes the other picture's.
 uint32_t firstSaid(uint32_t own, uint32_t other, uint32_t otherwise) {
   return own ? own : other ? other : otherwise;
 }

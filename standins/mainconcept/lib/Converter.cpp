@@ -9,6 +9,7 @@ namespace qvs::ucc {
 namespace {
 
 constexpr uint32_t kMaxSize = 16384;
+// The one type of overlay that callers use.
 constexpr uint32_t kBlendByOwnAlpha = 2;
 
 bool sizeInRange(uint32_t width, uint32_t height) {
@@ -42,6 +43,7 @@ Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source
   if (!frameIsSound(targetFormat, target) || !frameIsSound(sourceFormat, source)) return Status::kBadArgument;
   if (overlay && !overlayIsSound(*overlay, overlayFormat)) return Status::kBadArgument;
 
+  // From here on only memory can fail.
   const ColourPair colours =
       resolveColours(*targetFormat, target.colorimetry, *sourceFormat, source.colorimetry);
   const Task task{targetFormat, sourceFormat,  target.width,   target.height,
@@ -58,7 +60,9 @@ Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source
 bool Converter::convert(const Task& task, const ucc_frame_t& target, const ucc_frame_t& source) {
   const bool samePicture =
       target.plane[0] == source.plane[0] && task.target == task.source && task.sameSize();
+  // The way to blend in place: nothing to convert, and copying rows onto themselves would be undefined.
   if (samePicture && task.sameColour()) return true;
+  // A road that failed to get its memory isn't kept, so the next call tries again.
   if (!road_ || task != task_) {
     road_ = chooseRoad(task);
     task_ = task;

@@ -14,6 +14,7 @@ namespace qvs::ucc {
 using PictureKernel = void (*)(const ucc_frame_t& target, const ucc_frame_t& source,
                                const libyuv::YuvConstants* matrix);
 
+/// The arguments that libyuv takes for a picture: plane and stride, by turns.
 template <size_t... Index>
 auto planeArguments(const ucc_frame_t& frame, std::index_sequence<Index...>) {
   return std::tuple_cat(std::make_tuple(frame.plane[Index], static_cast<int>(frame.stride[Index]))...);

@@ -42,10 +42,12 @@ class OverlayCanvas {
   const PlaneView& alphaOf(int component) const { return alphas_.plane(component == 0 ? 0 : 1); }
 
  private:
+  /// Sizes everything and plans the conversion; the pixels are still to come.
   bool reshape(const Shape& shape);
   void fill();
   void fillAlpha();
   void averageAlpha();
+  // T is the sample type of the target's form.
   template <class T>
   void fillPlanes();
   template <class T>
@@ -54,7 +56,7 @@ class OverlayCanvas {
   void averageComponent(int component);
 
   bool shaped_ = false;
-  bool filled_ = false;
+  bool filled_ = false;  ///< false after a failure too, so that the next call starts over
   Shape shape_{};
   uint64_t contentId_ = 0;
   PlanarConversion conversion_;  ///< to the target's family, depth and colour at full chroma

@@ -7,6 +7,7 @@
 namespace qvs::ucc {
 namespace {
 
+// Also for negative values, where % rounds the other way.
 int64_t floorTo(int64_t value, int64_t unit) {
   const int64_t rest = value % unit;
   return value - (rest < 0 ? rest + unit : rest);
@@ -41,6 +42,8 @@ ConstPlane readable(const PlaneView& plane) {
 bool OverlayPainter::paint(const OverlayTask& task, const ucc_frame_t& target,
                            const ucc_overlay_config_t& overlay) {
   form_ = task.target->form;
+  // 64 bits: x + width may pass the range of the record. Edges go out to whole chroma samples, with no alpha
+  // there.
   const int64_t left = floorTo(overlay.x, 1 << form_.shiftX);
   const int64_t top = floorTo(overlay.y, 1 << form_.shiftY);
   const int64_t right = ceilTo(static_cast<int64_t>(overlay.x) + overlay.width, 1 << form_.shiftX);
@@ -78,6 +81,8 @@ void OverlayPainter::paintPlanes(const ucc_frame_t& target, const PixelFormat& f
 }
 
 bool OverlayPainter::paintGroups(const ucc_frame_t& target, const PixelFormat& format) {
+  // Packed bytes can only be rewritten in whole groups; the pixels around the overlay go in and out
+  // unchanged.
   const int64_t group = std::max<int64_t>(format.plane[0].groupSamples, 1 << form_.shiftX);
   const auto left = static_cast<uint32_t>(floorTo(clip_.left, group));
   const auto right = static_cast<uint32_t>(std::min<int64_t>(ceilTo(clip_.right, group), target.width));

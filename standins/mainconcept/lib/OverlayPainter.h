@@ -29,7 +29,9 @@ class OverlayPainter {
     uint32_t height;
   };
 
+  /// Straight onto the target's planes: 8-bit planar and two-plane formats.
   void paintPlanes(const ucc_frame_t& target, const PixelFormat& format) const;
+  /// By way of plain samples: unpacks the rectangle, blends, packs it again. False when memory fails.
   bool paintGroups(const ucc_frame_t& target, const PixelFormat& format);
   Window windowOf(const PlaneView& plane, int component, int64_t originX, int64_t originY,
                   int64_t sampleBytes) const;

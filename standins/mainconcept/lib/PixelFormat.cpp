@@ -11,6 +11,7 @@ constexpr PlaneCodec whole(uint8_t groupSamples, uint8_t groupBytes, bool wholeG
   return {Codec::unpack, Codec::pack, false, groupSamples, groupBytes, wholeGroups};
 }
 
+// One chroma sample, or a pair of them, in `groupBytes`.
 template <class Codec>
 constexpr PlaneCodec chroma(uint8_t groupBytes) {
   return {Codec::unpack, Codec::pack, true, 1, groupBytes, false};
@@ -63,6 +64,7 @@ constexpr PixelFormat kFormats[] = {
     {UCC_FORMAT_P216, yuv(16, 1, 0), false, 2, {kY16, kUv16, kNone}},
 };
 
+// The label decides where V lies; after that the formats are one.
 constexpr FourCcRow kFourCcs[] = {
     {"YV12", UCC_FORMAT_I420, true},  {"I420", UCC_FORMAT_I420, false}, {"IYUV", UCC_FORMAT_I420, false},
     {"YV16", UCC_FORMAT_I422, true},  {"I422", UCC_FORMAT_I422, false}, {"NV12", UCC_FORMAT_NV12, false},

@@ -40,6 +40,7 @@ struct WorkingForm {
 
   bool operator==(const WorkingForm&) const = default;
   uint32_t sampleBytes() const { return depth > 8 ? 2 : 1; }
+  /// Chroma of grey.
   uint32_t neutral() const { return 1u << (depth - 1); }
   uint32_t shiftXOf(int component) const { return component == 1 || component == 2 ? shiftX : 0; }
   uint32_t shiftYOf(int component) const { return component == 1 || component == 2 ? shiftY : 0; }
@@ -59,6 +60,7 @@ struct PixelFormat {
   uint32_t rowsOf(int planeIndex, uint32_t height) const {
     return plane[planeIndex].chroma ? height >> form.shiftY : height;
   }
+  /// Bytes that a row of the plane takes; its stride may be longer.
   uint32_t rowBytes(int planeIndex, uint32_t width) const;
 };
 

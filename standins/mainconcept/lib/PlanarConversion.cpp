@@ -6,6 +6,7 @@
 namespace qvs::ucc {
 namespace {
 
+// What both sides' sizes round up to, so that planes of equal pictures stay equal in size.
 uint32_t unitOf(const WorkingForm& a, const WorkingForm& b) {
   return 1u << std::max({a.shiftX, a.shiftY, b.shiftX, b.shiftY});
 }
@@ -19,9 +20,10 @@ bool PlanarConversion::configure(const Target& target, const Source& source) {
   const bool alpha = target.alpha && source.format->hasAlpha;
   const uint32_t padTo = unitOf(from, target.form);
   scaled_ = source.width != target.width || source.height != target.height;
-  straightAlpha_ = {};
+  straightAlpha_ = {};  // of the old geometry: run() builds it again when it is needed
   graphNeeded_ = scaled_ || from != target.form || source.colour != target.colour;
   if (!source_.allocate(from, alpha, source.width, source.height, padTo)) return false;
+  // At equal size alpha needs no conversion: it is always full range and 8-bit.
   alpha_ = scaled_ ? PlaneView{} : source_.plane(3);
   if (!graphNeeded_) return true;
   return target_.allocate(target.form, alpha && scaled_, target.width, target.height, padTo) &&

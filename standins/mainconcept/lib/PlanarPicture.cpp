@@ -20,6 +20,7 @@ void fillPlaneEdges(const PlaneView& plane, uint32_t width, uint32_t height, uin
   for (uint32_t y = 0; width < plane.width && y < height; ++y) {
     std::fill_n(rowOf(y) + width, plane.width - width, rowOf(y)[width - 1]);
   }
+  // Rows below are copies of the last one with its columns already filled.
   for (uint32_t y = height; y < plane.height; ++y)
     std::memcpy(rowOf(y), rowOf(height - 1), plane.width * sizeof(T));
 }
@@ -39,6 +40,7 @@ bool PlanarPicture::allocate(const WorkingForm& form, bool alpha, uint32_t width
     return true;
   }
   block_.reset();
+  // One block, each row aligned, so that graphs may work in whole vectors up to the stride.
   const size_t padded[2] = {roundUp(width, padTo), roundUp(height, padTo)};
   size_t offset[5] = {};
   PlaneView planes[4];

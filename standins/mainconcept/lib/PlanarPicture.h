@@ -43,15 +43,19 @@ class PlanarPicture {
   uint32_t paddedWidth() const { return planes_[0].width; }
   uint32_t paddedHeight() const { return planes_[0].height; }
   const PlaneView& plane(int component) const { return planes_[component]; }
+  /// Row `y` of the luma grid and the chroma rows beside it, or row `y` of every plane on its own grid.
   Rows rows(uint32_t y, bool chromaGrid) const;
 
+  /// The frame has this picture's size. Fills the edges too.
   void unpackFrom(const PixelFormat& format, const ucc_frame_t& frame);
   /// Alpha comes from `alpha` when its data isn't null, else it is opaque.
   void packInto(const PixelFormat& format, const ucc_frame_t& frame, const PlaneView& alpha) const;
+  /// Chroma of a picture too small for any becomes neutral.
   void fillEdges();
 
  private:
   WorkingForm form_{};
+  // As asked for; the planes are rounded up.
   bool alphaWanted_ = false;
   uint32_t width_ = 0;
   uint32_t height_ = 0;

@@ -2,9 +2,13 @@
 
 #include <new>
 
+#include "CopyRoad.h"
+#include "GraphRoad.h"
 #include "KernelRoad.h"
-#include "PlaneRoads.h"
-#include "Roads.h"
+#include "PlaneScaleRoad.h"
+#include "RepackRoad.h"
+#include "RgbTo420Road.h"
+#include "Via420Road.h"
 
 namespace qvs::ucc {
 namespace {
@@ -30,7 +34,9 @@ enum Needs : uint32_t {
   kRgbFromScaled = kToRgb | kEvenTarget,
 };
 
+// Serves as the row's source or target where the format doesn't matter.
 constexpr uint32_t kAny = UCC_FORMAT_UNKNOWN;
+// Only a target of the very same format.
 constexpr uint32_t kAsSource = ~0u;
 
 struct RoadRow {
@@ -38,7 +44,7 @@ struct RoadRow {
   uint32_t source;
   uint32_t needs;
   Road* (*make)(const RoadRow& row);
-  PictureKernel kernel = nullptr;
+  PictureKernel kernel = nullptr;  ///< of kernel roads
 };
 
 template <class R>
@@ -150,6 +156,7 @@ bool formatsFit(const RoadRow& row, const Task& task) {
          (row.target == kAny || row.target == task.target->id);
 }
 
+// Which needs the task meets; a row fits when none of its own are left over.
 uint32_t qualitiesOf(const Task& task) {
   const Colour& rgb = task.fromYuv() ? task.targetColour : task.sourceColour;
   uint32_t qualities = 0;

@@ -3,6 +3,7 @@
 namespace qvs::ucc {
 namespace {
 
+// Primaries and transfer stay unspecified: only matrix, range and depth are converted, never the gamut.
 zimg_image_format describe(const ZimgGraph::Side& side) {
   const PlanarPicture& picture = *side.picture;
   const WorkingForm& form = picture.form();
@@ -44,6 +45,7 @@ bool ZimgGraph::build(const Side& target, const Side& source) {
   zimg_graph_builder_params params;
   zimg_graph_builder_params_default(&params, ZIMG_API_VERSION);
   params.resample_filter = params.resample_filter_uv = ZIMG_RESIZE_BICUBIC;
+  // Catmull-Rom, as the plane scaler has it; zimg's own default is softer.
   params.filter_param_a = params.filter_param_a_uv = 0.0;
   params.filter_param_b = params.filter_param_b_uv = 0.5;
   params.dither_type = ZIMG_DITHER_NONE;
@@ -55,7 +57,7 @@ bool ZimgGraph::build(const Side& target, const Side& source) {
   scratch_ = allocateAligned(bytes);
   components_ = target.alpha ? 4 : 3;
   if (bytes == 0 || scratch_) return true;
-  graph_.reset();
+  graph_.reset();  // never a graph without its work memory
   return false;
 }
 

@@ -1,34 +1,8 @@
-#include "Roads.h"
+#include "RepackRoad.h"
 
-#include <cstring>
+#include <algorithm>
 
 namespace qvs::ucc {
-
-bool CopyRoad::prepare(const Task& task) {
-  format_ = task.target;
-  width_ = task.targetWidth;
-  height_ = task.targetHeight;
-  return true;
-}
-
-bool CopyRoad::run(const ucc_frame_t& target, const ucc_frame_t& source) {
-  for (int p = 0; p < format_->planes; ++p) {
-    const size_t bytes = format_->rowBytes(p, width_);
-    const uint32_t rows = format_->rowsOf(p, height_);
-    const uint8_t* from = source.plane[p];
-    uint8_t* to = target.plane[p];
-    if (bytes == 0 || rows == 0 || from == to) continue;
-    const bool contiguous =
-        source.stride[p] == target.stride[p] && static_cast<size_t>(source.stride[p]) == bytes;
-    if (contiguous) {
-      std::memcpy(to, from, bytes * rows);
-      continue;
-    }
-    for (uint32_t y = 0; y < rows; ++y, from += source.stride[p], to += target.stride[p])
-      std::memcpy(to, from, bytes);
-  }
-  return true;
-}
 
 bool RepackRoad::prepare(const Task& task) {
   task_ = task;
@@ -73,19 +47,6 @@ void RepackRoad::packRow(const ucc_frame_t& target, uint32_t y, bool chroma) {
     uint8_t* to = target.plane[p];
     if (samples) format.plane[p].pack(to + static_cast<ptrdiff_t>(y) * target.stride[p], rows, samples);
   }
-}
-
-bool GraphRoad::prepare(const Task& task) {
-  format_ = task.target;
-  return conversion_.configure(
-      {task.target->form, task.target->hasAlpha, task.targetWidth, task.targetHeight, task.targetColour},
-      {task.source, task.sourceWidth, task.sourceHeight, task.sourceColour});
-}
-
-bool GraphRoad::run(const ucc_frame_t& target, const ucc_frame_t& source) {
-  if (!conversion_.run(source)) return false;
-  conversion_.result().packInto(*format_, target, conversion_.alpha());
-  return true;
 }
 
 }  // namespace qvs::ucc
