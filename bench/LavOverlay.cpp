@@ -83,7 +83,8 @@ void LavOverlay::process() {
   const uint8_t* before = picture_->data[0];
   check(av_buffersrc_add_frame(mainSource_, picture_) >= 0, "frame in");
   check(av_buffersink_get_frame(sink_, picture_) >= 0, "frame out");
-  check(picture_->data[0] == before, "blending in place");
+  // The first one is copied: the end of the overlay isn't known to the filter yet.
+  check(pictures_ == 1 || picture_->data[0] == before, "blending in place");
 }
 
 }  // namespace qvs::bench

@@ -1,3 +1,5 @@
+cmake_minimum_required(VERSION 3.25)
+
 # Fails unless the library exports exactly the natives that the Java classes declare, and beside them nothing but the
 # notify manager and its listener interfaces.
 execute_process(COMMAND ${NM} -D --defined-only --format=posix ${LIBRARY} OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
@@ -8,7 +10,7 @@ foreach(line IN LISTS lines)
   string(REGEX REPLACE " .*" "" symbol "${line}")
   if(symbol MATCHES "^Java_com_zarvo_qvs_transcoder_model_(.+)$")
     list(APPEND natives ${CMAKE_MATCH_1})
-  elseif(symbol MATCHES "^_Z(N|NK|TV|TI|TS)3?N?3qvs.*TranscoderSessionNotify" OR symbol MATCHES "^_ZNK?3qvs[0-9]+I?TranscoderSessionNotify")
+  elseif(symbol MATCHES "^_Z(N|NK|TV|TI|TS|TVN|TIN|TSN)3qvs[0-9]+I?TranscoderSessionNotify")
     math(EXPR managers "${managers} + 1")
   else()
     message(SEND_ERROR "exported by mistake: ${symbol}")

@@ -18,7 +18,11 @@ VideoFrameBuffer::VideoFrameBuffer()
       ucc_overlay_s(UCC_Create(0)),
       ucc_overlay_apply_s(UCC_Create(0)),
       ucc_BGRA_s(UCC_Create(0)),
-      ucc_blackfill_s(UCC_Create(0)) {}
+      ucc_blackfill_s(UCC_Create(0)) {
+  // Better no frame than one that silently keeps an old picture.
+  if (!ucc_s || !ucc_overlay_s || !ucc_overlay_apply_s || !ucc_BGRA_s || !ucc_blackfill_s)
+    throw std::bad_alloc();
+}
 
 VideoFrameBuffer::~VideoFrameBuffer() {
   if (free_provider && frame.done != nullptr && !(*free_provider)(*this)) {

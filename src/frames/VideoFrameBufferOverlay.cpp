@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <limits>
+#include <new>
 
 #include "frames/geometry/ColorspaceInfo.h"
 #include "frames/geometry/OverlayPlacement.h"
@@ -121,7 +122,9 @@ uint32_t VideoFrameBuffer::drawByConverter(VideoOverlayFrame& overlay, const Ove
   config.overlay = &blend;
   forgetBars();
   // The overlay's own instance keeps its image scaled and converted from picture to picture.
-  return UCC_Transform(overlay.getBlender(), &picture, &picture, &config) == 0 ? kSuccess : refuseGeometry();
+  const uint32_t status = UCC_Transform(overlay.getBlender(), &picture, &picture, &config);
+  if (status == kUccNoMemory) throw std::bad_alloc();
+  return status == 0 ? kSuccess : refuseGeometry();
 }
 
 void VideoFrameBuffer::reportShortOverlay(VideoOverlayFrame& overlay) const {

@@ -7,6 +7,15 @@
 
 namespace qvs {
 
+namespace {
+
+/// A refused geometry is no failure of the pool's operation; an exception is.
+uint32_t failureOnly(uint32_t status) {
+  return status == kFailure ? kFailure : kSuccess;
+}
+
+}  // namespace
+
 VideoFrameBufferSet::VideoFrameBufferSet() : bufferAllocator(std::make_shared<VideoFrameBufferAllocator>()) {
   overlayFrames.setBufferSet(this);
 }
@@ -44,15 +53,13 @@ uint32_t VideoFrameBufferSet::initialize(uint32_t count) {
 uint32_t VideoFrameBufferSet::transferFrame(VideoFrameBuffer& source, VideoFrameBuffer& target,
                                             VideoOverlayFrames& overlays) {
   return guarded("VideoFrameBufferSet::transferFrame", [&]() -> uint32_t {
-    target.transferFrame(source, overlays.getFrameCount() != 0);
-    return kSuccess;
+    return failureOnly(target.transferFrame(source, overlays.getFrameCount() != 0));
   });
 }
 
 uint32_t VideoFrameBufferSet::applyOverlays(VideoFrameBuffer& frame, VideoOverlayFrames& overlays) {
   return guarded("VideoFrameBufferSet::transferFrame", [&]() -> uint32_t {
-    if (overlays.getFrameCount() != 0) frame.applyOverlay(overlays);
-    return kSuccess;
+    return overlays.getFrameCount() != 0 ? failureOnly(frame.applyOverlay(overlays)) : kSuccess;
   });
 }
 

@@ -1,6 +1,7 @@
 // Placing one picture in another.
 
 #include <cstdio>
+#include <new>
 
 #include "frames/BlackPainter.h"
 #include "frames/geometry/ColorspaceInfo.h"
@@ -113,7 +114,9 @@ uint32_t VideoFrameBuffer::scaleFrom(const VideoFrameBuffer& source, const Pixel
     return kRefused;
   }
   const ucc_config_t config{};
-  if (UCC_Transform(ucc_s.get(), &targetView, &sourceView, &config) != 0) return kRefused;
+  const uint32_t status = UCC_Transform(ucc_s.get(), &targetView, &sourceView, &config);
+  if (status == kUccNoMemory) throw std::bad_alloc();
+  if (status != 0) return kRefused;
   const bool isCopy =
       frame.four_cc == source.frame.four_cc && from == to && sizeOf(frame) == sizeOf(source.frame);
   OddChroma(frame).complete(isCopy ? &source.frame : nullptr);

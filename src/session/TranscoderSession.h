@@ -242,9 +242,9 @@ class TranscoderSession : public TranscoderSessionBase {
   void logInventory(const HardwareInspector& inspector);
   char* pluginPath(PluginPath path);
   bool isDecoderFrameSizeValid(uint32_t width, uint32_t height) const;
-  void fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t* timecode,
-                         std::vector<VideoFrameAncillaryData>& ancillaryData,
-                         TranscoderVideoDecoderFrameInfo& info);
+  uint32_t fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t* timecode,
+                             std::vector<VideoFrameAncillaryData>& ancillaryData,
+                             TranscoderVideoDecoderFrameInfo& frameInfo);
   void logFrameSize(const TranscoderVideoDecoderFrameInfo& info, const VideoFrameBuffer& frame);
   uint32_t reportFrameSizeOutOfRange(uint32_t width, uint32_t height);
   int32_t videoEncoderGetEncoderFrameIndex(uint32_t frameIndex) const;

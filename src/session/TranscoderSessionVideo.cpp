@@ -103,17 +103,18 @@ uint32_t TranscoderSession::videoDecoderDecode(uint32_t bufferIndex, uint32_t* d
     if (frame == nullptr) return kFailure;
     const uint32_t status = *decoderStatus;
     if ((status & DecodeFlagFrameAvailable) == 0 || (status & DecodeFlagFrameNotReady) != 0) return result;
-    fetchDecodedFrame(*frame, timecode, ancillaryData, frameInfo);
-    return result;
+    const uint32_t fetched = fetchDecodedFrame(*frame, timecode, ancillaryData, frameInfo);
+    return fetched != kSuccess ? fetched : result;
   });
 }
 
-void TranscoderSession::fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t* timecode,
-                                          std::vector<VideoFrameAncillaryData>& ancillaryData,
-                                          TranscoderVideoDecoderFrameInfo& info) {
+uint32_t TranscoderSession::fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t* timecode,
+                                              std::vector<VideoFrameAncillaryData>& ancillaryData,
+                                              TranscoderVideoDecoderFrameInfo& info) {
   videoDecoder->getDecodedFrameSize(&info.frameWidth, &info.frameHeight, &info.displayWidth, &info.displayHeight);
-  if (info.frameWidth != 0 && info.frameHeight != 0) {
-    frame.allocBuffer(info.frameWidth, info.frameHeight, videoDecoderFourcc);
+  if (info.frameWidth != 0 && info.frameHeight != 0 &&
+      frame.allocBuffer(info.frameWidth, info.frameHeight, videoDecoderFourcc) != kSuccess) {
+    return kFailure;
   }
   videoDecoder->getDecodedFrame(frame);
   info.frameRate = videoDecoder->getFrameRate();
@@ -124,6 +125,7 @@ void TranscoderSession::fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t* tim
   info.timecodeInfoCount = TranscoderVideoDecoderFrameInfo::kTimecodeInfoMax;
   frame.getTimecodeInfo(info.timecodeInfo.data(), &info.timecodeInfoCount);
   if (info.frameWidth != lastDecodeWidth || info.frameHeight != lastDecodeHeight) logFrameSize(info, frame);
+  return kSuccess;
 }
 
 void TranscoderSession::logFrameSize(const TranscoderVideoDecoderFrameInfo& info, const VideoFrameBuffer& frame) {
@@ -183,10 +185,10 @@ uint32_t TranscoderSession::videoDecoderTransferFrameStart(uint32_t decoderBuffe
     TranscoderSessionNotifyManager& listeners = *TranscoderSessionNotifyManager::getInstance();
     listeners.notifyVideoFrameDecodeListenersBeforeOverlay(getSessionId(), videoDecoder.get(), frame);
     VideoOverlayFrames& overlays = videoDecoderBuffers.getOverlayFrames();
-    videoDecoderBuffers.applyOverlays(*frame, overlays);
+    const uint32_t drawn = videoDecoderBuffers.applyOverlays(*frame, overlays);
     listeners.notifyVideoFrameDecodeListenersAfterOverlay(getSessionId(), videoDecoder.get(), frame);
     prepareFractionalFrames(*frame, encoderBufferIndexes);
-    return kSuccess;
+    return drawn;
   });
 }
 
@@ -230,11 +232,11 @@ uint32_t TranscoderSession::videoDecoderTransferFrame(uint32_t decoderFrameIndex
     VideoOverlayFrames& overlays = set->getOverlayFrames();
     TranscoderSessionNotifyManager& listeners = *TranscoderSessionNotifyManager::getInstance();
     set->setScaleFlags(source->getScaleFlags());
-    set->transferFrame(*source, *target, overlays);
+    const uint32_t transferred = set->transferFrame(*source, *target, overlays);
     listeners.notifyVideoFrameEncodeListenersBeforeOverlay(getSessionId(), encoder, source, target);
-    set->applyOverlays(*target, overlays);
+    const uint32_t drawn = set->applyOverlays(*target, overlays);
     listeners.notifyVideoFrameEncodeListenersAfterOverlay(getSessionId(), encoder, source, target);
-    return kSuccess;
+    return transferred != kSuccess ? transferred : drawn;
   });
 }
 

@@ -105,7 +105,10 @@ void Road::takePicture(uint32_t buffer, uint64_t timecode, uint32_t frameType, R
   uint64_t decodedTimecode = 0;
   std::vector<VideoFrameAncillaryData> ancillaryData;
   TranscoderVideoDecoderFrameInfo info;
-  result.failed |= session.videoDecoderDecode(buffer, &status, &decodedTimecode, ancillaryData, info) != 0;
+  if (session.videoDecoderDecode(buffer, &status, &decodedTimecode, ancillaryData, info)) {
+    result.failed = true;
+    return;
+  }
   if (!(status & DecodeFlagFrameAvailable) || (status & DecodeFlagFrameNotReady)) return;
   result.picture = true;
   if (picturesKept) copyPicture(*session.getVideoDecoderBuffer(buffer), result.decoded);

@@ -14,6 +14,7 @@ using test::CodedStream;
 using test::EncodedUnit;
 using test::LadderSettings;
 using test::makeStream;
+using test::paintTestPicture;
 using test::psnrOfPlane;
 using test::RenditionSettings;
 using test::SessionLadder;
@@ -124,7 +125,7 @@ TEST(SessionRoad, FollowsSizeChanges) {
       if (width >= 32 && height >= 32) {
         ladder.encode();
       } else {
-        EXPECT_EQ(ladder.session().videoDecoderTransferFrameStart(0, {}), kFail);
+        EXPECT_EQ(ladder.session().videoDecoderTransferFrameStart(ladder.decodedFrameIndex(), {}), kFail);
       }
     }
   }
@@ -144,23 +145,24 @@ TEST(SessionRoad, ReportsOneLineForARunOfBadSizes) {
   SessionLadder ladder({});
   TranscoderSession& session = ladder.session();
   ladder.decode(stream.packets[0], 0);
+  const uint32_t index = ladder.decodedFrameIndex();
   texts(ladder);
   session.videoDecoderSetFrameSizeLimits(0, 0, 65, 0);
-  EXPECT_EQ(session.videoDecoderTransferFrameStart(0, {}), kFail);
-  EXPECT_EQ(session.videoDecoderTransferFrameStart(0, {}), kFail);
+  EXPECT_EQ(session.videoDecoderTransferFrameStart(index, {}), kFail);
+  EXPECT_EQ(session.videoDecoderTransferFrameStart(index, {}), kFail);
   EXPECT_THAT(texts(ladder),
               testing::ElementsAre(
                   "TranscoderSession::videoDecoderTransferFrame[{context}]: Decoded frame size is out "
                   "of range frame:64x48 max:0x0 min:65x0"));
   session.videoDecoderSetFrameSizeLimits(0, 0, 0, 0);
-  EXPECT_EQ(session.videoDecoderTransferFrameStart(0, {}), 0u);
+  EXPECT_EQ(session.videoDecoderTransferFrameStart(index, {}), 0u);
   for (const auto& limits : {std::array{63u, 0u, 0u, 0u}, {0u, 47u, 0u, 0u}, {0u, 0u, 0u, 49u}}) {
     session.videoDecoderSetFrameSizeLimits(limits[0], limits[1], limits[2], limits[3]);
-    EXPECT_EQ(session.videoDecoderTransferFrameStart(0, {}), kFail);
+    EXPECT_EQ(session.videoDecoderTransferFrameStart(index, {}), kFail);
   }
   EXPECT_EQ(texts(ladder).size(), 1u);
   session.videoDecoderSetFrameSizeLimits(64, 48, 64, 48);
-  EXPECT_EQ(session.videoDecoderTransferFrameStart(0, {}), 0u);
+  EXPECT_EQ(session.videoDecoderTransferFrameStart(index, {}), 0u);
 }
 
 TEST(SessionRoad, HandsOutEachFrameOnceAndTakesItBackAtTheLastRelease) {

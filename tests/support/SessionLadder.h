@@ -30,7 +30,7 @@ struct LadderSettings {
   uint32_t fourcc = kFourCCYV12;  ///< of decoded pictures
   uint32_t poolSize = 3;          ///< frames of each pool
   uint64_t scalerFlags = 0;
-  std::vector<RenditionSettings> renditions;
+  std::vector<RenditionSettings> renditions = {};
 };
 
 /// One coded unit that came out of an encoder.
@@ -63,6 +63,7 @@ class SessionLadder {
   /// The picture that `decode` kept, or null.
   VideoFrameBuffer* decodedFrame();
   void releaseDecoded();
+  uint32_t decodedFrameIndex() const { return decodedIndex; }
   uint32_t decoderStatus() const { return status; }
   const TranscoderVideoDecoderFrameInfo& frameInfo() const { return info; }
   TranscoderSession& session() { return *transcoder; }

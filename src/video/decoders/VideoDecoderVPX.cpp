@@ -52,6 +52,7 @@ uint32_t VideoDecoderVPX::initialize() {
 uint32_t VideoDecoderVPX::close() {
   if (decoderContext.iface != nullptr) vpx_codec_destroy(&decoderContext);
   forgetImagePlanes();
+  pictureSeen = spoiled = 0;
   return kSuccess;
 }
 
@@ -77,10 +78,30 @@ uint32_t VideoDecoderVPX::decode(uint32_t* flags) {
     userData[0] = {block.timecode, block.frameType};
     forgetImagePlanes();
     // A corrupt unit gives no picture and no failure: the stream goes on with the next one.
-    vpx_codec_decode(&decoderContext, block.buffer, block.len, &userData[0], 0);
+    if (spoiled != 0) restartAtKeyFrame(block);
+    const auto result = vpx_codec_decode(&decoderContext, block.buffer, block.len, &userData[0], 0);
     *flags |= takeImage();
+    if (*flags & DecodeFlagFrameAvailable) pictureSeen = 1;
+    if (result != VPX_CODEC_OK && pictureSeen == 0) spoiled = 1;
     return kSuccess;
   });
+}
+
+// Each damaged key frame before the first picture costs a VP9 decoder one of its few frame buffers for good:
+// go on with a fresh one.
+void VideoDecoderVPX::restartAtKeyFrame(const ByteBlock& block) {
+  vpx_codec_stream_info_t info{};
+  info.sz = sizeof info;
+  vpx_codec_iface_t* codecInterface = this->codecInterface();
+  vpx_codec_peek_stream_info(codecInterface, block.buffer, block.len, &info);
+  vpx_codec_ctx_t fresh{};
+  if (info.is_kf == 0 ||
+      vpx_codec_dec_init(&fresh, codecInterface, nullptr, VPX_CODEC_USE_FRAME_THREADING) != VPX_CODEC_OK) {
+    return;
+  }
+  vpx_codec_destroy(&decoderContext);
+  decoderContext = fresh;
+  spoiled = 0;
 }
 
 uint32_t VideoDecoderVPX::takeImage() {

@@ -51,6 +51,7 @@ class VideoDecoderVPX : public VideoDecoderBase {
  private:
   vpx_codec_iface_t* codecInterface() const;
   uint32_t* parameterField(uint32_t key);
+  void restartAtKeyFrame(const ByteBlock& block);
   uint32_t takeImage();
   void forgetImagePlanes();
   void reportFormat(const char* text, uint32_t format);
@@ -60,6 +61,8 @@ class VideoDecoderVPX : public VideoDecoderBase {
   uint64_t frameCount = 0;                        ///< units given to libvpx
   std::array<VPXDecodeUserData, 128> userData{};  ///< only the first serves: one frame is in flight at a time
   uint8_t showImageFormatError = 1;
+  uint8_t pictureSeen = 0;     ///< some unit has given a picture since `initialize`
+  uint8_t spoiled = 0;         ///< units failed before that
   vpx_image_t decodedImage{};  ///< header of the last image; its planes are libvpx's and cleared before the
                                ///< next decode
 };

@@ -12,8 +12,10 @@
 
 extern "C" {
 
-/// Pixel formats. Planar YUV formats name their planes in the order Y, U, V in `ucc_frame_t::plane`, whatever
-/// the order in memory.
+/// Pixel formats. Names of packed formats give the components in the order of their bytes. Subsampled chroma
+/// has width / 2 (or width / 4) x height / 2 samples, rounded down: an odd last column or row shares the
+/// chroma beside it, and a picture too small for any chroma is grey. Planar YUV formats name their planes in
+/// the order Y, U, V in `ucc_frame_t::plane`, whatever the order in memory.
 enum ucc_pixel_format_e {
   UCC_FORMAT_UNKNOWN = 0,
   UCC_FORMAT_AYUV = 1,

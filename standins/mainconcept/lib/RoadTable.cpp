@@ -70,10 +70,14 @@ constexpr PictureKernel k3toRgb = libyuvMatrixKernel<F, 3>;
 template <auto F>
 constexpr PictureKernel k2toRgb = libyuvMatrixKernel<F, 2>;
 
-// First fit wins: single pairs where a kernel beats the roads for any format, then those roads.
+// First fit wins: single pairs where a kernel beats the roads for any format, then those roads. Figures are
+// by `build/release/bench/converter-bench` at 720p, scaled to 854 x 480: time over that of a copy of as many
+// bytes (c), of the general road (g) and of swscale's bicubic (s), which nowhere came out ahead of what the
+// row has.
 constexpr RoadRow kRoads[] = {
     {kAsSource, kAny, kSame, makeRoad<CopyRoad>},
 
+    // c 0.7 to 1.3, R565 2.1; g 0.03 to 0.16; s 0.02 to 0.18. Chroma is repeated, not interpolated.
     {UCC_FORMAT_BGRA, UCC_FORMAT_I420, kRgbFrom420, makeKernelRoad, k3toRgb<libyuv::I420ToARGBMatrix>},
     {UCC_FORMAT_BGR4, UCC_FORMAT_I420, kRgbFrom420, makeKernelRoad, k3toRgb<libyuv::I420ToARGBMatrix>},
     {UCC_FORMAT_BGR3, UCC_FORMAT_I420, kRgbFrom420, makeKernelRoad, k3toRgb<libyuv::I420ToRGB24Matrix>},
@@ -85,6 +89,7 @@ constexpr RoadRow kRoads[] = {
     {UCC_FORMAT_BGR3, UCC_FORMAT_NV12, kRgbFrom420, makeKernelRoad, k2toRgb<libyuv::NV12ToRGB24Matrix>},
     {UCC_FORMAT_BGR3, UCC_FORMAT_NV21, kRgbFrom420, makeKernelRoad, k2toRgb<libyuv::NV21ToRGB24Matrix>},
 
+    // c 0.6 to 1.4; g 0.1 to 0.5; s 0.05 to 1.
     {UCC_FORMAT_I420, UCC_FORMAT_UYVY, kSame420, makeKernelRoad, k1to3<libyuv::UYVYToI420>},
     {UCC_FORMAT_I420, UCC_FORMAT_YUY2, kSame420, makeKernelRoad, k1to3<libyuv::YUY2ToI420>},
     {UCC_FORMAT_I422, UCC_FORMAT_UYVY, kSame422, makeKernelRoad, k1to3<libyuv::UYVYToI422>},
@@ -102,6 +107,7 @@ constexpr RoadRow kRoads[] = {
     {UCC_FORMAT_NV12, UCC_FORMAT_NV21, kSame420, makeKernelRoad, k2to2<libyuv::NV21ToNV12>},
     {UCC_FORMAT_NV21, UCC_FORMAT_NV12, kSame420, makeKernelRoad, k2to2<libyuv::NV21ToNV12>},
 
+    // c 0.7 to 0.9; g 0.4 to 0.5; s 0.3 to 0.7.
     {UCC_FORMAT_BGR3, UCC_FORMAT_BGRA, kSame, makeKernelRoad, k1to1<libyuv::ARGBToRGB24>},
     {UCC_FORMAT_BGRA, UCC_FORMAT_BGR3, kSame, makeKernelRoad, k1to1<libyuv::RGB24ToARGB>},
     {UCC_FORMAT_BGR4, UCC_FORMAT_BGR3, kSame, makeKernelRoad, k1to1<libyuv::RGB24ToARGB>},
@@ -110,14 +116,17 @@ constexpr RoadRow kRoads[] = {
     {UCC_FORMAT_AYUV, UCC_FORMAT_VUYA, kSame, makeKernelRoad, k1to1<libyuv::ARGBToBGRA>},
     {UCC_FORMAT_VUYA, UCC_FORMAT_AYUV, kSame, makeKernelRoad, k1to1<libyuv::BGRAToARGB>},
 
+    // c 1.4 to 1.9; g 0.05; s 0.03.
     {UCC_FORMAT_I420, UCC_FORMAT_BGRA, kFromRgb, makeRoad<RgbTo420Road>},
     {UCC_FORMAT_I420, UCC_FORMAT_BGR4, kFromRgb, makeRoad<RgbTo420Road>},
     {UCC_FORMAT_I420, UCC_FORMAT_ARGB, kFromRgb, makeRoad<RgbTo420Road>},
 
+    // g 0.8, 0.5 of a zimg graph; s 0.27.
     {UCC_FORMAT_I420, UCC_FORMAT_I420, kSameColour, makeRoad<PlaneScaleRoad>},
     {UCC_FORMAT_I422, UCC_FORMAT_I422, kSameColour, makeRoad<PlaneScaleRoad>},
     {UCC_FORMAT_NV12, UCC_FORMAT_NV12, kSameColour, makeRoad<PlaneScaleRoad>},
     {UCC_FORMAT_NV21, UCC_FORMAT_NV21, kSameColour, makeRoad<PlaneScaleRoad>},
+    // g 0.3, from RGB 0.08, NV12 0.95; s 0.23 to 0.34, from RGB 0.04.
     {UCC_FORMAT_BGRA, UCC_FORMAT_I420, kRgbFromScaled, makeRoad<Via420Road>},
     {UCC_FORMAT_BGR4, UCC_FORMAT_I420, kRgbFromScaled, makeRoad<Via420Road>},
     {UCC_FORMAT_BGR3, UCC_FORMAT_I420, kRgbFromScaled, makeRoad<Via420Road>},

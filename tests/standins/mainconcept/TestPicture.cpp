@@ -1,7 +1,12 @@
 #include "TestPicture.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <random>
 
@@ -105,6 +110,20 @@ Rgb smoothScene(double x, double y) {
           0.5 + 0.4 * std::sin(3 * y - 2 * x + 4)};
 }
 
+GuardedBlock::GuardedBlock(size_t bytes) {
+  const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  const size_t usable = (bytes + page - 1) / page * page;
+  mapped_ = usable + page;
+  mapping_ = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (mapping_ == MAP_FAILED) std::abort();
+  mprotect(static_cast<uint8_t*>(mapping_) + usable, page, PROT_NONE);
+  data_ = static_cast<uint8_t*>(mapping_) + usable - bytes;
+}
+
+GuardedBlock::~GuardedBlock() {
+  if (mapping_) munmap(mapping_, mapped_);
+}
+
 TestPicture::TestPicture(const TestFormat& format, uint32_t width, uint32_t height, size_t padding,
                          bool bottomUp)
     : format_(format) {
@@ -117,7 +136,7 @@ TestPicture::TestPicture(const TestFormat& format, uint32_t width, uint32_t heig
     const size_t stride = bytesInRow(p) + padding;
     const size_t rows = rowsOfPlane(p);
     const size_t size = rows ? (rows - 1) * stride + bytesInRow(p) : 0;
-    storage_[p].reset(new uint8_t[size]);
+    storage_[p] = GuardedBlock(size);
     std::memset(storage_[p].get(), kPaddingByte, size);
     frame_.stride[p] = static_cast<int32_t>(bottomUp ? -static_cast<ptrdiff_t>(stride) : stride);
     frame_.plane[p] = storage_[p].get() + (bottomUp && rows ? (rows - 1) * stride : 0);

@@ -5,8 +5,8 @@
 #include <array>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "mc_ucc.h"
@@ -48,10 +48,34 @@ Rgb smoothScene(double x, double y);
 
 constexpr uint32_t kFull709[4] = {1, 1, MATRIX_COEFFICIENTS_BT709_6, PIC_SIGNAL_RANGE_FULL};
 
+/// Memory whose last byte is followed by a page that may not be touched, by any library.
+class GuardedBlock {
+ public:
+  GuardedBlock() = default;
+  explicit GuardedBlock(size_t bytes);
+  GuardedBlock(GuardedBlock&& other) noexcept { swap(other); }
+  GuardedBlock& operator=(GuardedBlock&& other) noexcept {
+    swap(other);
+    return *this;
+  }
+  ~GuardedBlock();
+  uint8_t* get() const { return data_; }
+
+ private:
+  void swap(GuardedBlock& other) noexcept {
+    std::swap(data_, other.data_);
+    std::swap(mapping_, other.mapping_);
+    std::swap(mapped_, other.mapped_);
+  }
+  uint8_t* data_ = nullptr;
+  void* mapping_ = nullptr;
+  size_t mapped_ = 0;
+};
+
 class TestPicture {
  public:
-  /// Each plane has storage of its own that ends with its last row. Rows are `padding` bytes apart;
-  /// `bottomUp` turns the strides round.
+  /// Each plane has storage of its own that ends with its last row, before a guard page. Rows are `padding`
+  /// bytes apart; `bottomUp` turns the strides round.
   TestPicture(const TestFormat& format, uint32_t width, uint32_t height, size_t padding = 5,
               bool bottomUp = false);
 
@@ -82,7 +106,7 @@ class TestPicture {
 
   const TestFormat& format_;
   ucc_frame_t frame_{};
-  std::unique_ptr<uint8_t[]> storage_[3];
+  GuardedBlock storage_[3];
 };
 
 }  // namespace qvs::test

@@ -96,6 +96,26 @@ TEST(Conversion, EveryPairKeepsColoursAtEqualSize) {
   }
 }
 
+TEST(Conversion, ShortRangeRgb) {
+  Instance convert;
+  for (const uint32_t id :
+       {UCC_FORMAT_BGRA, UCC_FORMAT_BGR3, UCC_FORMAT_I420, UCC_FORMAT_NV12, UCC_FORMAT_V210}) {
+    for (const uint32_t rgb : {UCC_FORMAT_BGRA, UCC_FORMAT_BGR4}) {
+      for (const uint32_t width : {80u, 60u}) {
+        TestPicture shortRange(testFormat(rgb), 80, 64), other(testFormat(id), width, 64),
+            back(testFormat(rgb), 80, 64);
+        shortRange.setColour(k709, kShort);
+        shortRange.paint(smoothScene);
+        ASSERT_EQ(convert(other, shortRange), 0u);
+        EXPECT_GE(other.psnrAgainst(smoothScene), 42) << testFormat(id).name;
+        back.setColour(k709, kShort);
+        ASSERT_EQ(convert(back, other), 0u);
+        EXPECT_GE(back.psnrAgainst(smoothScene), 42) << testFormat(id).name;
+      }
+    }
+  }
+}
+
 TEST(Conversion, EveryPairScales) {
   Instance convert;
   for (const auto& size : {std::pair{56, 90}, std::pair{120, 48}}) {

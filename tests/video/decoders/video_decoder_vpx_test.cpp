@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <random>
 
+#include "frames/geometry/FourCC.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/LogCollector.h"
 #include "support/Md5.h"
@@ -124,7 +125,9 @@ TEST_F(VideoDecoderVPXTest, RoundsChromaDownAtOddSizes) {
     frame.allocBuffer(width, height, kFourCCYV12);
     EXPECT_EQ(decoder.getDecodedFrame(frame), 0u);
     EXPECT_GT(psnrOfPlane(frame, 'Y', 0), 28) << width << "x" << height;
-    if (width > 16 && height > 16) EXPECT_GT(psnrOfPlane(frame, 'V', 0), 30) << width << "x" << height;
+    if (width > 16 && height > 16) {
+      EXPECT_GT(psnrOfPlane(frame, 'V', 0), 30) << width << "x" << height;
+    }
   }
 }
 
@@ -138,7 +141,9 @@ TEST_F(VideoDecoderVPXTest, NeverOverrunsATargetOfAnotherSize) {
     frame.allocBuffer(width, height, kFourCCYV12, 1);
     EXPECT_EQ(decoder.getDecodedFrame(frame), 0u);
     EXPECT_NEAR(frame.getPlane(0)[0], test::testPixel(0, 0, 176, 144, 0).y, 12);
-    if (height == 300) EXPECT_EQ(frame.getPlane(0)[200 * 400], 0);
+    if (height == 300) {
+      EXPECT_EQ(frame.getPlane(0)[200 * 400], 0);
+    }
   }
   VideoFrameBuffer none;
   EXPECT_EQ(decoder.getDecodedFrame(none), 0u);

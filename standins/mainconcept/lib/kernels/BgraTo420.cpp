@@ -35,7 +35,7 @@ void plainTo420Rows(const uint8_t* src0, const uint8_t* src1, const PixelMatrix&
     uint8_t mean[4];
     for (uint32_t i = 0; i < 4; ++i) {
       const uint32_t at = 8 * x + i;
-      mean[i] = static_cast<uint8_t>((src0[at] + src0[at + 4] + src1[at] + src1[at + 4] + 2) >> 2);
+      mean[i] = static_cast<uint8_t>((src0[at] + src0[at + 4] + src1[at] + src1[at + 4] + 1) >> 2);
     }
     u[x] = matrix.u.apply(mean);
     v[x] = matrix.v.apply(mean);

@@ -36,9 +36,9 @@ struct Planes420 {
   ptrdiff_t vStride;
 };
 
-/// Converts width x height pixels. Chroma is taken from the rounded mean of each 2 x 2 block and has width /
-/// 2 x height / 2 samples; an odd last column or row has none. Source and target must not overlap. Every
-/// instruction set gives the same bytes.
+/// Converts width x height pixels. Chroma is taken from the rounded mean (a half goes down) of each 2 x 2
+/// block and has width / 2 x height / 2 samples; an odd last column or row has none. Source and target must
+/// not overlap. Every instruction set gives the same bytes.
 void bgraTo420(const uint8_t* src, ptrdiff_t srcStride, const RgbOrder& order, const RgbToYuvMatrix& matrix,
                const Planes420& dst, uint32_t width, uint32_t height);
 

@@ -55,7 +55,7 @@ struct Block {
   ChromaSample sample(const PixelMatrix& matrix) const {
     if (alpha == 0) return {kNeutralChroma, kNeutralChroma, 0};
     uint8_t mean[4];
-    for (int i = 0; i < 4; ++i) mean[i] = static_cast<uint8_t>((weighted[i] + alpha / 2) / alpha);
+    for (int i = 0; i < 4; ++i) mean[i] = static_cast<uint8_t>((weighted[i] + (alpha - 1) / 2) / alpha);
     return {matrix.u.apply(mean), matrix.v.apply(mean), static_cast<uint8_t>((alpha + 2) / 4)};
   }
 };

@@ -77,14 +77,15 @@ bool FilterBank::build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits) {
   bits_ = short_ ? shortBits : kWideBits;
   taps_ = 1;
   for (uint32_t i = 0; i < dstSize; ++i) taps_ = std::max(taps_, fillRow(i, row).count);
+  stride_ = short_ ? taps_ : (taps_ + kWideMultiple - 1) / kWideMultiple * kWideMultiple;
 
   if (!starts_.allocate(dstSize * sizeof(uint32_t))) return false;
-  if (!weights_.allocate(static_cast<size_t>(dstSize) * taps_ * sizeof(int16_t))) return false;
+  if (!weights_.allocate(static_cast<size_t>(dstSize) * stride_ * sizeof(int16_t))) return false;
   for (uint32_t i = 0; i < dstSize; ++i) {
     const Span span = fillRow(i, row);
     const uint32_t start = std::min(span.first, srcSize - taps_);
-    int16_t* out = weights_.as<int16_t>() + static_cast<size_t>(i) * taps_;
-    std::fill_n(out, taps_, int16_t{0});
+    int16_t* out = weights_.as<int16_t>() + static_cast<size_t>(i) * stride_;
+    std::fill_n(out, stride_, int16_t{0});
     std::copy_n(row, span.count, out + (span.first - start));
     starts_.as<uint32_t>()[i] = start;
   }

@@ -9,13 +9,14 @@ namespace qvs::ucc {
 
 /// For each output sample the first input sample that it takes and its weights. Every output has the same
 /// number of taps and all of them lie inside the input: weights of samples beyond an edge are added to the
-/// edge sample's.
+/// edge sample's. Rows of a wide filter are filled up with zeros to a multiple of kWideMultiple weights.
 class FilterBank {
  public:
-  /// Up to this number of taps the vector kernels apply; weights then have the given bits of fraction, else
-  /// kWideBits.
+  /// Filters of at most this number of taps are short: their weights have the bits of fraction asked for,
+  /// those of wide filters kWideBits.
   static constexpr uint32_t kMaxShortTaps = 16;
   static constexpr uint32_t kWideBits = 14;
+  static constexpr uint32_t kWideMultiple = 32;
 
   /// Slope of the kernel at distance 1. Between the Catmull-Rom spline (-0.5) and the sharpest in use
   /// (-0.75): two decibels nearer to a Lanczos filter than the former, with little of the latter's ringing.
@@ -26,11 +27,12 @@ class FilterBank {
   uint32_t srcSize() const { return srcSize_; }
   uint32_t dstSize() const { return dstSize_; }
   uint32_t taps() const { return taps_; }
+  uint32_t filledTaps() const { return stride_; }
   bool isShort() const { return short_; }
   uint32_t bits() const { return bits_; }  ///< 1 << bits is weight 1; each output's weights sum up to it
   uint32_t start(uint32_t output) const { return starts_.as<uint32_t>()[output]; }
   const int16_t* weights(uint32_t output) const {
-    return weights_.as<int16_t>() + static_cast<size_t>(output) * taps_;
+    return weights_.as<int16_t>() + static_cast<size_t>(output) * stride_;
   }
 
  private:
@@ -42,6 +44,7 @@ class FilterBank {
   uint32_t srcSize_ = 0;
   uint32_t dstSize_ = 0;
   uint32_t taps_ = 0;
+  uint32_t stride_ = 0;  ///< weights from one output's to the next
   uint32_t bits_ = 0;
   bool short_ = false;
   AlignedBuffer starts_;

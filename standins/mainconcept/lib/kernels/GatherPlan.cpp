@@ -57,6 +57,7 @@ bool GatherPlan::build(const FilterBank& filter, uint32_t components, uint32_t v
   tapsPerStep_ = filter.taps() <= 8 && unitFits(2, 2) ? 2 : 4;
   if (tapsPerStep_ == 4 && !unitFits(4, 4)) return true;
   steps_ = (filter.taps() + tapsPerStep_ - 1) / tapsPerStep_;
+  if (steps_ > kMaxSteps) return true;
   sharedWindow_ = unitFits(tapsPerStep_, steps_ * tapsPerStep_);
 
   const uint32_t outputs = filter.dstSize() * components;

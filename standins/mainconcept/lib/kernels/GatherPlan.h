@@ -10,10 +10,12 @@ namespace qvs::ucc {
 
 /// Blocks of outputs in a row that use the same table, each reading `sourceStep` bytes further on.
 struct GatherRun {
+  static constexpr uint32_t kMaxSteps = 4;
+
   uint32_t blocks;
   uint32_t sourceStep;
-  uint32_t table;         ///< number of the table
-  uint32_t offset[4][2];  ///< [step][unit]: source bytes from the row's start, for the first block
+  uint32_t table;                 ///< number of the table
+  uint32_t offset[kMaxSteps][2];  ///< [step][unit]: source bytes from the row's start, for the first block
 };
 
 /// A block is one vector of outputs. In each step a unit of the vector (all of it, or each 16-byte lane)
@@ -25,6 +27,7 @@ struct GatherRun {
 class GatherPlan {
  public:
   static constexpr int kLowBits = 5;
+  static constexpr uint32_t kMaxSteps = GatherRun::kMaxSteps;
 
   /// For vectors of `vectorBytes` made of units of `unitBytes`. The plan is empty (usable() is false) where
   /// the filter has too many taps for the kernels or the row is shorter than a unit. False when memory fails.

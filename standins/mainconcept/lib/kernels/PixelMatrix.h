@@ -14,7 +14,7 @@ struct PixelWeights {
   int16_t whole[4];
   int8_t high[4];
   int8_t low[4];
-  int32_t bias;  ///< offset and rounding, in 16384ths
+  int32_t bias;  ///< offset and rounding, in 16384ths; a multiple of 128
 
   PixelWeights(const int16_t (&rgb)[3], const RgbOrder& order, int offset)
       : bias((offset << 14) + (1 << 13)) {

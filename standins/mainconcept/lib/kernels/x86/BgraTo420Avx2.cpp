@@ -30,8 +30,8 @@ struct Avx2 {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(high), _mm256_extracti128_si256(value, 1));
   }
   static Reg set16(int value) { return _mm256_set1_epi16(static_cast<int16_t>(value)); }
-  static Reg add16(Reg a, Reg b) { return _mm256_add_epi16(a, b); }
-  static Reg shiftRight2(Reg words) { return _mm256_srli_epi16(words, 2); }
+  static Reg average16(Reg a, Reg b) { return _mm256_avg_epu16(a, b); }
+  static Reg halve(Reg words) { return _mm256_srli_epi16(words, 1); }
 
   static Reg dotPixels(Reg pixels, const Weights& weights) {
     const Reg high = _mm256_madd_epi16(_mm256_maddubs_epi16(pixels, weights.high), set16(128));

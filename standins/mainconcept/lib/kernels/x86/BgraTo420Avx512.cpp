@@ -13,9 +13,11 @@ struct Avx512 {
   static constexpr int kBytes = 64;
 
   struct Weights {
-    Reg high, low, bias;
+    Reg high, low, bias;  ///< the bias is that of the high part
     explicit Weights(const PixelWeights& weights)
-        : high(broadcast(weights.high)), low(broadcast(weights.low)), bias(_mm512_set1_epi32(weights.bias)) {}
+        : high(broadcast(weights.high)),
+          low(broadcast(weights.low)),
+          bias(_mm512_set1_epi32(weights.bias >> 7)) {}
     static Reg broadcast(const int8_t (&bytes)[4]) {
       int32_t word;
       std::memcpy(&word, bytes, sizeof word);
@@ -30,12 +32,12 @@ struct Avx512 {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(high), _mm512_extracti64x4_epi64(value, 1));
   }
   static Reg set16(int value) { return _mm512_set1_epi16(static_cast<int16_t>(value)); }
-  static Reg add16(Reg a, Reg b) { return _mm512_add_epi16(a, b); }
-  static Reg shiftRight2(Reg words) { return _mm512_srli_epi16(words, 2); }
+  static Reg average16(Reg a, Reg b) { return _mm512_avg_epu16(a, b); }
+  static Reg halve(Reg words) { return _mm512_srli_epi16(words, 1); }
 
   static Reg dotPixels(Reg pixels, const Weights& weights) {
-    const Reg high = _mm512_slli_epi32(_mm512_dpbusd_epi32(_mm512_setzero_si512(), pixels, weights.high), 7);
-    const Reg sum = _mm512_dpbusd_epi32(_mm512_add_epi32(high, weights.bias), pixels, weights.low);
+    const Reg high = _mm512_slli_epi32(_mm512_dpbusd_epi32(weights.bias, pixels, weights.high), 7);
+    const Reg sum = _mm512_dpbusd_epi32(high, pixels, weights.low);
     return _mm512_srai_epi32(sum, 14);
   }
   /// Sums of the components of pixels 0 and 1, 2 and 3 and so on.

@@ -1,6 +1,7 @@
 // RGB to 4:2:0 over a vector type. `V` gives the registers and operations of one instruction set.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "../PixelMatrix.h"
@@ -23,7 +24,10 @@ class BgraTo420Vector {
                         uint8_t* y1, uint8_t* u, uint8_t* v, uint32_t width) {
     if (width < kPixels) return plainTo420Rows(src0, src1, matrix, y0, y1, u, v, width);
     const typename V::Weights yWeights(matrix.y), uWeights(matrix.u), vWeights(matrix.v);
+    const ptrdiff_t stride = src1 - src0;
     const auto block = [&](uint32_t x) {
+      prefetch(src1 + stride + size_t{4} * x);
+      prefetch(src1 + 2 * stride + size_t{4} * x);
       lumaBlock(src0, yWeights, y0, x);
       lumaBlock(src1, yWeights, y1, x);
       chromaBlock(src0, src1, uWeights, vWeights, u, v, x);
@@ -46,6 +50,12 @@ class BgraTo420Vector {
     for (uint32_t x = from; x < to; ++x) y[x] = matrix.y.apply(src + 4 * x);
   }
 
+  /// Asks for a block of the rows that come next: the processor's own prefetch stops at each page's end.
+  /// Beyond the picture it does nothing.
+  static void prefetch(const uint8_t* row) {
+    for (uint32_t line = 0; line < 4 * kPixels; line += 64) __builtin_prefetch(row + line, 0, 2);
+  }
+
   static void lumaBlock(const uint8_t* src, const typename V::Weights& weights, uint8_t* y, uint32_t x) {
     const uint8_t* from = src + size_t{4} * x;
     const Reg a = V::dotPixels(V::load(from), weights);
@@ -57,8 +67,7 @@ class BgraTo420Vector {
 
   /// Means of 2 x 2 blocks of one register's pixels and those below, as words.
   static Reg means(const uint8_t* above, const uint8_t* below) {
-    const Reg sum = V::add16(V::addNeighbours(V::load(above)), V::addNeighbours(V::load(below)));
-    return V::shiftRight2(V::add16(sum, V::set16(2)));
+    return V::halve(V::average16(V::addNeighbours(V::load(above)), V::addNeighbours(V::load(below))));
   }
 
   static void chromaBlock(const uint8_t* src0, const uint8_t* src1, const typename V::Weights& uWeights,

@@ -15,6 +15,7 @@ struct Avx2 {
 
   static Reg zero() { return _mm256_setzero_si256(); }
   static Reg set16(int value) { return _mm256_set1_epi16(static_cast<int16_t>(value)); }
+  static Reg set32(int value) { return _mm256_set1_epi32(value); }
   static Reg load(const void* from) { return _mm256_loadu_si256(static_cast<const __m256i*>(from)); }
   static void store(void* to, Reg value) { _mm256_storeu_si256(static_cast<__m256i*>(to), value); }
   static void storePart(uint8_t* to, Reg value, uint32_t bytes) {
@@ -27,6 +28,17 @@ struct Avx2 {
     const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from[1] + at));
     return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
   }
+  static Reg loadWidened(const uint8_t* from) {
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
+  }
+  static int total32(Reg sums) {
+    __m128i four = _mm_add_epi32(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
+    four = _mm_add_epi32(four, _mm_shuffle_epi32(four, 0x4E));
+    return _mm_cvtsi128_si32(_mm_add_epi32(four, _mm_shuffle_epi32(four, 0xB1)));
+  }
+  static Reg unpackLow16(Reg a, Reg b) { return _mm256_unpacklo_epi16(a, b); }
+  static Reg unpackHigh16(Reg a, Reg b) { return _mm256_unpackhi_epi16(a, b); }
+  static Reg packWords(Reg first, Reg second) { return _mm256_packs_epi32(first, second); }
   static Reg shuffleUnits(Reg bytes, Reg index) { return _mm256_shuffle_epi8(bytes, index); }
   static Reg add16(Reg a, Reg b) { return _mm256_add_epi16(a, b); }
   static Reg add32(Reg a, Reg b) { return _mm256_add_epi32(a, b); }

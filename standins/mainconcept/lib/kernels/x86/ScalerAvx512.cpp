@@ -13,12 +13,20 @@ struct Avx512 {
 
   static Reg zero() { return _mm512_setzero_si512(); }
   static Reg set16(int value) { return _mm512_set1_epi16(static_cast<int16_t>(value)); }
+  static Reg set32(int value) { return _mm512_set1_epi32(value); }
   static Reg load(const void* from) { return _mm512_loadu_si512(from); }
   static void store(void* to, Reg value) { _mm512_storeu_si512(to, value); }
   static void storePart(uint8_t* to, Reg value, uint32_t bytes) {
-    _mm512_mask_storeu_epi8(to, (uint64_t{1} << bytes) - 1, value);
+    _mm512_mask_storeu_epi8(to, ~uint64_t{0} >> (64 - bytes), value);
   }
   static Reg loadUnits(const uint8_t* const* from, size_t at) { return load(from[0] + at); }
+  static Reg loadWidened(const uint8_t* from) {
+    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)));
+  }
+  static int total32(Reg sums) { return _mm512_reduce_add_epi32(sums); }
+  static Reg unpackLow16(Reg a, Reg b) { return _mm512_unpacklo_epi16(a, b); }
+  static Reg unpackHigh16(Reg a, Reg b) { return _mm512_unpackhi_epi16(a, b); }
+  static Reg packWords(Reg first, Reg second) { return _mm512_packs_epi32(first, second); }
   static Reg shuffleUnits(Reg bytes, Reg index) { return _mm512_permutexvar_epi8(index, bytes); }
   static Reg add16(Reg a, Reg b) { return _mm512_add_epi16(a, b); }
   static Reg add32(Reg a, Reg b) { return _mm512_add_epi32(a, b); }

@@ -1,6 +1,7 @@
 // The scaler's kernels over a vector type. `V` gives the registers and operations of one instruction set.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -14,13 +15,16 @@ class ScalerVector {
  public:
   static void scaleLine(const FilterBank& filter, const GatherPlan& plan, uint32_t components,
                         const uint8_t* src, int16_t* line) {
-    if (!plan.usable()) return plainScaleLine(filter, plan, components, src, line);
+    if (!plan.usable()) {
+      const bool dots = !filter.isShort() && components == 1;
+      return dots ? dotForm(filter, src, line) : plainScaleLine(filter, plan, components, src, line);
+    }
     kGatherForms[plan.tapsPerStep() == 4][plan.sharedWindow()][plan.steps() - 1](plan, src, line);
   }
 
   static void combineLines(const int16_t* const* lines, const int16_t* weights, uint32_t taps, uint8_t* dst,
                            uint32_t samples) {
-    if (taps > FilterBank::kMaxShortTaps) return plainCombineLines(lines, weights, taps, dst, samples);
+    if (taps > FilterBank::kMaxShortTaps) return wideSumForm(lines, weights, taps, dst, samples);
     kSumForms[taps - 1](lines, weights, dst, samples);
   }
 
@@ -96,6 +100,51 @@ class ScalerVector {
     V::storePart(dst + x,
                  V::packUnsigned(sum<Taps>(lines, weights, x), sum<Taps>(lines, weights, x + V::kBytes / 2)),
                  samples - x);
+  }
+
+  /// Wide filters: output by output. Those whose filled-up taps would reach beyond the row go tap by tap.
+  static void dotForm(const FilterBank& filter, const uint8_t* src, int16_t* line) {
+    constexpr int kShift = static_cast<int>(FilterBank::kWideBits) - kLineBits;
+    for (uint32_t i = 0; i < filter.dstSize(); ++i) {
+      const int16_t* weights = filter.weights(i);
+      const uint8_t* from = src + filter.start(i);
+      int total = 1 << (kShift - 1);
+      if (filter.start(i) + filter.filledTaps() <= filter.srcSize()) {
+        Reg sums = V::zero();
+        for (uint32_t t = 0; t < filter.filledTaps(); t += V::kBytes / 2) {
+          sums = V::add32(sums, V::addPairs(V::loadWidened(from + t), V::load(weights + t)));
+        }
+        total += V::total32(sums);
+      } else {
+        for (uint32_t t = 0; t < filter.taps(); ++t) total += weights[t] * from[t];
+      }
+      line[i] = static_cast<int16_t>(total >> kShift);
+    }
+  }
+
+  /// One register of samples, as words.
+  static Reg wideSum(const int16_t* const* lines, const int16_t* weights, uint32_t taps, uint32_t x) {
+    constexpr int kBits = kLineBits + static_cast<int>(FilterBank::kWideBits);
+    Reg first = V::set32(1 << (kBits - 1));
+    Reg second = first;
+    for (uint32_t t = 0; t < taps; t += 2) {
+      const bool pair = t + 1 < taps;
+      const Reg upper = V::load(lines[t] + x);
+      const Reg lower = pair ? V::load(lines[t + 1] + x) : V::zero();
+      const Reg both = V::set32((weights[t] & 0xFFFF) | (pair ? weights[t + 1] * 0x10000 : 0));
+      first = V::add32(first, V::addPairs(V::unpackLow16(upper, lower), both));
+      second = V::add32(second, V::addPairs(V::unpackHigh16(upper, lower), both));
+    }
+    return V::packWords(V::template shiftRight32<kBits>(first), V::template shiftRight32<kBits>(second));
+  }
+
+  static void wideSumForm(const int16_t* const* lines, const int16_t* weights, uint32_t taps, uint8_t* dst,
+                          uint32_t samples) {
+    for (uint32_t x = 0; x < samples; x += V::kBytes) {
+      const Reg bytes =
+          V::packUnsigned(wideSum(lines, weights, taps, x), wideSum(lines, weights, taps, x + V::kBytes / 2));
+      V::storePart(dst + x, bytes, std::min<uint32_t>(samples - x, V::kBytes));
+    }
   }
 
   template <int TapsPerStep, bool SharedWindow>

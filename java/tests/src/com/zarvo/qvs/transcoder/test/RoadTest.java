@@ -127,4 +127,32 @@ class RoadTest {
       }
     }
   }
+
+  /** Sessions share the process's singletons and nothing else. */
+  @Test
+  void sessionsRunSideBySide() throws Exception {
+    List<byte[]> clip = Ivf.halves(160, 96, 8);
+    java.util.concurrent.Callable<Integer> work =
+        () -> {
+          int packets = 0;
+          for (int round = 0; round < 4; ++round) {
+            try (Road road = new Road(80, 48)) {
+              for (int i = 0; i < clip.size(); ++i) {
+                long picture = road.decode(clip.get(i), i * 40L, i == 0 ? Library.KEY_FRAME : 2);
+                Road.assertHalves(road.encode(picture, i * 40L, i == 0 ? Library.KEY_FRAME : 0));
+                videoDecoderBufferRelease(road.handle, picture);
+              }
+              Library.logs(road.handle);
+              packets += road.packets.size();
+            }
+          }
+          return packets;
+        };
+    var pool = java.util.concurrent.Executors.newFixedThreadPool(3);
+    try {
+      for (var result : pool.invokeAll(java.util.Collections.nCopies(3, work))) assertEquals(32, result.get());
+    } finally {
+      pool.shutdown();
+    }
+  }
 }

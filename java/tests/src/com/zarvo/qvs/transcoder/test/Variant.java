@@ -30,6 +30,8 @@ final class Variant extends URLClassLoader {
   }
 
   static Variant of(Set<String> stripped, Set<String> hidden) throws Exception {
+    // First the library itself: modules that need it are bound to the first one loaded of its name.
+    Library.start();
     Variant variant = new Variant(stripped, hidden);
     Path library = Path.of(System.getProperty("qvs.library"));
     Path copy = Files.createTempFile("variant", ".so");
