@@ -67,14 +67,16 @@ void blendOverlay(const ScalerKernels& kernels, int32_t x, int32_t y,
 
   const size_t stride = overlay.stride;
   const uint8_t* first = static_cast<const uint8_t*>(overlay.plane) + rows.from * stride + 4 * columns.from;
-  for (int64_t row = 0; row < rows.count; ++row) {
-    kernels.blendLuma(first + row * stride, layout.y + (rows.at + row) * size_t{target.stride} + columns.at,
-                      columns.count);
-  }
-  for (int64_t row = 0; row < rows.chroma; ++row) {
-    const size_t offset = (rows.at / 2 + row) * layout.chromaStride + columns.at / 2 * layout.chromaStep;
-    const uint8_t* upper = first + 2 * row * stride;
-    const uint8_t* lower = 2 * row + 1 < rows.count ? upper + stride : nullptr;
+  uint8_t* luma = layout.y + rows.at * size_t{target.stride} + columns.at;
+  const size_t chroma = rows.at / 2 * layout.chromaStride + columns.at / 2 * layout.chromaStep;
+  // Two rows of luma, then the chroma below them, while the overlay's rows are in the nearest cache.
+  for (int64_t row = 0; row < rows.count; row += 2) {
+    const uint8_t* upper = first + row * stride;
+    const uint8_t* lower = row + 1 < rows.count ? upper + stride : nullptr;
+    kernels.blendLuma(upper, luma + row * target.stride, columns.count);
+    if (lower != nullptr) kernels.blendLuma(lower, luma + (row + 1) * target.stride, columns.count);
+    if (row / 2 >= rows.chroma) break;
+    const size_t offset = chroma + row / 2 * layout.chromaStride;
     blendChromaRow(kernels, {upper, lower, layout.u + offset, layout.v + offset, layout.chromaStep},
                    columns.chroma, columns.count);
   }

@@ -8,14 +8,6 @@ namespace {
 constexpr size_t kBlock = 64;    // pairs
 constexpr __mmask8 kAll = 0xFF;  // the unmasked permutation draws a false warning from the compiler
 
-// Quadword orders that undo the lane-wise unpack: 8 and up are those of the second register.
-inline __m512i firstHalf() {
-  return _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11);
-}
-inline __m512i secondHalf() {
-  return _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15);
-}
-
 // The first n bits, n up to 64.
 inline __mmask64 firstBytes(size_t n) {
   return n >= 64 ? ~__mmask64{0} : (__mmask64{1} << n) - 1;
@@ -30,10 +22,12 @@ inline size_t toAlignment(const uint8_t* p) {
 }
 
 inline void interleave(__m512i even, __m512i odd, __m512i* first, __m512i* second) {
-  const __m512i low = _mm512_unpacklo_epi8(even, odd);
-  const __m512i high = _mm512_unpackhi_epi8(even, odd);
-  *first = _mm512_permutex2var_epi64(low, firstHalf(), high);
-  *second = _mm512_permutex2var_epi64(low, secondHalf(), high);
+  // The unpack works inside 128-bit lanes, so the quadwords are dealt out to them first.
+  const __m512i order = _mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7);
+  even = _mm512_maskz_permutexvar_epi64(kAll, order, even);
+  odd = _mm512_maskz_permutexvar_epi64(kAll, order, odd);
+  *first = _mm512_unpacklo_epi8(even, odd);
+  *second = _mm512_unpackhi_epi8(even, odd);
 }
 
 inline void deinterleave(__m512i first, __m512i second, __m512i* even, __m512i* odd) {
