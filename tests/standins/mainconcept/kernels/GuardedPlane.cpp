@@ -65,7 +65,8 @@ std::vector<uint8_t> GuardedPlane::pixels() const {
 bool GuardedPlane::gapsIntact() const {
   for (uint32_t y = 0; y + 1 < rows_; ++y) {
     const uint8_t* gap = row(y) + rowBytes_;
-    if (!std::all_of(gap, gap + (stride_ - rowBytes_), [](uint8_t byte) { return byte == kCanary; })) return false;
+    if (!std::all_of(gap, gap + (stride_ - rowBytes_), [](uint8_t byte) { return byte == kCanary; }))
+      return false;
   }
   return true;
 }
