@@ -5,7 +5,7 @@
 namespace qvs {
 
 class AudioSampleBuffer;
-class IAudioResampler;
+class AudioResampler;
 class ILogger;
 class MediaStreamContext;
 
@@ -42,9 +42,9 @@ class IAudioDecoder {
   virtual uint32_t getSamplesPerFrame() = 0;
   virtual uint32_t getFramesDecoded() = 0;
   virtual uint8_t isFirstFrameDecoded() = 0;
-  virtual void setLogger(ILogger* logger) = 0;                          ///< borrowed
-  virtual void setAudioResampler(IAudioResampler* audioResampler) = 0;  ///< the decoder owns it from here on
-  virtual IAudioResampler* getAudioResampler() = 0;
+  virtual void setLogger(ILogger* logger) = 0;                         ///< borrowed
+  virtual void setAudioResampler(AudioResampler* audioResampler) = 0;  ///< the decoder owns it from here on
+  virtual AudioResampler* getAudioResampler() = 0;
   virtual uint32_t applyParameters() = 0;
   virtual uint32_t setParameterValue(uint32_t key, int64_t value) = 0;
   virtual uint32_t setParameterValue(uint32_t key, int64_t* values, uint32_t count) = 0;

@@ -7,7 +7,7 @@ namespace qvs {
 
 class AudioFrameEncoded;
 class AudioSampleBuffer;
-class IAudioResampler;
+class AudioResampler;
 class ILogger;
 class MediaStreamContext;
 
@@ -33,9 +33,9 @@ class IAudioEncoder {
   /// Takes ownership of `buffer`; appends finished frames, whose bytes pass to the caller.
   virtual uint32_t addSampleBuffer(AudioSampleBuffer* buffer, std::vector<AudioFrameEncoded>& out) = 0;
   virtual uint32_t close() = 0;
-  virtual void setLogger(ILogger* logger) = 0;                          ///< borrowed
-  virtual void setAudioResampler(IAudioResampler* audioResampler) = 0;  ///< the encoder owns it from here on
-  virtual IAudioResampler* getAudioResampler() = 0;
+  virtual void setLogger(ILogger* logger) = 0;                         ///< borrowed
+  virtual void setAudioResampler(AudioResampler* audioResampler) = 0;  ///< the encoder owns it from here on
+  virtual AudioResampler* getAudioResampler() = 0;
   virtual void setAudioSampleBuffer(AudioSampleBuffer* audioSampleBuffer) = 0;
   virtual AudioSampleBuffer* getAudioSampleBuffer() = 0;
   virtual uint32_t getSessionIndex() = 0;

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <new>
 
-#include "audio/IAudioResampler.h"
+#include "audio/AudioResampler.h"
 #include "frames/AudioSampleBuffer.h"
 #include "session/Forward.h"
 #include "session/TranscoderSession.h"
@@ -120,7 +120,7 @@ uint32_t TranscoderSession::audioDecoderResampleFrame(uint64_t, uint32_t indexBu
     if (block == nullptr) return missingBlock(kLabel);
     TranscoderSessionNotifyManager& listeners = *TranscoderSessionNotifyManager::getInstance();
     listeners.notifyAudioFrameDecodeListenersBeforeResample(getSessionId(), &stage, block);
-    if (IAudioResampler* resampler = stage.getAudioResampler()) resampler->resample(*block, *block);
+    if (AudioResampler* resampler = stage.getAudioResampler()) resampler->resample(*block, *block);
     listeners.notifyAudioFrameDecodeListenersAfterResample(getSessionId(), &stage, block);
     return kSuccess;
   });
@@ -192,7 +192,7 @@ uint32_t TranscoderSession::audioEncoderResampleFrame(uint32_t indexEncoder, uin
 }
 
 uint32_t TranscoderSession::resampleRendition(AudioEncoderWrapper& rendition) {
-  IAudioResampler* resampler = rendition.audioEncoder->getAudioResampler();
+  AudioResampler* resampler = rendition.audioEncoder->getAudioResampler();
   if (resampler == nullptr) return kFailure;
   auto resampled = std::make_unique<AudioSampleBuffer>();
   resampled->setSampleCount(0);

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "audio/IAudioResampler.h"
+#include "audio/AudioResampler.h"
 #include "frames/AudioFrameEncoded.h"
 #include "platform/WithoutParameters.h"
 #include "session/MediaStreamContext.h"
@@ -18,7 +18,7 @@ namespace {
 constexpr uint32_t kFail = 0xFFFFFFFFu;
 
 /// Halves the number of samples, so that its work shows.
-class HalvingResampler : public IAudioResampler {
+class HalvingResampler : public AudioResampler {
  public:
   uint32_t resample(AudioSampleBuffer& source, AudioSampleBuffer& target) override {
     const uint32_t samples = source.getSampleCount() / 2;
@@ -59,15 +59,15 @@ class FakeAudioDecoder : public WithoutParameters<IAudioDecoder> {
   uint32_t getFramesDecoded() override { return 0; }
   uint8_t isFirstFrameDecoded() override { return 1; }
   void setLogger(ILogger*) override {}
-  void setAudioResampler(IAudioResampler* value) override { resampler.reset(value); }
-  IAudioResampler* getAudioResampler() override { return resampler.get(); }
+  void setAudioResampler(AudioResampler* value) override { resampler.reset(value); }
+  AudioResampler* getAudioResampler() override { return resampler.get(); }
   void setNativePath(char*) override {}
   uint32_t createDone() override { return 0; }
   uint32_t setCaptureDevice(int32_t) override { return 0; }
   MediaStreamContext* getMediaStreamContext() override { return &context; }
 
  private:
-  std::unique_ptr<IAudioResampler> resampler;
+  std::unique_ptr<AudioResampler> resampler;
   MediaStreamContext context;
 };
 
@@ -95,8 +95,8 @@ class FakeAudioEncoder : public WithoutParameters<IAudioEncoder> {
   }
   uint32_t close() override { return 0; }
   void setLogger(ILogger*) override {}
-  void setAudioResampler(IAudioResampler* value) override { resampler.reset(value); }
-  IAudioResampler* getAudioResampler() override { return resampler.get(); }
+  void setAudioResampler(AudioResampler* value) override { resampler.reset(value); }
+  AudioResampler* getAudioResampler() override { return resampler.get(); }
   void setAudioSampleBuffer(AudioSampleBuffer*) override {}
   AudioSampleBuffer* getAudioSampleBuffer() override { return nullptr; }
   uint32_t getSessionIndex() override { return 0; }
@@ -108,7 +108,7 @@ class FakeAudioEncoder : public WithoutParameters<IAudioEncoder> {
   bool broken = false;
 
  private:
-  std::unique_ptr<IAudioResampler> resampler;
+  std::unique_ptr<AudioResampler> resampler;
   MediaStreamContext context;
   double quality = 0;
   uint32_t bitrate = 0;

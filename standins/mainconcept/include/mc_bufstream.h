@@ -1,4 +1,5 @@
-// The stream record through which codec libraries write coded bytes and talk about them. Pure data, C layout.
+// The stream record: sink of the encoders and of the audio converter, handle of the decoders. Pure data, C
+// layout.
 #pragma once
 
 #include <cstdint>
@@ -27,6 +28,7 @@ struct mc_bufstream_t {
 enum {
   TIME_STAMP_INFO = 0xF000000,  ///< mc_sample_info_struct_t: an access unit begins
   VIDEO_AU_CODE = 0xF0001,      ///< mc_v_au_struct_t: an access unit is complete
+  AUDIO_AU_CODE = 0xF0002,      ///< a coded audio frame is complete
   STREAM_RESET_CODE = 0x100,    ///< discard what was gathered
 };
 

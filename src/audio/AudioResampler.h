@@ -7,9 +7,9 @@ namespace qvs {
 class AudioSampleBuffer;
 
 /// What the audio road needs of a resampler: converts a block's rate, channels and layout.
-class IAudioResampler {
+class AudioResampler {
  public:
-  virtual ~IAudioResampler() = default;
+  virtual ~AudioResampler() = default;
 
   /// `source` and `target` may be one buffer. 0 on success.
   virtual uint32_t resample(AudioSampleBuffer& source, AudioSampleBuffer& target) = 0;
