@@ -72,13 +72,13 @@ uint32_t AudioDecoderOpus::decodeCodecConfig(uint8_t* buffer, uint32_t offset, u
   });
 }
 
-uint32_t AudioDecoderOpus::decodeFirstFrame(uint8_t*, uint32_t, uint32_t len) {
+uint32_t AudioDecoderOpus::decodeFirstFrame(uint8_t*, uint32_t, uint32_t) {
   return guarded("AudioDecoderOpus::decodeFirstFrame", [&]() -> uint32_t {
     firstFrameDecoded = 1;
-    if (head.channels == 0) {
-      warn("AudioDecoderOpus::decodeFirstFrame[{context}]: No sound before a codec configuration");
-    }
-    return head.channels != 0 && len > 3 ? openDecoder() : kSuccess;
+    // The packet itself tells nothing: many streams begin with one of silence, no longer than 3 bytes.
+    if (head.channels != 0) return openDecoder();
+    warn("AudioDecoderOpus::decodeFirstFrame[{context}]: No sound before a codec configuration");
+    return kSuccess;
   });
 }
 

@@ -50,9 +50,9 @@ AudioFile readAudioFile(const std::string& path) {
   return file;
 }
 
-std::vector<int16_t> decodeWithFfmpeg(const std::string& path, const std::string& options) {
+std::vector<int16_t> decodeWithFfmpeg(const std::string& path, const std::string& inputOptions) {
   const std::string command =
-      "ffmpeg -nostdin -v quiet -i '" + path + "' -map 0:a:0 " + options + " -f s16le -c:a pcm_s16le -";
+      "ffmpeg -nostdin -v quiet " + inputOptions + " -i '" + path + "' -map 0:a:0 -f s16le -c:a pcm_s16le -";
   std::vector<int16_t> samples;
   FILE* pipe = popen(command.c_str(), "r");
   if (pipe == nullptr) return samples;

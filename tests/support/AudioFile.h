@@ -25,9 +25,9 @@ struct AudioFile {
 /// A file that can't be read gives an empty record.
 AudioFile readAudioFile(const std::string& path);
 
-/// The first sound as interleaved 16-bit samples by the ffmpeg command, with `options` before the output.
-/// Empty where it gives none.
-std::vector<int16_t> decodeWithFfmpeg(const std::string& path, const std::string& options = "");
+/// The first sound as interleaved 16-bit samples by the ffmpeg command, with `inputOptions` before the
+/// input. Empty where it gives none.
+std::vector<int16_t> decodeWithFfmpeg(const std::string& path, const std::string& inputOptions = "");
 
 /// Signal to noise in dB of `samples` against `reference` over their common length; 200 where they are equal.
 double snrDb(std::span<const int16_t> reference, std::span<const int16_t> samples);
