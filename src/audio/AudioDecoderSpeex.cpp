@@ -72,8 +72,9 @@ uint32_t AudioDecoderSpeex::decodeCodecConfig(uint8_t* buffer, uint32_t offset, 
 }
 
 uint32_t AudioDecoderSpeex::readHeader(const uint8_t* header) {
+  // The lower layers of an ultra-wideband frame are a wideband one: it plays, without its top octave.
   const uint32_t mode = littleEndian(header + kModeAt);
-  refused = mode != SPEEX_MODEID_WB;
+  refused = mode != SPEEX_MODEID_WB && mode != SPEEX_MODEID_UWB;
   if (!refused) return kSuccess;
   warn(
       fmt::format("AudioDecoderSpeex.decodeCodecConfig[{{context}}]: Only wideband is supported: mode:{}"

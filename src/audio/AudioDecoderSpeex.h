@@ -10,8 +10,9 @@
 namespace qvs {
 
 /// Wideband Speex by libspeex: mono at 16000 Hz, any number of frames in a packet. Bare packets are taken for
-/// wideband. A stream header, as configuration or among the packets, is read for its mode only: a stream that
-/// is not wideband is refused with one line, and its packets fail until a wideband header comes.
+/// wideband. A stream header, as configuration or among the packets, is read for its mode only: a narrowband
+/// stream is refused with one line, and its packets fail until another header comes. Of an ultra-wideband
+/// stream the wideband part is decoded.
 class AudioDecoderSpeex : public AudioDecoderBase {
  public:
   static constexpr uint32_t kCodec = 11;
