@@ -147,11 +147,13 @@ AudioFile makeVorbis(uint32_t sampleRate, uint32_t channels) {
   vorbis_analysis_wrote(&vd, static_cast<int>(sampleRate));
   vorbis_analysis_wrote(&vd, 0);
   ogg_packet packet;
+  double start = 0;  // ms; a packet's position is the end of its sound
   while (vorbis_analysis_blockout(&vd, &vb) == 1) {
     vorbis_analysis(&vb, nullptr);
     vorbis_bitrate_addblock(&vb);
     while (vorbis_bitrate_flushpacket(&vd, &packet) == 1) {
-      file.packets.push_back({bytesOf(packet), 1000.0 * static_cast<double>(packet.granulepos) / sampleRate});
+      file.packets.push_back({bytesOf(packet), start});
+      start = 1000.0 * static_cast<double>(packet.granulepos) / sampleRate;
     }
   }
   vorbis_block_clear(&vb);
