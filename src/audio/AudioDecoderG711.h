@@ -6,7 +6,8 @@
 namespace qvs {
 
 /// G.711 of either law: each byte a sample. The format comes with a first frame of 9 bytes or more: one byte
-/// that is not read, the rate in Hz and the channel count, both in four bytes, most significant first.
+/// that is not read, the rate in Hz and the channel count, both in four bytes, most significant first. No
+/// channel, more than 255 or no rate is refused.
 ///
 /// A block's sample count is the number of its bytes for any channel count; with several channels the block
 /// is filled up with silence to the size that this count stands for.

@@ -12,9 +12,10 @@
 namespace qvs::test {
 namespace {
 
-#define NEED_MEDIA()                                                                                    \
-  if (mediaFolder().empty()) GTEST_SKIP() << "QVS_MEDIA names no folder with media: real sound is not " \
-                                             "checked"
+#define NEED_MEDIA()                                                         \
+  if (mediaFolder().empty())                                                 \
+  GTEST_SKIP() << "QVS_MEDIA names no folder with media: real sound is not " \
+                  "checked"
 
 /// What a decoder gives beside what a player plays: samples a channel before and behind it.
 struct Stream {

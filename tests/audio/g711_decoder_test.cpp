@@ -94,20 +94,35 @@ TEST_P(G711, ABlockThatIsTooSmallGrowsAndKeepsAllSound) {
 }
 
 TEST_P(G711, SeveralChannelsNeverReachPastTheBlock) {
-  for (uint32_t channels : {0u, 2u, 8u, 0x10000u, 0xFFFFFFFFu}) {
-    AudioDecoderRun wide(makeAudioDecoder(GetParam().codec));
-    std::vector<uint8_t> format{0, 0xFF, 0xFF, 0xFF, 0xFF};
-    for (int shift = 24; shift >= 0; shift -= 8) format.push_back(static_cast<uint8_t>(channels >> shift));
-    ASSERT_EQ(wide.decoder().decodeFirstFrame(format.data(), 0, 9), 0u);
-    std::vector<uint8_t> bytes(3000, 0x44);
-    AudioSampleBuffer& block = wide.block();
-    for (uint64_t ms : {1u, 0u}) ASSERT_EQ(wide.decoder().decodeFrame(bytes.data(), 0, 3000, ms, block), 0u);
-    EXPECT_EQ(block.getSampleCount(), 3000u) << channels << " channels: each byte counts";
-    EXPECT_EQ(reinterpret_cast<int16_t*>(block.getBuffer())[2999], GetParam().expected(0x44));
-    if (channels != 2 && channels != 8) continue;
-    ASSERT_GE(block.getLen(), 3000u * channels * 2);
-    EXPECT_EQ(reinterpret_cast<int16_t*>(block.getBuffer())[3000], 0);
+  const auto format = [](uint32_t rate, uint32_t channels) {
+    std::vector<uint8_t> bytes{0};
+    for (const uint32_t value : {rate, channels}) {
+      for (int shift = 24; shift >= 0; shift -= 8) bytes.push_back(static_cast<uint8_t>(value >> shift));
+    }
+    return bytes;
+  };
+  IAudioDecoder& decoder = run.decoder();
+  constexpr std::pair<uint32_t, uint32_t> kNoFormats[] = {{8000, 0}, {8000, 256}, {8000, 0xFFFFFFFF}, {0, 1}};
+  for (const auto& [rate, channels] : kNoFormats) {
+    EXPECT_EQ(decoder.decodeFirstFrame(format(rate, channels).data(), 0, 9), 0xFFFFFFFFu);
+    EXPECT_FALSE(decoder.isFirstFrameDecoded());
   }
+  std::vector<uint8_t> bytes(3000, 0x44);
+  AudioSampleBuffer& block = run.block();
+  for (const uint32_t channels : {1u, 2u, 8u, 255u}) {
+    ASSERT_EQ(decoder.decodeFirstFrame(format(0xFFFFFFFF, channels).data(), 0, 9), 0u);
+    ASSERT_EQ(decoder.decodeFrame(bytes.data(), 0, 3000, 1, block), 0u);
+    EXPECT_EQ(block.getSampleCount(), 3000u) << channels << " channels: each byte counts";
+    ASSERT_GE(block.getLen(), 3000u * channels * 2);
+    const auto* samples = reinterpret_cast<const int16_t*>(block.getBuffer());
+    EXPECT_EQ(samples[2999], GetParam().expected(0x44));
+    if (channels > 1) {
+      EXPECT_EQ(samples[3000], 0);
+    }
+  }
+  bytes.resize(1 << 20);
+  EXPECT_EQ(decoder.decodeFrame(bytes.data(), 0, 1 << 20, 1, block), 0xFFFFFFFFu) << "535 MB for one block";
+  EXPECT_EQ(block.getSampleCount(), 3000u) << "a failure leaves the block";
 }
 
 INSTANTIATE_TEST_SUITE_P(Laws, G711,
