@@ -13,7 +13,7 @@ constexpr uint32_t kAdtsHeaderBytes = 7;
 constexpr int kFrameSamples = 1024;
 constexpr uint32_t kBytesPerSample = 2;
 constexpr int64_t kDefaultPtsUnits = 27000000;
-constexpr int kSilent = 1000;  ///< added to a message's level: above all that is printed
+constexpr int kSilent = 100;  ///< added to a message's level: above all that is printed, within its 8 bits
 
 /// Speakers by channel count, of the layouts that have a configuration number of their own.
 constexpr uint64_t kLayouts[] = {0,
