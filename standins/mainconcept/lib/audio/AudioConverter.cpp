@@ -109,7 +109,8 @@ void AudioConverter::handOn(const uint8_t* data, uint32_t frames) {
 void AudioConverter::drain() {
   if (!engine || stream == nullptr || spent) return;
   spent = true;
-  const uint64_t total = (framesIn * to.rate + from.rate / 2) / from.rate;
+  // The nearest count; where two are as near, the engine stops at the lower.
+  const uint64_t total = (2 * framesIn * to.rate + from.rate - 1) / (2 * uint64_t{from.rate});
   // The engine mirrors the last samples behind the end, but loses all of a stream shorter than its filter:
   // silence behind such a one brings it out.
   const uint64_t filterFrames = 2 * 64 * uint64_t{1 + from.rate / to.rate};

@@ -38,6 +38,17 @@ uint64_t speakersOf(uint32_t flags) {
   return mask;
 }
 
+constexpr uint32_t kPairs[] = {CHANNEL_FLAG_L | CHANNEL_FLAG_R, CHANNEL_FLAG_Ls | CHANNEL_FLAG_Rs,
+                               CHANNEL_FLAG_Lrs | CHANNEL_FLAG_Rrs};
+
+// Sound is mixed between rooms that have a front and both speakers of each pair.
+bool canBeMixed(uint32_t flags) {
+  for (const uint32_t pair : kPairs) {
+    if ((flags & pair) != 0 && (flags & pair) != pair) return false;
+  }
+  return (flags & (CHANNEL_FLAG_L | CHANNEL_FLAG_C)) != 0 && (flags & ~kKnownFlags) == 0;
+}
+
 }  // namespace
 
 SpeakerLayout layoutOf(uint32_t channels, uint32_t flags) {
@@ -46,7 +57,7 @@ SpeakerLayout layoutOf(uint32_t channels, uint32_t flags) {
   if (untold && channels == 7) return {AV_CH_LAYOUT_6POINT1, true};
   if (untold && channels == 8) return {AV_CH_LAYOUT_7POINT1, true};
   if (!untold && static_cast<uint32_t>(std::popcount(flags)) != channels) return {};
-  if (!untold && (flags & ~kKnownFlags) == 0) return {speakersOf(flags), true};
+  if (canBeMixed(flags) && !untold) return {speakersOf(flags), true};
   return {(uint64_t{1} << channels) - 1, false};
 }
 

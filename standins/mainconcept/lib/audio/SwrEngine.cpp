@@ -33,7 +33,8 @@ bool SwrEngine::configure(const AudioFormat& from, const AudioFormat& to) {
   av.av_channel_layout_from_mask(&in, from.layout.mask);
   av.av_channel_layout_from_mask(&out, to.layout.mask);
   if (av.swr_alloc_set_opts2(&context, &out, AV_SAMPLE_FMT_S16, static_cast<int>(to.rate), &in,
-                             AV_SAMPLE_FMT_S16, static_cast<int>(from.rate), AV_LOG_QUIET, nullptr) < 0) {
+                             AV_SAMPLE_FMT_S16, static_cast<int>(from.rate), AV_LOG_MAX_OFFSET,
+                             nullptr) < 0) {
     return false;
   }
   av.av_opt_set_int(context, "internal_sample_fmt", AV_SAMPLE_FMT_FLTP, 0);
