@@ -185,16 +185,23 @@ TEST(AudioConverter, MasksSayWhatIsMixedWhere) {
   EXPECT_EQ(mixOf(CHANNEL_FLAG_C | CHANNEL_FLAG_LFE, 2, 4, 1), (Levels{{100}, {0}}));
 }
 
-TEST(AudioConverter, SurroundKeepsItsChannelsInOrder) {
-  for (uint32_t surrounds : {CHANNEL_FLAG_Ls | CHANNEL_FLAG_Rs, CHANNEL_FLAG_Lrs | CHANNEL_FLAG_Rrs}) {
+int16_t levelOf(uint32_t channel) {
+  return static_cast<int16_t>(1000 + 1500 * channel);
+}
+
+TEST(AudioConverter, ChannelsKeepTheirOrder) {
+  for (uint32_t mask : {15u | CHANNEL_FLAG_Ls | CHANNEL_FLAG_Rs, 15u | CHANNEL_FLAG_Lrs | CHANNEL_FLAG_Rrs,
+                        255u, 0x1FFu, 0xFFFFu, 8u, 5u, uint32_t{CHANNEL_FLAG_9}}) {
+    const auto channels = static_cast<uint32_t>(__builtin_popcount(mask));
     std::vector<int16_t> in;
     for (int frame = 0; frame < 2000; ++frame) {
-      for (int16_t channel = 0; channel < 6; ++channel)
-        in.push_back(static_cast<int16_t>(1000 + 3000 * channel));
+      for (uint32_t channel = 0; channel < channels; ++channel) in.push_back(levelOf(channel));
     }
-    const auto out = convert(settingsFor(44100, 6, 15 | surrounds, 48000, 6, 15 | surrounds), in, 1000);
-    for (int channel = 0; channel < 6; ++channel)
-      EXPECT_NEAR(out[1000 * 6 + channel], 1000 + 3000 * channel, 2);
+    const auto out = convert(settingsFor(44100, channels, mask, 48000, channels, mask), in, 1000);
+    ASSERT_EQ(out.size(), 2177 * channels) << mask;
+    for (uint32_t channel = 0; channel < channels; ++channel) {
+      EXPECT_NEAR(out[1000 * channels + channel], levelOf(channel), 2) << mask;
+    }
   }
 }
 

@@ -33,8 +33,12 @@ bool ratesAreServed(uint32_t one, uint32_t other) {
   return low >= kRateMin && high <= kRateMax && high / low <= kRatioMax;
 }
 
-bool layoutsAreServed(const SpeakerLayout& from, const SpeakerLayout& to) {
-  return from.mask != 0 && to.mask != 0 && ((from.mixable && to.mixable) || from.mask == to.mask);
+bool layoutsAreServed(const converter_settings& settings) {
+  const SpeakerLayout from = inputOf(settings).layout;
+  const SpeakerLayout to = outputOf(settings).layout;
+  const bool same = settings.input_channels == settings.output_channels &&
+                    settings.input_channel_mask == settings.output_channel_mask;
+  return from.mask != 0 && to.mask != 0 && (same || (from.mixable && to.mixable));
 }
 
 }  // namespace
@@ -47,7 +51,7 @@ uint32_t AudioConverter::check(const converter_settings& settings) {
     return AUDIO_CONVERTER_BAD_FORMAT;
   }
   if (!ratesAreServed(settings.input_samplerate, settings.output_samplerate)) return AUDIO_CONVERTER_BAD_RATE;
-  if (!layoutsAreServed(inputOf(settings).layout, outputOf(settings).layout)) return AUDIO_CONVERTER_BAD_MASK;
+  if (!layoutsAreServed(settings)) return AUDIO_CONVERTER_BAD_MASK;
   if (settings.user_matrix != 0 || settings.use_custom_in_table != 0 || settings.use_custom_out_table != 0 ||
       settings.separate_input_channels_mode != 0 || settings.separate_output_channels_mode != 0) {
     return AUDIO_CONVERTER_BAD_MODE;
