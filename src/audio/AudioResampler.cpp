@@ -71,14 +71,14 @@ uint32_t AudioResampler::resample(AudioSampleBuffer& in, AudioSampleBuffer& out)
     collect = convert(in, samples, channels) && ptr != 0;
   }
   // Nothing is written to `out` before here: it may be the block that was converted.
+  uint32_t moved = 0;
   if (rest.size != 0) {
-    moveSamples(rest.bytes.get(), rest.size, rest.timecode, out, 0);
+    moved = moveSamples(rest.bytes.get(), rest.size, rest.timecode, out, 0);
   } else if (collect) {
-    addSamplesToBuffer(out);
+    moved = addSamplesToBuffer(out);
     ptr = 0;
-  } else {
-    out.setSampleCount(0);
   }
+  if (moved == 0) out.setSampleCount(0);
   return 0;
 }
 
