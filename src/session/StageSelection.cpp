@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "audio/AudioDecoderAAC.h"
+#include "audio/AudioDecoderMP2.h"
 #include "hardware/HardwareInfo.h"
 #include "session/StageIds.h"
 #include "video/decoders/VideoDecoderVPX.h"
@@ -73,12 +75,12 @@ constexpr AudioDecoderRow kCaptureAudioDecoder =
     {0, kAny, nullptr, 0, kNative, "AudioDecoderCapture", "Capture: default"};
 
 constexpr AudioDecoderRow kAudioDecoders[] = {
-    {kAudioCodecMPEG, kAudioLayer3, nullptr, 0, kNative, "AudioDecoderMP2", "MP3: default"},
-    {kAudioCodecMPEG, kAny, nullptr, 0, kNative, "AudioDecoderMP2", "MPEG1 Part 1/2: default"},
+    {kAudioCodecMPEG, kAudioLayer3, nullptr, 0, kNative, "AudioDecoderMP2", "MP3: default", make<IAudioDecoder, AudioDecoderMP2>},
+    {kAudioCodecMPEG, kAny, nullptr, 0, kNative, "AudioDecoderMP2", "MPEG1 Part 1/2: default", make<IAudioDecoder, AudioDecoderMP2>},
     {kAudioCodecALaw, kAny, nullptr, 0, kNative, "AudioDecoderALaw", "G711 ALAW: default"},
     {kAudioCodecMULaw, kAny, nullptr, 0, kNative, "AudioDecoderMULaw", "G711 MULAW: default"},
     {kAudioCodecVorbis, kAny, nullptr, 0, kNative, "AudioDecoderVorbis", "VORBIS: default"},
-    {kAudioCodecAAC, kAny, nullptr, 0, kNative, "AudioDecoderAAC", "AAC: default"},
+    {kAudioCodecAAC, kAny, nullptr, 0, kNative, "AudioDecoderAAC", "AAC: default", make<IAudioDecoder, AudioDecoderAAC>},
     {kAudioCodecSpeex, kAny, nullptr, 0, kNative, "AudioDecoderSpeex", "SPEEX: default"},
     {kAudioCodecOpus, kAny, nullptr, 0, kNative, "AudioDecoderOpus", "OPUS: default"},
 };
