@@ -25,7 +25,6 @@ class Encoder {
     context->bit_rate = 96000 * channels;
     context->time_base = {1, context->sample_rate};
     av_channel_layout_default(&context->ch_layout, static_cast<int>(channels));
-    if (channels == 8) av_channel_layout_from_mask(&context->ch_layout, AV_CH_LAYOUT_7POINT1_WIDE_BACK);
     if (avcodec_open2(context, codec, nullptr) < 0) throw std::runtime_error("encoder " + name);
   }
   ~Encoder() {
@@ -76,6 +75,7 @@ class Encoder {
 }  // namespace
 
 AudioFile makeMpegSound(const std::string& name, uint32_t sampleRate, uint32_t channels, uint32_t samples) {
+  av_log_set_level(AV_LOG_QUIET);
   AudioFile file;
   file.codec = name == "libmp3lame" ? "mp3" : name;
   file.sampleRate = sampleRate;
