@@ -27,7 +27,7 @@ bool SoundCodec::start(const char* codecName) {
 }
 
 bool SoundCodec::openContext() {
-  constexpr int kSilent = 1000;
+  constexpr int kSilent = 100;  // beyond all levels; from 256 on bits would mean a colour
   context = av.avcodec_alloc_context3(decoder);
   if (context == nullptr) return false;
   context->thread_count = 1;
