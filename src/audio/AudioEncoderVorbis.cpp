@@ -19,7 +19,7 @@ namespace qvs {
 namespace {
 
 constexpr const char* kInitialize = "AudioEncoderVorbis.initialize[{context}]: ";
-constexpr uint32_t kChannelsMost = 255;
+constexpr uint32_t kCodedChannelsMost = 2;
 constexpr size_t kHoldersMost = 1024;
 constexpr uint32_t kChunkSamples = 4096;  ///< the codec's working memory grows with what it is given at once
 
@@ -88,12 +88,12 @@ void AudioEncoderVorbis::limitBitrate() {
 
 bool AudioEncoderVorbis::openEncoder() {
   vorbis_info_init(&vorbisInfo);
-  // The library divides by the channels and keeps their count in 8 bits of the header.
-  const bool sensible = channels >= 1 && channels <= kChannelsMost;
-  const int code = sensible
-                       ? vorbis_encode_init(&vorbisInfo, static_cast<long>(channels),
-                                            static_cast<long>(sampleRate), -1, static_cast<long>(bitrate), -1)
-                       : OV_EINVAL;
+  // Of more channels only two are coded, so that the stream has two; the library divides by their count.
+  const uint32_t coded = std::min(channels, kCodedChannelsMost);
+  const int code =
+      coded == 0 ? OV_EINVAL
+                 : vorbis_encode_init(&vorbisInfo, static_cast<long>(coded), static_cast<long>(sampleRate),
+                                      -1, static_cast<long>(bitrate), -1);
   if (code != 0) {
     logFailure(code);
     vorbis_info_clear(&vorbisInfo);
@@ -171,10 +171,6 @@ void AudioEncoderVorbis::write(const AudioSampleBuffer& samples, uint32_t index,
   float** planes = vorbis_analysis_buffer(&dspState, static_cast<int>(count));
   for (int channel = 0; channel < vorbisInfo.channels; ++channel) {
     float* plane = planes[channel];
-    if (channel >= 2) {
-      std::fill_n(plane, count, 0.0f);
-      continue;
-    }
     // The only channel of a mono block stands for both.
     const size_t offset = static_cast<uint32_t>(channel) < stride ? static_cast<size_t>(channel) : 0;
     const uint8_t* source = samples.getBuffer() + (size_t{index} * stride + offset) * sizeof(int16_t);

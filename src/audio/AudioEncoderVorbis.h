@@ -13,7 +13,7 @@ namespace qvs {
 
 /// Vorbis by libvorbis, in whole Ogg pages. Headers and frames behind each other are a complete Ogg stream:
 /// the headers are the first page and the second page's two parts, and each further frame is a page, head and
-/// body. Mono, or the first two channels of a block.
+/// body. Codes mono or stereo: of more channels the first two.
 ///
 /// A page's granule position counts samples from the first one encoded, and its timecode is the timecode of
 /// that position: the time at which the page's sound ends, and that of the page behind it begins.
