@@ -88,12 +88,7 @@ void AudioEncoderVorbis::limitBitrate() {
 
 bool AudioEncoderVorbis::openEncoder() {
   vorbis_info_init(&vorbisInfo);
-  // Of more channels only two are coded, so that the stream has two; the library divides by their count.
-  const uint32_t coded = std::min(channels, kCodedChannelsMost);
-  const int code =
-      coded == 0 ? OV_EINVAL
-                 : vorbis_encode_init(&vorbisInfo, static_cast<long>(coded), static_cast<long>(sampleRate),
-                                      -1, static_cast<long>(bitrate), -1);
+  const int code = setUpEncoder();
   if (code != 0) {
     logFailure(code);
     vorbis_info_clear(&vorbisInfo);
@@ -106,6 +101,18 @@ bool AudioEncoderVorbis::openEncoder() {
   ogg_stream_init(&streamState, static_cast<int>(std::time(nullptr)));
   encoderInited = 1;
   return true;
+}
+
+int AudioEncoderVorbis::setUpEncoder() {
+  // Of more channels only two are coded, so that the stream has two; the library divides by their count.
+  const uint32_t coded = std::min(channels, kCodedChannelsMost);
+  if (coded == 0) return OV_EINVAL;
+  const int code =
+      vorbis_encode_setup_managed(&vorbisInfo, static_cast<long>(coded), static_cast<long>(sampleRate), -1,
+                                  static_cast<long>(bitrate), -1);
+  if (code != 0) return code;
+  if (unmanaged) vorbis_encode_ctl(&vorbisInfo, OV_ECTL_RATEMANAGE2_SET, nullptr);
+  return vorbis_encode_setup_init(&vorbisInfo);
 }
 
 void AudioEncoderVorbis::logFailure(int code) const {
@@ -224,6 +231,22 @@ uint32_t AudioEncoderVorbis::close() {
     closeEncoder();
     return kSuccess;
   });
+}
+
+uint32_t AudioEncoderVorbis::setParameterValue(uint32_t key, int64_t value) {
+  if (key == kKeyUnmanaged) unmanaged = value != 0;
+  return kSuccess;
+}
+
+uint32_t AudioEncoderVorbis::getParameterValueType(uint32_t key, uint32_t* arrayLength) {
+  clear(arrayLength);
+  return key == kKeyUnmanaged ? kParameterLong : kParameterUnknown;
+}
+
+uint32_t AudioEncoderVorbis::getParameterValue(uint32_t key, int64_t* value) {
+  clear(value);
+  if (key == kKeyUnmanaged && value != nullptr) *value = unmanaged ? 1 : 0;
+  return kSuccess;
 }
 
 void AudioEncoderVorbis::closeEncoder() {

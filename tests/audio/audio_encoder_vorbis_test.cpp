@@ -14,6 +14,7 @@
 #include "AudioBlocks.h"
 #include "LibavDecoder.h"
 #include "log/LogCollector.h"
+#include "platform/ParameterType.h"
 
 namespace qvs {
 namespace {
@@ -210,6 +211,18 @@ TEST_F(VorbisEncoder, TakesTheFirstTwoChannelsAndDoublesASingleOne) {
   const Sound doubled =
       decodeFile(fileOf(encodeAll(*encoder, makeSound(48000, 1, 20000, tone), {1024})), "ogg");
   EXPECT_GT(snrDb(makeSound(48000, 2, 20000, tone), doubled, 0, 15000), 15.0);
+}
+
+TEST_F(VorbisEncoder, AnUnmanagedRateStillSoundsRight) {
+  EXPECT_EQ(encoder->getParameterValueType(AudioEncoderVorbis::kKeyUnmanaged, nullptr), kParameterLong);
+  const Sound sound = makeSweep(48000, 2, 48000);
+  ASSERT_EQ(encoder->initialize(), 0u);
+  const auto managed = encodeAll(*encoder, sound, {1024});
+  encoder->setParameterValue(AudioEncoderVorbis::kKeyUnmanaged, int64_t{1});
+  ASSERT_EQ(encoder->initialize(), 0u);
+  const auto units = encodeAll(*encoder, sound, {1024});
+  EXPECT_NE(joined(units), joined(managed));
+  EXPECT_GT(snrDb(sound, decodeFile(fileOf(units), "ogg"), 0, 40000), 15.0);
 }
 
 TEST_F(VorbisEncoder, AFullTimecodeListIsToldOnce) {
