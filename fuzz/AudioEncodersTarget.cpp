@@ -32,9 +32,10 @@ uint32_t takeChannels(FuzzInput& input, uint32_t encoderChannels) {
 
 void setAndGet(IAudioEncoder& encoder, FuzzInput& input) {
   const auto which = input.take<uint8_t>();
-  const uint32_t key = which < 18   ? 40000u + which
-                       : which < 22 ? 190000u + (which - 18)
-                                    : input.take<uint32_t>();
+  static constexpr uint32_t kOtherKeys[] = {190000, 190001, 190100, 39999, 40018};
+  const uint32_t key = which < 18    ? 40000u + which
+                       : which < 200 ? kOtherKeys[(which - 18u) % std::size(kOtherKeys)]
+                                     : input.take<uint32_t>();
   input.take<uint8_t>();
   auto integer = input.take<int64_t>();
   auto real = input.take<double>();
