@@ -180,13 +180,12 @@ TEST(SessionWiring, AddsAudioEncodersInTurn) {
 
 TEST(SessionWiring, TellsWhichAudioStagesAreMissing) {
   TranscoderSession session;
-  EXPECT_EQ(session.audioDecoderCreate(0, 10, 0), kFail);
+  EXPECT_EQ(session.audioDecoderCreate(1, 0, 0), kFail);
   EXPECT_EQ(session.audioDecoderCreate(0, 3, 0), kFail);
   EXPECT_THAT(
       lines(session),
-      ElementsAre(
-          "4/3/0 TranscoderSession.audioDecoderCreate[{context}]: Audio decoder is not built in: AAC: "
-          "default"));
+      ElementsAre("4/3/0 TranscoderSession.audioDecoderCreate[{context}]: Audio decoder is not built in: "
+                  "Capture: default"));
 }
 
 TEST(SessionWiring, StoresTheScalerThatCanServe) {

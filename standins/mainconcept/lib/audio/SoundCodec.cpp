@@ -14,7 +14,7 @@ std::unique_ptr<SoundCodec> SoundCodec::open(const char* codecName) {
 }
 
 bool SoundCodec::start(const char* codecName) {
-  constexpr int kSilent = 1000;
+  constexpr int kSilent = 100;  // libav keeps 8 bits of a level: more would wrap around to the loud ones
   const AVCodec* decoder = av.avcodec_find_decoder_by_name(codecName);
   if (decoder == nullptr) return false;
   context = av.avcodec_alloc_context3(decoder);
