@@ -21,6 +21,7 @@ constexpr double kTimeUnitsPerSecond = 1e7;
 constexpr uint32_t kFrameTypeKey = 1;
 constexpr int64_t kBitRateModeVariable = H264_VBR;
 constexpr int32_t kCpuAll = -1;
+constexpr int32_t kPictureRefused = 1;
 constexpr uint32_t kCheckOptions = 3;
 
 struct Rates {
@@ -203,8 +204,19 @@ void VideoEncoderH264::encode(const Job& job) {
   if (forceIdr) options[1].option_id = EXT_OPT_PARAM_FORCE_IDR;
   bufferStream.addFrameTimecode(static_cast<uint64_t>(times.rtStart));
   const frame_tt& picture = job.picture;
-  h264OutVideoPutFrame(v_encoder, picture.plane, picture.stride, picture.width, picture.height,
-                       picture.four_cc, options);
+  const int32_t result = h264OutVideoPutFrame(v_encoder, picture.plane, picture.stride, picture.width,
+                                              picture.height, picture.four_cc, options);
+  if (result == kPictureRefused) refuse(picture);
+}
+
+void VideoEncoderH264::refuse(const frame_tt& picture) {
+  bufferStream.dropFrameTimecode();  // else later units would get the times of earlier frames
+  if (refusalTold) return;
+  refusalTold = true;
+  warn(fmt::format("VideoEncoderH264.addFrame[{{context}}]: Frame is not a 4:2:0 picture of {}x{}: {}x{}",
+                   v_settings->def_horizontal_size, v_settings->def_vertical_size, picture.width,
+                   picture.height)
+           .c_str());
 }
 
 void VideoEncoderH264::flush() {

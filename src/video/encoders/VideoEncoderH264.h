@@ -92,6 +92,7 @@ class VideoEncoderH264 : public VideoEncoderBase {
   bool openLibrary();
   void closeLibrary();
   void encode(const Job& job);
+  void refuse(const frame_tt& picture);
   void flush();
   void waitForWorker() const;
   void warn(const char* text) const;
@@ -114,6 +115,7 @@ class VideoEncoderH264 : public VideoEncoderBase {
   mc_callbacks_t callbacks{};
   int64_t asynchronous = 0;
   bool flushed = false;
+  bool refusalTold = false;  ///< one line an encoder
   std::unique_ptr<EncodeWorker<Job>> worker;  ///< while asynchronous; it then has the library to itself
 };
 

@@ -239,7 +239,8 @@ int32_t h264OutVideoInit(h264venc_tt* encoder, bufstream_tt* stream, uint32_t op
 
 /// Encodes one picture of 4:2:0 in planes ("YV12", "I420", "IYUV") or with paired chroma ("NV12", "NV21").
 /// `stride` in bytes. Width and height are those of the settings; an odd last column or row is left out.
-/// 0 on success; 1 for a picture that doesn't fit; 2 when the encoder or the stream failed.
+/// 0 on success; 1 when the picture wasn't taken; 2 when the
+/// stream had no room for a unit, after which the next picture becomes an IDR picture.
 int32_t h264OutVideoPutFrame(h264venc_tt* encoder, uint8_t* const plane[4], const int32_t stride[4],
                              uint32_t width, uint32_t height, uint32_t four_cc,
                              const mc_enc_option_t* options);

@@ -65,8 +65,8 @@ bool AvcEncoder::fits(const x264_picture_t& picture, uint32_t width, uint32_t he
   return true;
 }
 
-bool AvcEncoder::put(x264_picture_t& picture, const mc_sample_info_struct_t* info, bool forceIdr) {
-  if (stream == nullptr) return false;
+AvcOutcome AvcEncoder::put(x264_picture_t& picture, const mc_sample_info_struct_t* info, bool forceIdr) {
+  if (stream == nullptr) return AvcOutcome::kRefused;
   const int64_t time = boundedTime(
       info != nullptr ? info->rtStart : static_cast<int64_t>(static_cast<double>(number) * duration));
   if (settings.fixed_frame_rate == 0 && follower.add(time)) reconfigure();
@@ -91,20 +91,22 @@ bool AvcEncoder::reconfigure() {
 
 bool AvcEncoder::flush() {
   bool written = stream != nullptr;
-  while (written && x264_encoder_delayed_frames(encoder.get()) > 0) written = encode(nullptr);
+  while (written && x264_encoder_delayed_frames(encoder.get()) > 0) {
+    written = encode(nullptr) == AvcOutcome::kDone;
+  }
   return written;
 }
 
-bool AvcEncoder::encode(x264_picture_t* picture) {
+AvcOutcome AvcEncoder::encode(x264_picture_t* picture) {
   x264_nal_t* units = nullptr;
   int count = 0;
   x264_picture_t coded;
   const int size = x264_encoder_encode(encoder.get(), &units, &count, picture, &coded);
-  if (size <= 0) return size == 0;
+  if (size <= 0) return size == 0 ? AvcOutcome::kDone : AvcOutcome::kRefused;
   return write(units, count, static_cast<uint32_t>(size), coded);
 }
 
-bool AvcEncoder::write(x264_nal_t* units, int count, uint32_t size, const x264_picture_t& coded) {
+AvcOutcome AvcEncoder::write(x264_nal_t* units, int count, uint32_t size, const x264_picture_t& coded) {
   static constexpr uint8_t kStartCode[] = {0, 0, 0, 1};
   // libx264 itself writes three-byte codes within a unit.
   for (int i = 0; i < count; ++i) std::memcpy(units[i].p_payload, kStartCode, sizeof kStartCode);
@@ -117,10 +119,10 @@ bool AvcEncoder::write(x264_nal_t* units, int count, uint32_t size, const x264_p
     if (callbacks.wrn_printf != nullptr) {
       callbacks.wrn_printf("H.264 encoder: the stream has no room for a unit of %u bytes", size);
     }
-    return false;
+    return AvcOutcome::kLost;
   }
   closeUnit(size, presentation, decoding);
-  return true;
+  return AvcOutcome::kDone;
 }
 
 void AvcEncoder::announce(int64_t presentation, int64_t decoding) {

@@ -11,6 +11,13 @@
 
 namespace qvs::mc {
 
+/// What became of a picture.
+enum class AvcOutcome : int32_t {
+  kDone = 0,
+  kRefused = 1,  ///< not taken
+  kLost = 2,     ///< taken, but the stream had no room for a unit
+};
+
 /// One encoder on libx264 that writes its access units, with four-byte start codes, into a stream record.
 class AvcEncoder {
  public:
@@ -23,7 +30,7 @@ class AvcEncoder {
   bool attach(bufstream_tt* stream);
 
   bool fits(const x264_picture_t& picture, uint32_t width, uint32_t height) const;
-  bool put(x264_picture_t& picture, const mc_sample_info_struct_t* times, bool forceIdr);
+  AvcOutcome put(x264_picture_t& picture, const mc_sample_info_struct_t* times, bool forceIdr);
   bool update(const h264_v_settings& changed);
   bool flush();
 
@@ -34,8 +41,8 @@ class AvcEncoder {
 
   static void log(void* self, int level, const char* format, va_list arguments);
   bool reconfigure();
-  bool encode(x264_picture_t* picture);
-  bool write(x264_nal_t* units, int count, uint32_t size, const x264_picture_t& coded);
+  AvcOutcome encode(x264_picture_t* picture);
+  AvcOutcome write(x264_nal_t* units, int count, uint32_t size, const x264_picture_t& coded);
   void announce(int64_t presentation, int64_t decoding);
   void closeUnit(uint32_t size, int64_t presentation, int64_t decoding);
 

@@ -133,7 +133,7 @@ int32_t h264OutVideoPutFrame(h264venc_tt* encoder, uint8_t* const plane[4], cons
   }
   if (!encoder->encoder.fits(picture, width, height)) return kRefused;
   const FrameOptions given = readOptions(options);
-  return encoder->encoder.put(picture, given.times, given.forceIdr) ? kDone : kFailed;
+  return static_cast<int32_t>(encoder->encoder.put(picture, given.times, given.forceIdr));
 }
 
 int32_t h264OutVideoUpdateSettings(h264venc_tt* encoder, const h264_v_settings* settings) {
