@@ -115,6 +115,7 @@ uint32_t VideoEncoderH264::updateBitrate(uint32_t value) {
     v_settings->bit_rate = rates.target;
     v_settings->max_bit_rate = rates.peak;
     v_settings->bit_rate_buffer_size = rates.buffer;
+    if (v_encoder == nullptr) return kFailure;
     h264OutVideoChkSettings(&callbacks, v_settings, kCheckOptions, nullptr);
     return static_cast<uint32_t>(h264OutVideoUpdateSettings(v_encoder, v_settings));
   });
@@ -148,6 +149,7 @@ void VideoEncoderH264::warn(const char* text) const {
 uint32_t VideoEncoderH264::initialize() {
   return guarded("VideoEncoderH264::initialize", [&]() -> uint32_t {
     closeLibrary();
+    flushed = refusalTold = false;
     if (!openLibrary()) return kFailure;
     if (asynchronous != 0) {
       worker = std::make_unique<EncodeWorker<Job>>(

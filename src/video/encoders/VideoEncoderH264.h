@@ -115,7 +115,7 @@ class VideoEncoderH264 : public VideoEncoderBase {
   mc_callbacks_t callbacks{};
   int64_t asynchronous = 0;
   bool flushed = false;
-  bool refusalTold = false;  ///< one line an encoder
+  bool refusalTold = false;                   ///< one line an encoder
   std::unique_ptr<EncodeWorker<Job>> worker;  ///< while asynchronous; it then has the library to itself
 };
 

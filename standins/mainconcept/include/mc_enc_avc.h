@@ -29,7 +29,7 @@ enum {
 
   H264_CBR = 0,  ///< bit_rate_mode: the buffer is filled at `bit_rate`
   H264_CQT = 1,  ///< constant quantizers `quant_pI`, `quant_pP`, `quant_pB`
-  H264_VBR = 2,  ///< `bit_rate` on average, the buffer is filled at `max_bit_rate`
+  H264_VBR = 2,  ///< `bit_rate` on average, at most `max_bit_rate`
 };
 
 /// Code points of ITU-T H.273; signal_range 0 unspecified, 1 narrow, 2 full.
@@ -245,7 +245,8 @@ int32_t h264OutVideoPutFrame(h264venc_tt* encoder, uint8_t* const plane[4], cons
                              uint32_t width, uint32_t height, uint32_t four_cc,
                              const mc_enc_option_t* options);
 
-/// Takes over the rates of changed settings from the next frame on. 0 on success.
+/// Takes over the rates of changed settings from the next frame on. 0 on success; 2 for a higher rate where
+/// the first settings had no buffer, or a peak of more than 1.25 times the rate: the old average then stays.
 int32_t h264OutVideoUpdateSettings(h264venc_tt* encoder, const h264_v_settings* settings);
 
 /// Writes what is delayed, unless `abort`. 0 on success.

@@ -208,8 +208,9 @@ TEST(VideoEncoderH264, FollowsABitRateChangeWithinASecondWithoutAKeyFrame) {
       return static_cast<double>(bytesOf(units, second * kRate, kRate)) * 8;
     };
     EXPECT_NEAR(bitsPerSecond(5) / before, 1, 0.2);
-    EXPECT_NEAR(bitsPerSecond(7) / after, 1, 0.3) << before;
-    EXPECT_NEAR(bitsPerSecond(8) / after, 1, 0.3) << before;
+    EXPECT_NEAR(bitsPerSecond(6) / after, 1, 0.35) << before;
+    EXPECT_NEAR(bitsPerSecond(7) / after, 1, 0.15) << before;
+    EXPECT_NEAR(bitsPerSecond(8) / after, 1, 0.1) << before;
     for (size_t i = 1; i < units.size(); ++i) EXPECT_EQ(units[i].frameType, 2u) << i;
   }
 }

@@ -69,7 +69,8 @@ AvcOutcome AvcEncoder::put(x264_picture_t& picture, const mc_sample_info_struct_
   if (stream == nullptr) return AvcOutcome::kRefused;
   const int64_t time = boundedTime(
       info != nullptr ? info->rtStart : static_cast<int64_t>(static_cast<double>(number) * duration));
-  if (settings.fixed_frame_rate == 0 && follower.add(time)) reconfigure();
+  const bool paceChanged = settings.fixed_frame_rate == 0 && follower.add(time);
+  if (buffer.grow() || paceChanged) reconfigure();
   times.add(number, time);
   picture.i_pts = number++;
   picture.i_type = forceIdr || unitLost ? X264_TYPE_IDR : X264_TYPE_AUTO;
@@ -78,14 +79,18 @@ AvcOutcome AvcEncoder::put(x264_picture_t& picture, const mc_sample_info_struct_
 }
 
 bool AvcEncoder::update(const h264_v_settings& changed) {
+  const bool wasSteerable = AvcSettings::isSteerable(settings);
+  const bool raised = changed.bit_rate > settings.bit_rate;
   settings.bit_rate = changed.bit_rate;
   settings.max_bit_rate = changed.max_bit_rate;
   settings.bit_rate_buffer_size = changed.bit_rate_buffer_size;
-  return reconfigure();
+  buffer.restart(settings.bit_rate);
+  return reconfigure() && (wasSteerable || !raised);
 }
 
 bool AvcEncoder::reconfigure() {
   AvcSettings::storeRates(settings, follower.scale(), parameters);
+  parameters.rc.i_vbv_buffer_size = buffer.limit(parameters.rc.i_vbv_buffer_size);
   return x264_encoder_reconfig(encoder.get(), &parameters) == 0;
 }
 

@@ -6,6 +6,7 @@
 
 #include <memory>
 
+#include "avc/AvcBufferGrowth.h"
 #include "avc/AvcRateFollower.h"
 #include "avc/AvcTimes.h"
 
@@ -55,6 +56,7 @@ class AvcEncoder {
   double duration = 0;             ///< of a picture at the nominal rate, 100 ns
   AvcTimes times;
   AvcRateFollower follower;
+  AvcBufferGrowth buffer;
   bool unitLost = false;  ///< the next picture must not lean on one that nobody got
 };
 

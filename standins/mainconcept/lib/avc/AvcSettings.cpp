@@ -135,17 +135,24 @@ bool AvcSettings::toX264(const h264_v_settings& settings, x264_param_t& x264) {
   return x264_param_apply_profile(&x264, profileName(settings.profile_id)) == 0;
 }
 
+bool AvcSettings::isSteerable(const h264_v_settings& settings) {
+  if (settings.bit_rate_mode == H264_CQT || settings.bit_rate_buffer_size == 0) return false;
+  const int64_t rate = settings.bit_rate;
+  return settings.bit_rate_mode == H264_CBR ||
+         (settings.max_bit_rate > 0 && settings.max_bit_rate <= rate + rate / 4);
+}
+
 void AvcSettings::storeRates(const h264_v_settings& settings, double rateScale, x264_param_t& x264) {
   if (settings.bit_rate_mode == H264_CQT) return storeQuantizers(settings, x264);
   const auto kilobits = [](double bits) { return static_cast<int>(std::clamp(bits / 1000, 1.0, 2000000.0)); };
-  const bool constant = settings.bit_rate_mode == H264_CBR;
-  const int32_t peak = constant ? settings.bit_rate : settings.max_bit_rate;
+  const bool steerable = isSteerable(settings);
+  const int32_t peak = steerable ? settings.bit_rate : settings.max_bit_rate;
   const bool buffered = peak > 0 && settings.bit_rate_buffer_size > 0;
   x264.rc.i_rc_method = X264_RC_ABR;
   x264.rc.i_bitrate = kilobits(settings.bit_rate * rateScale);
   x264.rc.i_vbv_max_bitrate = buffered ? kilobits(peak * rateScale) : 0;
   x264.rc.i_vbv_buffer_size = buffered ? kilobits(settings.bit_rate_buffer_size) : 0;
-  const int hrd = constant ? X264_NAL_HRD_CBR : X264_NAL_HRD_VBR;
+  const int hrd = settings.bit_rate_mode == H264_CBR ? X264_NAL_HRD_CBR : X264_NAL_HRD_VBR;
   x264.i_nal_hrd = settings.hrd_maintain != 0 && buffered ? hrd : X264_NAL_HRD_NONE;
 }
 
