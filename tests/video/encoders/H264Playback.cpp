@@ -56,6 +56,17 @@ class Player {
     }
   }
 
+  H264Shape shape() const {
+    return {context->profile,
+            context->level,
+            context->sample_aspect_ratio.num,
+            context->sample_aspect_ratio.den,
+            context->color_primaries,
+            context->color_trc,
+            context->colorspace,
+            av_q2d(context->framerate)};
+  }
+
   bool ok = false;
   std::vector<H264Picture> pictures;
 
@@ -76,8 +87,9 @@ std::vector<int> nalTypes(const std::vector<uint8_t>& unit) {
   return at == unit.size() ? types : std::vector<int>{};
 }
 
-std::vector<H264Picture> play(const std::vector<H264Unit>& units) {
-  Player player;
+namespace {
+
+void run(Player& player, const std::vector<H264Unit>& units) {
   std::unique_ptr<AVPacket, Free> packet(av_packet_alloc());
   for (const H264Unit& unit : units) {
     av_new_packet(packet.get(), static_cast<int>(unit.bytes.size()));
@@ -91,7 +103,20 @@ std::vector<H264Picture> play(const std::vector<H264Unit>& units) {
     av_packet_unref(packet.get());
   }
   player.send(nullptr);
+}
+
+}  // namespace
+
+std::vector<H264Picture> play(const std::vector<H264Unit>& units) {
+  Player player;
+  run(player, units);
   return player.ok ? player.pictures : std::vector<H264Picture>{};
+}
+
+H264Shape shapeOf(const std::vector<H264Unit>& units) {
+  Player player;
+  run(player, units);
+  return player.shape();
 }
 
 double psnr(const std::vector<uint8_t>& left, const std::vector<uint8_t>& right) {

@@ -30,6 +30,15 @@ std::vector<int> nalTypes(const std::vector<uint8_t>& unit);
 /// Plays length-prefixed units with libavcodec. Empty where the decoder complains.
 std::vector<H264Picture> play(const std::vector<H264Unit>& units);
 
+/// What a stream tells about its pictures, as its decoder understood it; 0 where it told nothing.
+struct H264Shape {
+  int profile = 0, level = 0;  ///< numbers of the stream
+  int sarWidth = 0, sarHeight = 0;
+  int primaries = 0, transfer = 0, matrix = 0;
+  double frameRate = 0;
+};
+H264Shape shapeOf(const std::vector<H264Unit>& units);
+
 double psnr(const std::vector<uint8_t>& left, const std::vector<uint8_t>& right);
 
 }  // namespace qvs::test
