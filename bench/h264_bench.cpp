@@ -1,7 +1,8 @@
 // The H.264 encoder against libx264 called directly as its command line would at "--preset veryfast --tune
 // zerolatency" with the same rate, buffer and number of threads: luma PSNR at equal size, and CPU time.
 //
-//   qvs-bench-h264 BITRATE CLIP...      reads clips through ffmpeg
+//   qvs-bench-h264 BITRATE CLIP...            reads clips through ffmpeg
+//   qvs-bench-h264 --levels BITRATE CLIP...   CPU time of each speed level against the default one
 //
 // The direct encoder's rate is adjusted until its output has the size of ours within 0.2 %.
 
@@ -29,6 +30,7 @@ using test::H264Unit;
 
 constexpr uint32_t kMostFrames = 200;
 constexpr int kTimeRounds = 5;
+constexpr int kLevelRounds = 3;
 constexpr double kSizeTolerance = 0.002;
 
 struct Clip {
@@ -80,9 +82,10 @@ double cpuSeconds() {
   return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-Coded encodeOurs(const Clip& clip, uint32_t bitrate) {
+Coded encodeOurs(const Clip& clip, uint32_t bitrate, int64_t level = -1) {
   VideoEncoderH264 encoder;
   encoder.setDefaults(0, 0);
+  encoder.setParameterValue(VideoEncoderH264::kKeyPerformance, level);
   encoder.setFrameSize(clip.width, clip.height);
   encoder.setFrameRate(25);
   encoder.setBitrate(bitrate);
@@ -177,6 +180,22 @@ Coded encodeDirectAtSize(const Clip& clip, double bitrate, double size) {
   return coded;
 }
 
+void compareLevels(const std::string& path, uint32_t bitrate) {
+  const Clip clip = read(path);
+  std::printf("%s:", path.substr(path.rfind('/') + 1).c_str());
+  for (int64_t level = 0; level <= 15; level += level < 12 ? 2 : 1) {
+    std::vector<double> ratios;
+    for (int round = 0; round < kLevelRounds; ++round) {
+      const double plain = encodeOurs(clip, bitrate).seconds;
+      ratios.push_back(encodeOurs(clip, bitrate, level).seconds / plain);
+    }
+    std::nth_element(ratios.begin(), ratios.begin() + kLevelRounds / 2, ratios.end());
+    std::printf(" %lld: %.2f", static_cast<long long>(level), ratios[kLevelRounds / 2]);
+    std::fflush(stdout);
+  }
+  std::printf("\n");
+}
+
 void compare(const std::string& path, uint32_t bitrate) {
   const Clip clip = read(path);
   if (clip.frames.empty()) {
@@ -205,11 +224,15 @@ void compare(const std::string& path, uint32_t bitrate) {
 }  // namespace qvs::bench
 
 int main(int argc, char** argv) {
-  if (argc < 3) {
-    std::fprintf(stderr, "usage: qvs-bench-h264 BITRATE CLIP...\n");
+  const bool levels = argc > 1 && std::string(argv[1]) == "--levels";
+  const int first = levels ? 2 : 1;
+  if (argc < first + 2) {
+    std::fprintf(stderr, "usage: qvs-bench-h264 [--levels] BITRATE CLIP...\n");
     return 2;
   }
-  const auto bitrate = static_cast<uint32_t>(std::atoi(argv[1]));
-  for (int i = 2; i < argc; ++i) qvs::bench::compare(argv[i], bitrate);
+  const auto bitrate = static_cast<uint32_t>(std::atoi(argv[first]));
+  for (int i = first + 1; i < argc; ++i) {
+    (levels ? qvs::bench::compareLevels : qvs::bench::compare)(argv[i], bitrate);
+  }
   return 0;
 }

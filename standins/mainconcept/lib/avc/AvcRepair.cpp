@@ -100,7 +100,6 @@ void AvcRepair::repairFrameRate() {
   const double told = settings.time_scale / (2.0 * settings.num_units_in_tick);
   if (told >= kLowestFrameRate && told <= kHighestFrameRate) return;
   force("num_units_in_tick", &h264_v_settings::num_units_in_tick, 0);
-  force("time_scale", &h264_v_settings::time_scale, 0);
 }
 
 void AvcRepair::repairRates() {
