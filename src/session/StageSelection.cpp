@@ -15,6 +15,7 @@
 #include "hardware/HardwareInfo.h"
 #include "session/StageIds.h"
 #include "video/decoders/VideoDecoderVPX.h"
+#include "video/encoders/VideoEncoderH264.h"
 #include "video/encoders/VideoEncoderVPX.h"
 
 namespace qvs {
@@ -76,7 +77,7 @@ constexpr VideoEncoderRow kVideoEncoders[] = {
     {kVideoCodecH264, 7, &Words::x264Available, kAnyBit, kNative, "VideoEncoderH264X264Host", "H.264: X264"},
     {kVideoCodecH264, 14, &Words::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.264: AdvantechVega"},
     {kVideoCodecH264, 17, &Words::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.264: U30"},
-    {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoEncoderH264", "H.264: default"},
+    {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoEncoderH264", "H.264: default", make<IVideoEncoder, VideoEncoderH264>},
 };
 
 constexpr AudioDecoderRow kCaptureAudioDecoder =
