@@ -28,10 +28,11 @@ final class DecodeCommand implements Callable<Integer> {
   public Integer call() throws Exception {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(input)) {
-      VideoCodec codec = TranscodeJob.checkSource(input, reader.info());
+      reader.ignore(MediaKind.AUDIO);
+      VideoCodec codec = TranscodeJob.checkSource(input, reader.video());
       SessionSettings settings =
           new SessionSettings(
-              input.getFileName().toString(), codec, reader.info(), List.of(), List.of(), false, 1, 0);
+              input.getFileName().toString(), codec, reader.video(), List.of(), List.of(), false, 1, 0);
       Printer printer = new Printer();
       try (TranscodeSession session = new TranscodeSession(settings, printer)) {
         if (sums) printer.tap = new PictureTap(session.handle());

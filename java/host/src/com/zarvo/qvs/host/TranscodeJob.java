@@ -28,7 +28,8 @@ final class TranscodeJob {
   JobResult run() throws HostException, IOException {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(settings.input())) {
-      StreamInfo source = reader.info();
+      reader.ignore(MediaKind.AUDIO);
+      StreamInfo source = reader.video();
       VideoCodec codec = checkSource(settings.input(), source);
       List<RenditionSpec> renditions =
           settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
@@ -54,6 +55,7 @@ final class TranscodeJob {
   /** The codec of a source that the session can take. */
   static VideoCodec checkSource(Path input, StreamInfo source) throws HostException {
     String name = input + ": ";
+    if (source == null) throw new HostException(name + "no video stream in it");
     if (source.width() > RenditionSpec.MAX_SIZE || source.height() > RenditionSpec.MAX_SIZE)
       throw new HostException(name + "pictures of " + source.width() + "x" + source.height() + " are too large");
     // The range variant names the same layout; all others would come out as empty pictures.
@@ -78,7 +80,7 @@ final class TranscodeJob {
 
   private JobResult pump(MediaReader reader, TranscodeSession session, Outputs outputs)
       throws HostException, IOException {
-    StreamInfo source = reader.info();
+    StreamInfo source = reader.video();
     long startNs = System.nanoTime();
     Progress progress = progressOf.apply(source.durationMs());
     long firstMs = Long.MIN_VALUE;
@@ -142,11 +144,15 @@ final class TranscodeJob {
             MediaWriter.create(
                 file,
                 settings.format(),
-                spec.codec().codecName,
-                spec.width(),
-                spec.height(),
-                source.timeBase(),
-                source.frameRate()));
+                List.of(
+                    new OutputTrack.Video(
+                        spec.codec().codecName,
+                        new byte[0],
+                        source.timeBase(),
+                        spec.width(),
+                        spec.height(),
+                        source.frameRate())),
+                false));
       }
     }
 
@@ -165,7 +171,9 @@ final class TranscodeJob {
       boolean key = packet.frameType == RenditionRoad.FRAME_KEY;
       if (key) keyPictures[rendition]++;
       long pts = times.ptsOf(packet.timecode);
-      writers.get(rendition).write(packet.buffer, packet.offset, (int) packet.len, pts, key);
+      writers
+          .get(rendition)
+          .write(0, OutputPacket.inOrder(packet.buffer, packet.offset, (int) packet.len, pts, key));
     }
 
     @Override
@@ -182,7 +190,7 @@ final class TranscodeJob {
     void finish(TranscodeSession session) throws HostException, IOException {
       for (int i = 0; i < writers.size(); i++) {
         long in = session.encodedPictures(i);
-        long out = writers.get(i).packets();
+        long out = writers.get(i).packets(0);
         if (in != out)
           throw new HostException(
               writers.get(i).target() + ": " + in + " pictures went to the encoder and " + out + " came back");
@@ -196,7 +204,7 @@ final class TranscodeJob {
         MediaWriter writer = writers.get(i);
         results.add(
             new JobResult.Rendition(
-                renditions.get(i), writer.target(), writer.packets(), keyPictures[i], writer.bytes()));
+                renditions.get(i), writer.target(), writer.packets(0), keyPictures[i], writer.bytes(0)));
       }
       return results;
     }
