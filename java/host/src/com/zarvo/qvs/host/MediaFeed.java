@@ -1,0 +1,37 @@
+package com.zarvo.qvs.host;
+
+import java.util.ArrayDeque;
+import java.util.Deque;
+
+/** Packets of a reader in their order, with a look at those to come. */
+final class MediaFeed {
+  private static final long MAX_AHEAD_BYTES = 256L << 20;
+
+  private final MediaReader reader;
+  private final Deque<MediaPacket> ahead = new ArrayDeque<>();
+  private long aheadBytes;
+
+  MediaFeed(MediaReader reader) {
+    this.reader = reader;
+  }
+
+  MediaPacket next() throws MediaException {
+    MediaPacket packet = ahead.isEmpty() ? reader.next() : ahead.remove();
+    if (packet != null && aheadBytes > 0) aheadBytes -= packet.data().length;
+    return packet;
+  }
+
+  /** The n-th packet of a kind that `next` has not given yet, counted from 0; null when there is none. */
+  MediaPacket peek(MediaKind kind, int n) throws MediaException {
+    int found = 0;
+    for (MediaPacket packet : ahead) if (packet.kind() == kind && found++ == n) return packet;
+    while (aheadBytes < MAX_AHEAD_BYTES) {
+      MediaPacket packet = reader.next();
+      if (packet == null) return null;
+      ahead.add(packet);
+      aheadBytes += packet.data().length;
+      if (packet.kind() == kind && found++ == n) return packet;
+    }
+    return null;
+  }
+}
