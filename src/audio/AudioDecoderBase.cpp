@@ -1,9 +1,20 @@
 #include "audio/AudioDecoderBase.h"
 
+#include <cstring>
+#include <utility>
+
 #include "frames/AudioSampleBuffer.h"
 #include "log/LogGlobalLogger.h"
+#include "platform/Status.h"
 
 namespace qvs {
+
+namespace {
+
+constexpr uint64_t kBytesPerSample = 2;
+constexpr uint64_t kLargestGrownBlock = 16u << 20;  ///< bytes; hostile packets announce any length
+
+}  // namespace
 
 void AudioDecoderBase::resetDecodedFrameState() {
   decodedSampleRate = 0;
@@ -36,6 +47,40 @@ uint64_t AudioDecoderBase::getTimecodeScaled(uint64_t lastTimecode, uint32_t las
   // Unsigned on purpose: at 0 ms the lower bound wraps, and the count always starts anew there.
   if (nextMs < timecodeMs - 1 || nextMs > timecodeMs + 1) return scaled;
   return next;
+}
+
+void AudioDecoderBase::setFormat(uint32_t sampleRate, uint32_t channels) {
+  streamSampleRate = decodedSampleRate = sampleRate;
+  streamChannels = decodedChannels = channels;
+}
+
+void AudioDecoderBase::restoreFormat() {
+  decodedSampleRate = streamSampleRate;
+  decodedChannels = streamChannels;
+}
+
+bool AudioDecoderBase::makeRoom(AudioSampleBuffer& out, uint64_t sampleCount, uint32_t channels) {
+  // Neither factor is trusted: the product is taken only where it can't wrap.
+  if (channels != 0 && sampleCount > ~uint64_t{0} / kBytesPerSample / channels) return false;
+  const uint64_t needed = sampleCount * channels * kBytesPerSample;
+  const uint64_t held = out.getBuffer() != nullptr ? out.getLen() : 0;
+  if (needed <= held) return true;
+  if (needed > kLargestGrownBlock) return false;
+  AudioSampleBuffer larger;
+  if (larger.allocBuffer(static_cast<uint32_t>(sampleCount), channels, out.getSampleRate()) != kSuccess) {
+    return false;
+  }
+  if (held != 0) std::memcpy(larger.getBuffer(), out.getBuffer(), held);
+  larger.setSampleIndex(out.getSampleIndex());
+  larger.setFormat(out.getFormat());
+  larger.setTimecode(out.getTimecode());
+  out = std::move(larger);
+  return true;
+}
+
+uint32_t AudioDecoderBase::noBlock(AudioSampleBuffer& out) {
+  out.setSampleCount(0);
+  return kSuccess;
 }
 
 void AudioDecoderBase::finishBlock(AudioSampleBuffer& out, uint32_t sampleCount, uint64_t timecodeMs) {

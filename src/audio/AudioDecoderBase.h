@@ -55,6 +55,19 @@ class AudioDecoderBase : public WithoutParameters<IAudioDecoder> {
   uint64_t getTimecodeScaled(uint64_t lastTimecodeScaled, uint32_t lastSampleCount,
                              uint64_t timecodeMs) const;
 
+  /// Takes the stream's format into the record, and keeps it for `restoreFormat`.
+  void setFormat(uint32_t sampleRate, uint32_t channels);
+
+  /// Puts the stream's format back where a reset has zeroed the record: the stream itself went on.
+  void restoreFormat();
+
+  /// Sees to it that `out` can take `sampleCount` samples of `channels` channels, keeping what it holds.
+  /// False, and `out` as it was, where that is more than any real packet holds or memory is out.
+  static bool makeRoom(AudioSampleBuffer& out, uint64_t sampleCount, uint32_t channels);
+
+  /// Result of an input without sound: nothing is recorded, and `out` no longer offers an older block.
+  static uint32_t noBlock(AudioSampleBuffer& out);
+
   /// Enters a block of `sampleCount` samples a channel, already written into `out`, in all records.
   void finishBlock(AudioSampleBuffer& out, uint32_t sampleCount, uint64_t timecodeMs);
 
@@ -75,6 +88,10 @@ class AudioDecoderBase : public WithoutParameters<IAudioDecoder> {
   uint32_t firstFrameDecoded = 0;
   uint64_t lastTimecodeScaled = ~uint64_t{0};  ///< samples; all ones before the first block
   uint32_t lastSampleCount = 0;
+
+ private:
+  uint32_t streamSampleRate = 0;  ///< Hz; as `setFormat` was told
+  uint32_t streamChannels = 0;
 };
 
 }  // namespace qvs

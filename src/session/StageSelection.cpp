@@ -2,6 +2,11 @@
 
 #include <fmt/format.h>
 
+#include "audio/AudioDecoderALaw.h"
+#include "audio/AudioDecoderMULaw.h"
+#include "audio/AudioDecoderOpus.h"
+#include "audio/AudioDecoderSpeex.h"
+#include "audio/AudioDecoderVorbis.h"
 #include "hardware/HardwareInfo.h"
 #include "session/StageIds.h"
 #include "video/decoders/VideoDecoderVPX.h"
@@ -75,12 +80,12 @@ constexpr AudioDecoderRow kCaptureAudioDecoder =
 constexpr AudioDecoderRow kAudioDecoders[] = {
     {kAudioCodecMPEG, kAudioLayer3, nullptr, 0, kNative, "AudioDecoderMP2", "MP3: default"},
     {kAudioCodecMPEG, kAny, nullptr, 0, kNative, "AudioDecoderMP2", "MPEG1 Part 1/2: default"},
-    {kAudioCodecALaw, kAny, nullptr, 0, kNative, "AudioDecoderALaw", "G711 ALAW: default"},
-    {kAudioCodecMULaw, kAny, nullptr, 0, kNative, "AudioDecoderMULaw", "G711 MULAW: default"},
-    {kAudioCodecVorbis, kAny, nullptr, 0, kNative, "AudioDecoderVorbis", "VORBIS: default"},
+    {kAudioCodecALaw, kAny, nullptr, 0, kNative, "AudioDecoderALaw", "G711 ALAW: default", make<IAudioDecoder, AudioDecoderALaw>},
+    {kAudioCodecMULaw, kAny, nullptr, 0, kNative, "AudioDecoderMULaw", "G711 MULAW: default", make<IAudioDecoder, AudioDecoderMULaw>},
+    {kAudioCodecVorbis, kAny, nullptr, 0, kNative, "AudioDecoderVorbis", "VORBIS: default", make<IAudioDecoder, AudioDecoderVorbis>},
     {kAudioCodecAAC, kAny, nullptr, 0, kNative, "AudioDecoderAAC", "AAC: default"},
-    {kAudioCodecSpeex, kAny, nullptr, 0, kNative, "AudioDecoderSpeex", "SPEEX: default"},
-    {kAudioCodecOpus, kAny, nullptr, 0, kNative, "AudioDecoderOpus", "OPUS: default"},
+    {kAudioCodecSpeex, kAny, nullptr, 0, kNative, "AudioDecoderSpeex", "SPEEX: default", make<IAudioDecoder, AudioDecoderSpeex>},
+    {kAudioCodecOpus, kAny, nullptr, 0, kNative, "AudioDecoderOpus", "OPUS: default", make<IAudioDecoder, AudioDecoderOpus>},
 };
 
 constexpr AudioEncoderRow kAudioEncoders[] = {
