@@ -7,6 +7,9 @@
 #include "audio/AudioDecoderOpus.h"
 #include "audio/AudioDecoderSpeex.h"
 #include "audio/AudioDecoderVorbis.h"
+#include "audio/AudioEncoderAAC.h"
+#include "audio/AudioEncoderOpus.h"
+#include "audio/AudioEncoderVorbis.h"
 #include "hardware/HardwareInfo.h"
 #include "session/StageIds.h"
 #include "video/decoders/VideoDecoderVPX.h"
@@ -89,9 +92,9 @@ constexpr AudioDecoderRow kAudioDecoders[] = {
 };
 
 constexpr AudioEncoderRow kAudioEncoders[] = {
-    {kAudioCodecVorbis, kAny, nullptr, 0, kNative, "AudioEncoderVorbis", "VORBIS: default"},
-    {kAudioCodecAAC, kAny, nullptr, 0, kNative, "AudioEncoderAAC", "AAC: default"},
-    {kAudioCodecOpus, kAny, nullptr, 0, kNative, "AudioEncoderOpus", "OPUS: default"},
+    {kAudioCodecVorbis, kAny, nullptr, 0, kNative, "AudioEncoderVorbis", "VORBIS: default", make<IAudioEncoder, AudioEncoderVorbis>},
+    {kAudioCodecAAC, kAny, nullptr, 0, kNative, "AudioEncoderAAC", "AAC: default", make<IAudioEncoder, AudioEncoderAAC>},
+    {kAudioCodecOpus, kAny, nullptr, 0, kNative, "AudioEncoderOpus", "OPUS: default", make<IAudioEncoder, AudioEncoderOpus>},
 };
 // clang-format on
 
