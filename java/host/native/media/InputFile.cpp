@@ -83,10 +83,10 @@ MediaStatus InputFile::next(bool* atEnd) {
   return {};
 }
 
-uint32_t InputFile::paddingSamples() const {
+InputFile::Padding InputFile::padding() const {
   size_t size = 0;
   const uint8_t* data = av_packet_get_side_data(packet_.get(), AV_PKT_DATA_SKIP_SAMPLES, &size);
-  return data && size >= 4 ? AV_RL32(data) : 0;
+  return data && size >= 8 ? Padding{AV_RL32(data), AV_RL32(data + 4)} : Padding{};
 }
 
 const char* InputFile::codecName(StreamKind kind) const {

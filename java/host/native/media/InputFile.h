@@ -35,8 +35,12 @@ class InputFile {
   StreamKind kind() const { return kind_; }
   /// Presentation time of the current packet in units of its stream's time base; never missing.
   int64_t pts() const { return selected(kind_).pts; }
-  /// Samples at the start of the current packet that were never meant to be heard.
-  uint32_t paddingSamples() const;
+  /// Samples of the current packet that were never meant to be heard.
+  struct Padding {
+    uint32_t start = 0;
+    uint32_t end = 0;
+  };
+  Padding padding() const;
 
   /// The following need `has(kind)`.
   const AVStream& stream(StreamKind kind) const { return *format_->streams[selected(kind).index]; }

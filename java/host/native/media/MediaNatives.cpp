@@ -114,8 +114,9 @@ JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_read(JNIEnv* en
   const AVPacket& packet = file.packet();
   const jbyteArray bytes = toArray(env, packet.data, packet.size);
   if (!bytes) return nullptr;
-  store<5>(env, facts,
-           {static_cast<jlong>(file.kind()), file.pts(), packet.duration, file.paddingSamples(),
+  const InputFile::Padding padding = file.padding();
+  store<6>(env, facts,
+           {static_cast<jlong>(file.kind()), file.pts(), packet.duration, padding.start, padding.end,
             packet.flags & AV_PKT_FLAG_KEY ? 1 : 0});
   return bytes;
 }

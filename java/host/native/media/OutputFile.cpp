@@ -57,7 +57,7 @@ MediaStatus OutputFile::addStream(const OutputStream& wanted) {
   if (!codec) return MediaStatus::failure("unknown codec " + wanted.codecName);
   AVStream* stream = avformat_new_stream(format_, nullptr);
   if (!stream) return MediaStatus::failure("out of memory");
-  timeBases_.push_back(wanted.timeBase);
+  tracks_.push_back({wanted.timeBase, shiftOf(wanted)});
   stream->time_base = wanted.timeBase;
   stream->avg_frame_rate = wanted.frameRate;
   AVCodecParameters& parameters = *stream->codecpar;
@@ -70,6 +70,13 @@ MediaStatus OutputFile::addStream(const OutputStream& wanted) {
   parameters.initial_padding = wanted.delaySamples;
   if (wanted.channels > 0) av_channel_layout_default(&parameters.ch_layout, wanted.channels);
   return setConfig(&parameters, wanted.config);
+}
+
+// Matroska counts from the first coded sample, and its muxer leaves the delay to be added.
+int64_t OutputFile::shiftOf(const OutputStream& stream) const {
+  const bool matroska = std::strstr("webm matroska", format_->oformat->name) != nullptr;
+  if (!matroska || stream.delaySamples <= 0 || stream.sampleRate <= 0) return 0;
+  return av_rescale_q(stream.delaySamples, {1, stream.sampleRate}, stream.timeBase);
 }
 
 MediaStatus OutputFile::begin(bool keepTimes) {
@@ -88,9 +95,9 @@ MediaStatus OutputFile::fill(const OutputPacket& from) {
   if (!status.ok()) return status;
   if (from.length) std::memcpy(packet_->data, from.bytes, from.length);
   const AVRational unit = format_->streams[from.stream]->time_base;
-  const AVRational given = timeBases_[from.stream];
-  packet_->pts = av_rescale_q(from.pts, given, unit);
-  packet_->dts = av_rescale_q(from.dts, given, unit);
+  const auto& [given, shift] = tracks_[from.stream];
+  packet_->pts = av_rescale_q(from.pts + shift, given, unit);
+  packet_->dts = av_rescale_q(from.dts + shift, given, unit);
   packet_->duration = av_rescale_q(from.duration, given, unit);
   packet_->stream_index = static_cast<int>(from.stream);
   if (from.key) packet_->flags |= AV_PKT_FLAG_KEY;
@@ -99,11 +106,11 @@ MediaStatus OutputFile::fill(const OutputPacket& from) {
 
 MediaStatus OutputFile::write(const OutputPacket& packet) {
   if (!headerWritten_) return MediaStatus::failure("the file is not open for writing");
-  if (packet.stream >= timeBases_.size()) return MediaStatus::failure("no such stream");
+  if (packet.stream >= tracks_.size()) return MediaStatus::failure("no such stream");
   if (packet.length > static_cast<size_t>(INT_MAX)) return MediaStatus::failure("packet too large");
   MediaStatus status = fill(packet);
   if (status.ok()) {
-    const bool single = timeBases_.size() == 1;
+    const bool single = tracks_.size() == 1;
     const int code =
         single ? av_write_frame(format_, packet_.get()) : av_interleaved_write_frame(format_, packet_.get());
     status = MediaStatus::fromCode(code, "cannot write a packet");

@@ -55,13 +55,19 @@ class OutputFile {
   MediaStatus finish();
 
  private:
+  int64_t shiftOf(const OutputStream& stream) const;
   MediaStatus fill(const OutputPacket& packet);
   void closeFile();
 
   AVFormatContext* format_ = nullptr;
   AvPacketPtr packet_;
   std::string path_;
-  std::vector<AVRational> timeBases_;
+  struct Track {
+    AVRational timeBase;
+    int64_t shift = 0;  ///< in timeBase, added to every time
+  };
+
+  std::vector<Track> tracks_;
   bool headerWritten_ = false;
 };
 

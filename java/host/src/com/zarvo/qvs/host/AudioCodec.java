@@ -11,7 +11,7 @@ public enum AudioCodec {
   MULAW("pcm_mulaw", 8, 0, 8192),
   VORBIS("vorbis", 9, 0, 8192, 0, 0, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000),
   AAC(
-      "aac", 10, 0, 2048, 1024, 1024, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000, 64000, 88200,
+      "aac", 10, 0, 2048, 1024, 0, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000, 64000, 88200,
       96000),
   SPEEX("speex", 11, 0, 8192),
   OPUS("opus", 12, 0, 5760, 0, 0, 8000, 12000, 16000, 24000, 48000);
@@ -71,7 +71,7 @@ public enum AudioCodec {
     return this == OPUS ? rate / OPUS_PACKETS_A_SECOND : frameSamples;
   }
 
-  /** Samples by which decoded sound lags behind what went into the encoder. */
+  /** Samples by which decoded sound lags behind what went into the encoder; the one for AAC drops its own lag. */
   int delaySamples(int rate) {
     return this == OPUS ? rate * OPUS_DELAY_TENTHS_MS / 10_000 : delaySamples;
   }

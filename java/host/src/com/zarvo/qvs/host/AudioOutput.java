@@ -33,7 +33,7 @@ final class AudioOutput implements AutoCloseable {
   private int skipPackets;
   private int paddingSamples;
   private long endOfLast = Long.MIN_VALUE;
-  private long end = Long.MAX_VALUE;
+  private long end = Long.MAX_VALUE / 2;
   private long pagesReached = Long.MIN_VALUE;
   private OutputPacket primer;
   private boolean draining;

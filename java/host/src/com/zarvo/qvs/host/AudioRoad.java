@@ -18,6 +18,7 @@ import java.util.function.Function;
  */
 final class AudioRoad {
   private static final long BLOCK = 0;
+  private static final int OPUS_RATE = 48_000;
   private static final int MIN_CHANNELS = 2;
   private static final int MAX_FIRST_FRAMES = 64;
   // G.711 packets of files may be longer than a block.
@@ -30,6 +31,7 @@ final class AudioRoad {
   private final AudioClock clock;
   private final List<AudioRenditionRoad> renditions = new ArrayList<>();
   private final TranscoderNativeAudioFrame frame = new TranscoderNativeAudioFrame();
+  private int paddingEnd;
   private long frames;
   private long failures;
 
@@ -60,10 +62,10 @@ final class AudioRoad {
     return clock;
   }
 
-  /** Samples at the start of the first packet that are not to be heard, at another rate. */
-  long paddingSamples(MediaPacket first, int rate) {
-    long own = source.codec() == AudioCodec.OPUS ? 48_000 : Math.max(1, settings.source().sampleRate());
-    return Math.round((double) first.paddingSamples() * rate / own);
+  /** Samples of a packet that are not to be heard, at another rate than the input's own. */
+  long atRate(int paddingSamples, int rate) {
+    long own = source.codec() == AudioCodec.OPUS ? OPUS_RATE : Math.max(1, settings.source().sampleRate());
+    return Math.round((double) paddingSamples * rate / own);
   }
 
   AudioRenditionRoad rendition(int index) {
@@ -87,6 +89,7 @@ final class AudioRoad {
   void push(MediaPacket packet) throws HostException, IOException {
     byte[] data = packet.data();
     if (!source.accept(data)) return;
+    paddingEnd = packet.paddingEnd();
     if (source.configChanged()) {
       byte[] config = source.config();
       owner.check(audioDecoderDecodeCodecConfig(owner.handle(), config, 0, config.length), "codec configuration");
@@ -121,7 +124,8 @@ final class AudioRoad {
     double end = (double) (frame.timecode + frame.sampleCount) / frame.sampleRate;
     for (int i = 0; i < renditions.size(); i++) {
       AudioRenditionRoad rendition = renditions.get(i);
-      boolean more = owner.output().audioEnds(i, Math.round(end * rendition.spec().sampleRate()));
+      int rate = rendition.spec().sampleRate();
+      boolean more = owner.output().audioEnds(i, Math.round(end * rate) - atRate(paddingEnd, rate));
       for (int n = 0; more && n < MAX_SILENT_BLOCKS; n++)
         more = rendition.encodeSilence(BLOCK, frame) && !owner.output().audioIsComplete(i);
     }
@@ -187,7 +191,7 @@ final class AudioRoad {
   private int decodedRate() {
     int wanted = settings.conversion().sampleRate();
     if (wanted > 0) return wanted;
-    if (source.codec() == AudioCodec.OPUS) return 48_000;
+    if (source.codec() == AudioCodec.OPUS) return OPUS_RATE;
     TranscoderNativeLong rate = new TranscoderNativeLong();
     int told = settings.source().sampleRate();
     return told > 0 || audioDecoderGetSampleRate(owner.handle(), rate) != 0 ? told : (int) rate.value;

@@ -10,7 +10,7 @@ public final class MediaReader implements AutoCloseable {
   private final StreamInfo video;
   private final AudioStreamInfo audio;
   private final byte[] videoConfig;
-  private final long[] facts = new long[5];
+  private final long[] facts = new long[6];
   private long handle;
 
   private MediaReader(long handle) {
@@ -85,7 +85,14 @@ public final class MediaReader implements AutoCloseable {
     MediaKind kind = KINDS[(int) facts[0]];
     Rational unit = kind == MediaKind.VIDEO ? video.timeBase() : audio.timeBase();
     return new MediaPacket(
-        kind, data, facts[1], unit.toMilliseconds(facts[1]), facts[2], (int) facts[3], facts[4] != 0);
+        kind,
+        data,
+        facts[1],
+        unit.toMilliseconds(facts[1]),
+        facts[2],
+        (int) facts[3],
+        (int) facts[4],
+        facts[5] != 0);
   }
 
   @Override
@@ -112,7 +119,7 @@ public final class MediaReader implements AutoCloseable {
   /** Fills sample rate, channels, time base (numerator and denominator) and milliseconds. */
   private static native void audioProperties(long handle, long[] values);
 
-  /** Returns null at the end; fills kind, presentation time, duration, padding samples and key flag. */
+  /** Returns null at the end; fills kind, presentation time, duration, padding at start and end, key flag. */
   private static native byte[] read(long handle, long[] facts) throws MediaException;
 
   private static native void close(long handle);

@@ -57,7 +57,7 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     for (int i = 0; i < audio.renditions(); i++) {
       AudioRenditionRoad road = audio.rendition(i);
       int rate = road.spec().sampleRate();
-      long audible = audio.clock().originSamples(rate) + audio.paddingSamples(first, rate);
+      long audible = audio.clock().originSamples(rate) + audio.atRate(first.paddingStart(), rate);
       if (keepTimes) audible = Math.max(0, audible);
       sounds.add(new AudioOutput(road.spec(), audio.clock(), audible, road.headers()));
       soundFiles.add(new ArrayList<>());
