@@ -16,8 +16,9 @@ pkg_check_modules(VORBIS REQUIRED IMPORTED_TARGET vorbis vorbisenc ogg)
 find_library(YUV_LIBRARY yuv REQUIRED)
 
 add_library(qvs-options INTERFACE)
+target_compile_options(qvs-options INTERFACE -Wall -Wextra -fno-strict-aliasing)
 # -Wrestrict of GCC 12 misfires on the concatenation of strings.
-target_compile_options(qvs-options INTERFACE -Wall -Wextra -Wno-restrict -fno-strict-aliasing)
+target_compile_options(qvs-options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 if(QVS_WERROR)
   target_compile_options(qvs-options INTERFACE -Werror)
 endif()

@@ -23,6 +23,7 @@
 #include "log/ILogger.h"
 #include "mc_frame.h"
 #include "platform/Status.h"
+#include "video/scaling/device/IVideoImageProcessor.h"
 
 namespace qvs {
 
@@ -294,6 +295,8 @@ class VideoFrameBuffer {
   VideoFrameBufferCaptureInfo captureInfo;
   std::array<VideoFrameBufferTimecodeInfo, kTimecodeInfoMax> timecodeInfo{};
   uint32_t timecodeInfoCount = 0;
+  bool isCudaDevAttrMemoryPoolsSupported = false;             ///< the device allocates in stream order
+  std::unique_ptr<IVideoImageProcessor> videoImageProcessor;  ///< null: no device
 };
 
 }  // namespace qvs

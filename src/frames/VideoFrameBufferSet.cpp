@@ -4,6 +4,7 @@
 
 #include "log/LogGlobalLogger.h"
 #include "platform/Guard.h"
+#include "video/scaling/device/CudaWrapper.h"
 
 namespace qvs {
 
@@ -66,13 +67,31 @@ uint32_t VideoFrameBufferSet::applyOverlays(VideoFrameBuffer& frame, VideoOverla
 uint32_t VideoFrameBufferSet::initVideoScaleCUDA() {
   if (scaleSetDataCUDA.inited != 0) return kSuccess;
   scaleSetDataCUDA.inited = 1;
-  // Nothing binds the device's driver yet: as if it said that there is no device.
-  constexpr int kCudaErrorNoDevice = 100;
-  loggerOrGlobal(logger)->warn(
-      kLogContextVideoDecoder, 0,
-      fmt::format("VideoFrameBufferSet.initVideoScaleCUDA[{{context}}]: cuInit: Failure result:{}",
-                  kCudaErrorNoDevice));
-  return kFailure;
+  const auto failed = [&](const std::string& text, int32_t result) {
+    loggerOrGlobal(logger)->warn(kLogContextVideoDecoder, 0,
+                                 "VideoFrameBufferSet.initVideoScaleCUDA[{context}]: " + text);
+    return static_cast<uint32_t>(result);
+  };
+  const auto refused = [&](const char* call, CUresult code, int32_t result) {
+    return failed(fmt::format("{}: Failure result:{}", call, code), result);
+  };
+  const CudaDriver* driver = cudaDriver();
+  // No driver is told as the driver tells of no device.
+  CUresult code = driver != nullptr ? driver->cuInit(0) : kCudaErrorNoDevice;
+  if (code != 0) return refused("cuInit", code, -1);
+  int count = 0;
+  code = driver->cuDeviceGetCount(&count);
+  if (code != 0) return refused("cuDeviceGetCount", code, -2);
+  if (scaleSetDataCUDA.deviceID < 0) scaleSetDataCUDA.deviceID = 0;
+  if (scaleSetDataCUDA.deviceID >= count) return failed("CUDA device not found.", -3);
+  code = driver->cuDeviceGet(&scaleSetDataCUDA.m_Device, scaleSetDataCUDA.deviceID);
+  if (code != 0) return refused("cuDeviceGet", code, -4);
+  int major = 0;
+  int minor = 0;
+  code = driver->cuDeviceComputeCapability(&major, &minor, scaleSetDataCUDA.m_Device);
+  if (code != 0) return refused("cuDeviceComputeCapability", code, -5);
+  // Contexts of devices are not part of this build: pictures stay in host memory.
+  return failed("acquireContext: Failed to acquire CUDA context", -7);
 }
 
 uint32_t VideoFrameBufferSet::closeVideoScaleCUDA() {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "video/scaling/device/cudaCtxLock.h"
 #include "video/scaling/device/CudaHandles.h"
 
 namespace qvs {
@@ -15,7 +16,24 @@ struct VideoScaleSetDataCUDA {
   uint32_t m_ContextDeviceId = 0;
   CUdevice m_Device = 0;
   CUstream m_Stream = nullptr;
+  cudaCtxLock ctxLock;  ///< bound to the context by the start
   CUmodule cu_module_conversion = nullptr;
+  // Kernels of that module; the start fills those that it resolves.
+  CUfunction cu_func_NV12AndYV12Conversion = nullptr;
+  CUfunction cu_func_OverlayImage = nullptr;
+  CUfunction cu_func_R210ToYUVA = nullptr;
+  CUfunction cu_func_R210ToNV12 = nullptr;
+  CUfunction cu_func_V210ToYUVA = nullptr;
+  CUfunction cu_func_V210ToNV12 = nullptr;
+  CUfunction cu_func_V210ToNV12Fast = nullptr;
+  CUfunction cu_func_YUVAToNV12 = nullptr;
+  CUfunction cu_func_TransformYUVA = nullptr;
+  CUfunction cu_func_YUVAToYV24 = nullptr;
+  CUfunction cu_func_YV24ToYUVA = nullptr;
+  CUfunction cu_func_YUVAScaleByFactor = nullptr;
+  CUfunction cu_func_YUVAToRGBA = nullptr;
+  CUfunction cu_func_NV12ToYUVA = nullptr;
+  CUfunction cu_func_NV12ToRGBA = nullptr;
 };
 
 struct VideoScaleSetDataVAAPI {

@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include "audio/AudioDecoderAAC.h"
 #include "audio/AudioDecoderALaw.h"
+#include "audio/AudioDecoderMP2.h"
 #include "audio/AudioDecoderMULaw.h"
 #include "audio/AudioDecoderOpus.h"
 #include "audio/AudioDecoderSpeex.h"
@@ -81,12 +83,12 @@ constexpr AudioDecoderRow kCaptureAudioDecoder =
     {0, kAny, nullptr, 0, kNative, "AudioDecoderCapture", "Capture: default"};
 
 constexpr AudioDecoderRow kAudioDecoders[] = {
-    {kAudioCodecMPEG, kAudioLayer3, nullptr, 0, kNative, "AudioDecoderMP2", "MP3: default"},
-    {kAudioCodecMPEG, kAny, nullptr, 0, kNative, "AudioDecoderMP2", "MPEG1 Part 1/2: default"},
+    {kAudioCodecMPEG, kAudioLayer3, nullptr, 0, kNative, "AudioDecoderMP2", "MP3: default", make<IAudioDecoder, AudioDecoderMP2>},
+    {kAudioCodecMPEG, kAny, nullptr, 0, kNative, "AudioDecoderMP2", "MPEG1 Part 1/2: default", make<IAudioDecoder, AudioDecoderMP2>},
     {kAudioCodecALaw, kAny, nullptr, 0, kNative, "AudioDecoderALaw", "G711 ALAW: default", make<IAudioDecoder, AudioDecoderALaw>},
     {kAudioCodecMULaw, kAny, nullptr, 0, kNative, "AudioDecoderMULaw", "G711 MULAW: default", make<IAudioDecoder, AudioDecoderMULaw>},
     {kAudioCodecVorbis, kAny, nullptr, 0, kNative, "AudioDecoderVorbis", "VORBIS: default", make<IAudioDecoder, AudioDecoderVorbis>},
-    {kAudioCodecAAC, kAny, nullptr, 0, kNative, "AudioDecoderAAC", "AAC: default"},
+    {kAudioCodecAAC, kAny, nullptr, 0, kNative, "AudioDecoderAAC", "AAC: default", make<IAudioDecoder, AudioDecoderAAC>},
     {kAudioCodecSpeex, kAny, nullptr, 0, kNative, "AudioDecoderSpeex", "SPEEX: default", make<IAudioDecoder, AudioDecoderSpeex>},
     {kAudioCodecOpus, kAny, nullptr, 0, kNative, "AudioDecoderOpus", "OPUS: default", make<IAudioDecoder, AudioDecoderOpus>},
 };

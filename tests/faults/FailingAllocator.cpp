@@ -62,6 +62,8 @@ AllocatorReport disarmAllocator() {
 
 }  // namespace qvs::test
 
+// Seen by the codec libraries too.
+#pragma GCC visibility push(default)
 extern "C" {
 
 void* QVS_REAL(malloc)(size_t);
@@ -112,6 +114,7 @@ void QVS_OURS(free)(void* block) {
   QVS_REAL(free)(block);
 }
 }
+#pragma GCC visibility pop
 
 #ifdef QVS_WRAPPED_ALLOCATOR
 // The C++ library's own calls do not pass the wrapped functions, so its operators are replaced as well.

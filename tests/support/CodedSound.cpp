@@ -69,7 +69,7 @@ std::vector<uint8_t> makeSpeexHeader(uint32_t mode, uint32_t sampleRate) {
   put(header, 40, mode);
   put(header, 44, 4);
   put(header, 48, 1);
-  put(header, 56, 160u << mode);
+  put(header, 56, 160u << (mode & 3));
   put(header, 64, 1);
   return header;
 }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "frames/geometry/FourCC.h"
+#include "frames/geometry/HostLayout.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/ILogger.h"
 #include "platform/FreeDeleter.h"
@@ -99,7 +100,10 @@ uint32_t VideoEncoderVPX::initialize() {
   return guarded(kLabel, [&]() -> uint32_t {
     closeCodec();
     vpxConfig.g_threads = threadCount != 0 ? threadCount : kDefaultThreads;
-    const vpx_codec_err_t result = vpx_codec_enc_init(&vpxCodec, codecInterface(), &vpxConfig, 0);
+    // libvpx takes sizes whose working memory is gigabytes; no frame could ever fill them.
+    const bool feasible = uint64_t{vpxConfig.g_w} * vpxConfig.g_h < kFramePixelsLimit;
+    const vpx_codec_err_t result =
+        feasible ? vpx_codec_enc_init(&vpxCodec, codecInterface(), &vpxConfig, 0) : VPX_CODEC_INVALID_PARAM;
     if (result != VPX_CODEC_OK) {
       getLogger()->error(
           kLogContextVideoEncoder, static_cast<int>(sessionIndex),

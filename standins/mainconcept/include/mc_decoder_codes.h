@@ -38,6 +38,7 @@ enum {
   PARSE_ERR_FLAG = 2,
   SEQ_HDR_FLAG = 0x100,  ///< a sequence header was read
   GOP_HDR_FLAG = 0x400,
+  AUD_NO_ROOM_FLAG = 0x1000,  ///< an audio block waits for a larger buffer
   PIC_DECODED_FLAG = 1 << 20,
   PIC_FULL_FLAG = 1 << 21,  ///< both fields are there
   PIC_VALID_FLAG = 1 << 22,

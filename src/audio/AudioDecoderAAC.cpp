@@ -1,0 +1,183 @@
+#include "audio/AudioDecoderAAC.h"
+
+#include <fmt/format.h>
+#include <mc_dec_aac.h>
+
+#include <cstring>
+#include <utility>
+
+#include "audio/AACUtils.h"
+#include "frames/AudioSampleBuffer.h"
+#include "log/MainConceptCallbacks.h"
+#include "platform/Guard.h"
+
+namespace qvs {
+
+namespace {
+
+constexpr uint32_t kAacLC = 2;
+constexpr uint32_t kAacLTP = 4;
+constexpr uint32_t kSBR = 5;
+constexpr uint32_t kPS = 29;
+
+/// The two bits of the header name types 1 to 4. Frames of the HE types are LC frames with more in them, at
+/// the rate and channels of their core, which is what the configuration's first fields give.
+uint32_t headerObjectTypeOf(uint32_t objectType) {
+  if (objectType == kSBR || objectType == kPS) return kAacLC;
+  return objectType <= kAacLTP ? objectType : 0;
+}
+
+}  // namespace
+
+AudioDecoderAAC::AudioDecoderAAC() : AudioDecoderBufferStream("AudioDecoderAAC") {
+  codec = kCodec;
+  AudioDecoderAAC::setDecodeParameters(-1, -1, ~0u);
+}
+
+uint32_t AudioDecoderAAC::setDecodeParameters(int32_t sampleRate, int32_t channels, uint32_t format) {
+  std::memset(&aacConfig, 0xFF, sizeof aacConfig);
+  aacConfig.num_channels = wantsStereo() ? 2 : static_cast<uint32_t>(channels);
+  aacConfig.sampling_rate = static_cast<uint32_t>(sampleRate);
+  aacConfig.output_format = format;
+  aacConfig.bitstream_format = 0;
+  return kSuccess;
+}
+
+uint32_t AudioDecoderAAC::initialize() {
+  return guarded("AudioDecoderAAC::initialize", [&]() -> uint32_t {
+    close();
+    init_callbacks(callbacks);
+    timecodeDelay[0] = timecodeDelay[1] = {};
+    decoder = createDecoderAAC(&callbacks, 0, 0);
+    return isOpen() ? kSuccess : fail("initialize", "Error opening decoder");
+  });
+}
+
+uint32_t AudioDecoderAAC::decodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) {
+  return guarded("AudioDecoderAAC::decodeCodecConfig", [&]() -> uint32_t {
+    constexpr uint8_t kFrameOf960 = 4;
+    if (!AACUtils::decodeCodecConfig(buffer, offset, len, aacOT, aacSR, headerChannelConfig)) {
+      return fail("decodeCodecConfig", "Not enough data to decode");
+    }
+    aacCH = wantsStereo() ? 2 : headerChannelConfig;
+    headerObjectType = headerObjectTypeOf(aacOT);
+    const bool isPlain = headerObjectType == aacOT;
+    if (isPlain && (buffer[size_t{offset} + 1] & kFrameOf960) != 0) headerObjectType = 0;
+    if (headerObjectType == 0) {
+      warn(
+          fmt::format("AudioDecoderAAC.decodeCodecConfig[{{context}}]: Configuration is not supported: "
+                      "objectType:{} rateIndex:{} channelConfig:{}",
+                      aacOT, aacSR, headerChannelConfig));
+    }
+    return kSuccess;
+  });
+}
+
+uint32_t AudioDecoderAAC::getDecodeFrameHeaderSize() {
+  return AACUtils::kADTSHeaderSize;
+}
+
+uint32_t AudioDecoderAAC::getChannels() {
+  return AACUtils::channelsOf(aacCH);
+}
+
+int32_t AudioDecoderAAC::getSampleRate() {
+  return static_cast<int32_t>(AACUtils::sampleRateOf(aacSR));
+}
+
+bool AudioDecoderAAC::writeHeader(uint8_t* buffer, uint32_t offset, uint32_t len) const {
+  constexpr uint32_t kHeaderChannelConfigs = 8;
+  const bool fits = buffer != nullptr && len > AACUtils::kADTSHeaderSize && len <= AACUtils::kMaxADTSFrame;
+  if (!fits || headerObjectType == 0 || headerChannelConfig >= kHeaderChannelConfigs) return false;
+  AACUtils::encodeDTSHeader(buffer, offset, headerObjectType, aacSR, headerChannelConfig, 1, len);
+  return true;
+}
+
+uint32_t AudioDecoderAAC::decodeFirstFrame(uint8_t* buffer, uint32_t offset, uint32_t len) {
+  return guarded("AudioDecoderAAC::decodeFirstFrame", [&]() -> uint32_t {
+    if (!isOpen()) return kFailure;
+    if (!writeHeader(buffer, offset, len)) return fail("decodeFirstFrame", "Decode failed");
+    command(PARSE_AUD_HDR);
+    if (decoder->copybytes(decoder, buffer + offset, len) == 0) {
+      return fail("decodeFirstFrame", "Decode failed");
+    }
+    if (command(INIT_FRAME_PARSER, &aacConfig, sizeof aacConfig) != 0) {
+      return fail("decodeFirstFrame", "Initialize failed");
+    }
+    firstFrameDecoded = 1;
+    return kSuccess;
+  });
+}
+
+uint32_t AudioDecoderAAC::decodeFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
+                                      AudioSampleBuffer& out) {
+  return guarded("AudioDecoderAAC::decodeFrame", [&]() -> uint32_t {
+    if (!isOpen()) return kFailure;
+    if (!writeHeader(buffer, offset, len)) return fail("decodeFrame", "Decode failed", out);
+    announceTarget();
+    timecodeDelay[1] = std::exchange(timecodeDelay[0], {timecode, 0, 0});
+    return decodeBytes({buffer + offset, len}, out);
+  });
+}
+
+uint32_t AudioDecoderAAC::decodeBytes(std::span<uint8_t> bytes, AudioSampleBuffer& out) {
+  parseState = 0;
+  for (uint32_t taken = 1; taken != 0 && !bytes.empty() && (parseState & PARSE_DONE_FLAG) == 0;) {
+    taken = feed(bytes, out, 0);
+    bytes = bytes.subspan(taken);
+    noteHeader();
+    if ((parseState & (PARSE_ERR_FLAG | AUD_NO_ROOM_FLAG)) != 0) {
+      forgetFrame();
+      return fail("decodeFrame", "Decode failed", out);
+    }
+    if (dst_bfr.bfr_size != 0 && timecodeDelay[0].timecode != AudioDecoderAACDelayInfo::kNone) {
+      return finish(out);
+    }
+  }
+  // A frame that is done without a block is gone; one that isn't waits in the library.
+  if ((parseState & PARSE_DONE_FLAG) != 0) forgetFrame();
+  markEmpty(out);
+  return kSuccess;
+}
+
+void AudioDecoderAAC::noteHeader() {
+  const mc_aud_frame_hdr_t* header = frameHeader();
+  if (header == nullptr) return;
+  timecodeDelay[0].sampleRate = header->sample_rate;
+  timecodeDelay[0].channels = wantsStereo() && header->channels == 1 ? 2 : header->channels;
+  if (decodedSampleRate == 0) decodedSampleRate = timecodeDelay[0].sampleRate;
+  if (decodedChannels == 0) decodedChannels = timecodeDelay[0].channels;
+}
+
+// Its timecode must not wait for a block that will never come: all later ones would lag behind by a frame.
+void AudioDecoderAAC::forgetFrame() {
+  timecodeDelay[0] = std::exchange(timecodeDelay[1], {});
+}
+
+AudioDecoderAACDelayInfo AudioDecoderAAC::takeDelayed() {
+  const bool formatChanges =
+      timecodeDelay[0].sampleRate != timecodeSampleRate || timecodeDelay[0].channels != timecodeChannels;
+  if (formatChanges) timecodeDelay[1].timecode = AudioDecoderAACDelayInfo::kNone;
+  const bool isLate = timecodeDelay[1].timecode != AudioDecoderAACDelayInfo::kNone;
+  AudioDecoderAACDelayInfo& used = timecodeDelay[isLate ? 1 : 0];
+  const AudioDecoderAACDelayInfo taken = used;
+  used.timecode = AudioDecoderAACDelayInfo::kNone;
+  return taken;
+}
+
+uint32_t AudioDecoderAAC::finish(AudioSampleBuffer& out) {
+  const mc_aud_frame_hdr_t* header = frameHeader();
+  if (header == nullptr || scaleBlock(*header, out, 0) == 0) {
+    forgetFrame();
+    return fail("decodeFrame", "Decode failed", out);
+  }
+  const AudioDecoderAACDelayInfo block = takeDelayed();
+  // The running count is in samples of one rate.
+  if (block.sampleRate != timecodeSampleRate) lastTimecodeScaled = ~uint64_t{0};
+  decodedSampleRate = timecodeSampleRate = block.sampleRate;
+  decodedChannels = timecodeChannels = block.channels;
+  finishBlock(out, dst_bfr.bfr_size / (block.channels * 2), block.timecode);
+  return kSuccess;
+}
+
+}  // namespace qvs

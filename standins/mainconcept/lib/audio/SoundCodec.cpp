@@ -1,0 +1,69 @@
+#include "audio/SoundCodec.h"
+
+#include <algorithm>
+
+#include "audio/SampleWriter.h"
+
+namespace qvs::mc {
+
+std::unique_ptr<SoundCodec> SoundCodec::open(const char* codecName) {
+  const AvLibrary* library = AvLibrary::codecs();
+  if (library == nullptr) return nullptr;
+  std::unique_ptr<SoundCodec> codec(new SoundCodec(*library));
+  return codec->start(codecName) ? std::move(codec) : nullptr;
+}
+
+bool SoundCodec::start(const char* codecName) {
+  constexpr int kSilent = 1000;
+  const AVCodec* decoder = av.avcodec_find_decoder_by_name(codecName);
+  if (decoder == nullptr) return false;
+  context = av.avcodec_alloc_context3(decoder);
+  packet = av.av_packet_alloc();
+  block = av.av_frame_alloc();
+  rest = av.av_frame_alloc();
+  if (context == nullptr || packet == nullptr || block == nullptr || rest == nullptr) return false;
+  context->thread_count = 1;
+  context->log_level_offset = kSilent;
+  if (av.avcodec_open2(context, decoder, nullptr) < 0) return false;
+  // A counted reference to memory of our own: sending a packet then copies nothing.
+  packet->buf = av.av_buffer_create(
+      memory.data(), memory.size(), [](void*, uint8_t*) {}, nullptr, 0);
+  packet->data = memory.data();
+  return packet->buf != nullptr;
+}
+
+SoundCodec::~SoundCodec() {
+  av.avcodec_free_context(&context);
+  av.av_packet_free(&packet);
+  av.av_frame_free(&block);
+  av.av_frame_free(&rest);
+}
+
+SoundCodec::Result SoundCodec::decode(size_t size) {
+  std::fill_n(memory.begin() + static_cast<std::ptrdiff_t>(size), AV_INPUT_BUFFER_PADDING_SIZE, uint8_t{0});
+  packet->size = static_cast<int>(size);
+  if (av.avcodec_send_packet(context, packet) < 0) return Result::kError;
+  const int status = av.avcodec_receive_frame(context, block);
+  dropRest();
+  if (status == AVERROR(EAGAIN)) return Result::kSilent;
+  if (status < 0 || block->format != AV_SAMPLE_FMT_FLTP) return Result::kError;
+  if (samples() == 0 || channels() == 0) return Result::kSilent;
+  return sampleRate() != 0 ? Result::kBlock : Result::kError;
+}
+
+// What a frame's own data leave over would be decoded as one more frame. Such bytes are refused at their
+// first look, before they can touch the decoder's state.
+void SoundCodec::dropRest() {
+  constexpr int kMostFrames = 16;
+  memory.fill(0xFF);
+  for (int count = 0; count < kMostFrames; ++count) {
+    if (av.avcodec_receive_frame(context, rest) == AVERROR(EAGAIN)) return;
+  }
+}
+
+void SoundCodec::writeBlock(uint8_t* target) const {
+  const auto* const* planes = reinterpret_cast<const float* const*>(block->extended_data);
+  writeSamples(planes, channels(), samples(), reinterpret_cast<int16_t*>(target));
+}
+
+}  // namespace qvs::mc

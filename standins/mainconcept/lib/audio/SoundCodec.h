@@ -1,0 +1,54 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "audio/FrameFormat.h"
+#include "av/AvLibrary.h"
+
+namespace qvs::mc {
+
+/// One decoder of libavcodec: a coded frame in, a block of interleaved signed 16-bit samples out. One thread,
+/// no delay.
+class SoundCodec {
+ public:
+  enum class Result { kBlock, kSilent, kError };
+
+  /// Null where libavcodec or its decoder isn't there.
+  static std::unique_ptr<SoundCodec> open(const char* codecName);
+
+  ~SoundCodec();
+  SoundCodec(const SoundCodec&) = delete;
+  SoundCodec& operator=(const SoundCodec&) = delete;
+
+  /// Where the next coded frame belongs.
+  std::span<uint8_t> input() { return {memory.data(), kMaxFrameBytes}; }
+
+  /// Decodes the first `size` bytes of the input, which are gone afterwards.
+  Result decode(size_t size);
+
+  /// Of the last block.
+  uint32_t sampleRate() const { return static_cast<uint32_t>(block->sample_rate); }
+  uint32_t channels() const { return static_cast<uint32_t>(block->ch_layout.nb_channels); }
+  uint32_t samples() const { return static_cast<uint32_t>(block->nb_samples); }
+  uint32_t blockBytes() const { return samples() * channels() * static_cast<uint32_t>(sizeof(int16_t)); }
+
+  void writeBlock(uint8_t* target) const;
+
+ private:
+  explicit SoundCodec(const AvLibrary& library) : av(library) {}
+  bool start(const char* codecName);
+  void dropRest();
+
+  const AvLibrary& av;
+  AVCodecContext* context = nullptr;
+  AVPacket* packet = nullptr;
+  AVFrame* block = nullptr;
+  AVFrame* rest = nullptr;
+  std::array<uint8_t, kMaxFrameBytes + AV_INPUT_BUFFER_PADDING_SIZE> memory{};
+};
+
+}  // namespace qvs::mc
