@@ -16,7 +16,7 @@ import java.util.function.Function;
  * configuration, a first frame, the blocks, converters and encoders; then per frame decode, convert, and for each
  * rendition copy, convert, encode.
  */
-final class AudioRoad {
+final class AudioRoad implements AutoCloseable {
   private static final long BLOCK = 0;
   private static final int OPUS_RATE = 48_000;
   private static final int MIN_CHANNELS = 2;
@@ -45,9 +45,20 @@ final class AudioRoad {
     this.owner = owner;
     this.settings = settings;
     this.source = new AudioSource(settings.source());
-    MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
-    if (first == null) throw new HostException(owner.name() + ": its audio stream is empty");
-    this.clock = new AudioClock(settings.source().timeBase(), first.pts());
+    boolean ready = false;
+    try {
+      MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
+      if (first == null) throw new HostException(owner.name() + ": its audio stream is empty");
+      this.clock = new AudioClock(settings.source().timeBase(), first.pts());
+      wire(feed, contexts);
+      ready = true;
+    } finally {
+      if (!ready) source.close();
+    }
+  }
+
+  private void wire(MediaFeed feed, Function<String, TranscoderNativeStreamContext> contexts)
+      throws HostException, MediaException {
     wireDecoder(contexts.apply(""));
     decodeFirstFrame(feed);
     allocateBlocks();
@@ -85,8 +96,12 @@ final class AudioRoad {
     return failures;
   }
 
-  /** Takes one coded packet through the whole road. A damaged one costs its own sound only. */
-  void push(MediaPacket packet) throws HostException, IOException {
+  /**
+   * Takes one coded packet through the whole road. A damaged one costs its own sound only.
+   *
+   * @param following the next packet of sound, null when there is none
+   */
+  void push(MediaPacket packet, MediaPacket following) throws HostException, IOException {
     byte[] data = packet.data();
     if (!source.accept(data)) return;
     paddingEnd = packet.paddingEnd();
@@ -94,7 +109,7 @@ final class AudioRoad {
       byte[] config = source.config();
       owner.check(audioDecoderDecodeCodecConfig(owner.handle(), config, 0, config.length), "codec configuration");
     }
-    long timecode = clock.timecodeMs(packet.pts());
+    long timecode = clock.timecodeMs(packet.pts(), source.durationMs(packet), following);
     if (source.codec().isG711()) decodePieces(data, timecode);
     else decode(data, source.offset(), data.length - source.offset(), timecode);
   }
@@ -129,6 +144,11 @@ final class AudioRoad {
       for (int n = 0; more && n < MAX_SILENT_BLOCKS; n++)
         more = rendition.encodeSilence(BLOCK, frame) && !owner.output().audioIsComplete(i);
     }
+  }
+
+  @Override
+  public void close() {
+    source.close();
   }
 
   private void wireDecoder(TranscoderNativeStreamContext context) throws HostException {

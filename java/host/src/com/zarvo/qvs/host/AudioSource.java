@@ -5,7 +5,7 @@ import java.nio.ByteOrder;
 import java.util.Arrays;
 
 /** Turns what a container holds of a coded sound into what the session's decoders take. */
-final class AudioSource {
+final class AudioSource implements AutoCloseable {
   private static final int OPUS_RATE_AT = 12;
   private static final int OPUS_HEAD_LENGTH = 19;
   private static final int OPUS_RATE = 48_000;
@@ -19,16 +19,20 @@ final class AudioSource {
   private AacConfig aac;
   private int offset;
   private boolean configChanged;
+  private VorbisDurations durations;
 
   /** Refuses what no decoder of the session can serve. */
-  AudioSource(AudioStreamInfo info) throws HostException {
+  AudioSource(AudioStreamInfo info) throws HostException, MediaException {
     this.info = info;
     this.codec = AudioCodec.ofStream(info.codecName());
     switch (codec) {
       case AAC -> {
         if (info.config().length > 0) setAac(AacConfig.ofContainer(info.config()));
       }
-      case VORBIS -> config = VorbisHeaders.forDecoder(info.config());
+      case VORBIS -> {
+        config = VorbisHeaders.forDecoder(info.config());
+        durations = new VorbisDurations(info.config());
+      }
       case OPUS -> config = opusHead();
       case SPEEX -> checkSpeex();
       case ALAW, MULAW -> checkG711();
@@ -61,6 +65,17 @@ final class AudioSource {
   /** Where the frame begins in the packet last accepted. */
   int offset() {
     return offset;
+  }
+
+  /** Length of the packet's sound, 0 when unknown. Each packet is asked for once, in order. */
+  double durationMs(MediaPacket packet) {
+    if (durations != null) return 1000.0 * durations.next(packet.data()) / Math.max(1, info.sampleRate());
+    return 1000.0 * packet.duration() * info.timeBase().num() / info.timeBase().den();
+  }
+
+  @Override
+  public void close() {
+    if (durations != null) durations.close();
   }
 
   /** What the decoder learns the stream's form from, made of the packet last accepted. */

@@ -66,7 +66,8 @@ final class DecodeCommand implements Callable<Integer> {
     SoundWriter writer = new SoundWriter(pcm);
     try (writer;
         TranscodeSession session = new TranscodeSession(settings(null, null, audio), writer, feed)) {
-      for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) session.audio().push(packet);
+      for (MediaPacket packet = feed.next(); packet != null; packet = feed.next())
+        session.audio().push(packet, feed.following(MediaKind.AUDIO));
       session.drain();
       if (writer.file == null) throw new HostException(input + ": no sound in it could be decoded");
       System.out.println("samples: " + writer.file.samples() + ", " + writer.file.format());

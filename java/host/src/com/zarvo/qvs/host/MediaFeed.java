@@ -5,7 +5,8 @@ import java.util.Deque;
 
 /** Packets of a reader in their order, with a look at those to come. */
 final class MediaFeed {
-  private static final long MAX_AHEAD_BYTES = 256L << 20;
+  private static final long MAX_START_BYTES = 256L << 20;
+  private static final long MAX_BETWEEN_BYTES = 4L << 20;
 
   private final MediaReader reader;
   private final Deque<MediaPacket> ahead = new ArrayDeque<>();
@@ -17,15 +18,24 @@ final class MediaFeed {
 
   MediaPacket next() throws MediaException {
     MediaPacket packet = ahead.isEmpty() ? reader.next() : ahead.remove();
-    if (packet != null && aheadBytes > 0) aheadBytes -= packet.data().length;
+    aheadBytes = ahead.isEmpty() ? 0 : aheadBytes - packet.data().length;
     return packet;
+  }
+
+  /** The next packet of a kind, null when there is none or only far ahead. */
+  MediaPacket following(MediaKind kind) throws MediaException {
+    return peek(kind, 0, MAX_BETWEEN_BYTES);
   }
 
   /** The n-th packet of a kind that `next` has not given yet, counted from 0; null when there is none. */
   MediaPacket peek(MediaKind kind, int n) throws MediaException {
+    return peek(kind, n, MAX_START_BYTES);
+  }
+
+  private MediaPacket peek(MediaKind kind, int n, long maxBytes) throws MediaException {
     int found = 0;
     for (MediaPacket packet : ahead) if (packet.kind() == kind && found++ == n) return packet;
-    while (aheadBytes < MAX_AHEAD_BYTES) {
+    while (aheadBytes < maxBytes) {
       MediaPacket packet = reader.next();
       if (packet == null) return null;
       ahead.add(packet);

@@ -79,9 +79,9 @@ final class TranscodeJob {
 
   /** Refuses sound that the session cannot take. */
   static void checkSound(Path input, AudioStreamInfo source) throws HostException {
-    try {
-      new AudioSource(source);
-    } catch (HostException e) {
+    try (AudioSource tried = new AudioSource(source)) {
+      tried.codec();
+    } catch (HostException | MediaException e) {
       throw new HostException(input + ": " + e.getMessage());
     }
   }
@@ -124,7 +124,7 @@ final class TranscodeJob {
         if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
         if (packet.timecodeMs() - firstMs >= settings.maxMilliseconds()) break;
         if (packet.kind() == MediaKind.VIDEO) session.push(packet, files.assign(packet));
-        else session.audio().push(packet);
+        else session.audio().push(packet, feed.following(MediaKind.AUDIO));
         doneMs = Math.max(doneMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
         progress.update(doneMs, session.pictures());
       }

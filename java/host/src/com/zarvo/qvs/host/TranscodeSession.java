@@ -129,6 +129,7 @@ final class TranscodeSession implements AutoCloseable {
     if (heldDecoderPicture >= 0) videoDecoderBufferRelease(session, heldDecoderPicture);
     heldDecoderPicture = -1;
     log.fetch(session);
+    if (audio != null) audio.close();
     destroyInstance(session);
     session = 0;
   }
