@@ -63,6 +63,8 @@ MediaStatus OutputFile::addStream(const OutputStream& wanted) {
   AVCodecParameters& parameters = *stream->codecpar;
   parameters.codec_type = wanted.width > 0 ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
   parameters.codec_id = codec->id;
+  // Some containers describe the layout; renditions have no other.
+  if (wanted.width > 0) parameters.format = AV_PIX_FMT_YUV420P;
   parameters.width = wanted.width;
   parameters.height = wanted.height;
   parameters.sample_rate = wanted.sampleRate;

@@ -3,13 +3,14 @@ package com.zarvo.qvs.host;
 import java.util.ArrayDeque;
 import java.util.Deque;
 
-/** Packets of a reader in their order, with a look at those to come. */
+/** Packets of a reader in their order, their times mended, with a look at those to come. */
 final class MediaFeed {
   private static final long MAX_START_BYTES = 256L << 20;
   private static final long MAX_BETWEEN_BYTES = 4L << 20;
 
   private final MediaReader reader;
   private final Deque<MediaPacket> ahead = new ArrayDeque<>();
+  private final JumpMender mender = new JumpMender();
   private long aheadBytes;
 
   MediaFeed(MediaReader reader) {
@@ -17,7 +18,7 @@ final class MediaFeed {
   }
 
   MediaPacket next() throws MediaException {
-    MediaPacket packet = ahead.isEmpty() ? reader.next() : ahead.remove();
+    MediaPacket packet = ahead.isEmpty() ? read() : ahead.remove();
     aheadBytes = ahead.isEmpty() ? 0 : aheadBytes - packet.data().length;
     return packet;
   }
@@ -36,12 +37,19 @@ final class MediaFeed {
     int found = 0;
     for (MediaPacket packet : ahead) if (packet.kind() == kind && found++ == n) return packet;
     while (aheadBytes < maxBytes) {
-      MediaPacket packet = reader.next();
+      MediaPacket packet = read();
       if (packet == null) return null;
       ahead.add(packet);
       aheadBytes += packet.data().length;
       if (packet.kind() == kind && found++ == n) return packet;
     }
     return null;
+  }
+
+  private MediaPacket read() throws MediaException {
+    MediaPacket packet = reader.next();
+    if (packet == null) return null;
+    boolean picture = packet.kind() == MediaKind.VIDEO;
+    return mender.mend(packet, picture ? reader.video().timeBase() : reader.audio().timeBase());
   }
 }
