@@ -1,5 +1,7 @@
 #include "media/InputFile.h"
 
+#include <algorithm>
+
 extern "C" {
 #include <libavutil/intreadwrite.h>
 #include <libavutil/pixdesc.h>
@@ -13,9 +15,12 @@ constexpr StreamKind kKinds[] = {StreamKind::kVideo, StreamKind::kAudio};
 constexpr AVMediaType kTypes[] = {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO};
 
 // Some containers (raw streams, AVI) leave the presentation time out; counting on is the best guess then.
-int64_t timeOf(const AVPacket& packet, int64_t guess) {
+int64_t timeOf(const AVPacket& packet, int64_t guess, InputFile::TimeKind* kind) {
+  *kind = InputFile::TimeKind::kShown;
   if (packet.pts != AV_NOPTS_VALUE) return packet.pts;
+  *kind = InputFile::TimeKind::kDecoded;
   if (packet.dts != AV_NOPTS_VALUE) return packet.dts;
+  *kind = InputFile::TimeKind::kGuessed;
   return guess;
 }
 
@@ -31,6 +36,7 @@ MediaStatus InputFile::open(const std::string& path) {
   MediaStatus status =
       MediaStatus::fromCode(avformat_open_input(&format_, path.c_str(), nullptr, nullptr), "cannot open");
   if (!status.ok()) return status;
+  format_->flags |= AVFMT_FLAG_GENPTS;
   status = MediaStatus::fromCode(avformat_find_stream_info(format_, nullptr), "cannot read the streams");
   return status.ok() ? select() : status;
 }
@@ -78,9 +84,19 @@ MediaStatus InputFile::next(bool* atEnd) {
     if (code < 0) return MediaStatus::fromCode(code, "reading stopped");
   } while (!ofSelected(packet_->stream_index));
   Selected& of = selected(kind_);
-  of.pts = timeOf(*packet_, of.nextPts);
-  of.nextPts = of.pts + (packet_->duration > 0 ? packet_->duration : 1);
+  of.pts = timeOf(*packet_, of.nextPts, &timeKind_);
+  of.nextPts = of.pts + stepOf(*packet_);
   return {};
+}
+
+int64_t InputFile::stepOf(const AVPacket& packet) const {
+  if (packet.duration > 0) return packet.duration;
+  const AVRational rate = kind_ == StreamKind::kVideo ? frameRate() : AVRational{0, 1};
+  return rate.num > 0 ? std::max<int64_t>(1, av_rescale_q(1, av_inv_q(rate), stream(kind_).time_base)) : 1;
+}
+
+const uint8_t* InputFile::newConfig(size_t* size) const {
+  return av_packet_get_side_data(packet_.get(), AV_PKT_DATA_NEW_EXTRADATA, size);
 }
 
 InputFile::Padding InputFile::padding() const {
@@ -106,6 +122,17 @@ int64_t InputFile::durationMs(StreamKind kind) const {
   if (format_->duration != AV_NOPTS_VALUE && format_->duration > 0)
     return av_rescale(format_->duration, 1000, AV_TIME_BASE);
   return -1;
+}
+
+AVRational InputFile::pixelAspect() const {
+  AVStream* video = format_->streams[selected(StreamKind::kVideo).index];
+  const AVRational aspect = av_guess_sample_aspect_ratio(format_, video, nullptr);
+  return aspect.num > 0 && aspect.den > 0 ? aspect : AVRational{0, 1};
+}
+
+int64_t InputFile::bitRate() const {
+  const int64_t own = stream(StreamKind::kVideo).codecpar->bit_rate;
+  return std::max<int64_t>(0, own > 0 ? own : format_->bit_rate);
 }
 
 AVRational InputFile::frameRate() const {

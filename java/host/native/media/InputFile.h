@@ -35,6 +35,11 @@ class InputFile {
   StreamKind kind() const { return kind_; }
   /// Presentation time of the current packet in units of its stream's time base; never missing.
   int64_t pts() const { return selected(kind_).pts; }
+  /// Where that time comes from.
+  enum class TimeKind { kShown = 0, kDecoded = 1, kGuessed = 2 };
+  TimeKind timeKind() const { return timeKind_; }
+  /// A codec configuration that holds from the current packet on; null where nothing changed.
+  const uint8_t* newConfig(size_t* size) const;
   /// Samples of the current packet that were never meant to be heard.
   struct Padding {
     uint32_t start = 0;
@@ -50,6 +55,10 @@ class InputFile {
   /// "" when the container does not tell.
   const char* pixelFormatName() const;
   AVRational frameRate() const;
+  /// Width against height of one pixel, 0/1 when unknown.
+  AVRational pixelAspect() const;
+  /// Bits a second of the pictures, 0 when unknown.
+  int64_t bitRate() const;
 
  private:
   struct Selected {
@@ -62,11 +71,13 @@ class InputFile {
   const Selected& selected(StreamKind kind) const { return selected_[static_cast<size_t>(kind)]; }
   MediaStatus select();
   bool ofSelected(int streamIndex);
+  int64_t stepOf(const AVPacket& packet) const;
 
   AVFormatContext* format_ = nullptr;
   AvPacketPtr packet_;
   std::array<Selected, 2> selected_;
   StreamKind kind_ = StreamKind::kVideo;
+  TimeKind timeKind_ = TimeKind::kShown;
 };
 
 }  // namespace qvs::host

@@ -30,6 +30,9 @@ using qvs::host::toString;
 
 namespace {
 
+/// Bits of the facts of a packet, as MediaReader knows them.
+constexpr jlong kFactKey = 1, kFactDisposable = 2, kFactHidden = 4, kFactNewConfig = 8;
+
 template <typename T>
 T* object(jlong handle) {
   return reinterpret_cast<T*>(static_cast<intptr_t>(handle));
@@ -92,9 +95,10 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_videoProperties(JNIEn
                                                                            jlongArray values) {
   const InputFile& file = *object<InputFile>(handle);
   const AVStream& stream = file.stream(StreamKind::kVideo);
-  store<7>(env, values,
-           {stream.codecpar->width, stream.codecpar->height, file.frameRate().num, file.frameRate().den,
-            stream.time_base.num, stream.time_base.den, file.durationMs(StreamKind::kVideo)});
+  store<10>(env, values,
+            {stream.codecpar->width, stream.codecpar->height, file.frameRate().num, file.frameRate().den,
+             stream.time_base.num, stream.time_base.den, file.durationMs(StreamKind::kVideo),
+             file.pixelAspect().num, file.pixelAspect().den, file.bitRate()});
 }
 
 JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_audioProperties(JNIEnv* env, jclass, jlong handle,
@@ -115,10 +119,22 @@ JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_read(JNIEnv* en
   const jbyteArray bytes = toArray(env, packet.data, packet.size);
   if (!bytes) return nullptr;
   const InputFile::Padding padding = file.padding();
-  store<6>(env, facts,
+  size_t configSize = 0;
+  const bool newConfig = file.newConfig(&configSize) != nullptr;
+  store<7>(env, facts,
            {static_cast<jlong>(file.kind()), file.pts(), packet.duration, padding.start, padding.end,
-            packet.flags & AV_PKT_FLAG_KEY ? 1 : 0});
+            (packet.flags & AV_PKT_FLAG_KEY ? kFactKey : 0) |
+                (packet.flags & AV_PKT_FLAG_DISPOSABLE ? kFactDisposable : 0) |
+                (packet.flags & AV_PKT_FLAG_DISCARD ? kFactHidden : 0) | (newConfig ? kFactNewConfig : 0),
+            static_cast<jlong>(file.timeKind())});
   return bytes;
+}
+
+JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_newConfig(JNIEnv* env, jclass,
+                                                                           jlong handle) {
+  size_t size = 0;
+  const uint8_t* config = object<InputFile>(handle)->newConfig(&size);
+  return toArray(env, config, static_cast<int>(size));
 }
 
 JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaWriter_create(JNIEnv* env, jclass, jstring path,
@@ -130,11 +146,9 @@ JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaWriter_create(JNIEnv* env, 
   return passed(env, status) ? handleOf(file.release()) : 0;
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addVideo(JNIEnv* env, jclass, jlong handle,
-                                                                    jstring codec, jbyteArray config,
-                                                                    jint timeBaseNum, jint timeBaseDen,
-                                                                    jint width, jint height, jint rateNum,
-                                                                    jint rateDen) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addVideo(
+    JNIEnv* env, jclass, jlong handle, jstring codec, jbyteArray config, jint timeBaseNum, jint timeBaseDen,
+    jint width, jint height, jint rateNum, jint rateDen, jint aspectNum, jint aspectDen) {
   OutputStream stream;
   stream.codecName = toString(env, codec);
   stream.config = toBytes(env, config);
@@ -142,6 +156,7 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addVideo(JNIEnv* env,
   stream.width = width;
   stream.height = height;
   stream.frameRate = {rateNum, rateDen};
+  stream.pixelAspect = {aspectNum, aspectDen};
   passed(env, object<OutputFile>(handle)->addStream(stream));
 }
 
@@ -159,6 +174,11 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addAudio(JNIEnv* env,
   stream.frameSamples = frameSamples;
   stream.delaySamples = delaySamples;
   passed(env, object<OutputFile>(handle)->addStream(stream));
+}
+
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_setOption(JNIEnv* env, jclass, jlong handle,
+                                                                     jstring name, jstring value) {
+  object<OutputFile>(handle)->setOption(toString(env, name), toString(env, value));
 }
 
 JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_begin(JNIEnv* env, jclass, jlong handle,

@@ -35,6 +35,7 @@ MediaStatus markDiscard(AVPacket* packet, int64_t samples) {
 
 OutputFile::~OutputFile() {
   closeFile();
+  av_dict_free(&options_);
 }
 
 void OutputFile::closeFile() {
@@ -47,9 +48,15 @@ void OutputFile::closeFile() {
 MediaStatus OutputFile::create(const std::string& path, const std::string& format) {
   packet_.reset(av_packet_alloc());
   if (!packet_) return MediaStatus::failure("out of memory");
-  path_ = path;
-  return MediaStatus::fromCode(
+  MediaStatus status = MediaStatus::fromCode(
       avformat_alloc_output_context2(&format_, nullptr, format.c_str(), path.c_str()), "no such container");
+  // Some muxers open files of their own.
+  if (!status.ok() || (format_->oformat->flags & AVFMT_NOFILE) != 0) return status;
+  return MediaStatus::fromCode(avio_open(&format_->pb, path.c_str(), AVIO_FLAG_WRITE), "cannot create");
+}
+
+void OutputFile::setOption(const std::string& name, const std::string& value) {
+  av_dict_set(&options_, name.c_str(), value.c_str(), 0);
 }
 
 MediaStatus OutputFile::addStream(const OutputStream& wanted) {
@@ -67,6 +74,7 @@ MediaStatus OutputFile::addStream(const OutputStream& wanted) {
   if (wanted.width > 0) parameters.format = AV_PIX_FMT_YUV420P;
   parameters.width = wanted.width;
   parameters.height = wanted.height;
+  parameters.sample_aspect_ratio = stream->sample_aspect_ratio = wanted.pixelAspect;
   parameters.sample_rate = wanted.sampleRate;
   parameters.frame_size = wanted.frameSamples;
   parameters.initial_padding = wanted.delaySamples;
@@ -82,12 +90,13 @@ int64_t OutputFile::shiftOf(const OutputStream& stream) const {
 }
 
 MediaStatus OutputFile::begin(bool keepTimes) {
-  MediaStatus status =
-      MediaStatus::fromCode(avio_open(&format_->pb, path_.c_str(), AVIO_FLAG_WRITE), "cannot create");
-  if (!status.ok()) return status;
   if (keepTimes) format_->avoid_negative_ts = 0;
-  status = MediaStatus::fromCode(avformat_write_header(format_, nullptr), "cannot write the header");
+  const MediaStatus status =
+      MediaStatus::fromCode(avformat_write_header(format_, &options_), "cannot write the header");
   headerWritten_ = status.ok();
+  if (status.ok() && av_dict_count(options_) > 0)
+    return MediaStatus::failure(std::string("no such setting: ") +
+                                av_dict_get(options_, "", nullptr, AV_DICT_IGNORE_SUFFIX)->key);
   return status;
 }
 
@@ -128,7 +137,8 @@ MediaStatus OutputFile::finish() {
   // A full disk shows only in what was buffered: the I/O context keeps the first error.
   if (status.ok() && format_->pb)
     status = MediaStatus::fromCode(format_->pb->error, "cannot finish the file");
-  if (status.ok()) status = MediaStatus::fromCode(avio_closep(&format_->pb), "cannot close the file");
+  if (status.ok() && format_->pb)
+    status = MediaStatus::fromCode(avio_closep(&format_->pb), "cannot close the file");
   closeFile();
   return status;
 }

@@ -17,8 +17,9 @@ struct OutputStream {
   std::vector<uint8_t> config;   ///< the codec's configuration as containers keep it; may be empty
   int width = 0;                 ///< pixels; above 0 for a picture, 0 for sound
   int height = 0;
-  AVRational frameRate{0, 1};  ///< pictures a second, 0 when unknown
-  int sampleRate = 0;          ///< sound: samples a second
+  AVRational frameRate{0, 1};    ///< pictures a second, 0 when unknown
+  AVRational pixelAspect{0, 1};  ///< width against height of one pixel, 0 when unknown
+  int sampleRate = 0;            ///< sound: samples a second
   int channels = 0;
   int frameSamples = 0;  ///< samples of a packet where all have as many, else 0
   int delaySamples = 0;  ///< samples at the start that the codec's delay made: players drop them
@@ -44,10 +45,12 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  /// `format`: a muxer name of libavformat.
+  /// Creates the file. `format`: a muxer name of libavformat.
   MediaStatus create(const std::string& path, const std::string& format);
   /// All streams come before `begin`; their numbers count from 0.
   MediaStatus addStream(const OutputStream& stream);
+  /// A setting of the muxer itself, by its name; comes before `begin`, which refuses unknown ones.
+  void setOption(const std::string& name, const std::string& value);
   /// `keepTimes`: no packet's time lies before 0 but by a codec's delay, so the container is not to move any.
   MediaStatus begin(bool keepTimes);
   MediaStatus write(const OutputPacket& packet);
@@ -60,8 +63,8 @@ class OutputFile {
   void closeFile();
 
   AVFormatContext* format_ = nullptr;
+  AVDictionary* options_ = nullptr;
   AvPacketPtr packet_;
-  std::string path_;
   struct Track {
     AVRational timeBase;
     int64_t shift = 0;  ///< in timeBase, added to every time

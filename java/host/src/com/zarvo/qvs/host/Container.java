@@ -1,16 +1,29 @@
 package com.zarvo.qvs.host;
 
+import java.nio.file.Path;
 import java.util.EnumSet;
+import java.util.LinkedHashMap;
 import java.util.Locale;
+import java.util.Map;
 import java.util.Set;
 
 /** Containers that can be written, and what each can hold. */
 enum Container {
+  MP4("mp4", EnumSet.of(VideoCodec.H264, VideoCodec.VP9), EnumSet.of(AudioCodec.AAC, AudioCodec.OPUS)),
+  FLV("flv", EnumSet.of(VideoCodec.H264), EnumSet.of(AudioCodec.AAC)),
+  HLS("hls", EnumSet.of(VideoCodec.H264), EnumSet.of(AudioCodec.AAC)),
+  MKV(
+      "matroska",
+      EnumSet.of(VideoCodec.H264, VideoCodec.VP8, VideoCodec.VP9),
+      EnumSet.of(AudioCodec.AAC, AudioCodec.OPUS, AudioCodec.VORBIS)),
   WEBM("webm", EnumSet.of(VideoCodec.VP8, VideoCodec.VP9), EnumSet.of(AudioCodec.OPUS, AudioCodec.VORBIS)),
-  MP4("mp4", EnumSet.of(VideoCodec.VP9), EnumSet.of(AudioCodec.AAC, AudioCodec.OPUS)),
   IVF("ivf", EnumSet.of(VideoCodec.VP8, VideoCodec.VP9), EnumSet.noneOf(AudioCodec.class)),
   OGG("ogg", EnumSet.noneOf(VideoCodec.class), EnumSet.of(AudioCodec.OPUS, AudioCodec.VORBIS)),
   AAC("adts", EnumSet.noneOf(VideoCodec.class), EnumSet.of(AudioCodec.AAC));
+
+  // A key picture that comes a rounding early still ends a segment.
+  private static final double SEGMENT_TOLERANCE_SECONDS = 0.01;
+  static final String PLAYLIST = "index.m3u8";
 
   /** As libavformat names it. */
   final String muxer;
@@ -29,6 +42,11 @@ enum Container {
     return name().toLowerCase(Locale.ROOT);
   }
 
+  /** True where a rendition is a folder of segments with a playlist. */
+  boolean isFolder() {
+    return this == HLS;
+  }
+
   boolean holdsPictures() {
     return !video.isEmpty();
   }
@@ -41,14 +59,39 @@ enum Container {
     return audio.contains(codec);
   }
 
+  /** The codec of renditions that ask for none. */
+  VideoCodec usualVideo() {
+    return holds(VideoCodec.H264) ? VideoCodec.H264 : VideoCodec.VP8;
+  }
+
+  /** True where a source's sound goes along without being asked for, as AAC. */
+  boolean takesSoundAlong() {
+    return holdsPictures() && holds(AudioCodec.AAC);
+  }
+
   /** Where sound goes alone: this container where it can hold it, else the codec's own. */
   Container forSoundAlone(AudioCodec codec) {
-    if (holds(codec)) return this;
+    if (holds(codec) && !isFolder()) return this;
     return codec == AudioCodec.AAC ? AAC : OGG;
+  }
+
+  /** Settings of the muxer for a file or folder. */
+  Map<String, String> options(Path target, double keyFrameSeconds) {
+    Map<String, String> options = new LinkedHashMap<>();
+    if (this != HLS) return options;
+    double seconds = Math.max(SEGMENT_TOLERANCE_SECONDS, keyFrameSeconds - SEGMENT_TOLERANCE_SECONDS);
+    options.put("hls_time", String.format(Locale.ROOT, "%.3f", seconds));
+    options.put("hls_list_size", "0");
+    options.put("hls_playlist_type", "vod");
+    options.put("hls_flags", "independent_segments");
+    // A percent sign would begin a number's place.
+    String folder = target.toString().replace("%", "%%");
+    options.put("hls_segment_filename", folder + "/segment_%05d.ts");
+    return options;
   }
 
   static Container of(String text) {
     for (Container container : values()) if (container.label().equals(text.toLowerCase(Locale.ROOT))) return container;
-    throw new IllegalArgumentException("'" + text + "' is unknown, take webm, mp4, ivf, ogg or aac");
+    throw new IllegalArgumentException("'" + text + "' is unknown, take mp4, flv, hls, mkv, webm, ivf, ogg or aac");
   }
 }

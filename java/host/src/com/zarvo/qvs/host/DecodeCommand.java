@@ -29,6 +29,14 @@ final class DecodeCommand implements Callable<Integer> {
   @Option(names = "--pcm", paramLabel = "FILE.wav", description = "Write the decoded sound instead, as 16-bit WAV.")
   private Path pcm;
 
+  @Option(
+      names = "--deinterlace",
+      paramLabel = "off|on|double",
+      defaultValue = "on",
+      converter = Converters.OfDeinterlace.class,
+      description = "What becomes of interlaced pictures: on (default), off, or double for a picture a field.")
+  private Deinterlace deinterlace;
+
   @Mixin private AudioConversionOptions conversion;
 
   @Override
@@ -42,18 +50,19 @@ final class DecodeCommand implements Callable<Integer> {
   private int decodePictures(MediaReader reader) throws HostException, IOException {
     reader.ignore(MediaKind.AUDIO);
     VideoCodec codec = TranscodeJob.checkSource(input, reader.video());
+    StreamInfo source = reader.video();
     Printer printer = new Printer();
-    try (TranscodeSession session = new TranscodeSession(settings(codec, reader.video(), null), printer, null)) {
+    try (TranscodeSession session = new TranscodeSession(settings(codec, source, reader.videoConfig(), null), printer, null)) {
       if (sums) printer.tap = new PictureTap(session.handle());
       try {
-        TimecodeMap times = new TimecodeMap();
-        for (MediaPacket packet = reader.next(); packet != null; packet = reader.next())
-          session.push(packet, times.assign(packet));
+        for (MediaPacket packet = reader.next(); packet != null; packet = reader.next()) session.push(packet);
+        session.drain();
       } finally {
         if (printer.tap != null) printer.tap.close();
       }
       printer.printTotal();
-      return verdict(session, printer.count > 0);
+      if (session.failures() > 0) System.err.println("qvs: damaged pictures: " + session.failures());
+      return verdict(session, printer.count > 0 && session.failures() == 0);
     }
   }
 
@@ -65,7 +74,7 @@ final class DecodeCommand implements Callable<Integer> {
     MediaFeed feed = new MediaFeed(reader);
     SoundWriter writer = new SoundWriter(pcm);
     try (writer;
-        TranscodeSession session = new TranscodeSession(settings(null, null, audio), writer, feed)) {
+        TranscodeSession session = new TranscodeSession(settings(null, null, null, audio), writer, feed)) {
       for (MediaPacket packet = feed.next(); packet != null; packet = feed.next())
         session.audio().push(packet, feed.following(MediaKind.AUDIO));
       session.drain();
@@ -76,9 +85,9 @@ final class DecodeCommand implements Callable<Integer> {
     }
   }
 
-  private SessionSettings settings(VideoCodec codec, StreamInfo source, AudioSettings audio) {
+  private SessionSettings settings(VideoCodec codec, StreamInfo source, byte[] config, AudioSettings audio) {
     return new SessionSettings(
-        input.getFileName().toString(), codec, source, List.of(), List.of(), false, 1, audio, 0);
+        input.getFileName().toString(), codec, source, config, deinterlace, List.of(), List.of(), false, 1, audio, 0);
   }
 
   private static int verdict(TranscodeSession session, boolean whole) {

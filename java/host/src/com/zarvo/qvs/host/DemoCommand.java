@@ -27,7 +27,11 @@ final class DemoCommand implements Callable<Integer> {
   private static final int LOGO_WIDTH = 160;
   private static final int LOGO_HEIGHT = 80;
   private static final String FONT = "/usr/share/fonts/truetype/dejavu/DejaVuSans-Bold.ttf";
-  private static final List<String> LADDER = 
+  // A tone that moves between the speakers, with a beep each second.
+  private static final String SOUND =
+      "aevalsrc='0.2*sin(440*2*PI*t)*(0.5+0.5*sin(t))+0.2*sin(880*2*PI*t)*lt(mod(t,1),0.1)"
+          + "|0.2*sin(440*2*PI*t)*(0.5-0.5*sin(t))+0.2*sin(880*2*PI*t)*lt(mod(t,1),0.1)':s=48000";
+  private static final List<String> LADDER =
       List.of("1280x720@2500k", "854x480@1200k,fit=stretch", "640x360@700k");
 
   @Option(names = "-o", defaultValue = "out/demo", paramLabel = "DIR", description = "Where everything goes.")
@@ -43,14 +47,14 @@ final class DemoCommand implements Callable<Integer> {
     } catch (IOException e) {
       throw new HostException(directory + ": cannot be made a directory");
     }
-    Path source = directory.resolve("source.webm");
+    Path source = directory.resolve("source.mp4");
     Path logo = directory.resolve("logo.png");
-    System.out.println("making " + source + " (" + seconds + " s, VP8, moving picture and text)");
+    System.out.println("making " + source + " (" + seconds + " s, H.264 and AAC, moving picture, text and sound)");
     makeSource(source);
     drawLogo(logo);
     OverlaySpec overlay = OverlaySpec.parse(logo + ",align=top-right,x=24,y=24");
     JobSettings settings =
-        JobSettings.ofPictures(
+        JobSettings.usual(
             source,
             directory,
             LADDER.stream().map(RenditionSpec::parse).toList(),
@@ -91,9 +95,9 @@ final class DemoCommand implements Callable<Integer> {
           ",drawtext=fontfile=" + FONT + ":text='moving text  %{pts\\:hms}':fontsize=48:fontcolor=white"
               + ":box=1:boxcolor=black@0.5:boxborderw=12:y=h-120:x='mod(t*160,w+600)-600'";
     run(
-        "ffmpeg", "-hide_banner", "-loglevel", "error", "-y", "-f", "lavfi", "-i", picture, "-t",
-        Integer.toString(seconds), "-c:v", "libvpx", "-b:v", "4M", "-deadline", "realtime", "-cpu-used", "-6", "-g",
-        "60", "-threads", "2", file.toString());
+        "ffmpeg", "-hide_banner", "-loglevel", "error", "-y", "-f", "lavfi", "-i", picture, "-f", "lavfi", "-i", SOUND,
+        "-t", Integer.toString(seconds), "-c:v", "libx264", "-preset", "veryfast", "-b:v", "4M", "-g", "60", "-c:a",
+        "aac", "-b:a", "128k", file.toString());
   }
 
   private static void run(String... command) throws HostException, IOException, InterruptedException {

@@ -10,6 +10,10 @@ import java.util.List;
  * @param sounds the audio renditions; empty leaves sound out
  * @param conversion what decoded sound is turned into for all audio renditions
  * @param pictures false leaves pictures out
+ * @param soundAlong true to make an audio rendition of a source with sound where `sounds` is empty
+ * @param deinterlace what becomes of interlaced pictures
+ * @param frameRate highest pictures a second of renditions that name none, 0 for the source's own
+ * @param preset of H.264 renditions that name none, null for the usual one
  * @param contactSheet where it goes, null for none
  * @param keyFrameSeconds longest time from key frame to key frame
  * @param maxMilliseconds of input that are taken, Long.MAX_VALUE for all
@@ -21,6 +25,10 @@ record JobSettings(
     List<AudioSpec> sounds,
     AudioConversion conversion,
     boolean pictures,
+    boolean soundAlong,
+    Deinterlace deinterlace,
+    double frameRate,
+    H264Tuning.Preset preset,
     List<OverlaySpec> overlays,
     Container format,
     Path contactSheet,
@@ -28,8 +36,8 @@ record JobSettings(
     double keyFrameSeconds,
     long maxMilliseconds) {
 
-  /** Pictures alone, in WebM. */
-  static JobSettings ofPictures(
+  /** Pictures and sound in MP4, everything else as usual. */
+  static JobSettings usual(
       Path input,
       Path directory,
       List<RenditionSpec> renditions,
@@ -37,7 +45,7 @@ record JobSettings(
       Path contactSheet,
       long maxMilliseconds) {
     return new JobSettings(
-        input, directory, renditions, List.of(), AudioConversion.NONE, true, overlays, Container.WEBM, contactSheet,
-        true, 2, maxMilliseconds);
+        input, directory, renditions, List.of(), AudioConversion.NONE, true, true, Deinterlace.ON, 0, null, overlays,
+        Container.MP4, contactSheet, true, 2, maxMilliseconds);
   }
 }

@@ -32,9 +32,7 @@ final class JumpMender {
 
   private static MediaPacket moved(MediaPacket packet, long offsetMs, Rational unit) {
     long pts = packet.pts() + Math.round((double) offsetMs * unit.den() / (1000.0 * unit.num()));
-    return new MediaPacket(
-        packet.kind(), packet.data(), pts, unit.toMilliseconds(pts), packet.duration(), packet.paddingStart(),
-        packet.paddingEnd(), packet.key());
+    return packet.at(pts, unit.toMilliseconds(pts));
   }
 
   /** Where one stream is; times of the file but for the end. */

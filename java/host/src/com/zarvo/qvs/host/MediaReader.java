@@ -6,11 +6,17 @@ import java.nio.file.Path;
 /** Reads the packets of the best video and audio stream of any container that libavformat knows, in file order. */
 public final class MediaReader implements AutoCloseable {
   private static final MediaKind[] KINDS = MediaKind.values();
+  private static final MediaPacket.TimeKind[] TIME_KINDS = MediaPacket.TimeKind.values();
+  // Bits of the native side.
+  private static final long KEY = 1;
+  private static final long DISPOSABLE = 2;
+  private static final long HIDDEN = 4;
+  private static final long NEW_CONFIG = 8;
 
   private final StreamInfo video;
   private final AudioStreamInfo audio;
   private final byte[] videoConfig;
-  private final long[] facts = new long[6];
+  private final long[] facts = new long[7];
   private long handle;
 
   private MediaReader(long handle) {
@@ -22,7 +28,7 @@ public final class MediaReader implements AutoCloseable {
   }
 
   private static StreamInfo videoInfo(long handle) {
-    long[] p = new long[7];
+    long[] p = new long[10];
     videoProperties(handle, p);
     return new StreamInfo(
         codecName(handle, MediaKind.VIDEO.ordinal()),
@@ -31,7 +37,9 @@ public final class MediaReader implements AutoCloseable {
         (int) p[1],
         new Rational((int) p[2], (int) p[3]),
         new Rational((int) p[4], (int) p[5]),
-        p[6]);
+        p[6],
+        new Rational((int) p[7], (int) p[8]),
+        p[9]);
   }
 
   private static AudioStreamInfo audioInfo(long handle) {
@@ -92,7 +100,11 @@ public final class MediaReader implements AutoCloseable {
         facts[2],
         (int) facts[3],
         (int) facts[4],
-        facts[5] != 0);
+        (facts[5] & KEY) != 0,
+        (facts[5] & DISPOSABLE) != 0,
+        (facts[5] & HIDDEN) != 0,
+        TIME_KINDS[(int) facts[6]],
+        (facts[5] & NEW_CONFIG) != 0 ? newConfig(handle) : null);
   }
 
   @Override
@@ -113,14 +125,16 @@ public final class MediaReader implements AutoCloseable {
 
   private static native String pixelFormat(long handle);
 
-  /** Fills width, height, frame rate, time base (numerator and denominator each) and milliseconds. */
+  /** Fills width, height, frame rate and time base as fractions, milliseconds, pixel aspect and bit rate. */
   private static native void videoProperties(long handle, long[] values);
 
   /** Fills sample rate, channels, time base (numerator and denominator) and milliseconds. */
   private static native void audioProperties(long handle, long[] values);
 
-  /** Returns null at the end; fills kind, presentation time, duration, padding at start and end, key flag. */
+  /** Returns null at the end; fills kind, time, duration, padding at start and end, bits, kind of time. */
   private static native byte[] read(long handle, long[] facts) throws MediaException;
+
+  private static native byte[] newConfig(long handle);
 
   private static native void close(long handle);
 }

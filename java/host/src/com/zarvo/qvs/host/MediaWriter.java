@@ -1,30 +1,45 @@
 package com.zarvo.qvs.host;
 
 import java.io.IOException;
+import java.nio.file.DirectoryStream;
 import java.nio.file.Files;
+import java.nio.file.LinkOption;
 import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
+import java.util.ArrayList;
 import java.util.List;
+import java.util.Map;
 
 /**
- * Writes streams into a container. The bytes go into a file with ".part" behind its name, which takes its own name in
- * {@link #finish}: a file under the final name is always whole.
+ * Writes streams into a container. The bytes go into a file, or a folder of segments, with ".part" behind its name,
+ * which takes its own name in {@link #finish}: what stands under the final name is always whole.
+ *
+ * <p>Where a stream's configuration shows only in its first packet, nothing is written before that.
  */
 public final class MediaWriter implements AutoCloseable {
   private final Path target;
   private final Path part;
+  private final boolean keepTimes;
+  private final List<OutputTrack> tracks;
+  private final List<Waiting> waiting = new ArrayList<>();
   private final long[] lastDts;
   private final long[] packets;
   private final long[] bytes;
+  private boolean begun;
   private long handle;
 
-  private MediaWriter(Path target, Path part, long handle, int tracks) {
+  /** A packet that came before the header could be written. */
+  private record Waiting(int track, OutputPacket packet) {}
+
+  private MediaWriter(Path target, Path part, long handle, List<? extends OutputTrack> tracks, boolean keepTimes) {
     this.target = target;
     this.part = part;
     this.handle = handle;
-    this.lastDts = new long[tracks];
-    this.packets = new long[tracks];
-    this.bytes = new long[tracks];
+    this.tracks = new ArrayList<>(tracks);
+    this.keepTimes = keepTimes;
+    this.lastDts = new long[tracks.size()];
+    this.packets = new long[tracks.size()];
+    this.bytes = new long[tracks.size()];
   }
 
   /**
@@ -36,18 +51,64 @@ public final class MediaWriter implements AutoCloseable {
    */
   public static MediaWriter create(Path target, String format, List<? extends OutputTrack> tracks, boolean keepTimes)
       throws MediaException {
-    Path part = target.resolveSibling(target.getFileName() + ".part");
-    long handle = 0;
+    Path part = partOf(target);
+    return create(target, part, part, format, Map.of(), tracks, keepTimes);
+  }
+
+  /** Creates a file or a folder in a container's own form; its settings are made for the key picture distance. */
+  static MediaWriter create(
+      Path target, Container container, double keyFrameSeconds, List<? extends OutputTrack> tracks, boolean keepTimes)
+      throws MediaException {
+    Path part = partOf(target);
+    Path file = part;
+    if (container.isFolder()) {
+      file = part.resolve(Container.PLAYLIST);
+      try {
+        deleteAll(part);
+        Files.createDirectories(part);
+      } catch (IOException e) {
+        throw new MediaException(target + ": cannot create");
+      }
+    }
+    return create(
+        target, part, file, container.muxer, container.options(part, keyFrameSeconds), tracks, keepTimes);
+  }
+
+  private static MediaWriter create(
+      Path target,
+      Path part,
+      Path file,
+      String format,
+      Map<String, String> options,
+      List<? extends OutputTrack> tracks,
+      boolean keepTimes)
+      throws MediaException {
+    MediaWriter writer = null;
     try {
-      handle = create(part.toString(), format);
-      for (OutputTrack track : tracks) add(handle, track);
-      begin(handle, keepTimes);
+      writer = new MediaWriter(target, part, create(file.toString(), format), tracks, keepTimes);
       part.toFile().deleteOnExit();
-      return new MediaWriter(target, part, handle, tracks.size());
+      for (Map.Entry<String, String> option : options.entrySet())
+        setOption(writer.handle, option.getKey(), option.getValue());
+      if (!writer.lacksConfig()) writer.begin();
+      return writer;
     } catch (MediaException e) {
-      if (handle != 0) close(handle);
+      if (writer != null) writer.close();
       throw new MediaException(target + ": " + e.getMessage());
     }
+  }
+
+  private static Path partOf(Path target) {
+    return target.resolveSibling(target.getFileName() + ".part");
+  }
+
+  private boolean lacksConfig() {
+    return tracks.stream().anyMatch(track -> track instanceof OutputTrack.Video v && v.lacksConfig());
+  }
+
+  private void begin() throws MediaException {
+    for (OutputTrack track : tracks) add(handle, track);
+    begin(handle, keepTimes);
+    begun = true;
   }
 
   private static void add(long handle, OutputTrack track) throws MediaException {
@@ -55,7 +116,8 @@ public final class MediaWriter implements AutoCloseable {
     int den = track.timeBase().den();
     if (track instanceof OutputTrack.Video v)
       addVideo(
-          handle, v.codecName(), v.config(), num, den, v.width(), v.height(), v.frameRate().num(), v.frameRate().den());
+          handle, v.codecName(), v.config(), num, den, v.width(), v.height(), v.frameRate().num(), v.frameRate().den(),
+          v.pixelAspect().num(), v.pixelAspect().den());
     else if (track instanceof OutputTrack.Audio a)
       addAudio(
           handle, a.codecName(), a.config(), num, den, a.sampleRate(), a.channels(), a.frameSamples(), a.delaySamples());
@@ -64,6 +126,30 @@ public final class MediaWriter implements AutoCloseable {
   /** Appends one packet. Containers want growing times: one that does not grow is moved behind its forerunner. */
   public void write(int track, OutputPacket packet) throws MediaException {
     if (handle == 0) throw new MediaException(target + ": writer is closed");
+    if (begun) {
+      writeNow(track, packet);
+      return;
+    }
+    waiting.add(new Waiting(track, packet));
+    if (tracks.get(track) instanceof OutputTrack.Video video && video.lacksConfig()) learnConfig(track, video, packet);
+    if (lacksConfig()) return;
+    try {
+      begin();
+    } catch (MediaException e) {
+      throw new MediaException(target + ": " + e.getMessage());
+    }
+    for (Waiting earlier : waiting) writeNow(earlier.track, earlier.packet);
+    waiting.clear();
+  }
+
+  private void learnConfig(int track, OutputTrack.Video video, OutputPacket packet) throws MediaException {
+    ParameterSets sets = new ParameterSets(false);
+    sets.update(NalUnits.ofLengths(packet.data(), packet.offset(), packet.length(), NalUnits.LENGTH_BYTES));
+    if (!sets.isComplete()) throw new MediaException(target + ": its first picture has no parameter sets");
+    tracks.set(track, video.withConfig(sets.toRecord()));
+  }
+
+  private void writeNow(int track, OutputPacket packet) throws MediaException {
     boolean late = packets[track] > 0 && packet.dts() <= lastDts[track];
     long dts = late ? lastDts[track] + 1 : packet.dts();
     long pts = Math.max(packet.pts(), dts);
@@ -89,7 +175,13 @@ public final class MediaWriter implements AutoCloseable {
     }
     close(handle);
     handle = 0;
+    if (Files.isDirectory(part)) deleteAll(target);
     Files.move(part, target, StandardCopyOption.REPLACE_EXISTING);
+  }
+
+  /** What a stream's container was told, its configuration included once that is known. */
+  OutputTrack track(int track) {
+    return tracks.get(track);
   }
 
   /** Packets of a stream written so far. */
@@ -112,7 +204,21 @@ public final class MediaWriter implements AutoCloseable {
     if (handle == 0) return;
     close(handle);
     handle = 0;
-    part.toFile().delete();
+    try {
+      deleteAll(part);
+    } catch (IOException e) {
+      System.err.println("qvs: " + part + ": cannot be deleted");
+    }
+  }
+
+  // A folder of segments holds files only.
+  private static void deleteAll(Path path) throws IOException {
+    if (Files.isDirectory(path, LinkOption.NOFOLLOW_LINKS)) {
+      try (DirectoryStream<Path> files = Files.newDirectoryStream(path)) {
+        for (Path file : files) Files.deleteIfExists(file);
+      }
+    }
+    Files.deleteIfExists(path);
   }
 
   private static native long create(String path, String format) throws MediaException;
@@ -126,7 +232,9 @@ public final class MediaWriter implements AutoCloseable {
       int width,
       int height,
       int rateNum,
-      int rateDen)
+      int rateDen,
+      int aspectNum,
+      int aspectDen)
       throws MediaException;
 
   private static native void addAudio(
@@ -140,6 +248,8 @@ public final class MediaWriter implements AutoCloseable {
       int frameSamples,
       int delaySamples)
       throws MediaException;
+
+  private static native void setOption(long handle, String name, String value);
 
   private static native void begin(long handle, boolean keepTimes) throws MediaException;
 

@@ -15,9 +15,33 @@ public sealed interface OutputTrack {
    * Pictures.
    *
    * @param frameRate 0/1 when unknown
+   * @param pixelAspect width against height of one pixel, 0/1 when unknown
    */
-  record Video(String codecName, byte[] config, Rational timeBase, int width, int height, Rational frameRate)
-      implements OutputTrack {}
+  record Video(
+      String codecName,
+      byte[] config,
+      Rational timeBase,
+      int width,
+      int height,
+      Rational frameRate,
+      Rational pixelAspect)
+      implements OutputTrack {
+
+    /** Square pixels. */
+    Video(String codecName, byte[] config, Rational timeBase, int width, int height, Rational frameRate) {
+      this(codecName, config, timeBase, width, height, frameRate, new Rational(0, 1));
+    }
+
+    /** The same once its configuration is known. */
+    Video withConfig(byte[] known) {
+      return new Video(codecName, known, timeBase, width, height, frameRate, pixelAspect);
+    }
+
+    /** True where containers want a configuration that only the first coded picture tells. */
+    boolean lacksConfig() {
+      return config.length == 0 && codecName.equals(VideoCodec.H264.codecName);
+    }
+  }
 
   /**
    * Sound.

@@ -16,17 +16,18 @@ import java.util.Set;
  */
 final class RenditionFiles implements SessionOutput, AutoCloseable {
   private static final int PICTURE_TRACK = 0;
+  private static final Rational SQUARE = new Rational(1, 1);
 
   private final JobSettings settings;
   private final StreamInfo source;
   private final List<RenditionSpec> renditions;
-  private final TimecodeMap times = new TimecodeMap();
   private final List<MediaWriter> writers = new ArrayList<>();
   private final List<AudioOutput> sounds = new ArrayList<>();
   private final List<List<Path>> soundFiles = new ArrayList<>();
   private final Set<Path> taken = new HashSet<>();
   private final ContactSheet sheet;
   private final long[] keyPictures;
+  private Path master;
 
   /** `renditions` is empty and `source` not used where pictures are left out. */
   RenditionFiles(JobSettings settings, StreamInfo source, List<RenditionSpec> renditions) {
@@ -69,11 +70,13 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     List<OutputTrack> tracks = new ArrayList<>();
     tracks.add(
         new OutputTrack.Video(
-            spec.codec().codecName, new byte[0], source.timeBase(), spec.width(), spec.height(), source.frameRate()));
+            spec.codec().codecName, new byte[0], source.timeBase(), spec.width(), spec.height(), rateOf(spec),
+            SQUARE));
     List<AudioOutput> held = sounds.stream().filter(sound -> container.holds(sound.spec().codec())).toList();
     for (AudioOutput sound : held) tracks.add(sound.track());
     MediaWriter writer =
-        MediaWriter.create(freeName(spec.sizeText(), container), container.muxer, tracks, keepTimes);
+        MediaWriter.create(
+            freeName(spec.sizeText(), container), container, settings.keyFrameSeconds(), tracks, keepTimes);
     writers.add(writer);
     for (int i = 0; i < held.size(); i++) connect(held.get(i), writer, i + 1);
   }
@@ -93,28 +96,26 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
   }
 
   private Path freeName(String what, Container container) {
-    String name = settings.input().getFileName().toString();
-    int dot = name.lastIndexOf('.');
-    String stem = (dot > 0 ? name.substring(0, dot) : name) + "_" + what;
+    String stem = stemOf() + "_" + what;
     for (int i = 1; ; i++) {
-      Path file = settings.directory().resolve(stem + (i > 1 ? "_" + i : "") + "." + container.label());
+      String ending = container.isFolder() ? "" : "." + container.label();
+      Path file = settings.directory().resolve(stem + (i > 1 ? "_" + i : "") + ending);
       if (taken.add(file.toAbsolutePath().normalize())) return file;
     }
   }
 
-  /** The timecode under which a picture goes through the session. */
-  long assign(MediaPacket picture) {
-    return times.assign(picture);
+  private String stemOf() {
+    String name = settings.input().getFileName().toString();
+    int dot = name.lastIndexOf('.');
+    return dot > 0 ? name.substring(0, dot) : name;
   }
 
   @Override
-  public void packet(int rendition, TranscoderPacket packet) throws HostException, IOException {
+  public void packet(int rendition, TranscoderPacket packet, long pts, long dts) throws HostException, IOException {
     boolean key = packet.frameType == RenditionRoad.FRAME_KEY;
     if (key) keyPictures[rendition]++;
-    long pts = times.ptsOf(packet.timecode);
-    writers
-        .get(rendition)
-        .write(PICTURE_TRACK, OutputPacket.inOrder(packet.buffer, packet.offset, (int) packet.len, pts, key));
+    OutputPacket coded = new OutputPacket(packet.buffer, packet.offset, (int) packet.len, pts, dts, 0, 0, key);
+    writers.get(rendition).write(PICTURE_TRACK, coded);
   }
 
   @Override
@@ -158,6 +159,29 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
         throw new HostException(soundFiles.get(i).get(0) + ": its sound is not whole");
     }
     for (MediaWriter writer : writers) writer.finish();
+    if (settings.format().isFolder() && !renditions.isEmpty()) writeMaster();
+  }
+
+  // Only now, so that no player is sent to a rendition that is not there.
+  private void writeMaster() throws IOException {
+    HlsMaster playlist = new HlsMaster();
+    boolean sound = sounds.stream().anyMatch(s -> settings.format().holds(s.spec().codec()));
+    for (int i = 0; i < renditions.size(); i++)
+      playlist.add(writers.get(i).target(), (OutputTrack.Video) writers.get(i).track(PICTURE_TRACK), sound);
+    master = settings.directory().resolve(stemOf() + ".m3u8");
+    playlist.write(master);
+  }
+
+  /** The playlist that names all renditions, null where there is none. */
+  Path master() {
+    return master;
+  }
+
+  private Rational rateOf(RenditionSpec spec) {
+    Rational own = source.frameRate();
+    return spec.frameRate() > 0 && spec.frameRate() < own.toDouble() || settings.deinterlace() == Deinterlace.DOUBLE
+        ? new Rational(0, 1)
+        : own;
   }
 
   List<JobResult.Rendition> results() {
@@ -167,7 +191,7 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
       results.add(
           new JobResult.Rendition(
               renditions.get(i),
-              writer.target(),
+              settings.format().isFolder() ? writer.target().resolve(Container.PLAYLIST) : writer.target(),
               writer.packets(PICTURE_TRACK),
               keyPictures[i],
               writer.bytes(PICTURE_TRACK)));

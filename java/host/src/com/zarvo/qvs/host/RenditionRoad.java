@@ -15,15 +15,10 @@ import java.util.List;
 final class RenditionRoad {
   static final long FRAME_KEY = 1;
   static final long FRAME_INTER = 2;
+  static final long FRAME_DISPOSABLE = 3;
 
   private static final long FOURCC_YV12 = 0x32315659L;
   private static final long BIT_DEPTH = 8;
-  private static final int TYPE_LONG = 1;
-  private static final int KEY_CPU_USED = 100033;
-  private static final int KEY_THREAD_COUNT = 100100;
-  private static final int KEY_ASYNCHRONOUS = 100101;
-  // Fixed speed: the automatic one gives up several dB for time that live streams on this many cores don't need.
-  private static final long CPU_USED = -8;
 
   private final TranscodeSession owner;
   private final SessionSettings settings;
@@ -35,8 +30,7 @@ final class RenditionRoad {
   private long target = -1;
   private long previewTarget = -1;
   private boolean skipped;
-  private boolean keyed;
-  private long lastKeyTime;
+  private long keys;
   private long added;
 
   /** Makes encoder and pool of rendition `index`, which becomes the number of both. */
@@ -63,7 +57,7 @@ final class RenditionRoad {
     owner.check(videoEncoderSetFrameIndex(session, index, index), what);
     owner.check(videoEncoderSetKeyFrameFollow(session, index, 1), what);
     owner.check(videoEncoderSetGPUID(session, index, -1), what);
-    owner.check(videoEncoderSetParameterValues(session, index, parameters()), what);
+    owner.check(videoEncoderSetParameterValues(session, index, EncoderSettings.of(spec, settings.parallel())), what);
     owner.check(videoEncoderApplyParameters(session, index), what);
     owner.check(videoEncoderBufferSetAlloc(session, number), what);
     owner.check(
@@ -116,12 +110,13 @@ final class RenditionRoad {
     // Encoders that work on their own threads are asked for the former picture's packets just before they get the
     // next picture, which leaves them the whole time of decoding and scaling.
     if (settings.parallel()) collect();
-    boolean key = !keyed || time - lastKeyTime >= Math.round(settings.keyFrameSeconds() * 1000);
+    // Counted from the first picture of all, so that every rendition has its key pictures at the same times.
+    long due = (long) Math.floor((time - owner.firstTime() + 0.5) / (settings.keyFrameSeconds() * 1000)) + 1;
+    boolean key = due > keys;
     owner.check(
         videoEncoderAddFrame(session, index, target, index, key ? FRAME_KEY : FRAME_INTER, time), "encoding failed");
     added++;
-    if (key) lastKeyTime = time;
-    keyed = true;
+    keys = due;
     if (!settings.parallel()) collect();
   }
 
@@ -148,28 +143,32 @@ final class RenditionRoad {
   /** Passes on what the encoder has ready. */
   void collect() throws HostException, IOException {
     owner.check(videoEncoderGetEncodedFrames(owner.handle(), index, packets), "encoding failed");
-    for (TranscoderPacket packet : packets) owner.output().packet(index, packet);
+    for (TranscoderPacket packet : packets) passOn(packet);
     packets.clear();
   }
 
+  // Where the encoder reorders, a packet's timecode is that of its decoding.
+  private void passOn(TranscoderPacket packet) throws HostException, IOException {
+    long pts = owner.times().ptsOf(packet.timecode + packet.timecodeOffset);
+    long dts = packet.timecodeOffset == 0 ? pts : settings.source().timeBase().ofMilliseconds(packet.timecode);
+    owner.output().packet(index, packet, pts, Math.min(dts, pts));
+  }
+
+  /** Ends the stream: the encoder gives what it holds back. */
+  void flush() throws HostException, IOException {
+    if (spec.tuning().bFrames() == 0) return;
+    TranscoderNativeParameterValue[] end = EncoderSettings.endOfStream();
+    owner.check(videoEncoderSetParameterValues(owner.handle(), index, end), "end of stream");
+    collect();
+  }
+
+  void updateBitRate(long bitsPerSecond) throws HostException {
+    owner.check(videoEncoderUpdateBitrate(owner.handle(), index, bitsPerSecond), "the bit rate could not be changed");
+  }
+
   private double frameRate() {
-    double source = settings.source().frameRateOrDefault();
+    boolean doubled = settings.deinterlace() == Deinterlace.DOUBLE && settings.codec().deinterlaces();
+    double source = settings.source().frameRateOrDefault() * (doubled ? 2 : 1);
     return spec.frameRate() > 0 ? Math.min(spec.frameRate(), source) : source;
-  }
-
-  private TranscoderNativeParameterValue[] parameters() {
-    return new TranscoderNativeParameterValue[] {
-      parameter(KEY_CPU_USED, CPU_USED),
-      parameter(KEY_THREAD_COUNT, 1),
-      parameter(KEY_ASYNCHRONOUS, settings.parallel() ? 1 : 0)
-    };
-  }
-
-  private static TranscoderNativeParameterValue parameter(int key, long value) {
-    TranscoderNativeParameterValue parameter = new TranscoderNativeParameterValue();
-    parameter.dataType = TYPE_LONG;
-    parameter.settingIndex = key;
-    parameter.lValue = value;
-    return parameter;
   }
 }

@@ -12,9 +12,11 @@ import java.util.regex.Pattern;
  * @param width pixels, even
  * @param height pixels, even
  * @param bitRate bits a second
+ * @param codec null for the usual one of the container
  * @param frameRate highest pictures a second, 0 for the source's own
  * @param crop left, right, top, bottom pixels cut from the source, null for none
  * @param padding left, right, top, bottom pixels left free in the rendition, null for none
+ * @param tuning for H.264
  */
 public record RenditionSpec(
     int width,
@@ -24,13 +26,14 @@ public record RenditionSpec(
     FitMode fit,
     double frameRate,
     long[] crop,
-    long[] padding) {
+    long[] padding,
+    H264Tuning tuning) {
 
   static final int MIN_SIZE = 32;
   static final int MAX_SIZE = 8192;
   private static final long MIN_BIT_RATE = 1000;
   private static final long MAX_BIT_RATE = 1_000_000_000;
-  private static final Set<String> KEYS = new TreeSet<>(Set.of("codec", "fit", "fps", "crop", "pad"));
+  private static final Set<String> KEYS = new TreeSet<>(Set.of("codec", "fit", "fps", "crop", "pad", "preset", "profile", "level", "bframes"));
   private static final Pattern HEAD = Pattern.compile("(\\d{1,6})x(\\d{1,6})(?:@(\\d{1,9}(?:\\.\\d{1,6})?)([kKmM]?))?");
   private static final double BITS_A_PIXEL = 0.09;
   private static final double USUAL_FRAME_RATE = 30;
@@ -40,26 +43,45 @@ public record RenditionSpec(
     SpecText spec = new SpecText(text, KEYS);
     Matcher head = HEAD.matcher(spec.head);
     if (!head.matches())
-      throw new IllegalArgumentException("rendition '" + text + "' is not like 1280x720@2500k,codec=vp8");
+      throw new IllegalArgumentException("rendition '" + text + "' is not like 1280x720@2500k,fps=30");
     int width = size("width", head.group(1));
     int height = size("height", head.group(2));
     long bitRate =
         head.group(3) == null
             ? defaultBitRate(width, height, USUAL_FRAME_RATE)
             : bitRate(head.group(3), head.group(4));
+    VideoCodec codec = spec.get("codec", null) == null ? null : VideoCodec.ofRendition(spec.get("codec", null));
     FitMode fit = FitMode.of(spec.get("fit", "letterbox"));
     RenditionSpec parsed =
         new RenditionSpec(
             width,
             height,
             bitRate,
-            VideoCodec.ofRendition(spec.get("codec", "vp8")),
+            codec,
             fit,
             frameRate(spec.get("fps", "0")),
             edges("crop", spec.get("crop", null)),
-            edges("pad", spec.get("pad", null)));
+            edges("pad", spec.get("pad", null)),
+            tuning(spec, codec));
     parsed.checkPadding();
     return parsed;
+  }
+
+  private static H264Tuning tuning(SpecText spec, VideoCodec codec) {
+    H264Tuning tuning =
+        H264Tuning.parse(
+            spec.get("preset", null), spec.get("profile", null), spec.get("level", null),
+            spec.getInt("bframes", 0, 0, H264Tuning.MAX_B_FRAMES));
+    if (codec != null && codec != VideoCodec.H264 && !tuning.equals(H264Tuning.USUAL))
+      throw new IllegalArgumentException("preset, profile, level and bframes belong to codec=h264");
+    return tuning;
+  }
+
+  /** The same with everything settled that was left to the job. */
+  RenditionSpec settled(VideoCodec usualCodec, double usualFrameRate, H264Tuning.Preset usualPreset) {
+    return new RenditionSpec(
+        width, height, bitRate, codec != null ? codec : usualCodec, fit, frameRate > 0 ? frameRate : usualFrameRate,
+        crop, padding, tuning.withUsual(usualPreset));
   }
 
   /** A rate that looks well at the size. */
@@ -75,6 +97,19 @@ public record RenditionSpec(
   /** True when the rendition needs the library's own placement beyond whole picture to whole picture. */
   boolean needsPlacement() {
     return fit == FitMode.FILL || crop != null || padding != null;
+  }
+
+  /**
+   * The same with the bars of a letterbox told outright, for a picture of that aspect: for decoders that do not tell
+   * the aspect.
+   */
+  RenditionSpec withOwnBars(double aspect) {
+    if (fit != FitMode.LETTERBOX || crop != null) return this;
+    int across = Math.max(0, (int) Math.round((width - height * aspect) / 4)) * 2;
+    int down = Math.max(0, (int) Math.round((height - width / aspect) / 4)) * 2;
+    long[] bars = {across, across, down, down};
+    return new RenditionSpec(
+        width, height, bitRate, codec, FitMode.STRETCH, frameRate, null, across + down > 0 ? bars : null, tuning);
   }
 
   private void checkPadding() {
@@ -101,7 +136,7 @@ public record RenditionSpec(
     return Math.round(bits);
   }
 
-  private static double frameRate(String text) {
+  static double frameRate(String text) {
     double rate;
     try {
       int slash = text.indexOf('/');

@@ -10,8 +10,8 @@ interface SessionOutput {
   /** A picture was decoded and drawn on, before it is scaled. */
   default void decoded(long timecode, int width, int height) throws HostException, IOException {}
 
-  /** A coded packet of a rendition. */
-  default void packet(int rendition, TranscoderPacket packet) throws HostException, IOException {}
+  /** A coded packet of a rendition; its times in units of the source's time base. */
+  default void packet(int rendition, TranscoderPacket packet, long pts, long dts) throws HostException, IOException {}
 
   /** True to be given the rendition's picture of that time, as it goes to the encoder. */
   default boolean wantsPicture(int rendition, long timecode) {

@@ -7,6 +7,8 @@ import java.util.List;
  *
  * @param name of the stream, for the log
  * @param codec of the pictures; null leaves pictures out
+ * @param source the stream of pictures
+ * @param config its codec configuration as the container keeps it
  * @param renditions may be empty: the session then only decodes
  * @param parallel true to let the encoders of one session work side by side
  * @param keyFrameSeconds longest time from key frame to key frame
@@ -17,6 +19,8 @@ record SessionSettings(
     String name,
     VideoCodec codec,
     StreamInfo source,
+    byte[] config,
+    Deinterlace deinterlace,
     List<RenditionSpec> renditions,
     List<OverlaySpec> overlays,
     boolean parallel,

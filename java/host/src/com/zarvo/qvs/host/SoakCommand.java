@@ -32,7 +32,7 @@ final class SoakCommand implements Callable<Integer> {
   @Override
   public Integer call() throws Exception {
     JobSettings settings =
-        JobSettings.ofPictures(input, directory, List.of(), List.of(), null, TAKEN_MS);
+        JobSettings.usual(input, directory, List.of(), List.of(), null, TAKEN_MS);
     double warmUp = Math.min(WARM_UP_MINUTES, minutes * WARM_UP_SHARE);
     double step = Math.min(1, minutes / 12);
     List<Long> samples = new ArrayList<>();

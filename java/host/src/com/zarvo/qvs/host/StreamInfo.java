@@ -10,6 +10,8 @@ package com.zarvo.qvs.host;
  * @param frameRate pictures a second, 0/1 when unknown
  * @param timeBase unit of packet times, in seconds
  * @param durationMs milliseconds, -1 when unknown
+ * @param pixelAspect width against height of one pixel, 0/1 when unknown
+ * @param bitRate bits a second, 0 when unknown
  */
 public record StreamInfo(
     String codecName,
@@ -18,7 +20,27 @@ public record StreamInfo(
     int height,
     Rational frameRate,
     Rational timeBase,
-    long durationMs) {
+    long durationMs,
+    Rational pixelAspect,
+    long bitRate) {
+
+  /** A stream of square pixels. */
+  StreamInfo(
+      String codecName,
+      String pixelFormat,
+      int width,
+      int height,
+      Rational frameRate,
+      Rational timeBase,
+      long durationMs) {
+    this(codecName, pixelFormat, width, height, frameRate, timeBase, durationMs, new Rational(0, 1), 0);
+  }
+
+  /** Width against height of the picture as it is to be seen. */
+  public double displayAspect() {
+    double pixel = pixelAspect.num() > 0 ? pixelAspect.toDouble() : 1;
+    return pixel * width / height;
+  }
 
   /** Milliseconds of a time in units of {@code timeBase}, rounded to the nearest. */
   public long toMilliseconds(long pts) {

@@ -6,14 +6,12 @@ import java.util.ArrayList;
 import java.util.List;
 import java.util.concurrent.Callable;
 import picocli.CommandLine.Command;
-import picocli.CommandLine.ITypeConverter;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.Parameters;
 import picocli.CommandLine.Spec;
-import picocli.CommandLine.TypeConversionException;
 
 /** "transcode": one file in, renditions out. */
 @Command(name = "transcode", description = "Turns a file into renditions of its pictures and its sound.", sortOptions = false)
@@ -29,10 +27,11 @@ final class TranscodeCommand implements Callable<Integer> {
   @Option(
       names = "--rendition",
       paramLabel = "WxH[@RATE][,KEY=VALUE]...",
-      converter = RenditionConverter.class,
+      converter = Converters.OfRendition.class,
       description = {
-        "One rendition, e.g. 1280x720@2500k,codec=vp8,fit=letterbox,fps=30. Keys: codec (vp8, vp9),",
-        "fit (letterbox, stretch, fill), fps, crop and pad (left:right:top:bottom).",
+        "One rendition, e.g. 1280x720@2500k,fit=letterbox,fps=30. Keys: codec (h264, vp8, vp9), fit (letterbox,",
+        "stretch, fill), fps, crop and pad (left:right:top:bottom); for H.264 also preset (ultrafast to veryslow),",
+        "profile (baseline, main, high), level (4.1), bframes.",
         "Without any: the input's size and the next two common sizes below."
       })
   private List<RenditionSpec> renditions = new ArrayList<>();
@@ -40,7 +39,7 @@ final class TranscodeCommand implements Callable<Integer> {
   @Option(
       names = "--overlay",
       paramLabel = "PNG[,KEY=VALUE]...",
-      converter = OverlayConverter.class,
+      converter = Converters.OfOverlay.class,
       description = {
         "An image to lay over, e.g. logo.png,align=top-right,x=20,y=20,on=decoder. Keys: align, x and y",
         "(distance from the aligned edge), width, height, on (decoder for all renditions, or a rendition's number)."
@@ -50,7 +49,7 @@ final class TranscodeCommand implements Callable<Integer> {
   @Option(
       names = "--audio",
       paramLabel = "CODEC[@RATE][,KEY=VALUE]...",
-      converter = AudioConverter.class,
+      converter = Converters.OfAudio.class,
       description = {
         "One audio rendition, e.g. opus@96k or aac@128k,rate=48000,channels=2. Codecs: aac, opus, vorbis. Keys: rate,",
         "channels, mask and source-mask (speakers as bits: 1 left, 2 right, 4 centre, ...). Every file of pictures",
@@ -60,23 +59,52 @@ final class TranscodeCommand implements Callable<Integer> {
 
   @Mixin private AudioConversionOptions conversion;
 
+  @Option(names = "--no-audio", description = "Leave sound out; else it goes along as AAC where the format holds it.")
+  private boolean noAudio;
+
   @Option(names = "--no-video", description = "Leave pictures out.")
   private boolean noVideo;
 
   @Option(
       names = "--format",
       paramLabel = "FORMAT",
-      defaultValue = "webm",
-      converter = ContainerConverter.class,
-      description = "webm (default), mp4 or ivf; for sound alone also ogg or aac.")
+      defaultValue = "mp4",
+      converter = Converters.OfContainer.class,
+      description = {
+        "mp4 (default), flv, hls (segments and playlists), mkv: H.264 and AAC; webm, ivf: VP8, VP9;",
+        "for sound alone also ogg or aac."
+      })
   private Container format;
 
   @Option(
       names = "--keyframes",
       paramLabel = "SECONDS",
       defaultValue = "2",
-      description = "Time from key frame to key frame, 2 by default.")
+      description = "Time from key frame to key frame, 2 by default; in HLS the length of a segment too.")
   private double keyFrameSeconds;
+
+  @Option(
+      names = "--deinterlace",
+      paramLabel = "off|on|double",
+      defaultValue = "on",
+      converter = Converters.OfDeinterlace.class,
+      description = "What becomes of interlaced pictures: on (default), off, or double for a picture a field.")
+  private Deinterlace deinterlace;
+
+  @Option(
+      names = "--fps",
+      paramLabel = "RATE",
+      defaultValue = "0",
+      converter = Converters.OfFrameRate.class,
+      description = "Highest pictures a second of renditions that name none of their own.")
+  private double frameRate;
+
+  @Option(
+      names = "--preset",
+      paramLabel = "NAME",
+      converter = Converters.OfPreset.class,
+      description = "Speed against quality of H.264: ultrafast to veryslow, veryfast by default.")
+  private H264Tuning.Preset preset;
 
   @Option(names = "--report", paramLabel = "FILE.json", description = "Write a report.")
   private Path report;
@@ -92,11 +120,12 @@ final class TranscodeCommand implements Callable<Integer> {
   @Override
   public Integer call() throws Exception {
     if (!(keyFrameSeconds > 0)) throw new ParameterException(spec.commandLine(), "--keyframes must be above 0");
+    if (noAudio && !sounds.isEmpty()) throw new ParameterException(spec.commandLine(), "--no-audio contradicts --audio");
     Path sheet = noContactSheet ? null : directory.resolve("contact-sheet.png");
     JobSettings settings =
         new JobSettings(
-            input, directory, renditions, sounds, conversion.wanted(), !noVideo, overlays, format, sheet, !sequential,
-            keyFrameSeconds, Long.MAX_VALUE);
+            input, directory, renditions, sounds, conversion.wanted(), !noVideo, !noAudio, deinterlace, frameRate,
+            preset, overlays, format, sheet, !sequential, keyFrameSeconds, Long.MAX_VALUE);
     JobResult result = new TranscodeJob(settings, Console::progress).run();
     if (report != null) Files.writeString(report, result.toJson());
     Console.printTrouble(result.log());
@@ -112,53 +141,5 @@ final class TranscodeCommand implements Callable<Integer> {
         System.err.println(
             "qvs: " + format.label() + " cannot hold " + sound.spec().codec().codecName + ": it is in "
                 + sound.files().get(0));
-  }
-
-  /** Reads a rendition. */
-  static final class RenditionConverter implements ITypeConverter<RenditionSpec> {
-    @Override
-    public RenditionSpec convert(String text) {
-      try {
-        return RenditionSpec.parse(text);
-      } catch (IllegalArgumentException e) {
-        throw new TypeConversionException(e.getMessage());
-      }
-    }
-  }
-
-  /** Reads an overlay. */
-  static final class OverlayConverter implements ITypeConverter<OverlaySpec> {
-    @Override
-    public OverlaySpec convert(String text) {
-      try {
-        return OverlaySpec.parse(text);
-      } catch (IllegalArgumentException e) {
-        throw new TypeConversionException(e.getMessage());
-      }
-    }
-  }
-
-  /** Reads an audio rendition. */
-  static final class AudioConverter implements ITypeConverter<AudioSpec> {
-    @Override
-    public AudioSpec convert(String text) {
-      try {
-        return AudioSpec.parse(text);
-      } catch (IllegalArgumentException e) {
-        throw new TypeConversionException(e.getMessage());
-      }
-    }
-  }
-
-  /** Reads a container's name. */
-  static final class ContainerConverter implements ITypeConverter<Container> {
-    @Override
-    public Container convert(String text) {
-      try {
-        return Container.of(text);
-      } catch (IllegalArgumentException e) {
-        throw new TypeConversionException(e.getMessage());
-      }
-    }
   }
 }

@@ -26,7 +26,7 @@ final class TranscodeJob {
       StreamInfo source = pictures ? reader.video() : null;
       VideoCodec codec = pictures ? checkSource(settings.input(), source) : null;
       List<RenditionSpec> renditions =
-          !pictures ? List.of() : settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
+          pictures ? settled(codec, source) : List.of();
       checkOverlays(renditions.size());
       for (RenditionSpec rendition : renditions) checkContainer(rendition.codec());
       SessionSettings sessionSettings =
@@ -34,6 +34,8 @@ final class TranscodeJob {
               settings.input().getFileName().toString(),
               codec,
               source,
+              reader.videoConfig(),
+              settings.deinterlace(),
               renditions,
               settings.overlays(),
               settings.parallel(),
@@ -52,7 +54,7 @@ final class TranscodeJob {
   /** Settles which streams are read; true when pictures are among them. */
   private boolean selectStreams(MediaReader reader) throws HostException {
     String name = settings.input() + ": ";
-    boolean sound = !settings.sounds().isEmpty();
+    boolean sound = !sounds(reader).isEmpty();
     if (sound && reader.audio() == null) throw new HostException(name + "no audio stream in it");
     boolean wanted = settings.pictures() && settings.format().holdsPictures();
     boolean pictures = wanted && reader.video() != null;
@@ -67,9 +69,36 @@ final class TranscodeJob {
   }
 
   private AudioSettings audioSettings(MediaReader reader) throws HostException {
-    if (settings.sounds().isEmpty()) return null;
+    List<AudioSpec> sounds = sounds(reader);
+    if (sounds.isEmpty()) return null;
     checkSound(settings.input(), reader.audio());
-    return new AudioSettings(reader.audio(), settings.conversion(), settings.sounds());
+    return new AudioSettings(reader.audio(), settings.conversion(), sounds);
+  }
+
+  // Sound that nobody asked for must not keep the pictures from being made.
+  private List<AudioSpec> sounds(MediaReader reader) {
+    boolean along = settings.soundAlong() && settings.format().takesSoundAlong() && reader.audio() != null;
+    if (!settings.sounds().isEmpty() || !along) return settings.sounds();
+    try {
+      checkSound(settings.input(), reader.audio());
+      return List.of(AudioSpec.parse(AudioCodec.AAC.codecName));
+    } catch (HostException e) {
+      return List.of();
+    }
+  }
+
+  private List<RenditionSpec> settled(VideoCodec codec, StreamInfo source) {
+    List<RenditionSpec> wanted =
+        settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
+    return wanted.stream()
+        .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset()))
+        .map(spec -> hidesItsAspect(codec, source) ? spec.withOwnBars(source.displayAspect()) : spec)
+        .toList();
+  }
+
+  // An MPEG-2 stream of square pixels says so by a number that its decoder takes for a square picture.
+  private static boolean hidesItsAspect(VideoCodec codec, StreamInfo source) {
+    return codec == VideoCodec.MPEG2 && source.pixelAspect().num() == source.pixelAspect().den();
   }
 
   private void checkContainer(VideoCodec codec) throws HostException {
@@ -90,19 +119,22 @@ final class TranscodeJob {
   static VideoCodec checkSource(Path input, StreamInfo source) throws HostException {
     String name = input + ": ";
     if (source == null) throw new HostException(name + "no video stream in it");
+    VideoCodec codec;
+    try {
+      codec = VideoCodec.ofStream(source.codecName());
+    } catch (HostException e) {
+      throw new HostException(name + e.getMessage());
+    }
     if (source.width() > RenditionSpec.MAX_SIZE || source.height() > RenditionSpec.MAX_SIZE)
       throw new HostException(name + "pictures of " + source.width() + "x" + source.height() + " are too large");
-    // The range variant names the same layout; all others would come out as empty pictures.
-    if (!source.pixelFormat().isEmpty()
+    // The range variant names the same layout; others that the decoder does not convert would come out empty.
+    if (codec.wantsNoConfig()
+        && !source.pixelFormat().isEmpty()
         && !source.pixelFormat().equals(SUPPORTED_PIXELS)
         && !source.pixelFormat().equals("yuvj420p"))
       throw new HostException(
           name + "pixel format " + source.pixelFormat() + " is not supported, only 8-bit 4:2:0 is");
-    try {
-      return VideoCodec.ofStream(source.codecName());
-    } catch (HostException e) {
-      throw new HostException(name + e.getMessage());
-    }
+    return codec;
   }
 
   private void checkOverlays(int renditions) throws HostException {
@@ -123,7 +155,7 @@ final class TranscodeJob {
       for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
         if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
         if (packet.timecodeMs() - firstMs >= settings.maxMilliseconds()) break;
-        if (packet.kind() == MediaKind.VIDEO) session.push(packet, files.assign(packet));
+        if (packet.kind() == MediaKind.VIDEO) session.push(packet);
         else session.audio().push(packet, feed.following(MediaKind.AUDIO));
         doneMs = Math.max(doneMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
         progress.update(doneMs, session.pictures());

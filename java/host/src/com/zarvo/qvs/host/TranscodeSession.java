@@ -3,6 +3,7 @@ package com.zarvo.qvs.host;
 import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
 
 import com.zarvo.qvs.transcoder.model.TranscoderNativeLong;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeParameterValue;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeStreamContext;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoDecodeFrameInfo;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
@@ -28,6 +29,11 @@ final class TranscodeSession implements AutoCloseable {
   private static final long STATUS_INPUT_USED = 0x01;
   private static final long STATUS_PICTURE = 0x04;
   private static final long STATUS_INCOMPLETE = 0x08;
+  private static final long STATUS_ABORTED = 0x40;
+  private static final long STATUS_FLUSHED = 0x80;
+  private static final int KEY_DEINTERLACE = 0;
+  private static final int KEY_DEINTERLACE_DOUBLE_RATE = 1;
+  private static final int KEY_END_OF_STREAM = 100200;
   private static final int LOG_FETCH_INTERVAL_PICTURES = 250;
   // A decoder that neither takes input nor gives pictures would spin for ever.
   private static final int MAX_IDLE_STEPS = 64;
@@ -40,6 +46,11 @@ final class TranscodeSession implements AutoCloseable {
   private final TranscoderNativeLong timecode = new TranscoderNativeLong();
   private final TranscoderNativeVideoDecodeFrameInfo frameInfo = new TranscoderNativeVideoDecodeFrameInfo();
   private AudioRoad audio;
+  private VideoSource source;
+  private TimecodeMap times;
+  private boolean configured;
+  private long firstTime = Long.MIN_VALUE;
+  private long failures;
   private long[] targets = {};
   private long session;
   private long heldDecoderPicture = -1;
@@ -99,23 +110,58 @@ final class TranscodeSession implements AutoCloseable {
     return roads.get(rendition).added();
   }
 
-  /** Takes one coded packet through the whole road. The timecode must be new for this session. */
-  void push(MediaPacket packet, long packetTimecode) throws HostException, IOException {
-    byte[] data = packet.data();
+  /** Coded pictures that the decoder refused, wholly or in part. */
+  long failures() {
+    return failures;
+  }
+
+  /** Changes the rate of a rendition while it runs; it holds from the next picture on. */
+  void updateBitRate(int rendition, long bitsPerSecond) throws HostException {
+    roads.get(rendition).updateBitRate(bitsPerSecond);
+  }
+
+  /** Takes one coded packet through the whole road. A damaged one costs its own picture only. */
+  void push(MediaPacket packet) throws HostException, IOException {
     // Containers keep empty packets where a live encoder dropped a picture.
-    if (data.length == 0) return;
-    long type = packet.key() ? RenditionRoad.FRAME_KEY : RenditionRoad.FRAME_INTER;
-    check(videoDecoderAddFrame(session, data, 0, data.length, packetTimecode, type), "a packet was refused");
+    if (!source.accept(packet)) return;
+    if (!configured || source.configChanged()) configure();
+    byte[] data = source.data();
+    long type =
+        packet.key()
+            ? RenditionRoad.FRAME_KEY
+            : packet.disposable() ? RenditionRoad.FRAME_DISPOSABLE : RenditionRoad.FRAME_INTER;
+    long refused = videoDecoderAddFrame(session, data, 0, data.length, times.assign(packet), type);
+    boolean aborted = false;
     for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
       if (decodeStep()) idle = 0;
-      if ((status.value & STATUS_INPUT_USED) != 0) return;
+      aborted |= (status.value & STATUS_ABORTED) != 0;
+      if ((status.value & STATUS_INPUT_USED) != 0) break;
+    }
+    if (refused != 0 || aborted) failures++;
+  }
+
+  /** Ends the stream: hands out all that the decoder and the encoders still hold. */
+  void drain() throws HostException, IOException {
+    if (configured) drainDecoder();
+    collect();
+    for (RenditionRoad road : roads) road.flush();
+    if (audio != null) audio.drain();
+  }
+
+  private void drainDecoder() throws HostException, IOException {
+    if (settings.codec().wantsNoConfig()) return;
+    NativeParameters end = new NativeParameters().set(KEY_END_OF_STREAM, 1);
+    check(videoDecoderSetParameterValues(session, end.toArray()), "end of stream");
+    for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
+      if (decodeStep()) idle = 0;
+      if ((status.value & STATUS_FLUSHED) != 0) return;
     }
   }
 
-  /** Ends the stream: hands out all that encoders still hold. */
-  void drain() throws HostException, IOException {
-    collect();
-    if (audio != null) audio.drain();
+  private void configure() throws HostException {
+    byte[] config = source.config();
+    check(videoDecoderDecodeCodecConfig(session, config, 0, config.length), "codec configuration");
+    configured = true;
   }
 
   private void collect() throws HostException, IOException {
@@ -147,7 +193,7 @@ final class TranscodeSession implements AutoCloseable {
       roads.add(new RenditionRoad(this, settings, i, context(settings.renditions().get(i).sizeText())));
     targets = new long[roads.size()];
     check(videoScalerInitialize(session), "scaler");
-    check(videoDecoderDecodeCodecConfig(session, new byte[0], 0, 0), "codec configuration");
+    if (source.config() != null) configure();
     placeOverlays();
   }
 
@@ -155,9 +201,20 @@ final class TranscodeSession implements AutoCloseable {
     VideoCodec codec = settings.codec();
     String what = settings.name() + ": no decoder for " + codec.codecName;
     check(videoDecoderCreate(session, 0, codec.id, codec.version, BIT_DEPTH, 0, FOURCC_YV12, context("")), what);
+    source = new VideoSource(codec, settings.config());
+    times = new TimecodeMap(codec.reorders(), settings.source().timeBase(), settings.source().frameRate());
+    if (!codec.wantsNoConfig()) check(videoDecoderSetParameterValues(session, decoderParameters()), what);
     check(videoDecoderApplyParameters(session), what);
     videoDecoderSetGPUID(session, -1);
     check(videoDecoderInitialize(session), what);
+  }
+
+  private TranscoderNativeParameterValue[] decoderParameters() {
+    Deinterlace wanted = settings.deinterlace();
+    return new NativeParameters()
+        .set(KEY_DEINTERLACE, wanted.mode)
+        .set(KEY_DEINTERLACE_DOUBLE_RATE, wanted.doubleRate)
+        .toArray();
   }
 
   private void placeOverlays() throws HostException {
@@ -185,13 +242,27 @@ final class TranscodeSession implements AutoCloseable {
     if (!picture) return false;
     long index = heldDecoderPicture;
     try {
-      deliver(index, timecode.value);
+      boolean hidden = times.isHidden(timecode.value);
+      long time = times.delivered(timecode.value);
+      if (!hidden) deliver(index, time);
+      if (!hidden && doublesRate()) deliverSecond(index);
     } finally {
       heldDecoderPicture = -1;
       videoDecoderBufferRelease(session, index);
     }
     if (++pictures % LOG_FETCH_INTERVAL_PICTURES == 0) log.fetch(session);
     return true;
+  }
+
+  private boolean doublesRate() {
+    return settings.deinterlace() == Deinterlace.DOUBLE && settings.codec().deinterlaces();
+  }
+
+  private void deliverSecond(long index) throws HostException, IOException {
+    check(videoDecoderGetFrame(session, index, timecode), "the second field could not be fetched");
+    double rate = frameInfo.frameRate > 0 ? frameInfo.frameRate : settings.source().frameRateOrDefault();
+    deliver(index, times.deliveredAfter(0.5 / rate));
+    pictures++;
   }
 
   private long allocateDecoderPicture() throws HostException, IOException {
@@ -205,6 +276,7 @@ final class TranscodeSession implements AutoCloseable {
 
   /** Scales one decoded picture into every rendition that wants it and sends the results to the encoders. */
   private void deliver(long decoderPicture, long time) throws HostException, IOException {
+    if (firstTime == Long.MIN_VALUE) firstTime = time;
     try {
       for (int i = 0; i < targets.length; i++) targets[i] = roads.get(i).takeTarget(time);
       check(videoDecoderTransferFrameStart(session, decoderPicture, targets), "a picture could not be delivered");
@@ -216,6 +288,15 @@ final class TranscodeSession implements AutoCloseable {
     } finally {
       for (RenditionRoad road : roads) road.releaseTarget();
     }
+  }
+
+  /** The time of the first picture, from which all renditions count. */
+  long firstTime() {
+    return firstTime;
+  }
+
+  TimecodeMap times() {
+    return times;
   }
 
   SessionOutput output() {
