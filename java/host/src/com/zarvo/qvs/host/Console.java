@@ -48,6 +48,6 @@ final class Console {
 
   /** Log lines that tell of trouble. */
   static void printTrouble(Iterable<SessionLog.Line> lines) {
-    for (SessionLog.Line line : lines) if (line.level() >= SessionLog.WARN) System.err.println("qvs: " + line.text());
+    for (SessionLog.Line line : lines) if (line.isTrouble()) System.err.println("qvs: " + line.text());
   }
 }

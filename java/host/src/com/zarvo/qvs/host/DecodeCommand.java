@@ -3,9 +3,6 @@ package com.zarvo.qvs.host;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeAudioFrame;
 import java.io.IOException;
 import java.nio.file.Path;
-import java.security.MessageDigest;
-import java.security.NoSuchAlgorithmException;
-import java.util.HexFormat;
 import java.util.List;
 import java.util.concurrent.Callable;
 import picocli.CommandLine.Command;
@@ -16,8 +13,6 @@ import picocli.CommandLine.Parameters;
 /** "decode": what the session's decoders deliver, a line a picture, or the sound as a file. */
 @Command(name = "decode", description = "Decodes a file and prints one line a picture.")
 final class DecodeCommand implements Callable<Integer> {
-  private static final int LEVEL_WARN = SessionLog.WARN;
-
   @Parameters(paramLabel = "INPUT", description = "The file to read, in any container.")
   private Path input;
 
@@ -53,12 +48,12 @@ final class DecodeCommand implements Callable<Integer> {
     StreamInfo source = reader.video();
     Printer printer = new Printer();
     try (TranscodeSession session = new TranscodeSession(settings(codec, source, reader.videoConfig(), null), printer, null)) {
-      if (sums) printer.tap = new PictureTap(session.handle());
+      if (sums) printer.sums = new PictureSums(session);
       try {
         for (MediaPacket packet = reader.next(); packet != null; packet = reader.next()) session.push(packet);
         session.drain();
       } finally {
-        if (printer.tap != null) printer.tap.close();
+        if (printer.sums != null) printer.sums.close();
       }
       printer.printTotal();
       if (session.failures() > 0) System.err.println("qvs: damaged pictures: " + session.failures());
@@ -92,7 +87,7 @@ final class DecodeCommand implements Callable<Integer> {
 
   private static int verdict(TranscodeSession session, boolean whole) {
     Console.printTrouble(session.log().lines());
-    boolean delivered = session.log().lines().stream().noneMatch(line -> line.level() >= LEVEL_WARN);
+    boolean delivered = session.log().lines().stream().noneMatch(SessionLog.Line::isTrouble);
     return whole && delivered ? 0 : 1;
   }
 
@@ -130,36 +125,21 @@ final class DecodeCommand implements Callable<Integer> {
     }
   }
 
-  private static MessageDigest md5() {
-    try {
-      return MessageDigest.getInstance("MD5");
-    } catch (NoSuchAlgorithmException e) {
-      throw new IllegalStateException(e);
-    }
-  }
-
   /** Prints "index, timecode, WxH, md5" a picture. */
   private static final class Printer implements SessionOutput {
-    private final MessageDigest total = md5();
-    private final MessageDigest one = md5();
-    private PictureTap tap;
+    private PictureSums sums;
     private long count;
 
     @Override
     public void decoded(long timecode, int width, int height) {
       StringBuilder line = new StringBuilder();
       line.append(count++).append(", ").append(timecode).append(", ").append(width).append('x').append(height);
-      if (tap != null) {
-        byte[] picture = tap.lastPicture();
-        one.update(picture, 0, tap.length());
-        total.update(picture, 0, tap.length());
-        line.append(", ").append(HexFormat.of().formatHex(one.digest()));
-      }
+      if (sums != null) line.append(", ").append(sums.next());
       System.out.println(line);
     }
 
     void printTotal() {
-      String sum = tap == null ? "" : ", " + HexFormat.of().formatHex(total.digest());
+      String sum = sums == null ? "" : ", " + sums.total();
       System.out.println("pictures: " + count + sum);
     }
   }

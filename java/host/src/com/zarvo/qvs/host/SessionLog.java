@@ -8,14 +8,20 @@ import java.util.List;
 /** Collects what a session logs. The session keeps at most 1000 lines, so it is fetched now and then. */
 final class SessionLog {
   /** Levels as the native side numbers them. */
-  static final int WARN = 3;
+  private static final int WARN = 3;
 
+  private static final String CHECK_PASSED = "h264OutVideoChkSettings result: 0";
   private static final String CONTEXT_TAG = "{context}";
   private static final String[] LEVELS = {"?", "DEBUG", "INFO", "WARN", "ERROR", "FATAL"};
   private static final int KEPT_LINES = 2000;
 
   /** One line, the stream's name in its place. */
   record Line(int level, String text) {
+    /** True for a line that a user should see. The H.264 encoder warns of its check's result even when that is 0. */
+    boolean isTrouble() {
+      return level >= WARN && !text.endsWith(CHECK_PASSED);
+    }
+
     @Override
     public String toString() {
       return LEVELS[level > 0 && level < LEVELS.length ? level : 0] + " " + text;
@@ -45,7 +51,7 @@ final class SessionLog {
 
   /** The last line that tells of trouble, "" when there is none. */
   String lastTrouble() {
-    for (int i = lines.size() - 1; i >= 0; i--) if (lines.get(i).level() >= WARN) return lines.get(i).text();
+    for (int i = lines.size() - 1; i >= 0; i--) if (lines.get(i).isTrouble()) return lines.get(i).text();
     return "";
   }
 }

@@ -1,0 +1,42 @@
+package com.zarvo.qvs.host;
+
+import java.security.MessageDigest;
+import java.security.NoSuchAlgorithmException;
+import java.util.HexFormat;
+
+/** Sums over the decoded pictures of a session as they lie in its pool: planes Y, U, V without padding. */
+final class PictureSums implements AutoCloseable {
+  private final MessageDigest total = md5();
+  private final MessageDigest one = md5();
+  private final PictureTap tap;
+
+  PictureSums(TranscodeSession session) throws HostException {
+    tap = new PictureTap(session.handle());
+  }
+
+  /** The md5 of the picture decoded last. */
+  String next() {
+    byte[] picture = tap.lastPicture();
+    one.update(picture, 0, tap.length());
+    total.update(picture, 0, tap.length());
+    return HexFormat.of().formatHex(one.digest());
+  }
+
+  /** The md5 of all pictures together. Asked once. */
+  String total() {
+    return HexFormat.of().formatHex(total.digest());
+  }
+
+  private static MessageDigest md5() {
+    try {
+      return MessageDigest.getInstance("MD5");
+    } catch (NoSuchAlgorithmException e) {
+      throw new IllegalStateException(e);
+    }
+  }
+
+  @Override
+  public void close() {
+    tap.close();
+  }
+}
