@@ -79,6 +79,11 @@ final class AudioRoad implements AutoCloseable {
     return Math.round((double) paddingSamples * rate / own);
   }
 
+  private long samplesOf(MediaPacket packet) {
+    Rational unit = settings.source().timeBase();
+    return packet.duration() * unit.num() * settings.source().sampleRate() / unit.den();
+  }
+
   AudioRenditionRoad rendition(int index) {
     return renditions.get(index);
   }
@@ -104,7 +109,8 @@ final class AudioRoad implements AutoCloseable {
   void push(MediaPacket packet, MediaPacket following) throws HostException, IOException {
     byte[] data = packet.data();
     if (!source.accept(data)) return;
-    paddingEnd = packet.paddingEnd();
+    boolean hidden = packet.paddingEnd() > 0 && packet.paddingEnd() >= samplesOf(packet);
+    paddingEnd = packet.paddingEnd() + (hidden ? paddingEnd : 0);
     if (source.configChanged()) {
       byte[] config = source.config();
       owner.check(audioDecoderDecodeCodecConfig(owner.handle(), config, 0, config.length), "codec configuration");

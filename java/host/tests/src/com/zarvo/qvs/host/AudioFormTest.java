@@ -44,7 +44,7 @@ class AudioFormTest {
     "1210,1210", // LC 44100 stereo
     "2b8a0800,1388", // explicit bands: 22050 core under 44100
     "eb8a0800,1388", // parametric stereo over a mono core
-    "178056220008,1210" // the rate in full
+    "1780562210,1210" // the rate in full
   })
   void containersAacConfigurationsBecomeTwoBytes(String given, String expected) throws Exception {
     byte[] config = AacConfig.ofContainer(HexFormat.of().parseHex(given)).toBytes();
