@@ -115,7 +115,7 @@ final class AudioRoad implements AutoCloseable {
       byte[] config = source.config();
       owner.check(audioDecoderDecodeCodecConfig(owner.handle(), config, 0, config.length), "codec configuration");
     }
-    long timecode = clock.timecodeMs(packet.pts(), source.durationMs(packet), following);
+    long timecode = clock.timecodeMs(packet, source.durationMs(packet), following);
     if (source.codec().isG711()) decodePieces(data, timecode);
     else decode(data, source.offset(), data.length - source.offset(), timecode);
   }
