@@ -2,6 +2,8 @@
 
 #include <mc_enc_aac.h>
 
+#include <mc_enc_aac.h>
+
 #include <cstdint>
 
 namespace qvs {

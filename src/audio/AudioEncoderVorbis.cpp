@@ -19,7 +19,7 @@ namespace qvs {
 namespace {
 
 constexpr const char* kInitialize = "AudioEncoderVorbis.initialize[{context}]: ";
-constexpr uint32_t kChannelsMost = 255;
+constexpr uint32_t kCodedChannelsMost = 2;
 constexpr size_t kHoldersMost = 1024;
 constexpr uint32_t kChunkSamples = 4096;  ///< the codec's working memory grows with what it is given at once
 
@@ -88,12 +88,7 @@ void AudioEncoderVorbis::limitBitrate() {
 
 bool AudioEncoderVorbis::openEncoder() {
   vorbis_info_init(&vorbisInfo);
-  // The library divides by the channels and keeps their count in 8 bits of the header.
-  const bool sensible = channels >= 1 && channels <= kChannelsMost;
-  const int code = sensible
-                       ? vorbis_encode_init(&vorbisInfo, static_cast<long>(channels),
-                                            static_cast<long>(sampleRate), -1, static_cast<long>(bitrate), -1)
-                       : OV_EINVAL;
+  const int code = setUpEncoder();
   if (code != 0) {
     logFailure(code);
     vorbis_info_clear(&vorbisInfo);
@@ -106,6 +101,18 @@ bool AudioEncoderVorbis::openEncoder() {
   ogg_stream_init(&streamState, static_cast<int>(std::time(nullptr)));
   encoderInited = 1;
   return true;
+}
+
+int AudioEncoderVorbis::setUpEncoder() {
+  // Of more channels only two are coded, so that the stream has two; the library divides by their count.
+  const uint32_t coded = std::min(channels, kCodedChannelsMost);
+  if (coded == 0) return OV_EINVAL;
+  const int code =
+      vorbis_encode_setup_managed(&vorbisInfo, static_cast<long>(coded), static_cast<long>(sampleRate), -1,
+                                  static_cast<long>(bitrate), -1);
+  if (code != 0) return code;
+  if (unmanaged) vorbis_encode_ctl(&vorbisInfo, OV_ECTL_RATEMANAGE2_SET, nullptr);
+  return vorbis_encode_setup_init(&vorbisInfo);
 }
 
 void AudioEncoderVorbis::logFailure(int code) const {
@@ -171,10 +178,6 @@ void AudioEncoderVorbis::write(const AudioSampleBuffer& samples, uint32_t index,
   float** planes = vorbis_analysis_buffer(&dspState, static_cast<int>(count));
   for (int channel = 0; channel < vorbisInfo.channels; ++channel) {
     float* plane = planes[channel];
-    if (channel >= 2) {
-      std::fill_n(plane, count, 0.0f);
-      continue;
-    }
     // The only channel of a mono block stands for both.
     const size_t offset = static_cast<uint32_t>(channel) < stride ? static_cast<size_t>(channel) : 0;
     const uint8_t* source = samples.getBuffer() + (size_t{index} * stride + offset) * sizeof(int16_t);
@@ -228,6 +231,22 @@ uint32_t AudioEncoderVorbis::close() {
     closeEncoder();
     return kSuccess;
   });
+}
+
+uint32_t AudioEncoderVorbis::setParameterValue(uint32_t key, int64_t value) {
+  if (key == kKeyUnmanaged) unmanaged = value != 0;
+  return kSuccess;
+}
+
+uint32_t AudioEncoderVorbis::getParameterValueType(uint32_t key, uint32_t* arrayLength) {
+  clear(arrayLength);
+  return key == kKeyUnmanaged ? kParameterLong : kParameterUnknown;
+}
+
+uint32_t AudioEncoderVorbis::getParameterValue(uint32_t key, int64_t* value) {
+  clear(value);
+  if (key == kKeyUnmanaged && value != nullptr) *value = unmanaged ? 1 : 0;
+  return kSuccess;
 }
 
 void AudioEncoderVorbis::closeEncoder() {

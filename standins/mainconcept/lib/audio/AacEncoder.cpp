@@ -73,9 +73,18 @@ bool AacEncoder::openCodec() {
   av_->av_channel_layout_from_mask(&codec_->ch_layout, kLayouts[settings_.input_channels]);
   choose("aac_tns", settings_.tns != 0);
   choose("aac_ms", settings_.ch_mode == AAC_CH_MODE_AUTO ? -1 : settings_.ch_mode == AAC_CH_MODE_MID_SIDE);
+  av_->av_opt_set(codec_->priv_data, "aac_coder", searchesFast() ? "fast" : "twoloop", 0);
   // A tool of MPEG-4 only.
   if (settings_.mpeg_version == AAC_MPEG_2) choose("aac_pns", 0);
   return av_->avcodec_open2(codec_, codec, nullptr) == 0 && codec_->frame_size == kFrameSamples;
+}
+
+// Measured on music at 48 kHz stereo, user time of the fast search to that of the two-loop one and how much
+// closer (dB) its sound is to the input: 32k 0.29 / -2.4, 48k 0.38 / -4.3, 64k 0.39 to 0.56 / -1.2 to 1.8,
+// 80k 0.39 / 3.9, 96k 0.43 / 5.6, 128k 0.55 / 5.6, 192k 0.62 / 7.6.
+bool AacEncoder::searchesFast() const {
+  constexpr uint32_t kFastFrom = 32000;  // bit/s a channel
+  return settings_.vbr != 0 || AacSettings::bitrate(settings_) / settings_.input_channels >= kFastFrom;
 }
 
 bool AacEncoder::openFrame() {

@@ -21,6 +21,7 @@ class AacEncoder {
 
  private:
   bool openCodec();
+  bool searchesFast() const;
   bool openFrame();
   void choose(const char* option, int64_t value);
   void spread(const uint8_t* data, uint32_t sampleCount);
