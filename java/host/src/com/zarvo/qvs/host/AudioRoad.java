@@ -141,15 +141,18 @@ final class AudioRoad implements AutoCloseable {
 
   /** Fills the encoders up with silence until all sound that went in has come out. */
   void drain() throws HostException, IOException {
-    if (renditions.isEmpty() || audioDecoderGetAudioFrame(owner.handle(), BLOCK, frame) != 0) return;
-    double end = (double) (frame.timecode + frame.sampleCount) / frame.sampleRate;
     for (int i = 0; i < renditions.size(); i++) {
-      AudioRenditionRoad rendition = renditions.get(i);
-      int rate = rendition.spec().sampleRate();
-      boolean more = owner.output().audioEnds(i, Math.round(end * rate) - atRate(paddingEnd, rate));
-      for (int n = 0; more && n < MAX_SILENT_BLOCKS; n++)
-        more = rendition.encodeSilence(BLOCK, frame) && !owner.output().audioIsComplete(i);
+      // Without a last block, its packet being damaged, nothing tells the end: what came out so far has to do.
+      boolean known = audioDecoderGetAudioFrame(owner.handle(), BLOCK, frame) == 0;
+      boolean more = owner.output().audioEnds(i, known ? endOf(frame, renditions.get(i).spec().sampleRate()) : 0);
+      for (int n = 0; known && more && n < MAX_SILENT_BLOCKS; n++)
+        more = renditions.get(i).encodeSilence(BLOCK, frame) && !owner.output().audioIsComplete(i);
     }
+  }
+
+  private long endOf(TranscoderNativeAudioFrame block, int rate) {
+    double seconds = (double) (block.timecode + block.sampleCount) / block.sampleRate;
+    return Math.round(seconds * rate) - atRate(paddingEnd, rate);
   }
 
   @Override
