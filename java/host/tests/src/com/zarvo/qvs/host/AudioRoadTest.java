@@ -118,6 +118,21 @@ class AudioRoadTest {
   }
 
   @Test
+  void afterAnOverlapSoundIsInStepAgain() throws Exception {
+    Path first = beeps("first.ts", "mp2", 44100, 2);
+    Path second = beeps("second.ts", "mp2 -output_ts_offset 1.8", 44100, 2);
+    ByteArrayOutputStream both = new ByteArrayOutputStream();
+    for (Path part : List.of(first, second)) both.write(Files.readAllBytes(part));
+    Path source = Files.write(folder.resolve("overlap.ts"), both.toByteArray());
+    List<Double> expected = new ArrayList<>(Beeps.in(first, 0));
+    expected.addAll(Beeps.in(second, 0));
+    Path out = folder.resolve("overlap");
+    transcode(source, out, "--audio", "opus@64k", "--audio", "vorbis@64k");
+    Beeps.assertSame(expected, Beeps.in(out.resolve("overlap_opus_64k.webm"), 0), "Opus");
+    Beeps.assertSame(expected, Beeps.in(out.resolve("overlap_vorbis_64k.webm"), 0), "Vorbis");
+  }
+
+  @Test
   void theFormCanChangeOnTheWay() throws Exception {
     ByteArrayOutputStream both = new ByteArrayOutputStream();
     both.write(Files.readAllBytes(beeps("low.ts", "aac", 22050, 2)));
