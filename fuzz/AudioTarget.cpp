@@ -43,6 +43,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       case 5:
         decoder.initialize();
         break;
+      case 6:
+        decoder.setParameterValue(taken.size() % 2, static_cast<int64_t>(taken.size() / 2));
+        break;
       default:
         run.feed(taken, step * 20);
     }

@@ -155,8 +155,9 @@ void AudioDecoderAAC::forgetFrame() {
 }
 
 AudioDecoderAACDelayInfo AudioDecoderAAC::takeDelayed() {
-  const bool formatChanges =
-      timecodeDelay[0].sampleRate != timecodeSampleRate || timecodeDelay[0].channels != timecodeChannels;
+  // Before the first block there is nothing to change.
+  const bool formatChanges = timecodeSampleRate != 0 && (timecodeDelay[0].sampleRate != timecodeSampleRate ||
+                                                         timecodeDelay[0].channels != timecodeChannels);
   if (formatChanges) timecodeDelay[1].timecode = AudioDecoderAACDelayInfo::kNone;
   const bool isLate = timecodeDelay[1].timecode != AudioDecoderAACDelayInfo::kNone;
   AudioDecoderAACDelayInfo& used = timecodeDelay[isLate ? 1 : 0];

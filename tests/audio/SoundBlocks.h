@@ -18,7 +18,7 @@ inline void fillBlock(AudioSampleBuffer& block, const int16_t* samples, uint32_t
   block.setChannels(channels);
   block.setSampleRate(rate);
   block.setTimecode(timecode);
-  if (bytes != 0) std::memcpy(block.getBuffer(), samples, bytes);
+  if (block.getBuffer() != nullptr && bytes != 0) std::memcpy(block.getBuffer(), samples, bytes);
 }
 
 inline std::vector<int16_t> samplesOf(const AudioSampleBuffer& block) {

@@ -119,10 +119,11 @@ void AudioConverter::drain() {
   // silence behind such a one brings it out.
   const uint64_t filterFrames = 2 * 64 * uint64_t{1 + from.rate / to.rate};
   const bool shorter = framesIn < 2 * filterFrames;
+  uint64_t emptyPasses = shorter ? 4 + 2 * filterFrames / kSilenceFrames : 0;  // then the engine has failed
   while (framesOut < total) {
     const uint32_t made = pass(shorter ? kSilence : nullptr, shorter ? kSilenceFrames : 0, total - framesOut);
     framesOut += made;
-    if (made == 0 && !shorter) break;
+    if (made == 0 && emptyPasses-- == 0) break;
   }
 }
 

@@ -79,18 +79,34 @@ uint32_t AudioStreamDecoder::decodeNext(std::span<const uint8_t> input) {
 }
 
 void AudioStreamDecoder::decodeFrame() {
-  header = assembler.header();
+  const mc_aud_frame_hdr_t coded = assembler.header();
+  header = coded;
   headerKnown = true;
   const SoundCodec::Result result = codec->decode(assembler.frame().size());
   assembler.clear();
-  if (result == SoundCodec::Result::kBlock) {
-    header.sample_rate = codec->sampleRate();
-    header.channels = codec->channels();
-    header.samples = codec->samples();
-    deliver();
-  } else {
+  if (result != SoundCodec::Result::kBlock) {
     state = result == SoundCodec::Result::kSilent ? PARSE_DONE_FLAG : PARSE_ERR_FLAG;
+    return;
   }
+  header.sample_rate = codec->sampleRate();
+  header.channels = codec->channels();
+  header.samples = codec->samples();
+  if (isPlausible(coded)) return deliver();
+  codec->restart();
+  lastCoded = {};
+  state = PARSE_ERR_FLAG;
+}
+
+// Where another rate or number of channels comes out under the same header, damage has passed for the
+// extensions of HE, and the codec would stay with them.
+bool AudioStreamDecoder::isPlausible(const mc_aud_frame_hdr_t& coded) {
+  const bool sameHeader = coded.sample_rate == lastCoded.sample_rate && coded.channels == lastCoded.channels;
+  const bool sameSound =
+      header.sample_rate == lastDecoded.sample_rate && header.channels == lastDecoded.channels;
+  if (sameHeader && !sameSound) return false;
+  lastCoded = coded;
+  lastDecoded = header;
+  return true;
 }
 
 void AudioStreamDecoder::deliver() {

@@ -27,6 +27,7 @@ class AudioStreamDecoder {
   uint32_t readHeaderOnly(std::span<const uint8_t> input);
   uint32_t decodeNext(std::span<const uint8_t> input);
   void decodeFrame();
+  bool isPlausible(const mc_aud_frame_hdr_t& coded);
   void deliver();
   uint32_t serves(const void* config, uint32_t size) const;
   uint32_t tellHeader(void* info) const;
@@ -40,6 +41,8 @@ class AudioStreamDecoder {
   aud_bfr_tt* target = nullptr;  ///< the caller's
   uint32_t room = 0;             ///< bytes that the target had when the call began
   mc_aud_frame_hdr_t header{};
+  mc_aud_frame_hdr_t lastCoded{};    ///< as the last block's frame had it
+  mc_aud_frame_hdr_t lastDecoded{};  ///< and as it came out
   uint32_t state = 0;
   bool headerKnown = false;
   bool headerOnly = false;  ///< the next call reads a header

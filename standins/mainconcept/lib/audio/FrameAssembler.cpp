@@ -24,13 +24,21 @@ FrameAssembler::Progress FrameAssembler::take(std::span<const uint8_t>& input) {
   return Progress::kNeedsBytes;
 }
 
-// A packet that was cut leaves a frame without its end: waiting for it would spoil the next packet's frame
-// too.
+// A packet that was cut, or whose header was damaged, leaves a frame without its end: waiting for it would
+// spoil the next packet's frame too. So the frame is given up where the new bytes make sense without it.
 void FrameAssembler::dropCutFrame(std::span<const uint8_t> input) {
-  if (frameBytes == 0) return;
+  if (frameBytes == 0 || input.size() < format.headerBytes) return;
+  mc_aud_frame_hdr_t header{};
+  size_t length = 0;
+  if (format.readHeader(input.data(), header, length) != HeaderVerdict::kFrame) return;
   const size_t missing = frameBytes - held;
-  if (input.size() < std::max(missing + format.headerBytes, frameBytes)) return;
-  if (isHeader(input.data()) && !isHeader(input.data() + missing)) clear();
+  if (endsWell(input, length) && !endsWell(input, missing)) clear();
+}
+
+/// Whether a frame that ends at `end` ends where the input does, or where another frame begins.
+bool FrameAssembler::endsWell(std::span<const uint8_t> input, size_t end) const {
+  if (end >= input.size()) return end == input.size();
+  return input.size() - end < format.headerBytes || isBegin(input.data() + end);
 }
 
 bool FrameAssembler::skipTag(std::span<const uint8_t>& input) {
@@ -68,14 +76,13 @@ bool FrameAssembler::examineHeader(std::span<const uint8_t> input) {
 // Amid junk a header may be chance: another one must follow the frame, as far as bytes are at hand.
 bool FrameAssembler::isConfirmed(std::span<const uint8_t> input) const {
   const size_t missing = frameBytes - held;
-  return input.size() < missing + format.headerBytes || isHeader(input.data() + missing) ||
-         format.tagBytes(input.data() + missing) > 0;
+  return missing > input.size() || endsWell(input, missing);
 }
 
-bool FrameAssembler::isHeader(const uint8_t* at) const {
+bool FrameAssembler::isBegin(const uint8_t* at) const {
   mc_aud_frame_hdr_t header{};
   size_t length = 0;
-  return format.readHeader(at, header, length) == HeaderVerdict::kFrame;
+  return format.readHeader(at, header, length) == HeaderVerdict::kFrame || format.tagBytes(at) > 0;
 }
 
 bool FrameAssembler::findHeader(std::span<const uint8_t> input, mc_aud_frame_hdr_t& found) const {

@@ -40,7 +40,8 @@ class FrameAssembler {
   bool examineHeader(std::span<const uint8_t> input);
   bool isConfirmed(std::span<const uint8_t> input) const;
   void dropCutFrame(std::span<const uint8_t> input);
-  bool isHeader(const uint8_t* at) const;
+  bool endsWell(std::span<const uint8_t> input, size_t end) const;
+  bool isBegin(const uint8_t* at) const;
 
   const FrameFormat& format;
   std::span<uint8_t> bytes;

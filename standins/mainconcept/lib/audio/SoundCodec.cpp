@@ -14,22 +14,30 @@ std::unique_ptr<SoundCodec> SoundCodec::open(const char* codecName) {
 }
 
 bool SoundCodec::start(const char* codecName) {
-  constexpr int kSilent = 100;  // libav keeps 8 bits of a level: more would wrap around to the loud ones
-  const AVCodec* decoder = av.avcodec_find_decoder_by_name(codecName);
-  if (decoder == nullptr) return false;
-  context = av.avcodec_alloc_context3(decoder);
+  decoder = av.avcodec_find_decoder_by_name(codecName);
   packet = av.av_packet_alloc();
   block = av.av_frame_alloc();
   rest = av.av_frame_alloc();
-  if (context == nullptr || packet == nullptr || block == nullptr || rest == nullptr) return false;
-  context->thread_count = 1;
-  context->log_level_offset = kSilent;
-  if (av.avcodec_open2(context, decoder, nullptr) < 0) return false;
+  if (decoder == nullptr || packet == nullptr || block == nullptr || rest == nullptr) return false;
   // A counted reference to memory of our own: sending a packet then copies nothing.
   packet->buf = av.av_buffer_create(
       memory.data(), memory.size(), [](void*, uint8_t*) {}, nullptr, 0);
   packet->data = memory.data();
-  return packet->buf != nullptr;
+  return packet->buf != nullptr && openContext();
+}
+
+bool SoundCodec::openContext() {
+  constexpr int kSilent = 100;  // beyond all levels; from 256 on bits would mean a colour
+  context = av.avcodec_alloc_context3(decoder);
+  if (context == nullptr) return false;
+  context->thread_count = 1;
+  context->log_level_offset = kSilent;
+  return av.avcodec_open2(context, decoder, nullptr) >= 0;
+}
+
+void SoundCodec::restart() {
+  av.avcodec_free_context(&context);
+  if (!openContext()) av.avcodec_free_context(&context);
 }
 
 SoundCodec::~SoundCodec() {
@@ -40,10 +48,13 @@ SoundCodec::~SoundCodec() {
 }
 
 SoundCodec::Result SoundCodec::decode(size_t size) {
+  if (context == nullptr) return Result::kError;
   std::fill_n(memory.begin() + static_cast<std::ptrdiff_t>(size), AV_INPUT_BUFFER_PADDING_SIZE, uint8_t{0});
   packet->size = static_cast<int>(size);
   if (av.avcodec_send_packet(context, packet) < 0) return Result::kError;
   const int status = av.avcodec_receive_frame(context, block);
+  // The frame's own field is one frame late where the rate changes.
+  rate = static_cast<uint32_t>(context->sample_rate);
   dropRest();
   if (status == AVERROR(EAGAIN)) return Result::kSilent;
   if (status < 0 || block->format != AV_SAMPLE_FMT_FLTP) return Result::kError;

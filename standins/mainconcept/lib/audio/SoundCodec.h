@@ -31,23 +31,29 @@ class SoundCodec {
   Result decode(size_t size);
 
   /// Of the last block.
-  uint32_t sampleRate() const { return static_cast<uint32_t>(block->sample_rate); }
+  uint32_t sampleRate() const { return rate; }
   uint32_t channels() const { return static_cast<uint32_t>(block->ch_layout.nb_channels); }
   uint32_t samples() const { return static_cast<uint32_t>(block->nb_samples); }
   uint32_t blockBytes() const { return samples() * channels() * static_cast<uint32_t>(sizeof(int16_t)); }
+
+  /// Forgets all that the frames so far told of the stream. Where that fails, every frame is an error.
+  void restart();
 
   void writeBlock(uint8_t* target) const;
 
  private:
   explicit SoundCodec(const AvLibrary& library) : av(library) {}
   bool start(const char* codecName);
+  bool openContext();
   void dropRest();
 
   const AvLibrary& av;
+  const AVCodec* decoder = nullptr;
   AVCodecContext* context = nullptr;
   AVPacket* packet = nullptr;
   AVFrame* block = nullptr;
   AVFrame* rest = nullptr;
+  uint32_t rate = 0;  ///< Hz
   std::array<uint8_t, kMaxFrameBytes + AV_INPUT_BUFFER_PADDING_SIZE> memory{};
 };
 

@@ -22,7 +22,8 @@ extern "C" {
   X(av_frame_unref) X(av_frame_get_buffer) X(av_frame_make_writable) X(av_buffer_create) X(av_buffer_unref) X(av_dict_set)        \
       X(av_dict_free) X(av_free) X(av_freep) X(av_malloc) X(av_mallocz) X(av_opt_set) X(av_opt_set_int) \
           X(av_pix_fmt_desc_get) X(av_channel_layout_default) X(av_channel_layout_uninit)               \
-              X(av_channel_layout_from_mask) X(av_channel_layout_copy)
+              X(av_channel_layout_from_mask) X(av_channel_layout_copy)                                   \
+                  X(av_frame_clone) X(av_buffer_realloc) X(av_buffer_is_writable)
 #define QVS_AVCODEC_FUNCTIONS(X)                                                                            \
   X(avcodec_find_decoder)                                                                                   \
   X(avcodec_find_decoder_by_name)                                                                           \

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "log/LogCollector.h"
+#include "support/AudioDecoderRun.h"
+
+namespace qvs::test {
+
+/// `makeSound` coded by libavcodec's `encoder` ("aac", "mp2", "libmp3lame"), a packet a frame. Channels 1, 2,
+/// 6 or 8.
+AudioFile makeMpegSound(const std::string& encoder, uint32_t sampleRate, uint32_t channels, uint32_t samples);
+
+/// Packets that carry ADTS headers lose them, and the file gets the configuration that they tell of. Other
+/// files stay as they are.
+void removeAdtsHeaders(AudioFile& file);
+
+/// One packet of all packets' bytes.
+std::vector<uint8_t> joinPackets(const AudioFile& file);
+
+/// A decoder that is open for `file`, its log lines kept.
+class MpegSoundRun : public AudioDecoderRun {
+ public:
+  explicit MpegSoundRun(const AudioFile& file, int64_t scaleChannels = 0);
+
+  /// Log lines since the last call, one a line.
+  std::string log();
+
+  bool opened = false;
+
+ private:
+  explicit MpegSoundRun(const std::string& codec);
+
+  std::unique_ptr<LogCollector> collector = std::make_unique<LogCollector>();
+};
+
+/// Interleaved samples of all packets.
+std::vector<int16_t> decodeSound(const AudioFile& file);
+
+}  // namespace qvs::test
