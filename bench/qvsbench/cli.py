@@ -2,7 +2,7 @@
 import argparse
 import os
 
-from qvsbench import boundary, ladder, programs
+from qvsbench import audio, boundary, ladder, programs
 from qvsbench.report import Report
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -10,7 +10,7 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 
 def main(description):
     parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("part", nargs="?", default="all", choices=["all", "ladder", "picture", "boundary"])
+    parser.add_argument("part", nargs="?", default="all", choices=["all", "ladder", "picture", "boundary", "audio"])
     parser.add_argument("--json", metavar="FILE", help="write the figures there too")
     parser.add_argument("--build", default=os.path.join(ROOT, "build/release"), help="build folder to measure")
     parser.add_argument("--pairs", type=int, default=7, help="alternating runs of each program (default 7)")
@@ -26,6 +26,8 @@ def main(description):
         programs.picture(report, bin_folder)
     if options.part in ("all", "boundary"):
         boundary.measure(report, bin_folder, options.build, work, options.pairs, options.frames)
+    if options.part in ("all", "audio"):
+        audio.measure(report, bin_folder, work, options.pairs)
     report.print()
     if options.json:
         report.write_json(options.json)

@@ -21,6 +21,17 @@ FIGURES = {
     "overlay_400x200_1080.ms": ("max", 0.03, "BGRA with soft edges on a 1080p picture, ms"),
     "overlay_400x200_1080.vs_ffmpeg": ("max", 1.0, "the same / libavfilter's overlay"),
     "boundary.share_of_frame_percent": ("max", 0.3, "native boundary's share of a 720p ladder frame, %"),
+    "resample.snr_db": ("min", 93.0, "swept sine 20 to 16000 Hz, 44100 to 48000 stereo, 16 bits, dB"),
+    "resample.times_real_time": ("min", 2000.0, "44100 to 48000 stereo in blocks of 1024, one core"),
+    "resample.speed_vs_libswresample": ("min", 0.95, "the same / libswresample called directly, same settings"),
+    "resample.first_stream_mib": ("max", 3.0, "resident memory that a process's first resampler adds, MiB"),
+    "resample.further_stream_mib": ("max", 3.0, "the same, each further one"),
+    "audio_road.first_stream_mib": (None, 0, "the same, a process's first road: loads libavcodec and its libraries"),
+    "audio_road.further_stream_mib": ("max", 3.0, "the same, each further one: Opus in, AAC and Opus out"),
+    "audio_road.cpu_vs_floor": ("max", 1.03, "CPU, Opus to AAC and Opus / the same libraries called directly"),
+    "audio_road.cpu_vs_ffmpeg": ("max", 0.95, "CPU, the same / one ffmpeg process"),
+    "audio_road.floor_cpu_vs_ffmpeg": (None, 0, "CPU, the libraries called directly / one ffmpeg process"),
+    "audio_road.peak_rss_vs_ffmpeg": (None, 0, "peak resident memory, session / ffmpeg"),
 }
 
 

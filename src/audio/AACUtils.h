@@ -1,5 +1,7 @@
 #pragma once
 
+#include <mc_enc_aac.h>
+
 #include <cstdint>
 
 namespace qvs {
@@ -19,9 +21,7 @@ class AACUtils {
   static constexpr uint32_t AAC_CHANNELS[] = {0, 1, 2, 3, 4, 5, 6, 8};
 
   /// kbit/s by an encoder's bit rate index.
-  static constexpr uint32_t AAC_ENC_BITRATES[] = {0,   6,   7,   8,   10,  12,  14,  16,  20,  24,
-                                                  28,  32,  40,  48,  56,  64,  80,  96,  112, 128,
-                                                  160, 192, 224, 256, 320, 384, 448, 512, 1024};
+  static constexpr const auto& AAC_ENC_BITRATES = AAC_AUDIO_BITRATES;
 
   /// Hz; 0 for an index that has no rate.
   static uint32_t sampleRateOf(uint32_t rateIndex);

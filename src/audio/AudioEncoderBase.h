@@ -42,7 +42,19 @@ class AudioEncoderBase : public WithoutParameters<IAudioEncoder> {
   /// The logger given, or the process-wide one.
   ILogger* getLogger() const;
 
+  /// One channel of 16-bit stereo on both sides: the first with `channelCopy` 1, else the second. Writes
+  /// nothing for other channel counts and sample sizes. Always 0.
+  static uint32_t copyChannels(const uint8_t* src, uint8_t* dst, uint32_t channelCopy, uint32_t sampleCount,
+                               uint32_t channels, uint32_t bytesPerSample);
+
  protected:
+  /// Samples a channel of `block` from its index on, of which its count is lowered to what its memory holds.
+  static uint32_t takeStock(AudioSampleBuffer& block);
+
+  /// Whether `block` is of the format that the encoder was opened with; 0 stands for any. The first of
+  /// several blocks that aren't has a line under `label`.
+  bool fits(const char* label, const AudioSampleBuffer& block, uint32_t wantedChannels, uint32_t wantedRate);
+
   /// `text` as a warning, error or news of this rendition.
   void info(const std::string& text) const;
   void warn(const std::string& text) const;
@@ -58,6 +70,7 @@ class AudioEncoderBase : public WithoutParameters<IAudioEncoder> {
   std::unique_ptr<AudioResampler> audioResampler;  ///< null: none
   AudioSampleBuffer* audioSampleBuffer = nullptr;  ///< borrowed
   MediaStreamContext mediaStreamContext;
+  bool misfitReported = false;
 };
 
 }  // namespace qvs

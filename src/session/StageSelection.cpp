@@ -9,9 +9,17 @@
 #include "audio/AudioDecoderOpus.h"
 #include "audio/AudioDecoderSpeex.h"
 #include "audio/AudioDecoderVorbis.h"
+#include "audio/AudioEncoderAAC.h"
+#include "audio/AudioEncoderOpus.h"
+#include "audio/AudioEncoderVorbis.h"
 #include "hardware/HardwareInfo.h"
 #include "session/StageIds.h"
+#include "video/decoders/VideoDecoderH264.h"
+#include "video/decoders/VideoDecoderH265.h"
+#include "video/decoders/VideoDecoderMP2.h"
+#include "video/decoders/VideoDecoderMP4.h"
 #include "video/decoders/VideoDecoderVPX.h"
+#include "video/encoders/VideoEncoderH264.h"
 #include "video/encoders/VideoEncoderVPX.h"
 
 namespace qvs {
@@ -37,23 +45,23 @@ constexpr VideoDecoderRow kCaptureVideoDecoder =
     {0, kAny, nullptr, 0, kNative, "VideoDecoderCapture", "Capture: default"};
 
 constexpr VideoDecoderRow kVideoDecoders[] = {
-    {kVideoCodecSorenson, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "SorensonSpark: default"},
+    {kVideoCodecSorenson, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "SorensonSpark: default", make<IVideoDecoder, VideoDecoderMP4>},
     {kVideoCodecH264, 1, &Words::quickSyncAvailable, kQuickSyncAvailable, kQuickSync, "VideoDecoderH264QuickSyncHost", "H.264: QuickSync"},
     {kVideoCodecH264, 4, &Words::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]"},
     {kVideoCodecH264, 3, &Words::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]"},
     {kVideoCodecH264, 5, &Words::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.264: U30"},
-    {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoDecoderH264", "H.264: default"},
+    {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoDecoderH264", "H.264: default", make<IVideoDecoder, VideoDecoderH264>},
     {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoDecoderVPX", "VPX[{}]: default", make<IVideoDecoder, VideoDecoderVPX>},
-    {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "H.263: default"},
-    {kVideoCodecMP4, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "MP4: default"},
+    {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "H.263: default", make<IVideoDecoder, VideoDecoderMP4>},
+    {kVideoCodecMP4, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "MP4: default", make<IVideoDecoder, VideoDecoderMP4>},
     {kVideoCodecMPEG2, 1, &Words::quickSyncAvailable, kQuickSyncDecodeMP2, kQuickSync, "VideoDecoderMP2QuickSyncHost", "MPEG2: QuickSync"},
     {kVideoCodecMPEG2, 4, &Words::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]"},
     {kVideoCodecMPEG2, 3, &Words::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]"},
-    {kVideoCodecMPEG2, kAny, nullptr, 0, kNative, "VideoDecoderMP2", "MPEG2: default"},
+    {kVideoCodecMPEG2, kAny, nullptr, 0, kNative, "VideoDecoderMP2", "MPEG2: default", make<IVideoDecoder, VideoDecoderMP2>},
     {kVideoCodecH265, 4, &Words::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.265: NVCUVID[NVDEC]"},
     // One host serves both codecs of that card.
     {kVideoCodecH265, 5, &Words::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.265: U30"},
-    {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoDecoderH265", "H.265: default"},
+    {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoDecoderH265", "H.265: default", make<IVideoDecoder, VideoDecoderH265>},
 };
 
 constexpr VideoEncoderRow kVideoEncoders[] = {
@@ -73,7 +81,7 @@ constexpr VideoEncoderRow kVideoEncoders[] = {
     {kVideoCodecH264, 7, &Words::x264Available, kAnyBit, kNative, "VideoEncoderH264X264Host", "H.264: X264"},
     {kVideoCodecH264, 14, &Words::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.264: AdvantechVega"},
     {kVideoCodecH264, 17, &Words::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.264: U30"},
-    {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoEncoderH264", "H.264: default"},
+    {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoEncoderH264", "H.264: default", make<IVideoEncoder, VideoEncoderH264>},
 };
 
 constexpr AudioDecoderRow kCaptureAudioDecoder =
@@ -91,9 +99,9 @@ constexpr AudioDecoderRow kAudioDecoders[] = {
 };
 
 constexpr AudioEncoderRow kAudioEncoders[] = {
-    {kAudioCodecVorbis, kAny, nullptr, 0, kNative, "AudioEncoderVorbis", "VORBIS: default"},
-    {kAudioCodecAAC, kAny, nullptr, 0, kNative, "AudioEncoderAAC", "AAC: default"},
-    {kAudioCodecOpus, kAny, nullptr, 0, kNative, "AudioEncoderOpus", "OPUS: default"},
+    {kAudioCodecVorbis, kAny, nullptr, 0, kNative, "AudioEncoderVorbis", "VORBIS: default", make<IAudioEncoder, AudioEncoderVorbis>},
+    {kAudioCodecAAC, kAny, nullptr, 0, kNative, "AudioEncoderAAC", "AAC: default", make<IAudioEncoder, AudioEncoderAAC>},
+    {kAudioCodecOpus, kAny, nullptr, 0, kNative, "AudioEncoderOpus", "OPUS: default", make<IAudioEncoder, AudioEncoderOpus>},
 };
 // clang-format on
 

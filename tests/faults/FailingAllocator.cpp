@@ -62,7 +62,7 @@ AllocatorReport disarmAllocator() {
 
 }  // namespace qvs::test
 
-// Seen by the codec libraries too.
+// Seen by libraries that are opened at run time as well, where the program exports its symbols.
 #pragma GCC visibility push(default)
 extern "C" {
 

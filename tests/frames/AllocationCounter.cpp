@@ -13,7 +13,9 @@ uint64_t allocationsSoFar() {
 }
 }  // namespace qvs::test
 
-// glibc's own entry points stand behind ours; operator new comes through malloc.
+// glibc's own entry points stand behind ours; operator new comes through malloc. Libraries that are opened at
+// run time see them where the program exports its symbols.
+#pragma GCC visibility push(default)
 extern "C" {
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
@@ -42,3 +44,4 @@ int posix_memalign(void** memory, size_t alignment, size_t size) {
   return *memory != nullptr ? 0 : 12;
 }
 }
+#pragma GCC visibility pop

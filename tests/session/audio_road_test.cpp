@@ -17,16 +17,13 @@ namespace {
 
 constexpr uint32_t kFail = 0xFFFFFFFFu;
 
-/// Halves the number of samples, so that its work shows.
-class HalvingResampler : public AudioResampler {
- public:
-  uint32_t resample(AudioSampleBuffer& source, AudioSampleBuffer& target) override {
-    const uint32_t samples = source.getSampleCount() / 2;
-    if (&source != &target) target.allocBuffer(samples, source.getChannels(), source.getSampleRate());
-    target.setSampleCount(samples);
-    return 0;
-  }
-};
+/// To one channel at the same rate: no filter holds samples back.
+AudioResampler* makeMonoResampler() {
+  auto* resampler = new AudioResampler;
+  resampler->setTargetSampleRate(48000);
+  resampler->setTargetChannels(1);
+  return resampler;
+}
 
 /// A decoder that writes its packet's first byte into every sample.
 class FakeAudioDecoder : public WithoutParameters<IAudioDecoder> {
@@ -181,14 +178,18 @@ TEST_F(AudioRoad, ResamplesInPlaceAndIntoANewBlock) {
   session.audioEncoderEncodeBufferStart(0, 0);
   EXPECT_EQ(session.audioEncoderResampleFrame(0, 0), kFail);  // no resampler: the block stays
   EXPECT_EQ(session.getAudioEncoderEncodeBuffer(0)->getSampleCount(), 4u);
-  session.encoder().setAudioResampler(new HalvingResampler);
+  session.encoder().setAudioResampler(makeMonoResampler());
   EXPECT_EQ(session.audioEncoderResampleFrame(0, 0), 0u);
-  EXPECT_EQ(session.getAudioEncoderEncodeBuffer(0)->getSampleCount(), 2u);
+  EXPECT_EQ(session.getAudioEncoderEncodeBuffer(0)->getSampleCount(), 4u);
+  EXPECT_EQ(session.getAudioEncoderEncodeBuffer(0)->getLen(), 8u);
 
   EXPECT_EQ(session.audioDecoderResampleFrame(0, 0), 0u);
-  session.getAudioDecoder()->setAudioResampler(new HalvingResampler);
+  session.getAudioDecoder()->setAudioResampler(makeMonoResampler());
   EXPECT_EQ(session.audioDecoderResampleFrame(0, 0), 0u);
-  EXPECT_EQ(session.getAudioDecoderBuffers().getAudioSampleBuffer(0)->getSampleCount(), 2u);
+  AudioSampleBuffer& block = *session.getAudioDecoderBuffers().getAudioSampleBuffer(0);
+  EXPECT_EQ(block.getSampleCount(), 4u);
+  EXPECT_EQ(block.getChannels(), 1u);
+  EXPECT_EQ(block.getBuffer()[6], 5);
 }
 
 TEST_F(AudioRoad, SaysOnTheConsoleWhichBlockIsMissing) {
@@ -219,17 +220,17 @@ TEST_F(AudioRoad, ForwardsFormatQueriesAndSettings) {
   EXPECT_EQ(session.encoder().getQuality(), 0.5);
 }
 
-/// Notes the sizes of the blocks that it is shown.
+/// Notes the channels of the blocks that it is shown.
 class AudioListener : public ITranscoderSessionNotifyAudioFrameEncode {
  public:
   uint32_t lockAudio() override { return 0; }
   uint32_t unlockAudio() override { return 0; }
   uint32_t onAudioEncodeBeforeResample(int64_t, IAudioEncoder*, AudioSampleBuffer* block) override {
-    before = block->getSampleCount();
+    before = block->getChannels();
     return 0;
   }
   uint32_t onAudioEncodeAfterResample(int64_t, IAudioEncoder*, AudioSampleBuffer* block) override {
-    after = block->getSampleCount();
+    after = block->getChannels();
     return 0;
   }
   uint32_t before = 0;
@@ -243,11 +244,11 @@ TEST_F(AudioRoad, ShowsListenersTheBlockThatIsCurrent) {
   session.audioEncoderResampleFrame(0, 0);
   EXPECT_EQ(listener.before, 0u);  // nothing pending: not told
   session.audioEncoderEncodeBufferStart(0, 0);
-  session.encoder().setAudioResampler(new HalvingResampler);
+  session.encoder().setAudioResampler(makeMonoResampler());
   session.audioEncoderResampleFrame(0, 0);
   manager.notifySessionListenersDestroy(session.getSessionId());
-  EXPECT_EQ(listener.before, 4u);
-  EXPECT_EQ(listener.after, 2u);
+  EXPECT_EQ(listener.before, 2u);
+  EXPECT_EQ(listener.after, 1u);
 }
 
 }  // namespace

@@ -158,21 +158,34 @@ TEST(SessionWiring, AppendsAndReplacesEncoders) {
   EXPECT_EQ(session.getVideoEncoderCount(), 3u);
 }
 
-TEST(SessionWiring, TellsWhichAudioStagesAreMissing) {
+TEST(SessionWiring, AddsAudioEncodersInTurn) {
   TranscoderSession session;
   int32_t index = -7;
-  EXPECT_EQ(session.audioDecoderCreate(0, 10, 0), kFail);
-  EXPECT_EQ(session.audioEncoderAdd(12, 0, &index), kFail);
-  EXPECT_EQ(session.audioDecoderCreate(0, 3, 0), kFail);
-  EXPECT_EQ(session.audioEncoderAdd(3, 0, &index), kFail);
+  EXPECT_EQ(session.audioEncoderAdd(2, 0, &index), kFail);
   EXPECT_EQ(index, -7);
+  constexpr uint32_t kCodecs[] = {12, 9, 10};
+  for (int32_t expected = 0; expected < 3; ++expected) {
+    EXPECT_EQ(session.audioEncoderAdd(kCodecs[expected], 0, &index), 0u);
+    EXPECT_EQ(index, expected);
+    IAudioEncoder* encoder = session.getAudioEncoder(static_cast<uint32_t>(index));
+    ASSERT_NE(encoder, nullptr);
+    EXPECT_EQ(encoder->getCodec(), kCodecs[expected]);
+    EXPECT_EQ(encoder->getSessionIndex(), static_cast<uint32_t>(expected));
+  }
+  constexpr const char* kCreated = "TranscoderSession.audioEncoderAdd[{context}]: Create audio encoder: ";
+  EXPECT_THAT(lines(session), ElementsAre(std::string("2/4/0 ") + kCreated + "OPUS: default",
+                                          std::string("2/4/1 ") + kCreated + "VORBIS: default",
+                                          std::string("2/4/2 ") + kCreated + "AAC: default"));
+}
+
+TEST(SessionWiring, TellsWhichAudioStagesAreMissing) {
+  TranscoderSession session;
+  EXPECT_EQ(session.audioDecoderCreate(1, 0, 0), kFail);
+  EXPECT_EQ(session.audioDecoderCreate(0, 3, 0), kFail);
   EXPECT_THAT(
       lines(session),
-      ElementsAre(
-          "4/3/0 TranscoderSession.audioDecoderCreate[{context}]: Audio decoder is not built in: AAC: "
-          "default",
-          "4/4/0 TranscoderSession.audioEncoderAdd[{context}]: Audio encoder is not built in: OPUS: "
-          "default"));
+      ElementsAre("4/3/0 TranscoderSession.audioDecoderCreate[{context}]: Audio decoder is not built in: "
+                  "Capture: default"));
 }
 
 TEST(SessionWiring, StoresTheScalerThatCanServe) {

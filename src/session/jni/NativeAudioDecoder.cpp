@@ -3,6 +3,7 @@
 // Coded bytes are copied once, with the room in front that the decoder wants for a header of its own, and
 // freed when the call returns: no audio decoder keeps its input. The parameter entries answer 0 for handle 0.
 
+#include "audio/AudioResampler.h"
 #include "session/jni/AudioBlocks.h"
 #include "session/jni/Holders.h"
 #include "session/jni/JavaArrays.h"
@@ -100,8 +101,12 @@ QVS_NATIVE(audioDecoderGetChannels)(JNIEnv* env, jobject, jlong classPtr, jobjec
 QVS_NATIVE(audioDecoderAddAudioResampler)
 (JNIEnv* env, jobject, jlong classPtr, jobject resamplerParametersObj) {
   return withSession(QVS_LABEL(audioDecoderAddAudioResampler), classPtr, [&](TranscoderSession& session) {
-    if (session.getAudioDecoder() == nullptr) return kEntryFailure;
-    return addResampler(env, "audioDecoderAddAudioResampler", resamplerParametersObj);
+    IAudioDecoder* decoder = session.getAudioDecoder();
+    if (decoder == nullptr) return kEntryFailure;
+    auto resampler = makeResampler(env, "audioDecoderAddAudioResampler", resamplerParametersObj);
+    if (!resampler) return kEntryFailure;
+    decoder->setAudioResampler(resampler.release());
+    return jlong{kSuccess};
   });
 }
 

@@ -3,6 +3,8 @@
 // The block on its way through an encoder is the encoder's own, so that the number of a decoded block in some
 // of these calls has no effect; it is part of their form. The parameter entries answer 0 for handle 0.
 
+#include "audio/AudioResampler.h"
+#include "log/ILogger.h"
 #include "session/jni/AudioBlocks.h"
 #include "session/jni/Holders.h"
 #include "session/jni/NativeEntry.h"
@@ -104,8 +106,14 @@ QVS_NATIVE(audioEncoderAddSampleBuffer)
 QVS_NATIVE(audioEncoderAddAudioResampler)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobject resamplerParametersObj) {
   return withSession(QVS_LABEL(audioEncoderAddAudioResampler), classPtr, [&](TranscoderSession& session) {
-    if (session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)) == nullptr) return kEntryFailure;
-    return addResampler(env, "audioEncoderAddAudioResampler", resamplerParametersObj);
+    IAudioEncoder* encoder = session.getAudioEncoder(static_cast<uint32_t>(indexEncoder));
+    if (encoder == nullptr) return kEntryFailure;
+    auto resampler = makeResampler(env, "audioEncoderAddAudioResampler", resamplerParametersObj);
+    if (!resampler) return kEntryFailure;
+    resampler->setLogContext(kLogContextAudioEncoder);
+    resampler->setSessionIndex(encoder->getSessionIndex());
+    encoder->setAudioResampler(resampler.release());
+    return jlong{kSuccess};
   });
 }
 

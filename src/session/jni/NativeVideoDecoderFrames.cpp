@@ -28,9 +28,12 @@ QVS_NATIVE(videoDecoderAddFrame)
     MallocBytes block = copyBytes(env, buffer, offset, len);
     if (!block) return kEntryFailure;
     uint8_t* bytes = block.get();
+    const uint32_t result =
+        session.videoDecoderAddFrame(bytes, 0, static_cast<uint32_t>(len), static_cast<uint64_t>(timecode),
+                                     static_cast<uint32_t>(frameType));
+    // Not before: a decoder that queues copies what it still holds of the block before.
     session.takeVideoDecodeBuffer(block.release());
-    return session.videoDecoderAddFrame(bytes, 0, static_cast<uint32_t>(len), static_cast<uint64_t>(timecode),
-                                        static_cast<uint32_t>(frameType));
+    return result;
   });
 }
 

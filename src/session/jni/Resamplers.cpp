@@ -2,19 +2,33 @@
 
 #include <cstdio>
 
+#include "audio/AudioResampler.h"
+#include "log/LogGlobalLogger.h"
 #include "session/jni/NativeEntry.h"
 #include "session/jni/Records.h"
 
 namespace qvs {
 
-jlong addResampler(JNIEnv* env, const char* name, jobject resamplerParametersObj) {
+std::unique_ptr<AudioResampler> makeResampler(JNIEnv* env, const char* name, jobject resamplerParametersObj) {
   const LocalRef<jclass> cls = classOf(env, resamplerParametersObj);
   if (!cls) {
     std::printf("TranscoderSessionNative::%s: resamplerParametersCls\n", name);
-  } else if (!RecordFields(env, cls.get(), kResamplerParameters).complete()) {
-    std::printf("TranscoderSessionNative::%s: fields\n", name);
+    return nullptr;
   }
-  return kEntryFailure;
+  const RecordFields fields(env, cls.get(), kResamplerParameters);
+  if (!fields.complete()) {
+    std::printf("TranscoderSessionNative::%s: fields\n", name);
+    return nullptr;
+  }
+  JavaResamplerParameters parameters;
+  fields.read(resamplerParametersObj, parameters);
+  auto resampler = std::make_unique<AudioResampler>();
+  resampler->setLogger(LogGlobalLogger::getLogger());
+  resampler->setTargetSampleRate(parameters.sampleRate);
+  resampler->setTargetChannels(parameters.channels);
+  resampler->setTargetChannelMask(static_cast<uint32_t>(parameters.channelMaskDst));
+  resampler->setSourceChannelMask(static_cast<uint32_t>(parameters.channelMaskSrc));
+  return resampler;
 }
 
 }  // namespace qvs

@@ -2,10 +2,14 @@
 
 #include <jni.h>
 
+#include <memory>
+
 namespace qvs {
 
-/// Reads the parameters of a resampler for the entry `name`. -1 in every case: what is missing is told on
-/// standard output, and no resampler is built in yet that could be made of them.
-jlong addResampler(JNIEnv* env, const char* name, jobject resamplerParametersObj);
+class AudioResampler;
+
+/// The resampler that `resamplerParametersObj` asks for, on behalf of the entry `name`. Null where the object
+/// lacks something, which is told on standard output.
+std::unique_ptr<AudioResampler> makeResampler(JNIEnv* env, const char* name, jobject resamplerParametersObj);
 
 }  // namespace qvs

@@ -73,6 +73,11 @@ uint32_t VideoEncoderBufferStream::addFrameTimecode(uint64_t timecode) {
   });
 }
 
+void VideoEncoderBufferStream::dropFrameTimecode() {
+  ScopedLock guard(*lock);
+  if (!frameTimecodes.empty()) frameTimecodes.pop_back();
+}
+
 uint32_t VideoEncoderBufferStream::getEncodedFrameCount() {
   ScopedLock guard(*lock);
   return static_cast<uint32_t>(frames.size());

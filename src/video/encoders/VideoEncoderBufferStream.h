@@ -53,6 +53,8 @@ class VideoEncoderBufferStream {
 
   /// Once per frame given to the encoder; 100 ns units.
   uint32_t addFrameTimecode(uint64_t timecode);
+  /// Takes back the last one, of a frame that the encoder refused.
+  void dropFrameTimecode();
   uint32_t getEncodedFrameCount();
 
   /// Moves the waiting units behind what `out` holds; the caller then owns their bytes.

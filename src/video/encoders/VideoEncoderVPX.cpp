@@ -119,7 +119,7 @@ uint32_t VideoEncoderVPX::initialize() {
     }
     if (staticThreshold != 0) vpx_codec_control(&vpxCodec, VP8E_SET_STATIC_THRESHOLD, staticThreshold);
     if (asynchronous != 0) {
-      worker = std::make_unique<VPXEncodeWorker>(
+      worker = std::make_unique<EncodeWorker<VPXEncodeJob>>(
           [this](const VPXEncodeJob& job) { guarded(kLabel, [&] { encode(job); }); });
     }
     return kSuccess;
@@ -139,9 +139,7 @@ uint32_t VideoEncoderVPX::addFrame(VideoFrameBuffer& frame, uint32_t frameType, 
       return kSuccess;
     }
     job.hold = frame.getBufferAllocation();
-    const bool held = job.hold != nullptr;
     worker->submit(std::move(job));
-    if (!held) worker->wait();  // nothing else keeps a frame outside a pool alive
     return kSuccess;
   });
 }

@@ -8,8 +8,9 @@
 #include <vector>
 
 #include "frames/VideoFrameEncoded.h"
+#include "video/encoders/EncodeWorker.h"
 #include "video/encoders/VideoEncoderBase.h"
-#include "video/encoders/VPXEncodeWorker.h"
+#include "video/encoders/VPXEncodeJob.h"
 #include "video/encoders/VPXPaddedImage.h"
 
 namespace qvs {
@@ -90,7 +91,7 @@ class VideoEncoderVPX : public VideoEncoderBase {
   uint32_t imageHeight = 0;
   uint8_t showFrameError = 1;
   VPXPaddedImage paddedImage;
-  std::unique_ptr<VPXEncodeWorker>
+  std::unique_ptr<EncodeWorker<VPXEncodeJob>>
       worker;  ///< while asynchronous; all above from `frameCount` on is its own then
 };
 

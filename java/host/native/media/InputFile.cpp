@@ -1,10 +1,25 @@
 #include "media/InputFile.h"
 
 extern "C" {
+#include <libavutil/intreadwrite.h>
 #include <libavutil/pixdesc.h>
 }
 
 namespace qvs::host {
+
+namespace {
+
+constexpr StreamKind kKinds[] = {StreamKind::kVideo, StreamKind::kAudio};
+constexpr AVMediaType kTypes[] = {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO};
+
+// Some containers (raw streams, AVI) leave the presentation time out; counting on is the best guess then.
+int64_t timeOf(const AVPacket& packet, int64_t guess) {
+  if (packet.pts != AV_NOPTS_VALUE) return packet.pts;
+  if (packet.dts != AV_NOPTS_VALUE) return packet.dts;
+  return guess;
+}
+
+}  // namespace
 
 InputFile::~InputFile() {
   avformat_close_input(&format_);
@@ -17,19 +32,43 @@ MediaStatus InputFile::open(const std::string& path) {
       MediaStatus::fromCode(avformat_open_input(&format_, path.c_str(), nullptr, nullptr), "cannot open");
   if (!status.ok()) return status;
   status = MediaStatus::fromCode(avformat_find_stream_info(format_, nullptr), "cannot read the streams");
-  if (!status.ok()) return status;
-  streamIndex_ = av_find_best_stream(format_, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  if (streamIndex_ < 0) return MediaStatus::failure("no video stream in it");
-  for (unsigned i = 0; i < format_->nb_streams; i++)
-    if (static_cast<int>(i) != streamIndex_) format_->streams[i]->discard = AVDISCARD_ALL;
-  if (stream().time_base.num <= 0 || stream().time_base.den <= 0)
-    return MediaStatus::failure("its video stream has no time base");
+  return status.ok() ? select() : status;
+}
+
+MediaStatus InputFile::select() {
+  for (unsigned i = 0; i < format_->nb_streams; i++) format_->streams[i]->discard = AVDISCARD_ALL;
+  for (const StreamKind kind : kKinds) {
+    const int index = av_find_best_stream(format_, kTypes[static_cast<size_t>(kind)], -1, -1, nullptr, 0);
+    // A cover picture beside sound is no video.
+    if (index < 0 || format_->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) continue;
+    AVStream& stream = *format_->streams[index];
+    if (stream.time_base.num <= 0 || stream.time_base.den <= 0) continue;
+    stream.discard = AVDISCARD_DEFAULT;
+    selected(kind).index = index;
+  }
+  if (!has(StreamKind::kVideo) && !has(StreamKind::kAudio))
+    return MediaStatus::failure("no video or audio stream in it");
   return {};
+}
+
+void InputFile::ignore(StreamKind kind) {
+  if (!has(kind)) return;
+  format_->streams[selected(kind).index]->discard = AVDISCARD_ALL;
+  selected(kind).index = -1;
+}
+
+bool InputFile::ofSelected(int streamIndex) {
+  for (const StreamKind kind : kKinds) {
+    if (selected(kind).index != streamIndex) continue;
+    kind_ = kind;
+    return true;
+  }
+  return false;
 }
 
 MediaStatus InputFile::next(bool* atEnd) {
   *atEnd = false;
-  for (;;) {
+  do {
     av_packet_unref(packet_.get());
     const int code = av_read_frame(format_, packet_.get());
     if (code == AVERROR_EOF) {
@@ -37,39 +76,41 @@ MediaStatus InputFile::next(bool* atEnd) {
       return {};
     }
     if (code < 0) return MediaStatus::fromCode(code, "reading stopped");
-    if (packet_->stream_index == streamIndex_) break;
-  }
-  pts_ = timeOf(*packet_);
-  nextPts_ = pts_ + (packet_->duration > 0 ? packet_->duration : 1);
+  } while (!ofSelected(packet_->stream_index));
+  Selected& of = selected(kind_);
+  of.pts = timeOf(*packet_, of.nextPts);
+  of.nextPts = of.pts + (packet_->duration > 0 ? packet_->duration : 1);
   return {};
 }
 
-// Some containers (raw streams, AVI) leave the presentation time out; counting on is the best guess then.
-int64_t InputFile::timeOf(const AVPacket& packet) const {
-  if (packet.pts != AV_NOPTS_VALUE) return packet.pts;
-  if (packet.dts != AV_NOPTS_VALUE) return packet.dts;
-  return nextPts_;
+InputFile::Padding InputFile::padding() const {
+  size_t size = 0;
+  const uint8_t* data = av_packet_get_side_data(packet_.get(), AV_PKT_DATA_SKIP_SAMPLES, &size);
+  return data && size >= 8 ? Padding{AV_RL32(data), AV_RL32(data + 4)} : Padding{};
 }
 
-const char* InputFile::codecName() const {
-  return avcodec_get_name(stream().codecpar->codec_id);
+const char* InputFile::codecName(StreamKind kind) const {
+  return avcodec_get_name(stream(kind).codecpar->codec_id);
 }
 
 const char* InputFile::pixelFormatName() const {
-  const char* name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(stream().codecpar->format));
+  const AVCodecParameters& video = *stream(StreamKind::kVideo).codecpar;
+  const char* name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(video.format));
   return name ? name : "";
 }
 
-int64_t InputFile::durationMs() const {
-  if (stream().duration != AV_NOPTS_VALUE && stream().duration > 0)
-    return av_rescale_q(stream().duration, stream().time_base, {1, 1000});
+int64_t InputFile::durationMs(StreamKind kind) const {
+  const AVStream& of = stream(kind);
+  if (of.duration != AV_NOPTS_VALUE && of.duration > 0)
+    return av_rescale_q(of.duration, of.time_base, {1, 1000});
   if (format_->duration != AV_NOPTS_VALUE && format_->duration > 0)
     return av_rescale(format_->duration, 1000, AV_TIME_BASE);
   return -1;
 }
 
 AVRational InputFile::frameRate() const {
-  const AVRational rates[] = {stream().avg_frame_rate, stream().r_frame_rate};
+  const AVStream& video = stream(StreamKind::kVideo);
+  const AVRational rates[] = {video.avg_frame_rate, video.r_frame_rate};
   for (const AVRational& rate : rates)
     if (rate.num > 0 && rate.den > 0 && av_q2d(rate) <= 1000) return rate;
   return {0, 1};

@@ -3,13 +3,17 @@
 #include "media/AvHandles.h"
 #include "media/MediaStatus.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
 
 namespace qvs::host {
 
-/// Reads the packets of the best video stream of a container file, in file order.
+/// What a stream carries; the numbers are those of MediaKind on the Java side.
+enum class StreamKind { kVideo = 0, kAudio = 1 };
+
+/// Reads the packets of the best video and the best audio stream of a container file, in file order.
 class InputFile {
  public:
   InputFile() = default;
@@ -17,32 +21,52 @@ class InputFile {
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
-  /// One line of text on failure: unreadable, no known container, or no video stream.
+  /// One line of text on failure: unreadable, no known container, or neither picture nor sound in it.
   MediaStatus open(const std::string& path);
 
-  /// Sets `atEnd` when the file is used up; otherwise `packet()` is the next video packet.
+  bool has(StreamKind kind) const { return selected(kind).index >= 0; }
+  /// Leaves the packets of a stream out from now on.
+  void ignore(StreamKind kind);
+
+  /// Sets `atEnd` when the file is used up; otherwise `packet()` is the next one of a selected stream.
   MediaStatus next(bool* atEnd);
 
   const AVPacket& packet() const { return *packet_; }
-  /// Presentation time of the current packet in units of `stream().time_base`; never missing.
-  int64_t pts() const { return pts_; }
+  StreamKind kind() const { return kind_; }
+  /// Presentation time of the current packet in units of its stream's time base; never missing.
+  int64_t pts() const { return selected(kind_).pts; }
+  /// Samples of the current packet that were never meant to be heard.
+  struct Padding {
+    uint32_t start = 0;
+    uint32_t end = 0;
+  };
+  Padding padding() const;
 
-  const AVStream& stream() const { return *format_->streams[streamIndex_]; }
-  const char* codecName() const;
+  /// The following need `has(kind)`.
+  const AVStream& stream(StreamKind kind) const { return *format_->streams[selected(kind).index]; }
+  const char* codecName(StreamKind kind) const;
+  /// Milliseconds, -1 when unknown.
+  int64_t durationMs(StreamKind kind) const;
   /// "" when the container does not tell.
   const char* pixelFormatName() const;
-  /// Milliseconds, -1 when unknown.
-  int64_t durationMs() const;
   AVRational frameRate() const;
 
  private:
-  int64_t timeOf(const AVPacket& packet) const;
+  struct Selected {
+    int index = -1;
+    int64_t pts = 0;
+    int64_t nextPts = 0;
+  };
+
+  Selected& selected(StreamKind kind) { return selected_[static_cast<size_t>(kind)]; }
+  const Selected& selected(StreamKind kind) const { return selected_[static_cast<size_t>(kind)]; }
+  MediaStatus select();
+  bool ofSelected(int streamIndex);
 
   AVFormatContext* format_ = nullptr;
   AvPacketPtr packet_;
-  int streamIndex_ = -1;
-  int64_t pts_ = 0;
-  int64_t nextPts_ = 0;
+  std::array<Selected, 2> selected_;
+  StreamKind kind_ = StreamKind::kVideo;
 };
 
 }  // namespace qvs::host

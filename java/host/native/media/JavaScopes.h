@@ -1,7 +1,10 @@
 #pragma once
 
 #include <jni.h>
+
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace qvs::host {
 
@@ -25,6 +28,21 @@ inline std::string toString(JNIEnv* env, jstring text) {
   }
   env->ReleaseStringChars(text, units);
   return out;
+}
+
+/// A copy of a byte array's elements; empty for null.
+inline std::vector<uint8_t> toBytes(JNIEnv* env, jbyteArray array) {
+  std::vector<uint8_t> out(array ? static_cast<size_t>(env->GetArrayLength(array)) : 0);
+  if (!out.empty())
+    env->GetByteArrayRegion(array, 0, static_cast<jsize>(out.size()), reinterpret_cast<jbyte*>(out.data()));
+  return out;
+}
+
+/// A new Java array of these bytes; null with a pending exception when memory is short.
+inline jbyteArray toArray(JNIEnv* env, const uint8_t* bytes, int size) {
+  const jbyteArray array = env->NewByteArray(size);
+  if (array && size > 0) env->SetByteArrayRegion(array, 0, size, reinterpret_cast<const jbyte*>(bytes));
+  return array;
 }
 
 /// Elements of a byte array for reading, released without copying back.

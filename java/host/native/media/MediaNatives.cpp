@@ -19,9 +19,13 @@ using qvs::host::ExcludedArea;
 using qvs::host::InputFile;
 using qvs::host::MediaStatus;
 using qvs::host::OutputFile;
+using qvs::host::OutputPacket;
 using qvs::host::OutputStream;
 using qvs::host::PictureComparison;
 using qvs::host::ReadBytes;
+using qvs::host::StreamKind;
+using qvs::host::toArray;
+using qvs::host::toBytes;
 using qvs::host::toString;
 
 namespace {
@@ -61,53 +65,112 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_close(JNIEnv*, jclass
   delete object<InputFile>(handle);
 }
 
-JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_MediaReader_codecName(JNIEnv* env, jclass, jlong handle) {
-  return env->NewStringUTF(object<InputFile>(handle)->codecName());
+JNIEXPORT jboolean JNICALL Java_com_zarvo_qvs_host_MediaReader_has(JNIEnv*, jclass, jlong handle, jint kind) {
+  return object<InputFile>(handle)->has(static_cast<StreamKind>(kind));
+}
+
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_ignore(JNIEnv*, jclass, jlong handle, jint kind) {
+  object<InputFile>(handle)->ignore(static_cast<StreamKind>(kind));
+}
+
+JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_MediaReader_codecName(JNIEnv* env, jclass, jlong handle,
+                                                                        jint kind) {
+  return env->NewStringUTF(object<InputFile>(handle)->codecName(static_cast<StreamKind>(kind)));
+}
+
+JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_codecConfig(JNIEnv* env, jclass,
+                                                                             jlong handle, jint kind) {
+  const AVCodecParameters& codec = *object<InputFile>(handle)->stream(static_cast<StreamKind>(kind)).codecpar;
+  return toArray(env, codec.extradata, codec.extradata ? codec.extradata_size : 0);
 }
 
 JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_MediaReader_pixelFormat(JNIEnv* env, jclass, jlong handle) {
   return env->NewStringUTF(object<InputFile>(handle)->pixelFormatName());
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_properties(JNIEnv* env, jclass, jlong handle,
-                                                                      jlongArray values) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_videoProperties(JNIEnv* env, jclass, jlong handle,
+                                                                           jlongArray values) {
   const InputFile& file = *object<InputFile>(handle);
-  const AVStream& stream = file.stream();
+  const AVStream& stream = file.stream(StreamKind::kVideo);
   store<7>(env, values,
            {stream.codecpar->width, stream.codecpar->height, file.frameRate().num, file.frameRate().den,
-            stream.time_base.num, stream.time_base.den, file.durationMs()});
+            stream.time_base.num, stream.time_base.den, file.durationMs(StreamKind::kVideo)});
+}
+
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_audioProperties(JNIEnv* env, jclass, jlong handle,
+                                                                           jlongArray values) {
+  const InputFile& file = *object<InputFile>(handle);
+  const AVStream& stream = file.stream(StreamKind::kAudio);
+  store<5>(env, values,
+           {stream.codecpar->sample_rate, stream.codecpar->ch_layout.nb_channels, stream.time_base.num,
+            stream.time_base.den, file.durationMs(StreamKind::kAudio)});
 }
 
 JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_read(JNIEnv* env, jclass, jlong handle,
-                                                                      jlongArray times) {
+                                                                      jlongArray facts) {
   InputFile& file = *object<InputFile>(handle);
   bool atEnd = false;
   if (!passed(env, file.next(&atEnd)) || atEnd) return nullptr;
   const AVPacket& packet = file.packet();
-  const jbyteArray bytes = env->NewByteArray(packet.size);
+  const jbyteArray bytes = toArray(env, packet.data, packet.size);
   if (!bytes) return nullptr;
-  env->SetByteArrayRegion(bytes, 0, packet.size, reinterpret_cast<const jbyte*>(packet.data));
-  store<2>(env, times, {file.pts(), packet.flags & AV_PKT_FLAG_KEY ? 1 : 0});
+  const InputFile::Padding padding = file.padding();
+  store<6>(env, facts,
+           {static_cast<jlong>(file.kind()), file.pts(), packet.duration, padding.start, padding.end,
+            packet.flags & AV_PKT_FLAG_KEY ? 1 : 0});
   return bytes;
 }
 
-JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaWriter_open(JNIEnv* env, jclass, jstring path,
-                                                                 jstring format, jstring codec, jint width,
-                                                                 jint height, jint timeBaseNum,
-                                                                 jint timeBaseDen, jint rateNum,
-                                                                 jint rateDen) {
+JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaWriter_create(JNIEnv* env, jclass, jstring path,
+                                                                   jstring format) {
   av_log_set_level(AV_LOG_QUIET);
-  const OutputStream stream{
-      toString(env, codec), width, height, {timeBaseNum, timeBaseDen}, {rateNum, rateDen}};
   std::unique_ptr<OutputFile> file(new (std::nothrow) OutputFile);
-  const MediaStatus status = file ? file->open(toString(env, path), toString(env, format), stream)
-                                  : MediaStatus::failure("out of memory");
+  const MediaStatus status =
+      file ? file->create(toString(env, path), toString(env, format)) : MediaStatus::failure("out of memory");
   return passed(env, status) ? handleOf(file.release()) : 0;
 }
 
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addVideo(JNIEnv* env, jclass, jlong handle,
+                                                                    jstring codec, jbyteArray config,
+                                                                    jint timeBaseNum, jint timeBaseDen,
+                                                                    jint width, jint height, jint rateNum,
+                                                                    jint rateDen) {
+  OutputStream stream;
+  stream.codecName = toString(env, codec);
+  stream.config = toBytes(env, config);
+  stream.timeBase = {timeBaseNum, timeBaseDen};
+  stream.width = width;
+  stream.height = height;
+  stream.frameRate = {rateNum, rateDen};
+  passed(env, object<OutputFile>(handle)->addStream(stream));
+}
+
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addAudio(JNIEnv* env, jclass, jlong handle,
+                                                                    jstring codec, jbyteArray config,
+                                                                    jint timeBaseNum, jint timeBaseDen,
+                                                                    jint sampleRate, jint channels,
+                                                                    jint frameSamples, jint delaySamples) {
+  OutputStream stream;
+  stream.codecName = toString(env, codec);
+  stream.config = toBytes(env, config);
+  stream.timeBase = {timeBaseNum, timeBaseDen};
+  stream.sampleRate = sampleRate;
+  stream.channels = channels;
+  stream.frameSamples = frameSamples;
+  stream.delaySamples = delaySamples;
+  passed(env, object<OutputFile>(handle)->addStream(stream));
+}
+
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_begin(JNIEnv* env, jclass, jlong handle,
+                                                                 jboolean keepTimes) {
+  passed(env, object<OutputFile>(handle)->begin(keepTimes));
+}
+
 JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_write(JNIEnv* env, jclass, jlong handle,
-                                                                 jbyteArray bytes, jint offset, jint length,
-                                                                 jlong pts, jboolean key) {
+                                                                 jint stream, jbyteArray bytes, jint offset,
+                                                                 jint length, jlong pts, jlong dts,
+                                                                 jlong duration, jlong discard,
+                                                                 jboolean key) {
   if (!bytes || offset < 0 || length < 0 ||
       static_cast<jlong>(offset) + length > env->GetArrayLength(bytes)) {
     passed(env, MediaStatus::failure("packet range lies outside its array"));
@@ -116,9 +179,16 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_write(JNIEnv* env, jc
   MediaStatus status;
   {
     const ReadBytes elements(env, bytes);
-    status = elements.data() ? object<OutputFile>(handle)->write(elements.data() + offset,
-                                                                 static_cast<size_t>(length), pts, key)
-                             : MediaStatus::failure("out of memory");
+    const OutputPacket packet{static_cast<size_t>(stream),
+                              elements.data() + offset,
+                              static_cast<size_t>(length),
+                              pts,
+                              dts,
+                              duration,
+                              discard,
+                              key == JNI_TRUE};
+    status =
+        elements.data() ? object<OutputFile>(handle)->write(packet) : MediaStatus::failure("out of memory");
   }
   passed(env, status);
 }

@@ -3,7 +3,35 @@
 #include <climits>
 #include <cstring>
 
+extern "C" {
+#include <libavutil/channel_layout.h>
+#include <libavutil/intreadwrite.h>
+#include <libavutil/mem.h>
+}
+
 namespace qvs::host {
+
+namespace {
+
+MediaStatus setConfig(AVCodecParameters* parameters, const std::vector<uint8_t>& config) {
+  if (config.empty()) return {};
+  parameters->extradata = static_cast<uint8_t*>(av_mallocz(config.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+  if (!parameters->extradata) return MediaStatus::failure("out of memory");
+  std::memcpy(parameters->extradata, config.data(), config.size());
+  parameters->extradata_size = static_cast<int>(config.size());
+  return {};
+}
+
+MediaStatus markDiscard(AVPacket* packet, int64_t samples) {
+  constexpr size_t kSize = 10;
+  uint8_t* data = av_packet_new_side_data(packet, AV_PKT_DATA_SKIP_SAMPLES, kSize);
+  if (!data) return MediaStatus::failure("out of memory");
+  std::memset(data, 0, kSize);
+  AV_WL32(data + 4, static_cast<uint32_t>(samples));
+  return {};
+}
+
+}  // namespace
 
 OutputFile::~OutputFile() {
   closeFile();
@@ -16,19 +44,12 @@ void OutputFile::closeFile() {
   format_ = nullptr;
 }
 
-MediaStatus OutputFile::open(const std::string& path, const std::string& format, const OutputStream& stream) {
+MediaStatus OutputFile::create(const std::string& path, const std::string& format) {
   packet_.reset(av_packet_alloc());
   if (!packet_) return MediaStatus::failure("out of memory");
-  MediaStatus status = MediaStatus::fromCode(
+  path_ = path;
+  return MediaStatus::fromCode(
       avformat_alloc_output_context2(&format_, nullptr, format.c_str(), path.c_str()), "no such container");
-  if (!status.ok()) return status;
-  status = addStream(stream);
-  if (!status.ok()) return status;
-  status = MediaStatus::fromCode(avio_open(&format_->pb, path.c_str(), AVIO_FLAG_WRITE), "cannot create");
-  if (!status.ok()) return status;
-  status = MediaStatus::fromCode(avformat_write_header(format_, nullptr), "cannot write the header");
-  headerWritten_ = status.ok();
-  return status;
 }
 
 MediaStatus OutputFile::addStream(const OutputStream& wanted) {
@@ -36,28 +57,66 @@ MediaStatus OutputFile::addStream(const OutputStream& wanted) {
   if (!codec) return MediaStatus::failure("unknown codec " + wanted.codecName);
   AVStream* stream = avformat_new_stream(format_, nullptr);
   if (!stream) return MediaStatus::failure("out of memory");
-  timeBase_ = wanted.timeBase;
+  tracks_.push_back({wanted.timeBase, shiftOf(wanted)});
   stream->time_base = wanted.timeBase;
   stream->avg_frame_rate = wanted.frameRate;
-  stream->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
-  stream->codecpar->codec_id = codec->id;
-  stream->codecpar->width = wanted.width;
-  stream->codecpar->height = wanted.height;
-  return {};
+  AVCodecParameters& parameters = *stream->codecpar;
+  parameters.codec_type = wanted.width > 0 ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
+  parameters.codec_id = codec->id;
+  // Some containers describe the layout; renditions have no other.
+  if (wanted.width > 0) parameters.format = AV_PIX_FMT_YUV420P;
+  parameters.width = wanted.width;
+  parameters.height = wanted.height;
+  parameters.sample_rate = wanted.sampleRate;
+  parameters.frame_size = wanted.frameSamples;
+  parameters.initial_padding = wanted.delaySamples;
+  if (wanted.channels > 0) av_channel_layout_default(&parameters.ch_layout, wanted.channels);
+  return setConfig(&parameters, wanted.config);
 }
 
-MediaStatus OutputFile::write(const uint8_t* bytes, size_t length, int64_t pts, bool key) {
-  if (!headerWritten_) return MediaStatus::failure("the file is not open for writing");
-  if (length > static_cast<size_t>(INT_MAX)) return MediaStatus::failure("packet too large");
+// Matroska counts from the first coded sample, and its muxer leaves the delay to be added.
+int64_t OutputFile::shiftOf(const OutputStream& stream) const {
+  const bool matroska = std::strstr("webm matroska", format_->oformat->name) != nullptr;
+  if (!matroska || stream.delaySamples <= 0 || stream.sampleRate <= 0) return 0;
+  return av_rescale_q(stream.delaySamples, {1, stream.sampleRate}, stream.timeBase);
+}
+
+MediaStatus OutputFile::begin(bool keepTimes) {
   MediaStatus status =
-      MediaStatus::fromCode(av_new_packet(packet_.get(), static_cast<int>(length)), "packet");
+      MediaStatus::fromCode(avio_open(&format_->pb, path_.c_str(), AVIO_FLAG_WRITE), "cannot create");
   if (!status.ok()) return status;
-  if (length) std::memcpy(packet_->data, bytes, length);
-  const AVRational unit = format_->streams[0]->time_base;
-  packet_->pts = packet_->dts = av_rescale_q(pts, timeBase_, unit);
-  packet_->stream_index = 0;
-  if (key) packet_->flags |= AV_PKT_FLAG_KEY;
-  status = MediaStatus::fromCode(av_write_frame(format_, packet_.get()), "cannot write a packet");
+  if (keepTimes) format_->avoid_negative_ts = 0;
+  status = MediaStatus::fromCode(avformat_write_header(format_, nullptr), "cannot write the header");
+  headerWritten_ = status.ok();
+  return status;
+}
+
+MediaStatus OutputFile::fill(const OutputPacket& from) {
+  MediaStatus status =
+      MediaStatus::fromCode(av_new_packet(packet_.get(), static_cast<int>(from.length)), "packet");
+  if (!status.ok()) return status;
+  if (from.length) std::memcpy(packet_->data, from.bytes, from.length);
+  const AVRational unit = format_->streams[from.stream]->time_base;
+  const auto& [given, shift] = tracks_[from.stream];
+  packet_->pts = av_rescale_q(from.pts + shift, given, unit);
+  packet_->dts = av_rescale_q(from.dts + shift, given, unit);
+  packet_->duration = av_rescale_q(from.duration, given, unit);
+  packet_->stream_index = static_cast<int>(from.stream);
+  if (from.key) packet_->flags |= AV_PKT_FLAG_KEY;
+  return from.discard > 0 ? markDiscard(packet_.get(), from.discard) : MediaStatus();
+}
+
+MediaStatus OutputFile::write(const OutputPacket& packet) {
+  if (!headerWritten_) return MediaStatus::failure("the file is not open for writing");
+  if (packet.stream >= tracks_.size()) return MediaStatus::failure("no such stream");
+  if (packet.length > static_cast<size_t>(INT_MAX)) return MediaStatus::failure("packet too large");
+  MediaStatus status = fill(packet);
+  if (status.ok()) {
+    const bool single = tracks_.size() == 1;
+    const int code =
+        single ? av_write_frame(format_, packet_.get()) : av_interleaved_write_frame(format_, packet_.get());
+    status = MediaStatus::fromCode(code, "cannot write a packet");
+  }
   av_packet_unref(packet_.get());
   return status;
 }

@@ -6,19 +6,37 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace qvs::host {
 
-/// What a container needs to know of the one video stream that it is to hold.
+/// What a container needs to know of one stream that it is to hold.
 struct OutputStream {
-  std::string codecName;  ///< as libavcodec names it: "vp8", "vp9"
-  int width = 0;
-  int height = 0;
+  std::string codecName;         ///< as libavcodec names it: "vp8", "opus", ...
   AVRational timeBase{1, 1000};  ///< unit of the times given to `write`
-  AVRational frameRate{0, 1};    ///< 0 when unknown
+  std::vector<uint8_t> config;   ///< the codec's configuration as containers keep it; may be empty
+  int width = 0;                 ///< pixels; above 0 for a picture, 0 for sound
+  int height = 0;
+  AVRational frameRate{0, 1};  ///< pictures a second, 0 when unknown
+  int sampleRate = 0;          ///< sound: samples a second
+  int channels = 0;
+  int frameSamples = 0;  ///< samples of a packet where all have as many, else 0
+  int delaySamples = 0;  ///< samples at the start that the codec's delay made: players drop them
 };
 
-/// Writes one video stream into a new container file. Without `finish` the file is incomplete.
+/// One packet on its way out. The bytes stay the caller's.
+struct OutputPacket {
+  size_t stream = 0;
+  const uint8_t* bytes = nullptr;
+  size_t length = 0;
+  int64_t pts = 0;       ///< in the stream's own unit, as all of the following
+  int64_t dts = 0;       ///< must grow from packet to packet of a stream
+  int64_t duration = 0;  ///< 0 when unknown
+  int64_t discard = 0;   ///< sound: length at the packet's end that is not to be heard
+  bool key = true;
+};
+
+/// Writes streams into a new container file. Without `finish` the file is incomplete.
 class OutputFile {
  public:
   OutputFile() = default;
@@ -26,22 +44,30 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  /// `format`: "ivf" or "webm", or any other muxer name of libavformat that takes the codec.
-  MediaStatus open(const std::string& path, const std::string& format, const OutputStream& stream);
-
-  /// Times must grow from packet to packet; the bytes stay the caller's.
-  MediaStatus write(const uint8_t* bytes, size_t length, int64_t pts, bool key);
-
+  /// `format`: a muxer name of libavformat.
+  MediaStatus create(const std::string& path, const std::string& format);
+  /// All streams come before `begin`; their numbers count from 0.
+  MediaStatus addStream(const OutputStream& stream);
+  /// `keepTimes`: no packet's time lies before 0 but by a codec's delay, so the container is not to move any.
+  MediaStatus begin(bool keepTimes);
+  MediaStatus write(const OutputPacket& packet);
   /// Writes what the container keeps for its end and closes the file.
   MediaStatus finish();
 
  private:
-  MediaStatus addStream(const OutputStream& stream);
+  int64_t shiftOf(const OutputStream& stream) const;
+  MediaStatus fill(const OutputPacket& packet);
   void closeFile();
 
   AVFormatContext* format_ = nullptr;
   AvPacketPtr packet_;
-  AVRational timeBase_{1, 1000};
+  std::string path_;
+  struct Track {
+    AVRational timeBase;
+    int64_t shift = 0;  ///< in timeBase, added to every time
+  };
+
+  std::vector<Track> tracks_;
   bool headerWritten_ = false;
 };
 

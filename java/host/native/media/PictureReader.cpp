@@ -5,15 +5,18 @@ namespace qvs::host {
 MediaStatus PictureReader::open(const std::string& path) {
   MediaStatus status = file_.open(path);
   if (!status.ok()) return status;
-  const AVCodec* codec = avcodec_find_decoder(file_.stream().codecpar->codec_id);
-  if (!codec) return MediaStatus::failure(std::string("no decoder for ") + file_.codecName());
+  if (!file_.has(StreamKind::kVideo)) return MediaStatus::failure("no video stream in it");
+  file_.ignore(StreamKind::kAudio);
+  const AVStream& stream = file_.stream(StreamKind::kVideo);
+  const AVCodec* codec = avcodec_find_decoder(stream.codecpar->codec_id);
+  if (!codec)
+    return MediaStatus::failure(std::string("no decoder for ") + file_.codecName(StreamKind::kVideo));
   decoder_.reset(avcodec_alloc_context3(codec));
   frame_.reset(av_frame_alloc());
   if (!decoder_ || !frame_) return MediaStatus::failure("out of memory");
-  status =
-      MediaStatus::fromCode(avcodec_parameters_to_context(decoder_.get(), file_.stream().codecpar), "codec");
+  status = MediaStatus::fromCode(avcodec_parameters_to_context(decoder_.get(), stream.codecpar), "codec");
   if (!status.ok()) return status;
-  decoder_->pkt_timebase = file_.stream().time_base;
+  decoder_->pkt_timebase = stream.time_base;
   decoder_->thread_count = 1;
   return MediaStatus::fromCode(avcodec_open2(decoder_.get(), codec, nullptr), "cannot open the decoder");
 }
@@ -43,7 +46,8 @@ MediaStatus PictureReader::feed() {
 }
 
 double PictureReader::timeMs() const {
-  return static_cast<double>(frame_->best_effort_timestamp) * av_q2d(file_.stream().time_base) * 1000.0;
+  const AVRational unit = file_.stream(StreamKind::kVideo).time_base;
+  return static_cast<double>(frame_->best_effort_timestamp) * av_q2d(unit) * 1000.0;
 }
 
 }  // namespace qvs::host

@@ -12,6 +12,7 @@ namespace {
 constexpr const char* kUtil = "libavutil.so." AV_STRINGIFY(LIBAVUTIL_VERSION_MAJOR);
 constexpr const char* kCodec = "libavcodec.so." AV_STRINGIFY(LIBAVCODEC_VERSION_MAJOR);
 constexpr const char* kFilter = "libavfilter.so." AV_STRINGIFY(LIBAVFILTER_VERSION_MAJOR);
+constexpr const char* kResample = "libswresample.so." AV_STRINGIFY(LIBSWRESAMPLE_VERSION_MAJOR);
 
 void* openLibrary(const char* soname) {
   void* library = dlopen(soname, RTLD_NOW | RTLD_LOCAL);
@@ -27,14 +28,20 @@ bool resolve(void* library, const char* name, Function& function) {
 
 }  // namespace
 
-bool AvLibrary::openCodecs() {
+bool AvLibrary::openUtil() {
   void* util = openLibrary(kUtil);
-  void* codec = openLibrary(kCodec);
-  if (util == nullptr || codec == nullptr) return false;
+  if (util == nullptr) return false;
   bool found = true;
 #define QVS_RESOLVE(name) found = resolve(util, #name, name) && found;
   QVS_AVUTIL_FUNCTIONS(QVS_RESOLVE)
 #undef QVS_RESOLVE
+  return found;
+}
+
+bool AvLibrary::openCodecs() {
+  void* codec = openLibrary(kCodec);
+  if (codec == nullptr || !openUtil()) return false;
+  bool found = true;
 #define QVS_RESOLVE(name) found = resolve(codec, #name, name) && found;
   QVS_AVCODEC_FUNCTIONS(QVS_RESOLVE)
 #undef QVS_RESOLVE
@@ -51,6 +58,16 @@ bool AvLibrary::openFilters() {
   return found;
 }
 
+bool AvLibrary::openResampler() {
+  void* resample = openLibrary(kResample);
+  if (resample == nullptr || !openUtil()) return false;
+  bool found = true;
+#define QVS_RESOLVE(name) found = resolve(resample, #name, name) && found;
+  QVS_SWRESAMPLE_FUNCTIONS(QVS_RESOLVE)
+#undef QVS_RESOLVE
+  return found;
+}
+
 const AvLibrary* AvLibrary::codecs() {
   static AvLibrary library;
   static const bool there = library.openCodecs();
@@ -60,6 +77,12 @@ const AvLibrary* AvLibrary::codecs() {
 const AvLibrary* AvLibrary::filters() {
   static AvLibrary library;
   static const bool there = library.openFilters();
+  return there ? &library : nullptr;
+}
+
+const AvLibrary* AvLibrary::resampler() {
+  static AvLibrary library;
+  static const bool there = library.openResampler();
   return there ? &library : nullptr;
 }
 

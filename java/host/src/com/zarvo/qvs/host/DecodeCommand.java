@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host;
 
+import com.zarvo.qvs.transcoder.model.TranscoderNativeAudioFrame;
 import java.io.IOException;
 import java.nio.file.Path;
 import java.security.MessageDigest;
@@ -8,10 +9,11 @@ import java.util.HexFormat;
 import java.util.List;
 import java.util.concurrent.Callable;
 import picocli.CommandLine.Command;
+import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
 
-/** "decode": what the session's decoder delivers, a line a picture. */
+/** "decode": what the session's decoders deliver, a line a picture, or the sound as a file. */
 @Command(name = "decode", description = "Decodes a file and prints one line a picture.")
 final class DecodeCommand implements Callable<Integer> {
   private static final int LEVEL_WARN = SessionLog.WARN;
@@ -24,34 +26,99 @@ final class DecodeCommand implements Callable<Integer> {
       description = "With the md5 of each picture (planes Y, U, V as the pool holds them) and of all together.")
   private boolean sums;
 
+  @Option(names = "--pcm", paramLabel = "FILE.wav", description = "Write the decoded sound instead, as 16-bit WAV.")
+  private Path pcm;
+
+  @Mixin private AudioConversionOptions conversion;
+
   @Override
   public Integer call() throws Exception {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(input)) {
-      VideoCodec codec = TranscodeJob.checkSource(input, reader.info());
-      SessionSettings settings =
-          new SessionSettings(
-              input.getFileName().toString(), codec, reader.info(), List.of(), List.of(), false, 1, 0);
-      Printer printer = new Printer();
-      try (TranscodeSession session = new TranscodeSession(settings, printer)) {
-        if (sums) printer.tap = new PictureTap(session.handle());
-        try {
-          decodeAll(reader, session);
-        } finally {
-          if (printer.tap != null) printer.tap.close();
-        }
-        printer.printTotal();
-        Console.printTrouble(session.log().lines());
-        boolean delivered = session.log().lines().stream().noneMatch(line -> line.level() >= LEVEL_WARN);
-        return printer.count > 0 && delivered ? 0 : 1;
-      }
+      return pcm == null ? decodePictures(reader) : decodeSound(reader);
     }
   }
 
-  private static void decodeAll(MediaReader reader, TranscodeSession session) throws HostException, IOException {
-    TimecodeMap times = new TimecodeMap();
-    for (MediaPacket packet = reader.next(); packet != null; packet = reader.next())
-      session.push(packet, times.assign(packet));
+  private int decodePictures(MediaReader reader) throws HostException, IOException {
+    reader.ignore(MediaKind.AUDIO);
+    VideoCodec codec = TranscodeJob.checkSource(input, reader.video());
+    Printer printer = new Printer();
+    try (TranscodeSession session = new TranscodeSession(settings(codec, reader.video(), null), printer, null)) {
+      if (sums) printer.tap = new PictureTap(session.handle());
+      try {
+        TimecodeMap times = new TimecodeMap();
+        for (MediaPacket packet = reader.next(); packet != null; packet = reader.next())
+          session.push(packet, times.assign(packet));
+      } finally {
+        if (printer.tap != null) printer.tap.close();
+      }
+      printer.printTotal();
+      return verdict(session, printer.count > 0);
+    }
+  }
+
+  private int decodeSound(MediaReader reader) throws HostException, IOException {
+    if (reader.audio() == null) throw new HostException(input + ": no audio stream in it");
+    TranscodeJob.checkSound(input, reader.audio());
+    reader.ignore(MediaKind.VIDEO);
+    AudioSettings audio = new AudioSettings(reader.audio(), conversion.wanted(), List.of());
+    MediaFeed feed = new MediaFeed(reader);
+    SoundWriter writer = new SoundWriter(pcm);
+    try (writer;
+        TranscodeSession session = new TranscodeSession(settings(null, null, audio), writer, feed)) {
+      for (MediaPacket packet = feed.next(); packet != null; packet = feed.next())
+        session.audio().push(packet, feed.following(MediaKind.AUDIO));
+      session.drain();
+      if (writer.file == null) throw new HostException(input + ": no sound in it could be decoded");
+      System.out.println("samples: " + writer.file.samples() + ", " + writer.file.format());
+      if (session.audio().failures() > 0) System.err.println("qvs: damaged packets: " + session.audio().failures());
+      return verdict(session, session.audio().failures() == 0);
+    }
+  }
+
+  private SessionSettings settings(VideoCodec codec, StreamInfo source, AudioSettings audio) {
+    return new SessionSettings(
+        input.getFileName().toString(), codec, source, List.of(), List.of(), false, 1, audio, 0);
+  }
+
+  private static int verdict(TranscodeSession session, boolean whole) {
+    Console.printTrouble(session.log().lines());
+    boolean delivered = session.log().lines().stream().noneMatch(line -> line.level() >= LEVEL_WARN);
+    return whole && delivered ? 0 : 1;
+  }
+
+  /** Makes the file with the first block, so that refused input leaves no trace. */
+  private static final class SoundWriter implements SessionOutput, AutoCloseable {
+    private final Path path;
+    private WaveFile file;
+
+    SoundWriter(Path path) {
+      this.path = path;
+    }
+
+    @Override
+    public boolean wantsSamples() {
+      return true;
+    }
+
+    @Override
+    public void samples(TranscoderNativeAudioFrame block) throws HostException, IOException {
+      if (file == null) file = create();
+      file.write(block);
+    }
+
+    private WaveFile create() throws HostException {
+      try {
+        return new WaveFile(path);
+      } catch (IOException e) {
+        throw new HostException(path + ": cannot be written");
+      }
+    }
+
+    @Override
+    public void close() throws IOException {
+      if (file != null) file.close();
+    }
   }
 
   private static MessageDigest md5() {

@@ -50,15 +50,12 @@ final class DemoCommand implements Callable<Integer> {
     drawLogo(logo);
     OverlaySpec overlay = OverlaySpec.parse(logo + ",align=top-right,x=24,y=24");
     JobSettings settings =
-        new JobSettings(
+        JobSettings.ofPictures(
             source,
             directory,
             LADDER.stream().map(RenditionSpec::parse).toList(),
             List.of(overlay),
-            "webm",
             directory.resolve("contact-sheet.png"),
-            true,
-            2,
             Long.MAX_VALUE);
     JobResult result = new TranscodeJob(settings, Console::progress).run();
     Console.printTrouble(result.log());

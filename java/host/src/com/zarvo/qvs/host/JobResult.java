@@ -9,6 +9,8 @@ import java.util.Map;
 /**
  * What became of a file.
  *
+ * @param source null where pictures were left out
+ * @param audioSource null where sound was left out
  * @param mediaMs milliseconds of input that were taken
  * @param wallSeconds time it took
  * @param contactSheet null when there is none
@@ -16,7 +18,9 @@ import java.util.Map;
 record JobResult(
     JobSettings settings,
     StreamInfo source,
+    AudioStreamInfo audioSource,
     List<Rendition> renditions,
+    List<Sound> sounds,
     long pictures,
     long mediaMs,
     double wallSeconds,
@@ -25,6 +29,13 @@ record JobResult(
 
   /** One finished file. */
   record Rendition(RenditionSpec spec, Path file, long pictures, long keyPictures, long bytes) {
+    double bitRate(long mediaMs) {
+      return mediaMs > 0 ? bytes * 8000.0 / mediaMs : 0;
+    }
+  }
+
+  /** One finished audio rendition: in the files of pictures that took it, or in one of its own. */
+  record Sound(AudioSpec spec, List<Path> files, long packets, long bytes) {
     double bitRate(long mediaMs) {
       return mediaMs > 0 ? bytes * 8000.0 / mediaMs : 0;
     }
@@ -39,18 +50,28 @@ record JobResult(
   String toJson() {
     Map<String, Object> input = new LinkedHashMap<>();
     input.put("file", settings.input());
-    input.put("codec", source.codecName());
-    input.put("width", source.width());
-    input.put("height", source.height());
-    input.put("frameRate", source.frameRate());
-    input.put("timeBase", source.timeBase());
-    input.put("pictures", pictures);
+    if (source != null) {
+      input.put("codec", source.codecName());
+      input.put("width", source.width());
+      input.put("height", source.height());
+      input.put("frameRate", source.frameRate());
+      input.put("timeBase", source.timeBase());
+      input.put("pictures", pictures);
+    }
+    if (audioSource != null) {
+      input.put("audioCodec", audioSource.codecName());
+      input.put("sampleRate", audioSource.sampleRate());
+      input.put("channels", audioSource.channels());
+    }
     input.put("seconds", mediaMs / 1000.0);
     List<Object> files = new ArrayList<>();
     for (Rendition rendition : renditions) files.add(toMap(rendition));
+    List<Object> audio = new ArrayList<>();
+    for (Sound sound : sounds) audio.add(toMap(sound));
     Map<String, Object> report = new LinkedHashMap<>();
     report.put("input", input);
     report.put("renditions", files);
+    report.put("audio", audio);
     report.put("wallSeconds", wallSeconds);
     report.put("speed", speed());
     report.put("parallel", settings.parallel());
@@ -72,6 +93,20 @@ record JobResult(
     map.put("bytes", rendition.bytes());
     map.put("wantedBitRate", spec.bitRate());
     map.put("bitRate", rendition.bitRate(mediaMs));
+    return map;
+  }
+
+  private Map<String, Object> toMap(Sound sound) {
+    AudioSpec spec = sound.spec();
+    Map<String, Object> map = new LinkedHashMap<>();
+    map.put("codec", spec.codec().codecName);
+    map.put("sampleRate", spec.sampleRate());
+    map.put("channels", spec.channels());
+    map.put("packets", sound.packets());
+    map.put("bytes", sound.bytes());
+    map.put("wantedBitRate", spec.bitRate());
+    map.put("bitRate", sound.bitRate(mediaMs));
+    map.put("files", List.copyOf(sound.files()));
     return map;
   }
 }

@@ -3,27 +3,47 @@ package com.zarvo.qvs.host;
 import java.nio.file.Files;
 import java.nio.file.Path;
 
-/** Reads the packets of the best video stream of any container that libavformat knows. */
+/** Reads the packets of the best video and audio stream of any container that libavformat knows, in file order. */
 public final class MediaReader implements AutoCloseable {
-  private static final int PROPERTY_COUNT = 7;
+  private static final MediaKind[] KINDS = MediaKind.values();
 
-  private final StreamInfo info;
-  private final long[] times = new long[2];
+  private final StreamInfo video;
+  private final AudioStreamInfo audio;
+  private final byte[] videoConfig;
+  private final long[] facts = new long[6];
   private long handle;
 
   private MediaReader(long handle) {
     this.handle = handle;
-    long[] p = new long[PROPERTY_COUNT];
-    properties(handle, p);
-    this.info =
-        new StreamInfo(
-            codecName(handle),
-            pixelFormat(handle),
-            (int) p[0],
-            (int) p[1],
-            new Rational((int) p[2], (int) p[3]),
-            new Rational((int) p[4], (int) p[5]),
-            p[6]);
+    boolean pictures = has(handle, MediaKind.VIDEO.ordinal());
+    this.video = pictures ? videoInfo(handle) : null;
+    this.videoConfig = pictures ? codecConfig(handle, MediaKind.VIDEO.ordinal()) : null;
+    this.audio = has(handle, MediaKind.AUDIO.ordinal()) ? audioInfo(handle) : null;
+  }
+
+  private static StreamInfo videoInfo(long handle) {
+    long[] p = new long[7];
+    videoProperties(handle, p);
+    return new StreamInfo(
+        codecName(handle, MediaKind.VIDEO.ordinal()),
+        pixelFormat(handle),
+        (int) p[0],
+        (int) p[1],
+        new Rational((int) p[2], (int) p[3]),
+        new Rational((int) p[4], (int) p[5]),
+        p[6]);
+  }
+
+  private static AudioStreamInfo audioInfo(long handle) {
+    long[] p = new long[5];
+    audioProperties(handle, p);
+    return new AudioStreamInfo(
+        codecName(handle, MediaKind.AUDIO.ordinal()),
+        (int) p[0],
+        (int) p[1],
+        new Rational((int) p[2], (int) p[3]),
+        p[4],
+        codecConfig(handle, MediaKind.AUDIO.ordinal()));
   }
 
   /** Opens a file; the exception's message names it and says what is wrong. */
@@ -37,16 +57,42 @@ public final class MediaReader implements AutoCloseable {
     }
   }
 
-  public StreamInfo info() {
-    return info;
+  /** The video stream, null when there is none. */
+  public StreamInfo video() {
+    return video;
+  }
+
+  /** Codec configuration of the video stream as libavformat keeps it, may be empty; null without such a stream. */
+  public byte[] videoConfig() {
+    return videoConfig;
+  }
+
+  /** The audio stream, null when there is none. */
+  public AudioStreamInfo audio() {
+    return audio;
+  }
+
+  /** Leaves the packets of one stream out from now on. */
+  public void ignore(MediaKind kind) {
+    if (handle != 0) ignore(handle, kind.ordinal());
   }
 
   /** The next packet in file order, null at the end of the file. */
   public MediaPacket next() throws MediaException {
     if (handle == 0) throw new MediaException("reader is closed");
-    byte[] data = read(handle, times);
+    byte[] data = read(handle, facts);
     if (data == null) return null;
-    return new MediaPacket(data, times[0], info.toMilliseconds(times[0]), times[1] != 0);
+    MediaKind kind = KINDS[(int) facts[0]];
+    Rational unit = kind == MediaKind.VIDEO ? video.timeBase() : audio.timeBase();
+    return new MediaPacket(
+        kind,
+        data,
+        facts[1],
+        unit.toMilliseconds(facts[1]),
+        facts[2],
+        (int) facts[3],
+        (int) facts[4],
+        facts[5] != 0);
   }
 
   @Override
@@ -57,15 +103,24 @@ public final class MediaReader implements AutoCloseable {
 
   private static native long open(String path) throws MediaException;
 
-  private static native String codecName(long handle);
+  private static native boolean has(long handle, int kind);
+
+  private static native void ignore(long handle, int kind);
+
+  private static native String codecName(long handle, int kind);
+
+  private static native byte[] codecConfig(long handle, int kind);
 
   private static native String pixelFormat(long handle);
 
   /** Fills width, height, frame rate, time base (numerator and denominator each) and milliseconds. */
-  private static native void properties(long handle, long[] values);
+  private static native void videoProperties(long handle, long[] values);
 
-  /** Returns null at the end; fills presentation time and key flag. */
-  private static native byte[] read(long handle, long[] times) throws MediaException;
+  /** Fills sample rate, channels, time base (numerator and denominator) and milliseconds. */
+  private static native void audioProperties(long handle, long[] values);
+
+  /** Returns null at the end; fills kind, presentation time, duration, padding at start and end, key flag. */
+  private static native byte[] read(long handle, long[] facts) throws MediaException;
 
   private static native void close(long handle);
 }

@@ -46,7 +46,11 @@ final class Progress {
     double seconds = Math.max(1e-3, (now - startNs) / 1e9);
     String figures =
         String.format(
-            Locale.ROOT, "%.1f s, %d pictures, %.1fx", doneMs / 1000.0, pictures, doneMs / 1000.0 / seconds);
+            Locale.ROOT,
+            "%.1f s%s, %.1fx",
+            doneMs / 1000.0,
+            pictures > 0 ? ", " + pictures + " pictures" : "",
+            doneMs / 1000.0 / seconds);
     String text = totalMs > 0 ? percent(doneMs) + " " + figures : figures;
     if (terminal) {
       out.print("\r\033[K" + (totalMs > 0 ? bar(doneMs) : "") + text);

@@ -6,6 +6,12 @@ public record Rational(int num, int den) {
     return (double) num / den;
   }
 
+  /** Milliseconds of a time in this unit, rounded to the nearest. */
+  public long toMilliseconds(long time) {
+    long scaled = Math.multiplyExact(Math.multiplyExact(time, 1000L), (long) num);
+    return Math.floorDiv(scaled + den / 2, den);
+  }
+
   @Override
   public String toString() {
     return num + "/" + den;

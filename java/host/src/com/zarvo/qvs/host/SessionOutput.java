@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host;
 
+import com.zarvo.qvs.transcoder.model.TranscoderNativeAudioFrame;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import com.zarvo.qvs.transcoder.model.TranscoderPacket;
 import java.io.IOException;
@@ -19,4 +20,29 @@ interface SessionOutput {
 
   /** A picture that was asked for, as BGRA of about the preview size. */
   default void picture(int rendition, long timecode, TranscoderNativeVideoFrame picture) {}
+
+  /** True to be given all decoded sound. */
+  default boolean wantsSamples() {
+    return false;
+  }
+
+  /** A block of decoded sound as the renditions see it; valid until the call returns. */
+  default void samples(TranscoderNativeAudioFrame block) throws HostException, IOException {}
+
+  /** A coded packet of an audio rendition. */
+  default void audioPacket(int rendition, TranscoderPacket packet) throws HostException, IOException {}
+
+  /**
+   * All sound went in; what follows only fills the encoder up. False when nothing need follow.
+   *
+   * @param endSamples where the sound ends, at the rendition's rate
+   */
+  default boolean audioEnds(int rendition, long endSamples) {
+    return false;
+  }
+
+  /** True when nothing need follow any more. */
+  default boolean audioIsComplete(int rendition) {
+    return true;
+  }
 }

@@ -22,8 +22,7 @@ public record StreamInfo(
 
   /** Milliseconds of a time in units of {@code timeBase}, rounded to the nearest. */
   public long toMilliseconds(long pts) {
-    long scaled = Math.multiplyExact(Math.multiplyExact(pts, 1000L), (long) timeBase.num());
-    return Math.floorDiv(scaled + timeBase.den() / 2, timeBase.den());
+    return timeBase.toMilliseconds(pts);
   }
 
   /** The frame rate, or 30 when the container does not tell. */

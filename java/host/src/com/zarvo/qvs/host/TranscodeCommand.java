@@ -8,6 +8,7 @@ import java.util.concurrent.Callable;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.ITypeConverter;
 import picocli.CommandLine.Model.CommandSpec;
+import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.Parameters;
@@ -15,10 +16,8 @@ import picocli.CommandLine.Spec;
 import picocli.CommandLine.TypeConversionException;
 
 /** "transcode": one file in, renditions out. */
-@Command(name = "transcode", description = "Turns a VP8 or VP9 file into renditions.", sortOptions = false)
+@Command(name = "transcode", description = "Turns a file into renditions of its pictures and its sound.", sortOptions = false)
 final class TranscodeCommand implements Callable<Integer> {
-  private static final List<String> FORMATS = List.of("webm", "ivf");
-
   @Spec private CommandSpec spec;
 
   @Parameters(paramLabel = "INPUT", description = "The file to read, in any container.")
@@ -48,8 +47,29 @@ final class TranscodeCommand implements Callable<Integer> {
       })
   private List<OverlaySpec> overlays = new ArrayList<>();
 
-  @Option(names = "--format", paramLabel = "FORMAT", defaultValue = "webm", description = "webm (default) or ivf.")
-  private String format;
+  @Option(
+      names = "--audio",
+      paramLabel = "CODEC[@RATE][,KEY=VALUE]...",
+      converter = AudioConverter.class,
+      description = {
+        "One audio rendition, e.g. opus@96k or aac@128k,rate=48000,channels=2. Codecs: aac, opus, vorbis. Keys: rate,",
+        "channels, mask and source-mask (speakers as bits: 1 left, 2 right, 4 centre, ...). Every file of pictures",
+        "takes all audio renditions that its container can hold; others go into files of their own."
+      })
+  private List<AudioSpec> sounds = new ArrayList<>();
+
+  @Mixin private AudioConversionOptions conversion;
+
+  @Option(names = "--no-video", description = "Leave pictures out.")
+  private boolean noVideo;
+
+  @Option(
+      names = "--format",
+      paramLabel = "FORMAT",
+      defaultValue = "webm",
+      converter = ContainerConverter.class,
+      description = "webm (default), mp4 or ivf; for sound alone also ogg or aac.")
+  private Container format;
 
   @Option(
       names = "--keyframes",
@@ -71,17 +91,27 @@ final class TranscodeCommand implements Callable<Integer> {
 
   @Override
   public Integer call() throws Exception {
-    if (!FORMATS.contains(format)) throw new ParameterException(spec.commandLine(), "--format: take webm or ivf");
     if (!(keyFrameSeconds > 0)) throw new ParameterException(spec.commandLine(), "--keyframes must be above 0");
     Path sheet = noContactSheet ? null : directory.resolve("contact-sheet.png");
     JobSettings settings =
         new JobSettings(
-            input, directory, renditions, overlays, format, sheet, !sequential, keyFrameSeconds, Long.MAX_VALUE);
+            input, directory, renditions, sounds, conversion.wanted(), !noVideo, overlays, format, sheet, !sequential,
+            keyFrameSeconds, Long.MAX_VALUE);
     JobResult result = new TranscodeJob(settings, Console::progress).run();
     if (report != null) Files.writeString(report, result.toJson());
     Console.printTrouble(result.log());
     Console.printRenditions(result);
+    printApart(result);
     return 0;
+  }
+
+  private void printApart(JobResult result) {
+    if (result.renditions().isEmpty()) return;
+    for (JobResult.Sound sound : result.sounds())
+      if (!format.holds(sound.spec().codec()))
+        System.err.println(
+            "qvs: " + format.label() + " cannot hold " + sound.spec().codec().codecName + ": it is in "
+                + sound.files().get(0));
   }
 
   /** Reads a rendition. */
@@ -102,6 +132,30 @@ final class TranscodeCommand implements Callable<Integer> {
     public OverlaySpec convert(String text) {
       try {
         return OverlaySpec.parse(text);
+      } catch (IllegalArgumentException e) {
+        throw new TypeConversionException(e.getMessage());
+      }
+    }
+  }
+
+  /** Reads an audio rendition. */
+  static final class AudioConverter implements ITypeConverter<AudioSpec> {
+    @Override
+    public AudioSpec convert(String text) {
+      try {
+        return AudioSpec.parse(text);
+      } catch (IllegalArgumentException e) {
+        throw new TypeConversionException(e.getMessage());
+      }
+    }
+  }
+
+  /** Reads a container's name. */
+  static final class ContainerConverter implements ITypeConverter<Container> {
+    @Override
+    public Container convert(String text) {
+      try {
+        return Container.of(text);
       } catch (IllegalArgumentException e) {
         throw new TypeConversionException(e.getMessage());
       }

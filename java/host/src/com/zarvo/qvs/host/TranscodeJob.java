@@ -1,14 +1,8 @@
 package com.zarvo.qvs.host;
 
-import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
-import com.zarvo.qvs.transcoder.model.TranscoderPacket;
 import java.io.IOException;
-import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.ArrayList;
-import java.util.HashSet;
 import java.util.List;
-import java.util.Set;
 import java.util.function.Function;
 
 /** Makes one file into renditions: reader, session, writers. */
@@ -28,11 +22,13 @@ final class TranscodeJob {
   JobResult run() throws HostException, IOException {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(settings.input())) {
-      StreamInfo source = reader.info();
-      VideoCodec codec = checkSource(settings.input(), source);
+      boolean pictures = selectStreams(reader);
+      StreamInfo source = pictures ? reader.video() : null;
+      VideoCodec codec = pictures ? checkSource(settings.input(), source) : null;
       List<RenditionSpec> renditions =
-          settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
+          !pictures ? List.of() : settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
       checkOverlays(renditions.size());
+      for (RenditionSpec rendition : renditions) checkContainer(rendition.codec());
       SessionSettings sessionSettings =
           new SessionSettings(
               settings.input().getFileName().toString(),
@@ -42,18 +38,58 @@ final class TranscodeJob {
               settings.overlays(),
               settings.parallel(),
               settings.keyFrameSeconds(),
+              audioSettings(reader),
               ContactSheet.CELL_WIDTH);
-      try (Outputs outputs = new Outputs(source, renditions);
-          TranscodeSession session = new TranscodeSession(sessionSettings, outputs)) {
-        outputs.open();
-        return pump(reader, session, outputs);
+      MediaFeed feed = new MediaFeed(reader);
+      try (RenditionFiles files = new RenditionFiles(settings, source, renditions);
+          TranscodeSession session = new TranscodeSession(sessionSettings, files, feed)) {
+        files.open(session.audio(), feed);
+        return pump(reader, feed, session, files, source);
       }
+    }
+  }
+
+  /** Settles which streams are read; true when pictures are among them. */
+  private boolean selectStreams(MediaReader reader) throws HostException {
+    String name = settings.input() + ": ";
+    boolean sound = !settings.sounds().isEmpty();
+    if (sound && reader.audio() == null) throw new HostException(name + "no audio stream in it");
+    boolean wanted = settings.pictures() && settings.format().holdsPictures();
+    boolean pictures = wanted && reader.video() != null;
+    if (!pictures && !sound)
+      throw new HostException(name + (wanted ? "no video stream in it" : "nothing to do, neither pictures nor sound"));
+    if (!pictures && !settings.renditions().isEmpty())
+      throw new HostException(
+          name + (reader.video() == null ? "no video stream in it" : "its pictures are left out, --rendition cannot be"));
+    if (!sound) reader.ignore(MediaKind.AUDIO);
+    if (!pictures) reader.ignore(MediaKind.VIDEO);
+    return pictures;
+  }
+
+  private AudioSettings audioSettings(MediaReader reader) throws HostException {
+    if (settings.sounds().isEmpty()) return null;
+    checkSound(settings.input(), reader.audio());
+    return new AudioSettings(reader.audio(), settings.conversion(), settings.sounds());
+  }
+
+  private void checkContainer(VideoCodec codec) throws HostException {
+    if (!settings.format().holds(codec))
+      throw new HostException("--format " + settings.format().label() + " cannot hold " + codec.codecName);
+  }
+
+  /** Refuses sound that the session cannot take. */
+  static void checkSound(Path input, AudioStreamInfo source) throws HostException {
+    try (AudioSource tried = new AudioSource(source)) {
+      tried.codec();
+    } catch (HostException | MediaException e) {
+      throw new HostException(input + ": " + e.getMessage());
     }
   }
 
   /** The codec of a source that the session can take. */
   static VideoCodec checkSource(Path input, StreamInfo source) throws HostException {
     String name = input + ": ";
+    if (source == null) throw new HostException(name + "no video stream in it");
     if (source.width() > RenditionSpec.MAX_SIZE || source.height() > RenditionSpec.MAX_SIZE)
       throw new HostException(name + "pictures of " + source.width() + "x" + source.height() + " are too large");
     // The range variant names the same layout; all others would come out as empty pictures.
@@ -76,20 +112,20 @@ final class TranscodeJob {
             "overlay on=" + overlay.rendition() + ": there are only renditions 0 to " + (renditions - 1));
   }
 
-  private JobResult pump(MediaReader reader, TranscodeSession session, Outputs outputs)
+  private JobResult pump(
+      MediaReader reader, MediaFeed feed, TranscodeSession session, RenditionFiles files, StreamInfo source)
       throws HostException, IOException {
-    StreamInfo source = reader.info();
     long startNs = System.nanoTime();
-    Progress progress = progressOf.apply(source.durationMs());
+    Progress progress = progressOf.apply(source != null ? source.durationMs() : reader.audio().durationMs());
     long firstMs = Long.MIN_VALUE;
     long doneMs = 0;
-    long pictureMs = Math.round(1000 / source.frameRateOrDefault());
     try {
-      for (MediaPacket packet = reader.next(); packet != null; packet = reader.next()) {
+      for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
         if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
         if (packet.timecodeMs() - firstMs >= settings.maxMilliseconds()) break;
-        session.push(packet, outputs.times.assign(packet));
-        doneMs = Math.max(doneMs, packet.timecodeMs() - firstMs + pictureMs);
+        if (packet.kind() == MediaKind.VIDEO) session.push(packet, files.assign(packet));
+        else session.audio().push(packet, feed.following(MediaKind.AUDIO));
+        doneMs = Math.max(doneMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
         progress.update(doneMs, session.pictures());
       }
       session.drain();
@@ -97,117 +133,27 @@ final class TranscodeJob {
     } finally {
       progress.close();
     }
-    if (session.pictures() == 0) throw new HostException(settings.input() + ": no picture in it could be decoded");
-    outputs.finish(session);
+    if (source != null && session.pictures() == 0)
+      throw new HostException(settings.input() + ": no picture in it could be decoded");
+    if (session.audio() != null && session.audio().frames() == 0)
+      throw new HostException(settings.input() + ": no sound in it could be decoded");
+    files.finish(session);
     double wallSeconds = (System.nanoTime() - startNs) / 1e9;
     return new JobResult(
         settings,
         source,
-        outputs.results(),
+        session.audio() == null ? null : reader.audio(),
+        files.results(),
+        files.soundResults(),
         session.pictures(),
         doneMs,
         wallSeconds,
-        outputs.writeSheet(),
+        files.writeSheet(),
         session.log().lines());
   }
 
-  /** The files of all renditions and what the session sends to them. */
-  private final class Outputs implements SessionOutput, AutoCloseable {
-    private final TimecodeMap times = new TimecodeMap();
-    private final StreamInfo source;
-    private final List<RenditionSpec> renditions;
-    private final List<MediaWriter> writers = new ArrayList<>();
-    private final ContactSheet sheet;
-    private final long[] keyPictures;
-
-    Outputs(StreamInfo source, List<RenditionSpec> renditions) {
-      this.source = source;
-      this.renditions = renditions;
-      this.keyPictures = new long[renditions.size()];
-      this.sheet = settings.contactSheet() == null ? null : new ContactSheet(renditions);
-    }
-
-    /** Creates the files; called once the session stands, so that refused input leaves no trace. */
-    void open() throws HostException, IOException {
-      try {
-        Files.createDirectories(settings.directory());
-      } catch (IOException e) {
-        throw new HostException(settings.directory() + ": cannot be made a directory");
-      }
-      Set<Path> taken = new HashSet<>();
-      taken.add(settings.input().toAbsolutePath().normalize());
-      for (RenditionSpec spec : renditions) {
-        Path file = freeName(spec, taken);
-        writers.add(
-            MediaWriter.create(
-                file,
-                settings.format(),
-                spec.codec().codecName,
-                spec.width(),
-                spec.height(),
-                source.timeBase(),
-                source.frameRate()));
-      }
-    }
-
-    private Path freeName(RenditionSpec spec, Set<Path> taken) {
-      String name = settings.input().getFileName().toString();
-      int dot = name.lastIndexOf('.');
-      String stem = (dot > 0 ? name.substring(0, dot) : name) + "_" + spec.sizeText();
-      for (int i = 1; ; i++) {
-        Path file = settings.directory().resolve(stem + (i > 1 ? "_" + i : "") + "." + settings.format());
-        if (taken.add(file.toAbsolutePath().normalize())) return file;
-      }
-    }
-
-    @Override
-    public void packet(int rendition, TranscoderPacket packet) throws HostException, IOException {
-      boolean key = packet.frameType == RenditionRoad.FRAME_KEY;
-      if (key) keyPictures[rendition]++;
-      long pts = times.ptsOf(packet.timecode);
-      writers.get(rendition).write(packet.buffer, packet.offset, (int) packet.len, pts, key);
-    }
-
-    @Override
-    public boolean wantsPicture(int rendition, long timecode) {
-      return sheet != null && sheet.wants(rendition, timecode);
-    }
-
-    @Override
-    public void picture(int rendition, long timecode, TranscoderNativeVideoFrame picture) {
-      sheet.add(rendition, timecode, picture);
-    }
-
-    /** Completes all files, after a check that every picture that went in came out. */
-    void finish(TranscodeSession session) throws HostException, IOException {
-      for (int i = 0; i < writers.size(); i++) {
-        long in = session.encodedPictures(i);
-        long out = writers.get(i).packets();
-        if (in != out)
-          throw new HostException(
-              writers.get(i).target() + ": " + in + " pictures went to the encoder and " + out + " came back");
-      }
-      for (MediaWriter writer : writers) writer.finish();
-    }
-
-    List<JobResult.Rendition> results() {
-      List<JobResult.Rendition> results = new ArrayList<>();
-      for (int i = 0; i < writers.size(); i++) {
-        MediaWriter writer = writers.get(i);
-        results.add(
-            new JobResult.Rendition(
-                renditions.get(i), writer.target(), writer.packets(), keyPictures[i], writer.bytes()));
-      }
-      return results;
-    }
-
-    Path writeSheet() throws IOException {
-      return sheet != null && sheet.write(settings.contactSheet()) ? settings.contactSheet() : null;
-    }
-
-    @Override
-    public void close() {
-      for (MediaWriter writer : writers) writer.close();
-    }
+  private static long lengthMs(MediaReader reader, MediaPacket packet) {
+    if (packet.kind() == MediaKind.AUDIO) return reader.audio().timeBase().toMilliseconds(packet.duration());
+    return Math.round(1000 / reader.video().frameRateOrDefault());
   }
 }

@@ -39,13 +39,18 @@ final class TranscodeSession implements AutoCloseable {
   private final TranscoderNativeLong status = new TranscoderNativeLong();
   private final TranscoderNativeLong timecode = new TranscoderNativeLong();
   private final TranscoderNativeVideoDecodeFrameInfo frameInfo = new TranscoderNativeVideoDecodeFrameInfo();
+  private AudioRoad audio;
   private long[] targets = {};
   private long session;
   private long heldDecoderPicture = -1;
   private long pictures;
 
-  /** Opens a session ready for its first packet; nothing is left behind when that fails. */
-  TranscodeSession(SessionSettings settings, SessionOutput output) throws HostException {
+  /**
+   * Opens a session ready for its first packet; nothing is left behind when that fails. The form of sound is learnt
+   * from packets that lie ahead in `feed`, which may be null where there is no sound to do.
+   */
+  TranscodeSession(SessionSettings settings, SessionOutput output, MediaFeed feed)
+      throws HostException, MediaException {
     this.settings = settings;
     this.output = output;
     this.log = new SessionLog("host/transcode/" + settings.name());
@@ -54,7 +59,9 @@ final class TranscodeSession implements AutoCloseable {
     if (session == 0) throw new HostException("no transcoder session could be made");
     boolean ready = false;
     try {
-      wire();
+      initInstance(session);
+      if (settings.codec() != null) wirePictures();
+      if (settings.audio() != null) audio = new AudioRoad(this, settings.audio(), feed, this::context);
       ready = true;
     } finally {
       if (!ready) close();
@@ -64,6 +71,16 @@ final class TranscodeSession implements AutoCloseable {
   /** The native session's number; valid until {@link #close}. */
   long handle() {
     return session;
+  }
+
+  /** The stream's name. */
+  String name() {
+    return settings.name();
+  }
+
+  /** The audio side, null when sound is left out. */
+  AudioRoad audio() {
+    return audio;
   }
 
   /** What was logged so far. */
@@ -95,8 +112,13 @@ final class TranscodeSession implements AutoCloseable {
     }
   }
 
-  /** Hands out the packets that encoders still hold. */
+  /** Ends the stream: hands out all that encoders still hold. */
   void drain() throws HostException, IOException {
+    collect();
+    if (audio != null) audio.drain();
+  }
+
+  private void collect() throws HostException, IOException {
     for (RenditionRoad road : roads) road.collect();
   }
 
@@ -107,12 +129,12 @@ final class TranscodeSession implements AutoCloseable {
     if (heldDecoderPicture >= 0) videoDecoderBufferRelease(session, heldDecoderPicture);
     heldDecoderPicture = -1;
     log.fetch(session);
+    if (audio != null) audio.close();
     destroyInstance(session);
     session = 0;
   }
 
-  private void wire() throws HostException {
-    initInstance(session);
+  private void wirePictures() throws HostException {
     wireDecoder();
     boolean placement = settings.renditions().stream().anyMatch(RenditionSpec::needsPlacement);
     check(videoScalerCreate(session, FOURCC_YV12, BIT_DEPTH), "scaler");
@@ -175,7 +197,7 @@ final class TranscodeSession implements AutoCloseable {
   private long allocateDecoderPicture() throws HostException, IOException {
     long index = videoDecoderBufferAllocate(session);
     if (index >= 0) return index;
-    drain();
+    collect();
     index = videoDecoderBufferAllocate(session);
     if (index < 0) throw new HostException("all pictures of the decoder are taken");
     return index;

@@ -23,16 +23,24 @@ class ContainerTest {
     NativeLibraries.loadMedia();
   }
 
+  private static MediaWriter small(Path file, String format, String codec) throws MediaException {
+    Rational ms = new Rational(1, 1000);
+    OutputTrack track = new OutputTrack.Video(codec, new byte[0], ms, 64, 64, new Rational(0, 1));
+    return MediaWriter.create(file, format, List.of(track), false);
+  }
+
   /** Copies a file packet by packet; the packets' count. */
   private static int copy(Path from, Path to, String format) throws IOException {
     int packets = 0;
     try (MediaReader reader = MediaReader.open(from)) {
-      StreamInfo info = reader.info();
-      try (MediaWriter writer =
-          MediaWriter.create(
-              to, format, info.codecName(), info.width(), info.height(), info.timeBase(), info.frameRate())) {
+      StreamInfo info = reader.video();
+      OutputTrack track =
+          new OutputTrack.Video(
+              info.codecName(), new byte[0], info.timeBase(), info.width(), info.height(), info.frameRate());
+      try (MediaWriter writer = MediaWriter.create(to, format, List.of(track), false)) {
         for (MediaPacket packet = reader.next(); packet != null; packet = reader.next(), packets++)
-          writer.write(packet.data(), 0, packet.data().length, packet.pts(), packet.key());
+          writer.write(
+              0, OutputPacket.inOrder(packet.data(), 0, packet.data().length, packet.pts(), packet.key()));
         writer.finish();
       }
     }
@@ -44,7 +52,7 @@ class ContainerTest {
     Path plain = Clips.testPicture(folder.resolve("told.webm"), "322x182", "30000/1001", 31, "");
     Path clip = Files.copy(plain, folder.resolve("t\u00f6ld \u96ea.webm"));
     try (MediaReader reader = MediaReader.open(clip)) {
-      StreamInfo info = reader.info();
+      StreamInfo info = reader.video();
       assertEquals("vp8", info.codecName());
       assertEquals(322, info.width());
       assertEquals(182, info.height());
@@ -82,9 +90,9 @@ class ContainerTest {
   @Test
   void timesThatDoNotGrowAreMoved() throws Exception {
     Path file = folder.resolve("stuck.webm");
-    Rational ms = new Rational(1, 1000);
-    try (MediaWriter writer = MediaWriter.create(file, "webm", "vp8", 64, 64, ms, new Rational(0, 1))) {
-      for (long pts : new long[] {0, 40, 40, 20, 80}) writer.write(new byte[] {0, 1, 2}, 0, 3, pts, pts == 0);
+    try (MediaWriter writer = small(file, "webm", "vp8")) {
+      for (long pts : new long[] {0, 40, 40, 20, 80})
+        writer.write(0, OutputPacket.inOrder(new byte[] {0, 1, 2}, 0, 3, pts, pts == 0));
       writer.finish();
     }
     assertEquals(List.of("0.000000", "0.040000", "0.041000", "0.042000", "0.080000"), Clips.times(file));
@@ -93,11 +101,12 @@ class ContainerTest {
   @Test
   void anUnfinishedFileLeavesNothing() throws Exception {
     Path file = folder.resolve("unfinished.webm");
-    Rational ms = new Rational(1, 1000);
-    try (MediaWriter writer = MediaWriter.create(file, "webm", "vp8", 64, 64, ms, new Rational(0, 1))) {
-      writer.write(new byte[] {1}, 0, 1, 0, true);
-      assertThrows(MediaException.class, () -> writer.write(new byte[4], 2, 3, 40, false));
-      assertThrows(MediaException.class, () -> writer.write(new byte[4], -1, 3, 40, false));
+    try (MediaWriter writer = small(file, "webm", "vp8")) {
+      writer.write(0, OutputPacket.inOrder(new byte[] {1}, 0, 1, 0, true));
+      for (int offset : new int[] {2, -1}) {
+        OutputPacket outside = OutputPacket.inOrder(new byte[4], offset, 3, 40, false);
+        assertThrows(MediaException.class, () -> writer.write(0, outside));
+      }
     }
     assertTrue(Clips.namesIn(folder).stream().noneMatch(name -> name.startsWith("unfinished")));
   }
@@ -110,12 +119,11 @@ class ContainerTest {
       String message = assertThrows(MediaException.class, () -> MediaReader.open(bad)).getMessage();
       assertTrue(message.startsWith(bad.toString()) && !message.contains("\n"), message);
     }
-    Rational ms = new Rational(1, 1000);
     Path nowhere = folder.resolve("no/such/folder/a.webm");
-    assertThrows(MediaException.class, () -> MediaWriter.create(nowhere, "webm", "vp8", 64, 64, ms, ms));
+    assertThrows(MediaException.class, () -> small(nowhere, "webm", "vp8"));
     Path wrong = folder.resolve("wrong.ivf");
-    assertThrows(MediaException.class, () -> MediaWriter.create(wrong, "ivf", "h263", 64, 64, ms, ms));
-    assertThrows(MediaException.class, () -> MediaWriter.create(wrong, "ivf", "nonsense", 64, 64, ms, ms));
+    assertThrows(MediaException.class, () -> small(wrong, "ivf", "h263"));
+    assertThrows(MediaException.class, () -> small(wrong, "ivf", "nonsense"));
   }
 
   @Test

@@ -12,7 +12,7 @@ class TimeTest {
   }
 
   private static MediaPacket packet(StreamInfo stream, long pts) {
-    return new MediaPacket(new byte[0], pts, stream.toMilliseconds(pts), false);
+    return new MediaPacket(MediaKind.VIDEO, new byte[0], pts, stream.toMilliseconds(pts), 0, 0, 0, false);
   }
 
   @Test

@@ -7,6 +7,7 @@ import java.lang.reflect.Array;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Set;
+import org.junit.jupiter.api.Assumptions;
 import org.junit.jupiter.api.Test;
 
 /** A server whose model classes lack something: a number comes back, and no exception. */
@@ -71,6 +72,17 @@ class MissingFieldsTest {
     assertEquals(0L, variant.call("videoEncoderGetParameterValues", session, encoder, array));
     assertEquals(0, Variant.get(value, "dataType"), "untouched");
     variant.call("destroyInstance", session);
+  }
+
+  @Test
+  void resamplerParametersWithoutMasks() throws Exception {
+    Variant variant = without("TranscoderNativeAudioResamplerParameters");
+    long session = session(variant);
+    Object parameters = variant.make("model.TranscoderNativeAudioResamplerParameters");
+    boolean there = (Long) variant.call("audioDecoderCreate", session, 0, 7, 0, null) == 0;
+    assertEquals(-1L, variant.call("audioDecoderAddAudioResampler", session, parameters));
+    variant.call("destroyInstance", session);
+    Assumptions.assumeTrue(there, "skipped: no A-law in this build");
   }
 
   @Test

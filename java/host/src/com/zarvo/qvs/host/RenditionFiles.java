@@ -1,0 +1,196 @@
+package com.zarvo.qvs.host;
+
+import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
+import com.zarvo.qvs.transcoder.model.TranscoderPacket;
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.HashSet;
+import java.util.List;
+import java.util.Set;
+
+/**
+ * The files of all renditions and what the session sends to them. Each video rendition has a file, which takes all
+ * audio renditions that its container can hold; an audio rendition that no such file took has one of its own.
+ */
+final class RenditionFiles implements SessionOutput, AutoCloseable {
+  private static final int PICTURE_TRACK = 0;
+
+  private final JobSettings settings;
+  private final StreamInfo source;
+  private final List<RenditionSpec> renditions;
+  private final TimecodeMap times = new TimecodeMap();
+  private final List<MediaWriter> writers = new ArrayList<>();
+  private final List<AudioOutput> sounds = new ArrayList<>();
+  private final List<List<Path>> soundFiles = new ArrayList<>();
+  private final Set<Path> taken = new HashSet<>();
+  private final ContactSheet sheet;
+  private final long[] keyPictures;
+
+  /** `renditions` is empty and `source` not used where pictures are left out. */
+  RenditionFiles(JobSettings settings, StreamInfo source, List<RenditionSpec> renditions) {
+    this.settings = settings;
+    this.source = source;
+    this.renditions = renditions;
+    this.keyPictures = new long[renditions.size()];
+    this.sheet = settings.contactSheet() == null || renditions.isEmpty() ? null : new ContactSheet(renditions);
+  }
+
+  /** Creates the files; called once the session stands, so that refused input leaves no trace. */
+  void open(AudioRoad audio, MediaFeed feed) throws HostException, IOException {
+    try {
+      Files.createDirectories(settings.directory());
+    } catch (IOException e) {
+      throw new HostException(settings.directory() + ": cannot be made a directory");
+    }
+    taken.add(settings.input().toAbsolutePath().normalize());
+    MediaPacket firstPicture = renditions.isEmpty() ? null : feed.peek(MediaKind.VIDEO, 0);
+    boolean keepTimes = firstPicture == null || firstPicture.timecodeMs() >= 0;
+    if (audio != null) prepareSounds(audio, feed, keepTimes);
+    for (RenditionSpec spec : renditions) openPictures(spec, keepTimes && audio != null);
+    for (int i = 0; i < sounds.size(); i++) if (soundFiles.get(i).isEmpty()) openSound(i, keepTimes);
+  }
+
+  private void prepareSounds(AudioRoad audio, MediaFeed feed, boolean keepTimes) throws HostException, IOException {
+    MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
+    for (int i = 0; i < audio.renditions(); i++) {
+      AudioRenditionRoad road = audio.rendition(i);
+      int rate = road.spec().sampleRate();
+      long audible = audio.clock().originSamples(rate) + audio.atRate(first.paddingStart(), rate);
+      if (keepTimes) audible = Math.max(0, audible);
+      sounds.add(new AudioOutput(road.spec(), audio.clock(), audible, road.headers()));
+      soundFiles.add(new ArrayList<>());
+    }
+  }
+
+  private void openPictures(RenditionSpec spec, boolean keepTimes) throws MediaException {
+    Container container = settings.format();
+    List<OutputTrack> tracks = new ArrayList<>();
+    tracks.add(
+        new OutputTrack.Video(
+            spec.codec().codecName, new byte[0], source.timeBase(), spec.width(), spec.height(), source.frameRate()));
+    List<AudioOutput> held = sounds.stream().filter(sound -> container.holds(sound.spec().codec())).toList();
+    for (AudioOutput sound : held) tracks.add(sound.track());
+    MediaWriter writer =
+        MediaWriter.create(freeName(spec.sizeText(), container), container.muxer, tracks, keepTimes);
+    writers.add(writer);
+    for (int i = 0; i < held.size(); i++) connect(held.get(i), writer, i + 1);
+  }
+
+  private void openSound(int index, boolean keepTimes) throws MediaException {
+    AudioOutput sound = sounds.get(index);
+    Container container = settings.format().forSoundAlone(sound.spec().codec());
+    Path file = freeName(sound.spec().nameText(), container);
+    MediaWriter writer = MediaWriter.create(file, container.muxer, List.of(sound.track()), keepTimes);
+    writers.add(writer);
+    connect(sound, writer, 0);
+  }
+
+  private void connect(AudioOutput sound, MediaWriter writer, int track) {
+    sound.addSink(packet -> writer.write(track, packet));
+    soundFiles.get(sounds.indexOf(sound)).add(writer.target());
+  }
+
+  private Path freeName(String what, Container container) {
+    String name = settings.input().getFileName().toString();
+    int dot = name.lastIndexOf('.');
+    String stem = (dot > 0 ? name.substring(0, dot) : name) + "_" + what;
+    for (int i = 1; ; i++) {
+      Path file = settings.directory().resolve(stem + (i > 1 ? "_" + i : "") + "." + container.label());
+      if (taken.add(file.toAbsolutePath().normalize())) return file;
+    }
+  }
+
+  /** The timecode under which a picture goes through the session. */
+  long assign(MediaPacket picture) {
+    return times.assign(picture);
+  }
+
+  @Override
+  public void packet(int rendition, TranscoderPacket packet) throws HostException, IOException {
+    boolean key = packet.frameType == RenditionRoad.FRAME_KEY;
+    if (key) keyPictures[rendition]++;
+    long pts = times.ptsOf(packet.timecode);
+    writers
+        .get(rendition)
+        .write(PICTURE_TRACK, OutputPacket.inOrder(packet.buffer, packet.offset, (int) packet.len, pts, key));
+  }
+
+  @Override
+  public void audioPacket(int rendition, TranscoderPacket packet) throws HostException, IOException {
+    sounds.get(rendition).add(packet);
+  }
+
+  @Override
+  public boolean audioEnds(int rendition, long endSamples) {
+    sounds.get(rendition).drainTo(endSamples);
+    return !sounds.get(rendition).isComplete();
+  }
+
+  @Override
+  public boolean audioIsComplete(int rendition) {
+    return sounds.get(rendition).isComplete();
+  }
+
+  @Override
+  public boolean wantsPicture(int rendition, long timecode) {
+    return sheet != null && sheet.wants(rendition, timecode);
+  }
+
+  @Override
+  public void picture(int rendition, long timecode, TranscoderNativeVideoFrame picture) {
+    sheet.add(rendition, timecode, picture);
+  }
+
+  /** Completes all files, after a check that every picture that went in came out, and some of every sound. */
+  void finish(TranscodeSession session) throws HostException, IOException {
+    for (int i = 0; i < renditions.size(); i++) {
+      long in = session.encodedPictures(i);
+      long out = writers.get(i).packets(PICTURE_TRACK);
+      if (in != out)
+        throw new HostException(
+            writers.get(i).target() + ": " + in + " pictures went to the encoder and " + out + " came back");
+    }
+    for (int i = 0; i < sounds.size(); i++) {
+      AudioOutput sound = sounds.get(i);
+      if (sound.packets() == 0 || !sound.isComplete())
+        throw new HostException(soundFiles.get(i).get(0) + ": its sound is not whole");
+    }
+    for (MediaWriter writer : writers) writer.finish();
+  }
+
+  List<JobResult.Rendition> results() {
+    List<JobResult.Rendition> results = new ArrayList<>();
+    for (int i = 0; i < renditions.size(); i++) {
+      MediaWriter writer = writers.get(i);
+      results.add(
+          new JobResult.Rendition(
+              renditions.get(i),
+              writer.target(),
+              writer.packets(PICTURE_TRACK),
+              keyPictures[i],
+              writer.bytes(PICTURE_TRACK)));
+    }
+    return results;
+  }
+
+  List<JobResult.Sound> soundResults() {
+    List<JobResult.Sound> results = new ArrayList<>();
+    for (int i = 0; i < sounds.size(); i++) {
+      AudioOutput sound = sounds.get(i);
+      results.add(new JobResult.Sound(sound.spec(), soundFiles.get(i), sound.packets(), sound.bytes()));
+    }
+    return results;
+  }
+
+  Path writeSheet() throws IOException {
+    return sheet != null && sheet.write(settings.contactSheet()) ? settings.contactSheet() : null;
+  }
+
+  @Override
+  public void close() {
+    for (MediaWriter writer : writers) writer.close();
+    for (AudioOutput sound : sounds) sound.close();
+  }
+}

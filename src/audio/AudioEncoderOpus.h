@@ -1,0 +1,65 @@
+#pragma once
+
+#include <opus.h>
+
+#include <memory>
+#include <vector>
+
+#include "audio/AudioEncoderBase.h"
+#include "audio/AudioFrameAssembler.h"
+
+namespace qvs {
+
+/// Opus by libopus: an identification header as in Ogg, then bare packets of 20 ms, mono or stereo.
+///
+/// A packet's timecode is that of its first sample of input. The codec looks ahead: what a decoder gives from
+/// a packet lies `lookahead` samples (6.5 ms) before the packet's own input, so that a packet's sound starts
+/// at its timecode less the lookahead. A container that keeps a pre-skip (Ogg, WebM, MP4) takes it there, and
+/// the sound is in place; the header names it where key 190001 asks for that, else it says 0.
+///
+/// Keys: 190000 (double) `gain`, dB, for the header; 190001 (long) `preSkip`: set to non-zero before
+/// `initialize`, the header carries the pre-skip; get gives its samples at 48 kHz, 0 until the encoder is
+/// open.
+class AudioEncoderOpus : public AudioEncoderBase {
+ public:
+  static constexpr uint32_t kCodec = 12;
+  static constexpr uint32_t kKeyGain = 190000;
+  static constexpr uint32_t kKeyPreSkip = 190001;
+
+  AudioEncoderOpus() { codec = kCodec; }
+  ~AudioEncoderOpus() override;
+
+  using AudioEncoderBase::getParameterValue;
+  using AudioEncoderBase::setParameterValue;
+
+  uint32_t initialize() override;
+  uint32_t getHeaders(std::vector<AudioFrameEncoded>& out) override;
+  uint32_t addSampleBuffer(AudioSampleBuffer* buffer, std::vector<AudioFrameEncoded>& out) override;
+  uint32_t close() override;
+  uint32_t setParameterValue(uint32_t key, int64_t value) override;
+  uint32_t setParameterValue(uint32_t key, double value) override;
+  uint32_t getParameterValueType(uint32_t key, uint32_t* arrayLength) override;
+  uint32_t getParameterValue(uint32_t key, int64_t* value) override;
+  uint32_t getParameterValue(uint32_t key, double* value) override;
+
+ private:
+  struct Destroy {
+    void operator()(OpusEncoder* encoder) const { opus_encoder_destroy(encoder); }
+  };
+
+  void openEncoder();
+  void addHeader();
+  void encode(const AudioFrameAssembler::Frame& frame, std::vector<AudioFrameEncoded>& out);
+  void closeEncoder();
+
+  double sampleDuration = 20.0;            ///< ms of a packet
+  std::vector<AudioFrameEncoded> headers;  ///< owned
+  AudioFrameAssembler assembler;
+  std::unique_ptr<OpusEncoder, Destroy> encoder;
+  std::unique_ptr<uint8_t[]> bufferFrame;  ///< one packet
+  double gain = 0.0;                       ///< dB
+  uint32_t preSkip = 0;                    ///< samples at 48 kHz
+  bool preSkipInHeader = false;
+};
+
+}  // namespace qvs

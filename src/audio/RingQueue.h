@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace qvs {
+
+/// First in, first out. Keeps its memory, so that a queue of steady length never allocates.
+template <typename Value>
+class RingQueue {
+ public:
+  bool empty() const { return count == 0; }
+  size_t size() const { return count; }
+  /// Of the queue that isn't empty.
+  Value& front() { return slots[head]; }
+
+  void push(Value value) {
+    if (count == slots.size()) grow();
+    slots[(head + count) & (slots.size() - 1)] = std::move(value);
+    ++count;
+  }
+
+  /// Of the queue that isn't empty; what the value holds is released now.
+  void pop() {
+    slots[head] = Value{};
+    head = (head + 1) & (slots.size() - 1);
+    --count;
+  }
+
+  void clear() {
+    while (!empty()) pop();
+  }
+
+ private:
+  void grow() {
+    std::vector<Value> larger(slots.empty() ? 8 : slots.size() * 2);
+    for (size_t i = 0; i < count; ++i) larger[i] = std::move(slots[(head + i) & (slots.size() - 1)]);
+    slots = std::move(larger);
+    head = 0;
+  }
+
+  std::vector<Value> slots;  ///< a power of two
+  size_t head = 0;
+  size_t count = 0;
+};
+
+}  // namespace qvs

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "video/decoders/NalUnitSplicer.h"
+#include "video/decoders/VideoDecoderBufferStream.h"
+
+namespace qvs {
+
+enum : uint32_t {
+  HEVCVD_MV_PRECISION_QUARTER = 0,
+  HEVCVD_MV_PRECISION_HALF = 1,
+  HEVCVD_MV_PRECISION_FULL = 2,
+};
+
+/// H.265 as containers hold it. The back end takes its parameter sets with the first key frame.
+class VideoDecoderH265 : public VideoDecoderBufferStream {
+ public:
+  static constexpr uint32_t kCodec = 12;
+
+  VideoDecoderH265();
+
+  uint32_t decodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) override;
+  uint32_t addFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
+                    uint32_t frameType) override;
+
+ protected:
+  bufstream_tt* createBackEnd(callbacks_t* callbacks) override;
+  void readDisplaySize(const mc_seq_params_ex_t& info, uint32_t* width, uint32_t* height) const override;
+  std::string describeAspect(const mc_seq_params_ex_t& info) const override;
+  std::span<const Parameter> codecParameters() override { return parameters; }
+
+ private:
+  void decodeHVCC(const uint8_t* record, uint32_t len);
+  void storeSet(uint32_t type, const uint8_t* set, uint32_t len);
+  void setUp();
+
+  uint32_t nalUnitLen = 4;  ///< bytes of a length prefix
+  int maxTemporalLayer = 8;
+  uint32_t loop_filter = 1;
+  uint32_t output_8bit = 0;  ///< this, dpb_size and ec are kept and not sent
+  uint32_t mv_precision = HEVCVD_MV_PRECISION_QUARTER;
+  uint32_t dpb_size = 0;
+  uint32_t ec = 0;
+  NalUnitSplicer splicer;
+  std::array<Parameter, 6> parameters;
+};
+
+}  // namespace qvs

@@ -1,0 +1,245 @@
+#include "video/encoders/VideoEncoderH264.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "frames/VideoFrameBuffer.h"
+#include "log/ILogger.h"
+#include "log/MainConceptCallbacks.h"
+#include "platform/Guard.h"
+
+namespace qvs {
+
+namespace {
+
+constexpr uint64_t kTimeUnitsPerMs = 10000;  // 100 ns
+constexpr double kTimeUnitsPerSecond = 1e7;
+constexpr uint32_t kFrameTypeKey = 1;
+constexpr int64_t kBitRateModeVariable = H264_VBR;
+constexpr int32_t kCpuAll = -1;
+constexpr int32_t kPictureRefused = 1;
+constexpr uint32_t kCheckOptions = 3;
+
+struct Rates {
+  int32_t target, peak, buffer;
+};
+
+Rates ratesOf(uint32_t bitrate) {
+  const auto field = [](uint64_t value) {
+    return static_cast<int32_t>(std::min<uint64_t>(value, std::numeric_limits<int32_t>::max()));
+  };
+  const uint64_t peak = uint64_t{bitrate} * 110 / 100;
+  return {field(bitrate), field(peak), field(peak * 2)};
+}
+
+struct DefaultMark {
+  uint32_t key;
+  int64_t value;
+};
+/// No B pictures, no delay, IDR pictures by request alone.
+constexpr DefaultMark kDefaultMarks[] = {
+    {10001, H264_LEVEL_AUTO},
+    {10002, 0},
+    {10003, 1},
+    {10004, H264_PROGRESSIVE},
+    {10063, 0},
+    {10066, 0},
+    {10080, 0},
+    {10085, 0},
+    {10092, 1},
+    {10093, 0},
+    {10094, 1},
+    {VideoEncoderH264::kKeyForceIdr, 1},
+    {VideoEncoderH264::kKeyMaintainOriginPTS, 1},
+};
+
+}  // namespace
+
+VideoEncoderH264::VideoEncoderH264() {
+  codec = kCodec;
+  init_callbacks(callbacks);
+}
+
+VideoEncoderH264::~VideoEncoderH264() {
+  guarded("VideoEncoderH264::destructor", [&] { closeLibrary(); });
+}
+
+void VideoEncoderH264::closeLibrary() {
+  worker.reset();
+  if (v_encoder == nullptr) return;
+  h264OutVideoDone(v_encoder, 0);
+  h264OutVideoFree(std::exchange(v_encoder, nullptr));
+  bufferStream.close();
+}
+
+uint32_t VideoEncoderH264::setDefaults(int32_t videoType, int32_t pal) {
+  video_type = videoType;
+  PAL = pal;
+  for (const DefaultMark& row : kDefaultMarks) mark(row.key, row.value);
+  return kSuccess;
+}
+
+uint32_t VideoEncoderH264::setFrameSize(uint32_t frameWidth, uint32_t frameHeight) {
+  width = frameWidth;
+  height = frameHeight;
+  return kSuccess;
+}
+
+uint32_t VideoEncoderH264::setFrameRate(double rate) {
+  const double duration = std::ceil(0.5 + kTimeUnitsPerSecond / rate);
+  if (!(rate > 0) || !(duration < 1e18)) return kFailure;
+  frameRate = rate;
+  timePerFrame = static_cast<uint64_t>(duration);
+  return kSuccess;
+}
+
+uint32_t VideoEncoderH264::setBitrate(uint32_t value) {
+  bitrate = value;
+  const Rates rates = ratesOf(value);
+  mark(kKeyBitRateMode, kBitRateModeVariable);
+  mark(kKeyBitRate, rates.target);
+  mark(kKeyMaxBitRate, rates.peak);
+  mark(kKeyBitRateBufferSize, rates.buffer);
+  return kSuccess;
+}
+
+uint32_t VideoEncoderH264::updateBitrate(uint32_t value) {
+  return guarded("VideoEncoderH264::updateBitrate", [&]() -> uint32_t {
+    waitForWorker();
+    bitrate = value;
+    const Rates rates = ratesOf(value);
+    v_settings->bit_rate = rates.target;
+    v_settings->max_bit_rate = rates.peak;
+    v_settings->bit_rate_buffer_size = rates.buffer;
+    if (v_encoder == nullptr) return kFailure;
+    h264OutVideoChkSettings(&callbacks, v_settings, kCheckOptions, nullptr);
+    return static_cast<uint32_t>(h264OutVideoUpdateSettings(v_encoder, v_settings));
+  });
+}
+
+uint32_t VideoEncoderH264::applyParameters() {
+  return guarded("VideoEncoderH264::applyParameters", [&]() -> uint32_t {
+    waitForWorker();
+    const auto interlaceMode = static_cast<int32_t>(valueOf(kKeyInterlaceMode, 0));
+    h264OutVideoDefaultSettings(v_settings, video_type, static_cast<int32_t>(width),
+                                static_cast<int32_t>(height), interlaceMode, &callbacks);
+    v_settings->frame_rate = frameRate;
+    performance_level = static_cast<int32_t>(valueOf(kKeyPerformance, -1));
+    if (performance_level >= 0) h264OutVideoPerformance(v_settings, 0, performance_level, 0, &callbacks);
+    v_settings->hrd_preview = 0;
+    localApplyParameters();
+    bufferStream.setIsBFrames(v_settings->reordering_delay > 1);
+    bufferStream.setReorderDelay(v_settings->reordering_delay);
+    bufferStream.setMaintainOriginPTS(static_cast<uint8_t>(valueOf(kKeyMaintainOriginPTS, 1) != 0));
+    const int32_t result = h264OutVideoChkSettings(&callbacks, v_settings, kCheckOptions, nullptr);
+    warn(fmt::format("VideoEncoderH264.initialize[{{context}}]: h264OutVideoChkSettings result: {}", result)
+             .c_str());
+    return kSuccess;
+  });
+}
+
+void VideoEncoderH264::warn(const char* text) const {
+  getLogger()->warn(kLogContextVideoEncoder, static_cast<int>(sessionIndex), text);
+}
+
+uint32_t VideoEncoderH264::initialize() {
+  return guarded("VideoEncoderH264::initialize", [&]() -> uint32_t {
+    closeLibrary();
+    flushed = refusalTold = false;
+    if (!openLibrary()) return kFailure;
+    if (asynchronous != 0) {
+      worker = std::make_unique<EncodeWorker<Job>>(
+          [this](const Job& job) { guarded("VideoEncoderH264::addFrame", [&] { encode(job); }); });
+    }
+    return kSuccess;
+  });
+}
+
+bool VideoEncoderH264::openLibrary() {
+  const uint64_t need = uint64_t{width} * height * 3 / 2 + 256;
+  if (need > std::numeric_limits<uint32_t>::max()) {
+    warn("VideoEncoderH264.initialize[{context}]: h264OutVideoNew failed: ");
+    return false;
+  }
+  if (bufferStream.getBufferSize() < need) bufferStream.setBufferSize(static_cast<uint32_t>(need));
+  v_encoder = h264OutVideoNew(&callbacks, v_settings, 0, kCpuAll, 0, 0);
+  if (v_encoder == nullptr) {
+    warn("VideoEncoderH264.initialize[{context}]: h264OutVideoNew failed: ");
+    return false;
+  }
+  if (h264OutVideoInit(v_encoder, bufferStream.getStream(), 0, nullptr) != 0) {
+    warn("VideoEncoderH264.initialize[{context}]: h264OutVideoInit failed: ");
+    return false;
+  }
+  return true;
+}
+
+uint32_t VideoEncoderH264::addFrame(VideoFrameBuffer& frame, uint32_t frameType, uint64_t timecode) {
+  return guarded("VideoEncoderH264::addFrame", [&]() -> uint32_t {
+    if (v_encoder == nullptr || flushed) return kFailure;
+    frame.transferToSystemMemory();
+    Job job;
+    job.picture = frame.getFrame();
+    job.frameType = frameType != 0 ? frameType : frame.getFrameType();
+    job.timecode = timecode;
+    if (worker) {
+      job.hold = frame.getBufferAllocation();
+      worker->submit(std::move(job));
+    } else {
+      encode(job);
+    }
+    return kSuccess;
+  });
+}
+
+void VideoEncoderH264::encode(const Job& job) {
+  ++frameCount;
+  mc_sample_info_struct_t times{};
+  times.rtStart = static_cast<int64_t>(job.timecode * kTimeUnitsPerMs);
+  times.rtStop = static_cast<int64_t>(job.timecode * kTimeUnitsPerMs + timePerFrame);
+  const bool forceIdr = job.frameType == kFrameTypeKey && valueOf(kKeyForceIdr, 1) != 0;
+  mc_enc_option_t options[3] = {{EXT_OPT_PARAM_TIMESTAMPS, &times}};
+  if (forceIdr) options[1].option_id = EXT_OPT_PARAM_FORCE_IDR;
+  bufferStream.addFrameTimecode(static_cast<uint64_t>(times.rtStart));
+  const frame_tt& picture = job.picture;
+  const int32_t result = h264OutVideoPutFrame(v_encoder, picture.plane, picture.stride, picture.width,
+                                              picture.height, picture.four_cc, options);
+  if (result == kPictureRefused) refuse(picture);
+}
+
+void VideoEncoderH264::refuse(const frame_tt& picture) {
+  bufferStream.dropFrameTimecode();  // else later units would get the times of earlier frames
+  if (refusalTold) return;
+  refusalTold = true;
+  warn(fmt::format("VideoEncoderH264.addFrame[{{context}}]: Frame is not a 4:2:0 picture of {}x{}: {}x{}",
+                   v_settings->def_horizontal_size, v_settings->def_vertical_size, picture.width,
+                   picture.height)
+           .c_str());
+}
+
+void VideoEncoderH264::flush() {
+  waitForWorker();
+  if (v_encoder == nullptr || flushed) return;
+  flushed = true;
+  h264OutVideoDone(v_encoder, 0);
+}
+
+void VideoEncoderH264::waitForWorker() const {
+  if (worker) worker->wait();
+}
+
+uint32_t VideoEncoderH264::getEncodedFrameCount() {
+  waitForWorker();
+  return bufferStream.getEncodedFrameCount();
+}
+
+uint32_t VideoEncoderH264::getEncodedFrames(std::vector<VideoFrameEncoded>& out) {
+  waitForWorker();
+  return bufferStream.getEncodedFrames(out);
+}
+
+}  // namespace qvs

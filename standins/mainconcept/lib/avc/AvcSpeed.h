@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+namespace qvs::mc {
+
+/// How one speed level is made.
+struct AvcSpeed {
+  static constexpr int32_t kLast = 15;
+  static constexpr int32_t kDefault = 4;
+
+  const char* preset;  ///< of libx264
+  double cost;         ///< CPU time against the default level, measured
+
+  /// The nearest level's row.
+  static const AvcSpeed& ofLevel(int32_t level);
+};
+
+}  // namespace qvs::mc

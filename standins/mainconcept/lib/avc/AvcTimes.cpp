@@ -1,0 +1,20 @@
+#include "avc/AvcTimes.h"
+
+#include <algorithm>
+
+namespace qvs::mc {
+
+int64_t AvcTimes::decoding(int64_t number) {
+  if (!decided) {
+    decided = true;
+    leading = std::max<int64_t>(0, -number);
+    first = times[0];
+    second = times[1];
+    squeezed = first < leading * (second - first);
+  }
+  if (number > 0 || leading == 0) return presentation(number);
+  const int64_t step = second - first;
+  return squeezed ? first + step * (number + leading) / (leading + 1) : first + step * number;
+}
+
+}  // namespace qvs::mc

@@ -1,0 +1,161 @@
+#include "video/AvcHeader.h"
+
+#include <algorithm>
+#include <iterator>
+#include <vector>
+
+#include "video/BitReader.h"
+#include "video/StartCodes.h"
+
+namespace qvs::mc {
+
+namespace {
+
+constexpr uint32_t kNalSps = 7;
+constexpr uint32_t kNalPps = 8;
+constexpr uint32_t kExtendedSar = 255;
+constexpr uint32_t kMacroblocksMax = 1024;  ///< to a side: 16384 pixels
+
+constexpr uint8_t kSampleAspects[][2] = {{0, 0},   {1, 1},    {12, 11}, {10, 11}, {16, 11}, {40, 33},
+                                         {24, 11}, {20, 11},  {32, 11}, {80, 33}, {18, 11}, {15, 11},
+                                         {64, 33}, {160, 99}, {4, 3},   {3, 2},   {2, 1}};
+
+// Profiles whose sets carry chroma format, bit depths and scaling lists.
+constexpr uint32_t kHighProfiles[] = {100, 110, 122, 244, 44, 83, 86, 118, 128, 138, 139, 134, 135};
+
+/// The unit's bytes without those that only prevent start codes.
+std::vector<uint8_t> payloadOf(const uint8_t* bytes, size_t size) {
+  std::vector<uint8_t> payload;
+  payload.reserve(size);
+  uint32_t zeros = 0;
+  for (size_t i = 0; i < size; ++i) {
+    if (zeros >= 2 && bytes[i] == 3) {
+      zeros = 0;
+      continue;
+    }
+    zeros = bytes[i] == 0 ? zeros + 1 : 0;
+    payload.push_back(bytes[i]);
+  }
+  return payload;
+}
+
+void skipScalingList(BitReader& reader, uint32_t count) {
+  int32_t last = 8, next = 8;
+  for (uint32_t i = 0; i < count; ++i) {
+    if (next != 0) next = (last + reader.signedGolomb() % 256 + 256) % 256;
+    if (next != 0) last = next;
+  }
+}
+
+/// Gives chroma_format_idc.
+uint32_t readHighProfilePart(BitReader& reader) {
+  const uint32_t chromaFormat = reader.unsignedGolomb();
+  if (chromaFormat == 3) reader.bit();
+  reader.unsignedGolomb();
+  reader.unsignedGolomb();
+  reader.bit();
+  if (reader.bit() != 0) {
+    const uint32_t lists = chromaFormat == 3 ? 12 : 8;
+    for (uint32_t list = 0; list < lists; ++list) {
+      if (reader.bit() != 0) skipScalingList(reader, list < 6 ? 16 : 64);
+    }
+  }
+  return chromaFormat;
+}
+
+void skipPictureOrder(BitReader& reader) {
+  const uint32_t type = reader.unsignedGolomb();
+  if (type == 0) reader.unsignedGolomb();
+  if (type != 1) return;
+  reader.bit();
+  reader.signedGolomb();
+  reader.signedGolomb();
+  const uint32_t cycle = std::min(reader.unsignedGolomb(), 255u);
+  for (uint32_t i = 0; i < cycle; ++i) reader.signedGolomb();
+}
+
+void readAspect(BitReader& reader, SequenceInfo& info) {
+  const uint32_t code = reader.bits(8);
+  if (code == kExtendedSar) {
+    info.pixelAspectWidth = static_cast<int32_t>(reader.bits(16));
+    info.pixelAspectHeight = static_cast<int32_t>(reader.bits(16));
+  } else if (code < std::size(kSampleAspects)) {
+    info.pixelAspectWidth = kSampleAspects[code][0];
+    info.pixelAspectHeight = kSampleAspects[code][1];
+  }
+}
+
+void readUsability(BitReader& reader, SequenceInfo& info) {
+  if (reader.bit() != 0) readAspect(reader, info);
+  if (reader.bit() != 0) reader.bit();
+  if (reader.bit() != 0) {
+    reader.bits(4);
+    if (reader.bit() != 0) reader.bits(24);
+  }
+  if (reader.bit() != 0) {
+    reader.unsignedGolomb();
+    reader.unsignedGolomb();
+  }
+  if (reader.bit() == 0) return;
+  const uint32_t unitsInTick = reader.bits(32);
+  const uint32_t timeScale = reader.bits(32);
+  // A tick is one field.
+  if (unitsInTick == 0 || unitsInTick > 0x3FFFFFFF || timeScale > 0x7FFFFFFF || reader.isPastEnd()) return;
+  info.rateNumerator = static_cast<int32_t>(timeScale);
+  info.rateDenominator = static_cast<int32_t>(unitsInTick * 2);
+}
+
+std::optional<SequenceInfo> readSps(const std::vector<uint8_t>& payload) {
+  BitReader reader(payload);
+  reader.bits(8);
+  const uint32_t profile = reader.bits(8);
+  reader.bits(16);
+  reader.unsignedGolomb();
+  const bool high =
+      std::find(std::begin(kHighProfiles), std::end(kHighProfiles), profile) != std::end(kHighProfiles);
+  const uint32_t chromaFormat = high ? readHighProfilePart(reader) : 1;
+  reader.unsignedGolomb();
+  skipPictureOrder(reader);
+  reader.unsignedGolomb();
+  reader.bit();
+  const uint32_t columns = reader.unsignedGolomb();
+  const uint32_t rows = reader.unsignedGolomb();
+  const uint32_t framesOnly = reader.bit();
+  if (framesOnly == 0) reader.bit();
+  reader.bit();
+  if (reader.isPastEnd() || chromaFormat > 3 || columns >= kMacroblocksMax || rows >= kMacroblocksMax)
+    return std::nullopt;
+  uint32_t crop[4] = {};
+  if (reader.bit() != 0) {
+    for (uint32_t& side : crop) side = std::min(reader.unsignedGolomb(), 16384u);
+  }
+  const uint32_t cropX = chromaFormat == 1 || chromaFormat == 2 ? 2 : 1;
+  const uint32_t cropY = (chromaFormat == 1 ? 2 : 1) * (2 - framesOnly);
+  SequenceInfo info;
+  info.width = static_cast<int32_t>((columns + 1) * 16) - static_cast<int32_t>((crop[0] + crop[1]) * cropX);
+  info.height = static_cast<int32_t>((rows + 1) * 16 * (2 - framesOnly)) -
+                static_cast<int32_t>((crop[2] + crop[3]) * cropY);
+  if (info.width <= 0 || info.height <= 0) return std::nullopt;
+  if (reader.bit() != 0) readUsability(reader, info);
+  return info;
+}
+
+}  // namespace
+
+std::optional<SequenceInfo> readAvcHeader(const uint8_t* bytes, size_t size) {
+  std::optional<SequenceInfo> info;
+  bool pictureSet = false;
+  for (size_t at = findStartCode(bytes, size, 0); at < size;) {
+    const size_t next = findStartCode(bytes, size, at + 3);
+    const size_t begin = at + 3;
+    if (begin < next) {
+      const uint32_t type = bytes[begin] & 31;
+      if (type == kNalSps) info = readSps(payloadOf(bytes + begin, next - begin));
+      if (type == kNalPps) pictureSet = next - begin > 1;
+    }
+    at = next;
+  }
+  return pictureSet ? info : std::nullopt;
+}
+
+}  // namespace qvs::mc

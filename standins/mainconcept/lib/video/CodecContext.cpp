@@ -1,0 +1,83 @@
+#include "video/CodecContext.h"
+
+#include <algorithm>
+#include <cstring>
+#include <thread>
+
+namespace qvs::mc {
+
+namespace {
+
+constexpr int64_t kPixelsMax = 35389440;  ///< the largest picture that a frame takes
+
+}  // namespace
+
+bool CodecContext::giveHeader(const UnitBuffer& header) {
+  if (header.empty()) return true;
+  auto* bytes =
+      static_cast<uint8_t*>(AvLibrary::codecs()->av_mallocz(header.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+  if (bytes == nullptr) return false;
+  std::memcpy(bytes, header.data(), header.size());
+  context->extradata = bytes;
+  context->extradata_size = static_cast<int>(header.size());
+  return true;
+}
+
+bool CodecContext::open(AVCodecID codec, const CodecOptions& options, const UnitBuffer& header) {
+  const AvLibrary& av = *AvLibrary::codecs();
+  const AVCodec* found = av.avcodec_find_decoder(codec);
+  if (found == nullptr) return false;
+  context.reset(av.avcodec_alloc_context3(found));
+  packet.reset(av.av_packet_alloc());
+  frame.reset(av.av_frame_alloc());
+  if (!context || !packet || !frame || !giveHeader(header)) {
+    context.reset();
+    return false;
+  }
+  context->log_level_offset = kAvSilence;
+  // Crops to the pixel: the copy out needs no alignment.
+  context->flags |= AV_CODEC_FLAG_UNALIGNED;
+  context->max_pixels = kPixelsMax;
+  // Frame threads would hold pictures back; threads beyond the processor's only spin.
+  const int processors = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+  context->thread_count = options.sliceThreads ? std::clamp(options.workers, 1, processors) : 1;
+  context->thread_type = FF_THREAD_SLICE;
+  if (!options.loopFilter) context->skip_loop_filter = AVDISCARD_ALL;
+  if (av.avcodec_open2(context.get(), found, nullptr) < 0) context.reset();
+  return context != nullptr;
+}
+
+CodecResult CodecContext::receive() {
+  const int result = AvLibrary::codecs()->avcodec_receive_frame(context.get(), frame.get());
+  if (result >= 0) return CodecResult::kPicture;
+  return result == AVERROR(EAGAIN) || result == AVERROR_EOF ? CodecResult::kNothing : CodecResult::kRefused;
+}
+
+CodecResult CodecContext::decode(UnitBuffer& unit, int64_t number) {
+  const AvLibrary& av = *AvLibrary::codecs();
+  if (draining) av.avcodec_flush_buffers(context.get());
+  draining = false;
+  unit.lend(*packet);
+  packet->pts = number;
+  int sent = av.avcodec_send_packet(context.get(), packet.get());
+  if (sent == AVERROR(EAGAIN)) {
+    receive();
+    sent = av.avcodec_send_packet(context.get(), packet.get());
+  }
+  packet->buf = nullptr;
+  packet->data = nullptr;
+  packet->size = 0;
+  const CodecResult result = receive();
+  return sent < 0 && result != CodecResult::kPicture ? CodecResult::kRefused : result;
+}
+
+CodecResult CodecContext::drain() {
+  if (!draining) AvLibrary::codecs()->avcodec_send_packet(context.get(), nullptr);
+  draining = true;
+  CodecResult result = receive();
+  // A damaged unit among those held back must not hide the ones behind it.
+  for (int attempts = 0; result == CodecResult::kRefused && attempts < 32; ++attempts) result = receive();
+  return result;
+}
+
+}  // namespace qvs::mc

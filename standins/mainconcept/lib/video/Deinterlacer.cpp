@@ -1,0 +1,80 @@
+#include "video/Deinterlacer.h"
+
+#include <cstdio>
+
+namespace qvs::mc {
+
+bool Deinterlacer::prepare(const AVFrame& picture, Rate wanted) {
+  if (graph && picture.width == width && picture.height == height && picture.format == format &&
+      wanted == rate) {
+    return true;
+  }
+  const AvLibrary* av = AvLibrary::filters();
+  if (av == nullptr) return false;
+  graph.reset(av->avfilter_graph_alloc());
+  for (AvFramePtr* frame : {&fields[0], &fields[1], &input}) {
+    if (!*frame) frame->reset(av->av_frame_alloc());
+    if (!*frame) graph.reset();
+  }
+  if (!graph) return false;
+  graph->nb_threads = 1;
+  char arguments[128];
+  std::snprintf(arguments, sizeof arguments, "video_size=%dx%d:pix_fmt=%d:time_base=1/2", picture.width,
+                picture.height, picture.format);
+  const char* mode =
+      wanted == Rate::kDouble ? "mode=send_field:deint=interlaced" : "mode=send_frame:deint=interlaced";
+  AVFilterContext* filter = nullptr;
+  const bool made = av->avfilter_graph_create_filter(&source, av->avfilter_get_by_name("buffer"), "in",
+                                                     arguments, nullptr, graph.get()) >= 0 &&
+                    av->avfilter_graph_create_filter(&filter, av->avfilter_get_by_name("bwdif"), "bwdif",
+                                                     mode, nullptr, graph.get()) >= 0 &&
+                    av->avfilter_graph_create_filter(&sink, av->avfilter_get_by_name("buffersink"), "out",
+                                                     nullptr, nullptr, graph.get()) >= 0 &&
+                    av->avfilter_link(source, 0, filter, 0) >= 0 &&
+                    av->avfilter_link(filter, 0, sink, 0) >= 0 &&
+                    av->avfilter_graph_config(graph.get(), nullptr) >= 0;
+  if (!made) {
+    graph.reset();
+    return false;
+  }
+  width = picture.width;
+  height = picture.height;
+  format = picture.format;
+  rate = wanted;
+  return true;
+}
+
+bool Deinterlacer::feed(const AVFrame& picture, bool interlaced) {
+  const AvLibrary& av = *AvLibrary::filters();
+  AvFramePtr reference(av.av_frame_clone(&picture));
+  if (!reference) return false;
+  reference->interlaced_frame = interlaced ? 1 : 0;
+  reference->pts = time++;
+  return av.av_buffersrc_add_frame_flags(source, reference.get(), 0) >= 0;
+}
+
+bool Deinterlacer::take(AVFrame& frame) {
+  const AvLibrary& av = *AvLibrary::filters();
+  av.av_frame_unref(&frame);
+  return av.av_buffersink_get_frame(sink, &frame) >= 0;
+}
+
+bool Deinterlacer::put(const AVFrame& picture, Rate wanted) {
+  if (!prepare(picture, wanted) || !feed(picture, true)) return false;
+  // What comes now is the stand-in for a successor that the last picture was given.
+  while (take(*input)) {
+  }
+  // The filter gives a picture when it has the next one: the same once more, marked as progressive, which
+  // costs no filtering.
+  if (!feed(picture, false)) return false;
+  const bool first = take(*fields[0]);
+  const bool second = take(*fields[1]);
+  return first && (second || wanted == Rate::kSingle);
+}
+
+const AVFrame* Deinterlacer::get(bool second) const {
+  const AVFrame* frame = fields[second ? 1 : 0].get();
+  return frame != nullptr && frame->data[0] != nullptr ? frame : nullptr;
+}
+
+}  // namespace qvs::mc

@@ -1,0 +1,106 @@
+#include "AudioBlocks.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <numbers>
+
+namespace qvs::test {
+
+Sound makeSound(uint32_t sampleRate, uint32_t channels, size_t length,
+                const std::function<double(size_t, uint32_t)>& wave) {
+  Sound sound{sampleRate, channels, std::vector<int16_t>(length * channels)};
+  for (size_t i = 0; i < length; ++i) {
+    for (uint32_t channel = 0; channel < channels; ++channel) {
+      sound.samples[i * channels + channel] = static_cast<int16_t>(std::lround(32767 * wave(i, channel)));
+    }
+  }
+  return sound;
+}
+
+Sound makeSweep(uint32_t sampleRate, uint32_t channels, size_t length) {
+  const double seconds = static_cast<double>(length) / sampleRate;
+  return makeSound(sampleRate, channels, length, [&](size_t i, uint32_t channel) {
+    const double t = static_cast<double>(i) / sampleRate;
+    const double slope = 0.08 * sampleRate / seconds;
+    const double phase = (200.0 + 130.0 * channel) * t + slope * t * t / 2;
+    return 0.4 * std::sin(2 * std::numbers::pi * phase);
+  });
+}
+
+Sound makeClick(uint32_t sampleRate, uint32_t channels, size_t length, size_t at) {
+  // Half a millisecond wide, so that a codec keeps it.
+  const double width = sampleRate / 4000.0;
+  return makeSound(sampleRate, channels, length, [&](size_t i, uint32_t) {
+    const double x = (static_cast<double>(i) - static_cast<double>(at)) / width;
+    return 0.9 * std::exp(-x * x);
+  });
+}
+
+AudioSampleBuffer* makeBlock(const Sound& sound, size_t from, size_t count, uint64_t timecode) {
+  auto block = std::make_unique<AudioSampleBuffer>();
+  block->allocBuffer(static_cast<uint32_t>(count), sound.channels, sound.sampleRate);
+  std::memcpy(block->getBuffer(), sound.samples.data() + from * sound.channels, block->getLen());
+  block->setTimecode(timecode);
+  return block.release();
+}
+
+std::vector<Unit> takeUnits(std::vector<AudioFrameEncoded>& frames) {
+  std::vector<Unit> units;
+  for (const AudioFrameEncoded& frame : frames) {
+    units.push_back({{frame.getBuffer(), frame.getBuffer() + frame.getLen()},
+                     frame.getTimecode(),
+                     frame.getChannels(),
+                     frame.getSampleRate()});
+    std::free(frame.getBuffer());
+  }
+  frames.clear();
+  return units;
+}
+
+std::vector<Unit> headersOf(IAudioEncoder& encoder) {
+  std::vector<AudioFrameEncoded> frames;
+  encoder.getHeaders(frames);
+  std::vector<Unit> units;
+  for (const AudioFrameEncoded& frame : frames) {
+    units.push_back({{frame.getBuffer(), frame.getBuffer() + frame.getLen()},
+                     frame.getTimecode(),
+                     frame.getChannels(),
+                     frame.getSampleRate()});
+  }
+  return units;
+}
+
+std::vector<Unit> encodeAll(IAudioEncoder& encoder, const Sound& sound, const std::vector<size_t>& blockSizes,
+                            uint64_t start) {
+  std::vector<AudioFrameEncoded> frames;
+  size_t turn = 0;
+  for (size_t done = 0; done < sound.length(); ++turn) {
+    const size_t count = std::min(blockSizes[turn % blockSizes.size()], sound.length() - done);
+    encoder.addSampleBuffer(makeBlock(sound, done, count, start + done), frames);
+    done += count;
+  }
+  return takeUnits(frames);
+}
+
+double snrDb(const Sound& sound, const Sound& decoded, size_t from, size_t to) {
+  double signal = 0, noise = 0;
+  to = std::min({to, sound.length(), decoded.length()});
+  for (size_t i = from * sound.channels; i < to * sound.channels; ++i) {
+    const double error = decoded.samples[i] - sound.samples[i];
+    signal += double{1} * sound.samples[i] * sound.samples[i];
+    noise += error * error;
+  }
+  return 10 * std::log10(signal / std::max(noise, 1e-9));
+}
+
+size_t peakOf(const Sound& sound) {
+  size_t best = 0;
+  for (size_t i = 1; i < sound.length(); ++i) {
+    if (std::abs(int{sound.at(i)}) > std::abs(int{sound.at(best)})) best = i;
+  }
+  return best;
+}
+
+}  // namespace qvs::test

@@ -1,0 +1,113 @@
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "SoundBlocks.h"
+
+namespace qvs {
+namespace {
+
+using test::fillBlock;
+using test::setTarget;
+
+constexpr uint32_t kRates[] = {0,     1,     999,    1000,   8000,        44100,
+                               48000, 48000, 192000, 768000, 4000000000u, 0xFFFFFFFFu};
+constexpr uint32_t kChannels[] = {0, 1, 2, 2, 6, 8, 16, 17, 255, 256, 257, 0xFFFFFFFFu};
+constexpr uint64_t kTimecodes[] = {0, 1, 48000, ~uint64_t{0}, uint64_t{1} << 63};
+
+template <typename T, size_t N>
+T pick(const T (&values)[N], std::mt19937& random) {
+  return values[random() % N];
+}
+
+/// A good block must come out right whatever came before.
+void expectGoodSound(AudioResampler& resampler, AudioSampleBuffer& out) {
+  setTarget(resampler, 48000, 2);
+  resampler.setSourceChannelMask(0);
+  const std::vector<int16_t> samples(8820 * 2, 4321);
+  AudioSampleBuffer in;
+  uint64_t total = 0;
+  for (uint64_t block = 0; block < 3; ++block) {
+    fillBlock(in, samples.data(), 8820, 2, 44100, 1000000 + block * 8820);
+    ASSERT_EQ(resampler.resample(in, out), 0u);
+    if (block == 0) continue;  // may carry the rest of what came before
+    total += out.getSampleCount();
+    ASSERT_GT(out.getSampleCount(), 100u);
+    ASSERT_EQ(test::samplesOf(out)[out.getSampleCount()], 4321);
+  }
+  EXPECT_GT(total, 3 * 9600u - 9700u);
+}
+
+TEST(HostileBlocks, FormatsThatLieLeaveTheNextGoodBlockAlone) {
+  std::mt19937 random(3);
+  AudioSampleBuffer in, out;
+  for (int round = 0; round < 60; ++round) {
+    AudioResampler resampler;
+    for (int block = 0; block < 60; ++block) {
+      setTarget(resampler, pick(kRates, random), pick(kChannels, random), random() % 3 == 0 ? random() : 0);
+      resampler.setSourceChannelMask(random() % 3 == 0 ? random() : 0);
+      in = AudioSampleBuffer();
+      if (random() % 8 != 0) in.allocBuffer(random() % 3000, 1 + random() % 4, 48000);
+      in.setSampleCount(random() % 4 == 0 ? random() : random() % 3000);
+      in.setChannels(pick(kChannels, random));
+      in.setSampleRate(pick(kRates, random));
+      in.setTimecode(pick(kTimecodes, random));
+      AudioSampleBuffer& target = random() % 2 == 0 ? in : out;
+      ASSERT_EQ(resampler.resample(in, target), 0u);
+      ASSERT_LE(uint64_t{target.getSampleCount()} * target.getChannels() * 2,
+                target.getSampleCount() != 0 ? target.getLen() : 0);
+    }
+    ASSERT_NO_FATAL_FAILURE(expectGoodSound(resampler, out));
+  }
+}
+
+TEST(HostileBlocks, AnySizeAndAnyJumpKeepsTheCount) {
+  std::mt19937 random(4);
+  for (const auto& [from, to] :
+       {std::pair{44100u, 48000u}, {48000u, 16000u}, {8000u, 48000u}, {48000u, 48000u}}) {
+    AudioResampler resampler;
+    setTarget(resampler, to, 2);
+    AudioSampleBuffer in, out;
+    std::vector<int16_t> samples(4096 * 2);
+    uint64_t timecode = 0, segment = 0, made = 0, wanted = 0;
+    for (int block = 0; block < 3000; ++block) {
+      const uint32_t count = 1 + random() % 4096;
+      for (int16_t& sample : samples) sample = static_cast<int16_t>(random());
+      if (random() % 10 == 0) {
+        timecode += 1 + random() % 100000;
+        wanted += (2 * segment * to + from - 1) / (2 * uint64_t{from});
+        segment = 0;
+      }
+      fillBlock(in, samples.data(), count, 2, from, timecode);
+      resampler.resample(in, out);
+      made += out.getSampleCount();
+      segment += count;
+      timecode += count;
+    }
+    wanted += (2 * segment * to + from - 1) / (2 * uint64_t{from});
+    AudioSampleBuffer tail;
+    tail.setSampleCount(0);
+    resampler.flush(tail);
+    EXPECT_EQ(made + tail.getSampleCount(), wanted) << from << " to " << to;
+  }
+}
+
+TEST(HostileBlocks, SettersOfALiveConverterDivideByNothing) {
+  AudioResampler resampler;
+  AudioSampleBuffer in, out;
+  setTarget(resampler, 48000, 2);
+  const std::vector<int16_t> samples(2000, 1);
+  fillBlock(in, samples.data(), 1000, 2, 44100, 0);
+  resampler.resample(in, out);
+  setTarget(resampler, 0, 0);
+  fillBlock(in, samples.data(), 1000, 2, 44100, 1000);
+  EXPECT_EQ(resampler.resample(in, out), 0u);
+  EXPECT_EQ(resampler.flush(out), 0u);
+  EXPECT_EQ(resampler.close(), 0u);
+  EXPECT_EQ(resampler.flush(), 0u);
+  EXPECT_EQ(resampler.addSamplesToBuffer(out), 0u);
+  ASSERT_NO_FATAL_FAILURE(expectGoodSound(resampler, out));
+}
+
+}  // namespace
+}  // namespace qvs

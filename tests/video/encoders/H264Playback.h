@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace qvs::test {
+
+/// One access unit as an encoder gave it.
+struct H264Unit {
+  std::vector<uint8_t> bytes;
+  uint64_t timecode = 0;  ///< milliseconds
+  int64_t offset = 0;     ///< milliseconds
+  uint32_t frameType = 0;
+  bool operator==(const H264Unit&) const = default;
+
+  int64_t presentation() const { return static_cast<int64_t>(timecode) + offset; }
+};
+
+/// A decoded picture, planes Y, U, V without padding.
+struct H264Picture {
+  uint32_t width = 0, height = 0;
+  int64_t time = 0;  ///< milliseconds
+  bool key = false;
+  std::vector<uint8_t> planes[3];
+};
+
+/// NAL types of a length-prefixed unit; empty where the lengths don't add up.
+std::vector<int> nalTypes(const std::vector<uint8_t>& unit);
+
+/// Plays length-prefixed units with libavcodec. Empty where the decoder complains.
+std::vector<H264Picture> play(const std::vector<H264Unit>& units);
+
+/// What a stream tells about its pictures, as its decoder understood it; 0 where it told nothing.
+struct H264Shape {
+  int profile = 0, level = 0;  ///< numbers of the stream
+  int sarWidth = 0, sarHeight = 0;
+  int primaries = 0, transfer = 0, matrix = 0;
+  double frameRate = 0;
+};
+H264Shape shapeOf(const std::vector<H264Unit>& units);
+
+double psnr(const std::vector<uint8_t>& left, const std::vector<uint8_t>& right);
+
+}  // namespace qvs::test
