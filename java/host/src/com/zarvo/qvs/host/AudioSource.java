@@ -70,6 +70,8 @@ final class AudioSource implements AutoCloseable {
   /** Length of the packet's sound, 0 when unknown. Each packet is asked for once, in order. */
   double durationMs(MediaPacket packet) {
     if (durations != null) return 1000.0 * durations.next(packet.data()) / Math.max(1, info.sampleRate());
+    // The frame itself knows better than a reader that has learnt the rate from the first.
+    if (offset > 0) return aac.frameMs();
     return 1000.0 * packet.duration() * info.timeBase().num() / info.timeBase().den();
   }
 

@@ -69,11 +69,8 @@ class AudioRoadTest {
     for (String made : List.of("_aac_96k.mp4", "_opus_64k.mp4")) {
       Path file = out.resolve(stem + made);
       Beeps.assertSame(expected, Beeps.in(file, 0), name + made);
-      double end = Double.parseDouble(probe(file, "format=duration"));
-      double start = Double.parseDouble(probe(file, "format=start_time"));
-      double sourceEnd = Double.parseDouble(probe(source, "format=duration"));
-      if (name.endsWith(".ts")) sourceEnd += Double.parseDouble(probe(source, "format=start_time"));
-      assertEquals(sourceEnd, end + (name.endsWith(".ts") ? 0 : start), 0.06, name + made);
+      int before = Beeps.samples(source, 0, "-ar 48000 -ac 1").length;
+      assertEquals(before, Beeps.samples(file, 0, "-ar 48000 -ac 1").length, 48 * 30, name + made);
     }
   }
 
@@ -123,16 +120,20 @@ class AudioRoadTest {
   @Test
   void theFormCanChangeOnTheWay() throws Exception {
     ByteArrayOutputStream both = new ByteArrayOutputStream();
-    both.write(Files.readAllBytes(beeps("low.aac", "aac", 22050, 2)));
+    both.write(Files.readAllBytes(beeps("low.ts", "aac", 22050, 2)));
     both.write(
         Files.readAllBytes(
             Clips.make(
-                "-f lavfi -i " + Beeps.source(48000, 2) + " -ac 2 -c:a aac", folder.resolve("high.aac"))));
-    Path source = Files.write(folder.resolve("changes.aac"), both.toByteArray());
+                "-f lavfi -i " + Beeps.source(48000, 2) + " -ac 2 -c:a aac -output_ts_offset 2.1",
+                folder.resolve("high.ts"))));
+    Path source = Files.write(folder.resolve("changes.ts"), both.toByteArray());
+    // The reference counts on by the first rate too, so each part is asked alone.
+    List<Double> expected = new ArrayList<>(Beeps.in(folder.resolve("low.ts"), 0));
+    expected.addAll(Beeps.in(folder.resolve("high.ts"), 0));
     Path out = folder.resolve("changes");
-    transcode(source, out, "--audio", "opus@64k", "--audio", "aac@64k,rate=44100,channels=2");
-    assertEquals(4, Beeps.in(out.resolve("changes_opus_64k.webm"), 0).size());
-    assertEquals(4, Beeps.in(out.resolve("changes_aac_64k.aac"), 0).size());
+    transcode(source, out, "--format", "mp4", "--audio", "opus@64k", "--audio", "aac@64k,rate=44100,channels=2");
+    Beeps.assertSame(expected, Beeps.in(out.resolve("changes_opus_64k.mp4"), 0), "Opus");
+    Beeps.assertSame(expected, Beeps.in(out.resolve("changes_aac_64k.mp4"), 0), "AAC");
   }
 
   @Test
@@ -248,7 +249,7 @@ class AudioRoadTest {
     refused("mp4 cannot hold vp8", silent, "--format", "mp4");
     refused("nothing to do", silent, "--no-video");
     refused("--audio", silent, "--audio", "mp3@64k");
-    refused("8000", silent, "--audio", "opus,rate=44100", "--audio-rate", "8000");
+    refused("44100", silent, "--audio", "opus,rate=44100");
     refused("--audio-channels", silent, "--audio", "opus", "--audio-channels", "9");
     refused("--format", silent, "--format", "avi");
   }
@@ -296,7 +297,8 @@ class AudioRoadTest {
       Path file = out.resolve(Clips.namesIn(out).get(0));
       short[] before = Beeps.samples(source, 0, "-ac 1 -ar 48000");
       short[] after = Beeps.samples(file, 0, "-ac 1 -ar 48000");
-      assertEquals(before.length / 48000.0, after.length / 48000.0, 0.1, clip);
+      // The reference drops the lead of one clip twice: as a cut of the container and as padding of the codec.
+      assertEquals(before.length / 48000.0, after.length / 48000.0, clip.contains("_he-") ? 0.12 : 0.06, clip);
       double decibels = 20 * Math.log10(loudness(after, 0, 1) / loudness(before, 0, 1));
       System.out.printf("%s: %.2f dB%n", clip, decibels);
       assertEquals(0, decibels, 1, clip);
