@@ -42,6 +42,7 @@ bool CodecContext::open(AVCodecID codec, const CodecOptions& options, const Unit
   const int processors = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
   context->thread_count = options.sliceThreads ? std::clamp(options.workers, 1, processors) : 1;
   context->thread_type = FF_THREAD_SLICE;
+  context->has_b_frames = options.reorder;
   if (!options.loopFilter) context->skip_loop_filter = AVDISCARD_ALL;
   if (av.avcodec_open2(context.get(), found, nullptr) < 0) context.reset();
   return context != nullptr;

@@ -13,6 +13,7 @@ struct CodecOptions {
   int32_t workers = 1;  ///< threads; those beyond the processor's are not made
   bool sliceThreads = true;
   bool loopFilter = true;
+  int32_t reorder = 0;  ///< pictures to hold back at least, where the stream doesn't tell
 };
 
 /// What came of a unit.

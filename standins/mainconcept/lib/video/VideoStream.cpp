@@ -111,6 +111,7 @@ void VideoStream::announcePicture() {
   pictureParams.repeat_first_field = picture.repeat_pict;
   SequenceInfo info = describe(codec.info(), picture);
   info.aspectCode = aspectCode;
+  info.reorder = sequence.reorder;
   if (info.rateNumerator == 0) {
     info.rateNumerator = sequence.rateNumerator;
     info.rateDenominator = sequence.rateDenominator;
@@ -149,6 +150,7 @@ void VideoStream::readHeader() {
   if (!info) return;
   state |= SEQ_HDR_FLAG | PARSE_DONE_FLAG;
   aspectCode = info->aspectCode;
+  options.reorder = info->reorder;
   if (info->width != 0) describeSequence(*info);
 }
 
