@@ -233,10 +233,10 @@ TEST(DecoderStreams, TellSizeAndRateWithTheConfiguration) {
     EXPECT_EQ(run.decoder->getDisplayWidth(), 176u);
     EXPECT_EQ(run.decoder->getDisplayHeight(), 144u);
     EXPECT_DOUBLE_EQ(run.decoder->getFrameRate(), 25.0);
-    // What is no header is not understood, and the units are decoded all the same.
+    if (codec == 7) continue;  // its record has a form of its own
     Road other(codec);
-    if (codec != 7) other.harness.config(MediaBytes(20, 0x11));
-    if (codec != 7) EXPECT_EQ(other.harness.getConfigResult(), static_cast<uint32_t>(-2));
+    other.harness.config(MediaBytes(20, 0x11));
+    EXPECT_EQ(other.harness.getConfigResult(), static_cast<uint32_t>(-2));
   }
 }
 
