@@ -90,6 +90,7 @@ MediaUnit unitOf(const AVPacket& packet, uint32_t codec) {
 }  // namespace
 
 CodedStream makeCodedStream(const CodedSetup& setup) {
+  av_log_set_level(AV_LOG_PANIC);
   const AVCodec* encoder = encoderOf(setup.codec);
   AVCodecContext* context = avcodec_alloc_context3(encoder);
   setOptions(*context, setup);

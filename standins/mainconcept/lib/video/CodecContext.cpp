@@ -54,7 +54,7 @@ CodecResult CodecContext::receive() {
   return result == AVERROR(EAGAIN) || result == AVERROR_EOF ? CodecResult::kNothing : CodecResult::kRefused;
 }
 
-CodecResult CodecContext::decode(UnitBuffer& unit, int64_t number) {
+int CodecContext::send(UnitBuffer& unit, int64_t number) {
   const AvLibrary& av = *AvLibrary::codecs();
   if (draining) av.avcodec_flush_buffers(context.get());
   draining = false;
@@ -68,8 +68,19 @@ CodecResult CodecContext::decode(UnitBuffer& unit, int64_t number) {
   packet->buf = nullptr;
   packet->data = nullptr;
   packet->size = 0;
+  return sent;
+}
+
+CodecResult CodecContext::decode(UnitBuffer& unit, int64_t number) {
+  const int sent = send(unit, number);
   const CodecResult result = receive();
   return sent < 0 && result != CodecResult::kPicture ? CodecResult::kRefused : result;
+}
+
+CodecResult CodecContext::decodeAfterDrain(UnitBuffer& unit, int64_t number) {
+  if (drain() != CodecResult::kPicture) return decode(unit, number);
+  send(unit, number);
+  return CodecResult::kPicture;
 }
 
 CodecResult CodecContext::drain() {

@@ -28,6 +28,9 @@ class CodecContext {
   bool isOpen() const { return context != nullptr; }
 
   CodecResult decode(UnitBuffer& unit, int64_t number);
+  /// The same for a unit that starts something new, which would make the codec drop the picture it holds:
+  /// that one comes out instead.
+  CodecResult decodeAfterDrain(UnitBuffer& unit, int64_t number);
   /// Takes what the codec still holds, one picture a call; kNothing at the end.
   CodecResult drain();
 
@@ -36,6 +39,7 @@ class CodecContext {
   const AVCodecContext& info() const { return *context; }
 
  private:
+  int send(UnitBuffer& unit, int64_t number);
   CodecResult receive();
   bool giveHeader(const UnitBuffer& header);
 

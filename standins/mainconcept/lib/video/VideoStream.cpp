@@ -75,11 +75,16 @@ void VideoStream::beginUnit(const void* record, uint32_t size) {
 
 void VideoStream::endUnit() {
   if (headerPhase || unit.empty()) return;
+  bool newSize = false;
   if (row.aspect == AspectKind::kCode) {
-    if (const auto info = readMpeg2Header(unit.data(), unit.size())) aspectCode = info->aspectCode;
+    if (const auto info = readMpeg2Header(unit.data(), unit.size())) {
+      aspectCode = info->aspectCode;
+      newSize = sequenceKnown && (info->width != sequence.width || info->height != sequence.height);
+    }
   }
   records[static_cast<size_t>(unitNumber) % kUnitsInFlight] = lastRecord;
-  if (openCodec()) announce(codec.decode(unit, unitNumber));
+  if (openCodec())
+    announce(newSize ? codec.decodeAfterDrain(unit, unitNumber) : codec.decode(unit, unitNumber));
   ++unitNumber;
   unit.clear();
 }
