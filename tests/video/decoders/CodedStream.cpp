@@ -131,7 +131,12 @@ CodedStream makeCodedStream(const CodedSetup& setup) {
       at += 4 + len;
     }
     stream.config = makeAvcRecord(sets);
-  } else if (setup.codec == 10 || setup.codec == 11) {
+  } else if (setup.codec == 11) {
+    // The sequence header stands in front of the first group of pictures.
+    const MediaBytes& first = stream.units[0].bytes;
+    const uint8_t group[] = {0, 0, 1, 0xB8};
+    stream.config.assign(first.begin(), std::search(first.begin(), first.end(), group, group + 4));
+  } else if (setup.codec == 10) {
     stream.config.assign(context->extradata, context->extradata + size);
   }
   av_packet_free(&packet);
