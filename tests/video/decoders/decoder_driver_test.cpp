@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <mc_decoder_codes.h>
 
+#include <cstring>
 #include <deque>
-#include <functional>
 #include <random>
 
 #include "frames/VideoFrameBuffer.h"
@@ -114,6 +114,17 @@ using H264 = WithFake<VideoDecoderH264>;
 using H265 = WithFake<VideoDecoderH265>;
 using MP4 = WithFake<VideoDecoderMP4>;
 using MP2 = WithFake<VideoDecoderMP2>;
+
+mc_seq_params_ex_t sequenceOf(int32_t width, int32_t height, int32_t aspectWidth = 0,
+                              int32_t aspectHeight = 0, int32_t aspectCode = 0) {
+  mc_seq_params_ex_t info{};
+  info.horizontal_size = width;
+  info.vertical_size = height;
+  info.aspect_ratio_width = aspectWidth;
+  info.aspect_ratio_height = aspectHeight;
+  info.aspect_ratio_information = aspectCode;
+  return info;
+}
 
 constexpr uint32_t kSetUpDone = SEQ_HDR_FLAG | PARSE_DONE_FLAG;
 constexpr uint32_t kPicture = PARSE_DONE_FLAG | PIC_DECODED_FLAG | PIC_VALID_FLAG | PIC_FULL_FLAG;
@@ -314,34 +325,21 @@ TEST(DecoderDriver, DerivesTheDisplaySize) {
   MP4 mp4;
   MP2 mp2;
   using Pair = std::pair<uint32_t, uint32_t>;
-  EXPECT_EQ(
-      sizeOf(
-          h264,
-          {.horizontal_size = 720, .vertical_size = 576, .aspect_ratio_width = 16, .aspect_ratio_height = 9}),
-      Pair(1024, 576));
-  EXPECT_EQ(sizeOf(h264, {.horizontal_size = 720, .vertical_size = 576}), Pair(576, 720));
-  EXPECT_EQ(sizeOf(h264, {.horizontal_size = 16000,
-                          .vertical_size = 16000,
-                          .aspect_ratio_width = 2000000,
-                          .aspect_ratio_height = 1000000}),
-            Pair(32000, 16000));
-  EXPECT_EQ(sizeOf(mp4, {.horizontal_size = 720,
-                         .vertical_size = 576,
-                         .aspect_ratio_width = 12,
-                         .aspect_ratio_height = 11}),
-            Pair(785, 576));
-  EXPECT_EQ(sizeOf(mp4, {.horizontal_size = 720, .vertical_size = 576}), Pair(720, 576));
+  EXPECT_EQ(sizeOf(h264, sequenceOf(720, 576, 16, 9, 0)), Pair(1024, 576));
+  EXPECT_EQ(sizeOf(h264, sequenceOf(720, 576, 0, 0, 0)), Pair(576, 720));
+  EXPECT_EQ(sizeOf(h264, sequenceOf(16000, 16000, 2000000, 1000000, 0)), Pair(32000, 16000));
+  EXPECT_EQ(sizeOf(mp4, sequenceOf(720, 576, 12, 11, 0)), Pair(785, 576));
+  EXPECT_EQ(sizeOf(mp4, sequenceOf(720, 576, 0, 0, 0)), Pair(720, 576));
   const uint32_t widths[] = {720, 576, 768, 1024, 1272, 720};
   for (int32_t code = 0; code < 6; ++code)
-    EXPECT_EQ(sizeOf(mp2, {.horizontal_size = 720, .vertical_size = 576, .aspect_ratio_information = code}),
-              Pair(widths[code], 576))
-        << code;
+    EXPECT_EQ(sizeOf(mp2, sequenceOf(720, 576, 0, 0, code)), Pair(widths[code], 576)) << code;
 }
 
 TEST(DecoderDriver, FetchesEachFieldAtDoubleRate) {
   const auto selections = [](auto& decoder, bool topFirst) {
     decoder.setParameterValue(1, int64_t{1});
-    decoder.fake.picture = {.progressive_frame = 0, .top_field_first = topFirst};
+    decoder.fake.picture.progressive_frame = 0;
+    decoder.fake.picture.top_field_first = topFirst ? 1 : 0;
     VideoFrameBuffer frame;
     std::vector<uint64_t> seen;
     for (uint64_t time : {100u, 140u}) {
@@ -366,7 +364,7 @@ TEST(DecoderDriver, FetchesEachFieldAtDoubleRate) {
   MP2 mp2;
   mp2.fake.states = {kPicture};
   mp2.setParameterValue(1, int64_t{1});
-  mp2.fake.picture = {.progressive_frame = 1};
+  mp2.fake.picture.progressive_frame = 1;
   MediaBytes unit{1, 2, 3};
   mp2.add(unit, 100, 1);
   mp2.step();
