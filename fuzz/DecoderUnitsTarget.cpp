@@ -2,6 +2,7 @@
 // configuration behind its length in two bytes, then units, each behind its length in two bytes.
 
 #include "DecoderChoice.h"
+#include "frames/geometry/FourCC.h"
 #include "frames/VideoFrameBuffer.h"
 #include "FuzzInput.h"
 #include "video/decoders/DecodeFlags.h"
