@@ -167,6 +167,15 @@ class AudioRoadTest {
   }
 
   @Test
+  void theInputIsNeverWrittenOver() throws Exception {
+    Path source = beeps("own.wav", "pcm_mulaw", 8000, 0.2);
+    byte[] before = Files.readAllBytes(source);
+    Captured run = Captured.run("decode", source.toString(), "--pcm", folder.resolve("./own.wav").toString());
+    assertTrue(run.code() != 0 && run.err().contains("is the input itself"), run.err());
+    assertArrayEquals(before, Files.readAllBytes(source));
+  }
+
+  @Test
   void gapsOfTheInputAreSilenceInTheWave() throws Exception {
     Path source = withPicture("hole.mkv", "", "-c:v libvpx -c:a libmp3lame -af aselect=not(between(t\\,1.7\\,2.3))");
     assertEquals(4.0, decoded(source).length / 48000.0, 0.06);
