@@ -13,6 +13,7 @@ namespace {
 
 constexpr uint32_t kNalSps = 7;
 constexpr uint32_t kNalPps = 8;
+constexpr uint32_t kBaselineProfile = 66;
 constexpr uint32_t kExtendedSar = 255;
 constexpr uint32_t kMacroblocksMax = 1024;  ///< to a side: 16384 pixels
 
@@ -63,15 +64,17 @@ uint32_t readHighProfilePart(BitReader& reader) {
   return chromaFormat;
 }
 
-void skipPictureOrder(BitReader& reader) {
+/// Gives pic_order_cnt_type.
+uint32_t readPictureOrder(BitReader& reader) {
   const uint32_t type = reader.unsignedGolomb();
   if (type == 0) reader.unsignedGolomb();
-  if (type != 1) return;
+  if (type != 1) return type;
   reader.bit();
   reader.signedGolomb();
   reader.signedGolomb();
   const uint32_t cycle = std::min(reader.unsignedGolomb(), 255u);
   for (uint32_t i = 0; i < cycle; ++i) reader.signedGolomb();
+  return type;
 }
 
 void readAspect(BitReader& reader, SequenceInfo& info) {
@@ -85,6 +88,16 @@ void readAspect(BitReader& reader, SequenceInfo& info) {
   }
 }
 
+void readTiming(BitReader& reader, SequenceInfo& info) {
+  const uint32_t unitsInTick = reader.bits(32);
+  const uint32_t timeScale = reader.bits(32);
+  reader.bit();
+  // A tick is one field.
+  if (unitsInTick == 0 || unitsInTick > 0x3FFFFFFF || timeScale > 0x7FFFFFFF || reader.isPastEnd()) return;
+  info.rateNumerator = static_cast<int32_t>(timeScale);
+  info.rateDenominator = static_cast<int32_t>(unitsInTick * 2);
+}
+
 void readUsability(BitReader& reader, SequenceInfo& info) {
   if (reader.bit() != 0) readAspect(reader, info);
   if (reader.bit() != 0) reader.bit();
@@ -96,13 +109,29 @@ void readUsability(BitReader& reader, SequenceInfo& info) {
     reader.unsignedGolomb();
     reader.unsignedGolomb();
   }
-  if (reader.bit() == 0) return;
-  const uint32_t unitsInTick = reader.bits(32);
-  const uint32_t timeScale = reader.bits(32);
-  // A tick is one field.
-  if (unitsInTick == 0 || unitsInTick > 0x3FFFFFFF || timeScale > 0x7FFFFFFF || reader.isPastEnd()) return;
-  info.rateNumerator = static_cast<int32_t>(timeScale);
-  info.rateDenominator = static_cast<int32_t>(unitsInTick * 2);
+  if (reader.bit() != 0) readTiming(reader, info);
+}
+
+bool skipRateModel(BitReader& reader) {
+  if (reader.bit() == 0) return false;
+  const uint32_t count = std::min(reader.unsignedGolomb(), 31u) + 1;
+  reader.bits(8);
+  for (uint32_t i = 0; i < count; ++i) {
+    reader.unsignedGolomb();
+    reader.unsignedGolomb();
+    reader.bit();
+  }
+  reader.bits(20);
+  return true;
+}
+
+/// Whether the set tells how far pictures are reordered.
+bool tellsReordering(BitReader& reader) {
+  const bool first = skipRateModel(reader);
+  const bool second = skipRateModel(reader);
+  if (first || second) reader.bit();
+  reader.bit();
+  return reader.bit() != 0 && !reader.isPastEnd();
 }
 
 std::optional<SequenceInfo> readSps(const std::vector<uint8_t>& payload) {
@@ -115,8 +144,8 @@ std::optional<SequenceInfo> readSps(const std::vector<uint8_t>& payload) {
       std::find(std::begin(kHighProfiles), std::end(kHighProfiles), profile) != std::end(kHighProfiles);
   const uint32_t chromaFormat = high ? readHighProfilePart(reader) : 1;
   reader.unsignedGolomb();
-  skipPictureOrder(reader);
-  reader.unsignedGolomb();
+  const uint32_t orderType = readPictureOrder(reader);
+  const uint32_t references = std::min(reader.unsignedGolomb(), 16u);
   reader.bit();
   const uint32_t columns = reader.unsignedGolomb();
   const uint32_t rows = reader.unsignedGolomb();
@@ -136,7 +165,12 @@ std::optional<SequenceInfo> readSps(const std::vector<uint8_t>& payload) {
   info.height = static_cast<int32_t>((rows + 1) * 16 * (2 - framesOnly)) -
                 static_cast<int32_t>((crop[2] + crop[3]) * cropY);
   if (info.width <= 0 || info.height <= 0) return std::nullopt;
-  if (reader.bit() != 0) readUsability(reader, info);
+  const bool usability = reader.bit() != 0;
+  if (usability) readUsability(reader, info);
+  const bool told = usability && tellsReordering(reader);
+  // Pictures that wait for later ones are references, and the later ones refer to a picture before them too.
+  if (!told && profile != kBaselineProfile && orderType != 2 && references != 0)
+    info.reorder = static_cast<int32_t>(references - 1);
   return info;
 }
 

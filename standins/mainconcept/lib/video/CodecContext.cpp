@@ -42,6 +42,7 @@ bool CodecContext::open(AVCodecID codec, const CodecOptions& options, const Unit
   const int processors = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
   context->thread_count = options.sliceThreads ? std::clamp(options.workers, 1, processors) : 1;
   context->thread_type = FF_THREAD_SLICE;
+  context->has_b_frames = options.reorder;
   if (!options.loopFilter) context->skip_loop_filter = AVDISCARD_ALL;
   if (av.avcodec_open2(context.get(), found, nullptr) < 0) context.reset();
   return context != nullptr;
@@ -53,7 +54,7 @@ CodecResult CodecContext::receive() {
   return result == AVERROR(EAGAIN) || result == AVERROR_EOF ? CodecResult::kNothing : CodecResult::kRefused;
 }
 
-CodecResult CodecContext::decode(UnitBuffer& unit, int64_t number) {
+int CodecContext::send(UnitBuffer& unit, int64_t number) {
   const AvLibrary& av = *AvLibrary::codecs();
   if (draining) av.avcodec_flush_buffers(context.get());
   draining = false;
@@ -67,8 +68,19 @@ CodecResult CodecContext::decode(UnitBuffer& unit, int64_t number) {
   packet->buf = nullptr;
   packet->data = nullptr;
   packet->size = 0;
+  return sent;
+}
+
+CodecResult CodecContext::decode(UnitBuffer& unit, int64_t number) {
+  const int sent = send(unit, number);
   const CodecResult result = receive();
   return sent < 0 && result != CodecResult::kPicture ? CodecResult::kRefused : result;
+}
+
+CodecResult CodecContext::decodeAfterDrain(UnitBuffer& unit, int64_t number) {
+  if (drain() != CodecResult::kPicture) return decode(unit, number);
+  send(unit, number);
+  return CodecResult::kPicture;
 }
 
 CodecResult CodecContext::drain() {

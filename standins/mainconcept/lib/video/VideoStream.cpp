@@ -75,11 +75,16 @@ void VideoStream::beginUnit(const void* record, uint32_t size) {
 
 void VideoStream::endUnit() {
   if (headerPhase || unit.empty()) return;
+  bool newSize = false;
   if (row.aspect == AspectKind::kCode) {
-    if (const auto info = readMpeg2Header(unit.data(), unit.size())) aspectCode = info->aspectCode;
+    if (const auto info = readMpeg2Header(unit.data(), unit.size())) {
+      aspectCode = info->aspectCode;
+      newSize = sequenceKnown && (info->width != sequence.width || info->height != sequence.height);
+    }
   }
   records[static_cast<size_t>(unitNumber) % kUnitsInFlight] = lastRecord;
-  if (openCodec()) announce(codec.decode(unit, unitNumber));
+  if (openCodec())
+    announce(newSize ? codec.decodeAfterDrain(unit, unitNumber) : codec.decode(unit, unitNumber));
   ++unitNumber;
   unit.clear();
 }
@@ -111,6 +116,7 @@ void VideoStream::announcePicture() {
   pictureParams.repeat_first_field = picture.repeat_pict;
   SequenceInfo info = describe(codec.info(), picture);
   info.aspectCode = aspectCode;
+  info.reorder = sequence.reorder;
   if (info.rateNumerator == 0) {
     info.rateNumerator = sequence.rateNumerator;
     info.rateDenominator = sequence.rateDenominator;
@@ -149,6 +155,7 @@ void VideoStream::readHeader() {
   if (!info) return;
   state |= SEQ_HDR_FLAG | PARSE_DONE_FLAG;
   aspectCode = info->aspectCode;
+  options.reorder = info->reorder;
   if (info->width != 0) describeSequence(*info);
 }
 
