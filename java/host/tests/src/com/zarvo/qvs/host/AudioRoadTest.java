@@ -220,6 +220,11 @@ class AudioRoadTest {
     short[] stereo = Beeps.samples(out.resolve("left_aac_64k.aac"), 0, "");
     assertTrue(loudness(stereo, 0, 2) > 20 * loudness(stereo, 1, 2), "left stays left");
     assertTrue(loudness(Beeps.samples(out.resolve("left_vorbis_48k.ogg"), 0, ""), 0, 1) > 2000, "mono has both");
+    Captured run =
+        Captured.run(
+            "transcode", source.toString(), "-o", out.toString(), "--audio", "opus@48k,channels=2,mask=0x30");
+    assertTrue(run.code() != 0 && run.err().contains("audioConverterCheckSettings"), "no such mix: " + run.err());
+    assertFalse(Clips.namesIn(out).contains("left_opus_48k.webm"));
     String json = Files.readString(report);
     assertTrue(json.contains("\"audioCodec\": \"vorbis\"") && json.contains("\"sampleRate\": 24000"), json);
   }
