@@ -60,11 +60,13 @@ uint32_t AudioDecoderAAC::decodeCodecConfig(uint8_t* buffer, uint32_t offset, ui
     if (!AACUtils::decodeCodecConfig(buffer, offset, len, aacOT, aacSR, headerChannelConfig)) {
       return fail("decodeCodecConfig", "Not enough data to decode");
     }
-    layoutElement.clear();
-    if (headerChannelConfig == 0) layoutElement = AACChannelLayout::elementOf({buffer + offset, len});
     aacCH = wantsStereo() ? 2 : headerChannelConfig;
     headerObjectType = headerObjectTypeOf(aacOT);
-    const bool isPlain = headerObjectType == aacOT;
+    const bool isPlain = headerObjectType == aacOT;  // the fields that follow stand where these are read
+    layoutElement.clear();
+    if (isPlain && headerChannelConfig == 0) {
+      layoutElement = AACChannelLayout::elementOf({buffer + offset, len});
+    }
     if (isPlain && (buffer[size_t{offset} + 1] & kFrameOf960) != 0) headerObjectType = 0;
     if (headerObjectType == 0) {
       warn(
