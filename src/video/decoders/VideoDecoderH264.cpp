@@ -32,10 +32,6 @@ constexpr uint32_t kKeyFrame = 1;
 constexpr uint32_t kBidirectionalFrame = 3;
 constexpr uint32_t kSpsLengthAt = 6;
 
-uint32_t readWord(const uint8_t* bytes) {
-  return uint32_t{bytes[0]} << 8 | bytes[1];
-}
-
 }  // namespace
 
 VideoDecoderH264::VideoDecoderH264()

@@ -34,10 +34,6 @@ constexpr uint32_t kLengthSizeAt = 21;
 constexpr uint32_t kArraysAt = 22;
 constexpr uint32_t kShortestRecord = 24;
 
-uint32_t readWord(const uint8_t* bytes) {
-  return uint32_t{bytes[0]} << 8 | bytes[1];
-}
-
 }  // namespace
 
 VideoDecoderH265::VideoDecoderH265()

@@ -121,6 +121,9 @@ void VideoStream::announcePicture() {
     info.rateNumerator = sequence.rateNumerator;
     info.rateDenominator = sequence.rateDenominator;
   }
+  // Their code says it all; pixel shapes are derived from it.
+  if (row.aspect == AspectKind::kCode) info.pixelAspectWidth = 0;
+  info.simplify();
   if (!sequenceKnown || !(info == sequence)) {
     describeSequence(info);
     state |= SEQ_HDR_FLAG;
@@ -129,6 +132,7 @@ void VideoStream::announcePicture() {
 
 void VideoStream::describeSequence(const SequenceInfo& info) {
   sequence = info;
+  sequence.simplify();
   sequenceKnown = true;
   sequenceParams = {};
   sequenceParams.horizontal_size = info.width;
