@@ -63,6 +63,7 @@ void VideoDecoderH265::storeSet(uint32_t type, const uint8_t* set, uint32_t len)
   }
 }
 
+// Takes the last unit of each kind; a record that is cut short gives what it holds.
 void VideoDecoderH265::decodeHVCC(const uint8_t* record, uint32_t len) {
   uint32_t at = kArraysAt;
   while (at < len && len - at >= 2) {
@@ -80,7 +81,7 @@ void VideoDecoderH265::decodeHVCC(const uint8_t* record, uint32_t len) {
         at += unitLen;
       }
     }
-    if (arrays != 0) return;
+    if (arrays != 0) return;  // cut short
   }
 }
 
