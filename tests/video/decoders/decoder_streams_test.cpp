@@ -234,6 +234,9 @@ TEST(DecoderStreams, TellSizeAndRateWithTheConfiguration) {
     EXPECT_EQ(run.decoder->getDisplayWidth(), 176u);
     EXPECT_EQ(run.decoder->getDisplayHeight(), 144u);
     EXPECT_DOUBLE_EQ(run.decoder->getFrameRate(), 25.0);
+    // The pictures then tell nothing new.
+    for (MediaUnit& unit : stream.units)
+      EXPECT_EQ(run.harness.feed(unit.bytes, 0, 1) & DecodeFlagInfoUpdated, 0u);
     if (codec == 7) continue;  // its record has a form of its own
     Road other(codec);
     other.harness.config(MediaBytes(20, 0x11));

@@ -17,6 +17,7 @@ constexpr uint32_t kBaselineProfile = 66;
 constexpr uint32_t kExtendedSar = 255;
 constexpr uint32_t kMacroblocksMax = 1024;  ///< to a side: 16384 pixels
 
+// By aspect_ratio_idc.
 constexpr uint8_t kSampleAspects[][2] = {{0, 0},   {1, 1},    {12, 11}, {10, 11}, {16, 11}, {40, 33},
                                          {24, 11}, {20, 11},  {32, 11}, {80, 33}, {18, 11}, {15, 11},
                                          {64, 33}, {160, 99}, {4, 3},   {3, 2},   {2, 1}};
@@ -40,6 +41,7 @@ std::vector<uint8_t> payloadOf(const uint8_t* bytes, size_t size) {
   return payload;
 }
 
+// The list's values decide how many are coded.
 void skipScalingList(BitReader& reader, uint32_t count) {
   int32_t last = 8, next = 8;
   for (uint32_t i = 0; i < count; ++i) {
@@ -52,9 +54,9 @@ void skipScalingList(BitReader& reader, uint32_t count) {
 uint32_t readHighProfilePart(BitReader& reader) {
   const uint32_t chromaFormat = reader.unsignedGolomb();
   if (chromaFormat == 3) reader.bit();
-  reader.unsignedGolomb();
-  reader.unsignedGolomb();
-  reader.bit();
+  reader.unsignedGolomb();  // bit depth of luma
+  reader.unsignedGolomb();  // and of chroma
+  reader.bit();             // lossless bypass
   if (reader.bit() != 0) {
     const uint32_t lists = chromaFormat == 3 ? 12 : 8;
     for (uint32_t list = 0; list < lists; ++list) {
@@ -100,6 +102,7 @@ void readTiming(BitReader& reader, SequenceInfo& info) {
 
 void readUsability(BitReader& reader, SequenceInfo& info) {
   if (reader.bit() != 0) readAspect(reader, info);
+  // Overscan, video signal, chroma siting: nothing of them is used.
   if (reader.bit() != 0) reader.bit();
   if (reader.bit() != 0) {
     reader.bits(4);
@@ -127,6 +130,7 @@ bool skipRateModel(BitReader& reader) {
 
 /// Whether the set tells how far pictures are reordered.
 bool tellsReordering(BitReader& reader) {
+  // Models of the NAL and of the VCL stream.
   const bool first = skipRateModel(reader);
   const bool second = skipRateModel(reader);
   if (first || second) reader.bit();
@@ -143,7 +147,7 @@ std::optional<SequenceInfo> readSps(const std::vector<uint8_t>& payload) {
   const bool high =
       std::find(std::begin(kHighProfiles), std::end(kHighProfiles), profile) != std::end(kHighProfiles);
   const uint32_t chromaFormat = high ? readHighProfilePart(reader) : 1;
-  reader.unsignedGolomb();
+  reader.unsignedGolomb();  // frame number bits
   const uint32_t orderType = readPictureOrder(reader);
   const uint32_t references = std::min(reader.unsignedGolomb(), 16u);
   reader.bit();
@@ -158,6 +162,7 @@ std::optional<SequenceInfo> readSps(const std::vector<uint8_t>& payload) {
   if (reader.bit() != 0) {
     for (uint32_t& side : crop) side = std::min(reader.unsignedGolomb(), 16384u);
   }
+  // Cropping counts chroma samples, and pairs of rows where there are fields.
   const uint32_t cropX = chromaFormat == 1 || chromaFormat == 2 ? 2 : 1;
   const uint32_t cropY = (chromaFormat == 1 ? 2 : 1) * (2 - framesOnly);
   SequenceInfo info;
