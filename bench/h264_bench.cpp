@@ -121,10 +121,8 @@ x264_t* openDirect(const Clip& clip, double bitrate) {
   parameters.i_scenecut_threshold = 0;
   parameters.rc.i_rc_method = X264_RC_ABR;
   parameters.rc.i_bitrate = static_cast<int>(bitrate / 1000);
-  if (std::getenv("QVS_BENCH_UNBUFFERED") == nullptr) {
-    parameters.rc.i_vbv_max_bitrate = parameters.rc.i_bitrate * 110 / 100;
-    parameters.rc.i_vbv_buffer_size = parameters.rc.i_vbv_max_bitrate * 2;
-  }
+  parameters.rc.i_vbv_max_bitrate = parameters.rc.i_bitrate * 110 / 100;
+  parameters.rc.i_vbv_buffer_size = parameters.rc.i_vbv_max_bitrate * 2;
   parameters.b_repeat_headers = 1;
   parameters.b_annexb = 0;
   parameters.i_log_level = X264_LOG_NONE;

@@ -23,6 +23,7 @@ void rewrite(std::vector<uint8_t> bytes, uint32_t (*process)(uint8_t*, uint32_t)
   check(type <= 3);
   size_t changed = 0;
   while (changed < bytes.size() && bytes[changed] == before[changed]) ++changed;
+  if (changed == bytes.size()) return;
   // The first start code found lies at the first change or, where its length equals the code, nowhere.
   size_t at = changed;
   while (at > 0 && changed - at < 3 &&
@@ -30,7 +31,6 @@ void rewrite(std::vector<uint8_t> bytes, uint32_t (*process)(uint8_t*, uint32_t)
            before[at + 3] == 1)) {
     --at;
   }
-  if (changed == bytes.size()) return;
   while (at + 4 <= bytes.size()) {
     const uint64_t next = at + 4 + uint64_t{bigEndian(&bytes[at])};
     check(next <= bytes.size());

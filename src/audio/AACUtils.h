@@ -2,8 +2,6 @@
 
 #include <mc_enc_aac.h>
 
-#include <mc_enc_aac.h>
-
 #include <cstdint>
 
 namespace qvs {

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "audio/AACChannelLayout.h"
 #include "audio/AACUtils.h"
 #include "frames/AudioSampleBuffer.h"
 #include "log/MainConceptCallbacks.h"
@@ -61,7 +62,11 @@ uint32_t AudioDecoderAAC::decodeCodecConfig(uint8_t* buffer, uint32_t offset, ui
     }
     aacCH = wantsStereo() ? 2 : headerChannelConfig;
     headerObjectType = headerObjectTypeOf(aacOT);
-    const bool isPlain = headerObjectType == aacOT;
+    const bool isPlain = headerObjectType == aacOT;  // the fields that follow stand where these are read
+    layoutElement.clear();
+    if (isPlain && headerChannelConfig == 0) {
+      layoutElement = AACChannelLayout::elementOf({buffer + offset, len});
+    }
     if (isPlain && (buffer[size_t{offset} + 1] & kFrameOf960) != 0) headerObjectType = 0;
     if (headerObjectType == 0) {
       warn(
@@ -85,20 +90,30 @@ int32_t AudioDecoderAAC::getSampleRate() {
   return static_cast<int32_t>(AACUtils::sampleRateOf(aacSR));
 }
 
-bool AudioDecoderAAC::writeHeader(uint8_t* buffer, uint32_t offset, uint32_t len) const {
+/// The caller's bytes as a frame that the library knows; empty where that can't be.
+std::span<uint8_t> AudioDecoderAAC::frameOf(uint8_t* buffer, uint32_t offset, uint32_t len) {
   constexpr uint32_t kHeaderChannelConfigs = 8;
-  const bool fits = buffer != nullptr && len > AACUtils::kADTSHeaderSize && len <= AACUtils::kMaxADTSFrame;
-  if (!fits || headerObjectType == 0 || headerChannelConfig >= kHeaderChannelConfigs) return false;
-  AACUtils::encodeDTSHeader(buffer, offset, headerObjectType, aacSR, headerChannelConfig, 1, len);
-  return true;
+  if (buffer == nullptr || len <= AACUtils::kADTSHeaderSize) return {};
+  if (headerObjectType == 0 || headerChannelConfig >= kHeaderChannelConfigs) return {};
+  const size_t size = size_t{len} + layoutElement.size();
+  if (size > AACUtils::kMaxADTSFrame) return {};
+  uint8_t* header = buffer + offset;
+  AACUtils::encodeDTSHeader(header, 0, headerObjectType, aacSR, headerChannelConfig, 1,
+                            static_cast<uint32_t>(size));
+  if (layoutElement.empty()) return {header, len};
+  uint8_t* data = header + AACUtils::kADTSHeaderSize;
+  layoutFrame.assign(header, data);
+  layoutFrame.insert(layoutFrame.end(), layoutElement.begin(), layoutElement.end());
+  layoutFrame.insert(layoutFrame.end(), data, header + len);
+  return layoutFrame;
 }
 
 uint32_t AudioDecoderAAC::decodeFirstFrame(uint8_t* buffer, uint32_t offset, uint32_t len) {
   return guarded("AudioDecoderAAC::decodeFirstFrame", [&]() -> uint32_t {
     if (!isOpen()) return kFailure;
-    if (!writeHeader(buffer, offset, len)) return fail("decodeFirstFrame", "Decode failed");
+    const std::span<uint8_t> frame = frameOf(buffer, offset, len);
     command(PARSE_AUD_HDR);
-    if (decoder->copybytes(decoder, buffer + offset, len) == 0) {
+    if (decoder->copybytes(decoder, frame.data(), static_cast<uint32_t>(frame.size())) == 0) {
       return fail("decodeFirstFrame", "Decode failed");
     }
     if (command(INIT_FRAME_PARSER, &aacConfig, sizeof aacConfig) != 0) {
@@ -113,10 +128,11 @@ uint32_t AudioDecoderAAC::decodeFrame(uint8_t* buffer, uint32_t offset, uint32_t
                                       AudioSampleBuffer& out) {
   return guarded("AudioDecoderAAC::decodeFrame", [&]() -> uint32_t {
     if (!isOpen()) return kFailure;
-    if (!writeHeader(buffer, offset, len)) return fail("decodeFrame", "Decode failed", out);
+    const std::span<uint8_t> frame = frameOf(buffer, offset, len);
+    if (frame.empty()) return fail("decodeFrame", "Decode failed", out);
     announceTarget();
     timecodeDelay[1] = std::exchange(timecodeDelay[0], {timecode, 0, 0});
-    return decodeBytes({buffer + offset, len}, out);
+    return decodeBytes(frame, out);
   });
 }
 
@@ -161,8 +177,12 @@ AudioDecoderAACDelayInfo AudioDecoderAAC::takeDelayed() {
   if (formatChanges) timecodeDelay[1].timecode = AudioDecoderAACDelayInfo::kNone;
   const bool isLate = timecodeDelay[1].timecode != AudioDecoderAACDelayInfo::kNone;
   AudioDecoderAACDelayInfo& used = timecodeDelay[isLate ? 1 : 0];
-  const AudioDecoderAACDelayInfo taken = used;
+  AudioDecoderAACDelayInfo taken = used;
   used.timecode = AudioDecoderAACDelayInfo::kNone;
+  if (taken.channels != 0) return taken;
+  // Its frame went in before the library knew the format.
+  taken.sampleRate = timecodeDelay[0].sampleRate;
+  taken.channels = timecodeDelay[0].channels;
   return taken;
 }
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <span>
+#include <vector>
+
 #include "audio/AudioDecoderBufferStream.h"
 
 namespace qvs {
@@ -38,7 +41,7 @@ class AudioDecoderAAC : public AudioDecoderBufferStream {
   uint32_t getSamplesPerFrame() override { return 1024; }
 
  private:
-  bool writeHeader(uint8_t* buffer, uint32_t offset, uint32_t len) const;
+  std::span<uint8_t> frameOf(uint8_t* buffer, uint32_t offset, uint32_t len);
   uint32_t decodeBytes(std::span<uint8_t> bytes, AudioSampleBuffer& out);
   void noteHeader();
   void forgetFrame();
@@ -46,11 +49,13 @@ class AudioDecoderAAC : public AudioDecoderBufferStream {
   uint32_t finish(AudioSampleBuffer& out);
 
   aac_decoder_config aacConfig{};
-  uint32_t aacOT = 0;                         ///< audio object type
-  uint32_t aacSR = 0;                         ///< sampling frequency index
-  uint32_t aacCH = 0;                         ///< channel configuration, as reported
-  uint32_t headerObjectType = 0;              ///< for the frames' headers; 0: none can be written
-  uint32_t headerChannelConfig = 0;           ///< the stream's own, whatever is reported
+  uint32_t aacOT = 0;                  ///< audio object type
+  uint32_t aacSR = 0;                  ///< sampling frequency index
+  uint32_t aacCH = 0;                  ///< channel configuration, as reported
+  uint32_t headerObjectType = 0;       ///< for the frames' headers; 0: none can be written
+  uint32_t headerChannelConfig = 0;    ///< the stream's own, whatever is reported
+  std::vector<uint8_t> layoutElement;  ///< for in front of each frame's data; empty: the header's field tells
+  std::vector<uint8_t> layoutFrame;    ///< a frame with it
   AudioDecoderAACDelayInfo timecodeDelay[2];  ///< frames still in the library, the latest first
   uint32_t timecodeSampleRate = 0;            ///< of the last block
   uint32_t timecodeChannels = 0;

@@ -74,7 +74,7 @@ AudioEncoderAAC::~AudioEncoderAAC() {
 }
 
 uint32_t AudioEncoderAAC::initialize() {
-  return guarded("AudioEncoderAAC::initialize", [&]() -> uint32_t {
+  const uint32_t result = guarded("AudioEncoderAAC::initialize", [&]() -> uint32_t {
     closeEncoder();
     encodesettings.bits_per_sample = 16;
     encodesettings.input_channels = channels;
@@ -84,6 +84,8 @@ uint32_t AudioEncoderAAC::initialize() {
     info(fmt::format("{}channels:{} sampleRate:{} bitRate:{}", kInitialize, channels, sampleRate, bitrate));
     return openEncoder();
   });
+  if (result != kSuccess) closeEncoder();
+  return result;
 }
 
 void AudioEncoderAAC::checkSampleRate() const {
@@ -118,11 +120,7 @@ uint32_t AudioEncoderAAC::openEncoder() {
   }
   aenc = aacOutAudioNew(&callbacks, &encodesettings, 0, 0, sampleRate);
   if (aenc == nullptr) return refuse("aacOutAudioNew", kNoEncoder);
-  if (aacOutAudioInit(aenc, bufferStream.getStream()) != 0) {
-    aacOutAudioFree(aenc);
-    aenc = nullptr;
-    return refuse("aacOutAudioInit", kNotOpened);
-  }
+  if (aacOutAudioInit(aenc, bufferStream.getStream()) != 0) return refuse("aacOutAudioInit", kNotOpened);
   const bool he = encodesettings.he != AAC_HE_OFF;
   timecodeDivisor = he ? 2 : 1;
   firstEncode = 1;

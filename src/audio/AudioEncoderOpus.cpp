@@ -38,7 +38,7 @@ AudioEncoderOpus::~AudioEncoderOpus() {
 }
 
 uint32_t AudioEncoderOpus::initialize() {
-  return guarded("AudioEncoderOpus::initialize", [&]() -> uint32_t {
+  const uint32_t result = guarded("AudioEncoderOpus::initialize", [&]() -> uint32_t {
     closeEncoder();
     if (std::find(std::begin(kRates), std::end(kRates), sampleRate) == std::end(kRates)) {
       error(fmt::format("{}Sample rate is not supported [8KHz, 12KHz, 16KHz, 24KHz, 48KHz]: {}", kInitialize,
@@ -50,9 +50,10 @@ uint32_t AudioEncoderOpus::initialize() {
     if (!encoder) return kSuccess;
     assembler.open(static_cast<uint32_t>(sampleRate * sampleDuration / 1000), channels, sampleRate);
     bufferFrame = std::make_unique<uint8_t[]>(kPacketBytesMost);
-    addHeader();
-    return kSuccess;
+    return addHeader() ? kSuccess : kFailure;
   });
+  if (result != kSuccess) closeEncoder();
+  return result;
 }
 
 void AudioEncoderOpus::openEncoder() {
@@ -74,7 +75,7 @@ void AudioEncoderOpus::openEncoder() {
   preSkip = static_cast<uint32_t>(lookahead) * (kHeaderRate / sampleRate);
 }
 
-void AudioEncoderOpus::addHeader() {
+bool AudioEncoderOpus::addHeader() {
   constexpr size_t kHeaderBytes = 19;
   std::array<uint8_t, kHeaderBytes> header{};
   std::memcpy(header.data(), "OpusHead", 8);
@@ -85,7 +86,7 @@ void AudioEncoderOpus::addHeader() {
   at = putLittleEndian(at, sampleRate, 4);
   at = putLittleEndian(at, gainField(gain), 2);
   putLittleEndian(at, 0, 1);  // mapping family: mono or stereo
-  EncodedAudio::append(headers, {0, channels, sampleRate}, header);
+  return EncodedAudio::append(headers, {0, channels, sampleRate}, header);
 }
 
 uint32_t AudioEncoderOpus::getHeaders(std::vector<AudioFrameEncoded>& out) {

@@ -48,7 +48,7 @@ class AudioEncoderOpus : public AudioEncoderBase {
   };
 
   void openEncoder();
-  void addHeader();
+  bool addHeader();
   void encode(const AudioFrameAssembler::Frame& frame, std::vector<AudioFrameEncoded>& out);
   void closeEncoder();
 

@@ -64,12 +64,13 @@ AudioEncoderVorbis::~AudioEncoderVorbis() {
 }
 
 uint32_t AudioEncoderVorbis::initialize() {
-  return guarded("AudioEncoderVorbis::initialize", [&]() -> uint32_t {
+  const uint32_t result = guarded("AudioEncoderVorbis::initialize", [&]() -> uint32_t {
     closeEncoder();
     limitBitrate();
-    if (openEncoder()) addHeaders();
-    return kSuccess;
+    return !openEncoder() || addHeaders() ? kSuccess : kFailure;
   });
+  if (result != kSuccess) closeEncoder();
+  return result;
 }
 
 void AudioEncoderVorbis::limitBitrate() {
@@ -124,19 +125,21 @@ void AudioEncoderVorbis::logFailure(int code) const {
                     bitrate));
 }
 
-void AudioEncoderVorbis::addHeaders() {
+bool AudioEncoderVorbis::addHeaders() {
   ogg_packet identification, comments, books;
   vorbis_analysis_headerout(&dspState, &comment, &identification, &comments, &books);
   for (ogg_packet* header : {&identification, &comments, &books}) ogg_stream_packetin(&streamState, header);
   const EncodedAudio::Stamp stamp{0, channels, sampleRate};
-  for (int index = 0; ogg_stream_flush(&streamState, &page) != 0; ++index) {
+  bool kept = true;
+  for (int index = 0; kept && ogg_stream_flush(&streamState, &page) != 0; ++index) {
     if (index == 1) {
-      EncodedAudio::append(headers, stamp, headOf(page));
-      EncodedAudio::append(headers, stamp, bodyOf(page));
+      kept = EncodedAudio::append(headers, stamp, headOf(page)) &&
+             EncodedAudio::append(headers, stamp, bodyOf(page));
     } else {
-      EncodedAudio::append(headers, stamp, headOf(page), bodyOf(page));
+      kept = EncodedAudio::append(headers, stamp, headOf(page), bodyOf(page));
     }
   }
+  return kept;
 }
 
 uint32_t AudioEncoderVorbis::getHeaders(std::vector<AudioFrameEncoded>& out) {

@@ -44,7 +44,7 @@ class AudioEncoderVorbis : public AudioEncoderBase {
   bool openEncoder();
   int setUpEncoder();
   void logFailure(int code) const;
-  void addHeaders();
+  bool addHeaders();
   void write(const AudioSampleBuffer& buffer, uint32_t index, uint32_t count);
   void analyse();
   void account(int64_t granule);

@@ -31,8 +31,9 @@ void AudioFrameAssembler::close() {
 }
 
 void AudioFrameAssembler::add(std::unique_ptr<AudioSampleBuffer> block) {
-  waiting += samplesLeft(*block);
+  const uint32_t count = samplesLeft(*block);
   blocks.push(std::move(block));
+  waiting += count;  // only once the queue has it
 }
 
 bool AudioFrameAssembler::next(Frame& frame) {

@@ -146,6 +146,34 @@ TEST_F(AacEncoder, RefusesWhatTheLibraryCannotServeAndSaysWhy) {
   }
 }
 
+TEST_F(AacEncoder, SettingsThatAreServedChangeWhatIsCoded) {
+  const Sound sound = makeSweep(48000, 2, 20 * kFrame);
+  ASSERT_EQ(encoder->initialize(), 0u);
+  const auto plain = encodeAll(*encoder, sound, {kFrame});
+  for (const auto& [key, value] : {std::pair{40000u, 2},
+                                   {40002u, 3000},
+                                   {40003u, 1},
+                                   {40003u, 10},
+                                   {40014u, 1},
+                                   {40014u, 2},
+                                   {40017u, 64},
+                                   {40017u, 320}}) {
+    SCOPED_TRACE(fmt::format("key {} value {}", key, value));
+    setUp(48000, 2, 192000);
+    encoder->setParameterValue(key, int64_t{value});
+    ASSERT_EQ(encoder->initialize(), 0u);
+    const auto units = encodeAll(*encoder, sound, {kFrame});
+    EXPECT_NE(joined(units), joined(plain));
+    EXPECT_EQ(decodeFile(joined(units), "aac").length(), 18 * kFrame);
+  }
+  for (const auto& [key, value] : {std::pair{40012u, 90000}, {40013u, 90000}, {40015u, 1}}) {
+    setUp(48000, 2, 192000);
+    encoder->setParameterValue(key, int64_t{value});
+    ASSERT_EQ(encoder->initialize(), 0u);
+    EXPECT_EQ(encodeAll(*encoder, sound, {kFrame}), plain) << "key " << key << " is not about the bytes";
+  }
+}
+
 TEST_F(AacEncoder, BitrateIndexIsTheLastNotAbove) {
   EXPECT_EQ(AACUtils::encoderBitrateToIndex(128), 19u);
   EXPECT_EQ(AACUtils::encoderBitrateToIndex(127), 18u);

@@ -8,6 +8,9 @@
 
 #include "audio/AudioDecoderAAC.h"
 #include "frames/AudioSampleBuffer.h"
+#ifdef QVS_COUNTS_ALLOCATIONS
+#include "../frames/AllocationCounter.h"
+#endif
 
 namespace {
 
@@ -17,7 +20,8 @@ struct Script {
   uint32_t rate = 44100;  ///< of the header
   bool openFails = false;
   bool initFails = false;
-  bool damaged = false;  ///< the next frame is refused
+  bool headerIsLate = false;  ///< it comes with the first block
+  bool damaged = false;       ///< the next frame is refused
 } script;
 
 struct LateLibrary {
@@ -36,7 +40,7 @@ LateLibrary& of(bufstream_tt* stream) {
 uint32_t copyBytes(bufstream_tt* stream, uint8_t*, uint32_t size) {
   LateLibrary& library = of(stream);
   library.header = {script.rate, 2, 128000, 4, 0, 1024};
-  library.known = &library.header;
+  if (!script.headerIsLate || library.held >= script.delay) library.known = &library.header;
   library.state = 0;
   if (library.target == nullptr) return size;
   library.target->bfr_size = 0;
@@ -140,6 +144,24 @@ TEST_F(LateAacLibrary, StartsAnewWhereTheRateChanges) {
   EXPECT_EQ(out.getSampleRate(), 48000u);
   EXPECT_EQ(out.getTimecode(), 48u * 1046);
 }
+
+TEST_F(LateAacLibrary, TakesTheFormatThatComesWithTheBlock) {
+  script.headerIsLate = true;
+  feed(1000);
+  EXPECT_EQ(feed(1023), 0u);
+  EXPECT_EQ(out.getSampleCount(), 1024u);
+  EXPECT_EQ(out.getSampleRate(), 44100u);
+  EXPECT_EQ(out.getTimecode(), 44100u);
+}
+
+#ifdef QVS_COUNTS_ALLOCATIONS
+TEST_F(LateAacLibrary, NoBlockAllocates) {
+  for (int i = 0; i < 3; ++i) feed(static_cast<uint64_t>(i) * 23);
+  const uint64_t before = test::allocationsSoFar();
+  for (int i = 3; i < 50; ++i) feed(static_cast<uint64_t>(i) * 23);
+  EXPECT_EQ(test::allocationsSoFar(), before);
+}
+#endif
 
 TEST_F(LateAacLibrary, FailuresOfTheLibraryAreTold) {
   uint8_t packet[20] = {};

@@ -172,6 +172,28 @@ TEST_F(MpegSound, EveryNumberOfChannelsComesOutAsItWentIn) {
   }
 }
 
+TEST_F(MpegSound, ALayoutInTheConfigurationIsUsed) {
+  const AudioFile file = makeMpegSound("aac", 48000, 7, 24000);
+  ASSERT_GT(file.config.size(), 5u);
+  ASSERT_EQ(file.config[1] >> 3 & 15, 0) << "no channel configuration";
+  MpegSoundRun run(file);
+  ASSERT_TRUE(run.opened);
+  EXPECT_EQ(run.decoder().getChannels(), 0u);
+  run.feedAll(file);
+  EXPECT_EQ(run.block().getChannels(), 7u);
+  EXPECT_EQ(run.samples.size(), file.packets.size() * 1024 * 7);
+  const auto sound = makeSound(48000, 7, 24000);
+  for (const size_t channel : {0u, 1u, 2u}) {
+    EXPECT_GT(snrDb(channelOf(sound, 7, channel, 0), channelOf(run.samples, 7, channel, 1024)), 10)
+        << channel;
+  }
+  for (size_t len = 2; len < file.config.size(); ++len) {
+    Bytes cut(file.config.begin(), file.config.begin() + static_cast<std::ptrdiff_t>(len));
+    EXPECT_EQ(run.decoder().decodeCodecConfig(cut.data(), 0, static_cast<uint32_t>(len)), 0u);
+    run.feed(file.packets[3].bytes, 0);
+  }
+}
+
 TEST_F(MpegSound, AKeyForTwoChannelsLeavesMoreOfThemAlone) {
   const AudioFile file = makeMpegSound("aac", 48000, 6, 12000);
   MpegSoundRun run(file, 2);

@@ -113,10 +113,10 @@ TEST(SessionWiring, CreatesTheDecoderAndKeepsItWhenTheNextCanNotBe) {
   EXPECT_EQ(decoder->getImplementation(), 4u);
   EXPECT_EQ(session.videoDecoderCreate(0, 99, 9, 8, 0, kFourCCI420), kFail);
   EXPECT_THAT(lines(session), IsEmpty());
-  EXPECT_EQ(session.videoDecoderCreate(0, 7, 0, 8, 1, kFourCCI420), kFail);
+  EXPECT_EQ(session.videoDecoderCreate(1, 7, 0, 8, 1, kFourCCI420), kFail);
   EXPECT_THAT(lines(session),
               ElementsAre("4/1/0 TranscoderSession.videoDecoderCreate[{context}]: Video decoder is "
-                          "not built in: H.264: default"));
+                          "not built in: Capture: default"));
   EXPECT_EQ(session.getVideoDecoder(), decoder);
   EXPECT_EQ(session.videoDecoderCreate(0, 8, 8, 8, 0, kFourCCYV12), 0u);
   EXPECT_EQ(session.getVideoDecoder()->getCodecVersion(), 8u);

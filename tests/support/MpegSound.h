@@ -10,8 +10,8 @@
 
 namespace qvs::test {
 
-/// `makeSound` coded by libavcodec's `encoder` ("aac", "mp2", "libmp3lame"), a packet a frame. Channels 1, 2,
-/// 6 or 8.
+/// `makeSound` coded by libavcodec's `encoder` ("aac", "mp2", "libmp3lame"), a packet a frame. Channels 1 or
+/// 2; AAC also 6, 8, and 7, a layout that has no number of its own in the configuration.
 AudioFile makeMpegSound(const std::string& encoder, uint32_t sampleRate, uint32_t channels, uint32_t samples);
 
 /// Packets that carry ADTS headers lose them, and the file gets the configuration that they tell of. Other

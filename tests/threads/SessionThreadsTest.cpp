@@ -4,10 +4,13 @@
 #include <cstring>
 #include <thread>
 
+#include "audio/AudioResampler.h"
 #include "CountingListener.h"
+#include "frames/AudioFrameEncoded.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoOverlayFrame.h"
 #include "road/Road.h"
+#include "support/CodedSound.h"
 
 namespace qvs::test {
 namespace {
@@ -164,22 +167,64 @@ TEST(SessionThreads, OverlaysAreReplacedWhilePicturesAreDrawn) {
   server.join();
 }
 
+/// Opus in, Opus at another rate and AAC out, packet after packet; the number of coded frames that came.
+uint32_t transcodeSound(TranscoderSession& session, const AudioFile& sound) {
+  std::vector<uint8_t> config = sound.config;
+  EXPECT_EQ(session.audioDecoderCreate(0, 12, 0), 0u);
+  EXPECT_EQ(session.audioDecoderInitialize(), 0u);
+  EXPECT_EQ(session.audioDecoderDecodeCodecConfig(config.data(), 0, static_cast<uint32_t>(config.size())),
+            0u);
+  EXPECT_EQ(session.audioDecoderDecodeFirstFrame(nullptr, 0, 0), 0u);
+  EXPECT_EQ(session.audioDecoderBuffersCreate(1), 0u);
+  EXPECT_EQ(session.audioDecoderBuffersAllocate(2048, 2, 48000), 0u);
+  for (uint32_t codec : {10u, 12u}) {
+    int32_t added = -1;
+    EXPECT_EQ(session.audioEncoderAdd(codec, 0, &added), 0u);
+    const auto index = static_cast<uint32_t>(added);
+    const uint32_t rate = codec == 10 ? 44100 : 24000;
+    session.audioEncoderSetSampleRate(index, rate);
+    session.audioEncoderSetChannels(index, 2);
+    session.audioEncoderSetBitrate(index, 96000);
+    auto resampler = std::make_unique<AudioResampler>();
+    resampler->setTargetSampleRate(rate);
+    resampler->setTargetChannels(2);
+    session.getAudioEncoder(index)->setAudioResampler(resampler.release());
+    EXPECT_EQ(session.audioEncoderInitialize(index), 0u);
+  }
+  uint32_t frameCount = 0;
+  uint64_t timecode = 1000;
+  for (const AudioPacket& coded : sound.packets) {
+    std::vector<uint8_t> packet = coded.bytes;
+    EXPECT_EQ(
+        session.audioDecoderDecodeFrame(packet.data(), 0, static_cast<uint32_t>(packet.size()), timecode, 0),
+        0u);
+    session.audioDecoderResampleFrame(timecode, 0);
+    for (uint32_t index = 0; index < 2; ++index) {
+      std::vector<AudioFrameEncoded> frames;
+      EXPECT_EQ(session.audioEncoderEncodeBufferStart(index, 0), 0u);
+      EXPECT_EQ(session.audioEncoderResampleFrame(index, 0), 0u);
+      EXPECT_EQ(session.audioEncoderAddSampleBuffer(index, 0, frames), 0u);
+      for (AudioFrameEncoded& frame : frames) std::free(frame.getBuffer());
+      frameCount += static_cast<uint32_t>(frames.size());
+    }
+    timecode += 20;
+  }
+  return frameCount;
+}
+
 /// The audio road of a session runs beside its video road; a third thread fetches the log.
 TEST(SessionThreads, VideoAndAudioRoadsAndTheLogSideBySide) {
   const auto packets = stream();
+  const AudioFile sound = makeOpus(2);
   Road road(RoadSetup{});
   ASSERT_TRUE(road.open());
   auto& session = road.getSession();
   const int64_t id = session.getSessionId();
   std::atomic<bool> done{false};
   std::thread audio([&] {
-    AudioSampleBuffer block;
-    while (!done) {
-      session.audioDecoderCreate(0, 10, 0);
-      session.getAudioDecoderWorkingBuffer(4096);
-      manager().notifyAudioFrameDecodeListenersBeforeResample(id, nullptr, &block);
-      manager().notifyAudioFrameDecodeListenersAfterResample(id, nullptr, &block);
-    }
+    // A second of sound: 43 frames of AAC, less those that the encoder holds, and 50 of Opus.
+    EXPECT_GT(transcodeSound(session, sound), 85u);
+    done = true;
   });
   std::thread log([&] {
     while (!done) {
@@ -189,7 +234,6 @@ TEST(SessionThreads, VideoAndAudioRoadsAndTheLogSideBySide) {
     }
   });
   feedAll(road, packets);
-  done = true;
   audio.join();
   log.join();
   manager().notifySessionListenersDestroy(id);

@@ -39,14 +39,14 @@ enum class SecondFetch { kNone, kByDecodeCount, kByTimecode };
 struct BufStreamCodec {
   BufStreamLabels labels;
   uint32_t codec;
-  UnitRecord record;
+  UnitRecord record;        ///< what rides with a unit
   uint32_t infoFlags;       ///< bits of the parse state that bring new stream information
   bool infoAlwaysReported;  ///< DecodeFlagInfoUpdated is set even where the information can't be read
-  SecondFetch secondFetch;
-  bool unitPerBlock;     ///< each block is a whole unit
-  bool plainDoubleRate;  ///< at double rate the back end isn't asked to deinterlace
-  bool asksDeinterlace;
-  uint32_t missingInfo;  ///< result of `updateDecodeInfo` when the back end has none
+  SecondFetch secondFetch;  ///< how the second fetch of a picture is known
+  bool unitPerBlock;        ///< each block is a whole unit
+  bool plainDoubleRate;     ///< at double rate the back end isn't asked to deinterlace
+  bool asksDeinterlace;     ///< the back end deinterlaces where it is wanted
+  uint32_t missingInfo;     ///< result of `updateDecodeInfo` when the back end has none
 };
 
 struct zarvo_dec_timestamp_s {

@@ -22,6 +22,7 @@ uint32_t NalUnitSplicer::findUnits(const NalAccessUnit& unit) {
   hasSet.fill(false);
   hasDelimiter = false;
   uint32_t at = 0;
+  // `at` never passes the end: each length is compared with what is left.
   while (unit.len - at >= unit.lengthSize) {
     const uint32_t len = readLength(unit.bytes + at, unit.lengthSize);
     at += unit.lengthSize;
@@ -41,6 +42,7 @@ uint32_t NalUnitSplicer::splice(const NalAccessUnit& unit, const NalSplices& spl
   const auto add = [&](const SplicedBytes& piece) {
     if (piece.bytes != nullptr) list.push({piece.bytes, piece.len, unit.timecode, 0});
   };
+  // A delimiter comes first in a unit, parameter sets next.
   if (!hasDelimiter) add(splices.delimiter);
   for (size_t set = 0; unit.frameType == kKeyFrame && set < hasSet.size(); ++set) {
     if (!hasSet[set]) add(splices.sets[set]);
@@ -49,6 +51,7 @@ uint32_t NalUnitSplicer::splice(const NalAccessUnit& unit, const NalSplices& spl
     add({splices.startCode, kStartCodeLength});
     add(nal);
   }
+  // Only the first block carries the type: it is what starts a unit.
   if (!list.empty()) list.front().frameType = unit.frameType;
   return result;
 }

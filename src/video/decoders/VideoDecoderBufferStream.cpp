@@ -89,6 +89,7 @@ void VideoDecoderBufferStream::feedAll(uint8_t* bytes, uint32_t len) {
   }
 }
 
+// Blocks that were spliced before a new configuration came must not outlive the old one.
 void VideoDecoderBufferStream::replaceSet(Bytes& stored, uint32_t& storedLen, Bytes set, uint32_t len) {
   for (size_t i = 0; i < bufferList.size(); ++i) {
     ByteBlock& block = bufferList[i];
@@ -119,6 +120,7 @@ uint32_t VideoDecoderBufferStream::setUpWithHeader(const uint8_t* record, uint32
   return finishSetUp(send(CLEAN_PARSE_STATE));
 }
 
+// The back end is set up once; a header that it didn't understand isn't tried again.
 uint32_t VideoDecoderBufferStream::finishSetUp(uint32_t state) {
   isFirstCodecConfig = 0;
   constexpr uint32_t kUnderstood = SEQ_HDR_FLAG | PARSE_DONE_FLAG;
@@ -159,6 +161,7 @@ void VideoDecoderBufferStream::decodeStep(uint32_t* flags, bool flushing) {
   uint32_t state = 0;
   while (flushing || !bufferList.empty()) {
     const bool drained = bufferList.empty();
+    // An empty feed is the nudge at the end of a stream.
     const uint32_t taken = drained ? vid_dec->copybytes(vid_dec, nullptr, 0) : feedFront();
     if (drained && taken == 0) *flags |= DecodeFlagFlushed;
     if ((drained || taken == 0) && ++rounds > kRoundsMax) {
@@ -184,6 +187,7 @@ uint32_t VideoDecoderBufferStream::feedFront() {
   }
   const uint32_t len = block.len;
   bufferList.pop();
+  // Lets the picture come now instead of with the next unit.
   if (row.unitPerBlock || bufferList.empty()) send(END_OF_UNIT);
   return len != 0 ? len : 1;
 }
@@ -220,6 +224,7 @@ void VideoDecoderBufferStream::takePicture() {
   takePictureFlags();
 }
 
+// A picture without a record keeps the time and type of the one before.
 void VideoDecoderBufferStream::takeRecord() {
   if (row.record == UnitRecord::kTimestamp) {
     zarvo_dec_timestamp_s* record = nullptr;
@@ -252,6 +257,7 @@ uint32_t VideoDecoderBufferStream::updateDecodeInfo() {
   readDisplaySize(*info, &width, &height);
   const auto codedWidth = static_cast<uint32_t>(info->horizontal_size);
   const auto codedHeight = static_cast<uint32_t>(info->vertical_size);
+  // Stored through the virtual setters, so that derived classes and the session see one state.
   const bool changed = width != getDisplayWidth() || height != getDisplayHeight() ||
                        codedWidth != getFrameWidth() || codedHeight != getFrameHeight() ||
                        rate != getFrameRate();
@@ -288,6 +294,8 @@ uint32_t VideoDecoderBufferStream::getDecodedFrame(VideoFrameBuffer& target) {
     if (vid_dec == nullptr) return kFailure;
     uint64_t timecode = decodedFrameTimecode;
     uint64_t flags = decodedFrameFlags;
+    // A picture is fetched twice at double rate: which fetch this is shows in what has changed since the
+    // last.
     const bool second = row.secondFetch == SecondFetch::kByTimecode ? lastGetFrameTC == decodedFrameTimecode
                                                                     : lastFramesDecoded == framesDecoded;
     const bool doubled = row.secondFetch != SecondFetch::kNone && deinterlaceDoubleRate != 0;
@@ -309,6 +317,7 @@ uint32_t VideoDecoderBufferStream::getDecodedFrame(VideoFrameBuffer& target) {
 uint32_t VideoDecoderBufferStream::fetchDoubleRate(mc_frame_t& frame, bool second, uint64_t* timecode) {
   mc_pic_params_ex_t* picture = nullptr;
   send(GET_PIC_PARAMSPEX, 0, &picture, sizeof picture);
+  // First the field that was first in time.
   uint32_t selection = 0;
   if (picture != nullptr && picture->progressive_frame == 0) {
     const bool bottom = (picture->top_field_first != 0) == second;

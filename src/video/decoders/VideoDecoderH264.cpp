@@ -32,10 +32,6 @@ constexpr uint32_t kKeyFrame = 1;
 constexpr uint32_t kBidirectionalFrame = 3;
 constexpr uint32_t kSpsLengthAt = 6;
 
-uint32_t readWord(const uint8_t* bytes) {
-  return uint32_t{bytes[0]} << 8 | bytes[1];
-}
-
 }  // namespace
 
 VideoDecoderH264::VideoDecoderH264()
@@ -66,6 +62,7 @@ bool VideoDecoderH264::storeSets(const uint8_t* record, uint32_t len) {
   const uint32_t spsLen = readWord(record + kSpsLengthAt);
   const uint32_t spsAt = kSpsLengthAt + 2;
   if (spsLen == 0 || spsAt + spsLen + 3 > len) return reportOverrun("spsLen", spsLen, len);
+  // Behind the set: the count of picture sets, taken for one, and the length of the first.
   const uint32_t ppsAt = spsAt + spsLen + 3;
   const uint32_t ppsLen = readWord(record + ppsAt - 2);
   if (ppsLen == 0 || ppsAt + ppsLen > len) return reportOverrun("ppsLen", ppsLen, len);
@@ -77,6 +74,7 @@ bool VideoDecoderH264::storeSets(const uint8_t* record, uint32_t len) {
 uint32_t VideoDecoderH264::decodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) {
   return guarded(kRow.labels.decodeCodecConfig, [&]() -> uint32_t {
     if (vid_dec == nullptr) return kSuccess;
+    // A bad record is no failure: the decoder goes on with what it has.
     if (!storeSets(buffer + offset, buffer != nullptr ? len : 0)) return kSuccess;
     return isFirstCodecConfig != 0 ? setUp() : kSuccess;
   });
@@ -93,7 +91,7 @@ uint32_t VideoDecoderH264::setUp() {
   send(SET_ERROR_CONCEALMENT, ec);
   send(PARSE_SEQ_HDR);
   feedAll(spsFrame.get(), spsFrameLen);
-  send(CLEAN_PARSE_STATE);
+  send(CLEAN_PARSE_STATE);  // what the first set alone gives doesn't count
   feedAll(ppsFrame.get(), ppsFrameLen);
   return finishSetUp(send(CLEAN_PARSE_STATE));
 }

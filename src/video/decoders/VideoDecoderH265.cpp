@@ -34,10 +34,6 @@ constexpr uint32_t kLengthSizeAt = 21;
 constexpr uint32_t kArraysAt = 22;
 constexpr uint32_t kShortestRecord = 24;
 
-uint32_t readWord(const uint8_t* bytes) {
-  return uint32_t{bytes[0]} << 8 | bytes[1];
-}
-
 }  // namespace
 
 VideoDecoderH265::VideoDecoderH265()
@@ -67,6 +63,7 @@ void VideoDecoderH265::storeSet(uint32_t type, const uint8_t* set, uint32_t len)
   }
 }
 
+// Takes the last unit of each kind; a record that is cut short gives what it holds.
 void VideoDecoderH265::decodeHVCC(const uint8_t* record, uint32_t len) {
   uint32_t at = kArraysAt;
   while (at < len && len - at >= 2) {
@@ -84,7 +81,7 @@ void VideoDecoderH265::decodeHVCC(const uint8_t* record, uint32_t len) {
         at += unitLen;
       }
     }
-    if (arrays != 0) return;
+    if (arrays != 0) return;  // cut short
   }
 }
 

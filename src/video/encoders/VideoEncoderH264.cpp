@@ -28,6 +28,7 @@ struct Rates {
   int32_t target, peak, buffer;
 };
 
+/// The buffer holds two seconds at the peak; in 64 bits, since a large rate times 110 passes 32.
 Rates ratesOf(uint32_t bitrate) {
   const auto field = [](uint64_t value) {
     return static_cast<int32_t>(std::min<uint64_t>(value, std::numeric_limits<int32_t>::max()));
@@ -42,17 +43,17 @@ struct DefaultMark {
 };
 /// No B pictures, no delay, IDR pictures by request alone.
 constexpr DefaultMark kDefaultMarks[] = {
-    {10001, H264_LEVEL_AUTO},
-    {10002, 0},
-    {10003, 1},
-    {10004, H264_PROGRESSIVE},
-    {10063, 0},
-    {10066, 0},
-    {10080, 0},
-    {10085, 0},
-    {10092, 1},
-    {10093, 0},
-    {10094, 1},
+    {10001, H264_LEVEL_AUTO},   // level_id
+    {10002, 0},                 // idr_interval
+    {10003, 1},                 // reordering_delay
+    {10004, H264_PROGRESSIVE},  // interlace_mode
+    {10063, 0},                 // vcsd_mode
+    {10066, 0},                 // b_slice_pyramid
+    {10080, 0},                 // buffering
+    {10085, 0},                 // encoding_buffering
+    {10092, 1},                 // min_idr_interval
+    {10093, 0},                 // adaptive_b_frames
+    {10094, 1},                 // idr_frequency
     {VideoEncoderH264::kKeyForceIdr, 1},
     {VideoEncoderH264::kKeyMaintainOriginPTS, 1},
 };
@@ -148,7 +149,7 @@ void VideoEncoderH264::warn(const char* text) const {
 
 uint32_t VideoEncoderH264::initialize() {
   return guarded("VideoEncoderH264::initialize", [&]() -> uint32_t {
-    closeLibrary();
+    closeLibrary();  // of an earlier call
     flushed = refusalTold = false;
     if (!openLibrary()) return kFailure;
     if (asynchronous != 0) {
@@ -198,12 +199,14 @@ uint32_t VideoEncoderH264::addFrame(VideoFrameBuffer& frame, uint32_t frameType,
 
 void VideoEncoderH264::encode(const Job& job) {
   ++frameCount;
+  // Products in 64 unsigned bits: a host's timecode may be any number.
   mc_sample_info_struct_t times{};
   times.rtStart = static_cast<int64_t>(job.timecode * kTimeUnitsPerMs);
   times.rtStop = static_cast<int64_t>(job.timecode * kTimeUnitsPerMs + timePerFrame);
   const bool forceIdr = job.frameType == kFrameTypeKey && valueOf(kKeyForceIdr, 1) != 0;
   mc_enc_option_t options[3] = {{EXT_OPT_PARAM_TIMESTAMPS, &times}};
   if (forceIdr) options[1].option_id = EXT_OPT_PARAM_FORCE_IDR;
+  // Ahead of the frame, so that the unit finds it in whatever order it comes.
   bufferStream.addFrameTimecode(static_cast<uint64_t>(times.rtStart));
   const frame_tt& picture = job.picture;
   const int32_t result = h264OutVideoPutFrame(v_encoder, picture.plane, picture.stride, picture.width,

@@ -136,6 +136,11 @@ TEST(AvcSettings, ThatCanNotBeServedAreRepairedOnceAndNamed) {
       {"inter_y_8x8_scaling_list", [](auto& s) { s.inter_y_8x8_scaling_list[63] = 1; }},
       {"intra_cr_4x4_scaling_list",
        [](auto& s) { std::memset(s.intra_cr_4x4_scaling_list, 9, sizeof s.intra_cr_4x4_scaling_list); }},
+      {"max_quant can't be 5, 36 is taken",
+       [](auto& s) {
+         s.max_quant = 5;
+         std::memset(s.intra_y_4x4_scaling_list, 1, sizeof s.intra_y_4x4_scaling_list);
+       }},
       {"colorimetry", [](auto& s) { s.colorimetry.matrix_coefficients = 99; }},
       {"colorimetry",
        [](auto& s) {

@@ -345,8 +345,8 @@ TEST(VideoEncoderH264Parameters, AreTakenAsDescribedInTheStream) {
   EXPECT_NEAR(shape.frameRate, 25, 0.001);
 }
 
-/// Values of every key at random; whatever comes of them plays or is refused.
-TEST(VideoEncoderH264Parameters, OfAnyValueAreRepairedOrRefused) {
+/// Values of every key at random. libx264 leaks what it had taken when it refuses, so none may reach it.
+TEST(VideoEncoderH264Parameters, OfAnyValueAreRepaired) {
   std::mt19937_64 random(7);
   testing::internal::CaptureStdout();
   for (int round = 0; round < 150; ++round) {
@@ -360,7 +360,7 @@ TEST(VideoEncoderH264Parameters, OfAnyValueAreRepairedOrRefused) {
       for (int64_t& value : values) value = static_cast<int64_t>(random() % 40);
       if (random() % 4 == 0) t.encoder.setParameterValue(key, values, 64);
     }
-    if (t.start() != 0) continue;
+    ASSERT_EQ(t.start(), 0u) << round;
     VideoFrameBuffer frame;
     frame.allocBuffer(64, 64, kFourCCYV12);
     EXPECT_FALSE(t.encode(frame, 3).empty()) << round;

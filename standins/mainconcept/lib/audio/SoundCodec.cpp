@@ -66,7 +66,7 @@ SoundCodec::Result SoundCodec::decode(size_t size) {
 // first look, before they can touch the decoder's state.
 void SoundCodec::dropRest() {
   constexpr int kMostFrames = 16;
-  memory.fill(0xFF);
+  std::fill_n(memory.begin(), packet->size, uint8_t{0xFF});
   for (int count = 0; count < kMostFrames; ++count) {
     if (av.avcodec_receive_frame(context, rest) == AVERROR(EAGAIN)) return;
   }

@@ -8,9 +8,8 @@ namespace qvs::mc {
 
 namespace {
 
-// By swept sine, 44100 to 48000, 16 bits out: 93.5 dB and 0.7 ms held back. A longer filter or a higher
-// cutoff gains nothing that 16 bits show; integer arithmetic inside stays below 90 dB, and soxr holds back 21
-// ms.
+// By a sine swept to 16 kHz, 44100 to 48000, 16 bits out, held back: 64 taps in float 93.8 dB, 0.7 ms; 32
+// taps 93.1 dB; 128 taps 94.1 dB at two thirds of the speed; 16-bit arithmetic 82.5 dB; soxr 91 dB, 18 ms.
 constexpr int kFilterSize = 64;
 constexpr const char* kCutoff = "0.95";
 

@@ -38,9 +38,11 @@ AvcEncoder::AvcEncoder(const mc_callbacks_t& callbacks, const h264_v_settings& s
 }
 
 void AvcEncoder::log(void* self, int level, const char* format, va_list arguments) {
-  const mc_callbacks_t& callbacks = static_cast<const AvcEncoder*>(self)->callbacks;
-  const auto print = level == X264_LOG_ERROR ? callbacks.err_printf : callbacks.wrn_printf;
-  if (print == nullptr || level > X264_LOG_WARNING) return;
+  const auto& owner = *static_cast<const AvcEncoder*>(self);
+  // While it runs libx264 may have a warning for every picture.
+  if (level > (owner.isOpen() ? X264_LOG_ERROR : X264_LOG_WARNING)) return;
+  const auto print = level == X264_LOG_ERROR ? owner.callbacks.err_printf : owner.callbacks.wrn_printf;
+  if (print == nullptr) return;
   char line[512];
   std::vsnprintf(line, sizeof line, format, arguments);
   line[std::strcspn(line, "\n")] = 0;

@@ -18,6 +18,8 @@ namespace {
 constexpr double kLowestFrameRate = 0.1;
 constexpr double kHighestFrameRate = 1000.0;
 constexpr double kFallbackFrameRate = 30.0;
+/// Small weights rule out the finest quantizers; libx264 then refuses a range that ends among them.
+constexpr int32_t kLeastMaxQuantOfLists = 36;
 
 bool isLevel(int32_t level) {
   for (const x264_level_t* row = x264_levels; row->level_idc != 0; ++row) {
@@ -143,6 +145,8 @@ void AvcRepair::repairArrays() {
     report("adaptive_quant_strength");
   }
   if (const char* name = AvcScalingLists::repair(settings)) report(name);
+  if (AvcScalingLists::areFlat(settings)) return;
+  force("max_quant", &h264_v_settings::max_quant, std::max(settings.max_quant, kLeastMaxQuantOfLists));
 }
 
 void AvcRepair::repairColours() {

@@ -59,11 +59,14 @@ const char* AvcScalingLists::repair(h264_v_settings& settings) {
   return changed;
 }
 
+bool AvcScalingLists::areFlat(const h264_v_settings& settings) {
+  return isFlat(settings.intra_y_4x4_scaling_list) && isFlat(settings.intra_cb_4x4_scaling_list) &&
+         isFlat(settings.inter_y_4x4_scaling_list) && isFlat(settings.inter_cb_4x4_scaling_list) &&
+         isFlat(settings.intra_y_8x8_scaling_list) && isFlat(settings.inter_y_8x8_scaling_list);
+}
+
 void AvcScalingLists::store(const h264_v_settings& settings, x264_param_t& x264) {
-  const bool flat = isFlat(settings.intra_y_4x4_scaling_list) && isFlat(settings.intra_cb_4x4_scaling_list) &&
-                    isFlat(settings.inter_y_4x4_scaling_list) && isFlat(settings.inter_cb_4x4_scaling_list) &&
-                    isFlat(settings.intra_y_8x8_scaling_list) && isFlat(settings.inter_y_8x8_scaling_list);
-  if (flat) return;
+  if (areFlat(settings)) return;
   x264.i_cqm_preset = X264_CQM_CUSTOM;
   put(settings.intra_y_4x4_scaling_list, x264.cqm_4iy);
   put(settings.intra_cb_4x4_scaling_list, x264.cqm_4ic);

@@ -12,6 +12,7 @@ class AvcScalingLists {
   /// of the first list changed, or null.
   static const char* repair(h264_v_settings& settings);
 
+  static bool areFlat(const h264_v_settings& settings);
   static void store(const h264_v_settings& settings, x264_param_t& x264);
 };
 

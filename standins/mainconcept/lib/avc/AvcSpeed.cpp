@@ -6,10 +6,10 @@ namespace qvs::mc {
 
 const AvcSpeed& AvcSpeed::ofLevel(int32_t level) {
   static constexpr AvcSpeed kLevels[kLast + 1] = {
-      {"ultrafast", 0.5}, {"ultrafast", 0.5}, {"superfast", 0.7}, {"superfast", 0.7},
-      {"veryfast", 1.0},  {"veryfast", 1.0},  {"faster", 1.5},    {"faster", 1.5},
-      {"fast", 2.0},      {"fast", 2.0},      {"medium", 2.3},    {"medium", 2.3},
-      {"slow", 3.5},      {"slow", 3.5},      {"slower", 7.0},    {"veryslow", 12.0},
+      {"ultrafast", 0.27}, {"ultrafast", 0.27}, {"superfast", 0.54}, {"superfast", 0.54},
+      {"veryfast", 1.0},   {"veryfast", 1.0},   {"faster", 1.5},     {"faster", 1.5},
+      {"fast", 2.8},       {"fast", 2.8},       {"medium", 3.5},     {"medium", 3.5},
+      {"slow", 6.4},       {"slow", 6.4},       {"slower", 11.2},    {"veryslow", 21.0},
   };
   return kLevels[std::clamp(level, 0, kLast)];
 }

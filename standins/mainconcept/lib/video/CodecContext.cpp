@@ -8,7 +8,8 @@ namespace qvs::mc {
 
 namespace {
 
-constexpr int64_t kPixelsMax = 35389440;  ///< the largest picture that a frame takes
+// The largest picture that a frame takes: what is larger is refused before memory is asked for.
+constexpr int64_t kPixelsMax = 35389440;
 
 }  // namespace
 
@@ -42,6 +43,8 @@ bool CodecContext::open(AVCodecID codec, const CodecOptions& options, const Unit
   const int processors = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
   context->thread_count = options.sliceThreads ? std::clamp(options.workers, 1, processors) : 1;
   context->thread_type = FF_THREAD_SLICE;
+  // Else libavcodec starts with no delay and drops pictures until it has seen how far they are reordered.
+  context->has_b_frames = options.reorder;
   if (!options.loopFilter) context->skip_loop_filter = AVDISCARD_ALL;
   if (av.avcodec_open2(context.get(), found, nullptr) < 0) context.reset();
   return context != nullptr;
@@ -53,22 +56,36 @@ CodecResult CodecContext::receive() {
   return result == AVERROR(EAGAIN) || result == AVERROR_EOF ? CodecResult::kNothing : CodecResult::kRefused;
 }
 
-CodecResult CodecContext::decode(UnitBuffer& unit, int64_t number) {
+int CodecContext::send(UnitBuffer& unit, int64_t number) {
   const AvLibrary& av = *AvLibrary::codecs();
+  // After its end a codec takes nothing until it is flushed.
   if (draining) av.avcodec_flush_buffers(context.get());
   draining = false;
   unit.lend(*packet);
   packet->pts = number;
   int sent = av.avcodec_send_packet(context.get(), packet.get());
+  // A picture in the way, left by a unit that held more than one: it is lost.
   if (sent == AVERROR(EAGAIN)) {
     receive();
     sent = av.avcodec_send_packet(context.get(), packet.get());
   }
+  // The memory is the unit's: it must not go with the packet.
   packet->buf = nullptr;
   packet->data = nullptr;
   packet->size = 0;
+  return sent;
+}
+
+CodecResult CodecContext::decode(UnitBuffer& unit, int64_t number) {
+  const int sent = send(unit, number);
   const CodecResult result = receive();
   return sent < 0 && result != CodecResult::kPicture ? CodecResult::kRefused : result;
+}
+
+CodecResult CodecContext::decodeAfterDrain(UnitBuffer& unit, int64_t number) {
+  if (drain() != CodecResult::kPicture) return decode(unit, number);
+  send(unit, number);
+  return CodecResult::kPicture;
 }
 
 CodecResult CodecContext::drain() {

@@ -13,6 +13,7 @@ struct CodecOptions {
   int32_t workers = 1;  ///< threads; those beyond the processor's are not made
   bool sliceThreads = true;
   bool loopFilter = true;
+  int32_t reorder = 0;  ///< pictures to hold back at least, where the stream doesn't tell
 };
 
 /// What came of a unit.
@@ -27,6 +28,9 @@ class CodecContext {
   bool isOpen() const { return context != nullptr; }
 
   CodecResult decode(UnitBuffer& unit, int64_t number);
+  /// The same for a unit that starts something new, which would make the codec drop the picture it holds:
+  /// that one comes out instead.
+  CodecResult decodeAfterDrain(UnitBuffer& unit, int64_t number);
   /// Takes what the codec still holds, one picture a call; kNothing at the end.
   CodecResult drain();
 
@@ -35,6 +39,7 @@ class CodecContext {
   const AVCodecContext& info() const { return *context; }
 
  private:
+  int send(UnitBuffer& unit, int64_t number);
   CodecResult receive();
   bool giveHeader(const UnitBuffer& header);
 

@@ -4,44 +4,49 @@
 
 namespace qvs::mc {
 
+namespace {
+
+constexpr int kSmallestSide = 3;  ///< of pictures that the filter takes
+
+}  // namespace
+
 bool Deinterlacer::prepare(const AVFrame& picture, Rate wanted) {
-  if (graph && picture.width == width && picture.height == height && picture.format == format &&
-      wanted == rate) {
-    return true;
-  }
-  const AvLibrary* av = AvLibrary::filters();
-  if (av == nullptr) return false;
-  graph.reset(av->avfilter_graph_alloc());
-  for (AvFramePtr* frame : {&fields[0], &fields[1], &input}) {
-    if (!*frame) frame->reset(av->av_frame_alloc());
-    if (!*frame) graph.reset();
-  }
-  if (!graph) return false;
-  graph->nb_threads = 1;
-  char arguments[128];
-  std::snprintf(arguments, sizeof arguments, "video_size=%dx%d:pix_fmt=%d:time_base=1/2", picture.width,
-                picture.height, picture.format);
-  const char* mode =
-      wanted == Rate::kDouble ? "mode=send_field:deint=interlaced" : "mode=send_frame:deint=interlaced";
-  AVFilterContext* filter = nullptr;
-  const bool made = av->avfilter_graph_create_filter(&source, av->avfilter_get_by_name("buffer"), "in",
-                                                     arguments, nullptr, graph.get()) >= 0 &&
-                    av->avfilter_graph_create_filter(&filter, av->avfilter_get_by_name("bwdif"), "bwdif",
-                                                     mode, nullptr, graph.get()) >= 0 &&
-                    av->avfilter_graph_create_filter(&sink, av->avfilter_get_by_name("buffersink"), "out",
-                                                     nullptr, nullptr, graph.get()) >= 0 &&
-                    av->avfilter_link(source, 0, filter, 0) >= 0 &&
-                    av->avfilter_link(filter, 0, sink, 0) >= 0 &&
-                    av->avfilter_graph_config(graph.get(), nullptr) >= 0;
-  if (!made) {
-    graph.reset();
-    return false;
-  }
+  if (picture.width == width && picture.height == height && picture.format == format && wanted == rate)
+    return graph != nullptr;
   width = picture.width;
   height = picture.height;
   format = picture.format;
   rate = wanted;
-  return true;
+  graph.reset();
+  if (width < kSmallestSide || height < kSmallestSide || AvLibrary::filters() == nullptr) return false;
+  for (AvFramePtr* frame : {&fields[0], &fields[1], &input}) {
+    if (!*frame) frame->reset(AvLibrary::filters()->av_frame_alloc());
+    if (!*frame) return false;
+  }
+  return build();
+}
+
+bool Deinterlacer::build() {
+  const AvLibrary& av = *AvLibrary::filters();
+  graph.reset(av.avfilter_graph_alloc());
+  if (!graph) return false;
+  graph->nb_threads = 1;
+  char arguments[128];
+  std::snprintf(arguments, sizeof arguments, "video_size=%dx%d:pix_fmt=%d:time_base=1/2", width, height,
+                format);
+  const char* mode =
+      rate == Rate::kDouble ? "mode=send_field:deint=interlaced" : "mode=send_frame:deint=interlaced";
+  const auto add = [&](AVFilterContext** made, const char* filter, const char* options) {
+    return av.avfilter_graph_create_filter(made, av.avfilter_get_by_name(filter), filter, options, nullptr,
+                                           graph.get()) >= 0;
+  };
+  AVFilterContext* filter = nullptr;
+  const bool built = add(&source, "buffer", arguments) && add(&filter, "bwdif", mode) &&
+                     add(&sink, "buffersink", nullptr) && av.avfilter_link(source, 0, filter, 0) >= 0 &&
+                     av.avfilter_link(filter, 0, sink, 0) >= 0 &&
+                     av.avfilter_graph_config(graph.get(), nullptr) >= 0;
+  if (!built) graph.reset();
+  return built;
 }
 
 bool Deinterlacer::feed(const AVFrame& picture, bool interlaced) {

@@ -23,7 +23,9 @@ class Deinterlacer {
   const AVFrame* get(bool second) const;
 
  private:
+  /// Makes the graph anew where the form of the pictures changes; one that was refused isn't tried again.
   bool prepare(const AVFrame& picture, Rate rate);
+  bool build();
   bool feed(const AVFrame& picture, bool interlaced);
   bool take(AVFrame& frame);
 

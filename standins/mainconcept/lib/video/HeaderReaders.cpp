@@ -40,6 +40,7 @@ std::optional<SequenceInfo> readMpeg4Units(UnitBuffer& header, AVCodecID codec) 
   AvPacketPtr packet(av.av_packet_alloc());
   if (!context || !parser || !packet) return std::nullopt;
   context->log_level_offset = kAvSilence;
+  // The bytes are one whole: nothing is to be kept for a next call.
   parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
   header.lend(*packet);
   uint8_t* out = nullptr;
@@ -60,6 +61,7 @@ std::optional<SequenceInfo> readFirstPicture(UnitBuffer& header, AVCodecID codec
   CodecContext context;
   const UnitBuffer none;
   if (!context.open(codec, {}, none)) return std::nullopt;
+  // A codec of its own, thrown away: the picture comes again as the first unit.
   CodecResult result = context.decode(header, 0);
   if (result == CodecResult::kNothing) result = context.drain();
   if (result != CodecResult::kPicture) return std::nullopt;

@@ -30,6 +30,7 @@ SequenceInfo readSequence(const uint8_t* bytes) {
   info.height = field(bytes, 12, 12);
   const int32_t aspect = field(bytes, 24, 4);
   const auto rate = static_cast<size_t>(field(bytes, 28, 4));
+  // Hosts take the code for the aspect of the whole picture, which square pixels don't tell.
   info.aspectCode = aspect == kSquarePixels ? 0 : aspect;
   if (rate < std::size(kRates)) {
     info.rateNumerator = kRates[rate][0];
@@ -40,6 +41,7 @@ SequenceInfo readSequence(const uint8_t* bytes) {
 
 void readExtension(const uint8_t* bytes, SequenceInfo& info) {
   if (field(bytes, 0, 4) != static_cast<int32_t>(kSequenceExtension)) return;
+  // The high bits of both sides, and a factor on the rate.
   info.width |= field(bytes, 15, 2) << 12;
   info.height |= field(bytes, 17, 2) << 12;
   info.rateNumerator *= field(bytes, 41, 2) + 1;

@@ -45,6 +45,7 @@ void writePlane(const PlaneWay& way, int step, std::vector<uint8_t>& scratch) {
   if (way.to == nullptr || way.width == 0 || way.rows == 0) return;
   const RowKernel kernel = rowKernel(way.depth, way.halveColumns, way.mergeRows);
   if (step != 1) scratch.resize(way.width);
+  // Rows past the picture's last one repeat it.
   for (size_t row = 0; row < way.rows; ++row) {
     const size_t first = std::min(way.mergeRows ? 2 * row : row, way.fromRows - 1);
     const size_t second = way.mergeRows ? std::min(first + 1, way.fromRows - 1) : first;
@@ -61,6 +62,7 @@ void clearPlane(uint8_t* to, ptrdiff_t stride, size_t bytes, size_t rows) {
     std::memset(to + static_cast<ptrdiff_t>(row) * stride, kNoColour, bytes);
 }
 
+// Forms whose samples lie one by one, low bits first, with chroma at half or full size.
 bool isPlanarYuv(const AVPixFmtDescriptor* format) {
   if (format == nullptr ||
       (format->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_PAL |
@@ -95,6 +97,7 @@ bool PictureWriter::write(const AVFrame& picture, const mc_frame_t& target) {
     const int to = plane == 1 ? form->u : form->v;
     uint8_t* start = target.plane[to];
     const auto room = static_cast<size_t>(std::max(target.stride[to], 0) / form->step);
+    // The column of an odd width is written where the target has room for it; rows are rounded down.
     const size_t chromaWidth = std::min((width + 1) / 2, room);
     if (format->nb_components == 1) {
       clearPlane(start, target.stride[to], chromaWidth * static_cast<size_t>(form->step), rows / 2);

@@ -50,6 +50,7 @@ VideoStream::VideoStream(const VideoCodecRow& codecRow) : row(codecRow) {
   table.Buf_IO_struct = this;
 }
 
+// Late: the settings of the set-up come first, and a stream whose configuration never came must decode too.
 bool VideoStream::openCodec() {
   if (codec.isOpen()) return true;
   if (failed) return false;
@@ -58,6 +59,7 @@ bool VideoStream::openCodec() {
   return !failed;
 }
 
+// 0 means refused: the host gives the unit up when that goes on.
 uint32_t VideoStream::copyBytes(const uint8_t* bytes, uint32_t size) {
   if (bytes == nullptr || size == 0) return drain();
   if (!headerPhase && !openCodec()) return 0;
@@ -65,6 +67,7 @@ uint32_t VideoStream::copyBytes(const uint8_t* bytes, uint32_t size) {
   return gathered.append(bytes, size) ? size : 0;
 }
 
+// Without END_OF_UNIT the next unit's record is what tells that the last one is whole.
 void VideoStream::beginUnit(const void* record, uint32_t size) {
   headerPhase = false;
   endUnit();
@@ -75,15 +78,22 @@ void VideoStream::beginUnit(const void* record, uint32_t size) {
 
 void VideoStream::endUnit() {
   if (headerPhase || unit.empty()) return;
+  // At a new size the codec would drop the picture that it holds back.
+  bool newSize = false;
   if (row.aspect == AspectKind::kCode) {
-    if (const auto info = readMpeg2Header(unit.data(), unit.size())) aspectCode = info->aspectCode;
+    if (const auto info = readMpeg2Header(unit.data(), unit.size())) {
+      aspectCode = info->aspectCode;
+      newSize = sequenceKnown && (info->width != sequence.width || info->height != sequence.height);
+    }
   }
   records[static_cast<size_t>(unitNumber) % kUnitsInFlight] = lastRecord;
-  if (openCodec()) announce(codec.decode(unit, unitNumber));
+  if (openCodec())
+    announce(newSize ? codec.decodeAfterDrain(unit, unitNumber) : codec.decode(unit, unitNumber));
   ++unitNumber;
   unit.clear();
 }
 
+// Answers 0 when nothing further comes.
 uint32_t VideoStream::drain() {
   endUnit();
   if (headerPhase || !codec.isOpen()) return 0;
@@ -109,12 +119,19 @@ void VideoStream::announcePicture() {
   pictureParams.progressive_frame = picture.interlaced_frame == 0 ? 1 : 0;
   pictureParams.top_field_first = picture.top_field_first;
   pictureParams.repeat_first_field = picture.repeat_pict;
+  // The description belongs to the picture that comes out, not to the unit that went in: a change of size
+  // takes effect with its first picture, in presentation order.
   SequenceInfo info = describe(codec.info(), picture);
   info.aspectCode = aspectCode;
+  info.reorder = sequence.reorder;
+  // A rate that only the configuration told stays.
   if (info.rateNumerator == 0) {
     info.rateNumerator = sequence.rateNumerator;
     info.rateDenominator = sequence.rateDenominator;
   }
+  // Their code says it all; pixel shapes are derived from it.
+  if (row.aspect == AspectKind::kCode) info.pixelAspectWidth = 0;
+  info.simplify();
   if (!sequenceKnown || !(info == sequence)) {
     describeSequence(info);
     state |= SEQ_HDR_FLAG;
@@ -123,6 +140,7 @@ void VideoStream::announcePicture() {
 
 void VideoStream::describeSequence(const SequenceInfo& info) {
   sequence = info;
+  sequence.simplify();
   sequenceKnown = true;
   sequenceParams = {};
   sequenceParams.horizontal_size = info.width;
@@ -132,6 +150,8 @@ void VideoStream::describeSequence(const SequenceInfo& info) {
   sequenceParams.units = info.rateDenominator;
   int64_t width = info.pixelAspectWidth;
   int64_t height = info.pixelAspectHeight;
+  // An untold pixel shape counts as square, so that a host that scales by the picture's aspect keeps its
+  // size.
   if (row.aspect == AspectKind::kPicture) {
     if (width <= 0 || height <= 0) width = height = 1;
     width *= info.width;
@@ -149,6 +169,7 @@ void VideoStream::readHeader() {
   if (!info) return;
   state |= SEQ_HDR_FLAG | PARSE_DONE_FLAG;
   aspectCode = info->aspectCode;
+  options.reorder = info->reorder;
   if (info->width != 0) describeSequence(*info);
 }
 
@@ -159,6 +180,7 @@ uint32_t VideoStream::cleanState() {
   return bits;
 }
 
+// The filter runs once a picture, at its first fetch, and never for progressive ones.
 const AVFrame* VideoStream::chooseField(uint32_t value) {
   const AVFrame& picture = codec.picture();
   const bool oneField = (value & GET_PIC_FIELD) != 0;

@@ -8,6 +8,7 @@ package com.zarvo.qvs.host;
  */
 record AacConfig(int objectType, int rateIndex, int channels) {
   static final int SHORT_HEADER = 7;
+  private static final int FRAME_SAMPLES = 1024;
   private static final int LONG_HEADER = 9;
   private static final int LOW_COMPLEXITY = 2;
   private static final int SPECTRAL_BANDS = 5;
@@ -56,6 +57,11 @@ record AacConfig(int objectType, int rateIndex, int channels) {
     if (rateIndex >= RATES.length) throw new HostException("its AAC rate is not supported");
     if (channels < 1 || channels > 7) throw new HostException("its AAC channel layout is not supported");
     return this;
+  }
+
+  /** Length of a frame, with or without extensions. */
+  double frameMs() {
+    return 1000.0 * FRAME_SAMPLES / RATES[rateIndex];
   }
 
   byte[] toBytes() {

@@ -79,6 +79,11 @@ final class AudioRoad implements AutoCloseable {
     return Math.round((double) paddingSamples * rate / own);
   }
 
+  private long samplesOf(MediaPacket packet) {
+    Rational unit = settings.source().timeBase();
+    return packet.duration() * unit.num() * settings.source().sampleRate() / unit.den();
+  }
+
   AudioRenditionRoad rendition(int index) {
     return renditions.get(index);
   }
@@ -104,12 +109,13 @@ final class AudioRoad implements AutoCloseable {
   void push(MediaPacket packet, MediaPacket following) throws HostException, IOException {
     byte[] data = packet.data();
     if (!source.accept(data)) return;
-    paddingEnd = packet.paddingEnd();
+    boolean hidden = packet.paddingEnd() > 0 && packet.paddingEnd() >= samplesOf(packet);
+    paddingEnd = packet.paddingEnd() + (hidden ? paddingEnd : 0);
     if (source.configChanged()) {
       byte[] config = source.config();
       owner.check(audioDecoderDecodeCodecConfig(owner.handle(), config, 0, config.length), "codec configuration");
     }
-    long timecode = clock.timecodeMs(packet.pts(), source.durationMs(packet), following);
+    long timecode = clock.timecodeMs(packet, source.durationMs(packet), following);
     if (source.codec().isG711()) decodePieces(data, timecode);
     else decode(data, source.offset(), data.length - source.offset(), timecode);
   }
@@ -135,15 +141,18 @@ final class AudioRoad implements AutoCloseable {
 
   /** Fills the encoders up with silence until all sound that went in has come out. */
   void drain() throws HostException, IOException {
-    if (renditions.isEmpty() || audioDecoderGetAudioFrame(owner.handle(), BLOCK, frame) != 0) return;
-    double end = (double) (frame.timecode + frame.sampleCount) / frame.sampleRate;
     for (int i = 0; i < renditions.size(); i++) {
-      AudioRenditionRoad rendition = renditions.get(i);
-      int rate = rendition.spec().sampleRate();
-      boolean more = owner.output().audioEnds(i, Math.round(end * rate) - atRate(paddingEnd, rate));
-      for (int n = 0; more && n < MAX_SILENT_BLOCKS; n++)
-        more = rendition.encodeSilence(BLOCK, frame) && !owner.output().audioIsComplete(i);
+      // Without a last block, its packet being damaged, nothing tells the end: what came out so far has to do.
+      boolean known = audioDecoderGetAudioFrame(owner.handle(), BLOCK, frame) == 0;
+      boolean more = owner.output().audioEnds(i, known ? endOf(frame, renditions.get(i).spec().sampleRate()) : 0);
+      for (int n = 0; known && more && n < MAX_SILENT_BLOCKS; n++)
+        more = renditions.get(i).encodeSilence(BLOCK, frame) && !owner.output().audioIsComplete(i);
     }
+  }
+
+  private long endOf(TranscoderNativeAudioFrame block, int rate) {
+    double seconds = (double) (block.timecode + block.sampleCount) / block.sampleRate;
+    return Math.round(seconds * rate) - atRate(paddingEnd, rate);
   }
 
   @Override

@@ -12,6 +12,7 @@ final class AudioSource implements AutoCloseable {
   private static final int OPUS_MIN_FIRST = 4;
   private static final int SPEEX_MODE_AT = 40;
   private static final int SPEEX_WIDEBAND = 1;
+  private static final int SPEEX_RATE = 16_000;
 
   private final AudioStreamInfo info;
   private final AudioCodec codec;
@@ -34,7 +35,7 @@ final class AudioSource implements AutoCloseable {
         durations = new VorbisDurations(info.config());
       }
       case OPUS -> config = opusHead();
-      case SPEEX -> checkSpeex();
+      case SPEEX -> readSpeexHeader();
       case ALAW, MULAW -> checkG711();
       default -> {}
     }
@@ -70,6 +71,8 @@ final class AudioSource implements AutoCloseable {
   /** Length of the packet's sound, 0 when unknown. Each packet is asked for once, in order. */
   double durationMs(MediaPacket packet) {
     if (durations != null) return 1000.0 * durations.next(packet.data()) / Math.max(1, info.sampleRate());
+    // The frame itself knows better than a reader that has learnt the rate from the first.
+    if (offset > 0) return aac.frameMs();
     return 1000.0 * packet.duration() * info.timeBase().num() / info.timeBase().den();
   }
 
@@ -114,15 +117,15 @@ final class AudioSource implements AutoCloseable {
     return changed;
   }
 
-  private void checkSpeex() throws HostException {
+  private void readSpeexHeader() throws HostException {
     byte[] header = info.config();
-    int mode = SPEEX_WIDEBAND;
-    if (header.length >= SPEEX_MODE_AT + 4)
-      mode = ByteBuffer.wrap(header).order(ByteOrder.LITTLE_ENDIAN).getInt(SPEEX_MODE_AT);
-    else if (info.sampleRate() != 16_000) mode = 0;
-    if (mode != SPEEX_WIDEBAND)
+    boolean there = header.length >= SPEEX_MODE_AT + 4;
+    int mode = info.sampleRate() < SPEEX_RATE ? 0 : SPEEX_WIDEBAND;
+    if (there) mode = ByteBuffer.wrap(header).order(ByteOrder.LITTLE_ENDIAN).getInt(SPEEX_MODE_AT);
+    if (mode < SPEEX_WIDEBAND)
       throw new HostException(
-          "Speex at " + info.sampleRate() + " Hz is not supported, only wideband (16000 Hz) is");
+          "Speex at " + info.sampleRate() + " Hz is not supported, only wideband (16000 Hz) and above is");
+    if (there) config = header;
   }
 
   private void checkG711() throws HostException {

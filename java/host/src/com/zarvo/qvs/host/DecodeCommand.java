@@ -2,6 +2,7 @@ package com.zarvo.qvs.host;
 
 import com.zarvo.qvs.transcoder.model.TranscoderNativeAudioFrame;
 import java.io.IOException;
+import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
 import java.util.concurrent.Callable;
@@ -64,6 +65,7 @@ final class DecodeCommand implements Callable<Integer> {
   private int decodeSound(MediaReader reader) throws HostException, IOException {
     if (reader.audio() == null) throw new HostException(input + ": no audio stream in it");
     TranscodeJob.checkSound(input, reader.audio());
+    if (Files.exists(pcm) && Files.isSameFile(pcm, input)) throw new HostException(pcm + ": is the input itself");
     reader.ignore(MediaKind.VIDEO);
     AudioSettings audio = new AudioSettings(reader.audio(), conversion.wanted(), List.of());
     MediaFeed feed = new MediaFeed(reader);

@@ -11,6 +11,7 @@ import java.util.Map;
  *
  * @param source null where pictures were left out
  * @param audioSource null where sound was left out
+ * @param damagedSounds packets of sound that could not be decoded
  * @param mediaMs milliseconds of input that were taken
  * @param wallSeconds time it took
  * @param contactSheet null when there is none
@@ -21,6 +22,7 @@ record JobResult(
     AudioStreamInfo audioSource,
     List<Rendition> renditions,
     List<Sound> sounds,
+    long damagedSounds,
     long pictures,
     long mediaMs,
     double wallSeconds,
@@ -62,6 +64,7 @@ record JobResult(
       input.put("audioCodec", audioSource.codecName());
       input.put("sampleRate", audioSource.sampleRate());
       input.put("channels", audioSource.channels());
+      input.put("damagedAudioPackets", damagedSounds);
     }
     input.put("seconds", mediaMs / 1000.0);
     List<Object> files = new ArrayList<>();

@@ -155,8 +155,8 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     }
     for (int i = 0; i < sounds.size(); i++) {
       AudioOutput sound = sounds.get(i);
-      if (sound.packets() == 0 || !sound.isComplete())
-        throw new HostException(soundFiles.get(i).get(0) + ": its sound is not whole");
+      boolean whole = sound.packets() > 0 && sound.isComplete();
+      session.check(whole ? 0 : -1, soundFiles.get(i).get(0) + ": its sound is not whole");
     }
     for (MediaWriter writer : writers) writer.finish();
     if (settings.format().isFolder() && !renditions.isEmpty()) writeMaster();

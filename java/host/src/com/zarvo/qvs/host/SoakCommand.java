@@ -6,15 +6,21 @@ import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
 import java.util.concurrent.Callable;
+import java.util.function.Supplier;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
 
-/** "soak": opens, transcodes two seconds and closes, over and over in one virtual machine, and watches memory. */
+/**
+ * "soak": opens, transcodes two seconds and closes, over and over in one virtual machine, or lets one session take the
+ * sound of a file round and round, and watches memory and, with sound, the clock.
+ */
 @Command(name = "soak", hidden = true, description = "Looks for growth of memory over many sessions.")
 final class SoakCommand implements Callable<Integer> {
   private static final long TAKEN_MS = 2000;
   private static final double MAX_GROWTH = 0.01;
+  // A packet more or less may still be with an encoder.
+  private static final double MAX_DRIFT_MS = 25;
   private static final double SECONDS_A_MINUTE = 60;
   // What the virtual machine takes while it warms up is no growth.
   private static final double WARM_UP_SHARE = 1.0 / 6;
@@ -29,23 +35,53 @@ final class SoakCommand implements Callable<Integer> {
   @Option(names = "-o", defaultValue = "out/soak", paramLabel = "DIR", description = "Where the renditions go.")
   private Path directory;
 
+  @Option(names = "--sound", description = "One session and the file's sound as a stream without end.")
+  private boolean sound;
+
   @Override
   public Integer call() throws Exception {
-    JobSettings settings =
-        JobSettings.usual(input, directory, List.of(), List.of(), null, TAKEN_MS);
+    if (!sound) return soak(this::takePictures, () -> "");
+    try (SoundSoak road = new SoundSoak(input)) {
+      road.pass();
+      double[] lags = lags(road);
+      int verdict = soak(road::pass, () -> String.format(Locale.ROOT, ", %.2f hours of sound", road.hours()));
+      double drift = 0;
+      double[] now = lags(road);
+      for (int i = 0; i < lags.length; i++) drift = Math.max(drift, Math.abs(now[i] - lags[i]));
+      System.out.printf(Locale.ROOT, "drift: %.2f ms%n", drift);
+      return drift <= MAX_DRIFT_MS ? verdict : 1;
+    }
+  }
+
+  private static double[] lags(SoundSoak road) {
+    double[] lags = new double[road.renditions()];
+    for (int i = 0; i < lags.length; i++) lags[i] = road.lagMs(i);
+    return lags;
+  }
+
+  private interface Turn {
+    void run() throws Exception;
+  }
+
+  private void takePictures() throws Exception {
+    JobSettings settings = JobSettings.usual(input, directory, List.of(), List.of(), null, TAKEN_MS);
+    new TranscodeJob(settings, total -> new Progress(System.err, false, total)).run();
+  }
+
+  private int soak(Turn turn, Supplier<String> news) throws Exception {
     double warmUp = Math.min(WARM_UP_MINUTES, minutes * WARM_UP_SHARE);
     double step = Math.min(1, minutes / 12);
     List<Long> samples = new ArrayList<>();
     long startNs = System.nanoTime();
-    long sessions = 0;
+    long turns = 0;
     double nextSample = step;
     for (double now = 0; now < minutes; now = (System.nanoTime() - startNs) / 1e9 / SECONDS_A_MINUTE) {
-      new TranscodeJob(settings, total -> new Progress(System.err, false, total)).run();
-      sessions++;
+      turn.run();
+      turns++;
       if (now < nextSample) continue;
       nextSample = now + step;
       long bytes = settledMemory();
-      System.out.printf(Locale.ROOT, "minute %.1f: %d sessions, %.1f MiB%n", now, sessions, bytes / 1048576.0);
+      System.out.printf(Locale.ROOT, "minute %.1f: %d turns%s, %.1f MiB%n", now, turns, news.get(), bytes / 1048576.0);
       if (now >= warmUp) samples.add(bytes);
     }
     return verdict(samples);

@@ -135,6 +135,8 @@ final class TranscodeCommand implements Callable<Integer> {
   }
 
   private void printApart(JobResult result) {
+    if (result.damagedSounds() > 0)
+      System.err.println("qvs: " + result.damagedSounds() + " packets of sound were damaged and left out");
     if (result.renditions().isEmpty()) return;
     for (JobResult.Sound sound : result.sounds())
       if (!format.holds(sound.spec().codec()))

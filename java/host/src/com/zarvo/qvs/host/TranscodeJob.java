@@ -177,6 +177,7 @@ final class TranscodeJob {
         session.audio() == null ? null : reader.audio(),
         files.results(),
         files.soundResults(),
+        session.audio() == null ? 0 : session.audio().failures(),
         session.pictures(),
         doneMs,
         wallSeconds,

@@ -44,7 +44,7 @@ class AudioFormTest {
     "1210,1210", // LC 44100 stereo
     "2b8a0800,1388", // explicit bands: 22050 core under 44100
     "eb8a0800,1388", // parametric stereo over a mono core
-    "178056220008,1210" // the rate in full
+    "1780562210,1210" // the rate in full
   })
   void containersAacConfigurationsBecomeTwoBytes(String given, String expected) throws Exception {
     byte[] config = AacConfig.ofContainer(HexFormat.of().parseHex(given)).toBytes();
@@ -96,7 +96,8 @@ class AudioFormTest {
   }
 
   private static MediaPacket packet(MediaKind kind, Rational unit, long pts) {
-    return new MediaPacket(kind, new byte[0], pts, unit.toMilliseconds(pts), 20, 0, 0, true);
+    long duration = Math.round(0.02 * unit.den() / unit.num());
+    return new MediaPacket(kind, new byte[0], pts, unit.toMilliseconds(pts), duration, 0, 0, true);
   }
 
   @Test
@@ -116,6 +117,18 @@ class AudioFormTest {
   }
 
   @Test
+  void timesThatTheReaderCountedOnByAWrongLengthAreNotBelieved() {
+    Rational ms = new Rational(1, 1000);
+    AudioClock clock = new AudioClock(ms, 0);
+    // Packets are 10 ms long and told as 20; every fourth one has a time of its own.
+    for (int i = 0; i < 40; i++) {
+      long told = i / 4 * 40 + i % 4 * 20;
+      assertEquals(AudioClock.BASE_MS + i * 10, clock.timecodeMs(packet(MediaKind.AUDIO, ms, told), 10, null));
+    }
+    assertEquals(AudioClock.BASE_MS + 700, clock.timecodeMs(packet(MediaKind.AUDIO, ms, 700), 10, null), "a gap");
+  }
+
+  @Test
   void aLoneOddTimeIsNotBelieved() {
     Rational fine = new Rational(1, 48_000);
     AudioClock clock = new AudioClock(fine, -312);
@@ -124,11 +137,13 @@ class AudioFormTest {
       long pts = -312 + i * 960L;
       long told = i > 0 && random.nextInt(5) == 0 ? pts + 448 : pts;
       MediaPacket following = packet(MediaKind.AUDIO, fine, pts + 960);
-      assertEquals(AudioClock.BASE_MS + i * 20, clock.timecodeMs(told, 20, following));
+      assertEquals(AudioClock.BASE_MS + i * 20, clock.timecodeMs(packet(MediaKind.AUDIO, fine, told), 20, following));
     }
     long jumped = -312 + 500 * 960L + 4800;
     assertEquals(
-        AudioClock.BASE_MS + 10_100, clock.timecodeMs(jumped, 20, packet(MediaKind.AUDIO, fine, jumped + 960)));
+        AudioClock.BASE_MS + 10_100,
+        clock.timecodeMs(
+            packet(MediaKind.AUDIO, fine, jumped), 20, packet(MediaKind.AUDIO, fine, jumped + 960)));
     assertEquals(-312 + 960, clock.toContainer(AudioClock.BASE_MS * 48 + 960, 48_000));
   }
 }

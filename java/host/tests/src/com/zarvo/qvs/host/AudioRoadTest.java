@@ -69,11 +69,8 @@ class AudioRoadTest {
     for (String made : List.of("_aac_96k.mp4", "_opus_64k.mp4")) {
       Path file = out.resolve(stem + made);
       Beeps.assertSame(expected, Beeps.in(file, 0), name + made);
-      double end = Double.parseDouble(probe(file, "format=duration"));
-      double start = Double.parseDouble(probe(file, "format=start_time"));
-      double sourceEnd = Double.parseDouble(probe(source, "format=duration"));
-      if (name.endsWith(".ts")) sourceEnd += Double.parseDouble(probe(source, "format=start_time"));
-      assertEquals(sourceEnd, end + (name.endsWith(".ts") ? 0 : start), 0.06, name + made);
+      int before = Beeps.samples(source, 0, "-ar 48000 -ac 1").length;
+      assertEquals(before, Beeps.samples(file, 0, "-ar 48000 -ac 1").length, 48 * 30, name + made);
     }
   }
 
@@ -121,18 +118,37 @@ class AudioRoadTest {
   }
 
   @Test
+  void afterAnOverlapSoundIsInStepAgain() throws Exception {
+    Path first = beeps("first.ts", "mp2", 44100, 2);
+    Path second = beeps("second.ts", "mp2 -output_ts_offset 1.8", 44100, 2);
+    ByteArrayOutputStream both = new ByteArrayOutputStream();
+    for (Path part : List.of(first, second)) both.write(Files.readAllBytes(part));
+    Path source = Files.write(folder.resolve("overlap.ts"), both.toByteArray());
+    List<Double> expected = new ArrayList<>(Beeps.in(first, 0));
+    expected.addAll(Beeps.in(second, 0));
+    Path out = folder.resolve("overlap");
+    transcode(source, out, "--audio", "opus@64k", "--audio", "vorbis@64k");
+    Beeps.assertSame(expected, Beeps.in(out.resolve("overlap_opus_64k.webm"), 0), "Opus");
+    Beeps.assertSame(expected, Beeps.in(out.resolve("overlap_vorbis_64k.webm"), 0), "Vorbis");
+  }
+
+  @Test
   void theFormCanChangeOnTheWay() throws Exception {
     ByteArrayOutputStream both = new ByteArrayOutputStream();
-    both.write(Files.readAllBytes(beeps("low.aac", "aac", 22050, 2)));
+    both.write(Files.readAllBytes(beeps("low.ts", "aac", 22050, 2)));
     both.write(
         Files.readAllBytes(
             Clips.make(
-                "-f lavfi -i " + Beeps.source(48000, 2) + " -ac 2 -c:a aac", folder.resolve("high.aac"))));
-    Path source = Files.write(folder.resolve("changes.aac"), both.toByteArray());
+                "-f lavfi -i " + Beeps.source(48000, 2) + " -ac 2 -c:a aac -output_ts_offset 2.1",
+                folder.resolve("high.ts"))));
+    Path source = Files.write(folder.resolve("changes.ts"), both.toByteArray());
+    // The reference counts on by the first rate too, so each part is asked alone.
+    List<Double> expected = new ArrayList<>(Beeps.in(folder.resolve("low.ts"), 0));
+    expected.addAll(Beeps.in(folder.resolve("high.ts"), 0));
     Path out = folder.resolve("changes");
-    transcode(source, out, "--audio", "opus@64k", "--audio", "aac@64k,rate=44100,channels=2");
-    assertEquals(4, Beeps.in(out.resolve("changes_opus_64k.webm"), 0).size());
-    assertEquals(4, Beeps.in(out.resolve("changes_aac_64k.aac"), 0).size());
+    transcode(source, out, "--format", "mp4", "--audio", "opus@64k", "--audio", "aac@64k,rate=44100,channels=2");
+    Beeps.assertSame(expected, Beeps.in(out.resolve("changes_opus_64k.mp4"), 0), "Opus");
+    Beeps.assertSame(expected, Beeps.in(out.resolve("changes_aac_64k.mp4"), 0), "AAC");
   }
 
   @Test
@@ -166,6 +182,15 @@ class AudioRoadTest {
   }
 
   @Test
+  void theInputIsNeverWrittenOver() throws Exception {
+    Path source = beeps("own.wav", "pcm_mulaw", 8000, 0.2);
+    byte[] before = Files.readAllBytes(source);
+    Captured run = Captured.run("decode", source.toString(), "--pcm", folder.resolve("./own.wav").toString());
+    assertTrue(run.code() != 0 && run.err().contains("is the input itself"), run.err());
+    assertArrayEquals(before, Files.readAllBytes(source));
+  }
+
+  @Test
   void gapsOfTheInputAreSilenceInTheWave() throws Exception {
     Path source = withPicture("hole.mkv", "", "-c:v libvpx -c:a libmp3lame -af aselect=not(between(t\\,1.7\\,2.3))");
     assertEquals(4.0, decoded(source).length / 48000.0, 0.06);
@@ -195,6 +220,11 @@ class AudioRoadTest {
     short[] stereo = Beeps.samples(out.resolve("left_aac_64k.aac"), 0, "");
     assertTrue(loudness(stereo, 0, 2) > 20 * loudness(stereo, 1, 2), "left stays left");
     assertTrue(loudness(Beeps.samples(out.resolve("left_vorbis_48k.ogg"), 0, ""), 0, 1) > 2000, "mono has both");
+    Captured run =
+        Captured.run(
+            "transcode", source.toString(), "-o", out.toString(), "--audio", "opus@48k,channels=2,mask=0x30");
+    assertTrue(run.code() != 0 && run.err().contains("audioConverterCheckSettings"), "no such mix: " + run.err());
+    assertFalse(Clips.namesIn(out).contains("left_opus_48k.webm"));
     String json = Files.readString(report);
     assertTrue(json.contains("\"audioCodec\": \"vorbis\"") && json.contains("\"sampleRate\": 24000"), json);
   }
@@ -248,7 +278,7 @@ class AudioRoadTest {
     refused("mp4 cannot hold vp8", silent, "--format", "mp4");
     refused("nothing to do", silent, "--no-video");
     refused("--audio", silent, "--audio", "mp3@64k");
-    refused("8000", silent, "--audio", "opus,rate=44100", "--audio-rate", "8000");
+    refused("44100", silent, "--audio", "opus,rate=44100");
     refused("--audio-channels", silent, "--audio", "opus", "--audio-channels", "9");
     refused("--format", silent, "--format", "avi");
   }
@@ -296,7 +326,8 @@ class AudioRoadTest {
       Path file = out.resolve(Clips.namesIn(out).get(0));
       short[] before = Beeps.samples(source, 0, "-ac 1 -ar 48000");
       short[] after = Beeps.samples(file, 0, "-ac 1 -ar 48000");
-      assertEquals(before.length / 48000.0, after.length / 48000.0, 0.1, clip);
+      // The reference drops the lead of one clip twice: as a cut of the container and as padding of the codec.
+      assertEquals(before.length / 48000.0, after.length / 48000.0, clip.contains("_he-") ? 0.12 : 0.06, clip);
       double decibels = 20 * Math.log10(loudness(after, 0, 1) / loudness(before, 0, 1));
       System.out.printf("%s: %.2f dB%n", clip, decibels);
       assertEquals(0, decibels, 1, clip);

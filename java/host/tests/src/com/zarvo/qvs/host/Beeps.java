@@ -24,12 +24,19 @@ final class Beeps {
 
   /** Times in milliseconds at which tones start, on the file's own clock. */
   static List<Double> in(Path file, int stream) throws Exception {
-    // Ogg files tell no times but by counting, all others may hold gaps.
-    String filter =
-        file.toString().endsWith(".ogg")
-            ? "aresample=" + RATE
-            : "aresample=" + RATE + ":async=1:min_hard_comp=0.001:first_pts=0";
-    return onsets(samples(file, stream, "-af " + filter + " -ac 1"));
+    // The times that ffmpeg reads in Ogg files are only right at their start; all others may hold gaps.
+    boolean counted = file.toString().endsWith(".ogg");
+    String filter = "aresample=" + RATE + (counted ? "" : ":async=1:min_hard_comp=0.001:first_pts=0");
+    double start = counted ? startMs(file) : 0;
+    return onsets(samples(file, stream, "-af " + filter + " -ac 1")).stream().map(ms -> ms + start).toList();
+  }
+
+  private static double startMs(Path file) throws Exception {
+    String first =
+        Clips.run(
+            "ffprobe", "-v", "error", "-read_intervals", "%+#2", "-show_entries", "frame=pts_time", "-of", "csv=p=0",
+            file.toString());
+    return 1000 * Double.parseDouble(first.lines().findFirst().orElseThrow().replace(",", ""));
   }
 
   /** The file's sound as 16-bit samples by ffmpeg; `more` are options of the output. */

@@ -24,7 +24,7 @@ final class Clips {
   /** Runs ffmpeg quietly with the given arguments, words parted by spaces; the file comes last. */
   static Path make(String arguments, Path file) throws IOException, InterruptedException {
     List<String> command = new ArrayList<>(List.of("ffmpeg", "-loglevel", "error", "-y"));
-    command.addAll(List.of(arguments.split(" ")));
+    command.addAll(List.of(arguments.strip().split(" +")));
     command.add(file.toString());
     run(command.toArray(new String[0]));
     return file;
