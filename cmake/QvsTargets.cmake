@@ -30,6 +30,9 @@ if(QVS_SANITIZE)
   endif()
 endif()
 
+# What the sanitizer passes build: the tests labelled "outside", and those with threads.
+add_custom_target(qvs-outside-tests)
+
 # qvs_add_test(NAME SOURCES a.cpp ... [LIBS target ...] [LABELS label ...] [TIMEOUT seconds])
 function(qvs_add_test name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
@@ -40,4 +43,7 @@ function(qvs_add_test name)
     set(ARG_TIMEOUT 300)
   endif()
   set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
+  if("outside" IN_LIST ARG_LABELS)
+    add_dependencies(qvs-outside-tests ${name})
+  endif()
 endfunction()
