@@ -143,7 +143,7 @@ class H264RoadTest {
     Path source = clipWithSound("live.mp4", 5, X264 + "-c:a aac");
     Path out =
         transcode(
-            source, "hls 100%", "--format", "hls", "--keyframes", "1", "--rendition", "640x360@600k", "--rendition",
+            source, "hls100%", "--format", "hls", "--keyframes", "1", "--rendition", "640x360@600k", "--rendition",
             "426x240@300k,bframes=2", "--rendition", "320x180@200k,fps=15,profile=baseline");
     List<String> names = List.of("live_640x360", "live_426x240", "live_320x180");
     List<Double> keys = keys(out.resolve(names.get(0)).resolve("index.m3u8"));
