@@ -174,7 +174,6 @@ class AudioRoadTest {
     Path wave = folder.resolve("decoded.wav");
     List<String> arguments = new ArrayList<>(List.of("decode", source.toString(), "--pcm", wave.toString()));
     arguments.addAll(List.of(more));
-    if (!arguments.contains("--format")) arguments.addAll(List.of("--format", "webm"));
     Captured run = Captured.run(arguments.toArray(new String[0]));
     assertEquals(0, run.code(), run.err());
     byte[] bytes = Files.readAllBytes(wave);
