@@ -84,9 +84,7 @@ enum Container {
     options.put("hls_list_size", "0");
     options.put("hls_playlist_type", "vod");
     options.put("hls_flags", "independent_segments");
-    // A percent sign would begin a number's place.
-    String folder = target.toString().replace("%", "%%");
-    options.put("hls_segment_filename", folder + "/segment_%05d.ts");
+    options.put("hls_segment_filename", target + "/segment_%05d.ts");
     return options;
   }
 

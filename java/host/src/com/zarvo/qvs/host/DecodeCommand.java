@@ -48,7 +48,8 @@ final class DecodeCommand implements Callable<Integer> {
     VideoCodec codec = TranscodeJob.checkSource(input, reader.video());
     StreamInfo source = reader.video();
     Printer printer = new Printer();
-    try (TranscodeSession session = new TranscodeSession(settings(codec, source, reader.videoConfig(), null), printer, null)) {
+    SessionSettings settings = settings(codec, source, reader.videoConfig(), null);
+    try (TranscodeSession session = new TranscodeSession(settings, printer, null)) {
       if (sums) printer.sums = new PictureSums(session);
       try {
         for (MediaPacket packet = reader.next(); packet != null; packet = reader.next()) session.push(packet);

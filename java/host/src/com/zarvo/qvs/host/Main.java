@@ -19,7 +19,9 @@ import picocli.CommandLine.ScopeType;
     version = "0.1.0",
     mixinStandardHelpOptions = true,
     scope = ScopeType.INHERIT,
-    subcommands = {TranscodeCommand.class, DecodeCommand.class, DemoCommand.class, SoakCommand.class, ConformanceCommand.class})
+    subcommands = {
+      TranscodeCommand.class, DecodeCommand.class, DemoCommand.class, SoakCommand.class, ConformanceCommand.class
+    })
 public final class Main {
   static final int EXIT_FAILED = 1;
   static final int EXIT_USAGE = 2;

@@ -33,7 +33,8 @@ public record RenditionSpec(
   static final int MAX_SIZE = 8192;
   private static final long MIN_BIT_RATE = 1000;
   private static final long MAX_BIT_RATE = 1_000_000_000;
-  private static final Set<String> KEYS = new TreeSet<>(Set.of("codec", "fit", "fps", "crop", "pad", "preset", "profile", "level", "bframes"));
+  private static final Set<String> KEYS =
+      new TreeSet<>(Set.of("codec", "fit", "fps", "crop", "pad", "preset", "profile", "level", "bframes"));
   private static final Pattern HEAD = Pattern.compile("(\\d{1,6})x(\\d{1,6})(?:@(\\d{1,9}(?:\\.\\d{1,6})?)([kKmM]?))?");
   private static final double BITS_A_PIXEL = 0.09;
   private static final double USUAL_FRAME_RATE = 30;

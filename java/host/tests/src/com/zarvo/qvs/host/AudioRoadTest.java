@@ -29,6 +29,7 @@ class AudioRoadTest {
     List<String> arguments =
         new ArrayList<>(List.of("transcode", input.toString(), "-o", directory.toString(), "--no-contact-sheet"));
     arguments.addAll(List.of(more));
+    if (!arguments.contains("--format")) arguments.addAll(List.of("--format", "webm"));
     Captured run = Captured.run(arguments.toArray(new String[0]));
     assertEquals(0, run.code(), input + ": " + run.err());
     return run;
@@ -222,7 +223,8 @@ class AudioRoadTest {
     assertTrue(loudness(Beeps.samples(out.resolve("left_vorbis_48k.ogg"), 0, ""), 0, 1) > 2000, "mono has both");
     Captured run =
         Captured.run(
-            "transcode", source.toString(), "-o", out.toString(), "--audio", "opus@48k,channels=2,mask=0x30");
+            "transcode", source.toString(), "-o", out.toString(), "--audio", "opus@48k,channels=2,mask=0x30",
+            "--format", "webm");
     assertTrue(run.code() != 0 && run.err().contains("audioConverterCheckSettings"), "no such mix: " + run.err());
     assertFalse(Clips.namesIn(out).contains("left_opus_48k.webm"));
     String json = Files.readString(report);
@@ -257,6 +259,7 @@ class AudioRoadTest {
     List<String> arguments =
         new ArrayList<>(List.of("transcode", input.toString(), "-o", folder.resolve("refused").toString()));
     arguments.addAll(List.of(more));
+    if (!arguments.contains("--format")) arguments.addAll(List.of("--format", "webm"));
     Captured run = Captured.run(arguments.toArray(new String[0]));
     assertNotEquals(0, run.code(), expected);
     assertEquals(1, run.err().lines().count(), run.err());
@@ -275,7 +278,7 @@ class AudioRoadTest {
     refused("2 channels", stereo, "--audio", "opus");
     Path silent = Clips.testPicture(folder.resolve("silent.webm"), "64x48", "25", 3, "");
     refused("no audio stream", silent, "--audio", "aac");
-    refused("mp4 cannot hold vp8", silent, "--format", "mp4");
+    refused("mp4 cannot hold vp8", silent, "--format", "mp4", "--rendition", "64x48,codec=vp8");
     refused("nothing to do", silent, "--no-video");
     refused("--audio", silent, "--audio", "mp3@64k");
     refused("44100", silent, "--audio", "opus,rate=44100");

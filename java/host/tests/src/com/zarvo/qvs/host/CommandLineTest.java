@@ -41,6 +41,10 @@ class CommandLineTest {
     assertRefused("--overlay", "transcode", in, "-o", out, "--overlay", "a.png,align=outside");
     assertRefused("--format", "transcode", in, "-o", out, "--format", "avi");
     assertRefused("--keyframes", "transcode", in, "-o", out, "--keyframes", "-1");
+    assertRefused("--deinterlace", "transcode", in, "-o", out, "--deinterlace", "maybe");
+    assertRefused("--preset", "transcode", in, "-o", out, "--preset", "hasty");
+    assertRefused("--fps", "transcode", in, "-o", out, "--fps", "1/0");
+    assertRefused("flv cannot hold vp8", "transcode", in, "-o", out, "--format", "flv", "--rendition", "64x48,codec=vp8");
     assertRefused("--loud", "decode", in, "--loud");
     assertTrue(Files.notExists(Path.of(out)), "a refused call makes no folder");
   }
@@ -49,11 +53,11 @@ class CommandLineTest {
   void filesThatCannotServe() throws Exception {
     Path out = folder.resolve("out");
     Path text = Files.writeString(folder.resolve("text.webm"), "only text ".repeat(100));
-    Path h264 = Clips.make("-f lavfi -i testsrc2=size=64x64 -frames:v 3 -c:v mpeg4", folder.resolve("other.mp4"));
+    Path other = Clips.make("-f lavfi -i testsrc2=size=64x64 -frames:v 3 -c:v mjpeg", folder.resolve("other.mkv"));
     Path sound = Clips.make("-f lavfi -i sine -t 0.2", folder.resolve("sound.wav"));
     Path picture = Files.writeString(folder.resolve("broken.png"), "no picture");
     for (String command : List.of("transcode", "decode")) {
-      for (Path bad : List.of(folder.resolve("missing.webm"), folder, text, h264, sound)) {
+      for (Path bad : List.of(folder.resolve("missing.webm"), folder, text, other, sound)) {
         if (command.equals("decode")) assertRefused(bad.getFileName().toString(), command, bad.toString());
         else assertRefused(bad.getFileName().toString(), command, bad.toString(), "-o", out.toString());
       }
@@ -67,7 +71,7 @@ class CommandLineTest {
 
   @Test
   void aFullDiskIsToldAndLeavesNoHalfFile() throws Exception {
-    for (String format : List.of("webm", "ivf")) {
+    for (String format : List.of("webm", "ivf", "mp4", "flv")) {
       Path out = Files.createDirectories(folder.resolve("full-" + format));
       Files.createSymbolicLink(out.resolve("clip_64x48." + format + ".part"), Path.of("/dev/full"));
       assertRefused(
@@ -92,7 +96,7 @@ class CommandLineTest {
   /** The whole process, as a user starts it: what native code prints counts too. */
   @Test
   void theProcessItselfSaysOneLine() throws Exception {
-    Path other = Clips.make("-f lavfi -i testsrc2=size=64x64 -frames:v 3 -c:v mpeg4", folder.resolve("alone.mp4"));
+    Path other = Clips.make("-f lavfi -i testsrc2=size=64x64 -frames:v 3 -c:v mjpeg", folder.resolve("alone.mkv"));
     Path java = Path.of(System.getProperty("java.home"), "bin", "java");
     Path said = folder.resolve("said.txt");
     Process process =
@@ -110,7 +114,7 @@ class CommandLineTest {
     assertEquals(Main.EXIT_FAILED, process.waitFor());
     List<String> lines = Files.readAllLines(said);
     assertEquals(1, lines.size(), lines.toString());
-    assertTrue(lines.get(0).startsWith("qvs: alone.mp4: no decoder for mpeg4"), lines.get(0));
+    assertTrue(lines.get(0).startsWith("qvs: ") && lines.get(0).contains("alone.mkv: video codec 'mjpeg'"), lines.get(0));
   }
 
   @Test

@@ -29,7 +29,7 @@ class DecodeRoadTest {
 
   @TempDir static Path folder;
 
-  private static String md5(byte[] bytes) throws Exception {
+  static String md5(byte[] bytes) throws Exception {
     return HexFormat.of().formatHex(MessageDigest.getInstance("MD5").digest(bytes));
   }
 

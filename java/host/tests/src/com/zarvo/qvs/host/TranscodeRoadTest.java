@@ -35,6 +35,7 @@ class TranscodeRoadTest {
     List<String> arguments =
         new ArrayList<>(List.of("transcode", input.toString(), "-o", directory.toString()));
     arguments.addAll(List.of(more));
+    if (!arguments.contains("--format")) arguments.addAll(List.of("--format", "webm"));
     Captured run = Captured.run(arguments.toArray(new String[0]));
     assertEquals(0, run.code(), run.err());
   }
