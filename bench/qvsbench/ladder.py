@@ -5,7 +5,7 @@ import shutil
 import statistics
 import sys
 
-from qvsbench import ffmpeg, source
+from qvsbench import ffmpeg, latency, source
 from qvsbench.process import run, run_together
 
 TOGETHER = 4  # ladders side by side
@@ -142,6 +142,11 @@ def _measure_h264(report, bin_folder, work_folder, pairs, frames):
     _add_probes(report, "h264_ladder", ladder, pairs, frames)
     small = Ladder("h264-720", bin_folder, work_folder, frames)
     _add_four(report, "h264_ladder", small.rounds(pairs, FOUR))
+    paced = [*small.probe, "--latency", "--paced", "--parallel"]
+    samples = [(json.loads(run(paced).output)["latency_p50_ms"], latency.p50_ms(small.spec, small.source))
+               for _ in range(pairs)]
+    report.fact("h264-720: latency p50, session and ffmpeg, ms", ", ".join(f"{a:.1f} / {b:.1f}" for a, b in samples))
+    report.add("h264_ladder.latency_p50_parallel_vs_ffmpeg", [ours / theirs for ours, theirs in samples])
 
 
 CODECS = {"vp8": _measure_vp8, "h264": _measure_h264}

@@ -21,6 +21,7 @@ FIGURES = {
     "h264_ladder.rss_one_vs_ffmpeg": ("max", 0.85, "peak resident memory, one 1080p ladder / one ffmpeg process"),
     "h264_ladder.rss_four_per_ladder_vs_ffmpeg": ("max", 0.60, "four 720p ladders in one process / four ffmpeg processes"),
     "h264_ladder.four_ladders_per_core_vs_ffmpeg_1thread": ("min", 1.02, "720p ladders at 30/s per core, four at once"),
+    "h264_ladder.latency_p50_parallel_vs_ffmpeg": ("max", 0.80, "720p30 to the last rendition, p50 / ffmpeg, default threads"),
     "h264_ladder.latency_above_codecs_p50_ms": (None, 0, "frame in to last packet out, less the codecs' time, ms"),
     "h264_ladder.allocations_per_frame": (None, 0, "beyond coded packets and the codecs' own, after warm-up"),
     "scaler.yv12_1080_720_vs_zimg": ("max", 0.85, "1080p to 720p YV12, bicubic / zimg bicubic, same instruction set"),
