@@ -27,13 +27,16 @@ class Ladder:
         self.work = work_folder
         self.spec = json.loads(run([floor, "--spec", name]).output)
 
+    def _rendition(self, name, rung):
+        return os.path.join(self.work, name, f"{self.spec['rungs'][rung]['height']}.{self.spec['extension']}")
+
     def outputs(self, name, command_of_folder):
         """Runs once with files; bytes of each rendition."""
         folder = os.path.join(self.work, name)
         shutil.rmtree(folder, ignore_errors=True)
         os.makedirs(folder)
         run(command_of_folder(folder))
-        return [os.path.getsize(os.path.join(folder, f"{rung['height']}.{self.spec['extension']}")) for rung in self.spec["rungs"]]
+        return [os.path.getsize(self._rendition(name, i)) for i in range(len(self.spec["rungs"]))]
 
     def check_same_work(self, report):
         """Says how far the renditions' sizes lie apart: a ratio only means something between equals."""
@@ -49,7 +52,8 @@ class Ladder:
         report.fact(f"{self.name}: source", self.about)
         for name, values in sizes.items():
             apart = [abs(value / ours - 1) * 100 for value, ours in zip(values, sizes["session"])]
-            report.fact(f"{self.name}: rendition bytes, {name}", f"{values} (at most {max(apart):.2f} % from the session's)")
+            report.fact(f"{self.name}: rendition bytes, {name}",
+                        f"{values} (at most {max(apart):.2f} % from the session's)")
             if max(apart) > MOST_APART:
                 report.fact(f"WARNING, {self.name}, {name}", f"sizes lie more than {MOST_APART} % apart")
         report.fact(f"{self.name}: packets, session and floor, top rung", self._same("session", "floor", 0))
@@ -57,7 +61,7 @@ class Ladder:
                     " ".join(self._same("session", "parallel", i) for i in range(len(self.spec["rungs"]))))
 
     def _same(self, one, other, rung):
-        names = [os.path.join(self.work, name, f"{self.spec['rungs'][rung]['height']}.{self.spec['extension']}") for name in (one, other)]
+        names = [self._rendition(name, rung) for name in (one, other)]
         contents = [open(name, "rb").read() for name in names]
         return "identical" if contents[0] == contents[1] else "DIFFERENT"
 
