@@ -1,5 +1,10 @@
 #include "ladder/CodecProbe.h"
 
+extern "C" {
+#include <dlfcn.h>
+#include <libavcodec/avcodec.h>
+#include <x264.h>
+}
 #include <vpx/vpx_decoder.h>
 #include <vpx/vpx_encoder.h>
 
@@ -7,6 +12,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
+#include <cstring>
 
 namespace {
 
@@ -48,8 +54,8 @@ AllocationCounts allocationCounts() {
 
 }  // namespace qvs::bench
 
-// The linker sends calls of libvpx here (--wrap) and calls of the C allocator too, those of shared libraries
-// included.
+// The linker sends calls of libvpx and libx264 here (--wrap), the look-up of libavcodec's functions too,
+// and calls of the C allocator, those of shared libraries included.
 extern "C" {
 
 vpx_codec_err_t __real_vpx_codec_decode(vpx_codec_ctx_t*, const uint8_t*, unsigned int, void*, long);
@@ -79,6 +85,42 @@ vpx_codec_err_t __wrap_vpx_codec_encode(vpx_codec_ctx_t* codec, const vpx_image_
 const vpx_codec_cx_pkt_t* __wrap_vpx_codec_get_cx_data(vpx_codec_ctx_t* codec, vpx_codec_iter_t* iterator) {
   InCodec scope;
   return __real_vpx_codec_get_cx_data(codec, iterator);
+}
+
+int __real_x264_encoder_encode(x264_t*, x264_nal_t**, int*, x264_picture_t*, x264_picture_t*);
+
+int __wrap_x264_encoder_encode(x264_t* encoder, x264_nal_t** units, int* count, x264_picture_t* in,
+                               x264_picture_t* out) {
+  InCodec scope;
+  return __real_x264_encoder_encode(encoder, units, count, in, out);
+}
+
+void* __real_dlsym(void* library, const char* name);
+
+static decltype(&avcodec_send_packet) realSendPacket;
+static decltype(&avcodec_receive_frame) realReceiveFrame;
+
+static int timedSendPacket(AVCodecContext* context, const AVPacket* packet) {
+  InCodec scope;
+  return realSendPacket(context, packet);
+}
+
+static int timedReceiveFrame(AVCodecContext* context, AVFrame* frame) {
+  InCodec scope;
+  return realReceiveFrame(context, frame);
+}
+
+void* __wrap_dlsym(void* library, const char* name) {
+  void* found = __real_dlsym(library, name);
+  if (std::strcmp(name, "avcodec_send_packet") == 0) {
+    realSendPacket = reinterpret_cast<decltype(realSendPacket)>(found);
+    return found ? reinterpret_cast<void*>(timedSendPacket) : nullptr;
+  }
+  if (std::strcmp(name, "avcodec_receive_frame") == 0) {
+    realReceiveFrame = reinterpret_cast<decltype(realReceiveFrame)>(found);
+    return found ? reinterpret_cast<void*>(timedReceiveFrame) : nullptr;
+  }
+  return found;
 }
 
 void* __libc_malloc(size_t);

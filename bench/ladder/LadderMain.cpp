@@ -1,7 +1,7 @@
 // The ladder through whole sessions, with no Java VM around them.
 //
-//   qvs-bench-ladder INPUT.ivf [--frames N] [--out DIR] [--ladders N] [--parallel]
-//   qvs-bench-probe  INPUT.ivf [--frames N] [--parallel] --latency | --allocations
+//   qvs-bench-ladder INPUT [--ladder NAME] [--frames N] [--out DIR] [--ladders N] [--parallel]
+//   qvs-bench-probe  INPUT [--ladder NAME] [--frames N] [--parallel] --latency [--paced] | --allocations
 
 #include <algorithm>
 #include <chrono>
@@ -10,18 +10,14 @@
 #include <vector>
 
 #include "ladder/CodecProbe.h"
-#include "ladder/IvfStream.h"
 #include "ladder/Options.h"
+#include "ladder/PacketSource.h"
 #include "ladder/SessionLadder.h"
 
 namespace qvs::bench {
 namespace {
 
 constexpr uint64_t kWarmUpFrames = kKeyFrameInterval + 10;  ///< so that one requested key frame lies inside
-
-const auto& rungsOf(const Options& options) {
-  return options.smallRungs ? kSmallRungs : kRungs;
-}
 
 unsigned long long printable(uint64_t value) {
   return value;
@@ -34,28 +30,31 @@ double median(std::vector<double>& values) {
   return *middle;
 }
 
-uint64_t frameCount(const Options& options, const IvfSource& input) {
+uint64_t frameCount(const Options& options, const PacketSource& input) {
   return options.frames ? options.frames : input.frameCount();
 }
 
 void runLadder(const Options& options, const std::string& folder) {
-  IvfSource input(options.input);
-  SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, folder);
-  const uint64_t frames = frameCount(options, input);
+  const auto input = PacketSource::open(options.input);
+  SessionLadder ladder(*options.ladder, *input, options.parallelRungs, folder);
+  const uint64_t frames = frameCount(options, *input);
   if (options.parallelRungs) ladder.decodeAhead();
-  for (uint64_t number = 0; number < frames; ++number) ladder.transcode(input.next(), number);
+  for (uint64_t number = 0; number < frames; ++number) ladder.transcode(input->next(), number);
   ladder.finish();
 }
 
 void measureLatency(const Options& options) {
-  IvfSource input(options.input);
-  const uint64_t frames = frameCount(options, input);
-  SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, {});
+  const auto input = PacketSource::open(options.input);
+  const uint64_t frames = frameCount(options, *input);
+  SessionLadder ladder(*options.ladder, *input, options.parallelRungs, {});
   std::vector<double> wholeMs, aboveMs;
   wholeMs.reserve(frames);
   aboveMs.reserve(frames);
+  const auto begin = std::chrono::steady_clock::now();
   for (uint64_t number = 0; number < frames; ++number) {
-    const auto packet = input.next();
+    const auto packet = input->next();
+    if (options.paced)
+      std::this_thread::sleep_until(begin + number * std::chrono::microseconds(1000000 / kFrameRate));
     const auto codecBefore = codecNanoseconds();
     const auto start = std::chrono::steady_clock::now();
     ladder.transcode(packet, number);
@@ -70,18 +69,18 @@ void measureLatency(const Options& options) {
 }
 
 int countAllocations(const Options& options) {
-  IvfSource input(options.input);
-  const uint64_t frames = frameCount(options, input);
+  const auto input = PacketSource::open(options.input);
+  const uint64_t frames = frameCount(options, *input);
   if (frames <= kWarmUpFrames) {
     std::fprintf(stderr, "counting allocations takes more than %llu frames\n", printable(kWarmUpFrames));
     return 2;
   }
-  SessionLadder ladder(rungsOf(options), input.isVP9(), options.parallelRungs, {});
+  SessionLadder ladder(*options.ladder, *input, options.parallelRungs, {});
   uint64_t number = 0;
-  for (; number < kWarmUpFrames; ++number) ladder.transcode(input.next(), number);
+  for (; number < kWarmUpFrames; ++number) ladder.transcode(input->next(), number);
   const auto before = allocationCounts();
   const auto packetsBefore = ladder.packetCount();
-  for (; number < frames; ++number) ladder.transcode(input.next(), number);
+  for (; number < frames; ++number) ladder.transcode(input->next(), number);
   const auto after = allocationCounts();
   const auto counted = static_cast<double>(frames - kWarmUpFrames);
   const auto packets = static_cast<double>(ladder.packetCount() - packetsBefore);

@@ -8,11 +8,11 @@ namespace qvs::bench {
 namespace {
 
 [[noreturn]] void usage(const char* program) {
-  std::fprintf(
-      stderr,
-      "usage: %s INPUT.ivf [--frames N] [--out DIR] [--ladders N] [--parallel] [--small] [--latency] "
-      "[--allocations]\n",
-      program);
+  std::fprintf(stderr,
+               "usage: %s INPUT [--ladder NAME] [--frames N] [--out DIR] [--ladders N] [--parallel] "
+               "[--latency] [--paced] "
+               "[--allocations]\n",
+               program);
   std::exit(2);
 }
 
@@ -31,8 +31,11 @@ Options parseOptions(int argc, char** argv) {
       options.ladders = static_cast<uint32_t>(std::strtoul(value(), nullptr, 10));
     } else if (word == "--parallel") {
       options.parallelRungs = true;
-    } else if (word == "--small") {
-      options.smallRungs = true;
+    } else if (word == "--ladder") {
+      options.ladder = findLadder(value());
+      if (options.ladder == nullptr) usage(argv[0]);
+    } else if (word == "--paced") {
+      options.paced = true;
     } else if (word == "--latency") {
       options.latency = true;
     } else if (word == "--allocations") {

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "ladder/LadderSpec.h"
+
 namespace qvs::bench {
 
 /// Command line of the ladder programs.
@@ -12,7 +14,8 @@ struct Options {
   uint64_t frames = 0;       ///< 0: each frame of the input once; more than it has: it is looped
   uint32_t ladders = 1;      ///< side by side, a thread each
   bool parallelRungs = false;
-  bool smallRungs = false;  ///< kSmallRungs instead of kRungs
+  const LadderSpec* ladder = kLadders;
+  bool paced = false;  ///< packets go in at the frame rate
   bool latency = false;
   bool allocations = false;
 };

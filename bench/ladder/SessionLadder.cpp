@@ -1,5 +1,6 @@
 #include "ladder/SessionLadder.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -7,6 +8,8 @@
 #include "frames/geometry/FourCC.h"
 #include "session/StageIds.h"
 #include "video/decoders/DecodeFlags.h"
+#include "video/decoders/VideoDecoderBufferStream.h"
+#include "video/encoders/VideoEncoderH264.h"
 #include "video/encoders/VideoEncoderVPX.h"
 
 namespace qvs::bench {
@@ -15,6 +18,8 @@ namespace {
 constexpr uint32_t kYV12 = fourcc("YV12");
 constexpr uint32_t kFitStretch = 3;
 constexpr uint32_t kDecoderFrames = 2;
+constexpr int64_t kAvcSpeedLevel = 4;  ///< veryfast
+constexpr uint32_t kAvcKeyThreads = 10078;
 constexpr uint32_t kRungFrames = 2;  ///< one in work, one to fill
 
 void check(uint32_t status, const char* what) {
@@ -23,36 +28,70 @@ void check(uint32_t status, const char* what) {
   std::exit(1);
 }
 
+/// What the calls of a ladder are given for a codec.
+struct CodecCalls {
+  struct Key {
+    uint32_t key;
+    int64_t value;
+  };
+  Codec codec;
+  uint32_t id;
+  uint32_t version;
+  std::span<const Key> decoderKeys;
+  std::span<const Key> encoderKeys;
+  uint32_t asynchronousKey;
+};
+
+constexpr CodecCalls::Key kVpxEncoderKeys[] = {{VideoEncoderVPX::kKeyCpuUsed, kCpuUsed},
+                                               {VideoEncoderVPX::kKeyThreadCount, kEncoderThreads}};
+constexpr CodecCalls::Key kAvcDecoderKeys[] = {{VideoDecoderBufferStream::kKeyDeinterlace, 0},
+                                               {VideoDecoderBufferStream::kKeyOptCPUNum, 1},
+                                               {VideoDecoderBufferStream::kKeyOptSMPMode, 0}};
+constexpr CodecCalls::Key kAvcEncoderKeys[] = {{VideoEncoderH264::kKeyPerformance, kAvcSpeedLevel},
+                                               {kAvcKeyThreads, kEncoderThreads}};
+constexpr CodecCalls kCodecCalls[] = {
+    {Codec::kVP8, kVideoCodecVPX, 8, {}, kVpxEncoderKeys, VideoEncoderVPX::kKeyAsynchronous},
+    {Codec::kVP9, kVideoCodecVPX, 9, {}, kVpxEncoderKeys, VideoEncoderVPX::kKeyAsynchronous},
+    {Codec::kH264, kVideoCodecH264, 0, kAvcDecoderKeys, kAvcEncoderKeys, VideoEncoderH264::kKeyAsynchronous},
+};
+
+const CodecCalls& callsOf(Codec codec) {
+  return *std::find_if(std::begin(kCodecCalls), std::end(kCodecCalls),
+                       [&](const CodecCalls& row) { return row.codec == codec; });
+}
+
 #define QVS_BENCH_CALL(call) check(session.call, #call)
 
 }  // namespace
 
-SessionLadder::SessionLadder(std::span<const Rung> rungs, bool vp9Input, bool parallel,
+SessionLadder::SessionLadder(const LadderSpec& ladder, PacketSource& source, bool parallel,
                              const std::string& outputFolder) {
   session.initialize();
-  createDecoder(vp9Input);
+  createDecoder(source.codec());
   QVS_BENCH_CALL(videoScalerCreate(kYV12, 8));
   QVS_BENCH_CALL(videoScalerSetImplementation2(kScalerDefault, -1));
   QVS_BENCH_CALL(videoDecoderBuffersCreate(kDecoderFrames));
   QVS_BENCH_CALL(videoEncoderBufferSetsCreate(kRungFrames));
-  for (const auto& rung : rungs) addRung(rung, parallel);
+  for (const auto& rung : ladder.rungs) addRung(ladder, rung, parallel);
   QVS_BENCH_CALL(videoScalerInitialize());
-  QVS_BENCH_CALL(videoDecoderDecodeCodecConfig(nullptr, 0, 0));
-  if (outputFolder.empty()) return;
-  for (size_t i = 0; i < rungs.size(); ++i) {
-    sinks[i] = IvfSink(outputFolder + "/" + std::to_string(rungs[i].height) + ".ivf", rungs[i].width,
-                       rungs[i].height);
-  }
+  const auto config = source.config();
+  QVS_BENCH_CALL(videoDecoderDecodeCodecConfig(config.data(), 0, static_cast<uint32_t>(config.size())));
+  for (const auto& rung : ladder.rungs) sinks.emplace_back(outputFolder, ladder, rung);
 }
 
-void SessionLadder::createDecoder(bool vp9Input) {
-  QVS_BENCH_CALL(videoDecoderCreate(0, kVideoCodecVPX, vp9Input ? 9 : 8, 8, 0, kYV12));
+void SessionLadder::createDecoder(Codec codec) {
+  const CodecCalls& row = callsOf(codec);
+  QVS_BENCH_CALL(videoDecoderCreate(0, row.id, row.version, 8, 0, kYV12));
+  for (const auto& [key, value] : row.decoderKeys) {
+    QVS_BENCH_CALL(videoDecoderSetParameterValueLong(key, value));
+  }
   QVS_BENCH_CALL(videoDecoderInitialize());
 }
 
-void SessionLadder::addRung(const Rung& rung, bool parallel) {
+void SessionLadder::addRung(const LadderSpec& ladder, const Rung& rung, bool parallel) {
+  const CodecCalls& row = callsOf(ladder.codec);
   int32_t added = -1;
-  QVS_BENCH_CALL(videoEncoderAdd(kVideoCodecVPX, 8, 8, kYV12, 0, &added));
+  QVS_BENCH_CALL(videoEncoderAdd(row.id, row.version, 8, kYV12, 0, &added));
   const auto encoder = static_cast<uint32_t>(added);
   QVS_BENCH_CALL(videoEncoderSetDefaults(encoder, 0, 0));
   QVS_BENCH_CALL(videoEncoderSetFrameSize(encoder, rung.width, rung.height));
@@ -60,10 +99,10 @@ void SessionLadder::addRung(const Rung& rung, bool parallel) {
   QVS_BENCH_CALL(videoEncoderSetBitrate(encoder, rung.bitrate));
   QVS_BENCH_CALL(videoEncoderSetFrameIndex(encoder, added));
   QVS_BENCH_CALL(videoEncoderSetKeyFrameFollow(encoder, 1));
-  QVS_BENCH_CALL(videoEncoderSetParameterValueLong(encoder, VideoEncoderVPX::kKeyCpuUsed, kCpuUsed));
-  QVS_BENCH_CALL(
-      videoEncoderSetParameterValueLong(encoder, VideoEncoderVPX::kKeyThreadCount, kEncoderThreads));
-  QVS_BENCH_CALL(videoEncoderSetParameterValueLong(encoder, VideoEncoderVPX::kKeyAsynchronous, parallel));
+  for (const auto& [key, value] : row.encoderKeys) {
+    QVS_BENCH_CALL(videoEncoderSetParameterValueLong(encoder, key, value));
+  }
+  QVS_BENCH_CALL(videoEncoderSetParameterValueLong(encoder, row.asynchronousKey, parallel));
   QVS_BENCH_CALL(videoEncoderApplyParameters(encoder));
   uint32_t set = 0;
   QVS_BENCH_CALL(videoEncoderBufferSetAlloc(&set));
@@ -88,16 +127,17 @@ void SessionLadder::transcode(std::span<const uint8_t> packet, uint64_t frameNum
   ancillaryData.clear();
   QVS_BENCH_CALL(videoDecoderDecode(buffer, &status, &decodedTimecode, ancillaryData, info));
   if ((status & DecodeFlagFrameAvailable) && !(status & DecodeFlagFrameNotReady)) {
-    encodePicture(buffer, frameNumber, decodedTimecode);
+    encodePicture(buffer, decodedTimecode);
   }
   QVS_BENCH_CALL(videoDecoderBufferRelease(buffer));
 }
 
-void SessionLadder::encodePicture(uint32_t decoderBuffer, uint64_t frameNumber, uint64_t timecode) {
-  std::array<uint32_t, kRungs.size()> targets{};
+void SessionLadder::encodePicture(uint32_t decoderBuffer, uint64_t timecode) {
+  std::array<uint32_t, kMostRungs> all{};
+  const auto targets = std::span(all).first(sinks.size());
   for (uint32_t i = 0; i < targets.size(); ++i) QVS_BENCH_CALL(videoEncoderBufferAllocate(i, &targets[i]));
   QVS_BENCH_CALL(videoDecoderTransferFrameStart(decoderBuffer, targets));
-  const uint32_t frameType = isKeyFrame(frameNumber) ? 1 : 2;
+  const uint32_t frameType = isKeyFrame(pictures++) ? 1 : 2;
   for (uint32_t i = 0; i < targets.size(); ++i) {
     QVS_BENCH_CALL(videoDecoderTransferFrame(decoderBuffer, targets[i], i));
     if (ahead) takePackets(i);

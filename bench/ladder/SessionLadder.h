@@ -7,8 +7,9 @@
 #include <vector>
 
 #include "frames/VideoFrameEncoded.h"
-#include "ladder/IvfStream.h"
 #include "ladder/LadderSpec.h"
+#include "ladder/PacketSink.h"
+#include "ladder/PacketSource.h"
 #include "session/TranscoderSession.h"
 
 namespace qvs::bench {
@@ -18,7 +19,8 @@ class SessionLadder {
  public:
   /// `outputFolder` empty: packets are counted and dropped. `parallel`: encoders work on threads of their
   /// own.
-  SessionLadder(std::span<const Rung> rungs, bool vp9Input, bool parallel, const std::string& outputFolder);
+  SessionLadder(const LadderSpec& ladder, PacketSource& source, bool parallel,
+                const std::string& outputFolder);
 
   /// Hands one packet over and takes everything back that comes of it.
   void transcode(std::span<const uint8_t> packet, uint64_t frameNumber);
@@ -31,16 +33,17 @@ class SessionLadder {
   uint64_t packetCount() const { return packets; }  ///< coded packets in and out so far
 
  private:
-  void createDecoder(bool vp9Input);
-  void addRung(const Rung& rung, bool parallel);
-  void encodePicture(uint32_t decoderBuffer, uint64_t frameNumber, uint64_t timecode);
+  void createDecoder(Codec codec);
+  void addRung(const LadderSpec& ladder, const Rung& rung, bool parallel);
+  void encodePicture(uint32_t decoderBuffer, uint64_t timecode);
   void takePackets(uint32_t rung);
 
   TranscoderSession session;
-  std::array<IvfSink, kRungs.size()> sinks;  ///< by rung
-  std::vector<VideoFrameEncoded> encoded;    ///< kept between frames
+  std::vector<PacketSink> sinks;           ///< by rung
+  std::vector<VideoFrameEncoded> encoded;  ///< kept between frames
   std::vector<VideoFrameAncillaryData> ancillaryData;
   uint64_t packets = 0;
+  uint64_t pictures = 0;
   bool ahead = false;
 };
 

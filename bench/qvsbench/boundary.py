@@ -31,7 +31,7 @@ def measure(report, bin_folder, build_folder, work_folder, pairs, frames):
     probe, ladder = (os.path.join(bin_folder, name) for name in ("qvs-bench-probe", "qvs-bench-ladder"))
     large, _ = source.make(work_folder, frames)
     small = _small_source(work_folder, large)
-    plain_command = [probe, small, "--small", "--latency", "--frames", str(FRAMES)]
+    plain_command = [probe, small, "--ladder", "vp8-small", "--latency", "--frames", str(FRAMES)]
     java_command = ["java", "-Xshare:auto", "-cp", ":".join(jars), "BoundaryBench", library, small, str(FRAMES)]
     frame_us = statistics.median(run([ladder, large]).cpu_s for _ in range(3)) / frames * 1e6
     shares, costs = [], []

@@ -15,13 +15,14 @@ def main(description):
     parser.add_argument("--build", default=os.path.join(ROOT, "build/release"), help="build folder to measure")
     parser.add_argument("--pairs", type=int, default=7, help="alternating runs of each program (default 7)")
     parser.add_argument("--frames", type=int, default=300, help="frames of the ladder's source (default 300)")
+    parser.add_argument("--codec", default="all", choices=["all", *ladder.CODECS], help="the ladder's (default all)")
     options = parser.parse_args()
 
     report = Report()
     bin_folder = os.path.join(options.build, "bench")
     work = os.path.join(options.build, "bench-work")
     if options.part in ("all", "ladder"):
-        ladder.measure(report, bin_folder, work, options.pairs, options.frames)
+        ladder.measure(report, bin_folder, work, options.pairs, options.frames, options.codec)
     if options.part in ("all", "picture"):
         programs.picture(report, bin_folder)
     if options.part in ("all", "boundary"):

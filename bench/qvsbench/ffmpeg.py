@@ -2,7 +2,7 @@
 import os
 
 
-def _encoder(spec, rung, threads):
+def _vp8(spec, rung, threads):
     kbit = rung["bitrate"] // 1000
     # The library's encoders keep libvpx's rate buffer: 6 s long, 4 s full at the start, 5 s aimed at.
     return ["-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", str(spec["cpu_used"]), "-b:v", f"{kbit}k",
@@ -12,8 +12,21 @@ def _encoder(spec, rung, threads):
             *(["-threads", str(threads)] if threads else [])]
 
 
-def ladder(spec, source, folder=None, threads=None):
-    """`threads` None leaves every thread count at ffmpeg's default. Without `folder` the packets go nowhere."""
+def _h264(spec, rung, threads):
+    kbit = rung["bitrate"] // 1000
+    return ["-c:v", "libx264", "-preset", "veryfast", "-tune", "zerolatency", "-b:v", f"{kbit}k", "-maxrate", f"{kbit}k",
+            "-bufsize", f"{kbit * 220 // 100}k", "-x264-params", "keyint=infinite:min-keyint=1:scenecut=0:aud=1",
+            "-force_key_frames", f"expr:not(mod(n,{spec['key_frame_interval']}))", "-forced-idr", "1",
+            *(["-threads", str(threads)] if threads else [])]
+
+
+_ENCODERS = {"ivf": (_vp8, "ivf"), "264": (_h264, "h264")}  # by the rendition's extension
+
+
+def ladder(spec, source, folder=None, threads=None, targets=None):
+    """`threads` None leaves every thread count at ffmpeg's default. Without `folder` the packets go nowhere; `targets`
+    are output arguments by rung instead."""
+    encoder, container = _ENCODERS[spec["extension"]]
     one = ["-threads", str(threads)] if threads else []
     filters = ["-filter_threads", str(threads), "-filter_complex_threads", str(threads)] if threads else []
     rungs = spec["rungs"]
@@ -23,6 +36,10 @@ def ladder(spec, source, folder=None, threads=None):
         graph += f";[s{i}]" + ("null" if same else f"scale={rung['width']}:{rung['height']}:flags=bicubic") + f"[o{i}]"
     command = ["ffmpeg", "-v", "error", "-nostdin", "-y", *one, "-i", source, *filters, "-filter_complex", graph]
     for i, rung in enumerate(rungs):
-        target = ["-f", "ivf", os.path.join(folder, f"{rung['height']}.ivf")] if folder else ["-f", "null", "-"]
-        command += ["-map", f"[o{i}]", *_encoder(spec, rung, threads), *target]
+        target = ["-f", "null", "-"]
+        if folder:
+            target = ["-f", container, os.path.join(folder, f"{rung['height']}.{spec['extension']}")]
+        if targets:
+            target = targets[i]
+        command += ["-map", f"[o{i}]", *encoder(spec, rung, threads), *target]
     return command
