@@ -49,6 +49,7 @@ class AacFloor {
     context->bit_rate = kAacBitrate;
     context->ch_layout = AV_CHANNEL_LAYOUT_STEREO;
     av_opt_set_int(context->priv_data, "aac_tns", 1, 0);
+    av_opt_set(context->priv_data, "aac_coder", "fast", 0);  // what the session takes at this rate
     check(avcodec_open2(context, codec, nullptr) == 0, "avcodec_open2");
     packet = av_packet_alloc();
     frame = av_frame_alloc();

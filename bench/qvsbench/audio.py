@@ -30,7 +30,7 @@ def _ffmpeg(source, folder=None):
         return ["-f", "adts" if name == "aac" else "ogg", os.path.join(folder, name)] if folder else ["-f", "null", "-"]
     return ["ffmpeg", "-v", "error", "-nostdin", "-y", "-i", source,
             "-map", "0:a", "-af", "aresample=44100:filter_size=64:cutoff=0.95:internal_sample_fmt=fltp",
-            "-c:a", "aac", "-b:a", "128k", *target("aac"),
+            "-c:a", "aac", "-aac_coder", "fast", "-b:a", "128k", *target("aac"),
             "-map", "0:a", "-c:a", "libopus", "-b:a", "96k", "-vbr", "constrained",
             "-compression_level", "9", *target("opus")]
 
