@@ -6,10 +6,10 @@
 #include <memory>
 #include <vector>
 
-#include "audio/RingQueue.h"
 #include "frames/AudioFrameEncoded.h"
 #include "platform/FreeDeleter.h"
 #include "platform/IConcurrentLock.h"
+#include "platform/RingQueue.h"
 
 namespace qvs {
 

@@ -7,7 +7,7 @@
 
 #include "audio/AudioEncoderBase.h"
 #include "audio/AudioSampleHolder.h"
-#include "audio/RingQueue.h"
+#include "platform/RingQueue.h"
 
 namespace qvs {
 

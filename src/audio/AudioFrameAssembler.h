@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "audio/RingQueue.h"
 #include "frames/AudioSampleBuffer.h"
+#include "platform/RingQueue.h"
 
 namespace qvs {
 

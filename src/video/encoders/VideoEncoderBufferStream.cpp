@@ -68,14 +68,14 @@ void VideoEncoderBufferStream::setAllocator2(void* host, ByteArrayNew create, By
 uint32_t VideoEncoderBufferStream::addFrameTimecode(uint64_t timecode) {
   return guarded("VideoEncoderBufferStream::addFrameTimecode", [&]() -> uint32_t {
     ScopedLock guard(*lock);
-    frameTimecodes.push_back(timecode);
+    frameTimecodes.push(timecode);
     return kSuccess;
   });
 }
 
 void VideoEncoderBufferStream::dropFrameTimecode() {
   ScopedLock guard(*lock);
-  if (!frameTimecodes.empty()) frameTimecodes.pop_back();
+  if (!frameTimecodes.empty()) frameTimecodes.popBack();
 }
 
 uint32_t VideoEncoderBufferStream::getEncodedFrameCount() {
@@ -152,7 +152,7 @@ void VideoEncoderBufferStream::announceUnit(int64_t startTime) {
   ScopedLock guard(*lock);
   if (frameTimecodes.empty()) return;
   pendingTimecode = frameTimecodes.front() / kTimecodeUnitsPerMs;
-  frameTimecodes.pop_front();
+  frameTimecodes.pop();
 }
 
 VideoEncoderBufferStream::Unit VideoEncoderBufferStream::allocateUnit(uint32_t size) const {

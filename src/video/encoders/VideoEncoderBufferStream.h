@@ -3,12 +3,12 @@
 #include <mc_bufstream.h>
 
 #include <cstdint>
-#include <list>
 #include <memory>
 #include <vector>
 
 #include "frames/VideoFrameEncoded.h"
 #include "platform/IConcurrentLock.h"
+#include "platform/RingQueue.h"
 
 namespace qvs {
 
@@ -92,7 +92,7 @@ class VideoEncoderBufferStream {
   std::unique_ptr<uint8_t[]> buffer;  ///< the unit in the making
   uint32_t ptr = 0;                   ///< bytes in it
   std::vector<VideoFrameEncoded> frames;
-  std::list<uint64_t> frameTimecodes;          ///< 100 ns units, in input order
+  RingQueue<uint64_t> frameTimecodes;          ///< 100 ns units, in input order
   uint64_t pendingTimecodeDTS = ~uint64_t{0};  ///< milliseconds
   uint64_t pendingTimecode = ~uint64_t{0};     ///< milliseconds
   uint8_t isBFrames = 0;

@@ -28,6 +28,12 @@ class RingQueue {
     --count;
   }
 
+  /// Takes back the last that was pushed; of the queue that isn't empty.
+  void popBack() {
+    --count;
+    slots[(head + count) & (slots.size() - 1)] = Value{};
+  }
+
   void clear() {
     while (!empty()) pop();
   }
