@@ -1,0 +1,92 @@
+#include "platform/WorkPool.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace qvs {
+
+std::shared_ptr<WorkPool> WorkPool::shared() {
+  static std::mutex mutex;
+  static std::weak_ptr<WorkPool> pool;
+  std::lock_guard guard(mutex);
+  auto held = pool.lock();
+  if (!held) {
+    // The owner that waits is the one more.
+    held = std::make_shared<WorkPool>(std::max(std::thread::hardware_concurrency(), 2u) - 1);
+    pool = held;
+  }
+  return held;
+}
+
+WorkPool::WorkPool(size_t count) {
+  threads.reserve(count);
+  try {
+    while (threads.size() < count) threads.emplace_back([this] { serve(); });
+  } catch (const std::system_error&) {
+    // The machine has no more; owners that wait make up for it.
+  }
+}
+
+WorkPool::~WorkPool() {
+  {
+    std::lock_guard guard(mutex);
+    stopping = true;
+  }
+  changed.notify_all();
+}
+
+void WorkPool::submit(Task& task) {
+  {
+    std::lock_guard guard(mutex);
+    queue.push_back(&task);
+    task.state = Task::State::kQueued;
+    task.owner = std::this_thread::get_id();
+  }
+  changed.notify_one();
+}
+
+void WorkPool::wait(Task& task) {
+  std::unique_lock guard(mutex);
+  while (task.state != Task::State::kIdle) {
+    if (Task* own = takeOwn(task)) {
+      work(*own, guard);
+    } else {
+      task.finished.wait(guard);
+    }
+  }
+}
+
+WorkPool::Task* WorkPool::takeOwn(Task& task) {
+  const bool queued = task.state == Task::State::kQueued;
+  const auto found =
+      std::find_if(queue.begin(), queue.end(), [&, self = std::this_thread::get_id()](const Task* other) {
+        return queued ? other == &task : other->owner == self;
+      });
+  if (found == queue.end()) return nullptr;
+  Task* own = *found;
+  queue.erase(found);
+  return own;
+}
+
+void WorkPool::work(Task& task, std::unique_lock<std::mutex>& guard) {
+  task.state = Task::State::kRunning;
+  guard.unlock();
+  task.run();
+  guard.lock();
+  task.state = Task::State::kIdle;
+  // Under the lock: the task may end as soon as its owner sees it idle.
+  task.finished.notify_all();
+}
+
+void WorkPool::serve() {
+  std::unique_lock guard(mutex);
+  while (true) {
+    changed.wait(guard, [this] { return stopping || !queue.empty(); });
+    if (queue.empty()) return;
+    Task* next = queue.front();
+    queue.erase(queue.begin());
+    work(*next, guard);
+  }
+}
+
+}  // namespace qvs
