@@ -283,7 +283,8 @@ TEST(DecoderStreams, DeinterlaceInterlacedPicturesAlone) {
     ASSERT_EQ(single.pictures.size(), woven.pictures.size());
     EXPECT_EQ(woven.pictures[4].flags, 2u);
     EXPECT_EQ(single.pictures[4].flags, 0u);
-    EXPECT_LT(combing(single.pictures[4]), combing(woven.pictures[4]) / 5);
+    for (size_t i = 0; i < woven.pictures.size(); ++i)
+      EXPECT_LT(combing(single.pictures[i]), combing(woven.pictures[i]) / 5) << i;
     EXPECT_EQ(single.pictures[4].timecode, woven.pictures[4].timecode);
 
     setup.interlaced = false;
@@ -321,7 +322,7 @@ TEST(DecoderStreams, DoubleRateGivesEachFieldHalfAFrameApart) {
     harness.config(stream.config);
     for (MediaUnit& unit : stream.units) harness.feed(unit.bytes, unit.timecode, unit.frameType);
     ASSERT_GE(run.pictures.size(), 10u);
-    for (size_t i = 4; i < 9; ++i) {
+    for (size_t i = 0; i < 9; ++i) {
       EXPECT_EQ(run.pictures[i].timecode, 1000 + 20 * i);
       EXPECT_EQ(run.pictures[i].flags, 0u);
       // The block moves 4 pixels from field to field.

@@ -8,7 +8,7 @@
 namespace qvs::mc {
 
 /// Turns interlaced pictures into whole ones with libavfilter's bwdif, without holding any back: a picture is
-/// judged by its predecessor and by itself.
+/// judged by its predecessor and by itself; the first by itself alone, with estdif.
 class Deinterlacer {
  public:
   enum class Rate {
@@ -25,7 +25,8 @@ class Deinterlacer {
  private:
   /// Makes the graph anew where the form of the pictures changes; one that was refused isn't tried again.
   bool prepare(const AVFrame& picture, Rate rate);
-  bool build();
+  bool build(const char* deinterlacer);
+  bool filter(const AVFrame& picture);
   bool feed(const AVFrame& picture, bool interlaced);
   bool take(AVFrame& frame);
 
@@ -42,6 +43,7 @@ class Deinterlacer {
   int height = 0;
   int format = -1;
   Rate rate = Rate::kSingle;
+  bool fresh = false;  ///< the graph has seen no picture
   int64_t time = 0;
 };
 
