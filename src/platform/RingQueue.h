@@ -14,11 +14,13 @@ class RingQueue {
   size_t size() const { return count; }
   /// Of the queue that isn't empty.
   Value& front() { return slots[head]; }
+  /// `index` counts from the front.
+  Value& operator[](size_t index) { return slots[(head + index) & (slots.size() - 1)]; }
 
   void push(Value value) {
     if (count == slots.size()) grow();
-    slots[(head + count) & (slots.size() - 1)] = std::move(value);
     ++count;
+    (*this)[count - 1] = std::move(value);
   }
 
   /// Of the queue that isn't empty; what the value holds is released now.
@@ -30,8 +32,8 @@ class RingQueue {
 
   /// Takes back the last that was pushed; of the queue that isn't empty.
   void popBack() {
+    (*this)[count - 1] = Value{};
     --count;
-    slots[(head + count) & (slots.size() - 1)] = Value{};
   }
 
   void clear() {
@@ -41,7 +43,7 @@ class RingQueue {
  private:
   void grow() {
     std::vector<Value> larger(slots.empty() ? 8 : slots.size() * 2);
-    for (size_t i = 0; i < count; ++i) larger[i] = std::move(slots[(head + i) & (slots.size() - 1)]);
+    for (size_t i = 0; i < count; ++i) larger[i] = std::move((*this)[i]);
     slots = std::move(larger);
     head = 0;
   }

@@ -36,7 +36,8 @@ uint32_t NalUnitSplicer::findUnits(const NalAccessUnit& unit) {
   return kSuccess;
 }
 
-uint32_t NalUnitSplicer::splice(const NalAccessUnit& unit, const NalSplices& splices, ByteBlockList& list) {
+uint32_t NalUnitSplicer::splice(const NalAccessUnit& unit, const NalSplices& splices,
+                                RingQueue<ByteBlock>& list) {
   list.clear();
   const uint32_t result = findUnits(unit);
   const auto add = [&](const SplicedBytes& piece) {

@@ -4,7 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "video/decoders/ByteBlockList.h"
+#include "platform/RingQueue.h"
+#include "video/decoders/ByteBlock.h"
 
 namespace qvs {
 
@@ -44,7 +45,7 @@ class NalUnitSplicer {
   explicit NalUnitSplicer(const NalRules& codecRules) : rules(codecRules) {}
 
   /// Replaces `list`. kFailure for a length of 0 or past the end; the units before it are queued.
-  uint32_t splice(const NalAccessUnit& unit, const NalSplices& splices, ByteBlockList& list);
+  uint32_t splice(const NalAccessUnit& unit, const NalSplices& splices, RingQueue<ByteBlock>& list);
 
  private:
   uint32_t findUnits(const NalAccessUnit& unit);

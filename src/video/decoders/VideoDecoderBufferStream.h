@@ -8,8 +8,9 @@
 #include <span>
 #include <string>
 
+#include "platform/RingQueue.h"
 #include "video/decoders/BufStreamCodec.h"
-#include "video/decoders/ByteBlockList.h"
+#include "video/decoders/ByteBlock.h"
 #include "video/decoders/VideoDecoderBase.h"
 
 namespace qvs {
@@ -98,7 +99,7 @@ class VideoDecoderBufferStream : public VideoDecoderBase {
 
   const BufStreamCodec& row;
   bufstream_tt* vid_dec = nullptr;  ///< owned
-  ByteBlockList bufferList;
+  RingQueue<ByteBlock> bufferList;
   uint8_t displayInfo = 1;  ///< the next stream information is to be logged
   uint8_t isFirstCodecConfig = 1;
   int optCPUNum = 4;
