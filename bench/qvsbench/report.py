@@ -24,6 +24,8 @@ FIGURES = {
     "h264_ladder.latency_p50_parallel_vs_ffmpeg": ("max", 0.80, "720p30 to the last rendition, p50 / ffmpeg, default threads"),
     "h264_ladder.latency_above_codecs_p50_ms": (None, 0, "frame in to last packet out, less the codecs' time, ms"),
     "h264_ladder.allocations_per_frame": (None, 0, "beyond coded packets and the codecs' own, after warm-up"),
+    **{f"h264_quality.{clip}_vs_x264_db": ("min", -0.05, "luma PSNR, session less x264 command line, equal size and preset")
+       for clip in ("crowd", "bear", "sintel")},
     "scaler.yv12_1080_720_vs_zimg": ("max", 0.85, "1080p to 720p YV12, bicubic / zimg bicubic, same instruction set"),
     "yv12_to_nv12.vs_memcpy": ("max", 1.06, "1080p, / memcpy of the same bytes"),
     "nv12_to_yv12.vs_memcpy": ("max", 1.06, "1080p, / memcpy of the same bytes"),
