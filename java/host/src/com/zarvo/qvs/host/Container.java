@@ -78,6 +78,8 @@ enum Container {
   /** Settings of the muxer for a file or folder. */
   Map<String, String> options(Path target, double keyFrameSeconds) {
     Map<String, String> options = new LinkedHashMap<>();
+    // Edit lists count in these units; the usual millisecond would move sound against pictures by as much.
+    if (this == MP4) options.put("movie_timescale", "90000");
     if (this != HLS) return options;
     double seconds = Math.max(SEGMENT_TOLERANCE_SECONDS, keyFrameSeconds - SEGMENT_TOLERANCE_SECONDS);
     options.put("hls_time", String.format(Locale.ROOT, "%.3f", seconds));
