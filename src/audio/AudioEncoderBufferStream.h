@@ -1,13 +1,11 @@
 #pragma once
 
-#include <mc_bufstream.h>
-
 #include <cstdint>
 #include <memory>
 #include <vector>
 
 #include "frames/AudioFrameEncoded.h"
-#include "platform/FreeDeleter.h"
+#include "frames/CodedUnitSink.h"
 #include "platform/IConcurrentLock.h"
 #include "platform/RingQueue.h"
 
@@ -27,15 +25,15 @@ class AudioEncoderBufferStream {
   AudioEncoderBufferStream& operator=(const AudioEncoderBufferStream&) = delete;
 
   /// The record to hand to the encoder; it stays this object's.
-  bufstream_tt* getStream() { return &stream; }
+  bufstream_tt* getStream() { return sink.getStream(); }
   bool hasLock() const { return lock != nullptr; }
 
   void setChannels(uint32_t value) { pendingChannels = value; }
   void setSampleRate(uint32_t value) { pendingSampleRate = value; }
 
   /// Bytes of the largest coded frame. Drops a frame in the making; without memory there is no room at all.
-  void setBufferSize(uint32_t size);
-  uint32_t getBufferSize() const { return buffSize; }
+  void setBufferSize(uint32_t size) { sink.setCapacity(size); }
+  uint32_t getBufferSize() const { return sink.getCapacity(); }
   uint32_t getBuffers() const { return 1; }
 
   /// Before the samples that start a frame go into the codec.
@@ -49,23 +47,13 @@ class AudioEncoderBufferStream {
   void close();
 
  private:
-  static AudioEncoderBufferStream& of(bufstream_tt* stream);
-  static uint32_t usableBytes(bufstream_tt* stream);
-  static uint8_t* request(bufstream_tt* stream, uint32_t size);
-  static uint32_t confirm(bufstream_tt* stream, uint32_t size);
-  static uint32_t copyBytes(bufstream_tt* stream, uint8_t* source, uint32_t size);
-  static uint32_t chunkSize(bufstream_tt* stream);
   static uint32_t auxInfo(bufstream_tt* stream, uint32_t offset, uint32_t code, void* info, uint32_t size);
-  static void done(bufstream_tt* stream, int32_t abort);
 
   void closeFrame();
   uint64_t takeTimecode();
 
   std::unique_ptr<IConcurrentLock> lock;  ///< guards frames and pendingTimecodes
-  bufstream_tt stream{};
-  uint32_t buffSize = 0;
-  std::unique_ptr<uint8_t, FreeDeleter> buffer;  ///< the frame in the making
-  uint32_t ptr = 0;                              ///< bytes in it
+  CodedUnitSink sink;
   std::vector<AudioFrameEncoded> frames;
   RingQueue<uint64_t> pendingTimecodes;  ///< samples, one for each frame in the codec
   uint32_t pendingChannels = 0;

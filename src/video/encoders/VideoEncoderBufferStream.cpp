@@ -1,9 +1,9 @@
 #include "video/encoders/VideoEncoderBufferStream.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
+#include <new>
+#include <span>
 
 #include "platform/ConcurrentLockFactory.h"
 #include "platform/Guard.h"
@@ -26,16 +26,8 @@ struct VideoEncoderBufferStream::Unit {
 };
 
 VideoEncoderBufferStream::VideoEncoderBufferStream()
-    : lock(ConcurrentLockFactory::newConcurrentLock()),
-      buffer(std::make_unique<uint8_t[]>(kDefaultBufferSize)) {
-  stream.usable_bytes = usableBytes;
-  stream.request = request;
-  stream.confirm = confirm;
-  stream.copybytes = copyBytes;
-  stream.chunksize = chunkSize;
-  stream.auxinfo = auxInfo;
-  stream.done = done;
-  stream.Buf_IO_struct = this;
+    : lock(ConcurrentLockFactory::newConcurrentLock()), sink(this, auxInfo) {
+  setBufferSize(kDefaultBufferSize);
 }
 
 VideoEncoderBufferStream::~VideoEncoderBufferStream() {
@@ -44,11 +36,7 @@ VideoEncoderBufferStream::~VideoEncoderBufferStream() {
 }
 
 void VideoEncoderBufferStream::setBufferSize(uint32_t size) {
-  buffer.reset();
-  ptr = 0;
-  buffSize = 0;
-  buffer = std::make_unique<uint8_t[]>(size);
-  buffSize = size;
+  if (!sink.setCapacity(size)) throw std::bad_alloc();
 }
 
 void VideoEncoderBufferStream::setAllocator(void* host, ByteArrayNew create, ByteArrayFree destroy,
@@ -98,43 +86,11 @@ void VideoEncoderBufferStream::close() {
   frames.clear();
 }
 
-VideoEncoderBufferStream& VideoEncoderBufferStream::of(bufstream_tt* stream) {
-  return *static_cast<VideoEncoderBufferStream*>(stream->Buf_IO_struct);
-}
-
-uint32_t VideoEncoderBufferStream::usableBytes(bufstream_tt* stream) {
-  return of(stream).ptr;
-}
-
-uint8_t* VideoEncoderBufferStream::request(bufstream_tt* stream, uint32_t) {
-  VideoEncoderBufferStream& self = of(stream);
-  return self.ptr >= self.buffSize ? nullptr : self.buffer.get() + self.ptr;
-}
-
-uint32_t VideoEncoderBufferStream::confirm(bufstream_tt* stream, uint32_t size) {
-  VideoEncoderBufferStream& self = of(stream);
-  // More than the room that `chunksize` told must not lead the next write or read outside the buffer.
-  self.ptr += std::min(size, self.buffSize - self.ptr);
-  return size;
-}
-
-uint32_t VideoEncoderBufferStream::copyBytes(bufstream_tt* stream, uint8_t* source, uint32_t size) {
-  VideoEncoderBufferStream& self = of(stream);
-  if (size > self.buffSize - self.ptr) return 0;
-  std::memcpy(self.buffer.get() + self.ptr, source, size);
-  self.ptr += size;
-  return size;
-}
-
-uint32_t VideoEncoderBufferStream::chunkSize(bufstream_tt* stream) {
-  return of(stream).buffSize - of(stream).ptr;
-}
-
 uint32_t VideoEncoderBufferStream::auxInfo(bufstream_tt* stream, uint32_t, uint32_t code, void* info,
                                            uint32_t) {
-  VideoEncoderBufferStream& self = of(stream);
+  auto& self = CodedUnitSink::ownerOf<VideoEncoderBufferStream>(stream);
   if (code == STREAM_RESET_CODE) {
-    self.ptr = 0;
+    self.sink.discard();
   } else if (code == TIME_STAMP_INFO && info != nullptr) {
     self.announceUnit(static_cast<const mc_sample_info_struct_t*>(info)->rtStart);
   } else if (code == VIDEO_AU_CODE && info != nullptr) {
@@ -143,8 +99,6 @@ uint32_t VideoEncoderBufferStream::auxInfo(bufstream_tt* stream, uint32_t, uint3
   }
   return 0;
 }
-
-void VideoEncoderBufferStream::done(bufstream_tt*, int32_t) {}
 
 void VideoEncoderBufferStream::announceUnit(int64_t startTime) {
   pendingTimecodeDTS = static_cast<uint64_t>(startTime / static_cast<int64_t>(kTimecodeUnitsPerMs));
@@ -175,11 +129,12 @@ void VideoEncoderBufferStream::releaseUnit(const Unit& unit) const {
 }
 
 void VideoEncoderBufferStream::closeFrame(int64_t dtsMs, int64_t ptsMs) {
-  if (ptr == 0) return;
-  const uint32_t len = std::exchange(ptr, 0);
+  const std::span<const uint8_t> written = sink.take();
+  if (written.empty()) return;
+  const auto len = static_cast<uint32_t>(written.size());
   const Unit unit = allocateUnit(len);
   if (unit.bytes == nullptr) return;
-  std::memcpy(unit.bytes, buffer.get(), len);
+  std::memcpy(unit.bytes, written.data(), len);
   const uint32_t frameType = codec == kCodecH265 ? NalUnits::processH265Frame(unit.bytes, len)
                                                  : NalUnits::processH264Frame(unit.bytes, len);
   bool kept = false;

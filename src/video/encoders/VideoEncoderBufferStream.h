@@ -1,11 +1,10 @@
 #pragma once
 
-#include <mc_bufstream.h>
-
 #include <cstdint>
 #include <memory>
 #include <vector>
 
+#include "frames/CodedUnitSink.h"
 #include "frames/VideoFrameEncoded.h"
 #include "platform/IConcurrentLock.h"
 #include "platform/RingQueue.h"
@@ -36,10 +35,10 @@ class VideoEncoderBufferStream {
   VideoEncoderBufferStream& operator=(const VideoEncoderBufferStream&) = delete;
 
   /// The record to hand to the encoder; it stays this object's.
-  bufstream_tt* getStream() { return &stream; }
+  bufstream_tt* getStream() { return sink.getStream(); }
 
-  uint32_t getBufferSize() const { return buffSize; }
-  /// Bytes of the largest access unit. Before encoding starts only.
+  uint32_t getBufferSize() const { return sink.getCapacity(); }
+  /// Bytes of the largest access unit. Before encoding starts only; throws without memory.
   void setBufferSize(uint32_t size);
   void setIsBFrames(uint8_t value) { isBFrames = value; }
   void setCodec(uint32_t value) { codec = value; }
@@ -64,14 +63,7 @@ class VideoEncoderBufferStream {
   void close();
 
  private:
-  static VideoEncoderBufferStream& of(bufstream_tt* stream);
-  static uint32_t usableBytes(bufstream_tt* stream);
-  static uint8_t* request(bufstream_tt* stream, uint32_t size);
-  static uint32_t confirm(bufstream_tt* stream, uint32_t size);
-  static uint32_t copyBytes(bufstream_tt* stream, uint8_t* source, uint32_t size);
-  static uint32_t chunkSize(bufstream_tt* stream);
   static uint32_t auxInfo(bufstream_tt* stream, uint32_t offset, uint32_t code, void* info, uint32_t size);
-  static void done(bufstream_tt* stream, int32_t abort);
 
   struct Unit;
   struct UnitTime {
@@ -87,10 +79,7 @@ class VideoEncoderBufferStream {
   UnitTime reorderedTime(int64_t dtsMs, int64_t ptsMs);
 
   std::unique_ptr<IConcurrentLock> lock;  ///< guards frames and frameTimecodes
-  bufstream_tt stream{};
-  uint32_t buffSize = kDefaultBufferSize;
-  std::unique_ptr<uint8_t[]> buffer;  ///< the unit in the making
-  uint32_t ptr = 0;                   ///< bytes in it
+  CodedUnitSink sink;
   std::vector<VideoFrameEncoded> frames;
   RingQueue<uint64_t> frameTimecodes;          ///< 100 ns units, in input order
   uint64_t pendingTimecodeDTS = ~uint64_t{0};  ///< milliseconds
