@@ -29,7 +29,7 @@ struct ParameterValueEncoder {
 /// frame and returns while an own thread encodes it; `getEncodedFrames` waits for it; the units are the same
 /// to the bit), `flush` (any value: pictures held back for look-ahead or reordering come out with the next
 /// `getEncodedFrames`; further pictures are then refused), `colourCodePoints` (an array of four in the order
-/// of `mc_colorimetry_t`: colours that no description of keys 10134 and 10135 names, before those keys).
+/// of `mc_colorimetry_t`: colours that no description of keys 10134 and 10135 names; it outranks both).
 class VideoEncoderH264 : public VideoEncoderBase {
  public:
   static constexpr uint32_t kCodec = 7;
