@@ -28,7 +28,8 @@ struct ParameterValueEncoder {
 /// Keys from 10200 on are off by default: `asynchronous` (non-zero, before `initialize`: `addFrame` keeps the
 /// frame and returns while an own thread encodes it; `getEncodedFrames` waits for it; the units are the same
 /// to the bit), `flush` (any value: pictures held back for look-ahead or reordering come out with the next
-/// `getEncodedFrames`; further pictures are then refused).
+/// `getEncodedFrames`; further pictures are then refused), `colourCodePoints` (an array of four in the order
+/// of `mc_colorimetry_t`: colours that no description of keys 10134 and 10135 names; it outranks both).
 class VideoEncoderH264 : public VideoEncoderBase {
  public:
   static constexpr uint32_t kCodec = 7;
@@ -45,6 +46,7 @@ class VideoEncoderH264 : public VideoEncoderBase {
   static constexpr uint32_t kKeyMaintainOriginPTS = 10131;
   static constexpr uint32_t kKeyAsynchronous = 10200;
   static constexpr uint32_t kKeyFlush = 10201;
+  static constexpr uint32_t kKeyColourCodePoints = 10202;
 
   VideoEncoderH264();
   ~VideoEncoderH264() override;
@@ -77,6 +79,8 @@ class VideoEncoderH264 : public VideoEncoderBase {
 
  private:
   struct Parameter;
+  /// Keys that set the record: those from kFirstKey on and kKeyColourCodePoints.
+  static constexpr uint32_t kParameterCount = kKeyCount + 1;
 
   /// One frame on its way into the library.
   struct Job {
@@ -105,7 +109,7 @@ class VideoEncoderH264 : public VideoEncoderBase {
   uint64_t timePerFrame = 0;  ///< 100 ns
   VideoEncoderBufferStream bufferStream;
   int32_t performance_level = -1;
-  std::array<ParameterValueEncoder, kKeyCount> parameterValues{};  ///< by key, from kFirstKey on
+  std::array<ParameterValueEncoder, kParameterCount> parameterValues{};  ///< by key, from kFirstKey on
   int32_t video_type = 0;
   int32_t PAL = 0;
   uint32_t width = 640;

@@ -82,6 +82,28 @@ struct VideoEncoderH264::Parameter {
             nullptr};
   }
 
+  static constexpr int32_t mc_colorimetry_t::*kCodePoints[] = {
+      &mc_colorimetry_t::color_primaries, &mc_colorimetry_t::transfer_characteristics,
+      &mc_colorimetry_t::matrix_coefficients, &mc_colorimetry_t::signal_range};
+
+  /// Both colour fields at once, which must agree. Elements that aren't given are 0.
+  static constexpr Access codePoints() {
+    return {kParameterLongArray, static_cast<uint32_t>(std::size(kCodePoints)),
+            [](VideoEncoderH264& encoder, uint64_t value) {
+              mc_colorimetry_t told{};
+              const auto count = std::min<uint64_t>(value, std::size(kCodePoints));
+              for (size_t i = 0; i < count; ++i)
+                told.*kCodePoints[i] = encoder.paramsUser.colorimetry.*kCodePoints[i];
+              encoder.v_settings->source_colorimetry = encoder.v_settings->colorimetry = told;
+            },
+            [](const VideoEncoderH264& encoder, uint32_t element) -> int64_t {
+              return encoder.params.colorimetry.*kCodePoints[element];
+            },
+            [](VideoEncoderH264& encoder, uint32_t element, int64_t value) {
+              encoder.paramsUser.colorimetry.*kCodePoints[element] = static_cast<int32_t>(value);
+            }};
+  }
+
   /// The value is the encoder's own, not a field of the settings.
   template <uint32_t Key, int64_t Fallback>
   static constexpr Access own() {
@@ -90,11 +112,15 @@ struct VideoEncoderH264::Parameter {
             nullptr};
   }
 
+  /// Place of a key of the table.
+  static constexpr uint32_t indexOf(uint32_t key) {
+    return key == kKeyColourCodePoints ? kKeyCount : key - kFirstKey;
+  }
   static const Parameter* find(uint32_t key);
-  static const Parameter (&table())[kKeyCount];
+  static const Parameter (&table())[kParameterCount];
 };
 
-const VideoEncoderH264::Parameter (&VideoEncoderH264::Parameter::table())[kKeyCount] {
+const VideoEncoderH264::Parameter (&VideoEncoderH264::Parameter::table())[kParameterCount] {
   static constexpr Parameter kParameters[] = {
       {10000, integer<&S::profile_id>()},
       {10001, integer<&S::level_id>()},
@@ -235,10 +261,11 @@ const VideoEncoderH264::Parameter (&VideoEncoderH264::Parameter::table())[kKeyCo
       {10136, integer<&S::constraint_set3_flag>()},
       {10137, integer<&S::constraint_set4_flag>()},
       {10138, integer<&S::constraint_set5_flag>()},
+      {kKeyColourCodePoints, codePoints()},  // last: it outranks the descriptions
   };
   static_assert([] {
-    for (uint32_t i = 0; i < kKeyCount; ++i) {
-      if (kParameters[i].key != kFirstKey + i) return false;
+    for (uint32_t i = 0; i < kParameterCount; ++i) {
+      if (indexOf(kParameters[i].key) != i) return false;
     }
     return true;
   }());
@@ -246,21 +273,22 @@ const VideoEncoderH264::Parameter (&VideoEncoderH264::Parameter::table())[kKeyCo
 }
 
 const VideoEncoderH264::Parameter* VideoEncoderH264::Parameter::find(uint32_t key) {
-  return key - kFirstKey < kKeyCount ? &table()[key - kFirstKey] : nullptr;
+  const uint32_t index = indexOf(key);
+  return index < kParameterCount && table()[index].key == key ? &table()[index] : nullptr;
 }
 
 void VideoEncoderH264::mark(uint32_t key, int64_t value) {
-  parameterValues[key - kFirstKey] = {1, static_cast<uint64_t>(value)};
+  parameterValues[Parameter::indexOf(key)] = {1, static_cast<uint64_t>(value)};
 }
 
 int64_t VideoEncoderH264::valueOf(uint32_t key, int64_t fallback) const {
-  const ParameterValueEncoder& given = parameterValues[key - kFirstKey];
+  const ParameterValueEncoder& given = parameterValues[Parameter::indexOf(key)];
   return given.isSet != 0 ? static_cast<int64_t>(given.value) : fallback;
 }
 
 void VideoEncoderH264::localApplyParameters() {
   for (const Parameter& parameter : Parameter::table()) {
-    const ParameterValueEncoder& given = parameterValues[parameter.key - kFirstKey];
+    const ParameterValueEncoder& given = parameterValues[Parameter::indexOf(parameter.key)];
     if (given.isSet != 0) parameter.access.apply(*this, given.value);
   }
 }

@@ -118,12 +118,28 @@ uint32_t VideoEncoderVPX::initialize() {
       vpx_codec_control(&vpxCodec, VP8E_SET_CPUUSED, cpuUsedInForce());
     }
     if (staticThreshold != 0) vpx_codec_control(&vpxCodec, VP8E_SET_STATIC_THRESHOLD, staticThreshold);
+    stateColours();
     if (asynchronous != 0) {
       worker = std::make_unique<EncodeWorker<VPXEncodeJob>>(
           [this](const VPXEncodeJob& job) { guarded(kLabel, [&] { encode(job); }); });
     }
     return kSuccess;
   });
+}
+
+// libvpx takes the number of RGB too, but a stream of 4:2:0 that says so is broken.
+void VideoEncoderVPX::stateColours() {
+  if (codecVersion != kVersionVP9 || (colorSpace == VPX_CS_UNKNOWN && colorRange == VPX_CR_STUDIO_RANGE))
+    return;
+  if (colorSpace > VPX_CS_BT_2020 || colorRange > VPX_CR_FULL_RANGE) {
+    getLogger()->warn(
+        kLogContextVideoEncoder, static_cast<int>(sessionIndex),
+        fmt::format("VideoEncoderVPX.initialize[{{context}}]: no colour space {} and range {}: none is told",
+                    colorSpace, colorRange));
+    return;
+  }
+  vpx_codec_control(&vpxCodec, VP9E_SET_COLOR_SPACE, static_cast<int>(colorSpace));
+  vpx_codec_control(&vpxCodec, VP9E_SET_COLOR_RANGE, static_cast<int>(colorRange));
 }
 
 uint32_t VideoEncoderVPX::addFrame(VideoFrameBuffer& frame, uint32_t frameType, uint64_t timecode) {

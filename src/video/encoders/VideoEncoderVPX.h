@@ -26,7 +26,8 @@ struct VPXEncoderUserData {
 ///
 /// Keys from 100100 on are off by default: `threadCount` (the threads really used; 0 leaves the default of
 /// 16), `asynchronous` (non-zero: `addFrame` keeps the frame and returns while an own thread encodes it;
-/// `getEncodedFrames` waits for it; the packets are the same to the bit), `staticThreshold`.
+/// `getEncodedFrames` waits for it; the packets are the same to the bit), `staticThreshold`, and for VP9
+/// `colorSpace` and `colorRange` (numbers of libvpx; what the stream says its pictures are).
 class VideoEncoderVPX : public VideoEncoderBase {
  public:
   static constexpr uint32_t kCodec = 8;
@@ -37,6 +38,8 @@ class VideoEncoderVPX : public VideoEncoderBase {
   static constexpr uint32_t kKeyThreadCount = 100100;
   static constexpr uint32_t kKeyAsynchronous = 100101;
   static constexpr uint32_t kKeyStaticThreshold = 100102;
+  static constexpr uint32_t kKeyColorSpace = 100103;
+  static constexpr uint32_t kKeyColorRange = 100104;
 
   VideoEncoderVPX();
   ~VideoEncoderVPX() override;
@@ -69,6 +72,7 @@ class VideoEncoderVPX : public VideoEncoderBase {
   vpx_codec_iface_t* codecInterface() const;
   int32_t cpuUsedInForce() const;
   void closeCodec();
+  void stateColours();
   bool isEncodable(const VPXEncodeJob& job);
   void encode(const VPXEncodeJob& job);
   void takePacket(const vpx_codec_cx_pkt_t& packet);
@@ -87,6 +91,8 @@ class VideoEncoderVPX : public VideoEncoderBase {
   uint32_t threadCount = 0;
   uint32_t asynchronous = 0;
   uint32_t staticThreshold = 0;
+  uint32_t colorSpace = VPX_CS_UNKNOWN;
+  uint32_t colorRange = VPX_CR_STUDIO_RANGE;
   uint32_t imageWidth = 0;  ///< as `initialize` found them
   uint32_t imageHeight = 0;
   uint8_t showFrameError = 1;

@@ -95,6 +95,8 @@ const VideoEncoderVPX::Parameter* VideoEncoderVPX::Parameter::find(uint32_t key)
       own<&VideoEncoderVPX::threadCount>(kKeyThreadCount),
       own<&VideoEncoderVPX::asynchronous>(kKeyAsynchronous),
       own<&VideoEncoderVPX::staticThreshold>(kKeyStaticThreshold),
+      own<&VideoEncoderVPX::colorSpace>(kKeyColorSpace),
+      own<&VideoEncoderVPX::colorRange>(kKeyColorRange),
   };
   for (const Parameter& parameter : kParameters) {
     if (parameter.key == key) return &parameter;

@@ -64,6 +64,7 @@ class Player {
             context->color_primaries,
             context->color_trc,
             context->colorspace,
+            context->color_range,
             av_q2d(context->framerate)};
   }
 

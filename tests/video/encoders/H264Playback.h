@@ -35,6 +35,7 @@ struct H264Shape {
   int profile = 0, level = 0;  ///< numbers of the stream
   int sarWidth = 0, sarHeight = 0;
   int primaries = 0, transfer = 0, matrix = 0;
+  int range = 0;  ///< 1 narrow, 2 full
   double frameRate = 0;
 };
 H264Shape shapeOf(const std::vector<H264Unit>& units);

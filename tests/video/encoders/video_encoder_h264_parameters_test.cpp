@@ -181,7 +181,7 @@ TEST(VideoEncoderH264Parameters, TellTheirTypes) {
         << key;
     EXPECT_EQ(encoder.getParameterValueType(key, nullptr), type);
   }
-  for (uint32_t key : {0u, 9999u, 10139u, 10199u, 10202u, 0xFFFFFFFFu}) {
+  for (uint32_t key : {0u, 9999u, 10139u, 10199u, 10203u, 0xFFFFFFFFu}) {
     uint32_t length = 7;
     int64_t value = 5;
     EXPECT_EQ(encoder.getParameterValueType(key, &length), kParameterUnknown) << key;
@@ -345,6 +345,43 @@ TEST(VideoEncoderH264Parameters, AreTakenAsDescribedInTheStream) {
   EXPECT_NEAR(shape.frameRate, 25, 0.001);
 }
 
+constexpr uint32_t kCodePoints = VideoEncoderH264::kKeyColourCodePoints;
+
+test::H264Shape shapeOfColours(H264EncoderUnderTest& t) {
+  EXPECT_EQ(t.start(), 0u);
+  VideoFrameBuffer frame;
+  frame.allocBuffer(64, 64, kFourCCYV12);
+  return test::shapeOf(t.encode(frame, 1));
+}
+
+TEST(VideoEncoderH264Parameters, TellColoursThatNoDescriptionNames) {
+  H264EncoderUnderTest t(64, 64);
+  int64_t phone[] = {5, 6, 6, 2};
+  t.encoder.setParameterValue(kCodePoints, phone, 4);
+  for (uint32_t key : {10134, 10135}) t.set(key, COLOR_DESCRIPTION_BT709);
+  const test::H264Shape shape = shapeOfColours(t);
+  EXPECT_THAT((std::vector{shape.primaries, shape.transfer, shape.matrix, shape.range}),
+              ElementsAre(5, 6, 6, 2));
+  EXPECT_THAT(t.logLines(), ElementsAre(HasSubstr("result: 0")));
+  int64_t read[4] = {};
+  uint32_t count = 4;
+  t.encoder.getParameterValue(kCodePoints, read, &count);
+  EXPECT_THAT(read, ElementsAre(5, 6, 6, 2));
+  EXPECT_EQ(t.encoder.getParameterValueType(kCodePoints, &count), kParameterLongArray);
+  EXPECT_EQ(count, 4u);
+}
+
+TEST(VideoEncoderH264Parameters, LeaveColoursOpenThatCanNotBe) {
+  H264EncoderUnderTest t(64, 64);
+  int64_t impossible[] = {99, 1, -1, 7, 1000};
+  t.encoder.setParameterValue(kCodePoints, impossible, 5);
+  testing::internal::CaptureStdout();
+  const test::H264Shape shape = shapeOfColours(t);
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("colorimetry"));
+  EXPECT_THAT((std::vector{shape.primaries, shape.transfer, shape.matrix}), ElementsAre(2, 1, 2));
+  EXPECT_NE(shape.range, 2);
+}
+
 /// Values of every key at random. libx264 leaks what it had taken when it refuses, so none may reach it.
 TEST(VideoEncoderH264Parameters, OfAnyValueAreRepaired) {
   std::mt19937_64 random(7);
@@ -359,6 +396,7 @@ TEST(VideoEncoderH264Parameters, OfAnyValueAreRepaired) {
       int64_t values[64];
       for (int64_t& value : values) value = static_cast<int64_t>(random() % 40);
       if (random() % 4 == 0) t.encoder.setParameterValue(key, values, 64);
+      if (random() % 99 == 0) t.encoder.setParameterValue(kCodePoints, values, 4);
     }
     ASSERT_EQ(t.start(), 0u) << round;
     VideoFrameBuffer frame;

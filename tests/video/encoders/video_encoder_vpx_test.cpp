@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <vpx/vp8dx.h>
+#include <vpx/vpx_decoder.h>
 
 #include <cmath>
 #include <cstdlib>
@@ -133,7 +135,7 @@ TEST(VideoEncoderVPX, KeepsEveryKeyApart) {
 TEST(VideoEncoderVPX, AnswersForUnknownKeysAndNullPointers) {
   VideoEncoderVPX encoder;
   uint32_t length = 7;
-  for (uint32_t key : {0u, 99999u, 100035u, 100099u, 100103u, 0xFFFFFFFFu}) {
+  for (uint32_t key : {0u, 99999u, 100035u, 100099u, 100105u, 0xFFFFFFFFu}) {
     EXPECT_EQ(encoder.getParameterValueType(key, &length), kParameterUnknown) << key;
     EXPECT_EQ(length, 0u);
     EXPECT_EQ(encoder.setParameterValue(key, int64_t{5}), 0u);
@@ -198,6 +200,41 @@ void expectPictures(uint32_t codecVersion, const std::vector<Unit>& units, uint3
       EXPECT_GT(psnrOfPlane(frame, plane, number), least) << plane << " of " << number;
     }
   }
+}
+
+/// What libvpx reads of the colours of a stream's first picture.
+std::pair<vpx_color_space_t, vpx_color_range_t> coloursOf(uint32_t codecVersion, int64_t space,
+                                                          int64_t range) {
+  EncoderUnderTest t(codecVersion, 64, 64);
+  t.encoder.setParameterValue(VideoEncoderVPX::kKeyColorSpace, space);
+  t.encoder.setParameterValue(VideoEncoderVPX::kKeyColorRange, range);
+  EXPECT_EQ(t.encoder.initialize(), 0u);
+  const bool impossible = codecVersion == 9 && (space > VPX_CS_BT_2020 || range > VPX_CR_FULL_RANGE);
+  EXPECT_EQ(t.logLines(), impossible ? 1u : 0u);
+  VideoFrameBuffer frame;
+  frame.allocBuffer(64, 64, kFourCCYV12);
+  paintTestPicture(frame, 0);
+  t.encoder.addFrame(frame, 0, 0);
+  const std::vector<Unit> units = t.take();
+  vpx_codec_ctx_t decoder{};
+  vpx_codec_dec_init(&decoder, codecVersion == 9 ? vpx_codec_vp9_dx() : vpx_codec_vp8_dx(), nullptr, 0);
+  for (const Unit& unit : units)
+    vpx_codec_decode(&decoder, unit.bytes.data(), static_cast<unsigned>(unit.bytes.size()), nullptr, 0);
+  vpx_codec_iter_t iterator = nullptr;
+  const vpx_image_t* image = vpx_codec_get_frame(&decoder, &iterator);
+  EXPECT_NE(image, nullptr);
+  const std::pair colours{image ? image->cs : VPX_CS_RESERVED, image ? image->range : VPX_CR_STUDIO_RANGE};
+  vpx_codec_destroy(&decoder);
+  return colours;
+}
+
+TEST(VideoEncoderVPX, TellsColoursInVP9AlonePossibleOnesOnly) {
+  EXPECT_EQ(coloursOf(9, 0, 0), std::make_pair(VPX_CS_UNKNOWN, VPX_CR_STUDIO_RANGE));
+  EXPECT_EQ(coloursOf(9, VPX_CS_BT_709, 0), std::make_pair(VPX_CS_BT_709, VPX_CR_STUDIO_RANGE));
+  EXPECT_EQ(coloursOf(9, VPX_CS_BT_2020, 1), std::make_pair(VPX_CS_BT_2020, VPX_CR_FULL_RANGE));
+  for (int64_t impossible : {int64_t{VPX_CS_SRGB}, int64_t{6}, int64_t{1} << 31})
+    EXPECT_EQ(coloursOf(9, impossible, 1), std::make_pair(VPX_CS_UNKNOWN, VPX_CR_STUDIO_RANGE));
+  EXPECT_EQ(coloursOf(8, VPX_CS_BT_709, 1), std::make_pair(VPX_CS_UNKNOWN, VPX_CR_STUDIO_RANGE));
 }
 
 struct PictureCase {

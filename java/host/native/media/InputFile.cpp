@@ -1,6 +1,7 @@
 #include "media/InputFile.h"
 
 #include <algorithm>
+#include <cstring>
 
 extern "C" {
 #include <libavutil/intreadwrite.h>
@@ -139,6 +140,24 @@ AVRational InputFile::pixelAspect() const {
 int64_t InputFile::bitRate() const {
   const int64_t own = stream(StreamKind::kVideo).codecpar->bit_rate;
   return std::max<int64_t>(0, own > 0 ? own : format_->bit_rate);
+}
+
+bool InputFile::fullRange() const {
+  const AVCodecParameters& video = *stream(StreamKind::kVideo).codecpar;
+  if (video.color_range != AVCOL_RANGE_UNSPECIFIED) return video.color_range == AVCOL_RANGE_JPEG;
+  return std::strncmp(pixelFormatName(), "yuvj", 4) == 0;
+}
+
+DisplayMatrix InputFile::displayMatrix() const {
+  size_t size = 0;
+  const uint8_t* data =
+      av_stream_get_side_data(&stream(StreamKind::kVideo), AV_PKT_DATA_DISPLAYMATRIX, &size);
+  int32_t rows[9];
+  if (!data || size < sizeof rows) return kDisplayAsCoded;
+  std::memcpy(rows, data, sizeof rows);
+  // One that flattens the picture is damaged.
+  if (int64_t{rows[0]} * rows[4] == int64_t{rows[1]} * rows[3]) return kDisplayAsCoded;
+  return {rows[0], rows[1], rows[3], rows[4]};
 }
 
 AVRational InputFile::frameRate() const {

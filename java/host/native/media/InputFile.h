@@ -1,6 +1,7 @@
 #pragma once
 
 #include "media/AvHandles.h"
+#include "media/DisplayMatrix.h"
 #include "media/MediaStatus.h"
 
 #include <array>
@@ -59,6 +60,8 @@ class InputFile {
   AVRational pixelAspect() const;
   /// Bits a second of the pictures, 0 when unknown.
   int64_t bitRate() const;
+  bool fullRange() const;
+  DisplayMatrix displayMatrix() const;
 
  private:
   struct Selected {

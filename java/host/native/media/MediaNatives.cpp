@@ -15,6 +15,7 @@
 #include <new>
 
 using qvs::host::ComparisonResult;
+using qvs::host::DisplayMatrix;
 using qvs::host::ExcludedArea;
 using qvs::host::InputFile;
 using qvs::host::MediaStatus;
@@ -95,10 +96,13 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_videoProperties(JNIEn
                                                                            jlongArray values) {
   const InputFile& file = *object<InputFile>(handle);
   const AVStream& stream = file.stream(StreamKind::kVideo);
-  store<10>(env, values,
-            {stream.codecpar->width, stream.codecpar->height, file.frameRate().num, file.frameRate().den,
-             stream.time_base.num, stream.time_base.den, file.durationMs(StreamKind::kVideo),
-             file.pixelAspect().num, file.pixelAspect().den, file.bitRate()});
+  const AVCodecParameters& codec = *stream.codecpar;
+  const DisplayMatrix display = file.displayMatrix();
+  store<18>(env, values,
+            {codec.width, codec.height, file.frameRate().num, file.frameRate().den, stream.time_base.num,
+             stream.time_base.den, file.durationMs(StreamKind::kVideo), file.pixelAspect().num,
+             file.pixelAspect().den, file.bitRate(), codec.color_primaries, codec.color_trc,
+             codec.color_space, file.fullRange(), display[0], display[1], display[2], display[3]});
 }
 
 JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_audioProperties(JNIEnv* env, jclass, jlong handle,
@@ -146,17 +150,25 @@ JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaWriter_create(JNIEnv* env, 
   return passed(env, status) ? handleOf(file.release()) : 0;
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addVideo(
-    JNIEnv* env, jclass, jlong handle, jstring codec, jbyteArray config, jint timeBaseNum, jint timeBaseDen,
-    jint width, jint height, jint rateNum, jint rateDen, jint aspectNum, jint aspectDen) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addVideo(JNIEnv* env, jclass, jlong handle,
+                                                                    jstring codec, jbyteArray config,
+                                                                    jintArray properties) {
+  std::array<jint, 16> p{};
+  env->GetIntArrayRegion(properties, 0, static_cast<jsize>(p.size()), p.data());
+  if (env->ExceptionCheck()) return;
   OutputStream stream;
   stream.codecName = toString(env, codec);
   stream.config = toBytes(env, config);
-  stream.timeBase = {timeBaseNum, timeBaseDen};
-  stream.width = width;
-  stream.height = height;
-  stream.frameRate = {rateNum, rateDen};
-  stream.pixelAspect = {aspectNum, aspectDen};
+  stream.timeBase = {p[0], p[1]};
+  stream.width = p[2];
+  stream.height = p[3];
+  stream.frameRate = {p[4], p[5]};
+  stream.pixelAspect = {p[6], p[7]};
+  stream.primaries = static_cast<AVColorPrimaries>(p[8]);
+  stream.transfer = static_cast<AVColorTransferCharacteristic>(p[9]);
+  stream.matrix = static_cast<AVColorSpace>(p[10]);
+  stream.range = p[11] ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+  stream.display = {p[12], p[13], p[14], p[15]};
   passed(env, object<OutputFile>(handle)->addStream(stream));
 }
 

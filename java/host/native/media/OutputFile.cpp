@@ -1,5 +1,6 @@
 #include "media/OutputFile.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 
@@ -29,6 +30,36 @@ MediaStatus markDiscard(AVPacket* packet, int64_t samples) {
   std::memset(data, 0, kSize);
   AV_WL32(data + 4, static_cast<uint32_t>(samples));
   return {};
+}
+
+MediaStatus setDisplayMatrix(AVStream* stream, const OutputStream& wanted) {
+  if (wanted.display == kDisplayAsCoded) return {};
+  const auto& [a, b, c, d] = wanted.display;
+  // The turned picture is moved back to where its edges lie on the axes.
+  const int64_t width = wanted.width, height = wanted.height;
+  const auto moved = [](int64_t across, int64_t down) {
+    return static_cast<int32_t>(-(std::min<int64_t>(across, 0) + std::min<int64_t>(down, 0)));
+  };
+  const int32_t left = moved(a * width, c * height), top = moved(b * width, d * height);
+  const int32_t rows[] = {a, b, 0, c, d, 0, left, top, 1 << 30};
+  uint8_t* data = av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, sizeof rows);
+  if (!data) return MediaStatus::failure("out of memory");
+  std::memcpy(data, rows, sizeof rows);
+  return {};
+}
+
+MediaStatus describePicture(AVStream* stream, const OutputStream& wanted) {
+  AVCodecParameters& parameters = *stream->codecpar;
+  // Some containers describe the layout; renditions have no other.
+  parameters.format = AV_PIX_FMT_YUV420P;
+  parameters.width = wanted.width;
+  parameters.height = wanted.height;
+  parameters.sample_aspect_ratio = stream->sample_aspect_ratio = wanted.pixelAspect;
+  parameters.color_primaries = wanted.primaries;
+  parameters.color_trc = wanted.transfer;
+  parameters.color_space = wanted.matrix;
+  parameters.color_range = wanted.range;
+  return setDisplayMatrix(stream, wanted);
 }
 
 }  // namespace
@@ -70,11 +101,8 @@ MediaStatus OutputFile::addStream(const OutputStream& wanted) {
   AVCodecParameters& parameters = *stream->codecpar;
   parameters.codec_type = wanted.width > 0 ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
   parameters.codec_id = codec->id;
-  // Some containers describe the layout; renditions have no other.
-  if (wanted.width > 0) parameters.format = AV_PIX_FMT_YUV420P;
-  parameters.width = wanted.width;
-  parameters.height = wanted.height;
-  parameters.sample_aspect_ratio = stream->sample_aspect_ratio = wanted.pixelAspect;
+  MediaStatus status = wanted.width > 0 ? describePicture(stream, wanted) : MediaStatus();
+  if (!status.ok()) return status;
   parameters.sample_rate = wanted.sampleRate;
   parameters.frame_size = wanted.frameSamples;
   parameters.initial_padding = wanted.delaySamples;

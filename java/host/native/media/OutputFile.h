@@ -1,6 +1,7 @@
 #pragma once
 
 #include "media/AvHandles.h"
+#include "media/DisplayMatrix.h"
 #include "media/MediaStatus.h"
 
 #include <cstddef>
@@ -19,7 +20,12 @@ struct OutputStream {
   int height = 0;
   AVRational frameRate{0, 1};    ///< pictures a second, 0 when unknown
   AVRational pixelAspect{0, 1};  ///< width against height of one pixel, 0 when unknown
-  int sampleRate = 0;            ///< sound: samples a second
+  AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;
+  AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED;
+  AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
+  AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
+  DisplayMatrix display = kDisplayAsCoded;  ///< lost where the container has no place for it
+  int sampleRate = 0;                       ///< sound: samples a second
   int channels = 0;
   int frameSamples = 0;  ///< samples of a packet where all have as many, else 0
   int delaySamples = 0;  ///< samples at the start that the codec's delay made: players drop them

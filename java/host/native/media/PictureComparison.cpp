@@ -12,6 +12,20 @@ constexpr double kSameTimeMs = 1.5;
 // Scaling and codec ringing carry an overlay's edge a little beyond its rectangle.
 constexpr int kExcludedMarginPixels = 8;
 
+// Samples are compared as they are: swscale would change the range between the two names of a form.
+AVPixelFormat withoutRange(int format) {
+  switch (format) {
+    case AV_PIX_FMT_YUVJ420P:
+      return AV_PIX_FMT_YUV420P;
+    case AV_PIX_FMT_YUVJ422P:
+      return AV_PIX_FMT_YUV422P;
+    case AV_PIX_FMT_YUVJ444P:
+      return AV_PIX_FMT_YUV444P;
+    default:
+      return static_cast<AVPixelFormat>(format);
+  }
+}
+
 struct PlaneArea {
   int left = 0, top = 0, right = 0, bottom = 0;
   bool contains(int x, int y) const { return x >= left && x < right && y >= top && y < bottom; }
@@ -72,10 +86,11 @@ MediaStatus PictureComparison::advanceSourceTo(double timeMs, bool* found) {
 MediaStatus PictureComparison::scaleSource() {
   const AVFrame& from = source_.frame();
   const AVFrame& to = rendition_.frame();
-  if (to.format != AV_PIX_FMT_YUV420P) return MediaStatus::failure("the rendition is not 8-bit 4:2:0");
-  scaler_.reset(sws_getCachedContext(
-      scaler_.release(), from.width, from.height, static_cast<AVPixelFormat>(from.format), to.width,
-      to.height, AV_PIX_FMT_YUV420P, SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+  if (withoutRange(to.format) != AV_PIX_FMT_YUV420P)
+    return MediaStatus::failure("the rendition is not 8-bit 4:2:0");
+  scaler_.reset(sws_getCachedContext(scaler_.release(), from.width, from.height, withoutRange(from.format),
+                                     to.width, to.height, AV_PIX_FMT_YUV420P, SWS_BICUBIC | SWS_ACCURATE_RND,
+                                     nullptr, nullptr, nullptr));
   if (!scaler_) return MediaStatus::failure("cannot scale the source");
   if (!scaled_ || scaled_->width != to.width || scaled_->height != to.height) {
     scaled_.reset(av_frame_alloc());

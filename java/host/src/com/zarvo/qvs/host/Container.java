@@ -47,6 +47,13 @@ enum Container {
     return this == HLS;
   }
 
+  /**
+   * True where it can say how pictures are to be shown. Matroska could, but its muxer in libavformat 59 leaves it out.
+   */
+  boolean holdsDisplayMatrix() {
+    return this == MP4;
+  }
+
   boolean holdsPictures() {
     return !video.isEmpty();
   }

@@ -43,6 +43,11 @@ record JobResult(
     }
   }
 
+  /** True when the source's pictures are to be shown in a way that the renditions' container cannot say. */
+  boolean losesDisplay() {
+    return !renditions.isEmpty() && !source.display().isAsCoded() && !settings.format().holdsDisplayMatrix();
+  }
+
   /** Seconds of input per second of work. */
   double speed() {
     return wallSeconds > 0 ? mediaMs / 1000.0 / wallSeconds : 0;
@@ -58,6 +63,8 @@ record JobResult(
       input.put("height", source.height());
       input.put("frameRate", source.frameRate());
       input.put("timeBase", source.timeBase());
+      input.put("colours", source.colours().toMap());
+      input.put("display", source.display());
       input.put("pictures", pictures);
     }
     if (audioSource != null) {
@@ -91,6 +98,7 @@ record JobResult(
     map.put("width", spec.width());
     map.put("height", spec.height());
     map.put("fit", spec.fit().label());
+    map.put("display", losesDisplay() ? DisplayMatrix.AS_CODED : source.display());
     map.put("pictures", rendition.pictures());
     map.put("keyPictures", rendition.keyPictures());
     map.put("bytes", rendition.bytes());

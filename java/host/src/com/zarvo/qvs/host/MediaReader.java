@@ -28,7 +28,7 @@ public final class MediaReader implements AutoCloseable {
   }
 
   private static StreamInfo videoInfo(long handle) {
-    long[] p = new long[10];
+    long[] p = new long[18];
     videoProperties(handle, p);
     return new StreamInfo(
         codecName(handle, MediaKind.VIDEO.ordinal()),
@@ -39,7 +39,9 @@ public final class MediaReader implements AutoCloseable {
         new Rational((int) p[4], (int) p[5]),
         p[6],
         new Rational((int) p[7], (int) p[8]),
-        p[9]);
+        p[9],
+        Colours.of((int) p[10], (int) p[11], (int) p[12], p[13] != 0, (int) p[1]),
+        new DisplayMatrix((int) p[14], (int) p[15], (int) p[16], (int) p[17]));
   }
 
   private static AudioStreamInfo audioInfo(long handle) {
@@ -125,7 +127,10 @@ public final class MediaReader implements AutoCloseable {
 
   private static native String pixelFormat(long handle);
 
-  /** Fills width, height, frame rate and time base as fractions, milliseconds, pixel aspect and bit rate. */
+  /**
+   * Fills width, height, frame rate and time base as fractions, milliseconds, pixel aspect and bit rate; primaries,
+   * transfer, matrix and 1 for full range; the display matrix.
+   */
   private static native void videoProperties(long handle, long[] values);
 
   /** Fills sample rate, channels, time base (numerator and denominator) and milliseconds. */

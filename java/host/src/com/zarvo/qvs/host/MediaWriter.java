@@ -114,13 +114,20 @@ public final class MediaWriter implements AutoCloseable {
   private static void add(long handle, OutputTrack track) throws MediaException {
     int num = track.timeBase().num();
     int den = track.timeBase().den();
-    if (track instanceof OutputTrack.Video v)
-      addVideo(
-          handle, v.codecName(), v.config(), num, den, v.width(), v.height(), v.frameRate().num(), v.frameRate().den(),
-          v.pixelAspect().num(), v.pixelAspect().den());
+    if (track instanceof OutputTrack.Video v) addVideo(handle, v.codecName(), v.config(), properties(v));
     else if (track instanceof OutputTrack.Audio a)
       addAudio(
           handle, a.codecName(), a.config(), num, den, a.sampleRate(), a.channels(), a.frameSamples(), a.delaySamples());
+  }
+
+  private static int[] properties(OutputTrack.Video v) {
+    Colours colours = v.colours();
+    DisplayMatrix display = v.display();
+    return new int[] {
+      v.timeBase().num(), v.timeBase().den(), v.width(), v.height(), v.frameRate().num(), v.frameRate().den(),
+      v.pixelAspect().num(), v.pixelAspect().den(), colours.primaries(), colours.transfer(), colours.matrix(),
+      colours.fullRange() ? 1 : 0, display.a(), display.b(), display.c(), display.d()
+    };
   }
 
   /** Appends one packet. Containers want growing times: one that does not grow is moved behind its forerunner. */
@@ -223,18 +230,8 @@ public final class MediaWriter implements AutoCloseable {
 
   private static native long create(String path, String format) throws MediaException;
 
-  private static native void addVideo(
-      long handle,
-      String codec,
-      byte[] config,
-      int timeBaseNum,
-      int timeBaseDen,
-      int width,
-      int height,
-      int rateNum,
-      int rateDen,
-      int aspectNum,
-      int aspectDen)
+  /** Takes time base, size, frame rate, pixel aspect, colours and display matrix as MediaReader gets them. */
+  private static native void addVideo(long handle, String codec, byte[] config, int[] properties)
       throws MediaException;
 
   private static native void addAudio(

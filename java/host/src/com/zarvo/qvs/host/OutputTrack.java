@@ -16,6 +16,7 @@ public sealed interface OutputTrack {
    *
    * @param frameRate 0/1 when unknown
    * @param pixelAspect width against height of one pixel, 0/1 when unknown
+   * @param display how the pictures are to be shown; lost where a container has no place for it
    */
   record Video(
       String codecName,
@@ -24,17 +25,21 @@ public sealed interface OutputTrack {
       int width,
       int height,
       Rational frameRate,
-      Rational pixelAspect)
+      Rational pixelAspect,
+      Colours colours,
+      DisplayMatrix display)
       implements OutputTrack {
 
-    /** Square pixels. */
+    /** Square pixels in the usual colours. */
     Video(String codecName, byte[] config, Rational timeBase, int width, int height, Rational frameRate) {
-      this(codecName, config, timeBase, width, height, frameRate, new Rational(0, 1));
+      this(
+          codecName, config, timeBase, width, height, frameRate, new Rational(0, 1), Colours.usual(height),
+          DisplayMatrix.AS_CODED);
     }
 
     /** The same once its configuration is known. */
     Video withConfig(byte[] known) {
-      return new Video(codecName, known, timeBase, width, height, frameRate, pixelAspect);
+      return new Video(codecName, known, timeBase, width, height, frameRate, pixelAspect, colours, display);
     }
 
     /** True where containers want a configuration that only the first coded picture tells. */

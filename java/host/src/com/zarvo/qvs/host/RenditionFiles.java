@@ -71,7 +71,7 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     tracks.add(
         new OutputTrack.Video(
             spec.codec().codecName, new byte[0], source.timeBase(), spec.width(), spec.height(), rateOf(spec),
-            SQUARE));
+            SQUARE, source.colours(), source.display()));
     List<AudioOutput> held = sounds.stream().filter(sound -> container.holds(sound.spec().codec())).toList();
     for (AudioOutput sound : held) tracks.add(sound.track());
     MediaWriter writer =

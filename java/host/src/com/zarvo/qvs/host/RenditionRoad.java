@@ -57,7 +57,9 @@ final class RenditionRoad {
     owner.check(videoEncoderSetFrameIndex(session, index, index), what);
     owner.check(videoEncoderSetKeyFrameFollow(session, index, 1), what);
     owner.check(videoEncoderSetGPUID(session, index, -1), what);
-    owner.check(videoEncoderSetParameterValues(session, index, EncoderSettings.of(spec, settings.parallel())), what);
+    TranscoderNativeParameterValue[] parameters =
+        EncoderSettings.of(spec, settings.source().colours(), settings.parallel());
+    owner.check(videoEncoderSetParameterValues(session, index, parameters), what);
     owner.check(videoEncoderApplyParameters(session, index), what);
     owner.check(videoEncoderBufferSetAlloc(session, number), what);
     owner.check(

@@ -12,6 +12,8 @@ package com.zarvo.qvs.host;
  * @param durationMs milliseconds, -1 when unknown
  * @param pixelAspect width against height of one pixel, 0/1 when unknown
  * @param bitRate bits a second, 0 when unknown
+ * @param colours the stream's own, or what players take it for
+ * @param display how its pictures are to be shown
  */
 public record StreamInfo(
     String codecName,
@@ -22,9 +24,11 @@ public record StreamInfo(
     Rational timeBase,
     long durationMs,
     Rational pixelAspect,
-    long bitRate) {
+    long bitRate,
+    Colours colours,
+    DisplayMatrix display) {
 
-  /** A stream of square pixels. */
+  /** A stream of square pixels that says nothing of colours. */
   StreamInfo(
       String codecName,
       String pixelFormat,
@@ -33,7 +37,9 @@ public record StreamInfo(
       Rational frameRate,
       Rational timeBase,
       long durationMs) {
-    this(codecName, pixelFormat, width, height, frameRate, timeBase, durationMs, new Rational(0, 1), 0);
+    this(
+        codecName, pixelFormat, width, height, frameRate, timeBase, durationMs, new Rational(0, 1), 0,
+        Colours.usual(height), DisplayMatrix.AS_CODED);
   }
 
   /** Width against height of the picture as it is to be seen. */

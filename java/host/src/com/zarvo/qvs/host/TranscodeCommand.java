@@ -137,6 +137,10 @@ final class TranscodeCommand implements Callable<Integer> {
   private void printApart(JobResult result) {
     if (result.damagedSounds() > 0)
       System.err.println("qvs: " + result.damagedSounds() + " packets of sound were damaged and left out");
+    if (result.losesDisplay())
+      System.err.println(
+          "qvs: " + format.label() + " cannot say that the pictures are to be " + result.source().display()
+              + ": they are written as coded");
     if (result.renditions().isEmpty()) return;
     for (JobResult.Sound sound : result.sounds())
       if (!format.holds(sound.spec().codec()))
