@@ -28,7 +28,7 @@ TranscoderSessionBase::~TranscoderSessionBase() {
 }
 
 void TranscoderSessionBase::finishVideoEncoders() {
-  // An encoder that works on a thread of its own answers this only when all frames it took are done.
+  // An asynchronous encoder answers this only when all frames it took are done.
   for (VideoEncoderWrapper& wrapper : videoEncoders) {
     if (wrapper.videoEncoder) wrapper.videoEncoder->getEncodedFrameCount();
   }

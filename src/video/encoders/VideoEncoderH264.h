@@ -26,7 +26,7 @@ struct ParameterValueEncoder {
 /// picture.
 ///
 /// Keys from 10200 on are off by default: `asynchronous` (non-zero, before `initialize`: `addFrame` keeps the
-/// frame and returns while an own thread encodes it; `getEncodedFrames` waits for it; the units are the same
+/// frame and returns while the work pool encodes it; `getEncodedFrames` waits for it; the units are the same
 /// to the bit), `flush` (any value: pictures held back for look-ahead or reordering come out with the next
 /// `getEncodedFrames`; further pictures are then refused), `colourCodePoints` (an array of four in the order
 /// of `mc_colorimetry_t`: colours that no description of keys 10134 and 10135 names; it outranks both).

@@ -25,7 +25,7 @@ struct VPXEncoderUserData {
 /// effect at `initialize` and come after `setDefaults`.
 ///
 /// Keys from 100100 on are off by default: `threadCount` (the threads really used; 0 leaves the default of
-/// 16), `asynchronous` (non-zero: `addFrame` keeps the frame and returns while an own thread encodes it;
+/// 16), `asynchronous` (non-zero: `addFrame` keeps the frame and returns while the work pool encodes it;
 /// `getEncodedFrames` waits for it; the packets are the same to the bit), `staticThreshold`, and for VP9
 /// `colorSpace` and `colorRange` (numbers of libvpx; what the stream says its pictures are).
 class VideoEncoderVPX : public VideoEncoderBase {

@@ -109,7 +109,7 @@ final class RenditionRoad {
       videoEncoderSkipFrame(session, index, target, index, FRAME_INTER, time);
       return;
     }
-    // Encoders that work on their own threads are asked for the former picture's packets just before they get the
+    // Asynchronous encoders are asked for the former picture's packets just before they get the
     // next picture, which leaves them the whole time of decoding and scaling.
     if (settings.parallel()) collect();
     // Counted from the first picture of all, so that every rendition has its key pictures at the same times.
