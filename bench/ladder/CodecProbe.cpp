@@ -55,7 +55,8 @@ AllocationCounts allocationCounts() {
 }  // namespace qvs::bench
 
 // The linker sends calls of libvpx and libx264 here (--wrap), the look-up of libavcodec's functions too,
-// and calls of the C allocator, those of shared libraries included.
+// and calls of the C allocator, those of shared libraries included, which see only exported symbols.
+#pragma GCC visibility push(default)
 extern "C" {
 
 vpx_codec_err_t __real_vpx_codec_decode(vpx_codec_ctx_t*, const uint8_t*, unsigned int, void*, long);
@@ -164,3 +165,4 @@ void free(void* block) {
   __libc_free(block);
 }
 }
+#pragma GCC visibility pop

@@ -36,7 +36,7 @@ uint64_t frameCount(const Options& options, const PacketSource& input) {
 
 void runLadder(const Options& options, const std::string& folder) {
   const auto input = PacketSource::open(options.input);
-  SessionLadder ladder(*options.ladder, *input, options.parallelRungs, folder);
+  SessionLadder ladder(*options.ladder, input->codec(), input->config(), options.parallelRungs, folder);
   const uint64_t frames = frameCount(options, *input);
   if (options.parallelRungs) ladder.decodeAhead();
   for (uint64_t number = 0; number < frames; ++number) ladder.transcode(input->next(), number);
@@ -46,7 +46,7 @@ void runLadder(const Options& options, const std::string& folder) {
 void measureLatency(const Options& options) {
   const auto input = PacketSource::open(options.input);
   const uint64_t frames = frameCount(options, *input);
-  SessionLadder ladder(*options.ladder, *input, options.parallelRungs, {});
+  SessionLadder ladder(*options.ladder, input->codec(), input->config(), options.parallelRungs, {});
   std::vector<double> wholeMs, aboveMs;
   wholeMs.reserve(frames);
   aboveMs.reserve(frames);
@@ -75,7 +75,7 @@ int countAllocations(const Options& options) {
     std::fprintf(stderr, "counting allocations takes more than %llu frames\n", printable(kWarmUpFrames));
     return 2;
   }
-  SessionLadder ladder(*options.ladder, *input, options.parallelRungs, {});
+  SessionLadder ladder(*options.ladder, input->codec(), input->config(), options.parallelRungs, {});
   uint64_t number = 0;
   for (; number < kWarmUpFrames; ++number) ladder.transcode(input->next(), number);
   const auto before = allocationCounts();

@@ -64,17 +64,16 @@ const CodecCalls& callsOf(Codec codec) {
 
 }  // namespace
 
-SessionLadder::SessionLadder(const LadderSpec& ladder, PacketSource& source, bool parallel,
+SessionLadder::SessionLadder(const LadderSpec& ladder, Codec from, std::span<uint8_t> config, bool parallel,
                              const std::string& outputFolder) {
   session.initialize();
-  createDecoder(source.codec());
+  createDecoder(from);
   QVS_BENCH_CALL(videoScalerCreate(kYV12, 8));
   QVS_BENCH_CALL(videoScalerSetImplementation2(kScalerDefault, -1));
   QVS_BENCH_CALL(videoDecoderBuffersCreate(kDecoderFrames));
   QVS_BENCH_CALL(videoEncoderBufferSetsCreate(kRungFrames));
   for (const auto& rung : ladder.rungs) addRung(ladder, rung, parallel);
   QVS_BENCH_CALL(videoScalerInitialize());
-  const auto config = source.config();
   QVS_BENCH_CALL(videoDecoderDecodeCodecConfig(config.data(), 0, static_cast<uint32_t>(config.size())));
   for (const auto& rung : ladder.rungs) sinks.emplace_back(outputFolder, ladder, rung);
 }

@@ -9,7 +9,6 @@
 #include "frames/VideoFrameEncoded.h"
 #include "ladder/LadderSpec.h"
 #include "ladder/PacketSink.h"
-#include "ladder/PacketSource.h"
 #include "session/TranscoderSession.h"
 
 namespace qvs::bench {
@@ -17,9 +16,9 @@ namespace qvs::bench {
 /// One session that makes the ladder, driven by the calls that a server makes, in their order.
 class SessionLadder {
  public:
-  /// `outputFolder` empty: packets are counted and dropped. `parallel`: encoders work on threads of their
-  /// own.
-  SessionLadder(const LadderSpec& ladder, PacketSource& source, bool parallel,
+  /// `from` and `config`: the input's codec and configuration record. `outputFolder` empty: packets are
+  /// counted and dropped. `parallel`: encoders work on threads of their own.
+  SessionLadder(const LadderSpec& ladder, Codec from, std::span<uint8_t> config, bool parallel,
                 const std::string& outputFolder);
 
   /// Hands one packet over and takes everything back that comes of it.

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "frames/geometry/FourCC.h"
-#include "session/StageIds.h"
 #include "support/TestPicture.h"
 #include "video/decoders/DecodeFlags.h"
 #include "video/encoders/VideoEncoderVPX.h"
@@ -45,7 +44,7 @@ std::vector<Packet> makePackets(uint32_t codecVersion, uint32_t width, uint32_t 
 
 bool Road::open() {
   session.initialize();
-  if (session.videoDecoderCreate(0, kVideoCodecVPX, setup.codecVersion, 8, 0, kYV12) ||
+  if (session.videoDecoderCreate(0, setup.codec, setup.codecVersion, 8, 0, kYV12) ||
       session.videoDecoderInitialize() || session.videoScalerCreate(kYV12, 8) ||
       session.videoScalerSetImplementation2(kScalerDefault, -1) ||
       session.videoDecoderBuffersCreate(setup.decoderFrames) ||
@@ -111,6 +110,7 @@ void Road::takePicture(uint32_t buffer, uint64_t timecode, uint32_t frameType, R
   }
   if (!(status & DecodeFlagFrameAvailable) || (status & DecodeFlagFrameNotReady)) return;
   result.picture = true;
+  result.timecode = decodedTimecode;
   if (picturesKept) copyPicture(*session.getVideoDecoderBuffer(buffer), result.decoded);
   encode(buffer, timecode, frameType, result);
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "road/DirectDecoder.h"
+#include "session/StageIds.h"
 #include "session/TranscoderSession.h"
 
 namespace qvs::test {
@@ -27,12 +28,14 @@ struct RoadSetup {
   uint32_t decoderFrames = 2;
   uint32_t rungFrames = 2;
   bool asynchronous = false;
+  uint32_t codec = kVideoCodecVPX;  ///< of the input
 };
 
 /// What came of one packet.
 struct RoadResult {
   bool failed = false;       ///< some operation gave something else than 0
   bool picture = false;      ///< a decoded picture came
+  uint64_t timecode = 0;     ///< of that picture
   uint32_t packetCount = 0;  ///< coded units of all rungs
   DecodedPicture decoded;    ///< only when pictures are kept
 };

@@ -69,7 +69,7 @@ class ReferencePictures {
     const AVCodec* found = avcodec_find_decoder(stream.parameters().codec_id);
     codec = avcodec_alloc_context3(found);
     avcodec_parameters_to_context(codec, &stream.parameters());
-    codec->flags |= AV_CODEC_FLAG_UNALIGNED;
+    codec->flags |= AV_CODEC_FLAG_UNALIGNED | AV_CODEC_FLAG_BITEXACT;
     codec->thread_count = 1;
     avcodec_open2(codec, found, nullptr);
   }

@@ -31,6 +31,12 @@ bool UnitBuffer::append(const uint8_t* bytes, size_t count) {
   return true;
 }
 
+bool UnitBuffer::prepend(const uint8_t* bytes, size_t count) {
+  if (!append(bytes, count)) return false;
+  std::rotate(buffer->data, buffer->data + length - count, buffer->data + length);
+  return true;
+}
+
 void UnitBuffer::lend(AVPacket& packet) {
   std::memset(buffer->data + length, 0, AV_INPUT_BUFFER_PADDING_SIZE);
   packet.buf = buffer;

@@ -18,6 +18,9 @@ class UnitBuffer {
 
   /// False, with nothing taken, where the unit would grow too large or there is no memory.
   bool append(const uint8_t* bytes, size_t count);
+  /// The same in front of what is there.
+  bool prepend(const uint8_t* bytes, size_t count);
+  void dropEnd(size_t count) { length -= count < length ? count : length; }
   void clear() { length = 0; }
 
   const uint8_t* data() const { return buffer != nullptr ? buffer->data : nullptr; }

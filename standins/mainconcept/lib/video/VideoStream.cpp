@@ -85,12 +85,20 @@ void VideoStream::endUnit() {
       aspectCode = info->aspectCode;
       newSize = sequenceKnown && (info->width != sequence.width || info->height != sequence.height);
     }
+    if (pairing.isBrokenBy(unit.data(), unit.size())) mendPair();
   }
   records[static_cast<size_t>(unitNumber) % kUnitsInFlight] = lastRecord;
   if (openCodec())
     announce(newSize ? codec.decodeAfterDrain(unit, unitNumber) : codec.decode(unit, unitNumber));
   ++unitNumber;
   unit.clear();
+}
+
+// The codec forgets the field that it waits for where a group of pictures begins.
+void VideoStream::mendPair() {
+  static constexpr uint8_t kGroupHeader[] = {0, 0, 1, 0xB8, 0, 8, 0, 0};
+  unit.prepend(kGroupHeader, sizeof kGroupHeader);
+  if (unitNumber != 0) records[static_cast<size_t>(unitNumber - 1) % kUnitsInFlight].damaged = true;
 }
 
 // Answers 0 when nothing further comes.
@@ -115,6 +123,7 @@ void VideoStream::announcePicture() {
   if ((picture.flags & AV_FRAME_FLAG_CORRUPT) != 0 || picture.decode_error_flags != 0)
     state |= PIC_ERROR_FLAG;
   if (picture.pts >= 0) pictureRecord = records[static_cast<size_t>(picture.pts) % kUnitsInFlight];
+  if (pictureRecord.damaged) state |= PIC_ERROR_FLAG;
   pictureParams.picture_coding_type = picture.pict_type;
   pictureParams.progressive_frame = picture.interlaced_frame == 0 ? 1 : 0;
   pictureParams.top_field_first = picture.top_field_first;
@@ -165,12 +174,22 @@ void VideoStream::describeSequence(const SequenceInfo& info) {
 
 void VideoStream::readHeader() {
   if (row.readHeader == nullptr) return;
+  if (row.aspect == AspectKind::kCode) dropGroupCode();
   const auto info = row.readHeader(header, row.codec);
   if (!info) return;
   state |= SEQ_HDR_FLAG | PARSE_DONE_FLAG;
   aspectCode = info->aspectCode;
   options.reorder = info->reorder;
   if (info->width != 0) describeSequence(*info);
+}
+
+// A start code behind the header makes parsers finish. The codec would take it for the start of a group, and
+// what follows for pictures that it can show although it lacks what they were made from.
+void VideoStream::dropGroupCode() {
+  static constexpr uint8_t kGroupCode[] = {0, 0, 1, 0xB8};
+  const size_t size = sizeof kGroupCode;
+  if (header.size() >= size && std::memcmp(header.data() + header.size() - size, kGroupCode, size) == 0)
+    header.dropEnd(size);
 }
 
 uint32_t VideoStream::cleanState() {

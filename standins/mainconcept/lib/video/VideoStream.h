@@ -8,6 +8,7 @@
 #include "mc_frame.h"
 #include "video/CodecContext.h"
 #include "video/Deinterlacer.h"
+#include "video/FieldPairing.h"
 #include "video/HeaderReaders.h"
 #include "video/PictureWriter.h"
 #include "video/UnitBuffer.h"
@@ -42,16 +43,19 @@ class VideoStream {
   struct HostRecord {
     alignas(8) std::array<uint8_t, 24> bytes{};
     bool set = false;
+    bool damaged = false;  ///< the picture lacks a field
   };
   static constexpr size_t kUnitsInFlight = 64;  ///< more than any codec holds back
 
   bool openCodec();
   void beginUnit(const void* record, uint32_t size);
   void endUnit();
+  void mendPair();
   uint32_t drain();
   void announce(CodecResult result);
   void announcePicture();
   void readHeader();
+  void dropGroupCode();
   void describeSequence(const SequenceInfo& info);
   uint32_t cleanState();
   uint32_t writePicture(uint32_t value, mc_frame_t* target);
@@ -67,6 +71,7 @@ class VideoStream {
   UnitBuffer header;
   UnitBuffer unit;
   CodecContext codec;
+  FieldPairing pairing;
   Deinterlacer deinterlacer;
   PictureWriter writer;
   bool pictureReady = false;

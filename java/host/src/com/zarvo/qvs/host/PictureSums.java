@@ -22,6 +22,11 @@ final class PictureSums implements AutoCloseable {
     return HexFormat.of().formatHex(one.digest());
   }
 
+  /** Takes the picture decoded last, turned clockwise, into the sum of all. */
+  void addTurned(int width, int height, int quarters) {
+    total.update(QuarterTurn.turn(tap.lastPicture(), width, height, quarters));
+  }
+
   /** The md5 of all pictures together. Asked once. */
   String total() {
     return HexFormat.of().formatHex(total.digest());

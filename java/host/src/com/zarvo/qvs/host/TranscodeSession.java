@@ -29,6 +29,7 @@ final class TranscodeSession implements AutoCloseable {
   private static final long STATUS_INPUT_USED = 0x01;
   private static final long STATUS_PICTURE = 0x04;
   private static final long STATUS_INCOMPLETE = 0x08;
+  private static final long STATUS_DAMAGED = 0x10;
   private static final long STATUS_ABORTED = 0x40;
   private static final long STATUS_FLUSHED = 0x80;
   private static final int KEY_DEINTERLACE = 0;
@@ -51,6 +52,7 @@ final class TranscodeSession implements AutoCloseable {
   private boolean configured;
   private long firstTime = Long.MIN_VALUE;
   private long failures;
+  private long damaged;
   private long[] targets = {};
   private long session;
   private long heldDecoderPicture = -1;
@@ -113,6 +115,11 @@ final class TranscodeSession implements AutoCloseable {
   /** Coded pictures that the decoder refused, wholly or in part. */
   long failures() {
     return failures;
+  }
+
+  /** Pictures that were mended or left out for damage. */
+  long damaged() {
+    return damaged;
   }
 
   /** Changes the rate of a rendition while it runs; it holds from the next picture on. */
@@ -238,6 +245,7 @@ final class TranscodeSession implements AutoCloseable {
     frameInfo.ancillaryData.clear();
     long result = videoDecoderDecode(session, heldDecoderPicture, status, timecode, frameInfo);
     check(result, "decoding failed");
+    if ((status.value & STATUS_DAMAGED) != 0) damaged++;
     boolean picture = (status.value & STATUS_PICTURE) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
     if (!picture) return false;
     long index = heldDecoderPicture;

@@ -46,6 +46,11 @@ public enum VideoCodec {
     return this == VP8 || this == VP9;
   }
 
+  /** True where every decoder gives the same pictures to the bit; elsewhere the transform's rounding is free. */
+  boolean isExact() {
+    return hasUnits() || wantsNoConfig();
+  }
+
   /** True where interlaced pictures are deinterlaced on demand. */
   boolean deinterlaces() {
     return !wantsNoConfig() && this != H265;

@@ -9,8 +9,10 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.MessageDigest;
 import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.HexFormat;
 import java.util.List;
+import java.util.Map;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 import org.junit.jupiter.api.Test;
@@ -118,6 +120,45 @@ class DecodeRoadTest {
     }
     for (int i = 0; i < expected.size(); i++)
       assertTrue(run.outLines().get(i).endsWith(expected.get(i)), file + " picture " + i);
+  }
+
+  @Test
+  void conformanceTellsWhyASumIsAnother() throws Exception {
+    Path streams = Files.createDirectory(folder.resolve("streams"));
+    String source = "-f lavfi -i testsrc2=size=96x64:rate=25 -frames:v 5 -threads 1 ";
+    Path turned = streams.resolve("turned.mp4");
+    Clips.make(source + "-c:v libx264 -pix_fmt yuv420p", streams.resolve("plain.mp4"));
+    Clips.make("-i " + streams.resolve("plain.mp4") + " -c copy -metadata:s:v rotate=90", turned);
+    Clips.make(source + "-c:v libx264 -pix_fmt yuv422p", streams.resolve("wide.mp4"));
+    Clips.make(source + "-c:v mpeg2video", streams.resolve("old.m2v"));
+    Clips.make(source + "-vf scale=97:65 -c:v libvpx", streams.resolve("odd.ivf"));
+    byte[] units = Files.readAllBytes(Clips.make(source + "-c:v libx264", folder.resolve("whole.264")));
+    Files.write(streams.resolve("cut.264"), Arrays.copyOf(units, units.length * 3 / 5));
+    Clips.make(source + "-c:v libvpx", streams.resolve("changed.ivf"));
+    String other = "0".repeat(32);
+    StringBuilder list = new StringBuilder("| file | codec | decoded md5 | note |\n");
+    for (String name : Clips.namesIn(streams)) {
+      boolean decoded = name.equals("plain.mp4") || name.equals("turned.mp4");
+      String sum = decoded ? md5(Clips.decode(streams.resolve(name))) : other;
+      list.append("| " + name + " | - | " + sum + " |  |\n");
+    }
+    Files.writeString(streams.resolve("README.md"), list);
+    Captured run = Captured.run("conformance", streams.toString());
+    assertEquals(0, run.code(), run.err());
+    Map<String, String> endings =
+        Map.of(
+            "plain.mp4", "5  exact",
+            "turned.mp4", "exact when turned by 270 degrees, as the container wants it shown",
+            "wide.mp4", "yuv422p is delivered as 8-bit 4:2:0",
+            "old.m2v", "the codec leaves rounding free",
+            "odd.ivf", "half of an odd size is rounded down",
+            "cut.264", " damaged pictures",
+            "changed.ivf", "5  another sum");
+    for (String line : run.outLines()) {
+      String ending = endings.get(line.split(" ")[0]);
+      if (ending != null) assertTrue(line.endsWith(ending), line);
+    }
+    assertEquals(endings.size() + 1, run.outLines().size(), run.out());
   }
 
   @Test

@@ -16,15 +16,16 @@ struct CodedSetup {
   int bFrames = 0;
   bool interlaced = false;  ///< top field first; the picture moves from field to field
   bool sets = false;        ///< H.264: parameter sets inside the stream too
+  bool tenBit = false;      ///< H.264 and H.265: samples of ten bits, which takes another profile
 };
 
 /// A stream of a moving picture, coded by libavcodec: what a server would hand over. Timecodes are 40 ms
 /// apart, starting at 1000.
-struct CodedStream {
+struct UnitStream {
   MediaBytes config;
   std::vector<MediaUnit> units;  ///< in decoding order
 };
 
-CodedStream makeCodedStream(const CodedSetup& setup);
+UnitStream makeUnitStream(const CodedSetup& setup);
 
 }  // namespace qvs::test

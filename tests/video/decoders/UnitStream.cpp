@@ -1,4 +1,4 @@
-#include "video/decoders/CodedStream.h"
+#include "video/decoders/UnitStream.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -18,6 +18,12 @@ namespace qvs::test {
 
 namespace {
 
+constexpr AVPixelFormat kTenBit = AV_PIX_FMT_YUV420P10;
+
+AVPixelFormat formatOf(const CodedSetup& setup) {
+  return setup.tenBit ? kTenBit : AV_PIX_FMT_YUV420P;
+}
+
 const AVCodec* encoderOf(uint32_t codec) {
   switch (codec) {
     case 7:
@@ -35,6 +41,16 @@ const AVCodec* encoderOf(uint32_t codec) {
   }
 }
 
+/// `value` is of eight bits.
+void putSample(AVFrame& frame, int plane, int x, int y, int value) {
+  uint8_t* row = frame.data[plane] + static_cast<ptrdiff_t>(y) * frame.linesize[plane];
+  if (frame.format == kTenBit) {
+    reinterpret_cast<uint16_t*>(row)[x] = static_cast<uint16_t>(value << 2);
+  } else {
+    row[x] = static_cast<uint8_t>(value);
+  }
+}
+
 /// A bright block that moves 4 pixels a field over a gradient.
 void paint(AVFrame& frame, int index, bool interlaced) {
   for (int y = 0; y < frame.height; ++y) {
@@ -42,14 +58,13 @@ void paint(AVFrame& frame, int index, bool interlaced) {
     const int left = 4 * field % frame.width;
     for (int x = 0; x < frame.width; ++x) {
       const bool inside = x >= left && x < left + frame.width / 4;
-      frame.data[0][y * frame.linesize[0] + x] = static_cast<uint8_t>(inside ? 220 : 40 + x / 2 + y / 4);
+      putSample(frame, 0, x, y, inside ? 220 : 40 + x / 2 + y / 4);
     }
   }
   for (int plane = 1; plane < 3; ++plane) {
     for (int y = 0; y < (frame.height + 1) / 2; ++y) {
       for (int x = 0; x < (frame.width + 1) / 2; ++x)
-        frame.data[plane][y * frame.linesize[plane] + x] =
-            static_cast<uint8_t>(plane == 1 ? 90 + x : 180 - y);
+        putSample(frame, plane, x, y, plane == 1 ? 90 + x : 180 - y);
     }
   }
 }
@@ -57,7 +72,7 @@ void paint(AVFrame& frame, int index, bool interlaced) {
 void setOptions(AVCodecContext& context, const CodedSetup& setup) {
   context.width = setup.width;
   context.height = setup.height;
-  context.pix_fmt = AV_PIX_FMT_YUV420P;
+  context.pix_fmt = formatOf(setup);
   context.time_base = {1, 25};
   context.framerate = {25, 1};
   context.gop_size = setup.keyInterval;
@@ -95,7 +110,7 @@ MediaUnit unitOf(const AVPacket& packet, uint32_t codec) {
 
 }  // namespace
 
-CodedStream makeCodedStream(const CodedSetup& setup) {
+UnitStream makeUnitStream(const CodedSetup& setup) {
   av_log_set_level(AV_LOG_PANIC);
   const AVCodec* encoder = encoderOf(setup.codec);
   AVCodecContext* context = avcodec_alloc_context3(encoder);
@@ -103,17 +118,14 @@ CodedStream makeCodedStream(const CodedSetup& setup) {
   if (avcodec_open2(context, encoder, nullptr) < 0) throw std::runtime_error("no encoder");
   AVFrame* frame = av_frame_alloc();
   AVPacket* packet = av_packet_alloc();
-  frame->width = setup.width;
-  frame->height = setup.height;
-  frame->format = AV_PIX_FMT_YUV420P;
-  CodedStream stream;
+  UnitStream stream;
   for (int index = 0; index <= setup.frames; ++index) {
     const bool last = index == setup.frames;
     if (!last) {
       av_frame_unref(frame);
       frame->width = setup.width;
       frame->height = setup.height;
-      frame->format = AV_PIX_FMT_YUV420P;
+      frame->format = formatOf(setup);
       av_frame_get_buffer(frame, 0);
       paint(*frame, index, setup.interlaced);
       frame->pts = index;
