@@ -16,6 +16,9 @@ import picocli.CommandLine.Spec;
 /** "transcode": one file in, renditions out. */
 @Command(name = "transcode", description = "Turns a file into renditions of its pictures and its sound.", sortOptions = false)
 final class TranscodeCommand implements Callable<Integer> {
+  // Players want three segments' length to choose from.
+  private static final int MIN_HLS_WINDOW = 3;
+
   @Spec private CommandSpec spec;
 
   @Parameters(paramLabel = "INPUT", description = "The file to read, in any container.")
@@ -77,6 +80,16 @@ final class TranscodeCommand implements Callable<Integer> {
   private Container format;
 
   @Option(
+      names = "--hls-window",
+      paramLabel = "N",
+      defaultValue = "0",
+      description = {
+        "For --format hls: playlists that can be played while the work goes on and name the last N segments only;",
+        "segments that no player needs any more are deleted."
+      })
+  private int hlsWindow;
+
+  @Option(
       names = "--keyframes",
       paramLabel = "SECONDS",
       defaultValue = "2",
@@ -120,12 +133,15 @@ final class TranscodeCommand implements Callable<Integer> {
   @Override
   public Integer call() throws Exception {
     if (!(keyFrameSeconds > 0)) throw new ParameterException(spec.commandLine(), "--keyframes must be above 0");
+    if (hlsWindow != 0 && (!format.isFolder() || hlsWindow < MIN_HLS_WINDOW))
+      throw new ParameterException(
+          spec.commandLine(), "--hls-window takes " + MIN_HLS_WINDOW + " segments or more, and --format hls");
     if (noAudio && !sounds.isEmpty()) throw new ParameterException(spec.commandLine(), "--no-audio contradicts --audio");
     Path sheet = noContactSheet ? null : directory.resolve("contact-sheet.png");
     JobSettings settings =
         new JobSettings(
             input, directory, renditions, sounds, conversion.wanted(), !noVideo, !noAudio, deinterlace, frameRate,
-            preset, overlays, format, sheet, !sequential, keyFrameSeconds, Long.MAX_VALUE);
+            preset, overlays, format, hlsWindow, sheet, !sequential, keyFrameSeconds, Long.MAX_VALUE);
     JobResult result = new TranscodeJob(settings, Console::progress).run();
     if (report != null) Files.writeString(report, result.toJson());
     Console.printTrouble(result.log());

@@ -60,6 +60,7 @@ final class TranscodeJob {
     boolean pictures = wanted && reader.video() != null;
     if (!pictures && !sound)
       throw new HostException(name + (wanted ? "no video stream in it" : "nothing to do, neither pictures nor sound"));
+    if (!pictures && settings.hlsWindow() > 0) throw new HostException(name + "no pictures for --hls-window");
     if (!pictures && !settings.renditions().isEmpty())
       throw new HostException(
           name + (reader.video() == null ? "no video stream in it" : "its pictures are left out, --rendition cannot be"));

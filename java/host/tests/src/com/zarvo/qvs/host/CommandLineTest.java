@@ -43,6 +43,8 @@ class CommandLineTest {
     assertRefused("--keyframes", "transcode", in, "-o", out, "--keyframes", "-1");
     assertRefused("--deinterlace", "transcode", in, "-o", out, "--deinterlace", "maybe");
     assertRefused("--preset", "transcode", in, "-o", out, "--preset", "hasty");
+    assertRefused("--hls-window", "transcode", in, "-o", out, "--format", "hls", "--hls-window", "2");
+    assertRefused("--hls-window", "transcode", in, "-o", out, "--hls-window", "5");
     assertRefused("--fps", "transcode", in, "-o", out, "--fps", "1/0");
     assertRefused("flv cannot hold vp8", "transcode", in, "-o", out, "--format", "flv", "--rendition", "64x48,codec=vp8");
     assertRefused("--loud", "decode", in, "--loud");
