@@ -109,7 +109,7 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
   }
 
   private String stemOf() {
-    String name = settings.input().getFileName().toString();
+    String name = MediaReader.nameOf(settings.input());
     int dot = name.lastIndexOf('.');
     return dot > 0 ? name.substring(0, dot) : name;
   }

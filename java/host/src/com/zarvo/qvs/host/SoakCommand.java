@@ -40,6 +40,7 @@ final class SoakCommand implements Callable<Integer> {
 
   @Override
   public Integer call() throws Exception {
+    if (MediaReader.isLive(input)) throw new HostException(input + ": a soak reads its input again and again");
     if (!sound) return soak(this::takePictures, () -> "");
     try (SoundSoak road = new SoundSoak(input)) {
       road.pass();
@@ -65,7 +66,7 @@ final class SoakCommand implements Callable<Integer> {
 
   private void takePictures() throws Exception {
     JobSettings settings = JobSettings.usual(input, directory, List.of(), List.of(), null, TAKEN_MS);
-    new TranscodeJob(settings, total -> new Progress(System.err, false, total)).run();
+    new TranscodeJob(settings, total -> new Progress(System.err, false, total), new Interruption()).run();
   }
 
   private int soak(Turn turn, Supplier<String> news) throws Exception {

@@ -11,6 +11,7 @@ import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.Parameters;
+import picocli.CommandLine.ParentCommand;
 import picocli.CommandLine.Spec;
 
 /** "transcode": one file in, renditions out. */
@@ -20,8 +21,14 @@ final class TranscodeCommand implements Callable<Integer> {
   private static final int MIN_HLS_WINDOW = 3;
 
   @Spec private CommandSpec spec;
+  @ParentCommand private Main main;
 
-  @Parameters(paramLabel = "INPUT", description = "The file to read, in any container.")
+  @Parameters(
+      paramLabel = "INPUT",
+      description = {
+        "The file to read, in any container. A FIFO, or - for standard input, is read as it comes: its end, or Ctrl-C,",
+        "ends the renditions well."
+      })
   private Path input;
 
   @Option(names = "-o", required = true, paramLabel = "DIR", description = "Where the renditions go.")
@@ -142,12 +149,14 @@ final class TranscodeCommand implements Callable<Integer> {
         new JobSettings(
             input, directory, renditions, sounds, conversion.wanted(), !noVideo, !noAudio, deinterlace, frameRate,
             preset, overlays, format, hlsWindow, sheet, !sequential, keyFrameSeconds, Long.MAX_VALUE);
-    JobResult result = new TranscodeJob(settings, Console::progress).run();
+    JobResult result = new TranscodeJob(settings, Console::progress, main.listenToSignals()).run();
     if (report != null) Files.writeString(report, result.toJson());
     Console.printTrouble(result.log());
     Console.printRenditions(result);
     printApart(result);
-    return 0;
+    if (result.inputTrouble() == null) return 0;
+    System.err.println("qvs: " + result.inputTrouble() + "; the renditions end there");
+    return Main.EXIT_FAILED;
   }
 
   private void printApart(JobResult result) {
