@@ -31,15 +31,35 @@ InputFile::~InputFile() {
   avformat_close_input(&format_);
 }
 
-MediaStatus InputFile::open(const std::string& path) {
+MediaStatus InputFile::open(const std::string& path, bool live) {
   packet_.reset(av_packet_alloc());
   if (!packet_) return MediaStatus::failure("out of memory");
-  MediaStatus status =
-      MediaStatus::fromCode(avformat_open_input(&format_, path.c_str(), nullptr, nullptr), "cannot open");
+  MediaStatus status = openContainer(path, live);
   if (!status.ok()) return status;
   format_->flags |= AVFMT_FLAG_GENPTS;
   status = MediaStatus::fromCode(avformat_find_stream_info(format_, nullptr), "cannot read the streams");
-  return status.ok() ? select() : status;
+  if (status.ok()) status = select();
+  if (status.ok() && live) countFromStart();
+  return status;
+}
+
+MediaStatus InputFile::openContainer(const std::string& path, bool live) {
+  if (live) {
+    const MediaStatus status = live_.open(path);
+    if (!status.ok()) return status;
+    format_ = avformat_alloc_context();
+    if (!format_) return MediaStatus::failure("out of memory");
+    format_->pb = live_.context();
+  }
+  return MediaStatus::fromCode(avformat_open_input(&format_, path.c_str(), nullptr, nullptr), "cannot open");
+}
+
+// A feed may have run for days before it is joined: files are not to start with as long a gap.
+void InputFile::countFromStart() {
+  if (format_->start_time == AV_NOPTS_VALUE) return;
+  for (const StreamKind kind : kKinds)
+    if (has(kind))
+      selected(kind).origin = av_rescale_q(format_->start_time, {1, AV_TIME_BASE}, stream(kind).time_base);
 }
 
 MediaStatus InputFile::select() {
@@ -85,7 +105,7 @@ MediaStatus InputFile::next(bool* atEnd) {
     if (code < 0) return MediaStatus::fromCode(code, "reading stopped");
   } while (!ofSelected(packet_->stream_index));
   Selected& of = selected(kind_);
-  of.pts = timeOf(*packet_, of.nextPts, &timeKind_);
+  of.pts = timeOf(*packet_, of.nextPts + of.origin, &timeKind_) - of.origin;
   of.nextPts = of.pts + stepOf(*packet_);
   return {};
 }

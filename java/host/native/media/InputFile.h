@@ -2,6 +2,7 @@
 
 #include "media/AvHandles.h"
 #include "media/DisplayMatrix.h"
+#include "media/LiveInput.h"
 #include "media/MediaStatus.h"
 
 #include <array>
@@ -22,8 +23,11 @@ class InputFile {
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
-  /// One line of text on failure: unreadable, no known container, or neither picture nor sound in it.
-  MediaStatus open(const std::string& path);
+  /// One line of text on failure: unreadable, no known container, or neither picture nor sound in it. `live`:
+  /// not a regular file; its bytes are read once and in order, and its times count from its start.
+  MediaStatus open(const std::string& path, bool live = false);
+  /// Any thread, from the start on: live input ends here, also where `open` or `next` wait for it.
+  void stop() { live_.stop(); }
 
   bool has(StreamKind kind) const { return selected(kind).index >= 0; }
   /// Leaves the packets of a stream out from now on.
@@ -68,14 +72,18 @@ class InputFile {
     int index = -1;
     int64_t pts = 0;
     int64_t nextPts = 0;
+    int64_t origin = 0;  ///< taken off every time
   };
 
   Selected& selected(StreamKind kind) { return selected_[static_cast<size_t>(kind)]; }
   const Selected& selected(StreamKind kind) const { return selected_[static_cast<size_t>(kind)]; }
+  MediaStatus openContainer(const std::string& path, bool live);
   MediaStatus select();
+  void countFromStart();
   bool ofSelected(int streamIndex);
   int64_t stepOf(const AVPacket& packet) const;
 
+  LiveInput live_;
   AVFormatContext* format_ = nullptr;
   AvPacketPtr packet_;
   std::array<Selected, 2> selected_;

@@ -58,11 +58,20 @@ void store(JNIEnv* env, jlongArray array, const std::array<jlong, N>& values) {
 
 }  // namespace
 
-JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaReader_open(JNIEnv* env, jclass, jstring path) {
+JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaReader_create(JNIEnv* env, jclass) {
   av_log_set_level(AV_LOG_QUIET);
-  std::unique_ptr<InputFile> file(new (std::nothrow) InputFile);
-  const MediaStatus status = file ? file->open(toString(env, path)) : MediaStatus::failure("out of memory");
-  return passed(env, status) ? handleOf(file.release()) : 0;
+  auto* file = new (std::nothrow) InputFile;
+  if (!file) passed(env, MediaStatus::failure("out of memory"));
+  return handleOf(file);
+}
+
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_open(JNIEnv* env, jclass, jlong handle,
+                                                                jstring path, jboolean live) {
+  passed(env, object<InputFile>(handle)->open(toString(env, path), live == JNI_TRUE));
+}
+
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_stop(JNIEnv*, jclass, jlong handle) {
+  object<InputFile>(handle)->stop();
 }
 
 JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_close(JNIEnv*, jclass, jlong handle) {

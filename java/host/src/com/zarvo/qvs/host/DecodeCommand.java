@@ -14,7 +14,7 @@ import picocli.CommandLine.Parameters;
 /** "decode": what the session's decoders deliver, a line a picture, or the sound as a file. */
 @Command(name = "decode", description = "Decodes a file and prints one line a picture.")
 final class DecodeCommand implements Callable<Integer> {
-  @Parameters(paramLabel = "INPUT", description = "The file to read, in any container.")
+  @Parameters(paramLabel = "INPUT", description = "The file to read, in any container; - for standard input.")
   private Path input;
 
   @Option(
@@ -66,7 +66,8 @@ final class DecodeCommand implements Callable<Integer> {
   private int decodeSound(MediaReader reader) throws HostException, IOException {
     if (reader.audio() == null) throw new HostException(input + ": no audio stream in it");
     TranscodeJob.checkSound(input, reader.audio());
-    if (Files.exists(pcm) && Files.isSameFile(pcm, input)) throw new HostException(pcm + ": is the input itself");
+    if (Files.exists(pcm) && Files.exists(input) && Files.isSameFile(pcm, input))
+      throw new HostException(pcm + ": is the input itself");
     reader.ignore(MediaKind.VIDEO);
     AudioSettings audio = new AudioSettings(reader.audio(), conversion.wanted(), List.of());
     MediaFeed feed = new MediaFeed(reader);
@@ -85,7 +86,7 @@ final class DecodeCommand implements Callable<Integer> {
 
   private SessionSettings settings(VideoCodec codec, StreamInfo source, byte[] config, AudioSettings audio) {
     return new SessionSettings(
-        input.getFileName().toString(), codec, source, config, deinterlace, List.of(), List.of(), false, 1, audio, 0);
+        MediaReader.nameOf(input), codec, source, config, deinterlace, List.of(), List.of(), false, 1, audio, 0);
   }
 
   private static int verdict(TranscodeSession session, boolean whole) {

@@ -18,6 +18,7 @@ import java.util.concurrent.Callable;
 import javax.imageio.ImageIO;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
+import picocli.CommandLine.ParentCommand;
 
 /** "demo": makes a source and a logo and turns them into a ladder of three renditions. */
 @Command(name = "demo", description = "Makes an input and transcodes it into a ladder with a logo.")
@@ -33,6 +34,8 @@ final class DemoCommand implements Callable<Integer> {
           + "|0.2*sin(440*2*PI*t)*(0.5-0.5*sin(t))+0.2*sin(880*2*PI*t)*lt(mod(t,1),0.1)':s=48000";
   private static final List<String> LADDER =
       List.of("1280x720@2500k", "854x480@1200k,fit=stretch", "640x360@700k");
+
+  @ParentCommand private Main main;
 
   @Option(names = "-o", defaultValue = "out/demo", paramLabel = "DIR", description = "Where everything goes.")
   private Path directory;
@@ -61,7 +64,7 @@ final class DemoCommand implements Callable<Integer> {
             List.of(overlay),
             directory.resolve("contact-sheet.png"),
             Long.MAX_VALUE);
-    JobResult result = new TranscodeJob(settings, Console::progress).run();
+    JobResult result = new TranscodeJob(settings, Console::progress, main.listenToSignals()).run();
     Console.printTrouble(result.log());
     printTable(result, source, overlay);
     return 0;

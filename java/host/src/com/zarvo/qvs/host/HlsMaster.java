@@ -3,6 +3,7 @@ package com.zarvo.qvs.host;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.StandardCopyOption;
 import java.util.Locale;
 
 /** The playlist of an HLS ladder: one entry a rendition, from which players choose. */
@@ -12,9 +13,13 @@ final class HlsMaster {
 
   private final StringBuilder text = new StringBuilder("#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-INDEPENDENT-SEGMENTS\n");
 
-  /** A finished rendition in its folder beside the playlist. */
-  void add(Path folder, OutputTrack.Video track, boolean sound) throws IOException {
-    Rates rates = Rates.of(folder);
+  /**
+   * A rendition in its folder beside the playlist, with a segment at least.
+   *
+   * @param bitRate what its segments still to come are expected to need, 0 where all are there
+   */
+  void add(Path folder, OutputTrack.Video track, boolean sound, long bitRate) throws IOException {
+    Rates rates = Rates.of(folder).andExpected(bitRate);
     String codecs = ParameterSets.ofRecord(false, track.config()).avcName() + (sound ? "," + AAC_LOW_COMPLEXITY : "");
     text.append("#EXT-X-STREAM-INF:BANDWIDTH=").append(rates.peak);
     text.append(",AVERAGE-BANDWIDTH=").append(rates.average);
@@ -25,8 +30,11 @@ final class HlsMaster {
     text.append(folder.getFileName()).append('/').append(Container.PLAYLIST).append('\n');
   }
 
+  /** Players may be reading the file: they see it whole or not at all. */
   void write(Path file) throws IOException {
-    Files.writeString(file, text);
+    Path part = file.resolveSibling(file.getFileName() + ".part");
+    Files.writeString(part, text);
+    Files.move(part, file, StandardCopyOption.REPLACE_EXISTING);
   }
 
   /** Bits a second, the container's own included: of the busiest segment, and of all. */
@@ -45,6 +53,10 @@ final class HlsMaster {
         seconds += length;
       }
       return new Rates((long) Math.ceil(peak), seconds > 0 ? Math.round(bits / seconds) : 0);
+    }
+
+    Rates andExpected(long bitRate) {
+      return new Rates(Math.max(peak, bitRate), Math.max(average, bitRate));
     }
   }
 }

@@ -15,6 +15,7 @@ import java.util.Map;
  * @param mediaMs milliseconds of input that were taken
  * @param wallSeconds time it took
  * @param contactSheet null when there is none
+ * @param inputTrouble what broke live input, null where it ended well
  */
 record JobResult(
     JobSettings settings,
@@ -27,6 +28,7 @@ record JobResult(
     long mediaMs,
     double wallSeconds,
     Path contactSheet,
+    String inputTrouble,
     List<SessionLog.Line> log) {
 
   /** One finished file. */
@@ -74,6 +76,7 @@ record JobResult(
       input.put("damagedAudioPackets", damagedSounds);
     }
     input.put("seconds", mediaMs / 1000.0);
+    if (inputTrouble != null) input.put("trouble", inputTrouble);
     List<Object> files = new ArrayList<>();
     for (Rendition rendition : renditions) files.add(toMap(rendition));
     List<Object> audio = new ArrayList<>();

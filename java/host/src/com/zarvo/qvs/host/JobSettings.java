@@ -14,6 +14,7 @@ import java.util.List;
  * @param deinterlace what becomes of interlaced pictures
  * @param frameRate highest pictures a second of renditions that name none, 0 for the source's own
  * @param preset of H.264 renditions that name none, null for the usual one
+ * @param hlsWindow segments that a playlist names at a time while the work goes on, 0 for all at its end
  * @param contactSheet where it goes, null for none
  * @param keyFrameSeconds longest time from key frame to key frame
  * @param maxMilliseconds of input that are taken, Long.MAX_VALUE for all
@@ -31,6 +32,7 @@ record JobSettings(
     H264Tuning.Preset preset,
     List<OverlaySpec> overlays,
     Container format,
+    int hlsWindow,
     Path contactSheet,
     boolean parallel,
     double keyFrameSeconds,
@@ -46,6 +48,6 @@ record JobSettings(
       long maxMilliseconds) {
     return new JobSettings(
         input, directory, renditions, List.of(), AudioConversion.NONE, true, true, Deinterlace.ON, 0, null, overlays,
-        Container.MP4, contactSheet, true, 2, maxMilliseconds);
+        Container.MP4, 0, contactSheet, true, 2, maxMilliseconds);
   }
 }

@@ -26,6 +26,8 @@ public final class Main {
   static final int EXIT_FAILED = 1;
   static final int EXIT_USAGE = 2;
 
+  private final Interruption interruption = new Interruption();
+
   private Main() {}
 
   public static void main(String[] arguments) {
@@ -36,14 +38,21 @@ public final class Main {
   static int run(String... arguments) {
     System.setProperty("java.awt.headless", "true");
     if (arguments.length == 0) arguments = new String[] {"--help"};
-    CommandLine commandLine = new CommandLine(new Main());
+    Main main = new Main();
+    CommandLine commandLine = new CommandLine(main);
     commandLine.setParameterExceptionHandler((e, given) -> fail(e.getMessage(), EXIT_USAGE));
     commandLine.setExecutionExceptionHandler((e, command, parsed) -> fail(explain(e), EXIT_FAILED));
-    try {
+    try (main.interruption) {
       return commandLine.execute(arguments);
     } catch (OutOfMemoryError e) {
       return fail("out of memory", EXIT_FAILED);
     }
+  }
+
+  /** Lets a signal end the running command in order: the command has to look for it from now on. */
+  Interruption listenToSignals() {
+    interruption.listen();
+    return interruption;
   }
 
   private static String explain(Exception e) {

@@ -13,14 +13,23 @@ public final class MediaReader implements AutoCloseable {
   private static final long HIDDEN = 4;
   private static final long NEW_CONFIG = 8;
 
+  private static final Path STANDARD_INPUT = Path.of("-");
+
   private final StreamInfo video;
   private final AudioStreamInfo audio;
   private final byte[] videoConfig;
   private final long[] facts = new long[7];
+  private final Path path;
+  private final boolean live;
+  private final Interruption interruption;
+  private boolean started;
   private long handle;
 
-  private MediaReader(long handle) {
+  private MediaReader(long handle, Path path, boolean live, Interruption interruption) {
     this.handle = handle;
+    this.path = path;
+    this.live = live;
+    this.interruption = interruption;
     boolean pictures = has(handle, MediaKind.VIDEO.ordinal());
     this.video = pictures ? videoInfo(handle) : null;
     this.videoConfig = pictures ? codecConfig(handle, MediaKind.VIDEO.ordinal()) : null;
@@ -56,15 +65,56 @@ public final class MediaReader implements AutoCloseable {
         codecConfig(handle, MediaKind.AUDIO.ordinal()));
   }
 
-  /** Opens a file; the exception's message names it and says what is wrong. */
+  /** Opens a file, or standard input for "-"; the exception's message names it and says what is wrong. */
   public static MediaReader open(Path path) throws MediaException {
-    if (!Files.exists(path)) throw new MediaException(path + ": no such file");
-    if (Files.isDirectory(path)) throw new MediaException(path + ": is a directory");
+    return open(path, new Interruption());
+  }
+
+  /** The same; live input ends where it is when it is interrupted, as if nothing followed. */
+  static MediaReader open(Path path, Interruption interruption) throws MediaException {
+    Path real = realOf(path);
+    if (!Files.exists(real)) throw new MediaException(path + ": no such file");
+    if (Files.isDirectory(real)) throw new MediaException(path + ": is a directory");
+    boolean live = isLive(path);
+    long handle = create();
+    interruption.onRequest(() -> stop(handle));
+    boolean ready = false;
     try {
-      return new MediaReader(open(path.toString()));
+      open(handle, (live ? path : real).toString(), live);
+      MediaReader reader = new MediaReader(handle, path, live, interruption);
+      ready = true;
+      return reader;
     } catch (MediaException e) {
       throw new MediaException(path + ": " + e.getMessage());
+    } finally {
+      if (!ready) close(handle, interruption);
     }
+  }
+
+  /** True for input that can be read only once, from front to back: a pipe, a FIFO, a device. */
+  static boolean isLive(Path path) {
+    Path real = realOf(path);
+    return Files.exists(real) && !Files.isRegularFile(real) && !Files.isDirectory(real);
+  }
+
+  /** The name of the stream in it: that of the file. */
+  static String nameOf(Path path) {
+    return path.equals(STANDARD_INPUT) ? "stdin" : path.getFileName().toString();
+  }
+
+  // A file that the shell put there can be read like any other.
+  private static Path realOf(Path path) {
+    return path.equals(STANDARD_INPUT) ? Path.of("/dev/stdin") : path;
+  }
+
+  /** True when the input can be read only once. */
+  boolean isLive() {
+    return live;
+  }
+
+  /** True once a packet was read. */
+  boolean isStarted() {
+    return started;
   }
 
   /** The video stream, null when there is none. */
@@ -90,8 +140,9 @@ public final class MediaReader implements AutoCloseable {
   /** The next packet in file order, null at the end of the file. */
   public MediaPacket next() throws MediaException {
     if (handle == 0) throw new MediaException("reader is closed");
-    byte[] data = read(handle, facts);
+    byte[] data = readPacket();
     if (data == null) return null;
+    started = true;
     MediaKind kind = KINDS[(int) facts[0]];
     Rational unit = kind == MediaKind.VIDEO ? video.timeBase() : audio.timeBase();
     return new MediaPacket(
@@ -109,13 +160,31 @@ public final class MediaReader implements AutoCloseable {
         (facts[5] & NEW_CONFIG) != 0 ? newConfig(handle) : null);
   }
 
+  private byte[] readPacket() throws MediaException {
+    try {
+      return read(handle, facts);
+    } catch (MediaException e) {
+      String hint = live && !started ? ", it may not be made to be read from front to back" : "";
+      throw new MediaException(path + ": " + e.getMessage() + hint);
+    }
+  }
+
   @Override
   public void close() {
-    if (handle != 0) close(handle);
+    if (handle != 0) close(handle, interruption);
     handle = 0;
   }
 
-  private static native long open(String path) throws MediaException;
+  private static void close(long handle, Interruption interruption) {
+    interruption.onRequest(null);
+    close(handle);
+  }
+
+  private static native long create() throws MediaException;
+
+  private static native void open(long handle, String path, boolean live) throws MediaException;
+
+  private static native void stop(long handle);
 
   private static native boolean has(long handle, int kind);
 

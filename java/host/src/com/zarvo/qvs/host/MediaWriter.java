@@ -12,7 +12,8 @@ import java.util.Map;
 
 /**
  * Writes streams into a container. The bytes go into a file, or a folder of segments, with ".part" behind its name,
- * which takes its own name in {@link #finish}: what stands under the final name is always whole.
+ * which takes its own name in {@link #finish}: what stands under the final name is always whole. Only a folder of live
+ * segments has its own name from the start, so that it can be played while it grows.
  *
  * <p>Where a stream's configuration shows only in its first packet, nothing is written before that.
  */
@@ -55,11 +56,20 @@ public final class MediaWriter implements AutoCloseable {
     return create(target, part, part, format, Map.of(), tracks, keepTimes);
   }
 
-  /** Creates a file or a folder in a container's own form; its settings are made for the key picture distance. */
+  /**
+   * Creates a file or a folder in a container's own form; its settings are made for the key picture distance.
+   *
+   * @param window 0, or how many of its last segments a live folder's playlist names
+   */
   static MediaWriter create(
-      Path target, Container container, double keyFrameSeconds, List<? extends OutputTrack> tracks, boolean keepTimes)
+      Path target,
+      Container container,
+      double keyFrameSeconds,
+      int window,
+      List<? extends OutputTrack> tracks,
+      boolean keepTimes)
       throws MediaException {
-    Path part = partOf(target);
+    Path part = window > 0 ? target : partOf(target);
     Path file = part;
     if (container.isFolder()) {
       file = part.resolve(Container.PLAYLIST);
@@ -71,7 +81,7 @@ public final class MediaWriter implements AutoCloseable {
       }
     }
     return create(
-        target, part, file, container.muxer, container.options(part, keyFrameSeconds), tracks, keepTimes);
+        target, part, file, container.muxer, container.options(part, keyFrameSeconds, window), tracks, keepTimes);
   }
 
   private static MediaWriter create(
@@ -86,7 +96,7 @@ public final class MediaWriter implements AutoCloseable {
     MediaWriter writer = null;
     try {
       writer = new MediaWriter(target, part, create(file.toString(), format), tracks, keepTimes);
-      part.toFile().deleteOnExit();
+      if (!writer.isLive()) part.toFile().deleteOnExit();
       for (Map.Entry<String, String> option : options.entrySet())
         setOption(writer.handle, option.getKey(), option.getValue());
       if (!writer.lacksConfig()) writer.begin();
@@ -99,6 +109,10 @@ public final class MediaWriter implements AutoCloseable {
 
   private static Path partOf(Path target) {
     return target.resolveSibling(target.getFileName() + ".part");
+  }
+
+  private boolean isLive() {
+    return part.equals(target);
   }
 
   private boolean lacksConfig() {
@@ -182,6 +196,7 @@ public final class MediaWriter implements AutoCloseable {
     }
     close(handle);
     handle = 0;
+    if (isLive()) return;
     if (Files.isDirectory(part)) deleteAll(target);
     Files.move(part, target, StandardCopyOption.REPLACE_EXISTING);
   }
@@ -205,12 +220,13 @@ public final class MediaWriter implements AutoCloseable {
     return target;
   }
 
-  /** Drops an unfinished file. */
+  /** Drops an unfinished file; what live segments there are stays. */
   @Override
   public void close() {
     if (handle == 0) return;
     close(handle);
     handle = 0;
+    if (isLive() && begun) return;
     try {
       deleteAll(part);
     } catch (IOException e) {

@@ -17,6 +17,8 @@ import java.util.Set;
 final class RenditionFiles implements SessionOutput, AutoCloseable {
   private static final int PICTURE_TRACK = 0;
   private static final Rational SQUARE = new Rational(1, 1);
+  // What segments add to coded bits, and how far these may exceed what was asked for.
+  private static final double LIVE_RATE_MARGIN = 1.2;
 
   private final JobSettings settings;
   private final StreamInfo source;
@@ -45,6 +47,7 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     } catch (IOException e) {
       throw new HostException(settings.directory() + ": cannot be made a directory");
     }
+    if (settings.format().isFolder()) clearMaster();
     taken.add(settings.input().toAbsolutePath().normalize());
     MediaPacket firstPicture = renditions.isEmpty() ? null : feed.peek(MediaKind.VIDEO, 0);
     boolean keepTimes = firstPicture == null || firstPicture.timecodeMs() >= 0;
@@ -76,7 +79,8 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     for (AudioOutput sound : held) tracks.add(sound.track());
     MediaWriter writer =
         MediaWriter.create(
-            freeName(spec.sizeText(), container), container, settings.keyFrameSeconds(), tracks, keepTimes);
+            freeName(spec.sizeText(), container), container, settings.keyFrameSeconds(), settings.hlsWindow(), tracks,
+            keepTimes);
     writers.add(writer);
     for (int i = 0; i < held.size(); i++) connect(held.get(i), writer, i + 1);
   }
@@ -105,7 +109,7 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
   }
 
   private String stemOf() {
-    String name = settings.input().getFileName().toString();
+    String name = MediaReader.nameOf(settings.input());
     int dot = name.lastIndexOf('.');
     return dot > 0 ? name.substring(0, dot) : name;
   }
@@ -116,6 +120,7 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     if (key) keyPictures[rendition]++;
     OutputPacket coded = new OutputPacket(packet.buffer, packet.offset, (int) packet.len, pts, dts, 0, 0, key);
     writers.get(rendition).write(PICTURE_TRACK, coded);
+    if (isLive() && master == null && keyPictures[rendition] > 1) writeLiveMaster();
   }
 
   @Override
@@ -159,22 +164,44 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
       session.check(whole ? 0 : -1, soundFiles.get(i).get(0) + ": its sound is not whole");
     }
     for (MediaWriter writer : writers) writer.finish();
-    if (settings.format().isFolder() && !renditions.isEmpty()) writeMaster();
+    if (settings.format().isFolder() && !renditions.isEmpty() && master == null) writeMaster();
   }
 
-  // Only now, so that no player is sent to a rendition that is not there.
+  // In a live run that of a former one would send players to folders that are only being filled.
+  private void clearMaster() throws HostException, IOException {
+    Path file = masterPath();
+    if (Files.exists(file) && Files.exists(settings.input()) && Files.isSameFile(file, settings.input()))
+      throw new HostException(file + ": is the input itself");
+    if (isLive()) Files.deleteIfExists(file);
+  }
+
+  private boolean isLive() {
+    return settings.hlsWindow() > 0;
+  }
+
+  // As soon as no player is sent to a rendition that is not there.
+  private void writeLiveMaster() throws IOException {
+    for (int i = 0; i < renditions.size(); i++)
+      if (!Files.exists(writers.get(i).target().resolve(Container.PLAYLIST))) return;
+    writeMaster();
+  }
+
   private void writeMaster() throws IOException {
     HlsMaster playlist = new HlsMaster();
-    boolean sound = sounds.stream().anyMatch(s -> settings.format().holds(s.spec().codec()));
-    for (int i = 0; i < renditions.size(); i++)
-      playlist.add(writers.get(i).target(), (OutputTrack.Video) writers.get(i).track(PICTURE_TRACK), sound);
-    master = settings.directory().resolve(stemOf() + ".m3u8");
-    playlist.write(master);
+    List<AudioSpec> held =
+        sounds.stream().map(AudioOutput::spec).filter(spec -> settings.format().holds(spec.codec())).toList();
+    long soundRate = held.stream().mapToLong(AudioSpec::bitRate).sum();
+    for (int i = 0; i < renditions.size(); i++) {
+      double expected = isLive() ? LIVE_RATE_MARGIN * (renditions.get(i).bitRate() + soundRate) : 0;
+      OutputTrack.Video track = (OutputTrack.Video) writers.get(i).track(PICTURE_TRACK);
+      playlist.add(writers.get(i).target(), track, !held.isEmpty(), Math.round(expected));
+    }
+    playlist.write(masterPath());
+    master = masterPath();
   }
 
-  /** The playlist that names all renditions, null where there is none. */
-  Path master() {
-    return master;
+  private Path masterPath() {
+    return settings.directory().resolve(stemOf() + ".m3u8");
   }
 
   private Rational rateOf(RenditionSpec spec) {

@@ -5,6 +5,7 @@ import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
+import java.util.Map;
 import java.util.concurrent.Callable;
 import java.util.function.Supplier;
 import picocli.CommandLine.Command;
@@ -12,10 +13,10 @@ import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
 
 /**
- * "soak": opens, transcodes two seconds and closes, over and over in one virtual machine, or lets one session take the
- * sound of a file round and round, and watches memory and, with sound, the clock.
+ * "soak": opens, transcodes two seconds and closes, over and over in one virtual machine, or lets one session take a
+ * file round and round as a stream without end. Watches memory and, in the endless stream, the clocks.
  */
-@Command(name = "soak", hidden = true, description = "Looks for growth of memory over many sessions.")
+@Command(name = "soak", description = "Watches memory and clocks over a long time.", sortOptions = false)
 final class SoakCommand implements Callable<Integer> {
   private static final long TAKEN_MS = 2000;
   private static final double MAX_GROWTH = 0.01;
@@ -38,25 +39,30 @@ final class SoakCommand implements Callable<Integer> {
   @Option(names = "--sound", description = "One session and the file's sound as a stream without end.")
   private boolean sound;
 
+  @Option(
+      names = "--feed",
+      description = "The same with its pictures too: one session, a ladder of H.264 and AAC.")
+  private boolean feed;
+
   @Override
   public Integer call() throws Exception {
-    if (!sound) return soak(this::takePictures, () -> "");
-    try (SoundSoak road = new SoundSoak(input)) {
-      road.pass();
-      double[] lags = lags(road);
-      int verdict = soak(road::pass, () -> String.format(Locale.ROOT, ", %.2f hours of sound", road.hours()));
-      double drift = 0;
-      double[] now = lags(road);
-      for (int i = 0; i < lags.length; i++) drift = Math.max(drift, Math.abs(now[i] - lags[i]));
-      System.out.printf(Locale.ROOT, "drift: %.2f ms%n", drift);
-      return drift <= MAX_DRIFT_MS ? verdict : 1;
+    if (MediaReader.isLive(input)) throw new HostException(input + ": a soak reads its input again and again");
+    if (!sound && !feed) return soak(this::takePictures, () -> "");
+    try (EndlessSession session = new EndlessSession(input, feed)) {
+      session.pass();
+      int verdict = soak(session::pass, () -> String.format(Locale.ROOT, ", %.2f hours", session.hours()));
+      return staysInStep(session) ? verdict : 1;
     }
   }
 
-  private static double[] lags(SoundSoak road) {
-    double[] lags = new double[road.renditions()];
-    for (int i = 0; i < lags.length; i++) lags[i] = road.lagMs(i);
-    return lags;
+  private static boolean staysInStep(EndlessSession session) {
+    System.out.println(session.contents());
+    boolean inStep = session.picturesAreRight();
+    for (Map.Entry<String, Double> drift : session.drifts().entrySet()) {
+      System.out.printf(Locale.ROOT, "drift of %s: %.2f ms%n", drift.getKey(), drift.getValue());
+      inStep &= drift.getValue() <= MAX_DRIFT_MS;
+    }
+    return inStep;
   }
 
   private interface Turn {
@@ -65,7 +71,7 @@ final class SoakCommand implements Callable<Integer> {
 
   private void takePictures() throws Exception {
     JobSettings settings = JobSettings.usual(input, directory, List.of(), List.of(), null, TAKEN_MS);
-    new TranscodeJob(settings, total -> new Progress(System.err, false, total)).run();
+    new TranscodeJob(settings, total -> new Progress(System.err, false, total), new Interruption()).run();
   }
 
   private int soak(Turn turn, Supplier<String> news) throws Exception {

@@ -11,14 +11,24 @@ import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.Parameters;
+import picocli.CommandLine.ParentCommand;
 import picocli.CommandLine.Spec;
 
 /** "transcode": one file in, renditions out. */
 @Command(name = "transcode", description = "Turns a file into renditions of its pictures and its sound.", sortOptions = false)
 final class TranscodeCommand implements Callable<Integer> {
-  @Spec private CommandSpec spec;
+  // Players want three segments' length to choose from.
+  private static final int MIN_HLS_WINDOW = 3;
 
-  @Parameters(paramLabel = "INPUT", description = "The file to read, in any container.")
+  @Spec private CommandSpec spec;
+  @ParentCommand private Main main;
+
+  @Parameters(
+      paramLabel = "INPUT",
+      description = {
+        "The file to read, in any container. A FIFO, or - for standard input, is read as it comes: its end, or Ctrl-C,",
+        "ends the renditions well."
+      })
   private Path input;
 
   @Option(names = "-o", required = true, paramLabel = "DIR", description = "Where the renditions go.")
@@ -77,6 +87,16 @@ final class TranscodeCommand implements Callable<Integer> {
   private Container format;
 
   @Option(
+      names = "--hls-window",
+      paramLabel = "N",
+      defaultValue = "0",
+      description = {
+        "For --format hls: playlists that can be played while the work goes on and name the last N segments only;",
+        "segments that no player needs any more are deleted."
+      })
+  private int hlsWindow;
+
+  @Option(
       names = "--keyframes",
       paramLabel = "SECONDS",
       defaultValue = "2",
@@ -120,18 +140,23 @@ final class TranscodeCommand implements Callable<Integer> {
   @Override
   public Integer call() throws Exception {
     if (!(keyFrameSeconds > 0)) throw new ParameterException(spec.commandLine(), "--keyframes must be above 0");
+    if (hlsWindow != 0 && (!format.isFolder() || hlsWindow < MIN_HLS_WINDOW))
+      throw new ParameterException(
+          spec.commandLine(), "--hls-window takes " + MIN_HLS_WINDOW + " segments or more, and --format hls");
     if (noAudio && !sounds.isEmpty()) throw new ParameterException(spec.commandLine(), "--no-audio contradicts --audio");
     Path sheet = noContactSheet ? null : directory.resolve("contact-sheet.png");
     JobSettings settings =
         new JobSettings(
             input, directory, renditions, sounds, conversion.wanted(), !noVideo, !noAudio, deinterlace, frameRate,
-            preset, overlays, format, sheet, !sequential, keyFrameSeconds, Long.MAX_VALUE);
-    JobResult result = new TranscodeJob(settings, Console::progress).run();
+            preset, overlays, format, hlsWindow, sheet, !sequential, keyFrameSeconds, Long.MAX_VALUE);
+    JobResult result = new TranscodeJob(settings, Console::progress, main.listenToSignals()).run();
     if (report != null) Files.writeString(report, result.toJson());
     Console.printTrouble(result.log());
     Console.printRenditions(result);
     printApart(result);
-    return 0;
+    if (result.inputTrouble() == null) return 0;
+    System.err.println("qvs: " + result.inputTrouble() + "; the renditions end there");
+    return Main.EXIT_FAILED;
   }
 
   private void printApart(JobResult result) {

@@ -11,17 +11,22 @@ final class TranscodeJob {
 
   private final JobSettings settings;
   private final Function<Long, Progress> progressOf;
+  private final Interruption interruption;
 
   /** `progressOf` makes the progress display for a length in milliseconds, -1 when unknown. */
-  TranscodeJob(JobSettings settings, Function<Long, Progress> progressOf) {
+  TranscodeJob(JobSettings settings, Function<Long, Progress> progressOf, Interruption interruption) {
     this.settings = settings;
     this.progressOf = progressOf;
+    this.interruption = interruption;
   }
 
-  /** Runs to the end. When it returns every rendition was written whole; otherwise it throws. */
+  /**
+   * Runs to the end, which for live input may be that of its feed or an interruption. When it returns every rendition
+   * was written whole; otherwise it throws.
+   */
   JobResult run() throws HostException, IOException {
     NativeLibraries.loadMedia();
-    try (MediaReader reader = MediaReader.open(settings.input())) {
+    try (MediaReader reader = MediaReader.open(settings.input(), interruption)) {
       boolean pictures = selectStreams(reader);
       StreamInfo source = pictures ? reader.video() : null;
       VideoCodec codec = pictures ? checkSource(settings.input(), source) : null;
@@ -31,7 +36,7 @@ final class TranscodeJob {
       for (RenditionSpec rendition : renditions) checkContainer(rendition.codec());
       SessionSettings sessionSettings =
           new SessionSettings(
-              settings.input().getFileName().toString(),
+              MediaReader.nameOf(settings.input()),
               codec,
               source,
               reader.videoConfig(),
@@ -60,6 +65,7 @@ final class TranscodeJob {
     boolean pictures = wanted && reader.video() != null;
     if (!pictures && !sound)
       throw new HostException(name + (wanted ? "no video stream in it" : "nothing to do, neither pictures nor sound"));
+    if (!pictures && settings.hlsWindow() > 0) throw new HostException(name + "no pictures for --hls-window");
     if (!pictures && !settings.renditions().isEmpty())
       throw new HostException(
           name + (reader.video() == null ? "no video stream in it" : "its pictures are left out, --rendition cannot be"));
@@ -155,6 +161,8 @@ final class TranscodeJob {
       for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
         if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
         if (packet.timecodeMs() - firstMs >= settings.maxMilliseconds()) break;
+        if (interruption.requested() && !reader.isLive())
+          throw new HostException(settings.input() + ": interrupted, its renditions were dropped");
         if (packet.kind() == MediaKind.VIDEO) session.push(packet);
         else session.audio().push(packet, feed.following(MediaKind.AUDIO));
         doneMs = Math.max(doneMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
@@ -182,6 +190,7 @@ final class TranscodeJob {
         doneMs,
         wallSeconds,
         files.writeSheet(),
+        feed.trouble(),
         session.log().lines());
   }
 

@@ -1,8 +1,11 @@
 package com.zarvo.qvs.host;
 
 import java.io.ByteArrayOutputStream;
+import java.io.IOException;
 import java.io.PrintStream;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Path;
+import java.util.ArrayList;
 import java.util.List;
 
 /** One run of the command line with what it printed. */
@@ -22,6 +25,26 @@ record Captured(int code, String out, String err) {
       System.setOut(out);
       System.setErr(err);
     }
+  }
+
+  /** The whole process, as a user starts it: what native code prints counts too. Its words go into a file. */
+  static Process start(Path said, String... arguments) throws IOException {
+    return builder(said, arguments).start();
+  }
+
+  /** The same with a file as standard input. */
+  static Process start(Path input, Path said, String... arguments) throws IOException {
+    return builder(said, arguments).redirectInput(input.toFile()).start();
+  }
+
+  private static ProcessBuilder builder(Path said, String... arguments) {
+    List<String> command = new ArrayList<>();
+    command.add(Path.of(System.getProperty("java.home"), "bin", "java").toString());
+    String libraries = NativeLibraries.DIRECTORY_PROPERTY;
+    command.add("-D" + libraries + "=" + System.getProperty(libraries));
+    command.addAll(List.of("-cp", System.getProperty("java.class.path"), Main.class.getName()));
+    command.addAll(List.of(arguments));
+    return new ProcessBuilder(command).redirectErrorStream(true).redirectOutput(said.toFile());
   }
 
   List<String> outLines() {

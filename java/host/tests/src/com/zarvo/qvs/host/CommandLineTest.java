@@ -43,6 +43,8 @@ class CommandLineTest {
     assertRefused("--keyframes", "transcode", in, "-o", out, "--keyframes", "-1");
     assertRefused("--deinterlace", "transcode", in, "-o", out, "--deinterlace", "maybe");
     assertRefused("--preset", "transcode", in, "-o", out, "--preset", "hasty");
+    assertRefused("--hls-window", "transcode", in, "-o", out, "--format", "hls", "--hls-window", "2");
+    assertRefused("--hls-window", "transcode", in, "-o", out, "--hls-window", "5");
     assertRefused("--fps", "transcode", in, "-o", out, "--fps", "1/0");
     assertRefused("flv cannot hold vp8", "transcode", in, "-o", out, "--format", "flv", "--rendition", "64x48,codec=vp8");
     assertRefused("--loud", "decode", in, "--loud");
@@ -93,25 +95,11 @@ class CommandLineTest {
     assertTrue(!run.err().contains("\tat "), run.err());
   }
 
-  /** The whole process, as a user starts it: what native code prints counts too. */
   @Test
   void theProcessItselfSaysOneLine() throws Exception {
     Path other = Clips.make("-f lavfi -i testsrc2=size=64x64 -frames:v 3 -c:v mjpeg", folder.resolve("alone.mkv"));
-    Path java = Path.of(System.getProperty("java.home"), "bin", "java");
     Path said = folder.resolve("said.txt");
-    Process process =
-        new ProcessBuilder(
-                java.toString(),
-                "-D" + NativeLibraries.DIRECTORY_PROPERTY + "="
-                    + System.getProperty(NativeLibraries.DIRECTORY_PROPERTY),
-                "-cp",
-                System.getProperty("java.class.path"),
-                Main.class.getName(),
-                "decode",
-                other.toString())
-            .redirectError(said.toFile())
-            .start();
-    assertEquals(Main.EXIT_FAILED, process.waitFor());
+    assertEquals(Main.EXIT_FAILED, Captured.start(said, "decode", other.toString()).waitFor());
     List<String> lines = Files.readAllLines(said);
     assertEquals(1, lines.size(), lines.toString());
     assertTrue(lines.get(0).startsWith("qvs: ") && lines.get(0).contains("alone.mkv: video codec 'mjpeg'"), lines.get(0));
