@@ -102,7 +102,7 @@ final class ConformanceCommand implements Callable<Integer> {
         for (MediaPacket packet = reader.next(); packet != null; packet = reader.next()) session.push(packet);
         session.drain();
         counter.total = sums.total();
-        counter.damaged = session.failures() + session.damaged();
+        counter.damaged = session.damagedPictures();
       }
       return counter;
     }

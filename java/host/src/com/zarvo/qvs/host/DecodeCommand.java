@@ -58,8 +58,8 @@ final class DecodeCommand implements Callable<Integer> {
         if (printer.sums != null) printer.sums.close();
       }
       printer.printTotal();
-      if (session.failures() > 0) System.err.println("qvs: damaged pictures: " + session.failures());
-      return verdict(session, printer.count > 0 && session.failures() == 0);
+      if (session.damagedPictures() > 0) System.err.println("qvs: damaged pictures: " + session.damagedPictures());
+      return verdict(session, printer.count > 0 && session.refusedPictures() == 0);
     }
   }
 

@@ -11,6 +11,7 @@ import java.util.Map;
  *
  * @param source null where pictures were left out
  * @param audioSource null where sound was left out
+ * @param damagedPictures refused, mended or left out by the decoder
  * @param damagedSounds packets of sound that could not be decoded
  * @param mediaMs milliseconds of input that were taken
  * @param wallSeconds time it took
@@ -23,6 +24,7 @@ record JobResult(
     AudioStreamInfo audioSource,
     List<Rendition> renditions,
     List<Sound> sounds,
+    long damagedPictures,
     long damagedSounds,
     long pictures,
     long mediaMs,
@@ -68,6 +70,7 @@ record JobResult(
       input.put("colours", source.colours().toMap());
       input.put("display", source.display());
       input.put("pictures", pictures);
+      input.put("damagedPictures", damagedPictures);
     }
     if (audioSource != null) {
       input.put("audioCodec", audioSource.codecName());

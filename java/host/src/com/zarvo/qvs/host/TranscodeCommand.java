@@ -160,6 +160,7 @@ final class TranscodeCommand implements Callable<Integer> {
   }
 
   private void printApart(JobResult result) {
+    if (result.damagedPictures() > 0) System.err.println("qvs: damaged pictures: " + result.damagedPictures());
     if (result.damagedSounds() > 0)
       System.err.println("qvs: " + result.damagedSounds() + " packets of sound were damaged and left out");
     if (result.losesDisplay())

@@ -185,6 +185,7 @@ final class TranscodeJob {
         session.audio() == null ? null : reader.audio(),
         files.results(),
         files.soundResults(),
+        session.damagedPictures(),
         session.audio() == null ? 0 : session.audio().failures(),
         session.pictures(),
         doneMs,

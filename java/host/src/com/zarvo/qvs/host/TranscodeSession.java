@@ -51,8 +51,8 @@ final class TranscodeSession implements AutoCloseable {
   private TimecodeMap times;
   private boolean configured;
   private long firstTime = Long.MIN_VALUE;
-  private long failures;
-  private long damaged;
+  private long refused;
+  private long mended;
   private long[] targets = {};
   private long session;
   private long heldDecoderPicture = -1;
@@ -113,13 +113,13 @@ final class TranscodeSession implements AutoCloseable {
   }
 
   /** Coded pictures that the decoder refused, wholly or in part. */
-  long failures() {
-    return failures;
+  long refusedPictures() {
+    return refused;
   }
 
-  /** Pictures that were mended or left out for damage. */
-  long damaged() {
-    return damaged;
+  /** The same, and those that it mended or left out. */
+  long damagedPictures() {
+    return refused + mended;
   }
 
   /** Changes the rate of a rendition while it runs; it holds from the next picture on. */
@@ -137,14 +137,17 @@ final class TranscodeSession implements AutoCloseable {
         packet.key()
             ? RenditionRoad.FRAME_KEY
             : packet.disposable() ? RenditionRoad.FRAME_DISPOSABLE : RenditionRoad.FRAME_INTER;
-    long refused = videoDecoderAddFrame(session, data, 0, data.length, times.assign(packet), type);
+    long result = videoDecoderAddFrame(session, data, 0, data.length, times.assign(packet), type);
     boolean aborted = false;
+    long mendedBefore = mended;
     for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
       if (decodeStep()) idle = 0;
       aborted |= (status.value & STATUS_ABORTED) != 0;
       if ((status.value & STATUS_INPUT_USED) != 0) break;
     }
-    if (refused != 0 || aborted) failures++;
+    if (result == 0 && !aborted) return;
+    refused++;
+    mended = mendedBefore;
   }
 
   /** Ends the stream: hands out all that the decoder and the encoders still hold. */
@@ -245,7 +248,7 @@ final class TranscodeSession implements AutoCloseable {
     frameInfo.ancillaryData.clear();
     long result = videoDecoderDecode(session, heldDecoderPicture, status, timecode, frameInfo);
     check(result, "decoding failed");
-    if ((status.value & STATUS_DAMAGED) != 0) damaged++;
+    if ((status.value & STATUS_DAMAGED) != 0) mended++;
     boolean picture = (status.value & STATUS_PICTURE) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
     if (!picture) return false;
     long index = heldDecoderPicture;

@@ -220,6 +220,22 @@ class TranscodeRoadTest {
   }
 
   @Test
+  void damagedPicturesAreTold() throws Exception {
+    Path whole = Clips.make("-f lavfi -i testsrc2=size=176x144:rate=25:duration=1 -c:v libx264", folder.resolve("w.264"));
+    byte[] bytes = Files.readAllBytes(whole);
+    for (int i = bytes.length / 2; i < bytes.length; i += 997) bytes[i] ^= 0x5a;
+    Path flipped = Files.write(folder.resolve("f.264"), bytes);
+    Path report = folder.resolve("report.json");
+    Captured run =
+        Captured.run("transcode", flipped.toString(), "-o", outOf("f").toString(), "--report", report.toString());
+    assertEquals(0, run.code(), run.err());
+    assertTrue(run.err().matches("(?s).*qvs: damaged pictures: [1-9].*"), run.err());
+    assertFalse(Files.readString(report).contains("\"damagedPictures\": 0"), Files.readString(report));
+    Captured clean = Captured.run("transcode", whole.toString(), "-o", outOf("w").toString());
+    assertFalse(clean.err().contains("damaged"), clean.err());
+  }
+
+  @Test
   void realClipsBecomeLadders() throws Exception {
     Path media = Clips.media();
     if (media == null) {
