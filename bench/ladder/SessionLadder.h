@@ -17,7 +17,7 @@ namespace qvs::bench {
 class SessionLadder {
  public:
   /// `from` and `config`: the input's codec and configuration record. `outputFolder` empty: packets are
-  /// counted and dropped. `parallel`: encoders work on threads of their own.
+  /// counted and dropped. `parallel`: encoders are asynchronous.
   SessionLadder(const LadderSpec& ladder, Codec from, std::span<uint8_t> config, bool parallel,
                 const std::string& outputFolder);
 
