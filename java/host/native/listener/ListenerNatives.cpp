@@ -1,6 +1,6 @@
 // The native side of PictureTap. A handle is the listener's pointer.
 
-#include "com_zarvo_qvs_host_PictureTap.h"
+#include "com_zarvo_qvs_host_session_PictureTap.h"
 
 #include "listener/DecodedPictureListener.h"
 #include "session/TranscoderSessionNotifyManager.h"
@@ -19,26 +19,26 @@ DecodedPictureListener* listenerOf(jlong handle) {
 
 }  // namespace
 
-JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_PictureTap_attach(JNIEnv*, jclass, jlong session) {
+JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_session_PictureTap_attach(JNIEnv*, jclass, jlong session) {
   auto* listener = new (std::nothrow) DecodedPictureListener;
   if (!listener) return 0;
   TranscoderSessionNotifyManager::getInstance()->addVideoFrameDecodeListener(session, listener);
   return static_cast<jlong>(reinterpret_cast<intptr_t>(listener));
 }
 
-JNIEXPORT jint JNICALL Java_com_zarvo_qvs_host_PictureTap_length(JNIEnv*, jclass, jlong handle) {
+JNIEXPORT jint JNICALL Java_com_zarvo_qvs_host_session_PictureTap_length(JNIEnv*, jclass, jlong handle) {
   return static_cast<jint>(listenerOf(handle)->picture().size());
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_PictureTap_copy(JNIEnv* env, jclass, jlong handle,
-                                                               jbyteArray bytes) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_session_PictureTap_copy(JNIEnv* env, jclass, jlong handle,
+                                                                       jbyteArray bytes) {
   const auto& picture = listenerOf(handle)->picture();
   const jsize size = std::min(env->GetArrayLength(bytes), static_cast<jsize>(picture.size()));
   env->SetByteArrayRegion(bytes, 0, size, reinterpret_cast<const jbyte*>(picture.data()));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_PictureTap_detach(JNIEnv*, jclass, jlong handle,
-                                                                 jlong session) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_session_PictureTap_detach(JNIEnv*, jclass, jlong handle,
+                                                                         jlong session) {
   TranscoderSessionNotifyManager::getInstance()->removeVideoFrameDecodeListener(session, listenerOf(handle));
   delete listenerOf(handle);
 }

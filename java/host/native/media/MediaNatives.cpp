@@ -1,9 +1,9 @@
 // The native side of MediaReader, MediaWriter and PictureQuality. A handle is the object's pointer; each Java
 // object hands its own back once to be deleted.
 
-#include "com_zarvo_qvs_host_MediaReader.h"
-#include "com_zarvo_qvs_host_MediaWriter.h"
-#include "com_zarvo_qvs_host_PictureQuality.h"
+#include "com_zarvo_qvs_host_job_PictureQuality.h"
+#include "com_zarvo_qvs_host_media_MediaReader.h"
+#include "com_zarvo_qvs_host_media_MediaWriter.h"
 
 #include "media/InputFile.h"
 #include "media/JavaScopes.h"
@@ -46,7 +46,7 @@ jlong handleOf(void* pointer) {
 /// Raises a MediaException for a failure; true when the caller may go on.
 bool passed(JNIEnv* env, const MediaStatus& status) {
   if (status.ok()) return true;
-  const jclass type = env->FindClass("com/zarvo/qvs/host/MediaException");
+  const jclass type = env->FindClass("com/zarvo/qvs/host/media/MediaException");
   if (type) env->ThrowNew(type, status.text().c_str());
   return false;
 }
@@ -58,51 +58,55 @@ void store(JNIEnv* env, jlongArray array, const std::array<jlong, N>& values) {
 
 }  // namespace
 
-JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaReader_create(JNIEnv* env, jclass) {
+JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_media_MediaReader_create(JNIEnv* env, jclass) {
   av_log_set_level(AV_LOG_QUIET);
   auto* file = new (std::nothrow) InputFile;
   if (!file) passed(env, MediaStatus::failure("out of memory"));
   return handleOf(file);
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_open(JNIEnv* env, jclass, jlong handle,
-                                                                jstring path, jboolean live) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_open(JNIEnv* env, jclass, jlong handle,
+                                                                      jstring path, jboolean live) {
   passed(env, object<InputFile>(handle)->open(toString(env, path), live == JNI_TRUE));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_stop(JNIEnv*, jclass, jlong handle) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_stop(JNIEnv*, jclass, jlong handle) {
   object<InputFile>(handle)->stop();
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_close(JNIEnv*, jclass, jlong handle) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_close(JNIEnv*, jclass, jlong handle) {
   delete object<InputFile>(handle);
 }
 
-JNIEXPORT jboolean JNICALL Java_com_zarvo_qvs_host_MediaReader_has(JNIEnv*, jclass, jlong handle, jint kind) {
+JNIEXPORT jboolean JNICALL Java_com_zarvo_qvs_host_media_MediaReader_has(JNIEnv*, jclass, jlong handle,
+                                                                         jint kind) {
   return object<InputFile>(handle)->has(static_cast<StreamKind>(kind));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_ignore(JNIEnv*, jclass, jlong handle, jint kind) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_ignore(JNIEnv*, jclass, jlong handle,
+                                                                        jint kind) {
   object<InputFile>(handle)->ignore(static_cast<StreamKind>(kind));
 }
 
-JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_MediaReader_codecName(JNIEnv* env, jclass, jlong handle,
-                                                                        jint kind) {
+JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_codecName(JNIEnv* env, jclass,
+                                                                              jlong handle, jint kind) {
   return env->NewStringUTF(object<InputFile>(handle)->codecName(static_cast<StreamKind>(kind)));
 }
 
-JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_codecConfig(JNIEnv* env, jclass,
-                                                                             jlong handle, jint kind) {
+JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_codecConfig(JNIEnv* env, jclass,
+                                                                                   jlong handle, jint kind) {
   const AVCodecParameters& codec = *object<InputFile>(handle)->stream(static_cast<StreamKind>(kind)).codecpar;
   return toArray(env, codec.extradata, codec.extradata ? codec.extradata_size : 0);
 }
 
-JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_MediaReader_pixelFormat(JNIEnv* env, jclass, jlong handle) {
+JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_pixelFormat(JNIEnv* env, jclass,
+                                                                                jlong handle) {
   return env->NewStringUTF(object<InputFile>(handle)->pixelFormatName());
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_videoProperties(JNIEnv* env, jclass, jlong handle,
-                                                                           jlongArray values) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_videoProperties(JNIEnv* env, jclass,
+                                                                                 jlong handle,
+                                                                                 jlongArray values) {
   const InputFile& file = *object<InputFile>(handle);
   const AVStream& stream = file.stream(StreamKind::kVideo);
   const AVCodecParameters& codec = *stream.codecpar;
@@ -114,8 +118,9 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_videoProperties(JNIEn
              codec.color_space, file.fullRange(), display[0], display[1], display[2], display[3]});
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_audioProperties(JNIEnv* env, jclass, jlong handle,
-                                                                           jlongArray values) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_audioProperties(JNIEnv* env, jclass,
+                                                                                 jlong handle,
+                                                                                 jlongArray values) {
   const InputFile& file = *object<InputFile>(handle);
   const AVStream& stream = file.stream(StreamKind::kAudio);
   store<5>(env, values,
@@ -123,8 +128,8 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_audioProperties(JNIEn
             stream.time_base.den, file.durationMs(StreamKind::kAudio)});
 }
 
-JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_read(JNIEnv* env, jclass, jlong handle,
-                                                                      jlongArray facts) {
+JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_read(JNIEnv* env, jclass, jlong handle,
+                                                                            jlongArray facts) {
   InputFile& file = *object<InputFile>(handle);
   bool atEnd = false;
   if (!passed(env, file.next(&atEnd)) || atEnd) return nullptr;
@@ -143,15 +148,15 @@ JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_read(JNIEnv* en
   return bytes;
 }
 
-JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_newConfig(JNIEnv* env, jclass,
-                                                                           jlong handle) {
+JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_newConfig(JNIEnv* env, jclass,
+                                                                                 jlong handle) {
   size_t size = 0;
   const uint8_t* config = object<InputFile>(handle)->newConfig(&size);
   return toArray(env, config, static_cast<int>(size));
 }
 
-JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaWriter_create(JNIEnv* env, jclass, jstring path,
-                                                                   jstring format) {
+JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_create(JNIEnv* env, jclass, jstring path,
+                                                                         jstring format) {
   av_log_set_level(AV_LOG_QUIET);
   std::unique_ptr<OutputFile> file(new (std::nothrow) OutputFile);
   const MediaStatus status =
@@ -159,9 +164,9 @@ JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaWriter_create(JNIEnv* env, 
   return passed(env, status) ? handleOf(file.release()) : 0;
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addVideo(JNIEnv* env, jclass, jlong handle,
-                                                                    jstring codec, jbyteArray config,
-                                                                    jintArray properties) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_addVideo(JNIEnv* env, jclass, jlong handle,
+                                                                          jstring codec, jbyteArray config,
+                                                                          jintArray properties) {
   std::array<jint, 16> p{};
   env->GetIntArrayRegion(properties, 0, static_cast<jsize>(p.size()), p.data());
   if (env->ExceptionCheck()) return;
@@ -181,11 +186,9 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addVideo(JNIEnv* env,
   passed(env, object<OutputFile>(handle)->addStream(stream));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addAudio(JNIEnv* env, jclass, jlong handle,
-                                                                    jstring codec, jbyteArray config,
-                                                                    jint timeBaseNum, jint timeBaseDen,
-                                                                    jint sampleRate, jint channels,
-                                                                    jint frameSamples, jint delaySamples) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_addAudio(
+    JNIEnv* env, jclass, jlong handle, jstring codec, jbyteArray config, jint timeBaseNum, jint timeBaseDen,
+    jint sampleRate, jint channels, jint frameSamples, jint delaySamples) {
   OutputStream stream;
   stream.codecName = toString(env, codec);
   stream.config = toBytes(env, config);
@@ -197,21 +200,21 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addAudio(JNIEnv* env,
   passed(env, object<OutputFile>(handle)->addStream(stream));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_setOption(JNIEnv* env, jclass, jlong handle,
-                                                                     jstring name, jstring value) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_setOption(JNIEnv* env, jclass, jlong handle,
+                                                                           jstring name, jstring value) {
   object<OutputFile>(handle)->setOption(toString(env, name), toString(env, value));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_begin(JNIEnv* env, jclass, jlong handle,
-                                                                 jboolean keepTimes) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_begin(JNIEnv* env, jclass, jlong handle,
+                                                                       jboolean keepTimes) {
   passed(env, object<OutputFile>(handle)->begin(keepTimes));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_write(JNIEnv* env, jclass, jlong handle,
-                                                                 jint stream, jbyteArray bytes, jint offset,
-                                                                 jint length, jlong pts, jlong dts,
-                                                                 jlong duration, jlong discard,
-                                                                 jboolean key) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_write(JNIEnv* env, jclass, jlong handle,
+                                                                       jint stream, jbyteArray bytes,
+                                                                       jint offset, jint length, jlong pts,
+                                                                       jlong dts, jlong duration,
+                                                                       jlong discard, jboolean key) {
   if (!bytes || offset < 0 || length < 0 ||
       static_cast<jlong>(offset) + length > env->GetArrayLength(bytes)) {
     passed(env, MediaStatus::failure("packet range lies outside its array"));
@@ -234,17 +237,16 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_write(JNIEnv* env, jc
   passed(env, status);
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_finish(JNIEnv* env, jclass, jlong handle) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_finish(JNIEnv* env, jclass, jlong handle) {
   passed(env, object<OutputFile>(handle)->finish());
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_close(JNIEnv*, jclass, jlong handle) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_close(JNIEnv*, jclass, jlong handle) {
   delete object<OutputFile>(handle);
 }
 
-JNIEXPORT jdouble JNICALL Java_com_zarvo_qvs_host_PictureQuality_compare(JNIEnv* env, jclass, jstring source,
-                                                                         jstring rendition, jint x, jint y,
-                                                                         jint width, jint height) {
+JNIEXPORT jdouble JNICALL Java_com_zarvo_qvs_host_job_PictureQuality_compare(
+    JNIEnv* env, jclass, jstring source, jstring rendition, jint x, jint y, jint width, jint height) {
   av_log_set_level(AV_LOG_QUIET);
   ComparisonResult result;
   PictureComparison comparison;

@@ -1,0 +1,221 @@
+package com.zarvo.qvs.host.job;
+
+import com.zarvo.qvs.host.media.AudioStreamInfo;
+import com.zarvo.qvs.host.media.Interruption;
+import com.zarvo.qvs.host.media.MediaException;
+import com.zarvo.qvs.host.media.MediaFeed;
+import com.zarvo.qvs.host.media.MediaKind;
+import com.zarvo.qvs.host.media.MediaPacket;
+import com.zarvo.qvs.host.media.MediaReader;
+import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.AudioCodec;
+import com.zarvo.qvs.host.model.AudioSpec;
+import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.NativeLibraries;
+import com.zarvo.qvs.host.model.OverlaySpec;
+import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.model.VideoCodec;
+import com.zarvo.qvs.host.session.AudioSettings;
+import com.zarvo.qvs.host.session.AudioSource;
+import com.zarvo.qvs.host.session.SessionSettings;
+import com.zarvo.qvs.host.session.TranscodeSession;
+import java.io.IOException;
+import java.nio.file.Path;
+import java.util.List;
+import java.util.function.Function;
+
+/** Makes one file into renditions: reader, session, writers. */
+public final class TranscodeJob {
+  private static final String SUPPORTED_PIXELS = "yuv420p";
+
+  private final JobSettings settings;
+  private final Function<Long, Progress> progressOf;
+  private final Interruption interruption;
+
+  /** `progressOf` makes the progress display for a length in milliseconds, -1 when unknown. */
+  public TranscodeJob(JobSettings settings, Function<Long, Progress> progressOf, Interruption interruption) {
+    this.settings = settings;
+    this.progressOf = progressOf;
+    this.interruption = interruption;
+  }
+
+  /**
+   * Runs to the end, which for live input may be that of its feed or an interruption. When it returns every rendition
+   * was written whole; otherwise it throws.
+   */
+  public JobResult run() throws HostException, IOException {
+    NativeLibraries.loadMedia();
+    try (MediaReader reader = MediaReader.open(settings.input(), interruption)) {
+      boolean pictures = selectStreams(reader);
+      StreamInfo source = pictures ? reader.video() : null;
+      VideoCodec codec = pictures ? checkSource(settings.input(), source) : null;
+      List<RenditionSpec> renditions =
+          pictures ? settled(codec, source) : List.of();
+      checkOverlays(renditions.size());
+      for (RenditionSpec rendition : renditions) checkContainer(rendition.codec());
+      SessionSettings sessionSettings =
+          new SessionSettings(
+              MediaReader.nameOf(settings.input()),
+              codec,
+              source,
+              reader.videoConfig(),
+              settings.deinterlace(),
+              renditions,
+              settings.overlays(),
+              settings.parallel(),
+              settings.keyFrameSeconds(),
+              audioSettings(reader),
+              ContactSheet.CELL_WIDTH);
+      MediaFeed feed = new MediaFeed(reader);
+      try (RenditionFiles files = new RenditionFiles(settings, source, renditions);
+          TranscodeSession session = new TranscodeSession(sessionSettings, files, feed)) {
+        files.open(session.audio(), feed);
+        return pump(reader, feed, session, files, source);
+      }
+    }
+  }
+
+  /** Settles which streams are read; true when pictures are among them. */
+  private boolean selectStreams(MediaReader reader) throws HostException {
+    String name = settings.input() + ": ";
+    boolean sound = !sounds(reader).isEmpty();
+    if (sound && reader.audio() == null) throw new HostException(name + "no audio stream in it");
+    boolean wanted = settings.pictures() && settings.format().holdsPictures();
+    boolean pictures = wanted && reader.video() != null;
+    if (!pictures && !sound)
+      throw new HostException(name + (wanted ? "no video stream in it" : "nothing to do, neither pictures nor sound"));
+    if (!pictures && settings.hlsWindow() > 0) throw new HostException(name + "no pictures for --hls-window");
+    if (!pictures && !settings.renditions().isEmpty())
+      throw new HostException(
+          name + (reader.video() == null ? "no video stream in it" : "its pictures are left out, --rendition cannot be"));
+    if (!sound) reader.ignore(MediaKind.AUDIO);
+    if (!pictures) reader.ignore(MediaKind.VIDEO);
+    return pictures;
+  }
+
+  private AudioSettings audioSettings(MediaReader reader) throws HostException {
+    List<AudioSpec> sounds = sounds(reader);
+    if (sounds.isEmpty()) return null;
+    checkSound(settings.input(), reader.audio());
+    return new AudioSettings(reader.audio(), settings.conversion(), sounds);
+  }
+
+  // Sound that nobody asked for must not keep the pictures from being made.
+  private List<AudioSpec> sounds(MediaReader reader) {
+    boolean along = settings.soundAlong() && settings.format().takesSoundAlong() && reader.audio() != null;
+    if (!settings.sounds().isEmpty() || !along) return settings.sounds();
+    try {
+      checkSound(settings.input(), reader.audio());
+      return List.of(AudioSpec.parse(AudioCodec.AAC.codecName));
+    } catch (HostException e) {
+      return List.of();
+    }
+  }
+
+  private List<RenditionSpec> settled(VideoCodec codec, StreamInfo source) {
+    List<RenditionSpec> wanted =
+        settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
+    return wanted.stream()
+        .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset()))
+        .map(spec -> hidesItsAspect(codec, source) ? spec.withOwnBars(source.displayAspect()) : spec)
+        .toList();
+  }
+
+  // An MPEG-2 stream of square pixels says so by a number that its decoder takes for a square picture.
+  private static boolean hidesItsAspect(VideoCodec codec, StreamInfo source) {
+    return codec == VideoCodec.MPEG2 && source.pixelAspect().num() == source.pixelAspect().den();
+  }
+
+  private void checkContainer(VideoCodec codec) throws HostException {
+    if (!settings.format().holds(codec))
+      throw new HostException("--format " + settings.format().label() + " cannot hold " + codec.codecName);
+  }
+
+  /** Refuses sound that the session cannot take. */
+  public static void checkSound(Path input, AudioStreamInfo source) throws HostException {
+    try (AudioSource tried = new AudioSource(source)) {
+      tried.codec();
+    } catch (HostException | MediaException e) {
+      throw new HostException(input + ": " + e.getMessage());
+    }
+  }
+
+  /** The codec of a source that the session can take. */
+  public static VideoCodec checkSource(Path input, StreamInfo source) throws HostException {
+    String name = input + ": ";
+    if (source == null) throw new HostException(name + "no video stream in it");
+    VideoCodec codec;
+    try {
+      codec = VideoCodec.ofStream(source.codecName());
+    } catch (HostException e) {
+      throw new HostException(name + e.getMessage());
+    }
+    if (source.width() > RenditionSpec.MAX_SIZE || source.height() > RenditionSpec.MAX_SIZE)
+      throw new HostException(name + "pictures of " + source.width() + "x" + source.height() + " are too large");
+    // The range variant names the same layout; others that the decoder does not convert would come out empty.
+    if (codec.wantsNoConfig()
+        && !source.pixelFormat().isEmpty()
+        && !source.pixelFormat().equals(SUPPORTED_PIXELS)
+        && !source.pixelFormat().equals("yuvj420p"))
+      throw new HostException(
+          name + "pixel format " + source.pixelFormat() + " is not supported, only 8-bit 4:2:0 is");
+    return codec;
+  }
+
+  private void checkOverlays(int renditions) throws HostException {
+    for (OverlaySpec overlay : settings.overlays())
+      if (overlay.rendition() >= renditions)
+        throw new HostException(
+            "overlay on=" + overlay.rendition() + ": there are only renditions 0 to " + (renditions - 1));
+  }
+
+  private JobResult pump(
+      MediaReader reader, MediaFeed feed, TranscodeSession session, RenditionFiles files, StreamInfo source)
+      throws HostException, IOException {
+    long startNs = System.nanoTime();
+    Progress progress = progressOf.apply(source != null ? source.durationMs() : reader.audio().durationMs());
+    long firstMs = Long.MIN_VALUE;
+    long doneMs = 0;
+    try {
+      for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
+        if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
+        if (packet.timecodeMs() - firstMs >= settings.maxMilliseconds()) break;
+        if (interruption.requested() && !reader.isLive())
+          throw new HostException(settings.input() + ": interrupted, its renditions were dropped");
+        if (packet.kind() == MediaKind.VIDEO) session.push(packet);
+        else session.audio().push(packet, feed.following(MediaKind.AUDIO));
+        doneMs = Math.max(doneMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
+        progress.update(doneMs, session.pictures());
+      }
+      session.drain();
+      progress.finish(doneMs, session.pictures());
+    } finally {
+      progress.close();
+    }
+    if (source != null && session.pictures() == 0)
+      throw new HostException(settings.input() + ": no picture in it could be decoded");
+    if (session.audio() != null && session.audio().frames() == 0)
+      throw new HostException(settings.input() + ": no sound in it could be decoded");
+    files.finish(session);
+    double wallSeconds = (System.nanoTime() - startNs) / 1e9;
+    return new JobResult(
+        settings,
+        source,
+        session.audio() == null ? null : reader.audio(),
+        files.results(),
+        files.soundResults(),
+        session.damagedPictures(),
+        session.audio() == null ? 0 : session.audio().failures(),
+        session.pictures(),
+        doneMs,
+        wallSeconds,
+        files.writeSheet(),
+        feed.trouble(),
+        session.log().lines());
+  }
+
+  private static long lengthMs(MediaReader reader, MediaPacket packet) {
+    if (packet.kind() == MediaKind.AUDIO) return reader.audio().timeBase().toMilliseconds(packet.duration());
+    return Math.round(1000 / reader.video().frameRateOrDefault());
+  }
+}

@@ -1,0 +1,346 @@
+package com.zarvo.qvs.host.session;
+
+import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
+
+import com.zarvo.qvs.host.media.MediaException;
+import com.zarvo.qvs.host.media.MediaFeed;
+import com.zarvo.qvs.host.media.MediaPacket;
+import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.NativeLibraries;
+import com.zarvo.qvs.host.model.OverlaySpec;
+import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.model.VideoCodec;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeLong;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeParameterValue;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeStreamContext;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoDecodeFrameInfo;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
+import java.io.IOException;
+import java.util.ArrayList;
+import java.util.List;
+
+/**
+ * Drives one native session: coded packets in, coded packets of every rendition out. One thread at a time.
+ *
+ * <p>The calls come in the order that the native side wants: the decoder, the scaler, the decoder's pool, each
+ * encoder with its own pool, then per picture decode, scale into every rendition, encode, collect, release.
+ */
+public final class TranscodeSession implements AutoCloseable {
+  private static final long FOURCC_YV12 = 0x32315659L;
+  private static final long SCALER_CPU = 1;
+  private static final long BIT_DEPTH = 8;
+  private static final int DECODER_PICTURES = 4;
+  private static final int RENDITION_PICTURES = 3;
+  private static final long MAX_PICTURE_SIDE = 8192;
+  // Lets the CPU honour crop, padding and fill, which it otherwise leaves to devices.
+  private static final long SCALE_FLAG_PLACE_ON_CPU = 0x10000;
+  private static final long STATUS_INPUT_USED = 0x01;
+  private static final long STATUS_PICTURE = 0x04;
+  private static final long STATUS_INCOMPLETE = 0x08;
+  private static final long STATUS_DAMAGED = 0x10;
+  private static final long STATUS_ABORTED = 0x40;
+  private static final long STATUS_FLUSHED = 0x80;
+  private static final int KEY_DEINTERLACE = 0;
+  private static final int KEY_DEINTERLACE_DOUBLE_RATE = 1;
+  private static final int KEY_END_OF_STREAM = 100200;
+  private static final int LOG_FETCH_INTERVAL_PICTURES = 250;
+  // A decoder that neither takes input nor gives pictures would spin for ever.
+  private static final int MAX_IDLE_STEPS = 64;
+
+  private final SessionSettings settings;
+  private final SessionOutput output;
+  private final SessionLog log;
+  private final List<RenditionRoad> roads = new ArrayList<>();
+  private final TranscoderNativeLong status = new TranscoderNativeLong();
+  private final TranscoderNativeLong timecode = new TranscoderNativeLong();
+  private final TranscoderNativeVideoDecodeFrameInfo frameInfo = new TranscoderNativeVideoDecodeFrameInfo();
+  private AudioRoad audio;
+  private VideoSource source;
+  private TimecodeMap times;
+  private boolean configured;
+  private long firstTime = Long.MIN_VALUE;
+  private long refused;
+  private long mended;
+  private long[] targets = {};
+  private long session;
+  private long heldDecoderPicture = -1;
+  private long pictures;
+
+  /**
+   * Opens a session ready for its first packet; nothing is left behind when that fails. The form of sound is learnt
+   * from packets that lie ahead in `feed`, which may be null where there is no sound to do.
+   */
+  public TranscodeSession(SessionSettings settings, SessionOutput output, MediaFeed feed)
+      throws HostException, MediaException {
+    this.settings = settings;
+    this.output = output;
+    this.log = new SessionLog("host/transcode/" + settings.name());
+    NativeLibraries.loadTranscoder();
+    session = createInstance(context(""));
+    if (session == 0) throw new HostException("no transcoder session could be made");
+    boolean ready = false;
+    try {
+      initInstance(session);
+      if (settings.codec() != null) wirePictures();
+      if (settings.audio() != null) audio = new AudioRoad(this, settings.audio(), feed, this::context);
+      ready = true;
+    } finally {
+      if (!ready) close();
+    }
+  }
+
+  /** The native session's number; valid until {@link #close}. */
+  public long handle() {
+    return session;
+  }
+
+  /** The stream's name. */
+  public String name() {
+    return settings.name();
+  }
+
+  /** The audio side, null when sound is left out. */
+  public AudioRoad audio() {
+    return audio;
+  }
+
+  /** What was logged so far. */
+  public SessionLog log() {
+    if (session != 0) log.fetch(session);
+    return log;
+  }
+
+  /** Pictures decoded so far. */
+  public long pictures() {
+    return pictures;
+  }
+
+  /** Pictures that went to the encoder of a rendition so far. */
+  public long encodedPictures(int rendition) {
+    return roads.get(rendition).added();
+  }
+
+  /** Coded pictures that the decoder refused, wholly or in part. */
+  public long refusedPictures() {
+    return refused;
+  }
+
+  /** The same, and those that it mended or left out. */
+  public long damagedPictures() {
+    return refused + mended;
+  }
+
+  /** Changes the rate of a rendition while it runs; it holds from the next picture on. */
+  public void updateBitRate(int rendition, long bitsPerSecond) throws HostException {
+    roads.get(rendition).updateBitRate(bitsPerSecond);
+  }
+
+  /** Takes one coded packet through the whole road. A damaged one costs its own picture only. */
+  public void push(MediaPacket packet) throws HostException, IOException {
+    // Containers keep empty packets where a live encoder dropped a picture.
+    if (!source.accept(packet)) return;
+    if (!configured || source.configChanged()) configure();
+    byte[] data = source.data();
+    long type =
+        packet.key()
+            ? RenditionRoad.FRAME_KEY
+            : packet.disposable() ? RenditionRoad.FRAME_DISPOSABLE : RenditionRoad.FRAME_INTER;
+    long result = videoDecoderAddFrame(session, data, 0, data.length, times.assign(packet), type);
+    boolean aborted = false;
+    long mendedBefore = mended;
+    for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
+      if (decodeStep()) idle = 0;
+      aborted |= (status.value & STATUS_ABORTED) != 0;
+      if ((status.value & STATUS_INPUT_USED) != 0) break;
+    }
+    if (result == 0 && !aborted) return;
+    refused++;
+    mended = mendedBefore;
+  }
+
+  /** Ends the stream: hands out all that the decoder and the encoders still hold. */
+  public void drain() throws HostException, IOException {
+    if (configured) drainDecoder();
+    collect();
+    for (RenditionRoad road : roads) road.flush();
+    if (audio != null) audio.drain();
+  }
+
+  private void drainDecoder() throws HostException, IOException {
+    if (settings.codec().wantsNoConfig()) return;
+    NativeParameters end = new NativeParameters().set(KEY_END_OF_STREAM, 1);
+    check(videoDecoderSetParameterValues(session, end.toArray()), "end of stream");
+    for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
+      if (decodeStep()) idle = 0;
+      if ((status.value & STATUS_FLUSHED) != 0) return;
+    }
+  }
+
+  private void configure() throws HostException {
+    byte[] config = source.config();
+    check(videoDecoderDecodeCodecConfig(session, config, 0, config.length), "codec configuration");
+    configured = true;
+  }
+
+  private void collect() throws HostException, IOException {
+    for (RenditionRoad road : roads) road.collect();
+  }
+
+  /** Frees the native session and all that belongs to it; the log stays readable. */
+  @Override
+  public void close() {
+    if (session == 0) return;
+    if (heldDecoderPicture >= 0) videoDecoderBufferRelease(session, heldDecoderPicture);
+    heldDecoderPicture = -1;
+    log.fetch(session);
+    if (audio != null) audio.close();
+    destroyInstance(session);
+    session = 0;
+  }
+
+  private void wirePictures() throws HostException {
+    wireDecoder();
+    boolean placement = settings.renditions().stream().anyMatch(RenditionSpec::needsPlacement);
+    check(videoScalerCreate(session, FOURCC_YV12, BIT_DEPTH), "scaler");
+    check(videoScalerSetImplementation(session, SCALER_CPU, -1), "scaler");
+    check(videoScalerSetFlags(session, placement ? SCALE_FLAG_PLACE_ON_CPU : 0), "scaler");
+    check(videoDecoderBuffersCreate(session, DECODER_PICTURES), "pool of decoded pictures");
+    check(videoDecoderSetFrameSizeLimits(session, MAX_PICTURE_SIDE, MAX_PICTURE_SIDE, 1, 1), "size limits");
+    check(videoEncoderBufferSetsCreate(session, RENDITION_PICTURES), "pools of renditions");
+    for (int i = 0; i < settings.renditions().size(); i++)
+      roads.add(new RenditionRoad(this, settings, i, context(settings.renditions().get(i).sizeText())));
+    targets = new long[roads.size()];
+    check(videoScalerInitialize(session), "scaler");
+    if (source.config() != null) configure();
+    placeOverlays();
+  }
+
+  private void wireDecoder() throws HostException {
+    VideoCodec codec = settings.codec();
+    String what = settings.name() + ": no decoder for " + codec.codecName;
+    check(videoDecoderCreate(session, 0, codec.id, codec.version, BIT_DEPTH, 0, FOURCC_YV12, context("")), what);
+    source = new VideoSource(codec, settings.config());
+    times = new TimecodeMap(codec.reorders(), settings.source().timeBase(), settings.source().frameRate());
+    if (!codec.wantsNoConfig()) check(videoDecoderSetParameterValues(session, decoderParameters()), what);
+    check(videoDecoderApplyParameters(session), what);
+    videoDecoderSetGPUID(session, -1);
+    check(videoDecoderInitialize(session), what);
+  }
+
+  private TranscoderNativeParameterValue[] decoderParameters() {
+    Deinterlace wanted = settings.deinterlace();
+    return new NativeParameters()
+        .set(KEY_DEINTERLACE, wanted.mode)
+        .set(KEY_DEINTERLACE_DOUBLE_RATE, wanted.doubleRate)
+        .toArray();
+  }
+
+  private void placeOverlays() throws HostException {
+    int slot = 0;
+    for (OverlaySpec spec : settings.overlays()) {
+      OverlayImage image = OverlayImage.load(spec.image());
+      if (spec.rendition() == OverlaySpec.ON_DECODER) {
+        TranscoderNativeVideoFrame frame =
+            image.placed(spec, settings.source().width(), settings.source().height());
+        check(videoDecoderBufferSetOverlayVideoFrame(session, slot++, frame), "overlay");
+      } else {
+        roads.get(spec.rendition()).setOverlay(slot++, spec, image);
+      }
+    }
+  }
+
+  /** One step of the decoder; true when it gave a picture. */
+  private boolean decodeStep() throws HostException, IOException {
+    if (heldDecoderPicture < 0) heldDecoderPicture = allocateDecoderPicture();
+    frameInfo.timcodeInfo.clear();
+    frameInfo.ancillaryData.clear();
+    long result = videoDecoderDecode(session, heldDecoderPicture, status, timecode, frameInfo);
+    check(result, "decoding failed");
+    if ((status.value & STATUS_DAMAGED) != 0) mended++;
+    boolean picture = (status.value & STATUS_PICTURE) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
+    if (!picture) return false;
+    long index = heldDecoderPicture;
+    try {
+      boolean hidden = times.isHidden(timecode.value);
+      long time = times.delivered(timecode.value);
+      if (!hidden) deliver(index, time);
+      if (!hidden && doublesRate()) deliverSecond(index);
+    } finally {
+      heldDecoderPicture = -1;
+      videoDecoderBufferRelease(session, index);
+    }
+    if (++pictures % LOG_FETCH_INTERVAL_PICTURES == 0) log.fetch(session);
+    return true;
+  }
+
+  private boolean doublesRate() {
+    return settings.deinterlace() == Deinterlace.DOUBLE && settings.codec().deinterlaces();
+  }
+
+  private void deliverSecond(long index) throws HostException, IOException {
+    check(videoDecoderGetFrame(session, index, timecode), "the second field could not be fetched");
+    double rate = frameInfo.frameRate > 0 ? frameInfo.frameRate : settings.source().frameRateOrDefault();
+    deliver(index, times.deliveredAfter(0.5 / rate));
+    pictures++;
+  }
+
+  private long allocateDecoderPicture() throws HostException, IOException {
+    long index = videoDecoderBufferAllocate(session);
+    if (index >= 0) return index;
+    collect();
+    index = videoDecoderBufferAllocate(session);
+    if (index < 0) throw new HostException("all pictures of the decoder are taken");
+    return index;
+  }
+
+  /** Scales one decoded picture into every rendition that wants it and sends the results to the encoders. */
+  private void deliver(long decoderPicture, long time) throws HostException, IOException {
+    if (firstTime == Long.MIN_VALUE) firstTime = time;
+    try {
+      for (int i = 0; i < targets.length; i++) targets[i] = roads.get(i).takeTarget(time);
+      check(videoDecoderTransferFrameStart(session, decoderPicture, targets), "a picture could not be delivered");
+      output.decoded(time, (int) frameInfo.displayWidth, (int) frameInfo.displayHeight);
+      for (RenditionRoad road : roads) road.scaleFrom(decoderPicture, time);
+      // The smallest rendition is done first, so it is asked first and gets its next picture while others work.
+      for (int i = roads.size() - 1; i >= 0; i--) roads.get(i).encode(time);
+      for (RenditionRoad road : roads) road.showPreview(time);
+    } finally {
+      for (RenditionRoad road : roads) road.releaseTarget();
+    }
+  }
+
+  /** The time of the first picture, from which all renditions count. */
+  long firstTime() {
+    return firstTime;
+  }
+
+  public TimecodeMap times() {
+    return times;
+  }
+
+  SessionOutput output() {
+    return output;
+  }
+
+  private TranscoderNativeStreamContext context(String rendition) {
+    TranscoderNativeStreamContext context = new TranscoderNativeStreamContext();
+    context.vhost = "host";
+    context.appName = "transcode";
+    context.appInstanceName = "_definst_";
+    context.streamNameBase = settings.name();
+    context.streamName = settings.name();
+    context.renditionName = rendition;
+    context.sessionExtraDataStr = "";
+    context.renditionExtraDataStr = "";
+    return context;
+  }
+
+  /** Turns a failure number into an exception that carries the session's own words where it has any. */
+  public void check(long result, String what) throws HostException {
+    if (result == 0) return;
+    log.fetch(session);
+    String trouble = log.lastTrouble();
+    throw new HostException(trouble.isEmpty() ? what : what + " (" + trouble + ")");
+  }
+}
