@@ -1,7 +1,6 @@
 package com.zarvo.qvs.host.cli;
 
 import com.zarvo.qvs.host.job.PictureSums;
-import com.zarvo.qvs.host.job.TranscodeJob;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
@@ -14,6 +13,7 @@ import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.SessionOutput;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
+import com.zarvo.qvs.host.session.VideoSource;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -104,7 +104,7 @@ final class ConformanceCommand implements Callable<Integer> {
       if (video == null) return null;
       reader.ignore(MediaKind.AUDIO);
       VideoCodec codec = VideoCodec.ofStream(video.codecName());
-      TranscodeJob.checkSource(file, video);
+      VideoSource.codecOf(file, video);
       SessionSettings settings =
           new SessionSettings(
               file.getFileName().toString(), codec, video, reader.videoConfig(), Deinterlace.OFF, List.of(),

@@ -1,7 +1,6 @@
 package com.zarvo.qvs.host.cli;
 
 import com.zarvo.qvs.host.job.PictureSums;
-import com.zarvo.qvs.host.job.TranscodeJob;
 import com.zarvo.qvs.host.job.WaveFile;
 import com.zarvo.qvs.host.media.MediaFeed;
 import com.zarvo.qvs.host.media.MediaKind;
@@ -13,10 +12,12 @@ import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.AudioSettings;
+import com.zarvo.qvs.host.session.AudioSource;
 import com.zarvo.qvs.host.session.SessionLog;
 import com.zarvo.qvs.host.session.SessionOutput;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
+import com.zarvo.qvs.host.session.VideoSource;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeAudioFrame;
 import java.io.IOException;
 import java.nio.file.Files;
@@ -62,7 +63,7 @@ final class DecodeCommand implements Callable<Integer> {
 
   private int decodePictures(MediaReader reader) throws HostException, IOException {
     reader.ignore(MediaKind.AUDIO);
-    VideoCodec codec = TranscodeJob.checkSource(input, reader.video());
+    VideoCodec codec = VideoSource.codecOf(input, reader.video());
     StreamInfo source = reader.video();
     Printer printer = new Printer();
     SessionSettings settings = settings(codec, source, reader.videoConfig(), null);
@@ -82,7 +83,7 @@ final class DecodeCommand implements Callable<Integer> {
 
   private int decodeSound(MediaReader reader) throws HostException, IOException {
     if (reader.audio() == null) throw new HostException(input + ": no audio stream in it");
-    TranscodeJob.checkSound(input, reader.audio());
+    AudioSource.check(input, reader.audio());
     if (Files.exists(pcm) && Files.exists(input) && Files.isSameFile(pcm, input))
       throw new HostException(pcm + ": is the input itself");
     reader.ignore(MediaKind.VIDEO);

@@ -44,7 +44,7 @@ final class DemoCommand implements Callable<Integer> {
   private static final List<String> LADDER =
       List.of("1280x720@2500k", "854x480@1200k,fit=stretch", "640x360@700k");
 
-  @ParentCommand private Main main;
+  @ParentCommand private Interruptible main;
 
   @Option(names = "-o", defaultValue = "out/demo", paramLabel = "DIR", description = "Where everything goes.")
   private Path directory;

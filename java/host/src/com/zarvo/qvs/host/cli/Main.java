@@ -25,9 +25,7 @@ import picocli.CommandLine.ScopeType;
     subcommands = {
       TranscodeCommand.class, DecodeCommand.class, DemoCommand.class, SoakCommand.class, ConformanceCommand.class
     })
-public final class Main {
-  static final int EXIT_FAILED = 1;
-  static final int EXIT_USAGE = 2;
+public final class Main implements Interruptible {
 
   private final Interruption interruption = new Interruption();
 
@@ -43,17 +41,17 @@ public final class Main {
     if (arguments.length == 0) arguments = new String[] {"--help"};
     Main main = new Main();
     CommandLine commandLine = new CommandLine(main);
-    commandLine.setParameterExceptionHandler((e, given) -> fail(e.getMessage(), EXIT_USAGE));
-    commandLine.setExecutionExceptionHandler((e, command, parsed) -> fail(explain(e), EXIT_FAILED));
+    commandLine.setParameterExceptionHandler((e, given) -> fail(e.getMessage(), CommandLine.ExitCode.USAGE));
+    commandLine.setExecutionExceptionHandler((e, command, parsed) -> fail(explain(e), CommandLine.ExitCode.SOFTWARE));
     try (main.interruption) {
       return commandLine.execute(arguments);
     } catch (OutOfMemoryError e) {
-      return fail("out of memory", EXIT_FAILED);
+      return fail("out of memory", CommandLine.ExitCode.SOFTWARE);
     }
   }
 
-  /** Lets a signal end the running command in order: the command has to look for it from now on. */
-  Interruption listenToSignals() {
+  @Override
+  public Interruption listenToSignals() {
     interruption.listen();
     return interruption;
   }

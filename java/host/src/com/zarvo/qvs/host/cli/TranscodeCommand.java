@@ -15,6 +15,7 @@ import java.util.ArrayList;
 import java.util.List;
 import java.util.concurrent.Callable;
 import picocli.CommandLine.Command;
+import picocli.CommandLine.ExitCode;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Option;
@@ -30,7 +31,7 @@ final class TranscodeCommand implements Callable<Integer> {
   private static final int MIN_HLS_WINDOW = 3;
 
   @Spec private CommandSpec spec;
-  @ParentCommand private Main main;
+  @ParentCommand private Interruptible main;
 
   @Parameters(
       paramLabel = "INPUT",
@@ -165,7 +166,7 @@ final class TranscodeCommand implements Callable<Integer> {
     printApart(result);
     if (result.inputTrouble() == null) return 0;
     System.err.println("qvs: " + result.inputTrouble() + "; the renditions end there");
-    return Main.EXIT_FAILED;
+    return ExitCode.SOFTWARE;
   }
 
   private void printApart(JobResult result) {

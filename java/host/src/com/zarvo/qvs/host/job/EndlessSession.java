@@ -14,9 +14,11 @@ import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.AudioSettings;
+import com.zarvo.qvs.host.session.AudioSource;
 import com.zarvo.qvs.host.session.SessionOutput;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
+import com.zarvo.qvs.host.session.VideoSource;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeAudioFrame;
 import com.zarvo.qvs.transcoder.model.TranscoderPacket;
 import java.io.IOException;
@@ -53,8 +55,8 @@ public final class EndlessSession implements SessionOutput, AutoCloseable {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(input)) {
       if (reader.audio() == null) throw new HostException(input + ": no audio stream in it");
-      TranscodeJob.checkSound(input, reader.audio());
-      VideoCodec codec = withPictures ? TranscodeJob.checkSource(input, reader.video()) : null;
+      AudioSource.check(input, reader.audio());
+      VideoCodec codec = withPictures ? VideoSource.codecOf(input, reader.video()) : null;
       if (!withPictures) reader.ignore(MediaKind.VIDEO);
       sound = new EndlessStream(reader.audio().timeBase());
       pictures = withPictures ? new EndlessStream(reader.video().timeBase()) : null;

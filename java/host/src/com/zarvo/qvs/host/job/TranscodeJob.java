@@ -1,8 +1,6 @@
 package com.zarvo.qvs.host.job;
 
-import com.zarvo.qvs.host.media.AudioStreamInfo;
 import com.zarvo.qvs.host.media.Interruption;
-import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaFeed;
 import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
@@ -19,15 +17,13 @@ import com.zarvo.qvs.host.session.AudioSettings;
 import com.zarvo.qvs.host.session.AudioSource;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
+import com.zarvo.qvs.host.session.VideoSource;
 import java.io.IOException;
-import java.nio.file.Path;
 import java.util.List;
 import java.util.function.Function;
 
 /** Makes one file into renditions: reader, session, writers. */
 public final class TranscodeJob {
-  private static final String SUPPORTED_PIXELS = "yuv420p";
-
   private final JobSettings settings;
   private final Function<Long, Progress> progressOf;
   private final Interruption interruption;
@@ -48,7 +44,7 @@ public final class TranscodeJob {
     try (MediaReader reader = MediaReader.open(settings.input(), interruption)) {
       boolean pictures = selectStreams(reader);
       StreamInfo source = pictures ? reader.video() : null;
-      VideoCodec codec = pictures ? checkSource(settings.input(), source) : null;
+      VideoCodec codec = pictures ? VideoSource.codecOf(settings.input(), source) : null;
       List<RenditionSpec> renditions =
           pictures ? settled(codec, source) : List.of();
       checkOverlays(renditions.size());
@@ -96,7 +92,7 @@ public final class TranscodeJob {
   private AudioSettings audioSettings(MediaReader reader) throws HostException {
     List<AudioSpec> sounds = sounds(reader);
     if (sounds.isEmpty()) return null;
-    checkSound(settings.input(), reader.audio());
+    AudioSource.check(settings.input(), reader.audio());
     return new AudioSettings(reader.audio(), settings.conversion(), sounds);
   }
 
@@ -105,7 +101,7 @@ public final class TranscodeJob {
     boolean along = settings.soundAlong() && settings.format().takesSoundAlong() && reader.audio() != null;
     if (!settings.sounds().isEmpty() || !along) return settings.sounds();
     try {
-      checkSound(settings.input(), reader.audio());
+      AudioSource.check(settings.input(), reader.audio());
       return List.of(AudioSpec.parse(AudioCodec.AAC.codecName));
     } catch (HostException e) {
       return List.of();
@@ -129,37 +125,6 @@ public final class TranscodeJob {
   private void checkContainer(VideoCodec codec) throws HostException {
     if (!settings.format().holds(codec))
       throw new HostException("--format " + settings.format().label() + " cannot hold " + codec.codecName);
-  }
-
-  /** Refuses sound that the session cannot take. */
-  public static void checkSound(Path input, AudioStreamInfo source) throws HostException {
-    try (AudioSource tried = new AudioSource(source)) {
-      tried.codec();
-    } catch (HostException | MediaException e) {
-      throw new HostException(input + ": " + e.getMessage());
-    }
-  }
-
-  /** The codec of a source that the session can take. */
-  public static VideoCodec checkSource(Path input, StreamInfo source) throws HostException {
-    String name = input + ": ";
-    if (source == null) throw new HostException(name + "no video stream in it");
-    VideoCodec codec;
-    try {
-      codec = VideoCodec.ofStream(source.codecName());
-    } catch (HostException e) {
-      throw new HostException(name + e.getMessage());
-    }
-    if (source.width() > RenditionSpec.MAX_SIZE || source.height() > RenditionSpec.MAX_SIZE)
-      throw new HostException(name + "pictures of " + source.width() + "x" + source.height() + " are too large");
-    // The range variant names the same layout; others that the decoder does not convert would come out empty.
-    if (codec.wantsNoConfig()
-        && !source.pixelFormat().isEmpty()
-        && !source.pixelFormat().equals(SUPPORTED_PIXELS)
-        && !source.pixelFormat().equals("yuvj420p"))
-      throw new HostException(
-          name + "pixel format " + source.pixelFormat() + " is not supported, only 8-bit 4:2:0 is");
-    return codec;
   }
 
   private void checkOverlays(int renditions) throws HostException {

@@ -7,8 +7,8 @@ package com.zarvo.qvs.host.model;
 final class MutedErrors {
   private int saved;
 
-  MutedErrors() throws HostException {
-    NativeLibraries.loadMedia();
+  /** The container library has to be loaded. */
+  MutedErrors() {
     saved = mute();
   }
 

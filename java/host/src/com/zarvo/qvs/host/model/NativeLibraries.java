@@ -32,6 +32,7 @@ public final class NativeLibraries {
     }
     for (int kind = 0; kind < PATH_KINDS; kind++)
       TranscoderSessionNative.setNativeLibPath(kind, directory().toString());
+    loadMedia();
     MutedErrors muted = new MutedErrors();
     long result;
     try {

@@ -17,7 +17,7 @@ import java.util.List;
 
 /** One audio rendition within a session: its encoder and the copies of decoded blocks that go through it. */
 public final class AudioRenditionRoad {
-  private final TranscodeSession owner;
+  private final NativeSession owner;
   private final AudioSpec spec;
   private final int index;
   private final List<TranscoderPacket> headers = new ArrayList<>();
@@ -25,7 +25,7 @@ public final class AudioRenditionRoad {
 
   /** Makes encoder and converter of rendition `index`; rate and channels of `spec` are settled. */
   AudioRenditionRoad(
-      TranscodeSession owner, AudioSpec spec, int index, TranscoderNativeStreamContext context) throws HostException {
+      NativeSession owner, AudioSpec spec, int index, TranscoderNativeStreamContext context) throws HostException {
     this.owner = owner;
     this.spec = spec;
     this.index = index;

@@ -18,7 +18,6 @@ import com.zarvo.qvs.transcoder.model.TranscoderNativeStreamContext;
 import java.io.IOException;
 import java.util.ArrayList;
 import java.util.List;
-import java.util.function.Function;
 
 /**
  * The audio side of a session. The calls come in the order that the native side wants: the decoder, its
@@ -34,7 +33,7 @@ public final class AudioRoad implements AutoCloseable {
   private static final int G711_PIECE = 4000;
   private static final int MAX_SILENT_BLOCKS = 200;
 
-  private final TranscodeSession owner;
+  private final NativeSession owner;
   private final AudioSettings settings;
   private final AudioSource source;
   private final AudioClock clock;
@@ -45,11 +44,7 @@ public final class AudioRoad implements AutoCloseable {
   private long failures;
 
   /** Wires the audio side of a session by a look at the first packets of `feed`. */
-  AudioRoad(
-      TranscodeSession owner,
-      AudioSettings settings,
-      MediaFeed feed,
-      Function<String, TranscoderNativeStreamContext> contexts)
+  AudioRoad(NativeSession owner, AudioSettings settings, MediaFeed feed)
       throws HostException, MediaException {
     this.owner = owner;
     this.settings = settings;
@@ -59,22 +54,21 @@ public final class AudioRoad implements AutoCloseable {
       MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
       if (first == null) throw new HostException(owner.name() + ": its audio stream is empty");
       this.clock = new AudioClock(settings.source().timeBase(), first.pts());
-      wire(feed, contexts);
+      wire(feed);
       ready = true;
     } finally {
       if (!ready) source.close();
     }
   }
 
-  private void wire(MediaFeed feed, Function<String, TranscoderNativeStreamContext> contexts)
-      throws HostException, MediaException {
-    wireDecoder(contexts.apply(""));
+  private void wire(MediaFeed feed) throws HostException, MediaException {
+    wireDecoder(owner.context(""));
     decodeFirstFrame(feed);
     allocateBlocks();
     if (settings.conversion().isNeeded()) addConverter();
     for (int i = 0; i < settings.renditions().size(); i++) {
       AudioSpec spec = settled(settings.renditions().get(i));
-      renditions.add(new AudioRenditionRoad(owner, spec, i, contexts.apply(spec.nameText())));
+      renditions.add(new AudioRenditionRoad(owner, spec, i, owner.context(spec.nameText())));
     }
   }
 

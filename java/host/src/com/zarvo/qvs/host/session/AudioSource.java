@@ -10,6 +10,7 @@ import com.zarvo.qvs.host.model.AudioCodec;
 import com.zarvo.qvs.host.model.HostException;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
+import java.nio.file.Path;
 import java.util.Arrays;
 
 /** Turns what a container holds of a coded sound into what the session's decoders take. */
@@ -31,7 +32,7 @@ public final class AudioSource implements AutoCloseable {
   private VorbisDurations durations;
 
   /** Refuses what no decoder of the session can serve. */
-  public AudioSource(AudioStreamInfo info) throws HostException, MediaException {
+  AudioSource(AudioStreamInfo info) throws HostException, MediaException {
     this.info = info;
     this.codec = AudioCodec.ofStream(info.codecName());
     switch (codec) {
@@ -49,7 +50,16 @@ public final class AudioSource implements AutoCloseable {
     }
   }
 
-  public AudioCodec codec() {
+  /** Refuses audio that a session cannot take, in a line that names `input`. */
+  public static void check(Path input, AudioStreamInfo source) throws HostException {
+    try (AudioSource tried = new AudioSource(source)) {
+      tried.codec();
+    } catch (HostException | MediaException e) {
+      throw new HostException(input + ": " + e.getMessage());
+    }
+  }
+
+  AudioCodec codec() {
     return codec;
   }
 

@@ -24,8 +24,9 @@ public final class RenditionRoad {
   private static final long FOURCC_YV12 = 0x32315659L;
   private static final long BIT_DEPTH = 8;
 
-  private final TranscodeSession owner;
+  private final NativeSession owner;
   private final SessionSettings settings;
+  private final TimecodeMap times;
   private final RenditionSpec spec;
   private final int index;
   private final FrameRateLimiter limiter;
@@ -39,14 +40,15 @@ public final class RenditionRoad {
 
   /** Makes encoder and pool of rendition `index`, which becomes the number of both. */
   RenditionRoad(
-      TranscodeSession owner, SessionSettings settings, int index, TranscoderNativeStreamContext context)
-      throws HostException {
+      NativeSession owner, SessionSettings settings, int index, TimecodeMap times) throws HostException {
     this.owner = owner;
     this.settings = settings;
+    this.times = times;
     this.index = index;
     this.spec = settings.renditions().get(index);
     this.limiter = new FrameRateLimiter(spec.frameRate());
     long session = owner.handle();
+    TranscoderNativeStreamContext context = owner.context(spec.sizeText());
     String what = "no encoder for " + spec.codec().codecName + " " + spec.sizeText();
     TranscoderNativeLong number = new TranscoderNativeLong();
     number.value = -1;
@@ -107,7 +109,7 @@ public final class RenditionRoad {
   }
 
   /** Hands the scaled picture over. The picture's number goes before the pool's: the native order. */
-  void encode(long time) throws HostException, IOException {
+  void encode(long time, long firstTime) throws HostException, IOException {
     long session = owner.handle();
     if (skipped) {
       videoEncoderSkipFrame(session, index, target, index, FRAME_INTER, time);
@@ -117,7 +119,7 @@ public final class RenditionRoad {
     // next picture, which leaves them the whole time of decoding and scaling.
     if (settings.parallel()) collect();
     // Counted from the first picture of all, so that every rendition has its key pictures at the same times.
-    long due = (long) Math.floor((time - owner.firstTime() + 0.5) / (settings.keyFrameSeconds() * 1000)) + 1;
+    long due = (long) Math.floor((time - firstTime + 0.5) / (settings.keyFrameSeconds() * 1000)) + 1;
     boolean key = due > keys;
     owner.check(
         videoEncoderAddFrame(session, index, target, index, key ? FRAME_KEY : FRAME_INTER, time), "encoding failed");
@@ -155,7 +157,7 @@ public final class RenditionRoad {
 
   // Where the encoder reorders, a packet's timecode is that of its decoding.
   private void passOn(TranscoderPacket packet) throws HostException, IOException {
-    long pts = owner.times().ptsOf(packet.timecode + packet.timecodeOffset);
+    long pts = times.ptsOf(packet.timecode + packet.timecodeOffset);
     long dts = packet.timecodeOffset == 0 ? pts : settings.source().timeBase().ofMilliseconds(packet.timecode);
     owner.output().packet(index, packet, pts, Math.min(dts, pts));
   }

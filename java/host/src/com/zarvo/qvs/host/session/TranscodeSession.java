@@ -7,13 +7,11 @@ import com.zarvo.qvs.host.media.MediaFeed;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
-import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeLong;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeParameterValue;
-import com.zarvo.qvs.transcoder.model.TranscoderNativeStreamContext;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoDecodeFrameInfo;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import java.io.IOException;
@@ -49,8 +47,7 @@ public final class TranscodeSession implements AutoCloseable {
   private static final int MAX_IDLE_STEPS = 64;
 
   private final SessionSettings settings;
-  private final SessionOutput output;
-  private final SessionLog log;
+  private final NativeSession owner;
   private final List<RenditionRoad> roads = new ArrayList<>();
   private final TranscoderNativeLong status = new TranscoderNativeLong();
   private final TranscoderNativeLong timecode = new TranscoderNativeLong();
@@ -74,16 +71,12 @@ public final class TranscodeSession implements AutoCloseable {
   public TranscodeSession(SessionSettings settings, SessionOutput output, MediaFeed feed)
       throws HostException, MediaException {
     this.settings = settings;
-    this.output = output;
-    this.log = new SessionLog("host/transcode/" + settings.name());
-    NativeLibraries.loadTranscoder();
-    session = createInstance(context(""));
-    if (session == 0) throw new HostException("no transcoder session could be made");
+    owner = new NativeSession(settings.name(), output);
+    session = owner.handle();
     boolean ready = false;
     try {
-      initInstance(session);
       if (settings.codec() != null) wirePictures();
-      if (settings.audio() != null) audio = new AudioRoad(this, settings.audio(), feed, this::context);
+      if (settings.audio() != null) audio = new AudioRoad(owner, settings.audio(), feed);
       ready = true;
     } finally {
       if (!ready) close();
@@ -107,8 +100,7 @@ public final class TranscodeSession implements AutoCloseable {
 
   /** What was logged so far. */
   public SessionLog log() {
-    if (session != 0) log.fetch(session);
-    return log;
+    return owner.log();
   }
 
   /** Pictures decoded so far. */
@@ -193,9 +185,8 @@ public final class TranscodeSession implements AutoCloseable {
     if (session == 0) return;
     if (heldDecoderPicture >= 0) videoDecoderBufferRelease(session, heldDecoderPicture);
     heldDecoderPicture = -1;
-    log.fetch(session);
     if (audio != null) audio.close();
-    destroyInstance(session);
+    owner.close();
     session = 0;
   }
 
@@ -209,7 +200,7 @@ public final class TranscodeSession implements AutoCloseable {
     check(videoDecoderSetFrameSizeLimits(session, MAX_PICTURE_SIDE, MAX_PICTURE_SIDE, 1, 1), "size limits");
     check(videoEncoderBufferSetsCreate(session, RENDITION_PICTURES), "pools of renditions");
     for (int i = 0; i < settings.renditions().size(); i++)
-      roads.add(new RenditionRoad(this, settings, i, context(settings.renditions().get(i).sizeText())));
+      roads.add(new RenditionRoad(owner, settings, i, times));
     targets = new long[roads.size()];
     check(videoScalerInitialize(session), "scaler");
     if (source.config() != null) configure();
@@ -219,7 +210,7 @@ public final class TranscodeSession implements AutoCloseable {
   private void wireDecoder() throws HostException {
     VideoCodec codec = settings.codec();
     String what = settings.name() + ": no decoder for " + codec.codecName;
-    check(videoDecoderCreate(session, 0, codec.id, codec.version, BIT_DEPTH, 0, FOURCC_YV12, context("")), what);
+    check(videoDecoderCreate(session, 0, codec.id, codec.version, BIT_DEPTH, 0, FOURCC_YV12, owner.context("")), what);
     source = new VideoSource(codec, settings.config());
     times = new TimecodeMap(codec.reorders(), settings.source().timeBase(), settings.source().frameRate());
     if (!codec.wantsNoConfig()) check(videoDecoderSetParameterValues(session, decoderParameters()), what);
@@ -270,7 +261,7 @@ public final class TranscodeSession implements AutoCloseable {
       heldDecoderPicture = -1;
       videoDecoderBufferRelease(session, index);
     }
-    if (++pictures % LOG_FETCH_INTERVAL_PICTURES == 0) log.fetch(session);
+    if (++pictures % LOG_FETCH_INTERVAL_PICTURES == 0) owner.fetchLog();
     return true;
   }
 
@@ -300,47 +291,23 @@ public final class TranscodeSession implements AutoCloseable {
     try {
       for (int i = 0; i < targets.length; i++) targets[i] = roads.get(i).takeTarget(time);
       check(videoDecoderTransferFrameStart(session, decoderPicture, targets), "a picture could not be delivered");
-      output.decoded(time, (int) frameInfo.displayWidth, (int) frameInfo.displayHeight);
+      owner.output().decoded(time, (int) frameInfo.displayWidth, (int) frameInfo.displayHeight);
       for (RenditionRoad road : roads) road.scaleFrom(decoderPicture, time);
       // The smallest rendition is done first, so it is asked first and gets its next picture while others work.
-      for (int i = roads.size() - 1; i >= 0; i--) roads.get(i).encode(time);
+      for (int i = roads.size() - 1; i >= 0; i--) roads.get(i).encode(time, firstTime);
       for (RenditionRoad road : roads) road.showPreview(time);
     } finally {
       for (RenditionRoad road : roads) road.releaseTarget();
     }
   }
 
-  /** The time of the first picture, from which all renditions count. */
-  long firstTime() {
-    return firstTime;
-  }
-
+  /** The exact times of pictures. */
   public TimecodeMap times() {
     return times;
   }
 
-  SessionOutput output() {
-    return output;
-  }
-
-  private TranscoderNativeStreamContext context(String rendition) {
-    TranscoderNativeStreamContext context = new TranscoderNativeStreamContext();
-    context.vhost = "host";
-    context.appName = "transcode";
-    context.appInstanceName = "_definst_";
-    context.streamNameBase = settings.name();
-    context.streamName = settings.name();
-    context.renditionName = rendition;
-    context.sessionExtraDataStr = "";
-    context.renditionExtraDataStr = "";
-    return context;
-  }
-
   /** Turns a failure number into an exception that carries the session's own words where it has any. */
   public void check(long result, String what) throws HostException {
-    if (result == 0) return;
-    log.fetch(session);
-    String trouble = log.lastTrouble();
-    throw new HostException(trouble.isEmpty() ? what : what + " (" + trouble + ")");
+    owner.check(result, what);
   }
 }

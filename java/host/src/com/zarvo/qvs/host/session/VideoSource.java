@@ -3,7 +3,11 @@ package com.zarvo.qvs.host.session;
 import com.zarvo.qvs.host.bitstream.NalUnits;
 import com.zarvo.qvs.host.bitstream.ParameterSets;
 import com.zarvo.qvs.host.media.MediaPacket;
+import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
+import java.nio.file.Path;
 import java.util.List;
 
 /**
@@ -11,8 +15,9 @@ import java.util.List;
  * wants ahead of the first one. H.264 and H.265 go in with lengths before their units: where a container has start
  * codes the form is changed, and the record is made of the parameter sets in the stream.
  */
-final class VideoSource {
+public final class VideoSource {
   private static final byte[] NONE = {};
+  private static final String SUPPORTED_PIXELS = "yuv420p";
 
   private final VideoCodec codec;
   private final boolean hevc;
@@ -23,6 +28,28 @@ final class VideoSource {
   private int lengthBytes = NalUnits.LENGTH_BYTES;
   private boolean configChanged;
   private byte[] data;
+
+  /** The codec of a source that a session can take; refuses others in a line that names `input`. */
+  public static VideoCodec codecOf(Path input, StreamInfo source) throws HostException {
+    String name = input + ": ";
+    if (source == null) throw new HostException(name + "no video stream in it");
+    VideoCodec codec;
+    try {
+      codec = VideoCodec.ofStream(source.codecName());
+    } catch (HostException e) {
+      throw new HostException(name + e.getMessage());
+    }
+    if (source.width() > RenditionSpec.MAX_SIZE || source.height() > RenditionSpec.MAX_SIZE)
+      throw new HostException(name + "pictures of " + source.width() + "x" + source.height() + " are too large");
+    // The range variant names the same layout; others that the decoder does not convert would come out empty.
+    if (codec.wantsNoConfig()
+        && !source.pixelFormat().isEmpty()
+        && !source.pixelFormat().equals(SUPPORTED_PIXELS)
+        && !source.pixelFormat().equals("yuvj420p"))
+      throw new HostException(
+          name + "pixel format " + source.pixelFormat() + " is not supported, only 8-bit 4:2:0 is");
+    return codec;
+  }
 
   /** `containerConfig` as libavformat keeps it, may be empty. */
   VideoSource(VideoCodec codec, byte[] containerConfig) {
