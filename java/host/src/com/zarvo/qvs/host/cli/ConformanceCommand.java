@@ -1,19 +1,17 @@
 package com.zarvo.qvs.host.cli;
 
-import com.zarvo.qvs.host.job.PictureSums;
+import com.zarvo.qvs.host.job.FrameChecksums;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.MediaReader;
 import com.zarvo.qvs.host.media.StreamInfo;
-import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.SessionOutput;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
-import com.zarvo.qvs.host.session.VideoSource;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -72,7 +70,7 @@ final class ConformanceCommand implements Callable<Integer> {
       boolean equal = counter.total.equals(expected);
       if (equal) exact++;
       String verdict = equal ? "exact" : expected != null ? whyUnequal(file, counter, expected) : "no sum listed";
-      report(file, counter.codec.codecName, counter.pictures, verdict, expected != null);
+      report(file, counter.codec.codecName, counter.frames, verdict, expected != null);
     } catch (HostException | MediaException e) {
       if (expected != null) report(file, "-", 0, e.getMessage(), true);
     }
@@ -91,10 +89,10 @@ final class ConformanceCommand implements Callable<Integer> {
     return "another sum";
   }
 
-  private void report(Path file, String codec, long pictures, String verdict, boolean isListed) {
+  private void report(Path file, String codec, long frames, String verdict, boolean isListed) {
     streams++;
     if (isListed) listed++;
-    System.out.printf("%-72s %-10s %5d  %s%n", folder.relativize(file), codec, pictures, verdict);
+    System.out.printf("%-72s %-10s %5d  %s%n", folder.relativize(file), codec, frames, verdict);
   }
 
   /** All pictures of a file, turned clockwise; null where it has none. */
@@ -104,19 +102,16 @@ final class ConformanceCommand implements Callable<Integer> {
       if (video == null) return null;
       reader.ignore(MediaKind.AUDIO);
       VideoCodec codec = VideoCodec.ofStream(video.codecName());
-      VideoSource.codecOf(file, video);
       SessionSettings settings =
-          new SessionSettings(
-              file.getFileName().toString(), codec, video, reader.videoConfig(), Deinterlace.OFF, List.of(),
-              List.of(), false, 1, null, 0);
+          SessionSettings.of(file.getFileName().toString()).video(reader).build();
       Counter counter = new Counter(codec, video.pixelFormat(), quarters);
       try (TranscodeSession session = new TranscodeSession(settings, counter, null);
-          PictureSums sums = new PictureSums(session)) {
+          FrameChecksums sums = new FrameChecksums(session)) {
         counter.sums = sums;
         for (MediaPacket packet = reader.next(); packet != null; packet = reader.next()) session.push(packet);
         session.drain();
         counter.total = sums.total();
-        counter.damaged = session.damagedPictures();
+        counter.damaged = session.damagedFrames();
       }
       return counter;
     }
@@ -126,8 +121,8 @@ final class ConformanceCommand implements Callable<Integer> {
     private final VideoCodec codec;
     private final String pixelFormat;
     private final int quarters;
-    private PictureSums sums;
-    private long pictures;
+    private FrameChecksums sums;
+    private long frames;
     private boolean isOdd;
     private long damaged;
     private String total = "";
@@ -143,7 +138,7 @@ final class ConformanceCommand implements Callable<Integer> {
       isOdd |= (width | height) % 2 != 0;
       if (quarters == 0) sums.next();
       else sums.addTurned(width, height, quarters);
-      pictures++;
+      frames++;
     }
   }
 }

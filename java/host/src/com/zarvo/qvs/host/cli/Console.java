@@ -19,9 +19,9 @@ final class Console {
     if (!result.renditions().isEmpty())
       System.out.printf("%-12s %-5s %9s %12s %8s  %s%n", "size", "codec", "pictures", "bit rate", "speed", "file");
     for (JobResult.Rendition rendition : result.renditions()) System.out.println(row(result, rendition));
-    if (!result.sounds().isEmpty())
+    if (!result.audioRenditions().isEmpty())
       System.out.printf("%-12s %-6s %8s %12s %8s  %s%n", "sound", "codec", "packets", "bit rate", "speed", "file");
-    for (JobResult.Sound sound : result.sounds()) System.out.println(row(result, sound));
+    for (JobResult.AudioRendition audio : result.audioRenditions()) System.out.println(row(result, audio));
     if (result.contactSheet() != null) System.out.println("contact sheet: " + result.contactSheet());
   }
 
@@ -31,22 +31,22 @@ final class Console {
         "%-12s %-5s %9d %7.0f kb/s %7.1fx  %s",
         rendition.spec().sizeText(),
         rendition.spec().codec().codecName,
-        rendition.pictures(),
+        rendition.frames(),
         rendition.bitRate(result.mediaMs()) / 1000,
         result.speed(),
         rendition.file());
   }
 
-  private static String row(JobResult result, JobResult.Sound sound) {
+  private static String row(JobResult result, JobResult.AudioRendition audio) {
     return String.format(
         Locale.ROOT,
         "%-12s %-6s %8d %7.0f kb/s %7.1fx  %s",
-        sound.spec().sampleRate() + "x" + sound.spec().channels(),
-        sound.spec().codec().codecName,
-        sound.packets(),
-        sound.bitRate(result.mediaMs()) / 1000,
+        audio.spec().sampleRate() + "x" + audio.spec().channels(),
+        audio.spec().codec().codecName,
+        audio.packets(),
+        audio.bitRate(result.mediaMs()) / 1000,
         result.speed(),
-        sound.files().stream().map(file -> file.getFileName().toString()).collect(Collectors.joining(", ")));
+        audio.files().stream().map(file -> file.getFileName().toString()).collect(Collectors.joining(", ")));
   }
 
   /** Log lines that tell of trouble. */

@@ -1,23 +1,20 @@
 package com.zarvo.qvs.host.cli;
 
-import com.zarvo.qvs.host.job.PictureSums;
+import com.zarvo.qvs.host.job.FrameChecksums;
 import com.zarvo.qvs.host.job.WaveFile;
 import com.zarvo.qvs.host.media.MediaFeed;
 import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.MediaReader;
-import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
-import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.AudioSettings;
 import com.zarvo.qvs.host.session.AudioSource;
 import com.zarvo.qvs.host.session.SessionLog;
 import com.zarvo.qvs.host.session.SessionOutput;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
-import com.zarvo.qvs.host.session.VideoSource;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeAudioFrame;
 import java.io.IOException;
 import java.nio.file.Files;
@@ -57,18 +54,16 @@ final class DecodeCommand implements Callable<Integer> {
   public Integer call() throws Exception {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(input)) {
-      return pcm == null ? decodePictures(reader) : decodeSound(reader);
+      return pcm == null ? decodeVideo(reader) : decodeAudio(reader);
     }
   }
 
-  private int decodePictures(MediaReader reader) throws HostException, IOException {
+  private int decodeVideo(MediaReader reader) throws HostException, IOException {
     reader.ignore(MediaKind.AUDIO);
-    VideoCodec codec = VideoSource.codecOf(input, reader.video());
-    StreamInfo source = reader.video();
     Printer printer = new Printer();
-    SessionSettings settings = settings(codec, source, reader.videoConfig(), null);
+    SessionSettings settings = settings().video(reader).build();
     try (TranscodeSession session = new TranscodeSession(settings, printer, null)) {
-      if (sums) printer.sums = new PictureSums(session);
+      if (sums) printer.sums = new FrameChecksums(session);
       try {
         for (MediaPacket packet = reader.next(); packet != null; packet = reader.next()) session.push(packet);
         session.drain();
@@ -76,12 +71,12 @@ final class DecodeCommand implements Callable<Integer> {
         if (printer.sums != null) printer.sums.close();
       }
       printer.printTotal();
-      if (session.damagedPictures() > 0) System.err.println("qvs: damaged pictures: " + session.damagedPictures());
-      return verdict(session, printer.count > 0 && session.refusedPictures() == 0);
+      if (session.damagedFrames() > 0) System.err.println("qvs: damaged pictures: " + session.damagedFrames());
+      return verdict(session, printer.count > 0 && session.refusedFrames() == 0);
     }
   }
 
-  private int decodeSound(MediaReader reader) throws HostException, IOException {
+  private int decodeAudio(MediaReader reader) throws HostException, IOException {
     if (reader.audio() == null) throw new HostException(input + ": no audio stream in it");
     AudioSource.check(input, reader.audio());
     if (Files.exists(pcm) && Files.exists(input) && Files.isSameFile(pcm, input))
@@ -89,9 +84,9 @@ final class DecodeCommand implements Callable<Integer> {
     reader.ignore(MediaKind.VIDEO);
     AudioSettings audio = new AudioSettings(reader.audio(), conversion.wanted(), List.of());
     MediaFeed feed = new MediaFeed(reader);
-    SoundWriter writer = new SoundWriter(pcm);
+    WaveWriter writer = new WaveWriter(pcm);
     try (writer;
-        TranscodeSession session = new TranscodeSession(settings(null, null, null, audio), writer, feed)) {
+        TranscodeSession session = new TranscodeSession(settings().audio(audio).build(), writer, feed)) {
       for (MediaPacket packet = feed.next(); packet != null; packet = feed.next())
         session.audio().push(packet, feed.following(MediaKind.AUDIO));
       session.drain();
@@ -102,9 +97,8 @@ final class DecodeCommand implements Callable<Integer> {
     }
   }
 
-  private SessionSettings settings(VideoCodec codec, StreamInfo source, byte[] config, AudioSettings audio) {
-    return new SessionSettings(
-        MediaReader.nameOf(input), codec, source, config, deinterlace, List.of(), List.of(), false, 1, audio, 0);
+  private SessionSettings.Builder settings() {
+    return SessionSettings.of(MediaReader.nameOf(input)).deinterlace(deinterlace);
   }
 
   private static int verdict(TranscodeSession session, boolean whole) {
@@ -114,11 +108,11 @@ final class DecodeCommand implements Callable<Integer> {
   }
 
   /** Makes the file with the first block, so that refused input leaves no trace. */
-  private static final class SoundWriter implements SessionOutput, AutoCloseable {
+  private static final class WaveWriter implements SessionOutput, AutoCloseable {
     private final Path path;
     private WaveFile file;
 
-    SoundWriter(Path path) {
+    WaveWriter(Path path) {
       this.path = path;
     }
 
@@ -149,7 +143,7 @@ final class DecodeCommand implements Callable<Integer> {
 
   /** Prints "index, timecode, WxH, md5" a picture. */
   private static final class Printer implements SessionOutput {
-    private PictureSums sums;
+    private FrameChecksums sums;
     private long count;
 
     @Override

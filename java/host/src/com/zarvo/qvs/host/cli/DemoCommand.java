@@ -2,8 +2,8 @@ package com.zarvo.qvs.host.cli;
 
 import com.zarvo.qvs.host.job.JobResult;
 import com.zarvo.qvs.host.job.JobSettings;
-import com.zarvo.qvs.host.job.PictureQuality;
 import com.zarvo.qvs.host.job.TranscodeJob;
+import com.zarvo.qvs.host.job.VideoQuality;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
@@ -38,7 +38,7 @@ final class DemoCommand implements Callable<Integer> {
   private static final int LOGO_HEIGHT = 80;
   private static final String FONT = "/usr/share/fonts/truetype/dejavu/DejaVuSans-Bold.ttf";
   // A tone that moves between the speakers, with a beep each second.
-  private static final String SOUND =
+  private static final String AUDIO_SOURCE =
       "aevalsrc='0.2*sin(440*2*PI*t)*(0.5+0.5*sin(t))+0.2*sin(880*2*PI*t)*lt(mod(t,1),0.1)"
           + "|0.2*sin(440*2*PI*t)*(0.5-0.5*sin(t))+0.2*sin(880*2*PI*t)*lt(mod(t,1),0.1)':s=48000";
   private static final List<String> LADDER =
@@ -66,13 +66,11 @@ final class DemoCommand implements Callable<Integer> {
     drawLogo(logo);
     OverlaySpec overlay = OverlaySpec.parse(logo + ",align=top-right,x=24,y=24");
     JobSettings settings =
-        JobSettings.usual(
-            source,
-            directory,
-            LADDER.stream().map(RenditionSpec::parse).toList(),
-            List.of(overlay),
-            directory.resolve("contact-sheet.png"),
-            Long.MAX_VALUE);
+        JobSettings.of(source, directory)
+            .renditions(LADDER.stream().map(RenditionSpec::parse).toList())
+            .overlays(List.of(overlay))
+            .contactSheet(directory.resolve("contact-sheet.png"))
+            .build();
     JobResult result = new TranscodeJob(settings, Console::progress, main.listenToSignals()).run();
     Console.printTrouble(result.log());
     printTable(result, source, overlay);
@@ -90,24 +88,24 @@ final class DemoCommand implements Callable<Integer> {
           Locale.ROOT,
           "%-10s %8d %8.0f kb/s %8.1fx %6.2f dB  %s%n",
           rendition.spec().sizeText(),
-          rendition.pictures(),
+          rendition.frames(),
           rendition.bitRate(result.mediaMs()) / 1000,
           result.speed(),
-          PictureQuality.psnr(source, rendition.file(), covered),
+          VideoQuality.psnr(source, rendition.file(), covered),
           rendition.file());
     System.out.println("speed: of the whole ladder, in multiples of real time; PSNR: without the logo's rectangle");
     System.out.println("contact sheet: " + result.contactSheet());
   }
 
   private void makeSource(Path file) throws HostException, IOException, InterruptedException {
-    String picture =
+    String frame =
         "mandelbrot=size=640x360:rate=30:maxiter=80,scale=" + SOURCE_WIDTH + ":" + SOURCE_HEIGHT + ",format=yuv420p";
     if (Files.exists(Path.of(FONT)))
-      picture +=
+      frame +=
           ",drawtext=fontfile=" + FONT + ":text='moving text  %{pts\\:hms}':fontsize=48:fontcolor=white"
               + ":box=1:boxcolor=black@0.5:boxborderw=12:y=h-120:x='mod(t*160,w+600)-600'";
     run(
-        "ffmpeg", "-hide_banner", "-loglevel", "error", "-y", "-f", "lavfi", "-i", picture, "-f", "lavfi", "-i", SOUND,
+        "ffmpeg", "-hide_banner", "-loglevel", "error", "-y", "-f", "lavfi", "-i", frame, "-f", "lavfi", "-i", AUDIO_SOURCE,
         "-t", Integer.toString(seconds), "-c:v", "libx264", "-preset", "veryfast", "-b:v", "4M", "-g", "60", "-c:a",
         "aac", "-b:a", "128k", file.toString());
   }

@@ -45,7 +45,7 @@ final class SoakCommand implements Callable<Integer> {
   private Path directory;
 
   @Option(names = "--sound", description = "One session and the file's sound as a stream without end.")
-  private boolean sound;
+  private boolean audio;
 
   @Option(
       names = "--feed",
@@ -55,7 +55,7 @@ final class SoakCommand implements Callable<Integer> {
   @Override
   public Integer call() throws Exception {
     if (MediaReader.isLive(input)) throw new HostException(input + ": a soak reads its input again and again");
-    if (!sound && !feed) return soak(this::takePictures, () -> "");
+    if (!audio && !feed) return soak(this::takeVideo, () -> "");
     try (EndlessSession session = new EndlessSession(input, feed)) {
       session.pass();
       int verdict = soak(session::pass, () -> String.format(Locale.ROOT, ", %.2f hours", session.hours()));
@@ -65,7 +65,7 @@ final class SoakCommand implements Callable<Integer> {
 
   private static boolean staysInStep(EndlessSession session) {
     System.out.println(session.contents());
-    boolean inStep = session.picturesAreRight();
+    boolean inStep = session.videoIsRight();
     for (Map.Entry<String, Double> drift : session.drifts().entrySet()) {
       System.out.printf(Locale.ROOT, "drift of %s: %.2f ms%n", drift.getKey(), drift.getValue());
       inStep &= drift.getValue() <= MAX_DRIFT_MS;
@@ -77,8 +77,8 @@ final class SoakCommand implements Callable<Integer> {
     void run() throws Exception;
   }
 
-  private void takePictures() throws Exception {
-    JobSettings settings = JobSettings.usual(input, directory, List.of(), List.of(), null, TAKEN_MS);
+  private void takeVideo() throws Exception {
+    JobSettings settings = JobSettings.of(input, directory).maxMilliseconds(TAKEN_MS).build();
     new TranscodeJob(settings, total -> new Progress(System.err, false, total), new Interruption()).run();
   }
 

@@ -75,7 +75,7 @@ final class TranscodeCommand implements Callable<Integer> {
         "channels, mask and source-mask (speakers as bits: 1 left, 2 right, 4 centre, ...). Every file of pictures",
         "takes all audio renditions that its container can hold; others go into files of their own."
       })
-  private List<AudioSpec> sounds = new ArrayList<>();
+  private List<AudioSpec> audioRenditions = new ArrayList<>();
 
   @Mixin private AudioConversionOptions conversion;
 
@@ -153,12 +153,25 @@ final class TranscodeCommand implements Callable<Integer> {
     if (hlsWindow != 0 && (!format.isFolder() || hlsWindow < MIN_HLS_WINDOW))
       throw new ParameterException(
           spec.commandLine(), "--hls-window takes " + MIN_HLS_WINDOW + " segments or more, and --format hls");
-    if (noAudio && !sounds.isEmpty()) throw new ParameterException(spec.commandLine(), "--no-audio contradicts --audio");
+    if (noAudio && !audioRenditions.isEmpty()) throw new ParameterException(spec.commandLine(), "--no-audio contradicts --audio");
     Path sheet = noContactSheet ? null : directory.resolve("contact-sheet.png");
     JobSettings settings =
-        new JobSettings(
-            input, directory, renditions, sounds, conversion.wanted(), !noVideo, !noAudio, deinterlace, frameRate,
-            preset, overlays, format, hlsWindow, sheet, !sequential, keyFrameSeconds, Long.MAX_VALUE);
+        JobSettings.of(input, directory)
+            .renditions(renditions)
+            .audioRenditions(audioRenditions)
+            .conversion(conversion.wanted())
+            .video(!noVideo)
+            .audioAlong(!noAudio)
+            .deinterlace(deinterlace)
+            .frameRate(frameRate)
+            .preset(preset)
+            .overlays(overlays)
+            .format(format)
+            .hlsWindow(hlsWindow)
+            .contactSheet(sheet)
+            .parallel(!sequential)
+            .keyFrameSeconds(keyFrameSeconds)
+            .build();
     JobResult result = new TranscodeJob(settings, Console::progress, main.listenToSignals()).run();
     if (report != null) Files.writeString(report, result.toJson());
     Console.printTrouble(result.log());
@@ -170,18 +183,18 @@ final class TranscodeCommand implements Callable<Integer> {
   }
 
   private void printApart(JobResult result) {
-    if (result.damagedPictures() > 0) System.err.println("qvs: damaged pictures: " + result.damagedPictures());
-    if (result.damagedSounds() > 0)
-      System.err.println("qvs: " + result.damagedSounds() + " packets of sound were damaged and left out");
+    if (result.damagedFrames() > 0) System.err.println("qvs: damaged pictures: " + result.damagedFrames());
+    if (result.damagedAudioPackets() > 0)
+      System.err.println("qvs: " + result.damagedAudioPackets() + " packets of sound were damaged and left out");
     if (result.losesDisplay())
       System.err.println(
           "qvs: " + format.label() + " cannot say that the pictures are to be " + result.source().display()
               + ": they are written as coded");
     if (result.renditions().isEmpty()) return;
-    for (JobResult.Sound sound : result.sounds())
-      if (!format.holds(sound.spec().codec()))
+    for (JobResult.AudioRendition audio : result.audioRenditions())
+      if (!format.holds(audio.spec().codec()))
         System.err.println(
-            "qvs: " + format.label() + " cannot hold " + sound.spec().codec().codecName + ": it is in "
-                + sound.files().get(0));
+            "qvs: " + format.label() + " cannot hold " + audio.spec().codec().codecName + ": it is in "
+                + audio.files().get(0));
   }
 }

@@ -20,19 +20,19 @@ final class ContactSheet {
   private static final int LABEL_HEIGHT = 20;
 
   private final List<RenditionSpec> renditions;
-  private final List<PictureStrip> strips = new ArrayList<>();
+  private final List<FrameStrip> strips = new ArrayList<>();
 
   ContactSheet(List<RenditionSpec> renditions) {
     this.renditions = renditions;
-    for (int i = 0; i < renditions.size(); i++) strips.add(new PictureStrip());
+    for (int i = 0; i < renditions.size(); i++) strips.add(new FrameStrip());
   }
 
   boolean wants(int rendition, long timecode) {
     return strips.get(rendition).wants(timecode);
   }
 
-  void add(int rendition, long timecode, TranscoderNativeVideoFrame picture) {
-    strips.get(rendition).add(timecode, toImage(picture));
+  void add(int rendition, long timecode, TranscoderNativeVideoFrame frame) {
+    strips.get(rendition).add(timecode, toImage(frame));
   }
 
   /** Writes a PNG; false when there was no picture to show. */
@@ -58,7 +58,7 @@ final class ContactSheet {
   private void drawRow(Graphics2D graphics, int row, int top) {
     RenditionSpec spec = renditions.get(row);
     int x = GAP;
-    for (PictureStrip.Shot shot : strips.get(row).pick(COLUMNS)) {
+    for (FrameStrip.Shot shot : strips.get(row).pick(COLUMNS)) {
       BufferedImage image = shot.image();
       graphics.drawImage(image, x + (CELL_WIDTH - image.getWidth()) / 2, top + LABEL_HEIGHT, null);
       graphics.setColor(Color.WHITE);
@@ -79,21 +79,21 @@ final class ContactSheet {
 
   private int rowHeight(int row) {
     int tallest = 0;
-    for (PictureStrip.Shot shot : strips.get(row).pick(COLUMNS))
+    for (FrameStrip.Shot shot : strips.get(row).pick(COLUMNS))
       tallest = Math.max(tallest, shot.image().getHeight());
     return LABEL_HEIGHT + tallest + GAP;
   }
 
-  private static BufferedImage toImage(TranscoderNativeVideoFrame picture) {
-    int width = picture.width;
-    int height = picture.height;
+  private static BufferedImage toImage(TranscoderNativeVideoFrame frame) {
+    int width = frame.width;
+    int height = frame.height;
     BufferedImage image = new BufferedImage(width, height, BufferedImage.TYPE_INT_RGB);
     int[] row = new int[width];
     for (int y = 0; y < height; y++) {
-      int at = (int) (picture.frameStartOffset + y * picture.stride);
+      int at = (int) (frame.frameStartOffset + y * frame.stride);
       for (int x = 0; x < width; x++, at += 4)
         row[x] =
-            (picture.bytes[at] & 0xff) | (picture.bytes[at + 1] & 0xff) << 8 | (picture.bytes[at + 2] & 0xff) << 16;
+            (frame.bytes[at] & 0xff) | (frame.bytes[at + 1] & 0xff) << 8 | (frame.bytes[at + 2] & 0xff) << 16;
       image.setRGB(0, y, width, 1, row, 0, width);
     }
     return image;

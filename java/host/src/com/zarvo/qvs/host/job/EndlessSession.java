@@ -8,7 +8,6 @@ import com.zarvo.qvs.host.media.MediaReader;
 import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.AudioConversion;
 import com.zarvo.qvs.host.model.AudioSpec;
-import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.model.RenditionSpec;
@@ -34,43 +33,43 @@ import java.util.Map;
  */
 public final class EndlessSession implements SessionOutput, AutoCloseable {
   private static final AudioSpec AAC = AudioSpec.parse("aac@128k");
-  private static final List<AudioSpec> SOUND_ALONE = List.of(AudioSpec.parse("opus@96k"), AAC);
+  private static final List<AudioSpec> AUDIO_ALONE = List.of(AudioSpec.parse("opus@96k"), AAC);
 
-  private final EndlessStream sound;
-  private final EndlessStream pictures;
+  private final EndlessStream audio;
+  private final EndlessStream video;
   private final List<RenditionSpec> ladder;
   private final TranscodeSession session;
-  private final PictureWatch watch;
-  private final long[] picturePackets;
-  private final double[] pictureOffMs;
-  private final List<SoundClock> soundClocks = new ArrayList<>();
+  private final FrameWatch watch;
+  private final long[] videoPackets;
+  private final double[] videoOffMs;
+  private final List<OutputClock> outputClocks = new ArrayList<>();
   private Map<String, Double> start = Map.of();
-  private long soundPacketsIn;
-  private double soundInMs;
+  private long audioPacketsIn;
+  private double audioInMs;
   private long samplesIn;
   private int sampleRate;
 
   /** `withPictures` false leaves the pictures of the file out. */
-  public EndlessSession(Path input, boolean withPictures) throws HostException, MediaException {
+  public EndlessSession(Path input, boolean withVideo) throws HostException, MediaException {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(input)) {
       if (reader.audio() == null) throw new HostException(input + ": no audio stream in it");
       AudioSource.check(input, reader.audio());
-      VideoCodec codec = withPictures ? VideoSource.codecOf(input, reader.video()) : null;
-      if (!withPictures) reader.ignore(MediaKind.VIDEO);
-      sound = new EndlessStream(reader.audio().timeBase());
-      pictures = withPictures ? new EndlessStream(reader.video().timeBase()) : null;
-      ladder = withPictures ? ladderOf(reader.video()) : List.of();
-      picturePackets = new long[ladder.size()];
-      pictureOffMs = new double[ladder.size()];
+      VideoCodec codec = withVideo ? VideoSource.codecOf(input, reader.video()) : null;
+      if (!withVideo) reader.ignore(MediaKind.VIDEO);
+      audio = new EndlessStream(reader.audio().timeBase());
+      video = withVideo ? new EndlessStream(reader.video().timeBase()) : null;
+      ladder = withVideo ? ladderOf(reader.video()) : List.of();
+      videoPackets = new long[ladder.size()];
+      videoOffMs = new double[ladder.size()];
       readAll(reader, input);
       session = open(input, codec);
     }
     boolean ready = false;
     try {
-      watch = withPictures ? new PictureWatch(pictures, session) : null;
+      watch = withVideo ? new FrameWatch(video, session) : null;
       for (int i = 0; i < session.audio().renditions(); i++)
-        soundClocks.add(new SoundClock(session.audio().rendition(i).spec()));
+        outputClocks.add(new OutputClock(session.audio().rendition(i).spec()));
       ready = true;
     } finally {
       if (!ready) session.close();
@@ -83,47 +82,48 @@ public final class EndlessSession implements SessionOutput, AutoCloseable {
 
   private void readAll(MediaReader reader, Path input) throws HostException, MediaException {
     for (MediaPacket packet = reader.next(); packet != null; packet = reader.next())
-      (packet.kind() == MediaKind.VIDEO ? pictures : sound).add(packet);
-    if (pictures != null) pictures.closePictures();
-    if (sound.size() == 0 || pictures != null && !pictures.goesRound())
+      (packet.kind() == MediaKind.VIDEO ? video : audio).add(packet);
+    if (video != null) video.closeVideo();
+    if (audio.size() == 0 || video != null && !video.goesRound())
       throw new HostException(input + ": too short to go round");
   }
 
   private TranscodeSession open(Path input, VideoCodec codec) throws HostException, MediaException {
     try (MediaReader reader = MediaReader.open(input)) {
-      List<AudioSpec> sounds = codec == null ? SOUND_ALONE : List.of(AAC);
-      SessionSettings settings =
-          new SessionSettings(
-              MediaReader.nameOf(input), codec, codec == null ? null : reader.video(), reader.videoConfig(),
-              Deinterlace.OFF, ladder, List.of(), true, 2,
-              new AudioSettings(reader.audio(), AudioConversion.NONE, sounds), 0);
-      return new TranscodeSession(settings, this, new MediaFeed(reader));
+      List<AudioSpec> audioRenditions = codec == null ? AUDIO_ALONE : List.of(AAC);
+      SessionSettings.Builder settings =
+          SessionSettings.of(MediaReader.nameOf(input))
+              .renditions(ladder)
+              .parallel(true)
+              .audio(new AudioSettings(reader.audio(), AudioConversion.NONE, audioRenditions));
+      if (codec != null) settings.video(reader);
+      return new TranscodeSession(settings.build(), this, new MediaFeed(reader));
     }
   }
 
   /** Takes the file once more, behind what went in before. The end of the first pass is what drift counts from. */
   public void pass() throws HostException, IOException {
-    EndlessStream leading = pictures != null ? pictures : sound;
+    EndlessStream leading = video != null ? video : audio;
     for (long pass = leading.passes(); leading.passes() == pass; ) {
-      if (pictures == null) {
-        pushSound();
+      if (video == null) {
+        pushAudio();
         continue;
       }
-      MediaPacket picture = pictures.take();
-      while (sound.milliseconds(sound.peek().pts()) <= pictures.milliseconds(picture.pts())) pushSound();
-      session.push(picture);
+      MediaPacket frame = video.take();
+      while (audio.milliseconds(audio.peek().pts()) <= video.milliseconds(frame.pts())) pushAudio();
+      session.push(frame);
     }
     session.log().fetch(session.handle());
     if (start.isEmpty()) start = lags();
   }
 
-  private void pushSound() throws HostException, IOException {
-    MediaPacket packet = sound.take();
-    session.audio().push(packet, sound.peek());
-    soundInMs = sound.milliseconds(packet.pts());
-    if (++soundPacketsIn != sound.size()) return;
+  private void pushAudio() throws HostException, IOException {
+    MediaPacket packet = audio.take();
+    session.audio().push(packet, audio.peek());
+    audioInMs = audio.milliseconds(packet.pts());
+    if (++audioPacketsIn != audio.size()) return;
     if (samplesIn == 0) throw new HostException(session.name() + ": no sound in it could be decoded");
-    sound.closeSound((double) samplesIn / sampleRate);
+    audio.closeAudio((double) samplesIn / sampleRate);
   }
 
   /** Hours of sound that went in. */
@@ -139,7 +139,7 @@ public final class EndlessSession implements SessionOutput, AutoCloseable {
   }
 
   /** True when every decoded picture came at its time with its samples. */
-  public boolean picturesAreRight() {
+  public boolean videoIsRight() {
     return watch == null || watch.strays() == 0 && watch.count() > 0;
   }
 
@@ -152,21 +152,21 @@ public final class EndlessSession implements SessionOutput, AutoCloseable {
   // Milliseconds between what went in and what came out of it.
   private Map<String, Double> lags() {
     Map<String, Double> lags = new LinkedHashMap<>();
-    for (int i = 0; i < ladder.size(); i++) lags.put(ladder.get(i).sizeText(), pictureOffMs[i]);
-    for (SoundClock clock : soundClocks) {
+    for (int i = 0; i < ladder.size(); i++) lags.put(ladder.get(i).sizeText(), videoOffMs[i]);
+    for (OutputClock clock : outputClocks) {
       String name = clock.spec.codec().codecName;
-      lags.put(name + " by its times", soundInMs - clock.lastMs());
+      lags.put(name + " by its times", audioInMs - clock.lastMs());
       lags.put(name + " by its samples", 1000.0 * samplesIn / sampleRate - clock.countedMs());
     }
-    if (pictures != null) {
-      double picturesMs = shownMs(watch.count()) - shownMs(picturePackets[0]) - pictureOffMs[0];
-      lags.put("sound against pictures", soundInMs - soundClocks.get(0).lastMs() - picturesMs);
+    if (video != null) {
+      double videoMs = shownMs(watch.count()) - shownMs(videoPackets[0]) - videoOffMs[0];
+      lags.put("sound against pictures", audioInMs - outputClocks.get(0).lastMs() - videoMs);
     }
     return lags;
   }
 
   private double shownMs(long count) {
-    return pictures.milliseconds(pictures.shownAt(Math.max(0, count - 1)));
+    return video.milliseconds(video.shownAt(Math.max(0, count - 1)));
   }
 
   @Override
@@ -177,7 +177,7 @@ public final class EndlessSession implements SessionOutput, AutoCloseable {
   // The ladder has no B pictures: the n-th packet is the n-th picture.
   @Override
   public void packet(int rendition, TranscoderPacket packet, long pts, long dts) {
-    pictureOffMs[rendition] = pictures.milliseconds(pts - pictures.shownAt(picturePackets[rendition]++));
+    videoOffMs[rendition] = video.milliseconds(pts - video.shownAt(videoPackets[rendition]++));
   }
 
   @Override
@@ -193,7 +193,7 @@ public final class EndlessSession implements SessionOutput, AutoCloseable {
 
   @Override
   public void audioPacket(int rendition, TranscoderPacket packet) {
-    SoundClock clock = soundClocks.get(rendition);
+    OutputClock clock = outputClocks.get(rendition);
     clock.last = packet.timecode;
     clock.packets++;
   }
@@ -205,12 +205,12 @@ public final class EndlessSession implements SessionOutput, AutoCloseable {
   }
 
   /** Where the packets of an audio rendition are. */
-  private final class SoundClock {
+  private final class OutputClock {
     private final AudioSpec spec;
     private long last;
     private long packets;
 
-    SoundClock(AudioSpec spec) {
+    OutputClock(AudioSpec spec) {
       this.spec = spec;
     }
 

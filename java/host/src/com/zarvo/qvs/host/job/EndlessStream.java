@@ -24,7 +24,7 @@ final class EndlessStream {
   }
 
   /** All packets are there: settles the length of a pass by the times of pictures. */
-  void closePictures() {
+  void closeVideo() {
     shown = packets.stream().filter(packet -> !packet.hidden()).mapToLong(MediaPacket::pts).sorted().toArray();
     int steps = shown.length - 1;
     passUnits = steps > 0 ? Math.round((double) (shown[steps] - shown[0]) * shown.length / steps) : 0;
@@ -34,7 +34,7 @@ final class EndlessStream {
    * All sound of the first pass was decoded, and this is how long it was. The times of packets would not do: where a
    * container rounds them, the rounding would grow from pass to pass.
    */
-  void closeSound(double seconds) {
+  void closeAudio(double seconds) {
     passUnits = seconds * unit.den() / unit.num();
   }
 

@@ -21,9 +21,9 @@ final class HlsMaster {
    *
    * @param bitRate what its segments still to come are expected to need, 0 where all are there
    */
-  void add(Path folder, OutputTrack.Video track, boolean sound, long bitRate) throws IOException {
+  void add(Path folder, OutputTrack.Video track, boolean audio, long bitRate) throws IOException {
     Rates rates = Rates.of(folder).andExpected(bitRate);
-    String codecs = ParameterSets.ofRecord(false, track.config()).avcName() + (sound ? "," + AAC_LOW_COMPLEXITY : "");
+    String codecs = ParameterSets.ofRecord(false, track.config()).avcName() + (audio ? "," + AAC_LOW_COMPLEXITY : "");
     text.append("#EXT-X-STREAM-INF:BANDWIDTH=").append(rates.peak);
     text.append(",AVERAGE-BANDWIDTH=").append(rates.average);
     text.append(",RESOLUTION=").append(track.width()).append('x').append(track.height());

@@ -17,8 +17,8 @@ import java.util.Map;
  *
  * @param source null where pictures were left out
  * @param audioSource null where sound was left out
- * @param damagedPictures refused, mended or left out by the decoder
- * @param damagedSounds packets of sound that could not be decoded
+ * @param damagedFrames refused, mended or left out by the decoder
+ * @param damagedAudioPackets packets of sound that could not be decoded
  * @param mediaMs milliseconds of input that were taken
  * @param wallSeconds time it took
  * @param contactSheet null when there is none
@@ -29,10 +29,10 @@ public record JobResult(
     StreamInfo source,
     AudioStreamInfo audioSource,
     List<Rendition> renditions,
-    List<Sound> sounds,
-    long damagedPictures,
-    long damagedSounds,
-    long pictures,
+    List<AudioRendition> audioRenditions,
+    long damagedFrames,
+    long damagedAudioPackets,
+    long frames,
     long mediaMs,
     double wallSeconds,
     Path contactSheet,
@@ -40,14 +40,14 @@ public record JobResult(
     List<SessionLog.Line> log) {
 
   /** One finished file. */
-  public record Rendition(RenditionSpec spec, Path file, long pictures, long keyPictures, long bytes) {
+  public record Rendition(RenditionSpec spec, Path file, long frames, long keyFrames, long bytes) {
     public double bitRate(long mediaMs) {
       return mediaMs > 0 ? bytes * 8000.0 / mediaMs : 0;
     }
   }
 
   /** One finished audio rendition: in the files of pictures that took it, or in one of its own. */
-  public record Sound(AudioSpec spec, List<Path> files, long packets, long bytes) {
+  public record AudioRendition(AudioSpec spec, List<Path> files, long packets, long bytes) {
     public double bitRate(long mediaMs) {
       return mediaMs > 0 ? bytes * 8000.0 / mediaMs : 0;
     }
@@ -73,23 +73,23 @@ public record JobResult(
       input.put("height", source.height());
       input.put("frameRate", source.frameRate());
       input.put("timeBase", source.timeBase());
-      input.put("colours", source.colours().toMap());
+      input.put("colours", source.colors().toMap());
       input.put("display", source.display());
-      input.put("pictures", pictures);
-      input.put("damagedPictures", damagedPictures);
+      input.put("pictures", frames);
+      input.put("damagedPictures", damagedFrames);
     }
     if (audioSource != null) {
       input.put("audioCodec", audioSource.codecName());
       input.put("sampleRate", audioSource.sampleRate());
       input.put("channels", audioSource.channels());
-      input.put("damagedAudioPackets", damagedSounds);
+      input.put("damagedAudioPackets", damagedAudioPackets);
     }
     input.put("seconds", mediaMs / 1000.0);
     if (inputTrouble != null) input.put("trouble", inputTrouble);
     List<Object> files = new ArrayList<>();
     for (Rendition rendition : renditions) files.add(toMap(rendition));
     List<Object> audio = new ArrayList<>();
-    for (Sound sound : sounds) audio.add(toMap(sound));
+    for (AudioRendition rendition : audioRenditions) audio.add(toMap(rendition));
     Map<String, Object> report = new LinkedHashMap<>();
     report.put("input", input);
     report.put("renditions", files);
@@ -111,25 +111,25 @@ public record JobResult(
     map.put("height", spec.height());
     map.put("fit", spec.fit().label());
     map.put("display", losesDisplay() ? DisplayMatrix.AS_CODED : source.display());
-    map.put("pictures", rendition.pictures());
-    map.put("keyPictures", rendition.keyPictures());
+    map.put("pictures", rendition.frames());
+    map.put("keyPictures", rendition.keyFrames());
     map.put("bytes", rendition.bytes());
     map.put("wantedBitRate", spec.bitRate());
     map.put("bitRate", rendition.bitRate(mediaMs));
     return map;
   }
 
-  private Map<String, Object> toMap(Sound sound) {
-    AudioSpec spec = sound.spec();
+  private Map<String, Object> toMap(AudioRendition audio) {
+    AudioSpec spec = audio.spec();
     Map<String, Object> map = new LinkedHashMap<>();
     map.put("codec", spec.codec().codecName);
     map.put("sampleRate", spec.sampleRate());
     map.put("channels", spec.channels());
-    map.put("packets", sound.packets());
-    map.put("bytes", sound.bytes());
+    map.put("packets", audio.packets());
+    map.put("bytes", audio.bytes());
     map.put("wantedBitRate", spec.bitRate());
-    map.put("bitRate", sound.bitRate(mediaMs));
-    map.put("files", List.copyOf(sound.files()));
+    map.put("bitRate", audio.bitRate(mediaMs));
+    map.put("files", List.copyOf(audio.files()));
     return map;
   }
 }

@@ -23,16 +23,16 @@ public final class Progress {
     this.totalMs = totalMs;
   }
 
-  void update(long doneMs, long pictures) {
+  void update(long doneMs, long frames) {
     long now = System.nanoTime();
     if (now - shownNs < (terminal ? BAR_INTERVAL_NS : LINE_INTERVAL_NS)) return;
     shownNs = now;
-    show(doneMs, pictures, now);
+    show(doneMs, frames, now);
   }
 
   /** The last word: ends the bar's line. */
-  void finish(long doneMs, long pictures) {
-    if (terminal) show(doneMs, pictures, System.nanoTime());
+  void finish(long doneMs, long frames) {
+    if (terminal) show(doneMs, frames, System.nanoTime());
     close();
   }
 
@@ -42,14 +42,14 @@ public final class Progress {
     barShown = false;
   }
 
-  private void show(long doneMs, long pictures, long now) {
+  private void show(long doneMs, long frames, long now) {
     double seconds = Math.max(1e-3, (now - startNs) / 1e9);
     String figures =
         String.format(
             Locale.ROOT,
             "%.1f s%s, %.1fx",
             doneMs / 1000.0,
-            pictures > 0 ? ", " + pictures + " pictures" : "",
+            frames > 0 ? ", " + frames + " pictures" : "",
             doneMs / 1000.0 / seconds);
     String text = totalMs > 0 ? percent(doneMs) + " " + figures : figures;
     if (terminal) {

@@ -15,9 +15,9 @@ import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.Rational;
 import com.zarvo.qvs.host.model.RenditionSpec;
-import com.zarvo.qvs.host.session.AudioRenditionRoad;
-import com.zarvo.qvs.host.session.AudioRoad;
-import com.zarvo.qvs.host.session.RenditionRoad;
+import com.zarvo.qvs.host.session.AudioPath;
+import com.zarvo.qvs.host.session.AudioRenditionPath;
+import com.zarvo.qvs.host.session.RenditionPath;
 import com.zarvo.qvs.host.session.SessionOutput;
 import com.zarvo.qvs.host.session.TranscodeSession;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
@@ -35,7 +35,7 @@ import java.util.Set;
  * audio renditions that its container can hold; an audio rendition that no such file took has one of its own.
  */
 final class RenditionFiles implements SessionOutput, AutoCloseable {
-  private static final int PICTURE_TRACK = 0;
+  private static final int VIDEO_TRACK = 0;
   private static final Rational SQUARE = new Rational(1, 1);
   // What segments add to coded bits, and how far these may exceed what was asked for.
   private static final double LIVE_RATE_MARGIN = 1.2;
@@ -44,11 +44,11 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
   private final StreamInfo source;
   private final List<RenditionSpec> renditions;
   private final List<MediaWriter> writers = new ArrayList<>();
-  private final List<AudioOutput> sounds = new ArrayList<>();
-  private final List<List<Path>> soundFiles = new ArrayList<>();
+  private final List<AudioOutput> audioRenditions = new ArrayList<>();
+  private final List<List<Path>> audioFiles = new ArrayList<>();
   private final Set<Path> taken = new HashSet<>();
   private final ContactSheet sheet;
-  private final long[] keyPictures;
+  private final long[] keyFrames;
   private Path master;
 
   /** `renditions` is empty and `source` not used where pictures are left out. */
@@ -56,12 +56,12 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     this.settings = settings;
     this.source = source;
     this.renditions = renditions;
-    this.keyPictures = new long[renditions.size()];
+    this.keyFrames = new long[renditions.size()];
     this.sheet = settings.contactSheet() == null || renditions.isEmpty() ? null : new ContactSheet(renditions);
   }
 
   /** Creates the files; called once the session stands, so that refused input leaves no trace. */
-  void open(AudioRoad audio, MediaFeed feed) throws HostException, IOException {
+  void open(AudioPath audio, MediaFeed feed) throws HostException, IOException {
     try {
       Files.createDirectories(settings.directory());
     } catch (IOException e) {
@@ -69,34 +69,34 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     }
     if (settings.format().isFolder()) clearMaster();
     taken.add(settings.input().toAbsolutePath().normalize());
-    MediaPacket firstPicture = renditions.isEmpty() ? null : feed.peek(MediaKind.VIDEO, 0);
-    boolean keepTimes = firstPicture == null || firstPicture.timecodeMs() >= 0;
-    if (audio != null) prepareSounds(audio, feed, keepTimes);
-    for (RenditionSpec spec : renditions) openPictures(spec, keepTimes && audio != null);
-    for (int i = 0; i < sounds.size(); i++) if (soundFiles.get(i).isEmpty()) openSound(i, keepTimes);
+    MediaPacket firstFrame = renditions.isEmpty() ? null : feed.peek(MediaKind.VIDEO, 0);
+    boolean keepTimes = firstFrame == null || firstFrame.timecodeMs() >= 0;
+    if (audio != null) prepareAudio(audio, feed, keepTimes);
+    for (RenditionSpec spec : renditions) openVideo(spec, keepTimes && audio != null);
+    for (int i = 0; i < audioRenditions.size(); i++) if (audioFiles.get(i).isEmpty()) openAudio(i, keepTimes);
   }
 
-  private void prepareSounds(AudioRoad audio, MediaFeed feed, boolean keepTimes) throws HostException, IOException {
+  private void prepareAudio(AudioPath audio, MediaFeed feed, boolean keepTimes) throws HostException, IOException {
     MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
     for (int i = 0; i < audio.renditions(); i++) {
-      AudioRenditionRoad road = audio.rendition(i);
-      int rate = road.spec().sampleRate();
+      AudioRenditionPath path = audio.rendition(i);
+      int rate = path.spec().sampleRate();
       long audible = audio.clock().originSamples(rate) + audio.atRate(first.paddingStart(), rate);
       if (keepTimes) audible = Math.max(0, audible);
-      sounds.add(new AudioOutput(road.spec(), audio.clock(), audible, road.headers()));
-      soundFiles.add(new ArrayList<>());
+      audioRenditions.add(new AudioOutput(path.spec(), audio.clock(), audible, path.headers()));
+      audioFiles.add(new ArrayList<>());
     }
   }
 
-  private void openPictures(RenditionSpec spec, boolean keepTimes) throws MediaException {
+  private void openVideo(RenditionSpec spec, boolean keepTimes) throws MediaException {
     Container container = settings.format();
     List<OutputTrack> tracks = new ArrayList<>();
     tracks.add(
         new OutputTrack.Video(
             spec.codec().codecName, new byte[0], source.timeBase(), spec.width(), spec.height(), rateOf(spec),
-            SQUARE, source.colours(), source.display()));
-    List<AudioOutput> held = sounds.stream().filter(sound -> container.holds(sound.spec().codec())).toList();
-    for (AudioOutput sound : held) tracks.add(sound.track());
+            SQUARE, source.colors(), source.display()));
+    List<AudioOutput> held = audioRenditions.stream().filter(audio -> container.holds(audio.spec().codec())).toList();
+    for (AudioOutput audio : held) tracks.add(audio.track());
     MediaWriter writer =
         MediaWriter.create(
             freeName(spec.sizeText(), container), container, settings.keyFrameSeconds(), settings.hlsWindow(), tracks,
@@ -105,18 +105,18 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     for (int i = 0; i < held.size(); i++) connect(held.get(i), writer, i + 1);
   }
 
-  private void openSound(int index, boolean keepTimes) throws MediaException {
-    AudioOutput sound = sounds.get(index);
-    Container container = settings.format().forSoundAlone(sound.spec().codec());
-    Path file = freeName(sound.spec().nameText(), container);
-    MediaWriter writer = MediaWriter.create(file, container.muxer, List.of(sound.track()), keepTimes);
+  private void openAudio(int index, boolean keepTimes) throws MediaException {
+    AudioOutput audio = audioRenditions.get(index);
+    Container container = settings.format().forAudioAlone(audio.spec().codec());
+    Path file = freeName(audio.spec().nameText(), container);
+    MediaWriter writer = MediaWriter.create(file, container.muxer, List.of(audio.track()), keepTimes);
     writers.add(writer);
-    connect(sound, writer, 0);
+    connect(audio, writer, 0);
   }
 
-  private void connect(AudioOutput sound, MediaWriter writer, int track) {
-    sound.addSink(packet -> writer.write(track, packet));
-    soundFiles.get(sounds.indexOf(sound)).add(writer.target());
+  private void connect(AudioOutput audio, MediaWriter writer, int track) {
+    audio.addSink(packet -> writer.write(track, packet));
+    audioFiles.get(audioRenditions.indexOf(audio)).add(writer.target());
   }
 
   private Path freeName(String what, Container container) {
@@ -136,52 +136,52 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
 
   @Override
   public void packet(int rendition, TranscoderPacket packet, long pts, long dts) throws HostException, IOException {
-    boolean key = packet.frameType == RenditionRoad.FRAME_KEY;
-    if (key) keyPictures[rendition]++;
+    boolean key = packet.frameType == RenditionPath.FRAME_KEY;
+    if (key) keyFrames[rendition]++;
     OutputPacket coded = new OutputPacket(packet.buffer, packet.offset, (int) packet.len, pts, dts, 0, 0, key);
-    writers.get(rendition).write(PICTURE_TRACK, coded);
-    if (isLive() && master == null && keyPictures[rendition] > 1) writeLiveMaster();
+    writers.get(rendition).write(VIDEO_TRACK, coded);
+    if (isLive() && master == null && keyFrames[rendition] > 1) writeLiveMaster();
   }
 
   @Override
   public void audioPacket(int rendition, TranscoderPacket packet) throws HostException, IOException {
-    sounds.get(rendition).add(packet);
+    audioRenditions.get(rendition).add(packet);
   }
 
   @Override
   public boolean audioEnds(int rendition, long endSamples) {
-    sounds.get(rendition).drainTo(endSamples);
-    return !sounds.get(rendition).isComplete();
+    audioRenditions.get(rendition).drainTo(endSamples);
+    return !audioRenditions.get(rendition).isComplete();
   }
 
   @Override
   public boolean audioIsComplete(int rendition) {
-    return sounds.get(rendition).isComplete();
+    return audioRenditions.get(rendition).isComplete();
   }
 
   @Override
-  public boolean wantsPicture(int rendition, long timecode) {
+  public boolean wantsFrame(int rendition, long timecode) {
     return sheet != null && sheet.wants(rendition, timecode);
   }
 
   @Override
-  public void picture(int rendition, long timecode, TranscoderNativeVideoFrame picture) {
-    sheet.add(rendition, timecode, picture);
+  public void frame(int rendition, long timecode, TranscoderNativeVideoFrame frame) {
+    sheet.add(rendition, timecode, frame);
   }
 
   /** Completes all files, after a check that every picture that went in came out, and some of every sound. */
   void finish(TranscodeSession session) throws HostException, IOException {
     for (int i = 0; i < renditions.size(); i++) {
-      long in = session.encodedPictures(i);
-      long out = writers.get(i).packets(PICTURE_TRACK);
+      long in = session.encodedFrames(i);
+      long out = writers.get(i).packets(VIDEO_TRACK);
       if (in != out)
         throw new HostException(
             writers.get(i).target() + ": " + in + " pictures went to the encoder and " + out + " came back");
     }
-    for (int i = 0; i < sounds.size(); i++) {
-      AudioOutput sound = sounds.get(i);
-      boolean whole = sound.packets() > 0 && sound.isComplete();
-      session.check(whole ? 0 : -1, soundFiles.get(i).get(0) + ": its sound is not whole");
+    for (int i = 0; i < audioRenditions.size(); i++) {
+      AudioOutput audio = audioRenditions.get(i);
+      boolean whole = audio.packets() > 0 && audio.isComplete();
+      session.check(whole ? 0 : -1, audioFiles.get(i).get(0) + ": its sound is not whole");
     }
     for (MediaWriter writer : writers) writer.finish();
     if (settings.format().isFolder() && !renditions.isEmpty() && master == null) writeMaster();
@@ -209,11 +209,11 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
   private void writeMaster() throws IOException {
     HlsMaster playlist = new HlsMaster();
     List<AudioSpec> held =
-        sounds.stream().map(AudioOutput::spec).filter(spec -> settings.format().holds(spec.codec())).toList();
-    long soundRate = held.stream().mapToLong(AudioSpec::bitRate).sum();
+        audioRenditions.stream().map(AudioOutput::spec).filter(spec -> settings.format().holds(spec.codec())).toList();
+    long audioRate = held.stream().mapToLong(AudioSpec::bitRate).sum();
     for (int i = 0; i < renditions.size(); i++) {
-      double expected = isLive() ? LIVE_RATE_MARGIN * (renditions.get(i).bitRate() + soundRate) : 0;
-      OutputTrack.Video track = (OutputTrack.Video) writers.get(i).track(PICTURE_TRACK);
+      double expected = isLive() ? LIVE_RATE_MARGIN * (renditions.get(i).bitRate() + audioRate) : 0;
+      OutputTrack.Video track = (OutputTrack.Video) writers.get(i).track(VIDEO_TRACK);
       playlist.add(writers.get(i).target(), track, !held.isEmpty(), Math.round(expected));
     }
     playlist.write(masterPath());
@@ -239,18 +239,18 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
           new JobResult.Rendition(
               renditions.get(i),
               settings.format().isFolder() ? writer.target().resolve(Container.PLAYLIST) : writer.target(),
-              writer.packets(PICTURE_TRACK),
-              keyPictures[i],
-              writer.bytes(PICTURE_TRACK)));
+              writer.packets(VIDEO_TRACK),
+              keyFrames[i],
+              writer.bytes(VIDEO_TRACK)));
     }
     return results;
   }
 
-  List<JobResult.Sound> soundResults() {
-    List<JobResult.Sound> results = new ArrayList<>();
-    for (int i = 0; i < sounds.size(); i++) {
-      AudioOutput sound = sounds.get(i);
-      results.add(new JobResult.Sound(sound.spec(), soundFiles.get(i), sound.packets(), sound.bytes()));
+  List<JobResult.AudioRendition> audioResults() {
+    List<JobResult.AudioRendition> results = new ArrayList<>();
+    for (int i = 0; i < audioRenditions.size(); i++) {
+      AudioOutput audio = audioRenditions.get(i);
+      results.add(new JobResult.AudioRendition(audio.spec(), audioFiles.get(i), audio.packets(), audio.bytes()));
     }
     return results;
   }
@@ -262,6 +262,6 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
   @Override
   public void close() {
     for (MediaWriter writer : writers) writer.close();
-    for (AudioOutput sound : sounds) sound.close();
+    for (AudioOutput audio : audioRenditions) audio.close();
   }
 }

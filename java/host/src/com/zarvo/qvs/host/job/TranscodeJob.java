@@ -42,31 +42,27 @@ public final class TranscodeJob {
   public JobResult run() throws HostException, IOException {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(settings.input(), interruption)) {
-      boolean pictures = selectStreams(reader);
-      StreamInfo source = pictures ? reader.video() : null;
-      VideoCodec codec = pictures ? VideoSource.codecOf(settings.input(), source) : null;
-      List<RenditionSpec> renditions =
-          pictures ? settled(codec, source) : List.of();
+      boolean video = selectStreams(reader);
+      StreamInfo source = video ? reader.video() : null;
+      VideoCodec codec = video ? VideoSource.codecOf(settings.input(), source) : null;
+      List<RenditionSpec> renditions = video ? settled(codec, source) : List.of();
       checkOverlays(renditions.size());
       for (RenditionSpec rendition : renditions) checkContainer(rendition.codec());
-      SessionSettings sessionSettings =
-          new SessionSettings(
-              MediaReader.nameOf(settings.input()),
-              codec,
-              source,
-              reader.videoConfig(),
-              settings.deinterlace(),
-              renditions,
-              settings.overlays(),
-              settings.parallel(),
-              settings.keyFrameSeconds(),
-              audioSettings(reader),
-              ContactSheet.CELL_WIDTH);
+      SessionSettings.Builder session =
+          SessionSettings.of(MediaReader.nameOf(settings.input()))
+              .audio(audioSettings(reader))
+              .deinterlace(settings.deinterlace())
+              .renditions(renditions)
+              .overlays(settings.overlays())
+              .parallel(settings.parallel())
+              .keyFrameSeconds(settings.keyFrameSeconds())
+              .previewWidth(ContactSheet.CELL_WIDTH);
+      if (video) session.video(reader);
       MediaFeed feed = new MediaFeed(reader);
       try (RenditionFiles files = new RenditionFiles(settings, source, renditions);
-          TranscodeSession session = new TranscodeSession(sessionSettings, files, feed)) {
-        files.open(session.audio(), feed);
-        return pump(reader, feed, session, files, source);
+          TranscodeSession opened = new TranscodeSession(session.build(), files, feed)) {
+        files.open(opened.audio(), feed);
+        return pump(reader, feed, opened, files, source);
       }
     }
   }
@@ -74,32 +70,32 @@ public final class TranscodeJob {
   /** Settles which streams are read; true when pictures are among them. */
   private boolean selectStreams(MediaReader reader) throws HostException {
     String name = settings.input() + ": ";
-    boolean sound = !sounds(reader).isEmpty();
-    if (sound && reader.audio() == null) throw new HostException(name + "no audio stream in it");
-    boolean wanted = settings.pictures() && settings.format().holdsPictures();
-    boolean pictures = wanted && reader.video() != null;
-    if (!pictures && !sound)
+    boolean audio = !audioRenditions(reader).isEmpty();
+    if (audio && reader.audio() == null) throw new HostException(name + "no audio stream in it");
+    boolean wanted = settings.video() && settings.format().holdsVideo();
+    boolean video = wanted && reader.video() != null;
+    if (!video && !audio)
       throw new HostException(name + (wanted ? "no video stream in it" : "nothing to do, neither pictures nor sound"));
-    if (!pictures && settings.hlsWindow() > 0) throw new HostException(name + "no pictures for --hls-window");
-    if (!pictures && !settings.renditions().isEmpty())
+    if (!video && settings.hlsWindow() > 0) throw new HostException(name + "no pictures for --hls-window");
+    if (!video && !settings.renditions().isEmpty())
       throw new HostException(
           name + (reader.video() == null ? "no video stream in it" : "its pictures are left out, --rendition cannot be"));
-    if (!sound) reader.ignore(MediaKind.AUDIO);
-    if (!pictures) reader.ignore(MediaKind.VIDEO);
-    return pictures;
+    if (!audio) reader.ignore(MediaKind.AUDIO);
+    if (!video) reader.ignore(MediaKind.VIDEO);
+    return video;
   }
 
   private AudioSettings audioSettings(MediaReader reader) throws HostException {
-    List<AudioSpec> sounds = sounds(reader);
-    if (sounds.isEmpty()) return null;
+    List<AudioSpec> audioRenditions = audioRenditions(reader);
+    if (audioRenditions.isEmpty()) return null;
     AudioSource.check(settings.input(), reader.audio());
-    return new AudioSettings(reader.audio(), settings.conversion(), sounds);
+    return new AudioSettings(reader.audio(), settings.conversion(), audioRenditions);
   }
 
   // Sound that nobody asked for must not keep the pictures from being made.
-  private List<AudioSpec> sounds(MediaReader reader) {
-    boolean along = settings.soundAlong() && settings.format().takesSoundAlong() && reader.audio() != null;
-    if (!settings.sounds().isEmpty() || !along) return settings.sounds();
+  private List<AudioSpec> audioRenditions(MediaReader reader) {
+    boolean along = settings.audioAlong() && settings.format().takesAudioAlong() && reader.audio() != null;
+    if (!settings.audioRenditions().isEmpty() || !along) return settings.audioRenditions();
     try {
       AudioSource.check(settings.input(), reader.audio());
       return List.of(AudioSpec.parse(AudioCodec.AAC.codecName));
@@ -150,14 +146,14 @@ public final class TranscodeJob {
         if (packet.kind() == MediaKind.VIDEO) session.push(packet);
         else session.audio().push(packet, feed.following(MediaKind.AUDIO));
         doneMs = Math.max(doneMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
-        progress.update(doneMs, session.pictures());
+        progress.update(doneMs, session.frames());
       }
       session.drain();
-      progress.finish(doneMs, session.pictures());
+      progress.finish(doneMs, session.frames());
     } finally {
       progress.close();
     }
-    if (source != null && session.pictures() == 0)
+    if (source != null && session.frames() == 0)
       throw new HostException(settings.input() + ": no picture in it could be decoded");
     if (session.audio() != null && session.audio().frames() == 0)
       throw new HostException(settings.input() + ": no sound in it could be decoded");
@@ -168,10 +164,10 @@ public final class TranscodeJob {
         source,
         session.audio() == null ? null : reader.audio(),
         files.results(),
-        files.soundResults(),
-        session.damagedPictures(),
+        files.audioResults(),
+        session.damagedFrames(),
         session.audio() == null ? 0 : session.audio().failures(),
-        session.pictures(),
+        session.frames(),
         doneMs,
         wallSeconds,
         files.writeSheet(),

@@ -7,7 +7,7 @@ import java.util.Deque;
  * Packets of a reader in their order, their times mended, with a look at those to come. Where live input breaks, it
  * ends: what came before is worth keeping.
  */
-public final class MediaFeed {
+public final class MediaFeed implements PacketLookahead {
   private static final long MAX_START_BYTES = 256L << 20;
   private static final long MAX_BETWEEN_BYTES = 4L << 20;
   // A live stream whose sound stops, or never starts, must not wait for it as long as such a file may.
@@ -16,7 +16,7 @@ public final class MediaFeed {
 
   private final MediaReader reader;
   private final Deque<MediaPacket> ahead = new ArrayDeque<>();
-  private final JumpMender mender = new JumpMender();
+  private final TimestampCorrector corrector = new TimestampCorrector();
   private long aheadBytes;
   private String trouble;
 
@@ -35,7 +35,7 @@ public final class MediaFeed {
     return peek(kind, 0, MAX_BETWEEN_BYTES, MAX_LIVE_BETWEEN_MS);
   }
 
-  /** The n-th packet of a kind that `next` has not given yet, counted from 0; null when there is none. */
+  @Override
   public MediaPacket peek(MediaKind kind, int n) throws MediaException {
     return peek(kind, n, MAX_START_BYTES, MAX_LIVE_START_MS);
   }
@@ -65,8 +65,8 @@ public final class MediaFeed {
   private MediaPacket read() throws MediaException {
     MediaPacket packet = trouble == null ? readOrEnd() : null;
     if (packet == null) return null;
-    boolean picture = packet.kind() == MediaKind.VIDEO;
-    return mender.mend(packet, picture ? reader.video().timeBase() : reader.audio().timeBase());
+    boolean frame = packet.kind() == MediaKind.VIDEO;
+    return corrector.correct(packet, frame ? reader.video().timeBase() : reader.audio().timeBase());
   }
 
   private MediaPacket readOrEnd() throws MediaException {

@@ -1,7 +1,5 @@
 package com.zarvo.qvs.host.media;
 
-import com.zarvo.qvs.host.model.Colours;
-import com.zarvo.qvs.host.model.DisplayMatrix;
 import com.zarvo.qvs.host.model.Rational;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -10,18 +8,27 @@ import java.nio.file.Path;
 public final class MediaReader implements AutoCloseable {
   private static final MediaKind[] KINDS = MediaKind.values();
   private static final MediaPacket.TimeKind[] TIME_KINDS = MediaPacket.TimeKind.values();
-  // Bits of the native side.
-  private static final long KEY = 1;
-  private static final long DISPOSABLE = 2;
-  private static final long HIDDEN = 4;
-  private static final long NEW_CONFIG = 8;
+  // Places of a packet's facts and bits of its flags; the native side takes them from here. Fields by name would be
+  // looked up for every packet.
+  private static final int FACT_KIND = 0;
+  private static final int FACT_PTS = 1;
+  private static final int FACT_DURATION = 2;
+  private static final int FACT_PADDING_START = 3;
+  private static final int FACT_PADDING_END = 4;
+  private static final int FACT_FLAGS = 5;
+  private static final int FACT_TIME_KIND = 6;
+  private static final int FACTS = 7;
+  private static final long FLAG_KEY = 1;
+  private static final long FLAG_DISPOSABLE = 2;
+  private static final long FLAG_HIDDEN = 4;
+  private static final long FLAG_NEW_CONFIG = 8;
 
   private static final Path STANDARD_INPUT = Path.of("-");
 
   private final StreamInfo video;
   private final AudioStreamInfo audio;
   private final byte[] videoConfig;
-  private final long[] facts = new long[7];
+  private final long[] facts = new long[FACTS];
   private final Path path;
   private final boolean live;
   private final Interruption interruption;
@@ -33,39 +40,23 @@ public final class MediaReader implements AutoCloseable {
     this.path = path;
     this.live = live;
     this.interruption = interruption;
-    boolean pictures = has(handle, MediaKind.VIDEO.ordinal());
-    this.video = pictures ? videoInfo(handle) : null;
-    this.videoConfig = pictures ? codecConfig(handle, MediaKind.VIDEO.ordinal()) : null;
+    boolean frames = has(handle, MediaKind.VIDEO.ordinal());
+    this.video = frames ? videoInfo(handle) : null;
+    this.videoConfig = frames ? codecConfig(handle, MediaKind.VIDEO.ordinal()) : null;
     this.audio = has(handle, MediaKind.AUDIO.ordinal()) ? audioInfo(handle) : null;
   }
 
   private static StreamInfo videoInfo(long handle) {
-    long[] p = new long[18];
-    videoProperties(handle, p);
-    return new StreamInfo(
-        codecName(handle, MediaKind.VIDEO.ordinal()),
-        pixelFormat(handle),
-        (int) p[0],
-        (int) p[1],
-        new Rational((int) p[2], (int) p[3]),
-        new Rational((int) p[4], (int) p[5]),
-        p[6],
-        new Rational((int) p[7], (int) p[8]),
-        p[9],
-        Colours.of((int) p[10], (int) p[11], (int) p[12], p[13] != 0, (int) p[1]),
-        new DisplayMatrix((int) p[14], (int) p[15], (int) p[16], (int) p[17]));
+    VideoProperties properties = new VideoProperties();
+    videoProperties(handle, properties);
+    return properties.toInfo(codecName(handle, MediaKind.VIDEO.ordinal()), pixelFormat(handle));
   }
 
   private static AudioStreamInfo audioInfo(long handle) {
-    long[] p = new long[5];
-    audioProperties(handle, p);
-    return new AudioStreamInfo(
-        codecName(handle, MediaKind.AUDIO.ordinal()),
-        (int) p[0],
-        (int) p[1],
-        new Rational((int) p[2], (int) p[3]),
-        p[4],
-        codecConfig(handle, MediaKind.AUDIO.ordinal()));
+    AudioProperties properties = new AudioProperties();
+    audioProperties(handle, properties);
+    int kind = MediaKind.AUDIO.ordinal();
+    return properties.toInfo(codecName(handle, kind), codecConfig(handle, kind));
   }
 
   /** Opens a file, or standard input for "-"; the exception's message names it and says what is wrong. */
@@ -110,6 +101,11 @@ public final class MediaReader implements AutoCloseable {
     return path.equals(STANDARD_INPUT) ? Path.of("/dev/stdin") : path;
   }
 
+  /** What was opened. */
+  public Path path() {
+    return path;
+  }
+
   /** True when the input can be read only once. */
   public boolean isLive() {
     return live;
@@ -146,21 +142,23 @@ public final class MediaReader implements AutoCloseable {
     byte[] data = readPacket();
     if (data == null) return null;
     started = true;
-    MediaKind kind = KINDS[(int) facts[0]];
+    MediaKind kind = KINDS[(int) facts[FACT_KIND]];
     Rational unit = kind == MediaKind.VIDEO ? video.timeBase() : audio.timeBase();
+    long pts = facts[FACT_PTS];
+    long flags = facts[FACT_FLAGS];
     return new MediaPacket(
         kind,
         data,
-        facts[1],
-        unit.toMilliseconds(facts[1]),
-        facts[2],
-        (int) facts[3],
-        (int) facts[4],
-        (facts[5] & KEY) != 0,
-        (facts[5] & DISPOSABLE) != 0,
-        (facts[5] & HIDDEN) != 0,
-        TIME_KINDS[(int) facts[6]],
-        (facts[5] & NEW_CONFIG) != 0 ? newConfig(handle) : null);
+        pts,
+        unit.toMilliseconds(pts),
+        facts[FACT_DURATION],
+        (int) facts[FACT_PADDING_START],
+        (int) facts[FACT_PADDING_END],
+        (flags & FLAG_KEY) != 0,
+        (flags & FLAG_DISPOSABLE) != 0,
+        (flags & FLAG_HIDDEN) != 0,
+        TIME_KINDS[(int) facts[FACT_TIME_KIND]],
+        (flags & FLAG_NEW_CONFIG) != 0 ? newConfig(handle) : null);
   }
 
   private byte[] readPacket() throws MediaException {
@@ -199,16 +197,11 @@ public final class MediaReader implements AutoCloseable {
 
   private static native String pixelFormat(long handle);
 
-  /**
-   * Fills width, height, frame rate and time base as fractions, milliseconds, pixel aspect and bit rate; primaries,
-   * transfer, matrix and 1 for full range; the display matrix.
-   */
-  private static native void videoProperties(long handle, long[] values);
+  private static native void videoProperties(long handle, VideoProperties properties);
 
-  /** Fills sample rate, channels, time base (numerator and denominator) and milliseconds. */
-  private static native void audioProperties(long handle, long[] values);
+  private static native void audioProperties(long handle, AudioProperties properties);
 
-  /** Returns null at the end; fills kind, time, duration, padding at start and end, bits, kind of time. */
+  /** Returns null at the end; fills the facts. */
   private static native byte[] read(long handle, long[] facts) throws MediaException;
 
   private static native byte[] newConfig(long handle);

@@ -2,9 +2,7 @@ package com.zarvo.qvs.host.media;
 
 import com.zarvo.qvs.host.bitstream.NalUnits;
 import com.zarvo.qvs.host.bitstream.ParameterSets;
-import com.zarvo.qvs.host.model.Colours;
 import com.zarvo.qvs.host.model.Container;
-import com.zarvo.qvs.host.model.DisplayMatrix;
 import java.io.IOException;
 import java.nio.file.DirectoryStream;
 import java.nio.file.Files;
@@ -131,22 +129,10 @@ public final class MediaWriter implements AutoCloseable {
   }
 
   private static void add(long handle, OutputTrack track) throws MediaException {
-    int num = track.timeBase().num();
-    int den = track.timeBase().den();
-    if (track instanceof OutputTrack.Video v) addVideo(handle, v.codecName(), v.config(), properties(v));
-    else if (track instanceof OutputTrack.Audio a)
-      addAudio(
-          handle, a.codecName(), a.config(), num, den, a.sampleRate(), a.channels(), a.frameSamples(), a.delaySamples());
-  }
-
-  private static int[] properties(OutputTrack.Video v) {
-    Colours colours = v.colours();
-    DisplayMatrix display = v.display();
-    return new int[] {
-      v.timeBase().num(), v.timeBase().den(), v.width(), v.height(), v.frameRate().num(), v.frameRate().den(),
-      v.pixelAspect().num(), v.pixelAspect().den(), colours.primaries(), colours.transfer(), colours.matrix(),
-      colours.fullRange() ? 1 : 0, display.a(), display.b(), display.c(), display.d()
-    };
+    if (track instanceof OutputTrack.Video video)
+      addVideo(handle, track.codecName(), track.config(), new VideoProperties(video));
+    else if (track instanceof OutputTrack.Audio audio)
+      addAudio(handle, track.codecName(), track.config(), new AudioProperties(audio));
   }
 
   /** Appends one packet. Containers want growing times: one that does not grow is moved behind its forerunner. */
@@ -251,20 +237,10 @@ public final class MediaWriter implements AutoCloseable {
 
   private static native long create(String path, String format) throws MediaException;
 
-  /** Takes time base, size, frame rate, pixel aspect, colours and display matrix as MediaReader gets them. */
-  private static native void addVideo(long handle, String codec, byte[] config, int[] properties)
+  private static native void addVideo(long handle, String codec, byte[] config, VideoProperties properties)
       throws MediaException;
 
-  private static native void addAudio(
-      long handle,
-      String codec,
-      byte[] config,
-      int timeBaseNum,
-      int timeBaseDen,
-      int sampleRate,
-      int channels,
-      int frameSamples,
-      int delaySamples)
+  private static native void addAudio(long handle, String codec, byte[] config, AudioProperties properties)
       throws MediaException;
 
   private static native void setOption(long handle, String name, String value);

@@ -1,6 +1,6 @@
 package com.zarvo.qvs.host.media;
 
-import com.zarvo.qvs.host.model.Colours;
+import com.zarvo.qvs.host.model.Colors;
 import com.zarvo.qvs.host.model.DisplayMatrix;
 import com.zarvo.qvs.host.model.Rational;
 import com.zarvo.qvs.host.model.VideoCodec;
@@ -31,20 +31,20 @@ public sealed interface OutputTrack {
       int height,
       Rational frameRate,
       Rational pixelAspect,
-      Colours colours,
+      Colors colors,
       DisplayMatrix display)
       implements OutputTrack {
 
     /** Square pixels in the usual colours. */
     Video(String codecName, byte[] config, Rational timeBase, int width, int height, Rational frameRate) {
       this(
-          codecName, config, timeBase, width, height, frameRate, new Rational(0, 1), Colours.usual(height),
+          codecName, config, timeBase, width, height, frameRate, new Rational(0, 1), Colors.usual(height),
           DisplayMatrix.AS_CODED);
     }
 
     /** The same once its configuration is known. */
     Video withConfig(byte[] known) {
-      return new Video(codecName, known, timeBase, width, height, frameRate, pixelAspect, colours, display);
+      return new Video(codecName, known, timeBase, width, height, frameRate, pixelAspect, colors, display);
     }
 
     /** True where containers want a configuration that only the first coded picture tells. */

@@ -1,6 +1,6 @@
 package com.zarvo.qvs.host.media;
 
-import com.zarvo.qvs.host.model.Colours;
+import com.zarvo.qvs.host.model.Colors;
 import com.zarvo.qvs.host.model.DisplayMatrix;
 import com.zarvo.qvs.host.model.Rational;
 
@@ -16,7 +16,7 @@ import com.zarvo.qvs.host.model.Rational;
  * @param durationMs milliseconds, -1 when unknown
  * @param pixelAspect width against height of one pixel, 0/1 when unknown
  * @param bitRate bits a second, 0 when unknown
- * @param colours the stream's own, or what players take it for
+ * @param colors the stream's own, or what players take it for
  * @param display how its pictures are to be shown
  */
 public record StreamInfo(
@@ -29,7 +29,7 @@ public record StreamInfo(
     long durationMs,
     Rational pixelAspect,
     long bitRate,
-    Colours colours,
+    Colors colors,
     DisplayMatrix display) {
 
   /** A stream of square pixels that says nothing of colours. */
@@ -43,7 +43,7 @@ public record StreamInfo(
       long durationMs) {
     this(
         codecName, pixelFormat, width, height, frameRate, timeBase, durationMs, new Rational(0, 1), 0,
-        Colours.usual(height), DisplayMatrix.AS_CODED);
+        Colors.usual(height), DisplayMatrix.AS_CODED);
   }
 
   /** Width against height of the picture as it is to be seen. */

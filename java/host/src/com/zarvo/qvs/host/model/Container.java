@@ -56,7 +56,7 @@ public enum Container {
     return this == MP4;
   }
 
-  public boolean holdsPictures() {
+  public boolean holdsVideo() {
     return !video.isEmpty();
   }
 
@@ -74,12 +74,12 @@ public enum Container {
   }
 
   /** True where a source's sound goes along without being asked for, as AAC. */
-  public boolean takesSoundAlong() {
-    return holdsPictures() && holds(AudioCodec.AAC);
+  public boolean takesAudioAlong() {
+    return holdsVideo() && holds(AudioCodec.AAC);
   }
 
   /** Where sound goes alone: this container where it can hold it, else the codec's own. */
-  public Container forSoundAlone(AudioCodec codec) {
+  public Container forAudioAlone(AudioCodec codec) {
     if (holds(codec) && !isFolder()) return this;
     return codec == AudioCodec.AAC ? AAC : OGG;
   }

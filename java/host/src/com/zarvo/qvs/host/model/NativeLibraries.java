@@ -15,7 +15,7 @@ public final class NativeLibraries {
 
   private NativeLibraries() {}
 
-  /** The container library: all that MediaReader, MediaWriter and PictureQuality need. */
+  /** The container library: all that MediaReader, MediaWriter and VideoQuality need. */
   public static synchronized void loadMedia() throws HostException {
     if (mediaLoaded) return;
     load("qvs-host-media");
@@ -33,7 +33,7 @@ public final class NativeLibraries {
     for (int kind = 0; kind < PATH_KINDS; kind++)
       TranscoderSessionNative.setNativeLibPath(kind, directory().toString());
     loadMedia();
-    MutedErrors muted = new MutedErrors();
+    SilencedStderr muted = new SilencedStderr();
     long result;
     try {
       result = TranscoderSessionNative.nativeInitialize();

@@ -5,11 +5,11 @@ public final class QuarterTurn {
   private QuarterTurn() {}
 
   /** A picture of even sides, turned by 0 to 3 quarters. */
-  public static byte[] turn(byte[] picture, int width, int height, int quarters) {
+  public static byte[] turn(byte[] frame, int width, int height, int quarters) {
     byte[] turned = new byte[width * height * 3 / 2];
-    turnPlane(picture, turned, 0, width, height, quarters);
-    turnPlane(picture, turned, width * height, width / 2, height / 2, quarters);
-    turnPlane(picture, turned, width * height * 5 / 4, width / 2, height / 2, quarters);
+    turnPlane(frame, turned, 0, width, height, quarters);
+    turnPlane(frame, turned, width * height, width / 2, height / 2, quarters);
+    turnPlane(frame, turned, width * height * 5 / 4, width / 2, height / 2, quarters);
     return turned;
   }
 

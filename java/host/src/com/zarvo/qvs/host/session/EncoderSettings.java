@@ -1,6 +1,6 @@
 package com.zarvo.qvs.host.session;
 
-import com.zarvo.qvs.host.model.Colours;
+import com.zarvo.qvs.host.model.Colors;
 import com.zarvo.qvs.host.model.H264Tuning;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
@@ -21,37 +21,37 @@ final class EncoderSettings {
   private static final int H264_REORDERING_DELAY = 10003;
   private static final int H264_THREADS = 10078;
   private static final int H264_SPEED = 10129;
-  private static final int H264_SOURCE_COLOURS = 10134;
-  private static final int H264_COLOURS = 10135;
+  private static final int H264_SOURCE_COLORS = 10134;
+  private static final int H264_COLORS = 10135;
   private static final int H264_ASYNCHRONOUS = 10200;
   private static final int H264_FLUSH = 10201;
-  private static final int H264_COLOUR_CODE_POINTS = 10202;
+  private static final int H264_COLOR_CODE_POINTS = 10202;
   private static final int NARROW_RANGE = 1;
   private static final int FULL_RANGE = 2;
 
   private EncoderSettings() {}
 
   /** Scaling leaves colours as they are, so a rendition's are those of its source. */
-  static TranscoderNativeParameterValue[] of(RenditionSpec spec, Colours colours, boolean asynchronous) {
+  static TranscoderNativeParameterValue[] of(RenditionSpec spec, Colors colors, boolean asynchronous) {
     NativeParameters keys = new NativeParameters();
     if (spec.codec() == VideoCodec.H264) {
       addH264(keys, spec.tuning(), asynchronous ? 1 : 0);
-      addColours(keys, colours);
+      addColors(keys, colors);
     } else {
       keys.set(VPX_CPU_USED, CPU_USED).set(VPX_THREAD_COUNT, 1).set(VPX_ASYNCHRONOUS, asynchronous ? 1 : 0);
-      keys.set(VPX_COLOR_SPACE, colours.vp9Space()).set(VPX_COLOR_RANGE, colours.fullRange() ? 1 : 0);
+      keys.set(VPX_COLOR_SPACE, colors.vp9Space()).set(VPX_COLOR_RANGE, colors.fullRange() ? 1 : 0);
     }
     return keys.toArray();
   }
 
-  private static void addColours(NativeParameters keys, Colours colours) {
-    int description = colours.description();
+  private static void addColors(NativeParameters keys, Colors colors) {
+    int description = colors.description();
     if (description != 0) {
-      keys.set(H264_SOURCE_COLOURS, description).set(H264_COLOURS, description);
+      keys.set(H264_SOURCE_COLORS, description).set(H264_COLORS, description);
       return;
     }
-    int range = colours.fullRange() ? FULL_RANGE : NARROW_RANGE;
-    keys.setAll(H264_COLOUR_CODE_POINTS, colours.primaries(), colours.transfer(), colours.matrix(), range);
+    int range = colors.fullRange() ? FULL_RANGE : NARROW_RANGE;
+    keys.setAll(H264_COLOR_CODE_POINTS, colors.primaries(), colors.transfer(), colors.matrix(), range);
   }
 
   private static void addH264(NativeParameters keys, H264Tuning tuning, long asynchronous) {

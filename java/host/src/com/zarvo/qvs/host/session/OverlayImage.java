@@ -40,8 +40,8 @@ final class OverlayImage {
   }
 
   /** The native record of this image at a place on pictures of the given size. */
-  TranscoderNativeVideoFrame placed(OverlaySpec spec, int pictureWidth, int pictureHeight) {
-    OverlayPlacement placement = new OverlayPlacement(spec, width(), height(), pictureWidth, pictureHeight);
+  TranscoderNativeVideoFrame placed(OverlaySpec spec, int frameWidth, int frameHeight) {
+    OverlayPlacement placement = new OverlayPlacement(spec, width(), height(), frameWidth, frameHeight);
     TranscoderNativeVideoFrame frame = new TranscoderNativeVideoFrame();
     frame.fourcc = FOURCC_BGRA;
     frame.bytes = bgra();

@@ -15,12 +15,12 @@ public interface SessionOutput {
   default void packet(int rendition, TranscoderPacket packet, long pts, long dts) throws HostException, IOException {}
 
   /** True to be given the rendition's picture of that time, as it goes to the encoder. */
-  default boolean wantsPicture(int rendition, long timecode) {
+  default boolean wantsFrame(int rendition, long timecode) {
     return false;
   }
 
   /** A picture that was asked for, as BGRA of about the preview size. */
-  default void picture(int rendition, long timecode, TranscoderNativeVideoFrame picture) {}
+  default void frame(int rendition, long timecode, TranscoderNativeVideoFrame frame) {}
 
   /** True to be given all decoded sound. */
   default boolean wantsSamples() {

@@ -3,8 +3,8 @@ package com.zarvo.qvs.host.session;
 import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
 
 import com.zarvo.qvs.host.media.MediaException;
-import com.zarvo.qvs.host.media.MediaFeed;
 import com.zarvo.qvs.host.media.MediaPacket;
+import com.zarvo.qvs.host.media.PacketLookahead;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
@@ -28,13 +28,13 @@ public final class TranscodeSession implements AutoCloseable {
   private static final long FOURCC_YV12 = 0x32315659L;
   private static final long SCALER_CPU = 1;
   private static final long BIT_DEPTH = 8;
-  private static final int DECODER_PICTURES = 4;
-  private static final int RENDITION_PICTURES = 3;
-  private static final long MAX_PICTURE_SIDE = 8192;
+  private static final int DECODER_FRAMES = 4;
+  private static final int RENDITION_FRAMES = 3;
+  private static final long MAX_FRAME_SIDE = 8192;
   // Lets the CPU honour crop, padding and fill, which it otherwise leaves to devices.
   private static final long SCALE_FLAG_PLACE_ON_CPU = 0x10000;
   private static final long STATUS_INPUT_USED = 0x01;
-  private static final long STATUS_PICTURE = 0x04;
+  private static final long STATUS_FRAME = 0x04;
   private static final long STATUS_INCOMPLETE = 0x08;
   private static final long STATUS_DAMAGED = 0x10;
   private static final long STATUS_ABORTED = 0x40;
@@ -42,41 +42,41 @@ public final class TranscodeSession implements AutoCloseable {
   private static final int KEY_DEINTERLACE = 0;
   private static final int KEY_DEINTERLACE_DOUBLE_RATE = 1;
   private static final int KEY_END_OF_STREAM = 100200;
-  private static final int LOG_FETCH_INTERVAL_PICTURES = 250;
+  private static final int LOG_FETCH_INTERVAL_FRAMES = 250;
   // A decoder that neither takes input nor gives pictures would spin for ever.
   private static final int MAX_IDLE_STEPS = 64;
 
   private final SessionSettings settings;
   private final NativeSession owner;
-  private final List<RenditionRoad> roads = new ArrayList<>();
+  private final List<RenditionPath> paths = new ArrayList<>();
   private final TranscoderNativeLong status = new TranscoderNativeLong();
   private final TranscoderNativeLong timecode = new TranscoderNativeLong();
   private final TranscoderNativeVideoDecodeFrameInfo frameInfo = new TranscoderNativeVideoDecodeFrameInfo();
-  private AudioRoad audio;
+  private AudioPath audio;
   private VideoSource source;
   private TimecodeMap times;
   private boolean configured;
   private long firstTime = Long.MIN_VALUE;
   private long refused;
-  private long mended;
+  private long concealed;
   private long[] targets = {};
   private long session;
-  private long heldDecoderPicture = -1;
-  private long pictures;
+  private long heldDecoderFrame = -1;
+  private long frames;
 
   /**
    * Opens a session ready for its first packet; nothing is left behind when that fails. The form of sound is learnt
    * from packets that lie ahead in `feed`, which may be null where there is no sound to do.
    */
-  public TranscodeSession(SessionSettings settings, SessionOutput output, MediaFeed feed)
+  public TranscodeSession(SessionSettings settings, SessionOutput output, PacketLookahead feed)
       throws HostException, MediaException {
     this.settings = settings;
     owner = new NativeSession(settings.name(), output);
     session = owner.handle();
     boolean ready = false;
     try {
-      if (settings.codec() != null) wirePictures();
-      if (settings.audio() != null) audio = new AudioRoad(owner, settings.audio(), feed);
+      if (settings.codec() != null) wireVideo();
+      if (settings.audio() != null) audio = new AudioPath(owner, settings.audio(), feed);
       ready = true;
     } finally {
       if (!ready) close();
@@ -94,7 +94,7 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   /** The audio side, null when sound is left out. */
-  public AudioRoad audio() {
+  public AudioPath audio() {
     return audio;
   }
 
@@ -104,31 +104,31 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   /** Pictures decoded so far. */
-  public long pictures() {
-    return pictures;
+  public long frames() {
+    return frames;
   }
 
   /** Pictures that went to the encoder of a rendition so far. */
-  public long encodedPictures(int rendition) {
-    return roads.get(rendition).added();
+  public long encodedFrames(int rendition) {
+    return paths.get(rendition).added();
   }
 
   /** Coded pictures that the decoder refused, wholly or in part. */
-  public long refusedPictures() {
+  public long refusedFrames() {
     return refused;
   }
 
   /** The same, and those that it mended or left out. */
-  public long damagedPictures() {
-    return refused + mended;
+  public long damagedFrames() {
+    return refused + concealed;
   }
 
   /** Changes the rate of a rendition while it runs; it holds from the next picture on. */
   public void updateBitRate(int rendition, long bitsPerSecond) throws HostException {
-    roads.get(rendition).updateBitRate(bitsPerSecond);
+    paths.get(rendition).updateBitRate(bitsPerSecond);
   }
 
-  /** Takes one coded packet through the whole road. A damaged one costs its own picture only. */
+  /** Takes one coded packet all the way. A damaged one costs its own picture only. */
   public void push(MediaPacket packet) throws HostException, IOException {
     // Containers keep empty packets where a live encoder dropped a picture.
     if (!source.accept(packet)) return;
@@ -136,11 +136,11 @@ public final class TranscodeSession implements AutoCloseable {
     byte[] data = source.data();
     long type =
         packet.key()
-            ? RenditionRoad.FRAME_KEY
-            : packet.disposable() ? RenditionRoad.FRAME_DISPOSABLE : RenditionRoad.FRAME_INTER;
+            ? RenditionPath.FRAME_KEY
+            : packet.disposable() ? RenditionPath.FRAME_DISPOSABLE : RenditionPath.FRAME_INTER;
     long result = videoDecoderAddFrame(session, data, 0, data.length, times.assign(packet), type);
     boolean aborted = false;
-    long mendedBefore = mended;
+    long concealedBefore = concealed;
     for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
       if (decodeStep()) idle = 0;
       aborted |= (status.value & STATUS_ABORTED) != 0;
@@ -148,14 +148,14 @@ public final class TranscodeSession implements AutoCloseable {
     }
     if (result == 0 && !aborted) return;
     refused++;
-    mended = mendedBefore;
+    concealed = concealedBefore;
   }
 
   /** Ends the stream: hands out all that the decoder and the encoders still hold. */
   public void drain() throws HostException, IOException {
     if (configured) drainDecoder();
     collect();
-    for (RenditionRoad road : roads) road.flush();
+    for (RenditionPath path : paths) path.flush();
     if (audio != null) audio.drain();
   }
 
@@ -176,32 +176,32 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   private void collect() throws HostException, IOException {
-    for (RenditionRoad road : roads) road.collect();
+    for (RenditionPath path : paths) path.collect();
   }
 
   /** Frees the native session and all that belongs to it; the log stays readable. */
   @Override
   public void close() {
     if (session == 0) return;
-    if (heldDecoderPicture >= 0) videoDecoderBufferRelease(session, heldDecoderPicture);
-    heldDecoderPicture = -1;
+    if (heldDecoderFrame >= 0) videoDecoderBufferRelease(session, heldDecoderFrame);
+    heldDecoderFrame = -1;
     if (audio != null) audio.close();
     owner.close();
     session = 0;
   }
 
-  private void wirePictures() throws HostException {
+  private void wireVideo() throws HostException {
     wireDecoder();
     boolean placement = settings.renditions().stream().anyMatch(RenditionSpec::needsPlacement);
     check(videoScalerCreate(session, FOURCC_YV12, BIT_DEPTH), "scaler");
     check(videoScalerSetImplementation(session, SCALER_CPU, -1), "scaler");
     check(videoScalerSetFlags(session, placement ? SCALE_FLAG_PLACE_ON_CPU : 0), "scaler");
-    check(videoDecoderBuffersCreate(session, DECODER_PICTURES), "pool of decoded pictures");
-    check(videoDecoderSetFrameSizeLimits(session, MAX_PICTURE_SIDE, MAX_PICTURE_SIDE, 1, 1), "size limits");
-    check(videoEncoderBufferSetsCreate(session, RENDITION_PICTURES), "pools of renditions");
+    check(videoDecoderBuffersCreate(session, DECODER_FRAMES), "pool of decoded pictures");
+    check(videoDecoderSetFrameSizeLimits(session, MAX_FRAME_SIDE, MAX_FRAME_SIDE, 1, 1), "size limits");
+    check(videoEncoderBufferSetsCreate(session, RENDITION_FRAMES), "pools of renditions");
     for (int i = 0; i < settings.renditions().size(); i++)
-      roads.add(new RenditionRoad(owner, settings, i, times));
-    targets = new long[roads.size()];
+      paths.add(new RenditionPath(owner, settings, i, times));
+    targets = new long[paths.size()];
     check(videoScalerInitialize(session), "scaler");
     if (source.config() != null) configure();
     placeOverlays();
@@ -236,32 +236,32 @@ public final class TranscodeSession implements AutoCloseable {
             image.placed(spec, settings.source().width(), settings.source().height());
         check(videoDecoderBufferSetOverlayVideoFrame(session, slot++, frame), "overlay");
       } else {
-        roads.get(spec.rendition()).setOverlay(slot++, spec, image);
+        paths.get(spec.rendition()).setOverlay(slot++, spec, image);
       }
     }
   }
 
   /** One step of the decoder; true when it gave a picture. */
   private boolean decodeStep() throws HostException, IOException {
-    if (heldDecoderPicture < 0) heldDecoderPicture = allocateDecoderPicture();
+    if (heldDecoderFrame < 0) heldDecoderFrame = allocateDecoderFrame();
     frameInfo.timcodeInfo.clear();
     frameInfo.ancillaryData.clear();
-    long result = videoDecoderDecode(session, heldDecoderPicture, status, timecode, frameInfo);
+    long result = videoDecoderDecode(session, heldDecoderFrame, status, timecode, frameInfo);
     check(result, "decoding failed");
-    if ((status.value & STATUS_DAMAGED) != 0) mended++;
-    boolean picture = (status.value & STATUS_PICTURE) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
-    if (!picture) return false;
-    long index = heldDecoderPicture;
+    if ((status.value & STATUS_DAMAGED) != 0) concealed++;
+    boolean frame = (status.value & STATUS_FRAME) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
+    if (!frame) return false;
+    long index = heldDecoderFrame;
     try {
       boolean hidden = times.isHidden(timecode.value);
       long time = times.delivered(timecode.value);
       if (!hidden) deliver(index, time);
       if (!hidden && doublesRate()) deliverSecond(index);
     } finally {
-      heldDecoderPicture = -1;
+      heldDecoderFrame = -1;
       videoDecoderBufferRelease(session, index);
     }
-    if (++pictures % LOG_FETCH_INTERVAL_PICTURES == 0) owner.fetchLog();
+    if (++frames % LOG_FETCH_INTERVAL_FRAMES == 0) owner.fetchLog();
     return true;
   }
 
@@ -273,10 +273,10 @@ public final class TranscodeSession implements AutoCloseable {
     check(videoDecoderGetFrame(session, index, timecode), "the second field could not be fetched");
     double rate = frameInfo.frameRate > 0 ? frameInfo.frameRate : settings.source().frameRateOrDefault();
     deliver(index, times.deliveredAfter(0.5 / rate));
-    pictures++;
+    frames++;
   }
 
-  private long allocateDecoderPicture() throws HostException, IOException {
+  private long allocateDecoderFrame() throws HostException, IOException {
     long index = videoDecoderBufferAllocate(session);
     if (index >= 0) return index;
     collect();
@@ -286,18 +286,18 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   /** Scales one decoded picture into every rendition that wants it and sends the results to the encoders. */
-  private void deliver(long decoderPicture, long time) throws HostException, IOException {
+  private void deliver(long decoderFrame, long time) throws HostException, IOException {
     if (firstTime == Long.MIN_VALUE) firstTime = time;
     try {
-      for (int i = 0; i < targets.length; i++) targets[i] = roads.get(i).takeTarget(time);
-      check(videoDecoderTransferFrameStart(session, decoderPicture, targets), "a picture could not be delivered");
+      for (int i = 0; i < targets.length; i++) targets[i] = paths.get(i).takeTarget(time);
+      check(videoDecoderTransferFrameStart(session, decoderFrame, targets), "a picture could not be delivered");
       owner.output().decoded(time, (int) frameInfo.displayWidth, (int) frameInfo.displayHeight);
-      for (RenditionRoad road : roads) road.scaleFrom(decoderPicture, time);
+      for (RenditionPath path : paths) path.scaleFrom(decoderFrame, time);
       // The smallest rendition is done first, so it is asked first and gets its next picture while others work.
-      for (int i = roads.size() - 1; i >= 0; i--) roads.get(i).encode(time, firstTime);
-      for (RenditionRoad road : roads) road.showPreview(time);
+      for (int i = paths.size() - 1; i >= 0; i--) paths.get(i).encode(time, firstTime);
+      for (RenditionPath path : paths) path.showPreview(time);
     } finally {
-      for (RenditionRoad road : roads) road.releaseTarget();
+      for (RenditionPath path : paths) path.releaseTarget();
     }
   }
 

@@ -19,7 +19,7 @@ class CommandLineTest {
 
   @BeforeAll
   static void makeClip() throws Exception {
-    clip = Clips.testPicture(folder.resolve("clip.webm"), "128x96", "30", 4, "");
+    clip = Clips.testVideo(folder.resolve("clip.webm"), "128x96", "30", 4, "");
   }
 
   private static void assertRefused(String expected, String... arguments) {
@@ -57,15 +57,15 @@ class CommandLineTest {
     Path out = folder.resolve("out");
     Path text = Files.writeString(folder.resolve("text.webm"), "only text ".repeat(100));
     Path other = Clips.make("-f lavfi -i testsrc2=size=64x64 -frames:v 3 -c:v mjpeg", folder.resolve("other.mkv"));
-    Path sound = Clips.make("-f lavfi -i sine -t 0.2", folder.resolve("sound.wav"));
-    Path picture = Files.writeString(folder.resolve("broken.png"), "no picture");
+    Path audio = Clips.make("-f lavfi -i sine -t 0.2", folder.resolve("sound.wav"));
+    Path frame = Files.writeString(folder.resolve("broken.png"), "no picture");
     for (String command : List.of("transcode", "decode")) {
-      for (Path bad : List.of(folder.resolve("missing.webm"), folder, text, other, sound)) {
+      for (Path bad : List.of(folder.resolve("missing.webm"), folder, text, other, audio)) {
         if (command.equals("decode")) assertRefused(bad.getFileName().toString(), command, bad.toString());
         else assertRefused(bad.getFileName().toString(), command, bad.toString(), "-o", out.toString());
       }
     }
-    assertRefused("broken.png", "transcode", clip.toString(), "-o", out.toString(), "--overlay", picture.toString());
+    assertRefused("broken.png", "transcode", clip.toString(), "-o", out.toString(), "--overlay", frame.toString());
     assertRefused("gone.png", "transcode", clip.toString(), "-o", out.toString(), "--overlay", "gone.png");
     assertRefused("on=7", "transcode", clip.toString(), "-o", out.toString(), "--overlay", "gone.png,on=7");
     assertRefused("text.webm", "transcode", clip.toString(), "-o", text.toString());
@@ -86,7 +86,7 @@ class CommandLineTest {
 
   @Test
   void packetsThatHoldNoPicture() throws Exception {
-    byte[] bytes = Files.readAllBytes(Clips.testPicture(folder.resolve("a.ivf"), "64x64", "30", 3, ""));
+    byte[] bytes = Files.readAllBytes(Clips.testVideo(folder.resolve("a.ivf"), "64x64", "30", 3, ""));
     // Keep header and first bytes, so the container is well, and spoil the frames.
     for (int i = 54; i < bytes.length; i++) bytes[i] = 0;
     bytes[44] |= 1;

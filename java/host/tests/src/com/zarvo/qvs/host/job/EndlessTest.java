@@ -26,18 +26,18 @@ class EndlessTest {
   @Test
   void passesFollowEachOtherWithoutAGap() {
     Rational unit = new Rational(1, 90_000);
-    EndlessStream pictures = new EndlessStream(unit);
-    for (long pts : new long[] {6006, 15015, 9009, 12012}) pictures.add(at(pts, unit)); // in the order of coding
-    pictures.closePictures();
-    for (int i = 0; i < 4_000_000; i++) pictures.take();
-    assertEquals(6006 + 12012L * 1_000_000, pictures.peek().pts());
-    assertEquals(6006 + 3003 * 4_000_003L, pictures.shownAt(4_000_003));
-    EndlessStream sound = new EndlessStream(unit);
-    for (long pts : new long[] {0, 2090, 4180}) sound.add(at(pts, unit)); // 1024 samples at 44100 Hz, rounded
-    for (int i = 0; i < 3; i++) sound.take();
-    sound.closeSound(3 * 1024 / 44_100.0);
-    for (int i = 0; i < 3 * 999_999; i++) sound.take();
-    assertEquals(Math.round(3_000_000L * 1024 / 44_100.0 * 90_000), sound.peek().pts());
+    EndlessStream frames = new EndlessStream(unit);
+    for (long pts : new long[] {6006, 15015, 9009, 12012}) frames.add(at(pts, unit)); // in the order of coding
+    frames.closeVideo();
+    for (int i = 0; i < 4_000_000; i++) frames.take();
+    assertEquals(6006 + 12012L * 1_000_000, frames.peek().pts());
+    assertEquals(6006 + 3003 * 4_000_003L, frames.shownAt(4_000_003));
+    EndlessStream audio = new EndlessStream(unit);
+    for (long pts : new long[] {0, 2090, 4180}) audio.add(at(pts, unit)); // 1024 samples at 44100 Hz, rounded
+    for (int i = 0; i < 3; i++) audio.take();
+    audio.closeAudio(3 * 1024 / 44_100.0);
+    for (int i = 0; i < 3 * 999_999; i++) audio.take();
+    assertEquals(Math.round(3_000_000L * 1024 / 44_100.0 * 90_000), audio.peek().pts());
   }
 
   @ParameterizedTest
@@ -50,7 +50,7 @@ class EndlessTest {
             folder.resolve(name));
     try (EndlessSession session = new EndlessSession(source, true)) {
       for (int i = 0; i < 30; i++) session.pass();
-      assertTrue(session.picturesAreRight(), session.contents());
+      assertTrue(session.videoIsRight(), session.contents());
       for (Map.Entry<String, Double> drift : session.drifts().entrySet())
         assertEquals(0, drift.getValue(), 2, name + ": " + session.drifts());
     }

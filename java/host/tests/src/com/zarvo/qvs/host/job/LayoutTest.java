@@ -18,8 +18,8 @@ import org.junit.jupiter.api.Test;
 
 /** Where things lie: overlays on pictures, rungs in a ladder, pictures in a strip, values in a report. */
 class LayoutTest {
-  private static OverlayPlacement place(String spec, int width, int height, int pictureWidth, int pictureHeight) {
-    return new OverlayPlacement(OverlaySpec.parse("a.png" + spec), width, height, pictureWidth, pictureHeight);
+  private static OverlayPlacement place(String spec, int width, int height, int frameWidth, int frameHeight) {
+    return new OverlayPlacement(OverlaySpec.parse("a.png" + spec), width, height, frameWidth, frameHeight);
   }
 
   @Test
@@ -63,10 +63,10 @@ class LayoutTest {
   @Test
   void aStripSpreadsItsPicturesOverAnyLength() {
     for (long length : new long[] {100, 3000, 60_000, 3_600_000}) {
-      PictureStrip strip = new PictureStrip();
+      FrameStrip strip = new FrameStrip();
       for (long time = 0; time < length; time += 40)
         if (strip.wants(time)) strip.add(time, new BufferedImage(1, 1, BufferedImage.TYPE_INT_RGB));
-      List<PictureStrip.Shot> shots = strip.pick(5);
+      List<FrameStrip.Shot> shots = strip.pick(5);
       assertEquals(0, shots.get(0).timecode());
       assertTrue(length < 3000 || shots.size() == 5, length + ": " + shots.size());
       long last = shots.get(shots.size() - 1).timecode();

@@ -5,7 +5,7 @@ import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
-import com.zarvo.qvs.host.job.PictureQuality;
+import com.zarvo.qvs.host.job.VideoQuality;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.model.Rational;
@@ -54,7 +54,7 @@ class ContainerTest {
 
   @Test
   void theReaderTellsWhatTheFileIs() throws Exception {
-    Path plain = Clips.testPicture(folder.resolve("told.webm"), "322x182", "30000/1001", 31, "");
+    Path plain = Clips.testVideo(folder.resolve("told.webm"), "322x182", "30000/1001", 31, "");
     Path clip = Files.copy(plain, folder.resolve("t\u00f6ld \u96ea.webm"));
     try (MediaReader reader = MediaReader.open(clip)) {
       StreamInfo info = reader.video();
@@ -71,7 +71,7 @@ class ContainerTest {
 
   @Test
   void exactTimesSurviveInIvf() throws Exception {
-    Path clip = Clips.testPicture(folder.resolve("ntsc.ivf"), "64x64", "30000/1001", 301, "");
+    Path clip = Clips.testVideo(folder.resolve("ntsc.ivf"), "64x64", "30000/1001", 301, "");
     Path copy = folder.resolve("ntsc-copy.ivf");
     assertEquals(301, copy(clip, copy, "ivf"));
     assertEquals(Clips.times(clip), Clips.times(copy));
@@ -81,7 +81,7 @@ class ContainerTest {
   @Test
   void irregularTimesSurviveInEitherContainer() throws Exception {
     Path clip =
-        Clips.testPicture(
+        Clips.testVideo(
             folder.resolve("vfr.webm"), "64x64", "30", 60, "-vf select=mod(n\\,5)*mod(n\\,3) -vsync vfr");
     List<String> times = Clips.times(clip);
     assertEquals("0.133000", times.get(2), "the clip leaves pictures out");
@@ -133,11 +133,11 @@ class ContainerTest {
 
   @Test
   void qualityFallsWithTheBitRateAndSeesOtherColours() throws Exception {
-    Path source = Clips.testPicture(folder.resolve("source.webm"), "320x180", "30", 30, "");
+    Path source = Clips.testVideo(folder.resolve("source.webm"), "320x180", "30", 30, "");
     Rectangle nothing = new Rectangle();
     Path same = folder.resolve("same.webm");
     copy(source, same, "webm");
-    assertEquals(100, PictureQuality.psnr(source, same, nothing));
+    assertEquals(100, VideoQuality.psnr(source, same, nothing));
     String coder = " -c:v libvpx -deadline realtime -cpu-used 4 -b:v ";
     String from = "-i " + source;
     double good = psnr(source, from + coder + "4M", "good.webm");
@@ -147,11 +147,11 @@ class ContainerTest {
     assertTrue(swapped < 15, "swapped chroma: " + swapped);
     String box = " -vf drawbox=x=200:y=20:w=80:h=40:t=fill:color=red";
     Path boxed = Clips.make(from + box + coder + "4M", folder.resolve("boxed.webm"));
-    double without = PictureQuality.psnr(source, boxed, new Rectangle(200, 20, 80, 40));
-    assertTrue(without > good - 3 && without > PictureQuality.psnr(source, boxed, nothing) + 5, "without " + without);
+    double without = VideoQuality.psnr(source, boxed, new Rectangle(200, 20, 80, 40));
+    assertTrue(without > good - 3 && without > VideoQuality.psnr(source, boxed, nothing) + 5, "without " + without);
   }
 
   private static double psnr(Path source, String arguments, String name) throws Exception {
-    return PictureQuality.psnr(source, Clips.make(arguments, folder.resolve(name)), new Rectangle());
+    return VideoQuality.psnr(source, Clips.make(arguments, folder.resolve(name)), new Rectangle());
   }
 }

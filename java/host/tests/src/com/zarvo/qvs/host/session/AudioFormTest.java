@@ -8,9 +8,9 @@ import static org.junit.jupiter.api.Assertions.assertThrows;
 import com.zarvo.qvs.host.bitstream.AacConfig;
 import com.zarvo.qvs.host.bitstream.OggPages;
 import com.zarvo.qvs.host.bitstream.VorbisHeaders;
-import com.zarvo.qvs.host.media.JumpMender;
 import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
+import com.zarvo.qvs.host.media.TimestampCorrector;
 import com.zarvo.qvs.host.model.AudioCodec;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.HostException;
@@ -113,17 +113,17 @@ class AudioFormTest {
   @Test
   void bothStreamsMoveByTheSameTimeWhereTheClockJumpsBack() {
     Rational ms = new Rational(1, 1000);
-    JumpMender mender = new JumpMender();
+    TimestampCorrector corrector = new TimestampCorrector();
     for (int t = 5000; t < 9000; t += 20) {
-      assertEquals(t, mender.mend(packet(MediaKind.VIDEO, ms, t), ms).pts());
-      assertEquals(t - 7, mender.mend(packet(MediaKind.AUDIO, ms, t - 7), ms).pts());
+      assertEquals(t, corrector.correct(packet(MediaKind.VIDEO, ms, t), ms).pts());
+      assertEquals(t - 7, corrector.correct(packet(MediaKind.AUDIO, ms, t - 7), ms).pts());
     }
-    assertEquals(8980, mender.mend(packet(MediaKind.VIDEO, ms, 8980), ms).pts(), "reordered pictures are no jump");
-    long moved = mender.mend(packet(MediaKind.VIDEO, ms, 100), ms).pts() - 100;
+    assertEquals(8980, corrector.correct(packet(MediaKind.VIDEO, ms, 8980), ms).pts(), "reordered pictures are no jump");
+    long moved = corrector.correct(packet(MediaKind.VIDEO, ms, 100), ms).pts() - 100;
     assertEquals(9000 - 100, moved);
-    assertEquals(8993, mender.mend(packet(MediaKind.AUDIO, ms, 8993), ms).pts(), "from before the jump");
-    assertEquals(93 + moved, mender.mend(packet(MediaKind.AUDIO, ms, 93), ms).pts());
-    assertEquals(50_000 + moved, mender.mend(packet(MediaKind.AUDIO, ms, 50_000), ms).pts(), "a gap stays");
+    assertEquals(8993, corrector.correct(packet(MediaKind.AUDIO, ms, 8993), ms).pts(), "from before the jump");
+    assertEquals(93 + moved, corrector.correct(packet(MediaKind.AUDIO, ms, 93), ms).pts());
+    assertEquals(50_000 + moved, corrector.correct(packet(MediaKind.AUDIO, ms, 50_000), ms).pts(), "a gap stays");
   }
 
   @Test

@@ -31,7 +31,7 @@ public final class Clips {
   }
 
   /** A moving test picture in VP8 or VP9. */
-  public static Path testPicture(Path file, String size, String rate, int frames, String more)
+  public static Path testVideo(Path file, String size, String rate, int frames, String more)
       throws IOException, InterruptedException {
     return make(
         "-f lavfi -i testsrc2=size=" + size + ":rate=" + rate + " -frames:v " + frames

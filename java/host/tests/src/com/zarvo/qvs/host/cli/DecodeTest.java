@@ -20,7 +20,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
 /** What the session's decoders deliver, against published sums and against another decoder. */
-class DecodeRoadTest {
+class DecodeTest {
   private static final Pattern TABLE_ROW =
       Pattern.compile(
           "\\| (\\S+) \\| vp[89][^|]*\\|[^|]*\\| (\\d+)x(\\d+) yuv420p (?:\\*\\+\\d\\* )?[\\d.]+/s[^|]*"

@@ -25,7 +25,7 @@ import org.junit.jupiter.params.provider.CsvSource;
 
 /** Input that comes as it comes: through FIFOs and standard input, cut off, interrupted. */
 @Timeout(120)
-class LiveRoadTest {
+class LiveTest {
   private static final String CODERS = "-c:v libx264 -preset ultrafast -bf 2 -g 25 -c:a aac ";
 
   @TempDir static Path folder;

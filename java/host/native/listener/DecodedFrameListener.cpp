@@ -1,4 +1,4 @@
-#include "listener/DecodedPictureListener.h"
+#include "listener/DecodedFrameListener.h"
 
 #include "frames/VideoFrameBuffer.h"
 
@@ -26,15 +26,15 @@ const PlaneOrder* orderOf(uint32_t fourcc) {
 
 }  // namespace
 
-uint32_t DecodedPictureListener::onVideoDecodeBeforeOverlay(int64_t, IVideoDecoder*,
+uint32_t DecodedFrameListener::onVideoDecodeBeforeOverlay(int64_t, IVideoDecoder*,
                                                             VideoFrameBuffer* frame) {
-  picture_.clear();
+  frame_.clear();
   const PlaneOrder* order = orderOf(frame->getFourCC());
   if (!order) return 0;
   const size_t width = frame->getWidth(), height = frame->getHeight();
   const size_t chromaWidth = width / 2, chromaHeight = height / 2;
-  picture_.resize(width * height + 2 * chromaWidth * chromaHeight);
-  uint8_t* out = picture_.data();
+  frame_.resize(width * height + 2 * chromaWidth * chromaHeight);
+  uint8_t* out = frame_.data();
   for (int i = 0; i < 3; i++) {
     const uint32_t plane = order->planes[i];
     const size_t columns = i ? chromaWidth : width, rows = i ? chromaHeight : height;

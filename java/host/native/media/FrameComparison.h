@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/PictureReader.h"
+#include "media/FrameReader.h"
 
 #include <cstdint>
 #include <string>
@@ -14,12 +14,12 @@ struct ExcludedArea {
 
 struct ComparisonResult {
   double psnrDb = 0;  ///< over all samples of Y, U and V of all pictures; 100 when nothing differs
-  int64_t pictures = 0;
+  int64_t frames = 0;
 };
 
 /// Measures a rendition against its source: each picture against the source picture of the same time, scaled
 /// to the rendition's size by a bicubic filter.
-class PictureComparison {
+class FrameComparison {
  public:
   MediaStatus run(const std::string& sourcePath, const std::string& renditionPath,
                   const ExcludedArea& excluded, ComparisonResult* result);
@@ -29,8 +29,8 @@ class PictureComparison {
   MediaStatus scaleSource();
   void addDifference(const ExcludedArea& excluded);
 
-  PictureReader source_;
-  PictureReader rendition_;
+  FrameReader source_;
+  FrameReader rendition_;
   AvFramePtr scaled_;
   SwsPtr scaler_;
   bool sourceReady_ = false;

@@ -1,4 +1,4 @@
-#include "media/PictureComparison.h"
+#include "media/FrameComparison.h"
 
 #include <algorithm>
 #include <cmath>
@@ -46,8 +46,8 @@ PlaneArea scaledArea(const ExcludedArea& area, const AVFrame& source, const AVFr
 
 }  // namespace
 
-MediaStatus PictureComparison::run(const std::string& sourcePath, const std::string& renditionPath,
-                                   const ExcludedArea& excluded, ComparisonResult* result) {
+MediaStatus FrameComparison::run(const std::string& sourcePath, const std::string& renditionPath,
+                                 const ExcludedArea& excluded, ComparisonResult* result) {
   *result = {};
   MediaStatus status = source_.open(sourcePath);
   if (!status.ok()) return status;
@@ -63,7 +63,7 @@ MediaStatus PictureComparison::run(const std::string& sourcePath, const std::str
     status = scaleSource();
     if (!status.ok()) break;
     addDifference(excluded);
-    result->pictures++;
+    result->frames++;
   }
   if (!status.ok()) return status;
   if (!samples_) return MediaStatus::failure("no picture to compare");
@@ -72,7 +72,7 @@ MediaStatus PictureComparison::run(const std::string& sourcePath, const std::str
   return {};
 }
 
-MediaStatus PictureComparison::advanceSourceTo(double timeMs, bool* found) {
+MediaStatus FrameComparison::advanceSourceTo(double timeMs, bool* found) {
   while (!sourceReady_ || source_.timeMs() < timeMs - kSameTimeMs) {
     bool atEnd = false;
     MediaStatus status = source_.next(&atEnd);
@@ -83,7 +83,7 @@ MediaStatus PictureComparison::advanceSourceTo(double timeMs, bool* found) {
   return {};
 }
 
-MediaStatus PictureComparison::scaleSource() {
+MediaStatus FrameComparison::scaleSource() {
   const AVFrame& from = source_.frame();
   const AVFrame& to = rendition_.frame();
   if (withoutRange(to.format) != AV_PIX_FMT_YUV420P)
@@ -106,15 +106,15 @@ MediaStatus PictureComparison::scaleSource() {
   return rows == to.height ? MediaStatus() : MediaStatus::failure("cannot scale the source");
 }
 
-void PictureComparison::addDifference(const ExcludedArea& excluded) {
-  const AVFrame& picture = rendition_.frame();
+void FrameComparison::addDifference(const ExcludedArea& excluded) {
+  const AVFrame& frame = rendition_.frame();
   for (int plane = 0; plane < 3; plane++) {
     const int shift = plane ? 1 : 0;
-    const int width = (picture.width + shift) >> shift;
-    const int height = (picture.height + shift) >> shift;
-    const PlaneArea skip = scaledArea(excluded, source_.frame(), picture, shift);
+    const int width = (frame.width + shift) >> shift;
+    const int height = (frame.height + shift) >> shift;
+    const PlaneArea skip = scaledArea(excluded, source_.frame(), frame, shift);
     for (int y = 0; y < height; y++) {
-      const uint8_t* a = picture.data[plane] + static_cast<ptrdiff_t>(y) * picture.linesize[plane];
+      const uint8_t* a = frame.data[plane] + static_cast<ptrdiff_t>(y) * frame.linesize[plane];
       const uint8_t* b = scaled_->data[plane] + static_cast<ptrdiff_t>(y) * scaled_->linesize[plane];
       for (int x = 0; x < width; x++) {
         if (skip.contains(x, y)) continue;

@@ -5,8 +5,8 @@ import java.awt.Rectangle;
 import java.nio.file.Path;
 
 /** Measures a rendition against the file that it was made from. */
-public final class PictureQuality {
-  private PictureQuality() {}
+public final class VideoQuality {
+  private VideoQuality() {}
 
   /**
    * PSNR in dB over all samples of all pictures, each against the source picture of the same time scaled to the

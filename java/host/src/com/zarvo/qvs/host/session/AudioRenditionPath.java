@@ -16,7 +16,7 @@ import java.util.Arrays;
 import java.util.List;
 
 /** One audio rendition within a session: its encoder and the copies of decoded blocks that go through it. */
-public final class AudioRenditionRoad {
+public final class AudioRenditionPath {
   private final NativeSession owner;
   private final AudioSpec spec;
   private final int index;
@@ -24,7 +24,7 @@ public final class AudioRenditionRoad {
   private final List<TranscoderPacket> packets = new ArrayList<>();
 
   /** Makes encoder and converter of rendition `index`; rate and channels of `spec` are settled. */
-  AudioRenditionRoad(
+  AudioRenditionPath(
       NativeSession owner, AudioSpec spec, int index, TranscoderNativeStreamContext context) throws HostException {
     this.owner = owner;
     this.spec = spec;

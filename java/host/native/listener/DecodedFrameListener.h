@@ -9,7 +9,7 @@ namespace qvs::host {
 
 /// Keeps a copy of the last decoded picture of one session, as its pool frame holds it before any overlay:
 /// planes Y, U and V, rows without padding, chroma sizes rounded down. Used on the session's own thread only.
-class DecodedPictureListener final : public ITranscoderSessionNotifyVideoFrameDecode {
+class DecodedFrameListener final : public ITranscoderSessionNotifyVideoFrameDecode {
  public:
   uint32_t lockVideo() override { return 0; }
   uint32_t unlockVideo() override { return 0; }
@@ -18,10 +18,10 @@ class DecodedPictureListener final : public ITranscoderSessionNotifyVideoFrameDe
   uint32_t onVideoDecodeAfterOverlay(int64_t, IVideoDecoder*, VideoFrameBuffer*) override { return 0; }
 
   /// Empty before the first picture and after one of a format that has no three planes.
-  const std::vector<uint8_t>& picture() const { return picture_; }
+  const std::vector<uint8_t>& frame() const { return frame_; }
 
  private:
-  std::vector<uint8_t> picture_;
+  std::vector<uint8_t> frame_;
 };
 
 }  // namespace qvs::host

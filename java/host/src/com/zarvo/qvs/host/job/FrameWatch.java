@@ -1,7 +1,7 @@
 package com.zarvo.qvs.host.job;
 
 import com.zarvo.qvs.host.model.HostException;
-import com.zarvo.qvs.host.session.PictureTap;
+import com.zarvo.qvs.host.session.FrameTap;
 import com.zarvo.qvs.host.session.TranscodeSession;
 import java.util.zip.CRC32C;
 
@@ -9,24 +9,24 @@ import java.util.zip.CRC32C;
  * Holds the decoded pictures of an endless stream against its first pass: picture n of each pass has to come at its
  * own time and with the samples that it had then.
  */
-final class PictureWatch implements AutoCloseable {
+final class FrameWatch implements AutoCloseable {
   private final EndlessStream stream;
-  private final PictureTap tap;
+  private final FrameTap tap;
   private final long[] sums;
   private final CRC32C sum = new CRC32C();
   private long count;
   private long strays;
 
-  PictureWatch(EndlessStream stream, TranscodeSession session) throws HostException {
+  FrameWatch(EndlessStream stream, TranscodeSession session) throws HostException {
     this.stream = stream;
-    this.tap = new PictureTap(session.handle());
+    this.tap = new FrameTap(session.handle());
     this.sums = new long[stream.shownInPass()];
   }
 
   /** The next decoded picture came, at that exact time. */
   void decoded(long pts) {
     int place = (int) (count % sums.length);
-    byte[] samples = tap.lastPicture();
+    byte[] samples = tap.lastFrame();
     sum.reset();
     sum.update(samples, 0, tap.length());
     boolean same = count < sums.length || sums[place] == sum.getValue();

@@ -7,13 +7,13 @@ import com.zarvo.qvs.host.model.NativeLibraries;
  * Sees the decoded pictures of a session as they lie in its pool, through a native listener that is registered with
  * the library's notification manager.
  */
-public final class PictureTap implements AutoCloseable {
+public final class FrameTap implements AutoCloseable {
   private final long session;
   private long handle;
   private byte[] bytes = {};
 
   /** Starts to watch a session; the session must outlive this. */
-  public PictureTap(long session) throws HostException {
+  public FrameTap(long session) throws HostException {
     NativeLibraries.loadListener();
     this.session = session;
     this.handle = attach(session);
@@ -24,7 +24,7 @@ public final class PictureTap implements AutoCloseable {
    * Planes Y, U and V of the last picture, rows without padding, half sizes rounded down. The array is reused and may
    * be longer than the picture, see {@link #length}.
    */
-  public byte[] lastPicture() {
+  public byte[] lastFrame() {
     int size = length();
     if (bytes.length < size) bytes = new byte[size];
     copy(handle, bytes);

@@ -6,7 +6,7 @@ namespace qvs::host {
 
 /// Decodes a file with libavcodec, picture by picture in presentation order: the judge's own eyes,
 /// independent of the transcoder under test.
-class PictureReader {
+class FrameReader {
  public:
   MediaStatus open(const std::string& path);
 

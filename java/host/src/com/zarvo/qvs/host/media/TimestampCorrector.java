@@ -8,7 +8,7 @@ import java.util.List;
  * Lets the times of a file go on where they jump back, as they do where recordings were joined. Pictures and sound
  * that belong together are moved by the same time, so they stay in step; jumps ahead are gaps and stay.
  */
-public final class JumpMender {
+public final class TimestampCorrector {
   // Further back than pictures that are shown in another order than they are coded in.
   private static final long JUMP_MS = 1000;
 
@@ -16,7 +16,7 @@ public final class JumpMender {
   private final Stream[] streams = {new Stream(), new Stream()};
 
   /** The packet at its mended time; `unit` is that of its times. */
-  public MediaPacket mend(MediaPacket packet, Rational unit) {
+  public MediaPacket correct(MediaPacket packet, Rational unit) {
     Stream stream = streams[packet.kind().ordinal()];
     if (packet.timecodeMs() < stream.lastMs - JUMP_MS) enterNext(stream, packet.timecodeMs());
     stream.lastMs = packet.timecodeMs();

@@ -16,7 +16,7 @@ import java.util.ArrayList;
 import java.util.List;
 
 /** One rendition within a session: its encoder, its pool of pictures and what becomes of the current picture. */
-public final class RenditionRoad {
+public final class RenditionPath {
   public static final long FRAME_KEY = 1;
   static final long FRAME_INTER = 2;
   static final long FRAME_DISPOSABLE = 3;
@@ -39,7 +39,7 @@ public final class RenditionRoad {
   private long added;
 
   /** Makes encoder and pool of rendition `index`, which becomes the number of both. */
-  RenditionRoad(
+  RenditionPath(
       NativeSession owner, SessionSettings settings, int index, TimecodeMap times) throws HostException {
     this.owner = owner;
     this.settings = settings;
@@ -64,7 +64,7 @@ public final class RenditionRoad {
     owner.check(videoEncoderSetKeyFrameFollow(session, index, 1), what);
     owner.check(videoEncoderSetGPUID(session, index, -1), what);
     TranscoderNativeParameterValue[] parameters =
-        EncoderSettings.of(spec, settings.source().colours(), settings.parallel());
+        EncoderSettings.of(spec, settings.source().colors(), settings.parallel());
     owner.check(videoEncoderSetParameterValues(session, index, parameters), what);
     owner.check(videoEncoderApplyParameters(session, index), what);
     owner.check(videoEncoderBufferSetAlloc(session, number), what);
@@ -99,11 +99,11 @@ public final class RenditionRoad {
     return skipped ? -1 : target;
   }
 
-  void scaleFrom(long decoderPicture, long time) throws HostException {
+  void scaleFrom(long decoderFrame, long time) throws HostException {
     if (skipped) return;
     owner.check(
-        videoDecoderTransferFrameSingle(owner.handle(), decoderPicture, target, index), "scaling failed");
-    if (!owner.output().wantsPicture(index, time)) return;
+        videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index), "scaling failed");
+    if (!owner.output().wantsFrame(index, time)) return;
     owner.check(videoEncoderBufferAcquire(owner.handle(), index, target), "a picture could not be held");
     previewTarget = target;
   }
@@ -145,7 +145,7 @@ public final class RenditionRoad {
     videoEncoderBufferGetVideoFrame(owner.handle(), index, previewTarget, preview);
     videoEncoderBufferRelease(owner.handle(), index, previewTarget);
     previewTarget = -1;
-    if (preview.bytes != null) owner.output().picture(index, time, preview);
+    if (preview.bytes != null) owner.output().frame(index, time, preview);
   }
 
   /** Passes on what the encoder has ready. */

@@ -6,7 +6,7 @@ import static org.junit.jupiter.api.Assertions.assertNotEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.zarvo.qvs.host.bitstream.NalUnits;
-import com.zarvo.qvs.host.job.PictureQuality;
+import com.zarvo.qvs.host.job.VideoQuality;
 import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.MediaReader;
@@ -14,7 +14,7 @@ import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
-import com.zarvo.qvs.host.session.RenditionRoad;
+import com.zarvo.qvs.host.session.RenditionPath;
 import com.zarvo.qvs.host.session.SessionOutput;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
@@ -33,8 +33,8 @@ import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 
-/** The road of H.264 and its kin: all of them in, H.264 out, in every container. */
-class H264RoadTest {
+/** H.264 and its kin: all of them in, H.264 out, in every container. */
+class H264Test {
   private static final String X264 = "-c:v libx264 -preset ultrafast -bf 2 -b_strategy 0 ";
   private static final double[] RED = {81, 90, 240};
   private static final double[] BLUE = {41, 240, 110};
@@ -103,7 +103,7 @@ class H264RoadTest {
     assertEquals(0, run.code(), run.err());
     byte[] expected = Clips.decode(source);
     assertTrue(run.out().contains("pictures: 30, "), run.out());
-    if (leastDb > 90) assertTrue(run.out().contains("pictures: 30, " + DecodeRoadTest.md5(expected)), run.out());
+    if (leastDb > 90) assertTrue(run.out().contains("pictures: 30, " + DecodeTest.md5(expected)), run.out());
     List<String> lines = run.outLines();
     long first = Long.parseLong(lines.get(0).split(", ")[1]);
     boolean ownClock = name.startsWith("h263"); // it counts in 1001/30000 s and has no picture at some counts
@@ -131,7 +131,7 @@ class H264RoadTest {
 
   @Test
   void withoutOptionsALadderBelowTheSourceComesOut() throws Exception {
-    Path source = clipWithSound("plain.mp4", 3, X264 + "-c:a aac");
+    Path source = clipWithAudio("plain.mp4", 3, X264 + "-c:a aac");
     Path out = transcode(source, "plain");
     assertEquals(
         List.of("plain_256x144.mp4", "plain_426x240.mp4", "plain_640x360.mp4"), Clips.namesIn(out));
@@ -147,7 +147,7 @@ class H264RoadTest {
         Clips.namesIn(transcode(source, "mute", "--rendition", "640x360", "--no-audio")));
   }
 
-  private static Path clipWithSound(String name, int seconds, String coder) throws Exception {
+  private static Path clipWithAudio(String name, int seconds, String coder) throws Exception {
     return Clips.make(
         "-f lavfi -i testsrc2=size=640x360:rate=30000/1001 -f lavfi -i " + Beeps.source(48_000, seconds) + " -t "
             + seconds + " " + coder,
@@ -156,7 +156,7 @@ class H264RoadTest {
 
   @Test
   void hlsRenditionsChangeSegmentsAtTheSameInstants() throws Exception {
-    Path source = clipWithSound("live.mp4", 5, X264 + "-c:a aac");
+    Path source = clipWithAudio("live.mp4", 5, X264 + "-c:a aac");
     Path out =
         transcode(
             source, "hls100%", "--format", "hls", "--keyframes", "1", "--rendition", "640x360@600k", "--rendition",
@@ -193,7 +193,7 @@ class H264RoadTest {
   @ParameterizedTest
   @CsvSource({"mp4", "flv", "mkv"})
   void soundStaysInStepInEveryContainer(String format) throws Exception {
-    Path source = clipWithSound("step-" + format + ".mkv", 3, X264 + "-c:a aac -output_ts_offset 0.7");
+    Path source = clipWithAudio("step-" + format + ".mkv", 3, X264 + "-c:a aac -output_ts_offset 0.7");
     Path out = transcode(source, "step", "--format", format, "--rendition", "320x180@300k,preset=fast,level=3.1");
     Path file = out.resolve("step-" + format + "_320x180." + format);
     assertEquals("31", probe(file, "stream=level").get(0));
@@ -228,14 +228,14 @@ class H264RoadTest {
   }
 
   /** How much rows differ from both neighbours alike, as they do where two fields show different times. */
-  private static double combing(byte[] pictures, int width, int height, int picture) {
+  private static double combing(byte[] frames, int width, int height, int frame) {
     int size = width * height * 3 / 2;
     long sum = 0;
     for (int y = 1; y + 1 < height; y++)
       for (int x = 0; x < width; x++) {
-        int at = picture * size + y * width + x;
-        int above = (pictures[at] & 0xff) - (pictures[at - width] & 0xff);
-        int below = (pictures[at] & 0xff) - (pictures[at + width] & 0xff);
+        int at = frame * size + y * width + x;
+        int above = (frames[at] & 0xff) - (frames[at - width] & 0xff);
+        int below = (frames[at] & 0xff) - (frames[at + width] & 0xff);
         if (above * below > 400) sum++;
       }
     return sum;
@@ -250,10 +250,10 @@ class H264RoadTest {
                   + " hstack -frames:v 6 -c:v libx264 -preset ultrafast -pix_fmt " + format,
               folder.resolve(format + ".mp4"));
       Path out = transcode(source, "deep", "--rendition", "320x320@1M");
-      I420 pictures = new I420(Clips.decode(out.resolve(format + "_320x320.mp4")), 320, 320);
-      pictures.assertColour(format + " bar", 5, 0, 0, 320, 88, BLACK_BAR);
-      pictures.assertColour(format + " left", 5, 8, 112, 136, 96, RED);
-      pictures.assertColour(format + " right", 5, 176, 112, 136, 96, BLUE);
+      I420 frames = new I420(Clips.decode(out.resolve(format + "_320x320.mp4")), 320, 320);
+      frames.assertColor(format + " bar", 5, 0, 0, 320, 88, BLACK_BAR);
+      frames.assertColor(format + " left", 5, 8, 112, 136, 96, RED);
+      frames.assertColor(format + " right", 5, 176, 112, 136, 96, BLUE);
     }
   }
 
@@ -267,9 +267,9 @@ class H264RoadTest {
             "-f lavfi -i color=red:size=320x160:rate=25 -frames:v 4 -vf setsar=1 -c:v mpeg2video",
             folder.resolve("square.m2v"));
     Path out = transcode(square, "square", "--rendition", "160x160@500k");
-    I420 pictures = new I420(Clips.decode(out.resolve("square_160x160.mp4")), 160, 160);
-    pictures.assertColour("bar", 3, 0, 0, 160, 36, BLACK_BAR);
-    pictures.assertColour("whole width", 3, 0, 48, 160, 64, RED);
+    I420 frames = new I420(Clips.decode(out.resolve("square_160x160.mp4")), 160, 160);
+    frames.assertColor("bar", 3, 0, 0, 160, 36, BLACK_BAR);
+    frames.assertColor("whole width", 3, 0, 48, 160, 64, RED);
   }
 
   @Test
@@ -286,9 +286,7 @@ class H264RoadTest {
     try (MediaReader reader = MediaReader.open(source)) {
       reader.ignore(MediaKind.AUDIO);
       SessionSettings settings =
-          new SessionSettings(
-              "rate", VideoCodec.H264, reader.video(), reader.videoConfig(), Deinterlace.OFF, List.of(spec), List.of(),
-              false, 60, null, 64);
+          SessionSettings.of("rate").video(reader).renditions(List.of(spec)).keyFrameSeconds(60).previewWidth(64).build();
       int[] half = {0};
       SessionOutput output =
           new SessionOutput() {
@@ -297,15 +295,15 @@ class H264RoadTest {
                 int rendition, com.zarvo.qvs.transcoder.model.TranscoderPacket packet, long pts, long dts)
                 throws IOException {
               bytes[half[0]] += packet.len;
-              if (packet.frameType == RenditionRoad.FRAME_KEY) keys[0]++;
+              if (packet.frameType == RenditionPath.FRAME_KEY) keys[0]++;
             }
           };
       try (TranscodeSession session = new TranscodeSession(settings, output, null)) {
-        int pictures = 0;
+        int frames = 0;
         for (MediaPacket packet = reader.next(); packet != null; packet = reader.next()) {
           session.push(packet);
-          if (++pictures == 40) session.updateBitRate(0, 200_000);
-          if (pictures == 40) half[0] = 1;
+          if (++frames == 40) session.updateBitRate(0, 200_000);
+          if (frames == 40) half[0] = 1;
         }
         session.drain();
       }
@@ -367,7 +365,7 @@ class H264RoadTest {
       Path source = media.resolve("clips").resolve(name);
       Path out = transcode(source, "real", "--rendition", "640x360@1500k,fit=stretch");
       String stem = source.getFileName().toString().replaceAll("\\.\\w+$", "");
-      double psnr = PictureQuality.psnr(source, out.resolve(stem + "_640x360.mp4"), new Rectangle());
+      double psnr = VideoQuality.psnr(source, out.resolve(stem + "_640x360.mp4"), new Rectangle());
       System.out.println(name + ": " + psnr + " dB");
       assertTrue(psnr > 30, name + ": " + psnr + " dB");
     }

@@ -1,8 +1,8 @@
-#include "media/PictureReader.h"
+#include "media/FrameReader.h"
 
 namespace qvs::host {
 
-MediaStatus PictureReader::open(const std::string& path) {
+MediaStatus FrameReader::open(const std::string& path) {
   MediaStatus status = file_.open(path);
   if (!status.ok()) return status;
   if (!file_.has(StreamKind::kVideo)) return MediaStatus::failure("no video stream in it");
@@ -21,7 +21,7 @@ MediaStatus PictureReader::open(const std::string& path) {
   return MediaStatus::fromCode(avcodec_open2(decoder_.get(), codec, nullptr), "cannot open the decoder");
 }
 
-MediaStatus PictureReader::next(bool* atEnd) {
+MediaStatus FrameReader::next(bool* atEnd) {
   *atEnd = false;
   for (;;) {
     const int code = avcodec_receive_frame(decoder_.get(), frame_.get());
@@ -36,7 +36,7 @@ MediaStatus PictureReader::next(bool* atEnd) {
   }
 }
 
-MediaStatus PictureReader::feed() {
+MediaStatus FrameReader::feed() {
   bool atEnd = false;
   MediaStatus status = file_.next(&atEnd);
   if (!status.ok()) return status;
@@ -45,7 +45,7 @@ MediaStatus PictureReader::feed() {
   return code == AVERROR_INVALIDDATA ? MediaStatus() : MediaStatus::fromCode(code, "decoding stopped");
 }
 
-double PictureReader::timeMs() const {
+double FrameReader::timeMs() const {
   const AVRational unit = file_.stream(StreamKind::kVideo).time_base;
   return static_cast<double>(frame_->best_effort_timestamp) * av_q2d(unit) * 1000.0;
 }

@@ -4,11 +4,11 @@ package com.zarvo.qvs.host.model;
  * Keeps what native code prints on standard error off the user's screen until it is closed: the transcoder tells there,
  * at each start, which accelerators it did not find. Java's own standard error is silent meanwhile too.
  */
-final class MutedErrors {
+final class SilencedStderr {
   private int saved;
 
   /** The container library has to be loaded. */
-  MutedErrors() {
+  SilencedStderr() {
     saved = mute();
   }
 

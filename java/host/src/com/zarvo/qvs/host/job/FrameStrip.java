@@ -8,7 +8,7 @@ import java.util.List;
  * Gathers small pictures spread evenly over a stream of unknown length: whenever it is full, every other picture
  * goes and the distance doubles.
  */
-final class PictureStrip {
+final class FrameStrip {
   private static final int CAPACITY = 10;
   private static final long FIRST_DISTANCE_MS = 160;
 

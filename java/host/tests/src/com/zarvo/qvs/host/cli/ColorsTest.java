@@ -4,9 +4,9 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
-import com.zarvo.qvs.host.job.PictureQuality;
+import com.zarvo.qvs.host.job.VideoQuality;
 import com.zarvo.qvs.host.media.MediaReader;
-import com.zarvo.qvs.host.model.Colours;
+import com.zarvo.qvs.host.model.Colors;
 import com.zarvo.qvs.host.model.DisplayMatrix;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.support.Clips;
@@ -22,7 +22,7 @@ import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 
 /** What renditions say of their colours and of how they are to be shown. */
-class ColoursTest {
+class ColorsTest {
   private static final String BARS = "-f lavfi -i smptehdbars=rate=25:size=";
   private static final String H264 = " -frames:v 3 -c:v libx264 -preset ultrafast ";
   private static final String BT709 = "-colorspace bt709 -color_primaries bt709 -color_trc bt709 ";
@@ -55,7 +55,7 @@ class ColoursTest {
   }
 
   /** Range, matrix, transfer and primaries by the names of ffprobe. */
-  private static String colours(Path file) throws Exception {
+  private static String colors(Path file) throws Exception {
     return probe(file, "stream=color_range,color_space,color_transfer,color_primaries");
   }
 
@@ -72,13 +72,13 @@ class ColoursTest {
 
   @Test
   void whatASourceLeavesOpenFollowsFromItsMatrixElseItsHeight() {
-    assertEquals(new Colours(1, 1, 1, false), Colours.of(2, 2, 2, false, 720));
-    assertEquals(new Colours(6, 6, 6, true), Colours.of(2, 2, 2, true, 719));
-    assertEquals(new Colours(5, 6, 5, false), Colours.of(2, 2, 2, false, 576));
-    assertEquals(new Colours(5, 6, 5, false), Colours.of(0, 3, 0, false, 288));
-    assertEquals(new Colours(1, 1, 1, false), Colours.of(2, 2, 1, false, 480));
-    assertEquals(new Colours(9, 18, 9, false), Colours.of(2, 18, 9, false, 2160));
-    assertEquals(new Colours(6, 6, 6, false), Colours.of(22, 19, -1, false, 480), "none that H.264 knows");
+    assertEquals(new Colors(1, 1, 1, false), Colors.of(2, 2, 2, false, 720));
+    assertEquals(new Colors(6, 6, 6, true), Colors.of(2, 2, 2, true, 719));
+    assertEquals(new Colors(5, 6, 5, false), Colors.of(2, 2, 2, false, 576));
+    assertEquals(new Colors(5, 6, 5, false), Colors.of(0, 3, 0, false, 288));
+    assertEquals(new Colors(1, 1, 1, false), Colors.of(2, 2, 1, false, 480));
+    assertEquals(new Colors(9, 18, 9, false), Colors.of(2, 18, 9, false, 2160));
+    assertEquals(new Colors(6, 6, 6, false), Colors.of(22, 19, -1, false, 480), "none that H.264 knows");
   }
 
   @ParameterizedTest
@@ -87,7 +87,7 @@ class ColoursTest {
     Path source = bars("hd-" + format + ".mp4", "1920x1080", BT709);
     transcode(source, format, "854x480@2M,fit=stretch");
     Path rung = rendition(source, format, "854x480");
-    assertEquals("tv,bt709,bt709,bt709", colours(rung));
+    assertEquals("tv,bt709,bt709,bt709", colors(rung));
     double difference = difference(shown(source), shown(rung));
     assertTrue(difference < 2, "shown colours differ by " + difference);
   }
@@ -103,7 +103,7 @@ class ColoursTest {
       Path source = Clips.make(BARS + row[0] + H264 + "-pix_fmt yuv420p", folder.resolve("plain" + row[0] + ".mp4"));
       assertEquals("unknown", probe(source, "stream=color_space"), "the clip says nothing");
       transcode(source, "flv", "320x180@500k");
-      assertEquals(row[1], colours(rendition(source, "flv", "320x180")), row[0]);
+      assertEquals(row[1], colors(rendition(source, "flv", "320x180")), row[0]);
     }
   }
 
@@ -113,14 +113,14 @@ class ColoursTest {
     Path report = folder.resolve("phone.json");
     transcode(phone, "mp4", "320x180@1M,fit=stretch", "--report", report.toString());
     Path small = rendition(phone, "mp4", "320x180");
-    assertEquals("pc,smpte170m,smpte170m,bt470bg", colours(small));
-    assertTrue(PictureQuality.psnr(phone, small, new Rectangle()) > 35, "samples stay in their range");
+    assertEquals("pc,smpte170m,smpte170m,bt470bg", colors(small));
+    assertTrue(VideoQuality.psnr(phone, small, new Rectangle()) > 35, "samples stay in their range");
     double difference = difference(shown(phone), shown(small));
     assertTrue(difference < 2, "shown colours differ by " + difference);
     assertTrue(Files.readString(report).contains("\"fullRange\": true"), "the report says so");
     Path deep = bars("deep.mkv", "640x360", PQ);
     transcode(deep, "hls", "320x180@1M");
-    assertEquals("tv,bt2020nc,smpte2084,bt2020", colours(rendition(deep, "hls", "320x180")));
+    assertEquals("tv,bt2020nc,smpte2084,bt2020", colors(rendition(deep, "hls", "320x180")));
   }
 
   /** Where the coded pictures say less than a container can, or nothing. */
@@ -128,12 +128,12 @@ class ColoursTest {
   void containersAndStreamsSayWhatEachCan() throws Exception {
     Path source = bars("both.mp4", "1280x720", BT709);
     transcode(source, "webm", "320x180@500k,codec=vp8");
-    assertEquals("tv,bt709,bt709,bt709", colours(rendition(source, "webm", "320x180")));
+    assertEquals("tv,bt709,bt709,bt709", colors(rendition(source, "webm", "320x180")));
     Path phone = bars("both2.mp4", "640x360", PHONE);
     transcode(phone, "ivf", "320x180@500k,codec=vp9");
-    assertEquals("pc,smpte170m,unknown,unknown", colours(rendition(phone, "ivf", "320x180")));
+    assertEquals("pc,smpte170m,unknown,unknown", colors(rendition(phone, "ivf", "320x180")));
     transcode(phone, "webm", "320x180@500k,codec=vp9");
-    assertEquals("pc,smpte170m,smpte170m,bt470bg", colours(rendition(phone, "webm", "320x180")));
+    assertEquals("pc,smpte170m,smpte170m,bt470bg", colors(rendition(phone, "webm", "320x180")));
     transcode(source, "mp4", "320x180@500k");
     String bytes = Files.readString(rendition(source, "mp4", "320x180"), StandardCharsets.ISO_8859_1);
     assertTrue(bytes.contains("colrnclx\0\1\0\1\0\1\0"), "BT.709 in narrow range");

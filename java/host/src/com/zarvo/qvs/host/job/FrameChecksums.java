@@ -2,33 +2,33 @@ package com.zarvo.qvs.host.job;
 
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.QuarterTurn;
-import com.zarvo.qvs.host.session.PictureTap;
+import com.zarvo.qvs.host.session.FrameTap;
 import com.zarvo.qvs.host.session.TranscodeSession;
 import java.security.MessageDigest;
 import java.security.NoSuchAlgorithmException;
 import java.util.HexFormat;
 
 /** Sums over the decoded pictures of a session as they lie in its pool: planes Y, U, V without padding. */
-public final class PictureSums implements AutoCloseable {
+public final class FrameChecksums implements AutoCloseable {
   private final MessageDigest total = md5();
   private final MessageDigest one = md5();
-  private final PictureTap tap;
+  private final FrameTap tap;
 
-  public PictureSums(TranscodeSession session) throws HostException {
-    tap = new PictureTap(session.handle());
+  public FrameChecksums(TranscodeSession session) throws HostException {
+    tap = new FrameTap(session.handle());
   }
 
   /** The md5 of the picture decoded last. */
   public String next() {
-    byte[] picture = tap.lastPicture();
-    one.update(picture, 0, tap.length());
-    total.update(picture, 0, tap.length());
+    byte[] frame = tap.lastFrame();
+    one.update(frame, 0, tap.length());
+    total.update(frame, 0, tap.length());
     return HexFormat.of().formatHex(one.digest());
   }
 
   /** Takes the picture decoded last, turned clockwise, into the sum of all. */
   public void addTurned(int width, int height, int quarters) {
-    total.update(QuarterTurn.turn(tap.lastPicture(), width, height, quarters));
+    total.update(QuarterTurn.turn(tap.lastFrame(), width, height, quarters));
   }
 
   /** The md5 of all pictures together. Asked once. */

@@ -3,9 +3,9 @@ package com.zarvo.qvs.host.session;
 import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
 
 import com.zarvo.qvs.host.media.MediaException;
-import com.zarvo.qvs.host.media.MediaFeed;
 import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
+import com.zarvo.qvs.host.media.PacketLookahead;
 import com.zarvo.qvs.host.model.AudioCodec;
 import com.zarvo.qvs.host.model.AudioConversion;
 import com.zarvo.qvs.host.model.AudioSpec;
@@ -24,7 +24,7 @@ import java.util.List;
  * configuration, a first frame, the blocks, converters and encoders; then per frame decode, convert, and for each
  * rendition copy, convert, encode.
  */
-public final class AudioRoad implements AutoCloseable {
+public final class AudioPath implements AutoCloseable {
   private static final long BLOCK = 0;
   private static final int OPUS_RATE = 48_000;
   private static final int MIN_CHANNELS = 2;
@@ -37,14 +37,14 @@ public final class AudioRoad implements AutoCloseable {
   private final AudioSettings settings;
   private final AudioSource source;
   private final AudioClock clock;
-  private final List<AudioRenditionRoad> renditions = new ArrayList<>();
+  private final List<AudioRenditionPath> renditions = new ArrayList<>();
   private final TranscoderNativeAudioFrame frame = new TranscoderNativeAudioFrame();
   private int paddingEnd;
   private long frames;
   private long failures;
 
   /** Wires the audio side of a session by a look at the first packets of `feed`. */
-  AudioRoad(NativeSession owner, AudioSettings settings, MediaFeed feed)
+  AudioPath(NativeSession owner, AudioSettings settings, PacketLookahead feed)
       throws HostException, MediaException {
     this.owner = owner;
     this.settings = settings;
@@ -61,14 +61,14 @@ public final class AudioRoad implements AutoCloseable {
     }
   }
 
-  private void wire(MediaFeed feed) throws HostException, MediaException {
+  private void wire(PacketLookahead feed) throws HostException, MediaException {
     wireDecoder(owner.context(""));
     decodeFirstFrame(feed);
     allocateBlocks();
     if (settings.conversion().isNeeded()) addConverter();
     for (int i = 0; i < settings.renditions().size(); i++) {
       AudioSpec spec = settled(settings.renditions().get(i));
-      renditions.add(new AudioRenditionRoad(owner, spec, i, owner.context(spec.nameText())));
+      renditions.add(new AudioRenditionPath(owner, spec, i, owner.context(spec.nameText())));
     }
   }
 
@@ -87,7 +87,7 @@ public final class AudioRoad implements AutoCloseable {
     return packet.duration() * unit.num() * settings.source().sampleRate() / unit.den();
   }
 
-  public AudioRenditionRoad rendition(int index) {
+  public AudioRenditionPath rendition(int index) {
     return renditions.get(index);
   }
 
@@ -105,7 +105,7 @@ public final class AudioRoad implements AutoCloseable {
   }
 
   /**
-   * Takes one coded packet through the whole road. A damaged one costs its own sound only.
+   * Takes one coded packet all the way. A damaged one costs its own sound only.
    *
    * @param following the next packet of sound, null when there is none
    */
@@ -139,7 +139,7 @@ public final class AudioRoad implements AutoCloseable {
     owner.check(audioDecoderResampleFrame(session, timecode, BLOCK), "sound could not be converted");
     if (owner.output().wantsSamples() && audioDecoderGetAudioFrame(session, BLOCK, frame) == 0)
       owner.output().samples(frame);
-    for (AudioRenditionRoad rendition : renditions) rendition.encode(BLOCK);
+    for (AudioRenditionPath rendition : renditions) rendition.encode(BLOCK);
   }
 
   /** Fills the encoders up with silence until all sound that went in has come out. */
@@ -172,7 +172,7 @@ public final class AudioRoad implements AutoCloseable {
     owner.check(audioDecoderInitialize(session), what);
   }
 
-  private void decodeFirstFrame(MediaFeed feed) throws HostException, MediaException {
+  private void decodeFirstFrame(PacketLookahead feed) throws HostException, MediaException {
     long session = owner.handle();
     boolean configured = false;
     for (int n = 0; n < MAX_FIRST_FRAMES && audioDecoderIsFirstFrameDecoded(session) == 0; n++) {

@@ -4,7 +4,7 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
-import com.zarvo.qvs.host.job.PictureQuality;
+import com.zarvo.qvs.host.job.VideoQuality;
 import com.zarvo.qvs.host.support.Clips;
 import com.zarvo.qvs.host.support.I420;
 import java.awt.Color;
@@ -22,7 +22,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
 /** Whole files through the whole transcoder, judged by tools that share no code with it. */
-class TranscodeRoadTest {
+class TranscodeTest {
   // Limited-range BT.601 red, blue and green as the ffmpeg colour source makes them.
   private static final double[] RED = {81, 90, 240};
   private static final double[] BLUE = {41, 240, 110};
@@ -59,7 +59,7 @@ class TranscodeRoadTest {
 
   @Test
   void aLadderKeepsEveryPictureAndItsExactTime() throws Exception {
-    Path source = Clips.testPicture(folder.resolve("ntsc.ivf"), "640x360", "30000/1001", 75, "");
+    Path source = Clips.testVideo(folder.resolve("ntsc.ivf"), "640x360", "30000/1001", 75, "");
     Path report = folder.resolve("report.json");
     transcode(
         source, outOf("ladder"), "--format", "ivf", "--report", report.toString(), "--keyframes", "0.5",
@@ -68,7 +68,7 @@ class TranscodeRoadTest {
     for (String size : List.of("640x360", "428x240", "320x180")) {
       Path file = outOf("ladder").resolve("ntsc_" + size + ".ivf");
       assertEquals(Clips.times(source), Clips.times(file), size);
-      double psnr = PictureQuality.psnr(source, file, new Rectangle());
+      double psnr = VideoQuality.psnr(source, file, new Rectangle());
       assertTrue(psnr > 27, size + ": " + psnr + " dB");
     }
     String json = Files.readString(report);
@@ -82,7 +82,7 @@ class TranscodeRoadTest {
   @Test
   void irregularTimesArriveUnchanged() throws Exception {
     Path source =
-        Clips.testPicture(
+        Clips.testVideo(
             folder.resolve("vfr.webm"), "128x96", "30", 60, "-vf select=mod(n\\,5)*mod(n\\,3) -vsync vfr");
     transcode(source, outOf("vfr"), "--rendition", "64x48@100k");
     assertEquals(Clips.times(source), Clips.times(outOf("vfr").resolve("vfr_64x48.webm")));
@@ -90,7 +90,7 @@ class TranscodeRoadTest {
 
   @Test
   void encodersSideBySideGiveTheSameBytes() throws Exception {
-    Path source = Clips.testPicture(folder.resolve("both.ivf"), "320x180", "30", 60, "");
+    Path source = Clips.testVideo(folder.resolve("both.ivf"), "320x180", "30", 60, "");
     String[] options = {"--format", "ivf", "--rendition", "320x180@600k", "--rendition", "160x90@200k"};
     transcode(source, outOf("parallel"), options);
     List<String> sequential = new ArrayList<>(Arrays.asList(options));
@@ -109,22 +109,22 @@ class TranscodeRoadTest {
         "160x128@500k,fit=stretch", "--rendition", "96x160@500k,fit=fill", "--rendition",
         "192x96@500k,fit=stretch,pad=32:32:16:16", "--rendition", "128x128@500k,fit=stretch,crop=160:0:0:0");
     I420 boxed = decoded(outOf("fit").resolve("colours_160x160.ivf"), 160, 160);
-    boxed.assertColour("bar above", 7, 8, 8, 144, 24, BLACK_BAR);
-    boxed.assertColour("bar below", 7, 8, 128, 144, 24, BLACK_BAR);
-    boxed.assertColour("left", 7, 8, 48, 56, 64, RED);
-    boxed.assertColour("right", 7, 96, 48, 56, 64, BLUE);
+    boxed.assertColor("bar above", 7, 8, 8, 144, 24, BLACK_BAR);
+    boxed.assertColor("bar below", 7, 8, 128, 144, 24, BLACK_BAR);
+    boxed.assertColor("left", 7, 8, 48, 56, 64, RED);
+    boxed.assertColor("right", 7, 96, 48, 56, 64, BLUE);
     I420 stretched = decoded(outOf("fit").resolve("colours_160x128.ivf"), 160, 128);
-    stretched.assertColour("left", 7, 0, 0, 64, 128, RED);
-    stretched.assertColour("right", 7, 96, 0, 64, 128, BLUE);
+    stretched.assertColor("left", 7, 0, 0, 64, 128, RED);
+    stretched.assertColor("right", 7, 96, 0, 64, 128, BLUE);
     I420 filled = decoded(outOf("fit").resolve("colours_96x160.ivf"), 96, 160);
-    filled.assertColour("left", 7, 0, 0, 32, 160, RED);
-    filled.assertColour("right", 7, 64, 0, 32, 160, BLUE);
+    filled.assertColor("left", 7, 0, 0, 32, 160, RED);
+    filled.assertColor("right", 7, 64, 0, 32, 160, BLUE);
     I420 padded = decoded(outOf("fit").resolve("colours_192x96.ivf"), 192, 96);
-    padded.assertColour("room", 7, 0, 0, 24, 96, BLACK_BAR);
-    padded.assertColour("left", 7, 40, 24, 48, 48, RED);
-    padded.assertColour("right", 7, 104, 24, 48, 48, BLUE);
+    padded.assertColor("room", 7, 0, 0, 24, 96, BLACK_BAR);
+    padded.assertColor("left", 7, 40, 24, 48, 48, RED);
+    padded.assertColor("right", 7, 104, 24, 48, 48, BLUE);
     I420 cropped = decoded(outOf("fit").resolve("colours_128x128.ivf"), 128, 128);
-    cropped.assertColour("all", 7, 8, 8, 112, 112, BLUE);
+    cropped.assertColor("all", 7, 8, 8, 112, 112, BLUE);
   }
 
   private static Path greenPng(String name, int width, int height) throws Exception {
@@ -147,12 +147,12 @@ class TranscodeRoadTest {
         "--overlay", logo + ",align=top-right,x=32,y=16", "--overlay", logo + ",align=bottom-left,x=16,y=16,on=1");
     I420 large = decoded(outOf("overlay").resolve("under_640x320.ivf"), 640, 320);
     assertGreen("on all", large, 640 - 32 - 64, 16, 64, 32);
-    large.assertColour("beside it", 5, 640 - 28, 0, 24, 64, BLUE);
-    large.assertColour("where only the other has one", 5, 16, 272, 64, 32, RED);
+    large.assertColor("beside it", 5, 640 - 28, 0, 24, 64, BLUE);
+    large.assertColor("where only the other has one", 5, 16, 272, 64, 32, RED);
     I420 small = decoded(outOf("overlay").resolve("under_320x160.ivf"), 320, 160);
     assertGreen("on all, scaled", small, 320 - 16 - 32, 8, 32, 16);
     assertGreen("on this one", small, 16, 160 - 16 - 32, 64, 32);
-    small.assertColour("above it", 5, 16, 80, 64, 24, RED);
+    small.assertColor("above it", 5, 16, 80, 64, 24, RED);
   }
 
   // Green is dark in both chroma planes in every matrix and range; its luma differs between them.
@@ -165,7 +165,7 @@ class TranscodeRoadTest {
 
   @Test
   void aLowerRateLeavesPicturesOut() throws Exception {
-    Path source = Clips.testPicture(folder.resolve("fast.ivf"), "128x96", "30", 60, "");
+    Path source = Clips.testVideo(folder.resolve("fast.ivf"), "128x96", "30", 60, "");
     transcode(
         source, outOf("slow"), "--format", "ivf", "--rendition", "128x96@300k,fps=15", "--rendition", "64x48@90k");
     List<String> times = Clips.times(source);
@@ -195,22 +195,22 @@ class TranscodeRoadTest {
 
   @Test
   void aSourceThatChangesItsSizeGoesOn() throws Exception {
-    Path small = Clips.testPicture(folder.resolve("small.ivf"), "176x144", "30", 10, "");
-    Path large = Clips.testPicture(folder.resolve("large.ivf"), "640x360", "30", 10, "");
-    Path odd = Clips.testPicture(folder.resolve("odd.ivf"), "175x143", "30", 10, "");
+    Path small = Clips.testVideo(folder.resolve("small.ivf"), "176x144", "30", 10, "");
+    Path large = Clips.testVideo(folder.resolve("large.ivf"), "640x360", "30", 10, "");
+    Path odd = Clips.testVideo(folder.resolve("odd.ivf"), "175x143", "30", 10, "");
     Path source = joined(folder.resolve("sizes.ivf"), small, large, odd, small);
     transcode(source, outOf("sizes"), "--format", "ivf", "--rendition", "320x180@1M");
     Path file = outOf("sizes").resolve("sizes_320x180.ivf");
     assertEquals(40, Clips.times(file).size());
-    I420 pictures = decoded(file, 320, 180);
-    pictures.assertColour("bar beside the narrow picture", 9, 0, 0, 32, 180, BLACK_BAR);
-    assertTrue(pictures.average(19, 0, 0, 0, 32, 180) > 20, "the wide picture covers the bars");
-    pictures.assertColour("bar beside the odd picture", 29, 0, 0, 32, 180, BLACK_BAR);
+    I420 frames = decoded(file, 320, 180);
+    frames.assertColor("bar beside the narrow picture", 9, 0, 0, 32, 180, BLACK_BAR);
+    assertTrue(frames.average(19, 0, 0, 0, 32, 180) > 20, "the wide picture covers the bars");
+    frames.assertColor("bar beside the odd picture", 29, 0, 0, 32, 180, BLACK_BAR);
   }
 
   @Test
   void damagedStreamsEndWithoutHarm() throws Exception {
-    Path source = Clips.testPicture(folder.resolve("whole.ivf"), "176x144", "30", 40, "");
+    Path source = Clips.testVideo(folder.resolve("whole.ivf"), "176x144", "30", 40, "");
     byte[] bytes = Files.readAllBytes(source);
     Path cut = Files.write(folder.resolve("cut.ivf"), Arrays.copyOf(bytes, bytes.length * 2 / 3));
     for (int i = 700; i < bytes.length; i += 997) bytes[i] ^= 0x5a;
@@ -259,7 +259,7 @@ class TranscodeRoadTest {
       Path file = directory.resolve(Clips.namesIn(directory).get(0).endsWith(".ivf")
           ? Clips.namesIn(directory).get(0) : Clips.namesIn(directory).get(1));
       assertEquals(Clips.times(source), Clips.times(file), clip[0]);
-      double psnr = PictureQuality.psnr(source, file, new Rectangle());
+      double psnr = VideoQuality.psnr(source, file, new Rectangle());
       System.out.println(clip[0] + ": " + psnr + " dB");
       assertTrue(psnr > 28, clip[0] + ": " + psnr + " dB");
     }

@@ -22,7 +22,7 @@ import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 
 /** Sound through the whole transcoder: what comes out, and when, seen by the ffmpeg tools. */
-class AudioRoadTest {
+class AudioTest {
   private static final int WAVE_HEADER = 44;
 
   @TempDir static Path folder;
@@ -43,7 +43,7 @@ class AudioRoadTest {
   }
 
   /** A moving picture with beeps; `options` are those of the output. */
-  private static Path withPicture(String name, String inputOptions, String options) throws Exception {
+  private static Path withVideo(String name, String inputOptions, String options) throws Exception {
     return Clips.make(
         "-f lavfi -i testsrc2=size=160x90:rate=25 " + inputOptions + " -f lavfi -i " + Beeps.source(48000, 4)
             + " -t 4 -deadline realtime -cpu-used 8 -b:v 200k " + options,
@@ -85,21 +85,21 @@ class AudioRoadTest {
     "cut.mkv,'',-c:v libvpx -c:a libopus -ss 0.33",
   })
   void soundAndPictureKeepTheirOffset(String name, String inputOptions, String options) throws Exception {
-    Path source = withPicture(name, inputOptions, options);
+    Path source = withVideo(name, inputOptions, options);
     List<Double> expected = Beeps.in(source, 0);
-    List<String> pictures = Clips.times(source);
+    List<String> frames = Clips.times(source);
     String stem = name.substring(0, name.indexOf('.'));
     Path webm = folder.resolve("webm-" + name);
     transcode(source, webm, "--rendition", "160x90@100k", "--audio", "opus@64k", "--audio", "vorbis@64k");
     Path file = webm.resolve(stem + "_160x90.webm");
-    assertEquals(pictures, Clips.times(file), name);
+    assertEquals(frames, Clips.times(file), name);
     Beeps.assertSame(expected, Beeps.in(file, 0), "Opus beside the pictures of " + name);
     Beeps.assertSame(expected, Beeps.in(file, 1), "Vorbis beside the pictures of " + name);
     Path mp4 = folder.resolve("mp4-" + name);
     transcode(source, mp4, "--format", "mp4", "--rendition", "160x90@100k,codec=vp9", "--audio", "aac@64k");
     Path boxed = mp4.resolve(stem + "_160x90.mp4");
-    assertEquals(pictures.size(), Clips.times(boxed).size(), name);
-    assertEquals(Double.parseDouble(pictures.get(0)), Double.parseDouble(Clips.times(boxed).get(0)), 0.001, name);
+    assertEquals(frames.size(), Clips.times(boxed).size(), name);
+    assertEquals(Double.parseDouble(frames.get(0)), Double.parseDouble(Clips.times(boxed).get(0)), 0.001, name);
     Beeps.assertSame(expected, Beeps.in(boxed, 0), "AAC beside the pictures of " + name);
   }
 
@@ -195,7 +195,7 @@ class AudioRoadTest {
 
   @Test
   void gapsOfTheInputAreSilenceInTheWave() throws Exception {
-    Path source = withPicture("hole.mkv", "", "-c:v libvpx -c:a libmp3lame -af aselect=not(between(t\\,1.7\\,2.3))");
+    Path source = withVideo("hole.mkv", "", "-c:v libvpx -c:a libmp3lame -af aselect=not(between(t\\,1.7\\,2.3))");
     assertEquals(4.0, decoded(source).length / 48000.0, 0.06);
     assertArrayEquals(
         new String[] {"16000", "1"},
@@ -241,7 +241,7 @@ class AudioRoadTest {
 
   @Test
   void soundGoesWhereItCanBeHeld() throws Exception {
-    Path source = withPicture("held.webm", "", "-c:v libvpx -c:a libopus");
+    Path source = withVideo("held.webm", "", "-c:v libvpx -c:a libopus");
     Path out = folder.resolve("held");
     Captured run =
         transcode(source, out, "--rendition", "64x48@90k", "--rendition", "96x72@90k", "--audio", "opus@48k",
@@ -278,7 +278,7 @@ class AudioRoadTest {
     refused("Speex at 8000 Hz", beeps("narrow.spx", "libspeex", 8000, 0.4), "--audio", "opus");
     Path stereo = Clips.make("-f lavfi -i sine=r=8000 -t 0.2 -ac 2 -c:a pcm_alaw", folder.resolve("stereo.wav"));
     refused("2 channels", stereo, "--audio", "opus");
-    Path silent = Clips.testPicture(folder.resolve("silent.webm"), "64x48", "25", 3, "");
+    Path silent = Clips.testVideo(folder.resolve("silent.webm"), "64x48", "25", 3, "");
     refused("no audio stream", silent, "--audio", "aac");
     refused("mp4 cannot hold vp8", silent, "--format", "mp4", "--rendition", "64x48,codec=vp8");
     refused("nothing to do", silent, "--no-video");
