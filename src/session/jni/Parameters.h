@@ -7,7 +7,7 @@
 #include <limits>
 #include <vector>
 
-#include "platform/ParameterType.h"
+#include "contract/ParameterType.h"
 #include "session/jni/JavaArrays.h"
 #include "session/jni/Records.h"
 
