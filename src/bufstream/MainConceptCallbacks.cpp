@@ -1,4 +1,4 @@
-#include "log/MainConceptCallbacks.h"
+#include "bufstream/MainConceptCallbacks.h"
 
 #include <cstdarg>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "frames/CodedUnitSink.h"
+#include "bufstream/CodedUnitSink.h"
 
 #include <algorithm>
 #include <cstdlib>
