@@ -1,4 +1,4 @@
-#include "frames/CaptureAncillaryDataUtils.h"
+#include "capture/CaptureAncillaryDataUtils.h"
 
 #include <algorithm>
 
