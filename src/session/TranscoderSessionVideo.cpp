@@ -5,8 +5,8 @@
 #include "frames/VideoFrameBufferAllocation.h"
 #include "frames/VideoFrameBufferAllocator.h"
 #include "platform/Guard.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
 #include "session/TranscoderSession.h"
-#include "session/TranscoderSessionNotifyManager.h"
 
 namespace qvs {
 

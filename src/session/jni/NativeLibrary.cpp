@@ -14,7 +14,7 @@
 #include "session/jni/Records.h"
 #include "session/jni/StreamContext.h"
 #include "session/jni/Utf.h"
-#include "session/TranscoderSessionNotifyManager.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
 #include "video/encoders/VideoEncoderH26XNVENCLock.h"
 #include "video/scaling/device/CudaWrapper.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"

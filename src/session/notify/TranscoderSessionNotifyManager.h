@@ -7,12 +7,12 @@
 
 #include "platform/Export.h"
 #include "platform/IConcurrentLock.h"
-#include "session/ITranscoderSessionNotifyAudioFrameDecode.h"
-#include "session/ITranscoderSessionNotifyAudioFrameEncode.h"
-#include "session/ITranscoderSessionNotifySession.h"
-#include "session/ITranscoderSessionNotifyVideoFrameDecode.h"
-#include "session/ITranscoderSessionNotifyVideoFrameEncode.h"
-#include "session/TranscoderSessionNotifySessionHolder.h"
+#include "session/notify/ITranscoderSessionNotifyAudioFrameDecode.h"
+#include "session/notify/ITranscoderSessionNotifyAudioFrameEncode.h"
+#include "session/notify/ITranscoderSessionNotifySession.h"
+#include "session/notify/ITranscoderSessionNotifyVideoFrameDecode.h"
+#include "session/notify/ITranscoderSessionNotifyVideoFrameEncode.h"
+#include "session/notify/TranscoderSessionNotifySessionHolder.h"
 
 namespace qvs {
 

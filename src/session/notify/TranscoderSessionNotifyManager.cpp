@@ -1,4 +1,4 @@
-#include "session/TranscoderSessionNotifyManager.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
 
 #include <algorithm>
 #include <array>
