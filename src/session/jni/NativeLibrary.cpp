@@ -15,8 +15,8 @@
 #include "session/jni/StreamContext.h"
 #include "session/jni/Utf.h"
 #include "session/notify/TranscoderSessionNotifyManager.h"
-#include "video/encoders/VideoEncoderH26XNVENCLock.h"
-#include "video/scaling/device/CudaWrapper.h"
+#include "video/encoders/hosts/VideoEncoderH26XNVENCLock.h"
+#include "video/scaling/device/cuda/CudaWrapper.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
 namespace qvs {

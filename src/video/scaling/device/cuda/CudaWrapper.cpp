@@ -1,4 +1,4 @@
-#include "video/scaling/device/CudaWrapper.h"
+#include "video/scaling/device/cuda/CudaWrapper.h"
 
 #include <memory>
 

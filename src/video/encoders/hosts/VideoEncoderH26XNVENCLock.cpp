@@ -1,4 +1,4 @@
-#include "video/encoders/VideoEncoderH26XNVENCLock.h"
+#include "video/encoders/hosts/VideoEncoderH26XNVENCLock.h"
 
 #include "platform/ConcurrentLockFactory.h"
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "video/scaling/device/CudaHandles.h"
+#include "video/scaling/device/cuda/CudaHandles.h"
 
 namespace qvs {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "video/scaling/device/CudaWrapper.h"
+#include "video/scaling/device/cuda/CudaWrapper.h"
 
 namespace qvs {
 
