@@ -11,7 +11,7 @@
 #include "log/LogGlobalLogger.h"
 #include "session/jni/Holders.h"
 #include "session/jni/NativeEntry.h"
-#include "session/jni/Records.h"
+#include "session/jni/records/CommonRecords.h"
 #include "session/jni/StreamContext.h"
 #include "session/jni/Utf.h"
 #include "session/notify/TranscoderSessionNotifyManager.h"

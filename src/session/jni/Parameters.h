@@ -9,7 +9,7 @@
 
 #include "contract/ParameterType.h"
 #include "session/jni/JavaArrays.h"
-#include "session/jni/Records.h"
+#include "session/jni/records/CommonRecords.h"
 
 namespace qvs {
 
