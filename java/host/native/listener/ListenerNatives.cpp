@@ -3,7 +3,7 @@
 #include "com_zarvo_qvs_host_session_FrameTap.h"
 
 #include "listener/DecodedFrameListener.h"
-#include "session/TranscoderSessionNotifyManager.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
 
 #include <algorithm>
 #include <new>
