@@ -42,7 +42,7 @@ final class DemoCommand implements Callable<Integer> {
       "aevalsrc='0.2*sin(440*2*PI*t)*(0.5+0.5*sin(t))+0.2*sin(880*2*PI*t)*lt(mod(t,1),0.1)"
           + "|0.2*sin(440*2*PI*t)*(0.5-0.5*sin(t))+0.2*sin(880*2*PI*t)*lt(mod(t,1),0.1)':s=48000";
   private static final List<String> LADDER =
-      List.of("1280x720@2500k", "854x480@1200k,fit=stretch", "640x360@700k");
+      List.of("1280x720@2500k", "854x480@1200k", "640x360@700k");
 
   @ParentCommand private Interruptible main;
 

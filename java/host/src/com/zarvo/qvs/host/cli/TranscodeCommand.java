@@ -52,7 +52,7 @@ final class TranscodeCommand implements Callable<Integer> {
         "One rendition, e.g. 1280x720@2500k,fit=letterbox,fps=30. Keys: codec (h264, vp8, vp9), fit (letterbox,",
         "stretch, fill), fps, crop and pad (left:right:top:bottom); for H.264 also preset (ultrafast to veryslow),",
         "profile (baseline, main, high), level (4.1), bframes.",
-        "Without any: the input's size and the next two common sizes below."
+        "Without any: the input's size and the common sizes below down to 360p, five at most."
       })
   private List<RenditionSpec> renditions = new ArrayList<>();
 

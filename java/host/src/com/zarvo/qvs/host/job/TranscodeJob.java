@@ -109,6 +109,7 @@ public final class TranscodeJob {
         settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
     return wanted.stream()
         .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset()))
+        .map(spec -> spec.fittedTo(source.displayAspect(spec.crop())))
         .map(spec -> hidesItsAspect(codec, source) ? spec.withOwnBars(source.displayAspect()) : spec)
         .toList();
   }

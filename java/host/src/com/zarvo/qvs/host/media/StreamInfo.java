@@ -52,6 +52,14 @@ public record StreamInfo(
     return pixel * width / height;
   }
 
+  /** The same of what is left when the edges (left, right, top, bottom in coded pixels, null for none) are cut off. */
+  public double displayAspect(long[] crop) {
+    if (crop == null) return displayAspect();
+    double across = 1 - (double) (crop[0] + crop[1]) / width;
+    double down = 1 - (double) (crop[2] + crop[3]) / height;
+    return displayAspect() * across / down;
+  }
+
   /** Milliseconds of a time in units of {@code timeBase}, rounded to the nearest. */
   public long toMilliseconds(long pts) {
     return timeBase.toMilliseconds(pts);

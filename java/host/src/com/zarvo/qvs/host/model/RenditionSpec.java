@@ -38,6 +38,7 @@ public record RenditionSpec(
   private static final Pattern HEAD = Pattern.compile("(\\d{1,6})x(\\d{1,6})(?:@(\\d{1,9}(?:\\.\\d{1,6})?)([kKmM]?))?");
   private static final double BITS_A_PIXEL = 0.09;
   private static final double USUAL_FRAME_RATE = 30;
+  private static final double MAX_STRETCH = 0.01;
 
   /** Reads "1280x720@2500k,codec=vp9,fit=letterbox,fps=30,crop=L:R:T:B,pad=L:R:T:B"; all behind the size may lack. */
   public static RenditionSpec parse(String text) {
@@ -98,6 +99,12 @@ public record RenditionSpec(
   /** True when the rendition needs the library's own placement beyond whole picture to whole picture. */
   public boolean needsPlacement() {
     return fit == FitMode.FILL || crop != null || padding != null;
+  }
+
+  /** The same for a picture of that aspect: where it differs by rounding alone, bars would be a pixel or two wide. */
+  public RenditionSpec fittedTo(double aspect) {
+    if (fit != FitMode.LETTERBOX || !(Math.abs(width - height * aspect) <= MAX_STRETCH * width)) return this;
+    return new RenditionSpec(width, height, bitRate, codec, FitMode.STRETCH, frameRate, crop, padding, tuning);
   }
 
   /**

@@ -63,7 +63,7 @@ class TranscodeTest {
     Path report = folder.resolve("report.json");
     transcode(
         source, outOf("ladder"), "--format", "ivf", "--report", report.toString(), "--keyframes", "0.5",
-        "--rendition", "640x360@1500k", "--rendition", "428x240@700k,fit=stretch", "--rendition",
+        "--rendition", "640x360@1500k", "--rendition", "428x240@700k", "--rendition",
         "320x180@400k,codec=vp9");
     for (String size : List.of("640x360", "428x240", "320x180")) {
       Path file = outOf("ladder").resolve("ntsc_" + size + ".ivf");
@@ -107,7 +107,11 @@ class TranscodeTest {
     transcode(
         source, outOf("fit"), "--format", "ivf", "--rendition", "160x160@500k", "--rendition",
         "160x128@500k,fit=stretch", "--rendition", "96x160@500k,fit=fill", "--rendition",
-        "192x96@500k,fit=stretch,pad=32:32:16:16", "--rendition", "128x128@500k,fit=stretch,crop=160:0:0:0");
+        "192x96@500k,fit=stretch,pad=32:32:16:16", "--rendition", "128x128@500k,fit=stretch,crop=160:0:0:0",
+        "--rendition", "242x120@500k");
+    I420 rounded = decoded(outOf("fit").resolve("colours_242x120.ivf"), 242, 120);
+    rounded.assertColor("no bar at the left", 7, 0, 8, 2, 104, RED);
+    rounded.assertColor("no bar at the right", 7, 240, 8, 2, 104, BLUE);
     I420 boxed = decoded(outOf("fit").resolve("colours_160x160.ivf"), 160, 160);
     boxed.assertColor("bar above", 7, 8, 8, 144, 24, BLACK_BAR);
     boxed.assertColor("bar below", 7, 8, 128, 144, 24, BLACK_BAR);

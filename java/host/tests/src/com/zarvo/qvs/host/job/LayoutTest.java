@@ -55,9 +55,30 @@ class LayoutTest {
   @Test
   void theLadderStartsAtTheSourceAndGoesDown() {
     assertEquals("1280x720 854x480 640x360", ladder(1280, 720));
-    assertEquals("720x1280 608x1080 406x720", ladder(720, 1280));
+    assertEquals("720x1280 480x854 360x640", ladder(720, 1280));
+    assertEquals("3840x2160 1920x1080 1280x720 854x480 640x360", ladder(3840, 2160));
+    assertEquals("642x362", ladder(642, 362));
     assertEquals("174x142", ladder(175, 143));
     assertEquals("32x32", ladder(1, 1));
+  }
+
+  @Test
+  void noTwoRungsAreAlikeAndAllLaddersEndLow() {
+    for (int width = 400; width <= 8192; width += 394)
+      for (int height = 300; height <= 4320; height += 158) {
+        String[] rungs = ladder(width, height).split(" ");
+        String what = width + "x" + height + ": " + String.join(" ", rungs);
+        assertTrue(rungs.length <= 5, what);
+        double last = Double.MAX_VALUE;
+        for (String rung : rungs) {
+          int cross = rung.indexOf('x');
+          double pixels = Double.parseDouble(rung.substring(0, cross)) * Integer.parseInt(rung.substring(cross + 1));
+          assertTrue(pixels <= last * 0.667, what);
+          last = pixels;
+        }
+        int shorter = Math.min(width, height);
+        if (shorter > 360 * 1.3) assertTrue(List.of(rungs[rungs.length - 1].split("x")).contains("360"), what);
+      }
   }
 
   @Test
