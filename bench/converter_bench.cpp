@@ -15,9 +15,9 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
-#include "GraphRoad.h"
-#include "PlanarPicture.h"
-#include "RoadTable.h"
+#include "ucc/GraphRoad.h"
+#include "ucc/PlanarPicture.h"
+#include "ucc/RoadTable.h"
 
 namespace {
 

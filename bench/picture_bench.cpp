@@ -22,11 +22,11 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
-#include "kernels/BgraTo420.h"
-#include "kernels/Blend.h"
-#include "kernels/CpuDispatch.h"
-#include "kernels/PlaneScaler.h"
 #include "LavOverlay.h"
+#include "ucc/kernels/BgraTo420.h"
+#include "ucc/kernels/Blend.h"
+#include "ucc/kernels/CpuDispatch.h"
+#include "ucc/kernels/PlaneScaler.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "contract/StageIds.h"
 #include "frames/AudioSampleBuffer.h"
 #include "FuzzInput.h"
-#include "session/StageIds.h"
 #include "session/TranscoderSession.h"
 
 namespace {

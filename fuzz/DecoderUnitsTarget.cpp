@@ -1,11 +1,11 @@
 // Access units into the decoders, pictures fetched. Input: one byte for the codec, one for the options, the
 // configuration behind its length in two bytes, then units, each behind its length in two bytes.
 
+#include "contract/DecodeFlags.h"
 #include "DecoderChoice.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoFrameBuffer.h"
 #include "FuzzInput.h"
-#include "video/decoders/DecodeFlags.h"
 #include "video/decoders/VideoDecoderBufferStream.h"
 
 namespace {

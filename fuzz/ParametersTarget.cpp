@@ -1,9 +1,9 @@
 // Parameter values of every type and key into a session's decoder and encoder, before and after its
 // initialisation, then a frame through whatever came of them.
 
+#include "contract/StageIds.h"
 #include "frames/geometry/FourCC.h"
 #include "FuzzInput.h"
-#include "session/StageIds.h"
 #include "session/TranscoderSession.h"
 #include "video/encoders/VideoEncoderVPX.h"
 

@@ -15,8 +15,8 @@
 #include "audio/AudioRoadSpec.h"
 #include "audio/IAudioEncoder.h"
 #include "audio/OpusFile.h"
+#include "contract/StageIds.h"
 #include "frames/AudioFrameEncoded.h"
-#include "session/StageIds.h"
 #include "session/TranscoderSession.h"
 
 namespace qvs::bench {

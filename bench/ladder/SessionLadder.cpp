@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "contract/DecodeFlags.h"
+#include "contract/StageIds.h"
 #include "frames/geometry/FourCC.h"
-#include "session/StageIds.h"
-#include "video/decoders/DecodeFlags.h"
 #include "video/decoders/VideoDecoderBufferStream.h"
 #include "video/encoders/VideoEncoderH264.h"
 #include "video/encoders/VideoEncoderVPX.h"

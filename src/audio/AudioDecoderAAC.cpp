@@ -8,8 +8,8 @@
 
 #include "audio/AACChannelLayout.h"
 #include "audio/AACUtils.h"
+#include "bufstream/MainConceptCallbacks.h"
 #include "frames/AudioSampleBuffer.h"
-#include "log/MainConceptCallbacks.h"
 #include "platform/Guard.h"
 
 namespace qvs {

@@ -6,9 +6,9 @@
 #include <cstring>
 #include <utility>
 
+#include "bufstream/MainConceptCallbacks.h"
 #include "frames/AudioSampleBuffer.h"
 #include "log/ILogger.h"
-#include "log/MainConceptCallbacks.h"
 #include "platform/Guard.h"
 
 namespace qvs {

@@ -8,7 +8,7 @@
 
 #include "audio/AACUtils.h"
 #include "audio/BitrateLimits.h"
-#include "log/MainConceptCallbacks.h"
+#include "bufstream/MainConceptCallbacks.h"
 #include "platform/Guard.h"
 
 namespace qvs {

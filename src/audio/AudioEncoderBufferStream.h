@@ -4,8 +4,8 @@
 #include <memory>
 #include <vector>
 
+#include "bufstream/CodedUnitSink.h"
 #include "frames/AudioFrameEncoded.h"
-#include "frames/CodedUnitSink.h"
 #include "platform/IConcurrentLock.h"
 #include "platform/RingQueue.h"
 

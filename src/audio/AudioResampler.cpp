@@ -8,9 +8,9 @@
 #include <string>
 #include <utility>
 
+#include "bufstream/MainConceptCallbacks.h"
 #include "frames/AudioSampleBuffer.h"
 #include "log/ILogger.h"
-#include "log/MainConceptCallbacks.h"
 #include "platform/Status.h"
 
 namespace qvs {

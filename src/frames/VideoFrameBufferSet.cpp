@@ -4,7 +4,7 @@
 
 #include "log/LogGlobalLogger.h"
 #include "platform/Guard.h"
-#include "video/scaling/device/CudaWrapper.h"
+#include "video/scaling/device/cuda/CudaWrapper.h"
 
 namespace qvs {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "video/scaling/device/VideoScaleBufferDataCUDA.h"
+#include "video/scaling/device/cuda/VideoScaleBufferDataCUDA.h"
 
 namespace qvs {
 

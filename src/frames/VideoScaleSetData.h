@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "video/scaling/device/cudaCtxLock.h"
-#include "video/scaling/device/CudaHandles.h"
+#include "video/scaling/device/cuda/cudaCtxLock.h"
+#include "video/scaling/device/cuda/CudaHandles.h"
 
 namespace qvs {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "hardware/HardwareInfo.h"
+#include "contract/HardwareInfo.h"
 #include "platform/SharedLibrary.h"
 
 namespace qvs {

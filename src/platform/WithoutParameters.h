@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "platform/ParameterType.h"
+#include "contract/ParameterType.h"
 
 namespace qvs {
 

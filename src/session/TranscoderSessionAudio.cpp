@@ -6,8 +6,8 @@
 #include "audio/AudioResampler.h"
 #include "frames/AudioSampleBuffer.h"
 #include "session/Forward.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
 #include "session/TranscoderSession.h"
-#include "session/TranscoderSessionNotifyManager.h"
 
 namespace qvs {
 

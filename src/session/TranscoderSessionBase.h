@@ -5,13 +5,13 @@
 #include <vector>
 
 #include "audio/IAudioDecoder.h"
+#include "contract/StageIds.h"
 #include "frames/AudioSampleBufferSet.h"
 #include "frames/VideoFrameBufferSet.h"
 #include "frames/VideoFrameBufferSetWrapper.h"
 #include "log/LogCollector.h"
 #include "session/AudioEncoderWrapper.h"
 #include "session/ITranscoderSession.h"
-#include "session/StageIds.h"
 #include "session/VideoEncoderWrapper.h"
 #include "video/decoders/IVideoDecoder.h"
 #include "video/scaling/IVideoScaler.h"

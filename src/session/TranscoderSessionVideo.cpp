@@ -1,12 +1,12 @@
 #include <fmt/format.h>
 
+#include "contract/DecodeFlags.h"
 #include "frames/VideoFrameBuffer.h"
 #include "frames/VideoFrameBufferAllocation.h"
 #include "frames/VideoFrameBufferAllocator.h"
 #include "platform/Guard.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
 #include "session/TranscoderSession.h"
-#include "session/TranscoderSessionNotifyManager.h"
-#include "video/decoders/DecodeFlags.h"
 
 namespace qvs {
 

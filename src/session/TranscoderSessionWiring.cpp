@@ -1,6 +1,6 @@
 #include <fmt/format.h>
 
-#include "hardware/HardwareInfo.h"
+#include "contract/HardwareInfo.h"
 #include "platform/Guard.h"
 #include "session/StageSelection.h"
 #include "session/TranscoderSession.h"

@@ -11,9 +11,9 @@
 
 #include "audio/AACUtils.h"
 #include "AudioBlocks.h"
+#include "contract/ParameterType.h"
 #include "LibavDecoder.h"
 #include "log/LogCollector.h"
-#include "platform/ParameterType.h"
 
 namespace qvs {
 namespace {

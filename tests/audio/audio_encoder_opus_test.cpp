@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "AudioBlocks.h"
+#include "contract/ParameterType.h"
 #include "log/LogCollector.h"
-#include "platform/ParameterType.h"
 
 namespace qvs {
 namespace {

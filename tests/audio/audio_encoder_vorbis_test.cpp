@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "AudioBlocks.h"
+#include "contract/ParameterType.h"
 #include "LibavDecoder.h"
 #include "log/LogCollector.h"
-#include "platform/ParameterType.h"
 
 namespace qvs {
 namespace {

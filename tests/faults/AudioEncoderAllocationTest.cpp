@@ -4,9 +4,9 @@
 #include <memory>
 #include <new>
 
+#include "contract/StageIds.h"
 #include "FailingAllocator.h"
 #include "frames/AudioSampleBuffer.h"
-#include "session/StageIds.h"
 #include "session/TranscoderSession.h"
 
 namespace qvs::test {

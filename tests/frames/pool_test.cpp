@@ -3,8 +3,8 @@
 #include <thread>
 #include <vector>
 
+#include "capture/CaptureAncillaryDataUtils.h"
 #include "frames/AudioSampleBufferSet.h"
-#include "frames/CaptureAncillaryDataUtils.h"
 #include "frames/VideoFrameEncoded.h"
 #include "log/LogCollector.h"
 #include "Pictures.h"

@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "contract/DecodeFlags.h"
 #include "frames/geometry/FourCC.h"
 #include "support/TestPicture.h"
-#include "video/decoders/DecodeFlags.h"
 #include "video/encoders/VideoEncoderVPX.h"
 
 namespace qvs::test {

@@ -5,8 +5,8 @@
 #include <span>
 #include <vector>
 
+#include "contract/StageIds.h"
 #include "road/DirectDecoder.h"
-#include "session/StageIds.h"
 #include "session/TranscoderSession.h"
 
 namespace qvs::test {

@@ -9,8 +9,8 @@
 #include "frames/AudioFrameEncoded.h"
 #include "platform/WithoutParameters.h"
 #include "session/MediaStreamContext.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
 #include "session/TranscoderSession.h"
-#include "session/TranscoderSessionNotifyManager.h"
 
 namespace qvs {
 namespace {

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "session/TranscoderSessionNotifyManager.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
 
 namespace qvs {
 namespace {

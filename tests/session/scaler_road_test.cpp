@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "session/notify/TranscoderSessionNotifyManager.h"
 #include "session/TranscoderSession.h"
-#include "session/TranscoderSessionNotifyManager.h"
 #include "video/scaling/VideoScalerBase.h"
 
 namespace qvs {

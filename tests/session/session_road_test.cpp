@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "frames/VideoFrameBuffer.h"
-#include "session/TranscoderSessionNotifyManager.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
 #include "support/Md5.h"
 #include "support/SessionLadder.h"
 #include "support/TestPicture.h"

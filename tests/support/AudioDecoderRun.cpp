@@ -4,7 +4,7 @@
 #include <cmath>
 #include <map>
 
-#include "session/StageIds.h"
+#include "contract/StageIds.h"
 #include "session/StageSelection.h"
 
 namespace qvs::test {

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <mutex>
 
-#include "session/TranscoderSessionNotifyManager.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
 
 namespace qvs::test {
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "session/jni/JavaArrays.h"
-#include "session/jni/Records.h"
+#include "session/jni/records/AllRecords.h"
 #include "session/JNIAllocator.h"
 
 using namespace qvs;

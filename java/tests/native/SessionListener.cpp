@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "session/MediaStreamContext.h"
-#include "session/TranscoderSessionNotifyManager.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
 
 namespace {
 

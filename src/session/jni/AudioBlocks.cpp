@@ -2,7 +2,7 @@
 
 #include "session/jni/JavaArrays.h"
 #include "session/jni/NativeEntry.h"
-#include "session/jni/Records.h"
+#include "session/jni/records/AudioRecords.h"
 
 namespace qvs {
 namespace {

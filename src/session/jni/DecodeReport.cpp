@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "session/jni/Records.h"
+#include "session/jni/records/VideoRecords.h"
 
 namespace qvs {
 namespace {

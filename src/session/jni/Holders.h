@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "session/jni/Records.h"
+#include "session/jni/records/CommonRecords.h"
 
 namespace qvs {
 

@@ -11,12 +11,12 @@
 #include "log/LogGlobalLogger.h"
 #include "session/jni/Holders.h"
 #include "session/jni/NativeEntry.h"
-#include "session/jni/Records.h"
+#include "session/jni/records/CommonRecords.h"
 #include "session/jni/StreamContext.h"
 #include "session/jni/Utf.h"
-#include "session/TranscoderSessionNotifyManager.h"
-#include "video/encoders/VideoEncoderH26XNVENCLock.h"
-#include "video/scaling/device/CudaWrapper.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
+#include "video/encoders/hosts/VideoEncoderH26XNVENCLock.h"
+#include "video/scaling/device/cuda/CudaWrapper.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
 namespace qvs {

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "session/jni/NativeEntry.h"
-#include "session/jni/Records.h"
+#include "session/jni/records/OfflineRecords.h"
 
 namespace qvs {
 namespace {

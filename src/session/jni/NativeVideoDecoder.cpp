@@ -5,7 +5,7 @@
 #include "session/jni/NativeEntry.h"
 #include "session/jni/Parameters.h"
 #include "session/jni/Pictures.h"
-#include "session/jni/Records.h"
+#include "session/jni/records/CaptureRecords.h"
 #include "session/jni/StreamContext.h"
 
 using namespace qvs;

@@ -3,7 +3,8 @@
 #include <cstdlib>
 
 #include "session/jni/JavaArrays.h"
-#include "session/jni/Records.h"
+#include "session/jni/records/AudioRecords.h"
+#include "session/jni/records/VideoRecords.h"
 
 namespace qvs {
 namespace {

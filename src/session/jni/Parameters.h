@@ -7,9 +7,9 @@
 #include <limits>
 #include <vector>
 
-#include "platform/ParameterType.h"
+#include "contract/ParameterType.h"
 #include "session/jni/JavaArrays.h"
-#include "session/jni/Records.h"
+#include "session/jni/records/CommonRecords.h"
 
 namespace qvs {
 

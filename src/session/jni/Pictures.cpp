@@ -5,7 +5,7 @@
 #include "frames/geometry/FourCC.h"
 #include "session/jni/JavaArrays.h"
 #include "session/jni/NativeEntry.h"
-#include "session/jni/Records.h"
+#include "session/jni/records/VideoRecords.h"
 
 namespace qvs {
 

@@ -5,7 +5,7 @@
 #include "audio/AudioResampler.h"
 #include "log/LogGlobalLogger.h"
 #include "session/jni/NativeEntry.h"
-#include "session/jni/Records.h"
+#include "session/jni/records/AudioRecords.h"
 
 namespace qvs {
 

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "session/jni/Records.h"
+#include "session/jni/records/CommonRecords.h"
 
 namespace qvs {
 

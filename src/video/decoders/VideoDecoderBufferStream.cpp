@@ -7,12 +7,12 @@
 #include <cstdlib>
 #include <utility>
 
+#include "bufstream/MainConceptCallbacks.h"
+#include "contract/DecodeFlags.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/ILogger.h"
-#include "log/MainConceptCallbacks.h"
 #include "platform/FreeDeleter.h"
 #include "platform/Guard.h"
-#include "video/decoders/DecodeFlags.h"
 
 namespace qvs {
 

@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <iterator>
 
+#include "contract/DecodeFlags.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/ILogger.h"
 #include "platform/Guard.h"
-#include "video/decoders/DecodeFlags.h"
 #include "video/decoders/VPXImageCopy.h"
 
 namespace qvs {

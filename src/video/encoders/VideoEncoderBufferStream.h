@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "frames/CodedUnitSink.h"
+#include "bufstream/CodedUnitSink.h"
 #include "frames/VideoFrameEncoded.h"
 #include "platform/IConcurrentLock.h"
 #include "platform/RingQueue.h"

@@ -7,9 +7,9 @@
 #include <limits>
 #include <utility>
 
+#include "bufstream/MainConceptCallbacks.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/ILogger.h"
-#include "log/MainConceptCallbacks.h"
 #include "platform/Guard.h"
 
 namespace qvs {

@@ -5,7 +5,7 @@
 #include <limits>
 #include <type_traits>
 
-#include "platform/ParameterType.h"
+#include "contract/ParameterType.h"
 #include "platform/Status.h"
 #include "video/encoders/VideoEncoderH264.h"
 

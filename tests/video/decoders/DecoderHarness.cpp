@@ -1,6 +1,6 @@
 #include "video/decoders/DecoderHarness.h"
 
-#include "video/decoders/DecodeFlags.h"
+#include "contract/DecodeFlags.h"
 #include "video/decoders/VideoDecoderH264.h"
 #include "video/decoders/VideoDecoderH265.h"
 #include "video/decoders/VideoDecoderMP2.h"

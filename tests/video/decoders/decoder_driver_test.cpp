@@ -7,9 +7,9 @@
 #include <deque>
 #include <random>
 
+#include "contract/DecodeFlags.h"
 #include "frames/VideoFrameBuffer.h"
 #include "support/MediaStream.h"
-#include "video/decoders/DecodeFlags.h"
 #include "video/decoders/H264Utils.h"
 #include "video/decoders/VideoDecoderH264.h"
 #include "video/decoders/VideoDecoderH265.h"

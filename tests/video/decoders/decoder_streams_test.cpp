@@ -4,8 +4,8 @@
 
 #include <cmath>
 
+#include "contract/DecodeFlags.h"
 #include "frames/geometry/ChromaOrder.h"
-#include "video/decoders/DecodeFlags.h"
 #include "video/decoders/DecoderRoad.h"
 #include "video/decoders/UnitStream.h"
 #include "video/decoders/VideoDecoderBufferStream.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <random>
 
-#include "video/decoders/DecodeFlags.h"
+#include "contract/DecodeFlags.h"
 #include "video/decoders/DecoderRoad.h"
 #include "video/decoders/FieldStream.h"
 

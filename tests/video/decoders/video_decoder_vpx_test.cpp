@@ -6,12 +6,12 @@
 #include <cstdio>
 #include <random>
 
+#include "contract/DecodeFlags.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/LogCollector.h"
 #include "support/Md5.h"
 #include "support/TestPicture.h"
-#include "video/decoders/DecodeFlags.h"
 #include "video/decoders/VideoDecoderVPX.h"
 #include "video/decoders/VPXUtils.h"
 

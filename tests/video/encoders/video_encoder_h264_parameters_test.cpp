@@ -5,8 +5,8 @@
 #include <limits>
 #include <random>
 
+#include "contract/ParameterType.h"
 #include "H264EncoderUnderTest.h"
-#include "platform/ParameterType.h"
 
 namespace qvs {
 namespace {

@@ -8,10 +8,10 @@
 #include <limits>
 #include <set>
 
+#include "contract/DecodeFlags.h"
 #include "frames/VideoFrameBufferSet.h"
 #include "log/LogCollector.h"
 #include "support/TestPicture.h"
-#include "video/decoders/DecodeFlags.h"
 #include "video/decoders/VideoDecoderVPX.h"
 #include "video/encoders/VideoEncoderVPX.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "session/ITranscoderSessionNotifyVideoFrameDecode.h"
+#include "session/notify/ITranscoderSessionNotifyVideoFrameDecode.h"
 
 #include <cstdint>
 #include <vector>

@@ -3,7 +3,7 @@
 #include "com_zarvo_qvs_host_PictureTap.h"
 
 #include "listener/DecodedPictureListener.h"
-#include "session/TranscoderSessionNotifyManager.h"
+#include "session/notify/TranscoderSessionNotifyManager.h"
 
 #include <algorithm>
 #include <new>

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "video/scaling/device/VideoScaleBufferDataCUDA.h"
+#include "video/scaling/device/cuda/VideoScaleBufferDataCUDA.h"
 
 namespace qvs {
 

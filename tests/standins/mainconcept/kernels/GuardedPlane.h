@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "kernels/CpuDispatch.h"
+#include "ucc/kernels/CpuDispatch.h"
 
 namespace qvs::ucc {
 

@@ -1,4 +1,4 @@
-#include "kernels/BgraTo420.h"
+#include "ucc/kernels/BgraTo420.h"
 
 #include <gmock/gmock.h>
 

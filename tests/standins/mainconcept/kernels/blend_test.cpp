@@ -1,4 +1,4 @@
-#include "kernels/Blend.h"
+#include "ucc/kernels/Blend.h"
 
 #include <gmock/gmock.h>
 
@@ -6,7 +6,7 @@
 #include <numeric>
 
 #include "GuardedPlane.h"
-#include "kernels/Plane.h"
+#include "ucc/kernels/Plane.h"
 
 namespace qvs::ucc {
 namespace {

@@ -1,4 +1,4 @@
-#include "kernels/PlaneScaler.h"
+#include "ucc/kernels/PlaneScaler.h"
 
 #include <gmock/gmock.h>
 

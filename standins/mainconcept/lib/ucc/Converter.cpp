@@ -1,0 +1,79 @@
+#include "ucc/Converter.h"
+
+#include <cstdlib>
+#include <new>
+
+#include "ucc/RoadTable.h"
+
+namespace qvs::ucc {
+namespace {
+
+constexpr uint32_t kMaxSize = 16384;
+// The one type of overlay that callers use.
+constexpr uint32_t kBlendByOwnAlpha = 2;
+
+bool sizeInRange(uint32_t width, uint32_t height) {
+  return width >= 1 && width <= kMaxSize && height >= 1 && height <= kMaxSize;
+}
+
+// Every plane that holds samples is there, and its rows don't overlap.
+bool frameIsSound(const PixelFormat* format, const ucc_frame_t& frame) {
+  if (!format || !sizeInRange(frame.width, frame.height)) return false;
+  for (int p = 0; p < format->planes; ++p) {
+    const uint32_t bytes = format->rowBytes(p, frame.width);
+    if (bytes == 0 || format->rowsOf(p, frame.height) == 0) continue;
+    if (!frame.plane[p] || std::llabs(frame.stride[p]) < bytes) return false;
+  }
+  return true;
+}
+
+bool overlayIsSound(const ucc_overlay_config_t& overlay, const PixelFormat*& format) {
+  if (overlay.type != kBlendByOwnAlpha || !overlay.frame) return false;
+  format = findPixelFormat(overlay.frame->pixel_format);
+  return frameIsSound(format, *overlay.frame) && sizeInRange(overlay.width, overlay.height);
+}
+
+}  // namespace
+
+Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source,
+                            const ucc_overlay_config_t* overlay) {
+  const PixelFormat* targetFormat = findPixelFormat(target.pixel_format);
+  const PixelFormat* sourceFormat = findPixelFormat(source.pixel_format);
+  const PixelFormat* overlayFormat = nullptr;
+  if (!frameIsSound(targetFormat, target) || !frameIsSound(sourceFormat, source)) return Status::kBadArgument;
+  if (overlay && !overlayIsSound(*overlay, overlayFormat)) return Status::kBadArgument;
+
+  // From here on only memory can fail.
+  const ColourPair colours =
+      resolveColours(*targetFormat, target.colorimetry, *sourceFormat, source.colorimetry);
+  const Task task{targetFormat, sourceFormat,  target.width,   target.height,
+                  source.width, source.height, colours.target, colours.source};
+  if (!convert(task, target, source)) return Status::kNoMemory;
+  if (!overlay) return Status::kDone;
+
+  const ColourPair blend =
+      resolveColours(*targetFormat, target.colorimetry, *overlayFormat, overlay->frame->colorimetry);
+  const OverlayTask overlayTask{targetFormat, overlayFormat, blend.target, blend.source};
+  return paint(overlayTask, target, *overlay) ? Status::kDone : Status::kNoMemory;
+}
+
+bool Converter::convert(const Task& task, const ucc_frame_t& target, const ucc_frame_t& source) {
+  const bool samePicture =
+      target.plane[0] == source.plane[0] && task.target == task.source && task.sameSize();
+  // The way to blend in place: nothing to convert, and copying rows onto themselves would be undefined.
+  if (samePicture && task.sameColour()) return true;
+  // A road that failed to get its memory isn't kept, so the next call tries again.
+  if (!road_ || task != task_) {
+    road_ = chooseRoad(task);
+    task_ = task;
+  }
+  return road_ && road_->run(target, source);
+}
+
+bool Converter::paint(const OverlayTask& task, const ucc_frame_t& target,
+                      const ucc_overlay_config_t& overlay) {
+  if (!painter_) painter_.reset(new (std::nothrow) OverlayPainter);
+  return painter_ && painter_->paint(task, target, overlay);
+}
+
+}  // namespace qvs::ucc

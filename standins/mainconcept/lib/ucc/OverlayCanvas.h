@@ -1,0 +1,67 @@
+#pragma once
+
+#include "ucc/PlanarConversion.h"
+
+namespace qvs::ucc {
+
+/// The formats and colours that an overlay passes between.
+struct OverlayTask {
+  const PixelFormat* target;
+  const PixelFormat* overlay;
+  Colour targetColour;
+  Colour overlayColour;
+
+  bool operator==(const OverlayTask&) const = default;
+};
+
+/// An overlay ready to be blended: planes in the target's own form and colour, alpha at luma and at chroma
+/// size. It starts on a whole chroma sample of the target, so up to three columns and rows around the overlay
+/// are wholly transparent.
+class OverlayCanvas {
+ public:
+  struct Shape {
+    OverlayTask task;
+    uint32_t sourceWidth;
+    uint32_t sourceHeight;
+    uint32_t width;
+    uint32_t height;
+    uint32_t phaseX;  ///< pixels from the canvas's left edge to the overlay's
+    uint32_t phaseY;
+
+    bool operator==(const Shape&) const = default;
+  };
+
+  /// Does nothing when the shape and the content, other than 0, are those of the last call. False when memory
+  /// fails.
+  bool make(const Shape& shape, const ucc_overlay_config_t& overlay);
+
+  uint32_t width() const { return planes_.paddedWidth(); }
+  uint32_t height() const { return planes_.paddedHeight(); }
+  const PlaneView& plane(int component) const { return planes_.plane(component); }
+  /// Alpha at the size of a component's plane.
+  const PlaneView& alphaOf(int component) const { return alphas_.plane(component == 0 ? 0 : 1); }
+
+ private:
+  /// Sizes everything and plans the conversion; the pixels are still to come.
+  bool reshape(const Shape& shape);
+  void fill();
+  void fillAlpha();
+  void averageAlpha();
+  // T is the sample type of the target's form.
+  template <class T>
+  void fillPlanes();
+  template <class T>
+  void placeComponent(int component);
+  template <class T>
+  void averageComponent(int component);
+
+  bool shaped_ = false;
+  bool filled_ = false;  ///< false after a failure too, so that the next call starts over
+  Shape shape_{};
+  uint64_t contentId_ = 0;
+  PlanarConversion conversion_;  ///< to the target's family, depth and colour at full chroma
+  PlanarPicture planes_;
+  PlanarPicture alphas_;  ///< components 0 and 1 are in use
+};
+
+}  // namespace qvs::ucc
