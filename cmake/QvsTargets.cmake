@@ -5,7 +5,6 @@ find_package(Threads REQUIRED)
 find_package(fmt REQUIRED)
 pkg_check_modules(VPX REQUIRED IMPORTED_TARGET vpx)
 pkg_check_modules(ZIMG REQUIRED IMPORTED_TARGET zimg)
-pkg_check_modules(SWSCALE REQUIRED IMPORTED_TARGET libswscale libavutil)
 # Headers only: the library opens them at run time.
 pkg_check_modules(AVCODEC REQUIRED IMPORTED_TARGET libavcodec libavfilter libavutil)
 pkg_check_modules(SWRESAMPLE REQUIRED IMPORTED_TARGET libswresample libavutil)
