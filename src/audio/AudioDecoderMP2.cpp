@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "bufstream/MainConceptCallbacks.h"
+#include "contract/StageIds.h"
 #include "frames/AudioSampleBuffer.h"
 #include "log/ILogger.h"
 #include "platform/Guard.h"
@@ -14,7 +15,7 @@
 namespace qvs {
 
 AudioDecoderMP2::AudioDecoderMP2() : AudioDecoderBufferStream("AudioDecoderMP2") {
-  codec = kCodec;
+  codec = kAudioCodecMPEG;
   std::memset(&mpa_config, 0xFF, sizeof mpa_config);
 }
 

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "contract/StageIds.h"
 #include "frames/AudioSampleBuffer.h"
 #include "platform/ConcurrentLockFactory.h"
 #include "platform/Guard.h"
@@ -32,7 +33,7 @@ uint32_t decodeRateFor(uint32_t sampleRate) {
 }  // namespace
 
 AudioDecoderOpus::AudioDecoderOpus() : lock(ConcurrentLockFactory::newConcurrentLock()) {
-  codec = kCodec;
+  codec = kAudioCodecOpus;
 }
 
 AudioDecoderOpus::~AudioDecoderOpus() {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "contract/StageIds.h"
 #include "frames/AudioSampleBuffer.h"
 #include "platform/ConcurrentLockFactory.h"
 #include "platform/Guard.h"
@@ -32,7 +33,7 @@ uint32_t littleEndian(const uint8_t* bytes) {
 }  // namespace
 
 AudioDecoderSpeex::AudioDecoderSpeex() : lock(ConcurrentLockFactory::newConcurrentLock()) {
-  codec = kCodec;
+  codec = kAudioCodecSpeex;
 }
 
 AudioDecoderSpeex::~AudioDecoderSpeex() {

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "audio/VorbisSynthesis.h"
+#include "contract/StageIds.h"
 #include "frames/AudioSampleBuffer.h"
 #include "platform/Guard.h"
 
@@ -59,7 +60,7 @@ void interleave(const float* const* pcm, uint32_t sampleCount, uint32_t channels
 }  // namespace
 
 AudioDecoderVorbis::AudioDecoderVorbis() {
-  codec = kCodec;
+  codec = kAudioCodecVorbis;
 }
 
 AudioDecoderVorbis::~AudioDecoderVorbis() = default;

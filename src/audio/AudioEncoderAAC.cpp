@@ -9,6 +9,7 @@
 #include "audio/AACUtils.h"
 #include "audio/BitrateLimits.h"
 #include "bufstream/MainConceptCallbacks.h"
+#include "contract/StageIds.h"
 #include "platform/Guard.h"
 
 namespace qvs {
@@ -64,7 +65,7 @@ const BitrateLimits* limitsOf(uint32_t sampleRate, uint32_t he, uint32_t channel
 }  // namespace
 
 AudioEncoderAAC::AudioEncoderAAC() {
-  codec = kCodec;
+  codec = kAudioCodecAAC;
   init_callbacks(callbacks);
   aacOutAudioDefaults(&encodesettings, 0);
 }

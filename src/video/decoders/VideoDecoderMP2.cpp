@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "contract/StageIds.h"
 #include "platform/Guard.h"
 
 namespace qvs {
@@ -14,7 +15,7 @@ namespace {
 
 constexpr BufStreamCodec kRow{
     .labels = QVS_BUFSTREAM_LABELS("VideoDecoderMP2"),
-    .codec = VideoDecoderMP2::kCodec,
+    .codec = kVideoCodecMPEG2,
     .record = UnitRecord::kUserData,
     .infoFlags = SEQ_HDR_FLAG,
     .infoAlwaysReported = true,

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <mc_decoder_codes.h>
 
+#include "contract/StageIds.h"
 #include "platform/Guard.h"
 
 namespace qvs {
@@ -11,7 +12,7 @@ namespace {
 
 constexpr BufStreamCodec kRow{
     .labels = QVS_BUFSTREAM_LABELS("VideoDecoderMP4"),
-    .codec = VideoDecoderMP4::kCodec,
+    .codec = kVideoCodecMP4,
     .record = UnitRecord::kUserData,
     .infoFlags = SEQ_HDR_FLAG,
     .infoAlwaysReported = true,

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "contract/DecodeFlags.h"
+#include "contract/StageIds.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/ILogger.h"
 #include "platform/Guard.h"
@@ -14,7 +15,7 @@
 namespace qvs {
 
 VideoDecoderVPX::VideoDecoderVPX() {
-  codec = kCodec;
+  codec = kVideoCodecVPX;
   bufferList.reserve(1);
 }
 

@@ -8,6 +8,8 @@
 #include <utility>
 
 #include "bufstream/MainConceptCallbacks.h"
+#include "contract/FrameTypes.h"
+#include "contract/StageIds.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/ILogger.h"
 #include "platform/Guard.h"
@@ -18,7 +20,6 @@ namespace {
 
 constexpr uint64_t kTimeUnitsPerMs = 10000;  // 100 ns
 constexpr double kTimeUnitsPerSecond = 1e7;
-constexpr uint32_t kFrameTypeKey = 1;
 constexpr int64_t kBitRateModeVariable = H264_VBR;
 constexpr int32_t kCpuAll = -1;
 constexpr int32_t kPictureRefused = 1;
@@ -61,7 +62,7 @@ constexpr DefaultMark kDefaultMarks[] = {
 }  // namespace
 
 VideoEncoderH264::VideoEncoderH264() {
-  codec = kCodec;
+  codec = kVideoCodecH264;
   init_callbacks(callbacks);
 }
 
