@@ -1,3 +1,4 @@
+// The listener that copies a session's last decoded picture, for the host's checksums and comparisons.
 #include "listener/DecodedPictureListener.h"
 
 #include "frames/VideoFrameBuffer.h"

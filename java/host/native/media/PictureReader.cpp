@@ -1,3 +1,4 @@
+// Decoding a file frame by frame with libavcodec, as a judge apart from the transcoder.
 #include "media/PictureReader.h"
 
 namespace qvs::host {
