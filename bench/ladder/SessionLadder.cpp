@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "contract/DecodeFlags.h"
+#include "contract/ScaleIds.h"
 #include "contract/StageIds.h"
 #include "frames/geometry/FourCC.h"
 #include "video/decoders/VideoDecoderBufferStream.h"
@@ -69,7 +70,7 @@ SessionLadder::SessionLadder(const LadderSpec& ladder, Codec from, std::span<uin
   session.initialize();
   createDecoder(from);
   QVS_BENCH_CALL(videoScalerCreate(kYV12, 8));
-  QVS_BENCH_CALL(videoScalerSetImplementation2(kScalerDefault, -1));
+  QVS_BENCH_CALL(videoScalerSetImplementation2(kScaleCPU, -1));
   QVS_BENCH_CALL(videoDecoderBuffersCreate(kDecoderFrames));
   QVS_BENCH_CALL(videoEncoderBufferSetsCreate(kRungFrames));
   for (const auto& rung : ladder.rungs) addRung(ladder, rung, parallel);

@@ -1,3 +1,4 @@
+// AAC in: configuration record or bare frames, each given an ADTS header for the codec library.
 #include "audio/AudioDecoderAAC.h"
 
 #include <fmt/format.h>
@@ -9,6 +10,7 @@
 #include "audio/AACChannelLayout.h"
 #include "audio/AACUtils.h"
 #include "bufstream/MainConceptCallbacks.h"
+#include "contract/StageIds.h"
 #include "frames/AudioSampleBuffer.h"
 #include "platform/Guard.h"
 
@@ -31,7 +33,7 @@ uint32_t headerObjectTypeOf(uint32_t objectType) {
 }  // namespace
 
 AudioDecoderAAC::AudioDecoderAAC() : AudioDecoderBufferStream("AudioDecoderAAC") {
-  codec = kCodec;
+  codec = kAudioCodecAAC;
   AudioDecoderAAC::setDecodeParameters(-1, -1, ~0u);
 }
 

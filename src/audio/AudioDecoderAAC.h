@@ -23,8 +23,6 @@ struct AudioDecoderAACDelayInfo {
 /// for HE v2. Object types and frame lengths that the header can't name are refused.
 class AudioDecoderAAC : public AudioDecoderBufferStream {
  public:
-  static constexpr uint32_t kCodec = 10;
-
   AudioDecoderAAC();
 
   using AudioDecoderBufferStream::setDecodeParameters;

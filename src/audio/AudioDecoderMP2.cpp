@@ -1,3 +1,4 @@
+// MPEG audio layers I to III in: frames gathered to blocks, format read from the first header.
 #include "audio/AudioDecoderMP2.h"
 
 #include <fmt/format.h>
@@ -7,6 +8,7 @@
 #include <utility>
 
 #include "bufstream/MainConceptCallbacks.h"
+#include "contract/StageIds.h"
 #include "frames/AudioSampleBuffer.h"
 #include "log/ILogger.h"
 #include "platform/Guard.h"
@@ -14,7 +16,7 @@
 namespace qvs {
 
 AudioDecoderMP2::AudioDecoderMP2() : AudioDecoderBufferStream("AudioDecoderMP2") {
-  codec = kCodec;
+  codec = kAudioCodecMPEG;
   std::memset(&mpa_config, 0xFF, sizeof mpa_config);
 }
 

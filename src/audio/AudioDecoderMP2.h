@@ -8,8 +8,6 @@ namespace qvs {
 /// which make one block, and a frame's bytes may be split over calls.
 class AudioDecoderMP2 : public AudioDecoderBufferStream {
  public:
-  static constexpr uint32_t kCodec = 2;
-
   /// Hz by row (0 MPEG-2, 1 MPEG-1, 2 MPEG-2.5) and the rate index of a frame's header; 1: reserved.
   static constexpr uint32_t MP2_SAMPLERATES[3][4] = {
       {22050, 24000, 16000, 1}, {44100, 48000, 32000, 1}, {11025, 12000, 8000, 1}};

@@ -1,3 +1,4 @@
+// Opus in by libopus: the OpusHead record with its rate and gain, then packets to blocks.
 #include "audio/AudioDecoderOpus.h"
 
 #include <fmt/format.h>
@@ -5,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "contract/StageIds.h"
 #include "frames/AudioSampleBuffer.h"
 #include "platform/ConcurrentLockFactory.h"
 #include "platform/Guard.h"
@@ -32,7 +34,7 @@ uint32_t decodeRateFor(uint32_t sampleRate) {
 }  // namespace
 
 AudioDecoderOpus::AudioDecoderOpus() : lock(ConcurrentLockFactory::newConcurrentLock()) {
-  codec = kCodec;
+  codec = kAudioCodecOpus;
 }
 
 AudioDecoderOpus::~AudioDecoderOpus() {

@@ -15,8 +15,6 @@ namespace qvs {
 /// ones.
 class AudioDecoderOpus : public AudioDecoderBase {
  public:
-  static constexpr uint32_t kCodec = 12;
-
   AudioDecoderOpus();
   ~AudioDecoderOpus() override;
 

@@ -1,3 +1,4 @@
+// Wideband Speex in by libspeex: optional header, several frames a packet.
 #include "audio/AudioDecoderSpeex.h"
 
 #include <fmt/format.h>
@@ -5,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "contract/StageIds.h"
 #include "frames/AudioSampleBuffer.h"
 #include "platform/ConcurrentLockFactory.h"
 #include "platform/Guard.h"
@@ -32,7 +34,7 @@ uint32_t littleEndian(const uint8_t* bytes) {
 }  // namespace
 
 AudioDecoderSpeex::AudioDecoderSpeex() : lock(ConcurrentLockFactory::newConcurrentLock()) {
-  codec = kCodec;
+  codec = kAudioCodecSpeex;
 }
 
 AudioDecoderSpeex::~AudioDecoderSpeex() {

@@ -15,7 +15,6 @@ namespace qvs {
 /// stream the wideband part is decoded.
 class AudioDecoderSpeex : public AudioDecoderBase {
  public:
-  static constexpr uint32_t kCodec = 11;
   static constexpr uint32_t kSampleRate = 16000;  ///< Hz
 
   AudioDecoderSpeex();

@@ -1,3 +1,4 @@
+// Vorbis in by libvorbis: the three header packets, then blocks.
 #include "audio/AudioDecoderVorbis.h"
 
 #include <fmt/format.h>
@@ -6,6 +7,7 @@
 #include <cstring>
 
 #include "audio/VorbisSynthesis.h"
+#include "contract/StageIds.h"
 #include "frames/AudioSampleBuffer.h"
 #include "platform/Guard.h"
 
@@ -59,7 +61,7 @@ void interleave(const float* const* pcm, uint32_t sampleCount, uint32_t channels
 }  // namespace
 
 AudioDecoderVorbis::AudioDecoderVorbis() {
-  codec = kCodec;
+  codec = kAudioCodecVorbis;
 }
 
 AudioDecoderVorbis::~AudioDecoderVorbis() = default;

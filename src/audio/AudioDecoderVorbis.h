@@ -16,8 +16,6 @@ class VorbisSynthesis;
 /// The first packet gives no sound; each later one gives what overlaps with the packet before.
 class AudioDecoderVorbis : public AudioDecoderBase {
  public:
-  static constexpr uint32_t kCodec = 9;
-
   AudioDecoderVorbis();
   ~AudioDecoderVorbis() override;
 

@@ -1,3 +1,4 @@
+// AAC out: the parameter table, limits of rates, and the way of blocks through the codec library.
 #include "audio/AudioEncoderAAC.h"
 
 #include <fmt/format.h>
@@ -9,6 +10,7 @@
 #include "audio/AACUtils.h"
 #include "audio/BitrateLimits.h"
 #include "bufstream/MainConceptCallbacks.h"
+#include "contract/StageIds.h"
 #include "platform/Guard.h"
 
 namespace qvs {
@@ -64,7 +66,7 @@ const BitrateLimits* limitsOf(uint32_t sampleRate, uint32_t he, uint32_t channel
 }  // namespace
 
 AudioEncoderAAC::AudioEncoderAAC() {
-  codec = kCodec;
+  codec = kAudioCodecAAC;
   init_callbacks(callbacks);
   aacOutAudioDefaults(&encodesettings, 0);
 }

@@ -21,7 +21,6 @@ namespace qvs {
 /// which sets `bits_per_sample`, `input_channels` and `audio_bitrate_index` itself.
 class AudioEncoderAAC : public AudioEncoderBase {
  public:
-  static constexpr uint32_t kCodec = 10;
   static constexpr uint32_t kSettingsRefused = 0xFFFFFFFEu;  ///< `initialize`: the library won't serve them
   static constexpr uint32_t kNoEncoder = 0xFFFFFFFDu;        ///< `initialize`: no instance
   static constexpr uint32_t kNotOpened = 0xFFFFFFFCu;        ///< `initialize`: the instance doesn't open

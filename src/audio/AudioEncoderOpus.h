@@ -7,6 +7,7 @@
 
 #include "audio/AudioEncoderBase.h"
 #include "audio/AudioFrameAssembler.h"
+#include "contract/StageIds.h"
 
 namespace qvs {
 
@@ -22,11 +23,10 @@ namespace qvs {
 /// open.
 class AudioEncoderOpus : public AudioEncoderBase {
  public:
-  static constexpr uint32_t kCodec = 12;
   static constexpr uint32_t kKeyGain = 190000;
   static constexpr uint32_t kKeyPreSkip = 190001;
 
-  AudioEncoderOpus() { codec = kCodec; }
+  AudioEncoderOpus() { codec = kAudioCodecOpus; }
   ~AudioEncoderOpus() override;
 
   using AudioEncoderBase::getParameterValue;

@@ -7,6 +7,7 @@
 
 #include "audio/AudioEncoderBase.h"
 #include "audio/AudioSampleHolder.h"
+#include "contract/StageIds.h"
 #include "platform/RingQueue.h"
 
 namespace qvs {
@@ -22,10 +23,9 @@ namespace qvs {
 /// the library sets its quality, instead of managing it, in a third of the time.
 class AudioEncoderVorbis : public AudioEncoderBase {
  public:
-  static constexpr uint32_t kCodec = 9;
   static constexpr uint32_t kKeyUnmanaged = 190100;
 
-  AudioEncoderVorbis() { codec = kCodec; }
+  AudioEncoderVorbis() { codec = kAudioCodecVorbis; }
   ~AudioEncoderVorbis() override;
 
   using AudioEncoderBase::getParameterValue;

@@ -27,13 +27,4 @@ enum AudioCodecId : uint32_t {
   kAudioCodecOpus = 12,
 };
 
-enum ScalerImplementation : uint32_t {
-  kScalerDefault = 1,
-  kScalerCUDA = 100,
-  kScalerQuickSync = 200,
-  kScalerVAAPI = 300,
-  kScalerOpenCL = 400,
-  kScalerU30 = 500,
-};
-
 }  // namespace qvs

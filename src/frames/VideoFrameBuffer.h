@@ -8,11 +8,12 @@
 #include <memory>
 #include <vector>
 
+#include <qvs/video_frame.h>
+#include "contract/FrameTypes.h"
 #include "frames/AudioLevelData.h"
 #include "frames/FrameMemory.h"
 #include "frames/FrameProviders.h"
 #include "frames/geometry/FitPlacement.h"
-#include "frames/PluginVideoFrameBuffer.h"
 #include "frames/UccInstance.h"
 #include "frames/VideoFrameAncillaryData.h"
 #include "frames/VideoFrameBufferAllocator.h"
@@ -39,8 +40,10 @@ struct OverlayPlacement;
 /// Planes lie in memory in the order that the fourCC names: see ChromaOrder.
 class VideoFrameBuffer {
  public:
-  /// Bits of `locations`, but for quicksync, which is a value.
-  enum Location : uint32_t { unknown = 0, systemMem = 1, CUDA = 2, quicksync = 3 };
+  /// Bits of `locations`.
+  static constexpr auto unknown = static_cast<uint32_t>(VideoBufferLocation::unknown);
+  static constexpr auto systemMem = static_cast<uint32_t>(VideoBufferLocation::systemMem);
+  static constexpr auto CUDA = static_cast<uint32_t>(VideoBufferLocation::CUDA);
 
   static constexpr uint32_t kTimecodeInfoMax = 12;
   static constexpr uint32_t kFractionalFramesMax = 4;

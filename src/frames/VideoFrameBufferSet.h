@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "contract/ScaleIds.h"
 #include "frames/VideoFrameBuffer.h"
 #include "frames/VideoFrameBufferAllocator.h"
 #include "frames/VideoOverlayFrames.h"
@@ -13,24 +14,6 @@
 #include "platform/Status.h"
 
 namespace qvs {
-
-/// Which road scales pictures.
-enum ScaleImplementation : uint32_t {
-  kScaleCPU = 1,
-  kScaleCUDA = 100,
-  kScaleVAAPI = 300,
-  kScaleOpenCL = 400,
-  kScaleU30 = 500,
-};
-
-/// Scale flags. Half-size copies of decoded pictures.
-inline constexpr uint64_t kScaleFlagFractionalFrames = 1;
-/// Overlays that need no scaling are drawn by the scaler plug-in.
-inline constexpr uint64_t kScaleFlagPluginOverlays = 2;
-/// Opt-in: the CPU road honours crop, source rectangle, padding, destination rectangle and crop-to-fill. The
-/// rectangles are clipped to their pictures and narrowed to whole chroma samples; what lies outside of the
-/// target rectangle is black. A transfer whose rectangle is empty fails and leaves the target untouched.
-inline constexpr uint64_t kScaleFlagPlaceOnCpu = 0x10000;
 
 /// The pool of frames of one stage, with the stage's overlays and its share of a GPU. Frames and free list
 /// follow the thread rules of their classes; all else belongs to the thread that drives the session's video

@@ -71,7 +71,7 @@ class TranscoderSessionBase : public ITranscoderSession {
   uint32_t videoEncoderBufferCount = 0;            ///< frames that each new set gets
   std::vector<VideoEncoderWrapper> videoEncoders;  ///< by encoder index
   std::vector<AudioEncoderWrapper> audioEncoders;  ///< by encoder index
-  uint32_t videoScalerImplementation = kScalerDefault;
+  uint32_t videoScalerImplementation = kScaleCPU;
   int32_t videoScalerGPUID = -1;
   uint64_t videoScalerFlags = 0;
 };

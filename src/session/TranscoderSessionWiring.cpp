@@ -1,3 +1,4 @@
+// Making a session's stages and pools and tying them to each other.
 #include <fmt/format.h>
 
 #include "contract/HardwareInfo.h"
@@ -16,8 +17,8 @@ struct ScalerName {
 };
 
 constexpr ScalerName kScalerNames[] = {
-    {kScalerDefault, "default"}, {kScalerCUDA, "CUDA"},     {kScalerQuickSync, "QUICKSYNC"},
-    {kScalerVAAPI, "VAAPI"},     {kScalerOpenCL, "OPENCL"}, {kScalerU30, "XILINX"},
+    {kScaleCPU, "default"}, {kScaleCUDA, "CUDA"},     {kScaleQuickSync, "QUICKSYNC"},
+    {kScaleVAAPI, "VAAPI"}, {kScaleOpenCL, "OPENCL"}, {kScaleU30, "XILINX"},
 };
 
 std::string scalerName(uint32_t implementation) {
@@ -152,7 +153,7 @@ int32_t TranscoderSession::storeVideoEncoder(std::unique_ptr<IVideoEncoder> enco
 
 uint32_t TranscoderSession::videoScalerCreate(uint32_t fourcc, uint32_t bitDepth) {
   return guarded("TranscoderSession::videoScalerCreate", [&]() -> uint32_t {
-    if (videoScalerImplementation == kScalerU30) videoScaler.reset();
+    if (videoScalerImplementation == kScaleU30) videoScaler.reset();
     videoScalerFourcc = fourcc;
     videoScalerBitDepth = bitDepth;
     return kSuccess;
@@ -161,15 +162,15 @@ uint32_t TranscoderSession::videoScalerCreate(uint32_t fourcc, uint32_t bitDepth
 
 uint32_t TranscoderSession::videoScalerSetImplementation2(uint32_t implementation, int32_t gpuid) {
   return guarded("TranscoderSession::videoScalerSetImplementation2", [&]() -> uint32_t {
-    const bool u30 = implementation == kScalerU30 && (availability.u30Available & kU30Usable) != 0;
+    const bool u30 = implementation == kScaleU30 && (availability.u30Available & kU30Usable) != 0;
     if (u30) {
       logCollector.error(
           kLogContextVideoScaler, 0,
           "TranscoderSession.videoScalerSetImplementation[{context}]: Video scaler is not built in: XILINX");
     }
-    const bool noCuda = implementation == kScalerCUDA && (availability.cudaAvailable & kCudaUsable) == 0;
-    const bool served = implementation != kScalerQuickSync && implementation != kScalerU30 && !noCuda;
-    videoScalerImplementation = served ? implementation : uint32_t{kScalerDefault};
+    const bool noCuda = implementation == kScaleCUDA && (availability.cudaAvailable & kCudaUsable) == 0;
+    const bool served = implementation != kScaleQuickSync && implementation != kScaleU30 && !noCuda;
+    videoScalerImplementation = served ? implementation : uint32_t{kScaleCPU};
     videoScalerGPUID = gpuid;
     return kSuccess;
   });
@@ -202,7 +203,7 @@ uint32_t TranscoderSession::videoScalerAddScaling(uint32_t width, uint32_t heigh
 
 uint32_t TranscoderSession::videoScalerInitialize() {
   return guarded("TranscoderSession::videoScalerInitialize", [&]() -> uint32_t {
-    if (videoScaler && videoScalerImplementation == kScalerU30) videoScaler->initialize();
+    if (videoScaler && videoScalerImplementation == kScaleU30) videoScaler->initialize();
     const std::string flags = videoScalerFlags != 0 ? fmt::format(", flags:0x{:x}", videoScalerFlags) : "";
     logCollector.info(kLogContextVideoScaler, 0,
                       "TranscoderSession.videoScalerInitialize[{context}]: Initialize video scaler: " +

@@ -1,4 +1,5 @@
-/* The public header is complete by itself and plain C11. */
+/* The public headers are complete by themselves and plain C11. */
+#include "qvs/video_frame.h"
 #include "qvs/video_scaler.h"
 
 _Static_assert(sizeof(PluginVideoScaler) == 5 * sizeof(void*), "one pointer an entry point");

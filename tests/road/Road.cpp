@@ -46,7 +46,7 @@ bool Road::open() {
   session.initialize();
   if (session.videoDecoderCreate(0, setup.codec, setup.codecVersion, 8, 0, kYV12) ||
       session.videoDecoderInitialize() || session.videoScalerCreate(kYV12, 8) ||
-      session.videoScalerSetImplementation2(kScalerDefault, -1) ||
+      session.videoScalerSetImplementation2(kScaleCPU, -1) ||
       session.videoDecoderBuffersCreate(setup.decoderFrames) ||
       session.videoDecoderSetFrameSizeLimits(4096, 4096, 0, 0) ||
       session.videoEncoderBufferSetsCreate(setup.rungFrames)) {

@@ -1,9 +1,11 @@
+// H.264 configuration records, splitting of access units and the frame rate's fraction.
 #include "video/decoders/H264Utils.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
+#include "contract/FrameTypes.h"
 namespace qvs {
 
 namespace {
@@ -13,7 +15,6 @@ constexpr uint32_t kKeySlice = 5;
 constexpr uint32_t kSps = 7;
 constexpr uint32_t kPps = 8;
 constexpr uint32_t kDelimiter = 9;
-constexpr uint32_t kKeyFrame = 1;
 constexpr uint32_t kPredictedFrame = 2;
 constexpr uint32_t kBidirectionalFrame = 3;
 constexpr uint32_t kRecordOverhead = 11;
@@ -28,7 +29,7 @@ uint32_t startCodeAt(const uint8_t* bytes) {
 }
 
 void readDelimiter(uint8_t pictureTypes, H264UtilsFrameNALUnits& units) {
-  if (pictureTypes == 0x10) units.frameType = kKeyFrame;
+  if (pictureTypes == 0x10) units.frameType = kFrameTypeKey;
   if (pictureTypes == 0x50) units.frameType = kBidirectionalFrame;
   if (pictureTypes == 0x30) units.frameType = kPredictedFrame;
 }
@@ -44,7 +45,7 @@ bool addUnit(uint8_t* bytes, H264UtilsFrameNALUnits& units) {
     units.audIndex = index;
     readDelimiter(bytes[1], units);
   }
-  if (type == kKeySlice) units.frameType = kKeyFrame;
+  if (type == kKeySlice) units.frameType = kFrameTypeKey;
   if (type != kSlice && type != kKeySlice) return false;
   units.sliceIndex = index;
   return true;

@@ -1,5 +1,7 @@
+// Length-prefixed access units made ready for the codec, with byte sequences spliced in.
 #include "video/decoders/NalUnitSplicer.h"
 
+#include "contract/FrameTypes.h"
 #include "platform/Status.h"
 
 namespace qvs {
@@ -7,7 +9,6 @@ namespace qvs {
 namespace {
 
 constexpr uint32_t kStartCodeLength = 4;
-constexpr uint32_t kKeyFrame = 1;
 
 uint32_t readLength(const uint8_t* bytes, uint32_t size) {
   uint32_t value = 0;
@@ -45,7 +46,7 @@ uint32_t NalUnitSplicer::splice(const NalAccessUnit& unit, const NalSplices& spl
   };
   // A delimiter comes first in a unit, parameter sets next.
   if (!hasDelimiter) add(splices.delimiter);
-  for (size_t set = 0; unit.frameType == kKeyFrame && set < hasSet.size(); ++set) {
+  for (size_t set = 0; unit.frameType == kFrameTypeKey && set < hasSet.size(); ++set) {
     if (!hasSet[set]) add(splices.sets[set]);
   }
   for (const SplicedBytes& nal : units) {

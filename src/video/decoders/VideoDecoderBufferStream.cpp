@@ -1,3 +1,4 @@
+// The driver of video decoders behind a stream record: parameters, set-up, feeding, frames out.
 #include "video/decoders/VideoDecoderBufferStream.h"
 
 #include <fmt/format.h>
@@ -9,6 +10,7 @@
 
 #include "bufstream/MainConceptCallbacks.h"
 #include "contract/DecodeFlags.h"
+#include "contract/FrameTypes.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/ILogger.h"
 #include "platform/FreeDeleter.h"
@@ -20,8 +22,6 @@ namespace {
 
 constexpr uint32_t kHeaderNotUnderstood = static_cast<uint32_t>(-2);
 constexpr uint32_t kNoMemory = static_cast<uint32_t>(-3);
-constexpr uint64_t kInterlaced = 2;
-constexpr uint64_t kBottomFieldFirst = 4;
 constexpr double kUsualFrameRate = 25.0;
 
 }  // namespace
@@ -246,7 +246,7 @@ void VideoDecoderBufferStream::takePictureFlags() {
   mc_pic_params_ex_t* picture = nullptr;
   send(GET_PIC_PARAMSPEX, 0, &picture, sizeof picture);
   if (picture == nullptr || deinterlace != 0 || picture->progressive_frame != 0) return;
-  decodedFrameFlags = kInterlaced | (picture->top_field_first == 0 ? kBottomFieldFirst : 0);
+  decodedFrameFlags = kFrameFlagInterlaced | (picture->top_field_first == 0 ? kFrameFlagBottomFieldFirst : 0);
 }
 
 uint32_t VideoDecoderBufferStream::updateDecodeInfo() {
@@ -299,7 +299,7 @@ uint32_t VideoDecoderBufferStream::getDecodedFrame(VideoFrameBuffer& target) {
     const bool second = row.secondFetch == SecondFetch::kByTimecode ? lastGetFrameTC == decodedFrameTimecode
                                                                     : lastFramesDecoded == framesDecoded;
     const bool doubled = row.secondFetch != SecondFetch::kNone && deinterlaceDoubleRate != 0;
-    if (doubled || deinterlace != 0) flags &= ~(kInterlaced | kBottomFieldFirst);
+    if (doubled || deinterlace != 0) flags &= ~(kFrameFlagInterlaced | kFrameFlagBottomFieldFirst);
     const uint32_t result = doubled ? fetchDoubleRate(target.getFrame(), second, &timecode)
                                     : send(GET_PIC, 0, &target.getFrame(), sizeof(mc_frame_t));
     target.setFrameType(decodedFrameType);

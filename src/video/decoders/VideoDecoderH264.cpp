@@ -1,8 +1,11 @@
+// H.264 in: configuration records, stored parameter sets, display size.
 #include "video/decoders/VideoDecoderH264.h"
 
 #include <fmt/format.h>
 #include <mc_decoder_codes.h>
 
+#include "contract/FrameTypes.h"
+#include "contract/StageIds.h"
 #include "log/ILogger.h"
 #include "platform/Guard.h"
 #include "video/decoders/H26XCommon.h"
@@ -13,7 +16,7 @@ namespace {
 
 constexpr BufStreamCodec kRow{
     .labels = QVS_BUFSTREAM_LABELS("VideoDecoderH264"),
-    .codec = VideoDecoderH264::kCodec,
+    .codec = kVideoCodecH264,
     .record = UnitRecord::kTimestamp,
     .infoFlags = SEQ_HDR_FLAG | GOP_HDR_FLAG,
     .infoAlwaysReported = false,
@@ -28,7 +31,6 @@ constexpr NalRules kRules{.typeShift = 0, .typeMask = 31, .delimiterType = 9, .s
 
 constexpr uint32_t kDelimiterLength = 6;
 constexpr uint32_t kStartCodeLength = 4;
-constexpr uint32_t kKeyFrame = 1;
 constexpr uint32_t kBidirectionalFrame = 3;
 constexpr uint32_t kSpsLengthAt = 6;
 
@@ -100,7 +102,7 @@ uint32_t VideoDecoderH264::addFrame(uint8_t* buffer, uint32_t offset, uint32_t l
                                     uint32_t frameType) {
   return guarded(kRow.labels.addFrame, [&]() -> uint32_t {
     lastTimecodeDebug = timecode;
-    uint8_t* delimiter = frameType == kKeyFrame             ? audKFrame.get()
+    uint8_t* delimiter = frameType == kFrameTypeKey         ? audKFrame.get()
                          : frameType == kBidirectionalFrame ? audBFrame.get()
                                                             : audPFrame.get();
     const NalSplices splices{headerBuffer.get(),

@@ -15,8 +15,6 @@ enum : uint32_t {
 /// replace the stored parameter sets, which are spliced into key frames that bring none.
 class VideoDecoderH264 : public VideoDecoderBufferStream {
  public:
-  static constexpr uint32_t kCodec = 7;
-
   VideoDecoderH264();
 
   uint32_t decodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) override;

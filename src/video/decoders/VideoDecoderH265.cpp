@@ -1,7 +1,9 @@
+// H.265 in: configuration records, parameter sets with the first key frame, display size.
 #include "video/decoders/VideoDecoderH265.h"
 
 #include <mc_decoder_codes.h>
 
+#include "contract/StageIds.h"
 #include "platform/Guard.h"
 #include "video/decoders/H26XCommon.h"
 
@@ -11,7 +13,7 @@ namespace {
 
 constexpr BufStreamCodec kRow{
     .labels = QVS_BUFSTREAM_LABELS("VideoDecoderH265"),
-    .codec = VideoDecoderH265::kCodec,
+    .codec = kVideoCodecH265,
     .record = UnitRecord::kTimestamp,
     .infoFlags = SEQ_HDR_FLAG | GOP_HDR_FLAG,
     .infoAlwaysReported = false,

@@ -14,8 +14,6 @@ enum : uint32_t {
 /// H.265 as containers hold it. The back end takes its parameter sets with the first key frame.
 class VideoDecoderH265 : public VideoDecoderBufferStream {
  public:
-  static constexpr uint32_t kCodec = 12;
-
   VideoDecoderH265();
 
   uint32_t decodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) override;

@@ -1,3 +1,4 @@
+// MPEG-1 and MPEG-2 video in, with a queue of waiting units.
 #include "video/decoders/VideoDecoderMP2.h"
 
 #include <fmt/format.h>
@@ -6,6 +7,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "contract/StageIds.h"
 #include "platform/Guard.h"
 
 namespace qvs {
@@ -14,7 +16,7 @@ namespace {
 
 constexpr BufStreamCodec kRow{
     .labels = QVS_BUFSTREAM_LABELS("VideoDecoderMP2"),
-    .codec = VideoDecoderMP2::kCodec,
+    .codec = kVideoCodecMPEG2,
     .record = UnitRecord::kUserData,
     .infoFlags = SEQ_HDR_FLAG,
     .infoAlwaysReported = true,

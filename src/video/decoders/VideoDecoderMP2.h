@@ -11,8 +11,6 @@ namespace qvs {
 /// may take a unit's memory back when it adds the next one.
 class VideoDecoderMP2 : public VideoDecoderBufferStream {
  public:
-  static constexpr uint32_t kCodec = 11;
-
   VideoDecoderMP2();
 
   uint32_t decodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) override;

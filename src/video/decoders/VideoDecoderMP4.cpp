@@ -1,8 +1,10 @@
+// MPEG-4 part 2, H.263 and Sorenson Spark in.
 #include "video/decoders/VideoDecoderMP4.h"
 
 #include <fmt/format.h>
 #include <mc_decoder_codes.h>
 
+#include "contract/StageIds.h"
 #include "platform/Guard.h"
 
 namespace qvs {
@@ -11,7 +13,7 @@ namespace {
 
 constexpr BufStreamCodec kRow{
     .labels = QVS_BUFSTREAM_LABELS("VideoDecoderMP4"),
-    .codec = VideoDecoderMP4::kCodec,
+    .codec = kVideoCodecMP4,
     .record = UnitRecord::kUserData,
     .infoFlags = SEQ_HDR_FLAG,
     .infoAlwaysReported = true,

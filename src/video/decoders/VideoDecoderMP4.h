@@ -8,7 +8,6 @@ namespace qvs {
 /// an empty record sets them up, or their first picture does, which also tells the size ahead of decoding.
 class VideoDecoderMP4 : public VideoDecoderBufferStream {
  public:
-  static constexpr uint32_t kCodec = 10;
   static constexpr uint32_t kCodecH263 = 9;
   static constexpr uint32_t kCodecSorenson = 2;
 

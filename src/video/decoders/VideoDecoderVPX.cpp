@@ -1,3 +1,4 @@
+// VP8 and VP9 in by libvpx: restart at key frames, frame sizes, colors, parameters.
 #include "video/decoders/VideoDecoderVPX.h"
 
 #include <fmt/format.h>
@@ -6,6 +7,7 @@
 #include <iterator>
 
 #include "contract/DecodeFlags.h"
+#include "contract/StageIds.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/ILogger.h"
 #include "platform/Guard.h"
@@ -14,7 +16,7 @@
 namespace qvs {
 
 VideoDecoderVPX::VideoDecoderVPX() {
-  codec = kCodec;
+  codec = kVideoCodecVPX;
   bufferList.reserve(1);
 }
 

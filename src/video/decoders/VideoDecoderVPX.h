@@ -21,7 +21,6 @@ struct VPXDecodeUserData {
 /// configuration. Bad input yields no picture and no failure; the stream goes on with the next unit.
 class VideoDecoderVPX : public VideoDecoderBase {
  public:
-  static constexpr uint32_t kCodec = 8;
   static constexpr uint32_t kVersionVP9 = 9;  ///< every other version is taken for VP8
   static constexpr uint32_t kKeyDeinterlace = 0;
   static constexpr uint32_t kKeyDeinterlaceDoubleRate = 1;

@@ -1,3 +1,4 @@
+// H.264 out through the codec library: set-up, rates, the way of a frame, worker or not.
 #include "video/encoders/VideoEncoderH264.h"
 
 #include <fmt/format.h>
@@ -8,6 +9,8 @@
 #include <utility>
 
 #include "bufstream/MainConceptCallbacks.h"
+#include "contract/FrameTypes.h"
+#include "contract/StageIds.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/ILogger.h"
 #include "platform/Guard.h"
@@ -18,7 +21,6 @@ namespace {
 
 constexpr uint64_t kTimeUnitsPerMs = 10000;  // 100 ns
 constexpr double kTimeUnitsPerSecond = 1e7;
-constexpr uint32_t kFrameTypeKey = 1;
 constexpr int64_t kBitRateModeVariable = H264_VBR;
 constexpr int32_t kCpuAll = -1;
 constexpr int32_t kPictureRefused = 1;
@@ -61,7 +63,7 @@ constexpr DefaultMark kDefaultMarks[] = {
 }  // namespace
 
 VideoEncoderH264::VideoEncoderH264() {
-  codec = kCodec;
+  codec = kVideoCodecH264;
   init_callbacks(callbacks);
 }
 

@@ -32,7 +32,6 @@ struct ParameterValueEncoder {
 /// of `mc_colorimetry_t`: colours that no description of keys 10134 and 10135 names; it outranks both).
 class VideoEncoderH264 : public VideoEncoderBase {
  public:
-  static constexpr uint32_t kCodec = 7;
   static constexpr uint32_t kFirstKey = 10000;
   static constexpr uint32_t kKeyCount = 139;
   static constexpr uint32_t kKeyInterlaceMode = 10004;

@@ -1,3 +1,4 @@
+// VP8 and VP9 out by libvpx: set-up, rates, the way of a frame, worker or not.
 #include "video/encoders/VideoEncoderVPX.h"
 
 #include <fmt/format.h>
@@ -6,6 +7,8 @@
 #include <cstring>
 #include <utility>
 
+#include "contract/FrameTypes.h"
+#include "contract/StageIds.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/geometry/HostLayout.h"
 #include "frames/VideoFrameBuffer.h"
@@ -22,13 +25,11 @@ namespace {
 // The label of every operation; hosts know it so.
 constexpr const char* kLabel = "VideoEncoderVPX::setDefaults";
 constexpr uint32_t kDefaultThreads = 16;
-constexpr uint32_t kFrameTypeKey = 1;
-constexpr uint32_t kFrameTypePredicted = 2;
 
 }  // namespace
 
 VideoEncoderVPX::VideoEncoderVPX() {
-  codec = kCodec;
+  codec = kVideoCodecVPX;
 }
 
 VideoEncoderVPX::~VideoEncoderVPX() {

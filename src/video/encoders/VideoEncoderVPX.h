@@ -30,7 +30,6 @@ struct VPXEncoderUserData {
 /// `colorSpace` and `colorRange` (numbers of libvpx; what the stream says its pictures are).
 class VideoEncoderVPX : public VideoEncoderBase {
  public:
-  static constexpr uint32_t kCodec = 8;
   static constexpr uint32_t kVersionVP8 = 8;
   static constexpr uint32_t kVersionVP9 = 9;  ///< every other version is taken for VP8
   static constexpr uint32_t kKeyCpuUsed = 100033;

@@ -34,7 +34,7 @@ class EncoderUnderTest {
  public:
   EncoderUnderTest(uint32_t codecVersion, uint32_t width, uint32_t height) {
     encoder.setLogger(&log);
-    encoder.setCodecAndVersion(VideoEncoderVPX::kCodec, codecVersion);
+    encoder.setCodecAndVersion(kVideoCodecVPX, codecVersion);
     encoder.setDefaults(0, 0);
     encoder.setFrameSize(width, height);
     encoder.setFrameRate(25);

@@ -1,3 +1,4 @@
+// The listener that copies a session's last decoded picture, for the host's checksums and comparisons.
 #include "listener/DecodedFrameListener.h"
 
 #include "frames/VideoFrameBuffer.h"
@@ -26,8 +27,7 @@ const PlaneOrder* orderOf(uint32_t fourcc) {
 
 }  // namespace
 
-uint32_t DecodedFrameListener::onVideoDecodeBeforeOverlay(int64_t, IVideoDecoder*,
-                                                            VideoFrameBuffer* frame) {
+uint32_t DecodedFrameListener::onVideoDecodeBeforeOverlay(int64_t, IVideoDecoder*, VideoFrameBuffer* frame) {
   frame_.clear();
   const PlaneOrder* order = orderOf(frame->getFourCC());
   if (!order) return 0;

@@ -31,14 +31,14 @@ JNIEXPORT jint JNICALL Java_com_zarvo_qvs_host_session_FrameTap_length(JNIEnv*, 
 }
 
 JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_session_FrameTap_copy(JNIEnv* env, jclass, jlong handle,
-                                                                       jbyteArray bytes) {
+                                                                     jbyteArray bytes) {
   const auto& frame = listenerOf(handle)->frame();
   const jsize size = std::min(env->GetArrayLength(bytes), static_cast<jsize>(frame.size()));
   env->SetByteArrayRegion(bytes, 0, size, reinterpret_cast<const jbyte*>(frame.data()));
 }
 
 JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_session_FrameTap_detach(JNIEnv*, jclass, jlong handle,
-                                                                         jlong session) {
+                                                                       jlong session) {
   TranscoderSessionNotifyManager::getInstance()->removeVideoFrameDecodeListener(session, listenerOf(handle));
   delete listenerOf(handle);
 }

@@ -1,3 +1,4 @@
+// PSNR of a rendition against its source, both decoded and scaled apart from the transcoder.
 #include "media/FrameComparison.h"
 
 #include <algorithm>

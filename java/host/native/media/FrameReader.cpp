@@ -1,3 +1,4 @@
+// Decoding a file frame by frame with libavcodec, as a judge apart from the transcoder.
 #include "media/FrameReader.h"
 
 namespace qvs::host {

@@ -1,3 +1,4 @@
+// Writing coded packets into a container with libavformat: options, codec configurations, display matrices.
 #include "media/OutputFile.h"
 
 #include <algorithm>

@@ -3,12 +3,10 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "contract/FrameTypes.h"
 #include "video/scaling/device/cuda/VideoScaleBufferDataCUDA.h"
 
 namespace qvs {
-
-/// Where a picture lies; the values are those of a frame's locations.
-enum class VideoBufferLocation : uint32_t { unknown = 0, systemMem = 1, CUDA = 2, quicksync = 3 };
 
 /// A part of a picture, in pixels.
 struct RegionOfInterest {
