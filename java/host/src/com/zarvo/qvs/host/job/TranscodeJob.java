@@ -14,7 +14,7 @@ import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.AudioSettings;
-import com.zarvo.qvs.host.session.AudioSource;
+import com.zarvo.qvs.host.session.AudioSources;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
 import com.zarvo.qvs.host.session.VideoSource;
@@ -103,7 +103,7 @@ public final class TranscodeJob {
   private AudioSettings audioSettings(MediaReader reader) throws HostException {
     List<AudioSpec> audioRenditions = audioRenditions(reader);
     if (audioRenditions.isEmpty()) return null;
-    AudioSource.check(settings.input(), reader.audio());
+    AudioSources.check(settings.input(), reader.audio());
     return new AudioSettings(reader.audio(), settings.conversion(), audioRenditions);
   }
 
@@ -112,7 +112,7 @@ public final class TranscodeJob {
     boolean along = settings.audioAlong() && settings.format().takesAudioAlong() && reader.audio() != null;
     if (!settings.audioRenditions().isEmpty() || !along) return settings.audioRenditions();
     try {
-      AudioSource.check(settings.input(), reader.audio());
+      AudioSources.check(settings.input(), reader.audio());
       return List.of(AudioSpec.parse(AudioCodec.AAC.codecName));
     } catch (HostException e) {
       return List.of();
