@@ -48,6 +48,12 @@ final class DecodeCommand implements Callable<Integer> {
       description = "What becomes of interlaced pictures: on (default), off, or double for a picture a field.")
   private Deinterlace deinterlace;
 
+  @Option(
+      names = "--audio-track",
+      paramLabel = "N|LANG",
+      description = "For --pcm: the audio track, by its number (from 1) or its language; the first by default.")
+  private String audioTrack;
+
   @Mixin private AudioConversionOptions conversion;
 
   @Override
@@ -77,6 +83,7 @@ final class DecodeCommand implements Callable<Integer> {
   }
 
   private int decodeAudio(MediaReader reader) throws HostException, IOException {
+    if (audioTrack != null) reader.selectAudio(audioTrack);
     if (reader.audio() == null) throw new HostException(input + ": no audio stream in it");
     AudioSources.check(input, reader.audio());
     if (Files.exists(pcm) && Files.exists(input) && Files.isSameFile(pcm, input))

@@ -5,6 +5,7 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
+import java.util.stream.Collectors;
 
 /** Reads the packets of the best video and audio stream of any container that libavformat knows, in file order. */
 public final class MediaReader implements AutoCloseable {
@@ -141,10 +142,16 @@ public final class MediaReader implements AutoCloseable {
     return List.copyOf(audioTracks);
   }
 
-  /** Takes one of them in place of the first; before the first packet. */
-  public void selectAudio(AudioStreamInfo track) {
-    selectAudio(handle, track.number() - 1);
-    audio = track;
+  /** Takes one of them, named by its number or its language, in place of the first; before the first packet. */
+  public void selectAudio(String wanted) throws MediaException {
+    for (AudioStreamInfo track : audioTracks) {
+      if (!wanted.equals(Integer.toString(track.number())) && !track.speaks(wanted)) continue;
+      selectAudio(handle, track.number() - 1);
+      audio = track;
+      return;
+    }
+    String there = audioTracks.stream().map(AudioStreamInfo::toString).collect(Collectors.joining(", "));
+    throw new MediaException(path + ": no audio track '" + wanted + "' in it, " + (there.isEmpty() ? "nor any" : "take " + there));
   }
 
   /** The selected audio stream, null when there is none. */
