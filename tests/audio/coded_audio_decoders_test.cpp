@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <numeric>
 #include <random>
@@ -359,6 +360,52 @@ TEST(AudioDecoderVorbis, ConfigurationsThatAreRefused) {
   EXPECT_EQ(vorbis.run.feed(makeVorbis(44100, 1).packets[0].bytes, 0), kFail) << "no configuration yet";
   EXPECT_EQ(vorbis.configure(config), 0u);
   EXPECT_EQ(vorbis.run.feed(makeVorbis(44100, 1).packets[0].bytes, 0), 0u);
+}
+
+TEST(AudioDecoderVorbis, ChannelsLeaveInTheOrderOfTheirMask) {
+  struct Layout {
+    std::vector<std::string> coded, mask;
+  };
+  const Layout layouts[] = {
+      {{"L", "C", "R"}, {"L", "R", "C"}},
+      {{"L", "R", "Ls", "Rs"}, {"L", "R", "Ls", "Rs"}},
+      {{"L", "C", "R", "Ls", "Rs"}, {"L", "R", "C", "Ls", "Rs"}},
+      {{"L", "C", "R", "Ls", "Rs", "LFE"}, {"L", "R", "C", "LFE", "Ls", "Rs"}},
+      {{"L", "C", "R", "SL", "SR", "B", "LFE"}, {"L", "R", "C", "LFE", "B", "SL", "SR"}},
+      {{"L", "C", "R", "SL", "SR", "BL", "BR", "LFE"}, {"L", "R", "C", "LFE", "BL", "BR", "SL", "SR"}},
+  };
+  const auto channelOf = [](const std::vector<int16_t>& samples, size_t channels, size_t channel) {
+    std::vector<int16_t> one;
+    for (size_t i = 1000; i < 6000; ++i) one.push_back(samples[i * channels + channel]);
+    return one;
+  };
+  for (const Layout& layout : layouts) {
+    const auto channels = static_cast<uint32_t>(layout.coded.size());
+    const AudioFile file = makeVorbis(16000, channels);
+    const auto input = makeSound(16000, channels, 16000);
+    AudioDecoderRun run(makeAudioDecoder("vorbis"));
+    ASSERT_TRUE(run.open(file)) << channels;
+    run.feedAll(file);
+    for (size_t at = 0; at < channels; ++at) {
+      const auto source =
+          static_cast<size_t>(std::ranges::find(layout.coded, layout.mask[at]) - layout.coded.begin());
+      EXPECT_GT(snrDb(channelOf(input, channels, source), channelOf(run.samples, channels, at)), 6)
+          << layout.mask[at] << " of " << channels;
+    }
+  }
+}
+
+TEST(AudioDecoderVorbis, TheSameHeadersAgainDisturbNothing) {
+  const AudioFile file = makeVorbis(44100, 2);
+  AudioDecoderRun run(makeAudioDecoder("vorbis")), plain(makeAudioDecoder("vorbis"));
+  ASSERT_TRUE(run.open(file) && plain.open(file));
+  plain.feedAll(file);
+  auto config = file.config;
+  for (const auto& packet : file.packets) {
+    ASSERT_EQ(run.decoder().decodeCodecConfig(config.data(), 0, static_cast<uint32_t>(config.size())), 0u);
+    run.feed(packet.bytes, msOf(packet));
+  }
+  EXPECT_EQ(run.samples, plain.samples);
 }
 
 TEST(AudioDecoderVorbis, ALongCommentComesInXiphLacing) {
