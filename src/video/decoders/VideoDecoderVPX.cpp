@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "contract/DecodeFlags.h"
 #include "contract/StageIds.h"
@@ -72,7 +73,7 @@ uint32_t VideoDecoderVPX::decode(uint32_t* flags) {
       bufferList.clear();
       return kSuccess;
     }
-    const ByteBlock block = bufferList.front();
+    const ByteBlock block = std::move(bufferList.front());
     bufferList.clear();
     ++frameCount;
     userData[0] = {block.timecode, block.frameType};
