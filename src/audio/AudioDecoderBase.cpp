@@ -1,3 +1,4 @@
+// What all audio decoders share: the running timecode, the block's format, room in the output.
 #include "audio/AudioDecoderBase.h"
 
 #include <cstring>

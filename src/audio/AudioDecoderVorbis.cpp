@@ -1,3 +1,4 @@
+// Vorbis in by libvorbis: the three header packets, then blocks.
 #include "audio/AudioDecoderVorbis.h"
 
 #include <fmt/format.h>

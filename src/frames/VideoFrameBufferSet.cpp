@@ -1,3 +1,4 @@
+// A rendition's pool: its frames, its scaler choice and the step from a source frame into one of its own.
 #include "frames/VideoFrameBufferSet.h"
 
 #include <fmt/format.h>

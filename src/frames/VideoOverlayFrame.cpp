@@ -1,3 +1,4 @@
+// An overlay image, converted to VUYA when its content or target layout changes.
 #include "frames/VideoOverlayFrame.h"
 
 #include <atomic>

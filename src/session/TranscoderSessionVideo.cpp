@@ -1,3 +1,4 @@
+// The session's video operations per frame: decode, overlay, transfer to renditions, encode.
 #include <fmt/format.h>
 
 #include "contract/DecodeFlags.h"

@@ -1,3 +1,4 @@
+// The converter's names of formats and its view of a frame or a part of one.
 #include "frames/geometry/UccFormat.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The driver of video decoders behind a stream record: parameters, set-up, feeding, frames out.
 #include "video/decoders/VideoDecoderBufferStream.h"
 
 #include <fmt/format.h>

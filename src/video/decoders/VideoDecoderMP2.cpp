@@ -1,5 +1,4 @@
-// MPEG-1 and MPEG-2 video: the queue of units and what the sequence header tells of the shape.
-
+// MPEG-1 and MPEG-2 video in, with a queue of waiting units.
 #include "video/decoders/VideoDecoderMP2.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// VP8 and VP9 in by libvpx: restart at key frames, frame sizes, colors, parameters.
 #include "video/decoders/VideoDecoderVPX.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// Reading a media file's packets with libavformat: choosing streams, times from zero, codec configurations.
 #include "media/InputFile.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The encoder's rate buffer after a change of rate: small at first, growing to the size asked.
 #include "avc/AvcBufferGrowth.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// libx264 behind the encoder's C interface: frames in, access units out, changes on the way.
 #include "avc/AvcEncoder.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Settings that can't be served, moved to the nearest that can and reported.
 #include "avc/AvcRepair.h"
 
 #include <x264.h>

@@ -1,3 +1,4 @@
+// Times of the frames under way, by their number.
 #include "avc/AvcTimes.h"
 
 #include <algorithm>

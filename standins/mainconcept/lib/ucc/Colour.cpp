@@ -1,3 +1,4 @@
+// The matrix and range of both sides of a conversion, with nothing left unsaid.
 #include "ucc/Colour.h"
 
 namespace qvs::ucc {

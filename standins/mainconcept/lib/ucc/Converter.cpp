@@ -1,3 +1,4 @@
+// A converter instance: checks a task, keeps its plan, paints overlays.
 #include "ucc/Converter.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// Rows copied as they are: same format, size and color.
 #include "ucc/CopyRoad.h"
 
 #include "ucc/kernels/Plane.h"

@@ -1,3 +1,4 @@
+// Any conversion: unpack to planes, one zimg graph, pack.
 #include "ucc/GraphRoad.h"
 
 namespace qvs::ucc {

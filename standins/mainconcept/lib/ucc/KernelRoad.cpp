@@ -1,3 +1,4 @@
+// Conversions of equal size that one libyuv or own kernel does.
 #include "ucc/KernelRoad.h"
 
 namespace qvs::ucc {

@@ -1,3 +1,4 @@
+// The planes that an overlay passes on its way to a target's layout.
 #include "ucc/OverlayCanvas.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Blending an overlay into a picture of any format, in place.
 #include "ucc/OverlayPainter.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The converter's table of pixel formats.
 #include "ucc/PixelFormat.h"
 
 #include "ucc/RowCodecs.h"

@@ -1,3 +1,4 @@
+// From any format to planes of a wanted shape, size and color.
 #include "ucc/PlanarConversion.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Planes aligned for zimg, unpacked from any format and packed back.
 #include "ucc/PlanarPicture.h"
 
 #include <algorithm>

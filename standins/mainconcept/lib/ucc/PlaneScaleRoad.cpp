@@ -1,3 +1,4 @@
+// Scaling planar and two-plane formats with the own scaler, plane by plane.
 #include "ucc/PlaneScaleRoad.h"
 
 #include "ucc/kernels/Plane.h"

@@ -1,3 +1,4 @@
+// Changes of packing only, row by row.
 #include "ucc/RepackRoad.h"
 
 #include <algorithm>

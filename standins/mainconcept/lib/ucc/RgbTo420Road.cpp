@@ -1,3 +1,4 @@
+// Four-byte RGB to planar 4:2:0 with the own kernels.
 #include "ucc/RgbTo420Road.h"
 
 namespace qvs::ucc {

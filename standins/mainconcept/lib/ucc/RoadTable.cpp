@@ -1,3 +1,4 @@
+// The ordered table of conversion strategies and the choice of the first that fits.
 #include "ucc/RoadTable.h"
 
 #include <new>

@@ -1,3 +1,4 @@
+// Packing and unpacking of rows, a pair of functions a format.
 #include "ucc/RowCodecs.h"
 
 #include <libyuv.h>

@@ -1,3 +1,4 @@
+// The C interface of the color converter.
 #include <new>
 
 #include "ucc/Converter.h"

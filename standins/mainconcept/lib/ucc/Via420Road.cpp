@@ -1,3 +1,4 @@
+// Scaling in planar 4:2:0 with a conversion of equal size before or after.
 #include "ucc/Via420Road.h"
 
 #include "ucc/RoadTable.h"

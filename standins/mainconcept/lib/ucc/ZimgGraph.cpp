@@ -1,3 +1,4 @@
+// One zimg filter graph with its work memory.
 #include "ucc/ZimgGraph.h"
 
 namespace qvs::ucc {

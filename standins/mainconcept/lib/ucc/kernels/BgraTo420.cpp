@@ -1,3 +1,4 @@
+// Four-byte RGB to 4:2:0: coefficients, plain form and the choice of the vector form.
 #include "BgraTo420.h"
 
 #include <cmath>

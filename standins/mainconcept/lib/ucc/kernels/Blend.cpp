@@ -1,3 +1,4 @@
+// Blending rows and planes of an overlay: plain form, edges, and the choice of the vector form.
 #include "Blend.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The kernel table for this processor's instruction sets.
 #include "CpuDispatch.h"
 
 #include <atomic>

@@ -1,3 +1,4 @@
+// The scaler's weights: for each output sample its first input sample and its taps.
 #include "FilterBank.h"
 
 #include <algorithm>

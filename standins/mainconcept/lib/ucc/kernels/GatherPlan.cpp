@@ -1,3 +1,4 @@
+// How vector kernels gather the input samples of a block of outputs.
 #include "GatherPlan.h"
 
 #include <algorithm>

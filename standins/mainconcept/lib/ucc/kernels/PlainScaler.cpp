@@ -1,3 +1,4 @@
+// The scaler's kernels in plain C++, which all vector forms equal bit for bit.
 #include "PlainScaler.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Copying and filling planes.
 #include "Plane.h"
 
 #include <cstring>

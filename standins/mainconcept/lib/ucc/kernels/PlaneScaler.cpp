@@ -1,3 +1,4 @@
+// The separable bicubic scaler of one plane.
 #include "PlaneScaler.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Four-byte RGB to 4:2:0 with AVX2.
 #include <immintrin.h>
 
 #include <cstring>

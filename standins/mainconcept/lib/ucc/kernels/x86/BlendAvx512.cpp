@@ -1,3 +1,4 @@
+// The overlay blending kernels with AVX-512.
 #include <immintrin.h>
 
 #include "../KernelTable.h"

@@ -1,3 +1,4 @@
+// The scaler's kernels with AVX2.
 #include <immintrin.h>
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// The scaler's kernels with AVX-512.
 #include <immintrin.h>
 
 #include "../KernelTable.h"
