@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "ucc/Colour.h"
+#include "ucc/Color.h"
 
 namespace qvs::ucc {
 
@@ -14,27 +14,25 @@ struct Task {
   uint32_t targetHeight;
   uint32_t sourceWidth;
   uint32_t sourceHeight;
-  Colour targetColour;
-  Colour sourceColour;
+  Color targetColor;
+  Color sourceColor;
 
   bool operator==(const Task&) const = default;
   bool sameSize() const { return targetWidth == sourceWidth && targetHeight == sourceHeight; }
   bool fromYuv() const { return source->form.family == Family::kYuv; }
-  const Colour& yuvColour() const { return fromYuv() ? sourceColour : targetColour; }
-  bool sameColour() const {
-    return target->form.family == source->form.family && targetColour == sourceColour;
-  }
+  const Color& yuvColor() const { return fromYuv() ? sourceColor : targetColor; }
+  bool sameColor() const { return target->form.family == source->form.family && targetColor == sourceColor; }
 };
 
 /// A way to turn pictures of one task's source into its target, with all memory that it needs.
-class Road {
+class ConversionPath {
  public:
-  virtual ~Road() = default;
+  virtual ~ConversionPath() = default;
   /// False when memory fails.
   virtual bool prepare(const Task& task) = 0;
   virtual bool run(const ucc_frame_t& target, const ucc_frame_t& source) = 0;
 };
 
-using RoadPtr = std::unique_ptr<Road>;
+using ConversionPathPtr = std::unique_ptr<ConversionPath>;
 
 }  // namespace qvs::ucc

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "ucc/ConversionPath.h"
 #include "ucc/PlanarPicture.h"
-#include "ucc/Road.h"
 
 namespace qvs::ucc {
 
-/// Same size, colour and working form: only the packing changes, row by row, exactly.
-class RepackRoad : public Road {
+/// Same size, color and working form: only the packing changes, row by row, exactly.
+class RepackPath : public ConversionPath {
  public:
   bool prepare(const Task& task) override;
   bool run(const ucc_frame_t& target, const ucc_frame_t& source) override;
@@ -16,8 +16,8 @@ class RepackRoad : public Road {
   void unpackRow(const ucc_frame_t& source, uint32_t y, bool chroma);
   void packRow(const ucc_frame_t& target, uint32_t y, bool chroma);
 
-  Task task_{};
-  PlanarPicture row_;  ///< one row of every component: the whole picture never leaves the cache
+  Task planned{};
+  PlanarPicture row;  ///< one row of every component: the whole picture never leaves the cache
 };
 
 }  // namespace qvs::ucc

@@ -1,5 +1,5 @@
-// The matrix and range of both sides of a conversion, with nothing left unsaid.
-#include "ucc/Colour.h"
+// What a picture leaves unsaid about its color, filled in from the other picture.
+#include "ucc/Color.h"
 
 namespace qvs::ucc {
 namespace {
@@ -35,15 +35,15 @@ uint32_t firstSaid(uint32_t own, uint32_t other, uint32_t otherwise) {
 
 }  // namespace
 
-ColourPair resolveColours(const PixelFormat& targetFormat, const ucc_colorimetry_t& target,
-                          const PixelFormat& sourceFormat, const ucc_colorimetry_t& source) {
+ColorPair resolveColors(const PixelFormat& targetFormat, const ucc_colorimetry_t& target,
+                        const PixelFormat& sourceFormat, const ucc_colorimetry_t& source) {
   const uint32_t matrix[2] = {statedMatrix(targetFormat, target), statedMatrix(sourceFormat, source)};
   const uint32_t range[2] = {statedRange(targetFormat, target), statedRange(sourceFormat, source)};
-  const auto colourOf = [&](int self) {
-    return Colour{firstSaid(matrix[self], matrix[1 - self], MATRIX_COEFFICIENTS_BT709_6),
-                  firstSaid(range[self], range[1 - self], PIC_SIGNAL_RANGE_FULL) == PIC_SIGNAL_RANGE_FULL};
+  const auto colorOf = [&](int self) {
+    return Color{firstSaid(matrix[self], matrix[1 - self], MATRIX_COEFFICIENTS_BT709_6),
+                 firstSaid(range[self], range[1 - self], PIC_SIGNAL_RANGE_FULL) == PIC_SIGNAL_RANGE_FULL};
   };
-  return {colourOf(0), colourOf(1)};
+  return {colorOf(0), colorOf(1)};
 }
 
 }  // namespace qvs::ucc

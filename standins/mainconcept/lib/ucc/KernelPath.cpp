@@ -1,11 +1,11 @@
-// Conversions of equal size that one libyuv or own kernel does.
-#include "ucc/KernelRoad.h"
+// libyuv's color matrices, and the path over its whole-picture kernels.
+#include "ucc/KernelPath.h"
 
 namespace qvs::ucc {
 namespace {
 
 struct MatrixRow {
-  Colour colour;
+  Color color;
   const libyuv::YuvConstants* constants;
 };
 
@@ -19,20 +19,20 @@ constexpr MatrixRow kMatrices[] = {
 
 }  // namespace
 
-const libyuv::YuvConstants* findLibyuvMatrix(const Colour& yuv) {
+const libyuv::YuvConstants* findLibyuvMatrix(const Color& yuv) {
   for (const MatrixRow& row : kMatrices) {
-    if (row.colour == yuv) return row.constants;
+    if (row.color == yuv) return row.constants;
   }
   return nullptr;
 }
 
-bool KernelRoad::prepare(const Task& task) {
-  matrix_ = findLibyuvMatrix(task.yuvColour());
+bool KernelPath::prepare(const Task& task) {
+  matrix = findLibyuvMatrix(task.yuvColor());
   return true;
 }
 
-bool KernelRoad::run(const ucc_frame_t& target, const ucc_frame_t& source) {
-  kernel_(target, source, matrix_);
+bool KernelPath::run(const ucc_frame_t& target, const ucc_frame_t& source) {
+  kernel(target, source, matrix);
   return true;
 }
 

@@ -5,7 +5,7 @@
 #include <tuple>
 #include <utility>
 
-#include "ucc/Road.h"
+#include "ucc/ConversionPath.h"
 
 namespace qvs::ucc {
 
@@ -40,17 +40,17 @@ void libyuvMatrixKernel(const ucc_frame_t& target, const ucc_frame_t& source,
 }
 
 /// Null where libyuv has no exact enough constants.
-const libyuv::YuvConstants* findLibyuvMatrix(const Colour& yuv);
+const libyuv::YuvConstants* findLibyuvMatrix(const Color& yuv);
 
-class KernelRoad : public Road {
+class KernelPath : public ConversionPath {
  public:
-  explicit KernelRoad(PictureKernel kernel) : kernel_(kernel) {}
+  explicit KernelPath(PictureKernel kernel) : kernel(kernel) {}
   bool prepare(const Task& task) override;
   bool run(const ucc_frame_t& target, const ucc_frame_t& source) override;
 
  private:
-  PictureKernel kernel_;
-  const libyuv::YuvConstants* matrix_ = nullptr;
+  PictureKernel kernel;
+  const libyuv::YuvConstants* matrix = nullptr;
 };
 
 }  // namespace qvs::ucc
