@@ -37,7 +37,7 @@ class AudioDecoderBase : public WithoutParameters<IAudioDecoder> {
   int32_t getSampleRate() override { return static_cast<int32_t>(decodedSampleRate); }
   uint32_t getSamplesPerFrame() override { return 2048; }
   uint32_t getFramesDecoded() override { return framesDecoded; }
-  uint8_t isFirstFrameDecoded() override { return firstFrameDecoded; }
+  uint8_t isFirstFrameDecoded() override { return firstFrameDecoded != 0; }
   void setLogger(ILogger* value) override { logger = value; }
   void setAudioResampler(AudioResampler* value) override { audioResampler.reset(value); }
   AudioResampler* getAudioResampler() override { return audioResampler.get(); }
