@@ -267,15 +267,15 @@ uint32_t TranscoderSession::videoScalerScaleFrame(uint32_t decoderFrameIndex,
     listeners.notifyVideoFrameDecodeListenersBeforeOverlay(getSessionId(), videoDecoder.get(), source);
     listeners.notifyVideoFrameDecodeListenersAfterOverlay(getSessionId(), videoDecoder.get(), source);
     if (!gatherScalerTargets(*source, encoderBufferIndexes)) return kFailure;
-    uint32_t status = 0;
-    videoScaler->scaleFrame(source, &scalerTargets, &status);
+    uint32_t count = encoderCount;
+    videoScaler->scaleFrame(source, &scalerTargets, &count);
     for (size_t index = 0; index < scalerTargets.size(); ++index) {
       IVideoEncoder* encoder = getVideoEncoder(static_cast<uint32_t>(index));
       VideoFrameBuffer* target = scalerTargets[index].frame;
       listeners.notifyVideoFrameEncodeListenersBeforeOverlay(getSessionId(), encoder, nullptr, target);
       listeners.notifyVideoFrameEncodeListenersAfterOverlay(getSessionId(), encoder, nullptr, target);
     }
-    *scalerStatus = kScalerStatusSourceDone | (encoderCount != 0 ? kScalerStatusFramesReady : 0);
+    *scalerStatus = kScalerStatusSourceDone | (count != 0 ? kScalerStatusFramesReady : 0);
     return kSuccess;
   });
 }
@@ -297,8 +297,8 @@ uint32_t TranscoderSession::videoScalerFreeFrame(uint32_t decodeFrameIndex) {
   return guarded("TranscoderSession::videoScalerFreeFrame", [&]() -> uint32_t {
     VideoFrameBuffer* frame = getVideoDecoderBuffer(decodeFrameIndex);
     if (!videoScaler || frame == nullptr) return kSuccess;
-    uint32_t status = 0;
-    return videoScaler->scaleFrame(frame, nullptr, &status);
+    uint32_t count = 0;
+    return videoScaler->scaleFrame(frame, nullptr, &count);
   });
 }
 
