@@ -29,9 +29,8 @@ TranscoderSessionBase::~TranscoderSessionBase() {
 }
 
 void TranscoderSessionBase::finishVideoEncoders() {
-  // An asynchronous encoder answers this only when all frames it took are done.
   for (VideoEncoderWrapper& wrapper : videoEncoders) {
-    if (wrapper.videoEncoder) wrapper.videoEncoder->getEncodedFrameCount();
+    if (wrapper.videoEncoder) wrapper.videoEncoder->finish();
   }
 }
 
