@@ -163,7 +163,7 @@ uint32_t AudioStreamDecoder::tellHeader(void* info) const {
 }
 
 void AudioStreamDecoder::tellRefusal() {
-  if (callbacks.wrn_printf == nullptr || std::exchange(refusalTold, true)) return;
+  if (callbacks.wrn_printf == nullptr || std::exchange(refusalLogged, true)) return;
   callbacks.wrn_printf("%s decoder: %s", format.name, format.refusedText);
 }
 

@@ -47,7 +47,7 @@ class AudioStreamDecoder {
   bool headerKnown = false;
   bool headerOnly = false;  ///< the next call reads a header
   bool blockWaits = false;  ///< for room
-  bool refusalTold = false;
+  bool refusalLogged = false;
 };
 
 }  // namespace qvs::mc
