@@ -7,7 +7,7 @@
 
 #include "frames/geometry/ChromaOrder.h"
 #include "frames/geometry/HostLayout.h"
-#include "frames/VideoFrameBufferSet.h"
+#include "frames/VideoScaleSetData.h"
 #include "platform/Guard.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
@@ -188,24 +188,12 @@ void VideoFrameBuffer::copyAncillaryData(const VideoFrameBuffer& other) {
   other.getAncillaryDataObjs(ancillaryData);
 }
 
-void VideoFrameBuffer::createJavaBufferAllocation() {
-  if (auto token = bufferAllocation.lock()) javaBufferAllocations.push_front(std::move(token));
-}
-
-void VideoFrameBuffer::releaseJavaBufferAllocation() {
-  if (!javaBufferAllocations.empty()) javaBufferAllocations.pop_front();
-}
-
-void VideoFrameBuffer::releaseAllJavaBufferAllocations() {
-  javaBufferAllocations.clear();
-}
-
 uint32_t VideoFrameBuffer::getScaleImplementation() const {
-  return bufferSet != nullptr ? bufferSet->getScaleImplementation() : uint32_t{kScaleCPU};
+  return scaleSetData ? scaleSetData->implementation : uint32_t{kScaleCPU};
 }
 
 uint64_t VideoFrameBuffer::getScaleFlags() const {
-  return bufferSet != nullptr ? bufferSet->getScaleFlags() : 0;
+  return scaleSetData ? scaleSetData->flags : 0;
 }
 
 uint8_t VideoFrameBuffer::assign(std::array<uint32_t, 4>& field, const uint32_t* values) {

@@ -13,10 +13,10 @@
 #include "frames/AudioLevelData.h"
 #include "frames/FrameMemory.h"
 #include "frames/FrameProviders.h"
+#include "frames/FrameReferences.h"
 #include "frames/geometry/FitPlacement.h"
 #include "frames/UccInstance.h"
 #include "frames/VideoFrameAncillaryData.h"
-#include "frames/VideoFrameBufferAllocator.h"
 #include "frames/VideoFrameBufferCaptureInfo.h"
 #include "frames/VideoFrameBufferFractionalFrame.h"
 #include "frames/VideoFrameBufferTimecodeInfo.h"
@@ -32,13 +32,14 @@ class IVideoOverlayFrameProvider;
 class VideoFrameBufferSet;
 class VideoOverlayFrame;
 class VideoOverlayFrames;
+struct VideoScaleSetData;
 struct OverlayPlacement;
 
 /// One raw picture, with its pixels in host memory, in device memory, or both. Made once by a pool and used
 /// again for picture after picture; nothing of it is freed per picture. One thread at a time.
 ///
 /// Planes lie in memory in the order that the fourCC names: see ChromaOrder.
-class VideoFrameBuffer {
+class VideoFrameBuffer : public FrameReferences {
  public:
   /// Bits of `locations`.
   static constexpr auto unknown = static_cast<uint32_t>(VideoBufferLocation::unknown);
@@ -151,17 +152,6 @@ class VideoFrameBuffer {
   /// Drops the ancillary data; pixels and times stay.
   void recycle() { clearAncillaryDataObjs(); }
 
-  // References held for the server.
-
-  void createJavaBufferAllocation();
-  void releaseJavaBufferAllocation();
-  void releaseAllJavaBufferAllocations();
-  /// The token that now stands for this frame, to hold it a while; empty for a frame outside a pool.
-  std::shared_ptr<VideoFrameBufferAllocation> getBufferAllocation() const { return bufferAllocation.lock(); }
-  void setBufferAllocation(std::weak_ptr<VideoFrameBufferAllocation> value) {
-    bufferAllocation = std::move(value);
-  }
-
   // Placement, read on targets. Four values, or null to switch off.
 
   void setCrop(const uint32_t* values) { cropSet = assign(crop, values); }  ///< left, right, top, bottom
@@ -221,7 +211,13 @@ class VideoFrameBuffer {
   ILogger* getLogger() const { return logger; }
   void setLogger(ILogger* value) { logger = value; }
   VideoFrameBufferSet* getBufferSet() const { return bufferSet; }
-  void setBufferSet(VideoFrameBufferSet* value) { bufferSet = value; }
+  /// The pool that the frame belongs to, borrowed, and how that pool's pictures are scaled.
+  void setBufferSet(VideoFrameBufferSet* set, std::shared_ptr<VideoScaleSetData> data) {
+    bufferSet = set;
+    scaleSetData = std::move(data);
+  }
+  /// Its pool goes: whoever still holds the frame keeps what it needs of it.
+  void leaveBufferSet() { bufferSet = nullptr; }
   uint32_t getBufferIndex() const { return bufferIndex; }
   void setBufferIndex(uint32_t value) { bufferIndex = value; }
   IVideoOverlayFrameProvider* getOverlayFrameProvider() const { return overlayFrameProvider; }
@@ -250,9 +246,8 @@ class VideoFrameBuffer {
 
   FrameAllocProvider alloc_provider;
   FrameFreeProvider free_provider;
-  VideoFrameBufferSet* bufferSet = nullptr;  ///< borrowed
-  std::weak_ptr<VideoFrameBufferAllocation> bufferAllocation;
-  FrameReferences javaBufferAllocations{frameReferenceMemory()};  ///< one for each reference of the server
+  VideoFrameBufferSet* bufferSet = nullptr;         ///< borrowed; null outside a pool
+  std::shared_ptr<VideoScaleSetData> scaleSetData;  ///< the pool's, which it may outlive; null outside a pool
   uint32_t bufferIndex = 0;
   frame_tt frame{};
   UccInstance ucc_s;

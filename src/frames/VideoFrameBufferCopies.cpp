@@ -5,9 +5,10 @@
 #include <limits>
 #include <memory>
 
+#include "contract/ScaleIds.h"
+#include "frames/geometry/FourCC.h"
 #include "frames/geometry/UccFormat.h"
 #include "frames/VideoFrameBuffer.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "platform/Guard.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 #include "video/scaling/device/VideoFrameNV12Utils.h"

@@ -6,11 +6,12 @@
 #include <limits>
 #include <new>
 
+#include "contract/ScaleIds.h"
 #include "frames/geometry/ColorspaceInfo.h"
 #include "frames/geometry/OverlayPlacement.h"
 #include "frames/geometry/UccFormat.h"
 #include "frames/VideoFrameBuffer.h"
-#include "frames/VideoFrameBufferSet.h"
+#include "frames/VideoOverlayFrames.h"
 #include "log/LogGlobalLogger.h"
 #include "platform/Guard.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"

@@ -3,12 +3,12 @@
 #include <cstdio>
 #include <new>
 
+#include "contract/ScaleIds.h"
 #include "frames/BlackPainter.h"
 #include "frames/geometry/ColorspaceInfo.h"
 #include "frames/geometry/UccFormat.h"
 #include "frames/OddChroma.h"
 #include "frames/VideoFrameBuffer.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "platform/Guard.h"
 
 namespace qvs {

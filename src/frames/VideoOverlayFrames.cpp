@@ -1,3 +1,5 @@
+// The numbered overlays of one pool.
+
 #include "frames/VideoOverlayFrames.h"
 
 #include <algorithm>
@@ -18,7 +20,7 @@ void VideoOverlayFrames::putFrame(uint32_t slot, VideoOverlayFrame* frame) {
   clearFrame(slot);
   if (!owned) return;
   VideoOverlayFrameHolder& holder = overlayMap[slot];
-  owned->setOverlayFrames(this);
+  owned->setOverlayFrames(this, scaleSetData);
   holder.frame = owned.release();
 }
 
