@@ -1,5 +1,4 @@
 // Which kind of device picture a pool's frames have.
-
 #include "frames/DevicePicture.h"
 
 namespace qvs {

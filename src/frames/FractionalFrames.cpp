@@ -1,5 +1,4 @@
 // Half-size copies of a picture.
-
 #include "frames/FractionalFrames.h"
 
 #include <cstddef>

@@ -1,5 +1,4 @@
 // Copies of a picture in other shapes: previews, files, single components.
-
 #include "frames/FrameCopies.h"
 
 #include <algorithm>

@@ -1,5 +1,4 @@
 // The references that keep a frame out of its pool.
-
 #include "frames/FrameReferences.h"
 
 #include <utility>

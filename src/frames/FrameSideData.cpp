@@ -1,5 +1,4 @@
 // Timecodes and ancillary data of a picture.
-
 #include "frames/FrameSideData.h"
 
 #include <algorithm>

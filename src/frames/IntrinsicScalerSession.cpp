@@ -1,5 +1,4 @@
 // Calls of the scaler plug-in for one frame.
-
 #include "frames/IntrinsicScalerSession.h"
 
 #include <cstddef>

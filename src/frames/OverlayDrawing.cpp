@@ -1,5 +1,4 @@
 // Drawing an overlay on a picture in host memory, by the scaler plug-in or by the converter.
-
 #include "frames/OverlayDrawing.h"
 
 #include <fmt/format.h>

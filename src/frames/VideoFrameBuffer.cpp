@@ -1,5 +1,4 @@
 // A frame's storage and locations, and its share in what others do with the picture.
-
 #include "frames/VideoFrameBuffer.h"
 
 #include <vpx/vpx_image.h>

@@ -1,5 +1,4 @@
 // The free list of a pool, and the way of a frame back to it.
-
 #include "frames/VideoFrameBufferAllocator.h"
 
 #include <utility>

@@ -1,5 +1,4 @@
 // A pool of frames: making and dropping them, transfers into them, and the start of their device.
-
 #include "frames/VideoFrameBufferSet.h"
 
 #include <algorithm>

@@ -1,5 +1,4 @@
 // An overlay's image: whether its bytes cover it, its transparency and its "VUYA" copy.
-
 #include "frames/VideoOverlayFrame.h"
 
 #include <algorithm>

@@ -1,4 +1,7 @@
+// The session's video operations per frame: decode, overlay, transfer to renditions, encode.
 #include <fmt/format.h>
+
+#include <utility>
 
 #include "contract/DecodeFlags.h"
 #include "frames/VideoFrameBuffer.h"
@@ -85,11 +88,13 @@ uint32_t TranscoderSession::videoDecoderDecodeCodecConfig(uint8_t* buffer, uint3
   });
 }
 
-uint32_t TranscoderSession::videoDecoderAddFrame(uint8_t* buffer, uint32_t offset, uint32_t len,
-                                                 uint64_t timecode, uint32_t frameType) {
+uint32_t TranscoderSession::videoDecoderAddFrame(CodedBlock block, uint64_t timecode, uint32_t frameType) {
   return guarded("TranscoderSession::videoDecoderAddFrame", [&]() -> uint32_t {
     if (!videoDecoder) return kFailure;
-    return videoDecoder->addFrame(buffer, offset, len, timecode, frameType);
+    // Freed at the end: until it has the new block the decoder may read the one before.
+    const CodedBlock before = std::exchange(currVideoDecodeBuffer, std::move(block));
+    const CodedBlock& now = currVideoDecodeBuffer;
+    return videoDecoder->addFrame(now.getMemory(), now.getOffset(), now.getLen(), timecode, frameType);
   });
 }
 

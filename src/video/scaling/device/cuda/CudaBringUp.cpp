@@ -1,5 +1,4 @@
 // The start of a CUDA device, and what its users say where it fails.
-
 #include "video/scaling/device/cuda/CudaBringUp.h"
 
 #include <string>
