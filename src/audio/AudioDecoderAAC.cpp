@@ -1,3 +1,4 @@
+// AAC in: configuration record or bare frames, each given an ADTS header for the codec library.
 #include "audio/AudioDecoderAAC.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// Vorbis out by libvorbis in whole Ogg pages: headers, pages, granule positions, parameters.
 #include "audio/AudioEncoderVorbis.h"
 
 #include <fmt/format.h>

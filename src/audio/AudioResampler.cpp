@@ -1,3 +1,4 @@
+// Conversion of rate and layout with the output's clock tied to the input's, gaps and changes included.
 #include "audio/AudioResampler.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// Opening, searching and closing a run-time library.
 #include "platform/SharedLibrary.h"
 
 #include <dlfcn.h>

@@ -1,3 +1,4 @@
+// The audio decoder behind a stream record: bytes and commands in, blocks out.
 #include "audio/AudioStreamDecoder.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// Finding whole coded frames in bytes that come in pieces, past tags and damage.
 #include "audio/FrameAssembler.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Channel layouts and whether libswresample can mix one into another.
 #include "audio/SpeakerLayout.h"
 
 #include <mc_audio_converter.h>
