@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <random>
 
 #include "audio/AACUtils.h"
 #include "audio/AudioDecoderAAC.h"
@@ -424,6 +426,45 @@ TEST_F(MpegSound, TagsAndJunkAreSkipped) {
   EXPECT_EQ(run.samples, expected) << "joined in mid-stream";
   EXPECT_EQ(run.feed(Bytes(5000, 0x5A), 0), kFail);
   EXPECT_THAT(run.log(), HasSubstr("AudioDecoderMP2.decodeFrame[{context}]: Decode failed"));
+}
+
+TEST_F(MpegSound, ATagWithAWrongLengthSilencesAFewFrames) {
+  const auto expected = decodeSound(mp3());
+  const size_t perFrame = expected.size() / mp3().packets.size();
+  const Bytes damage{'I', 'D', '3', 4, 0, 0, 0x7F, 0x7F, 0x7F, 0x7F};
+  const Bytes frames = joinPackets(mp3());
+  Bytes all = frames;
+  size_t fifth = 0;
+  for (size_t i = 0; i < 5; ++i) fifth += mp3().packets[i].bytes.size();
+  std::ranges::copy(damage, all.begin() + static_cast<std::ptrdiff_t>(fifth));
+  testing::internal::CaptureStdout();
+  for (size_t step : {size_t{1}, size_t{7}, size_t{419}, all.size()}) {
+    MpegSoundRun run(mp3());
+    for (size_t at = 0; at < all.size(); at += step) {
+      run.feed(std::span(all).subspan(at, std::min(step, all.size() - at)), 0);
+    }
+    EXPECT_GE(run.samples.size(), expected.size() - 4 * perFrame) << step;
+    const size_t tail = expected.size() - 12 * perFrame;
+    EXPECT_GE(snrDb(std::span(expected).last(tail), std::span(run.samples).last(tail)), 60) << step;
+  }
+  Bytes front = damage;
+  front.insert(front.end(), all.begin(), all.end());
+  MpegSoundRun run(mp3());
+  EXPECT_EQ(run.decoder().decodeFirstFrame(front.data(), 0, static_cast<uint32_t>(front.size())), 0u);
+  EXPECT_THAT(testing::internal::GetCapturedStdout(),
+              HasSubstr("MPEG audio decoder: a tag's length was wrong, frames lay in it\n"));
+
+  // A true tag is skipped to its end, whatever picture it holds.
+  Bytes tagged{'I', 'D', '3', 4, 0, 0, 0, 0x40, 0, 0};
+  std::mt19937 random(9);
+  for (int i = 0; i < 0x40 << 14; ++i)
+    tagged.push_back(static_cast<uint8_t>(random() % 4 == 0 ? 0xFF : random()));
+  tagged.insert(tagged.end(), frames.begin(), frames.end());
+  MpegSoundRun whole(mp3());
+  for (size_t at = 0; at < tagged.size(); at += 5000) {
+    EXPECT_EQ(whole.feed(std::span(tagged).subspan(at, std::min<size_t>(5000, tagged.size() - at)), 0), 0u);
+  }
+  EXPECT_EQ(whole.samples, expected);
 }
 
 TEST_F(MpegSound, FreeFormatAndBadHeadersAreRefusedClearly) {

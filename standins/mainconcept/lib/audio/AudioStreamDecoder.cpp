@@ -1,3 +1,4 @@
+// The audio decoders' stream record: its functions, commands and states.
 #include "audio/AudioStreamDecoder.h"
 
 #include <cstring>
@@ -64,7 +65,12 @@ uint32_t AudioStreamDecoder::decodeNext(std::span<const uint8_t> input) {
   blockWaits = false;
   const size_t offered = input.size();
   const size_t junk = assembler.junkBytes();
-  switch (assembler.take(input)) {
+  const size_t falseTags = assembler.falseTags();
+  const FrameAssembler::Progress progress = assembler.take(input);
+  if (assembler.falseTags() > falseTags && callbacks.wrn_printf != nullptr) {
+    callbacks.wrn_printf("%s decoder: a tag's length was wrong, frames lay in it", format.name);
+  }
+  switch (progress) {
     case FrameAssembler::Progress::kFrame:
       decodeFrame();
       break;
