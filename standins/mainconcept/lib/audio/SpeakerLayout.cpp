@@ -1,3 +1,4 @@
+// Channel masks as the engine's speakers.
 #include "audio/SpeakerLayout.h"
 
 #include <mc_audio_converter.h>
@@ -7,6 +8,7 @@ extern "C" {
 }
 
 #include <bit>
+#include <iterator>
 
 namespace qvs::mc {
 
@@ -29,6 +31,19 @@ constexpr Speaker kSpeakers[] = {
     {CHANNEL_FLAG_Lrs, AV_CH_SIDE_LEFT},  {CHANNEL_FLAG_Rrs, AV_CH_SIDE_RIGHT},
 };
 constexpr uint32_t kKnownFlags = 0xFF;
+
+// By channel count; as `kDefaultMasks` of the resampler where that tells more than C.
+constexpr uint64_t kUsual[] = {
+    0,
+    AV_CH_FRONT_CENTER,
+    AV_CH_LAYOUT_STEREO,
+    AV_CH_LAYOUT_SURROUND,
+    AV_CH_LAYOUT_3POINT1,
+    AV_CH_LAYOUT_5POINT0_BACK,
+    AV_CH_LAYOUT_5POINT1_BACK,
+    AV_CH_LAYOUT_6POINT1,
+    AV_CH_LAYOUT_7POINT1,
+};
 
 uint64_t speakersOf(uint32_t flags) {
   uint64_t mask = 0;
@@ -54,10 +69,12 @@ bool canBeMixed(uint32_t flags) {
 SpeakerLayout layoutOf(uint32_t channels, uint32_t flags) {
   if (channels == 0 || channels > kChannelsMax) return {};
   const bool untold = channels >= kUntoldFrom && flags == CHANNEL_FLAG_C;
-  if (untold && channels == 7) return {AV_CH_LAYOUT_6POINT1, true};
-  if (untold && channels == 8) return {AV_CH_LAYOUT_7POINT1, true};
-  if (!untold && static_cast<uint32_t>(std::popcount(flags)) != channels) return {};
-  if (canBeMixed(flags) && !untold) return {speakersOf(flags), true};
+  // A mask for another count tells nothing, as when a stream's count changes: the usual layout it is.
+  if (untold || static_cast<uint32_t>(std::popcount(flags)) != channels) {
+    if (channels < std::size(kUsual)) return {kUsual[channels], true};
+  } else if (canBeMixed(flags)) {
+    return {speakersOf(flags), true};
+  }
   return {(uint64_t{1} << channels) - 1, false};
 }
 
