@@ -45,6 +45,7 @@ class AudioEncoderVorbis : public AudioEncoderBase {
   int setUpEncoder();
   void logFailure(int code) const;
   bool addHeaders();
+  void hold(uint64_t timecode, uint32_t count);
   void write(const AudioSampleBuffer& buffer, uint32_t index, uint32_t count);
   void analyse();
   void account(int64_t granule);
