@@ -1,3 +1,4 @@
+// What all audio decoders share: the record of the last block, the running count and room in blocks.
 #include "audio/AudioDecoderBase.h"
 
 #include <cstring>
@@ -47,6 +48,11 @@ uint64_t AudioDecoderBase::getTimecodeScaled(uint64_t lastTimecode, uint32_t las
   // Unsigned on purpose: at 0 ms the lower bound wraps, and the count always starts anew there.
   if (nextMs < timecodeMs - 1 || nextMs > timecodeMs + 1) return scaled;
   return next;
+}
+
+uint64_t AudioDecoderBase::followingMs(uint32_t rate) const {
+  if (lastTimecodeScaled == ~uint64_t{0} || rate == 0) return 0;
+  return ((lastTimecodeScaled + lastSampleCount) * 10000 + 5) / rate / 10;
 }
 
 void AudioDecoderBase::setFormat(uint32_t sampleRate, uint32_t channels) {

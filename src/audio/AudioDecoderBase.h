@@ -55,6 +55,9 @@ class AudioDecoderBase : public WithoutParameters<IAudioDecoder> {
   uint64_t getTimecodeScaled(uint64_t lastTimecodeScaled, uint32_t lastSampleCount,
                              uint64_t timecodeMs) const;
 
+  /// Milliseconds at which the last block ended, counted at `rate` Hz; 0 before the first.
+  uint64_t followingMs(uint32_t rate) const;
+
   /// Takes the stream's format into the record, and keeps it for `restoreFormat`. At another rate than
   /// before the running count starts anew.
   void setFormat(uint32_t sampleRate, uint32_t channels);

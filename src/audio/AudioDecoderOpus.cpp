@@ -1,3 +1,4 @@
+// Opus heads and packets in, blocks out.
 #include "audio/AudioDecoderOpus.h"
 
 #include <fmt/format.h>
@@ -19,6 +20,10 @@ constexpr uint32_t kHeadSizeLeast = 17;
 constexpr uint32_t kChannelsAt = 9;
 constexpr uint32_t kRateAt = 12;
 constexpr uint32_t kGainAt = 16;
+constexpr uint32_t kFamilyAt = 18;
+constexpr uint32_t kStreamsAt = 19;
+constexpr uint32_t kCoupledAt = 20;
+constexpr uint32_t kMappingAt = 21;
 constexpr uint32_t kChannelsMost = 2;
 constexpr uint32_t kFullRate = 48000;
 
@@ -28,6 +33,13 @@ uint32_t decodeRateFor(uint32_t sampleRate) {
     if (rate == sampleRate) return rate;
   }
   return kFullRate;
+}
+
+/// Whether packets hold one stream, its channels in place. Those of mapping family 0 do; other families tell.
+bool isOneStream(const uint8_t* head, uint32_t len, uint32_t channels) {
+  if (len <= kFamilyAt || head[kFamilyAt] == 0) return true;
+  if (len < kMappingAt + channels || head[kStreamsAt] != 1 || head[kCoupledAt] != channels - 1) return false;
+  return head[kMappingAt] == 0 && (channels == 1 || head[kMappingAt + 1] == 1);
 }
 
 }  // namespace
@@ -61,6 +73,13 @@ uint32_t AudioDecoderOpus::decodeCodecConfig(uint8_t* buffer, uint32_t offset, u
       warn(fmt::format(
           "AudioDecoderOpus::decodeCodecConfig[{{context}}]: Invalid number of channels{}: channels:{}",
           channels == 0 ? "" : " (>2)", channels));
+      return kFailure;
+    }
+    if (!isOneStream(bytes, len, channels)) {
+      warn(
+          fmt::format("AudioDecoderOpus::decodeCodecConfig[{{context}}]: Channel mapping is not supported: "
+                      "family:{} channels:{}",
+                      bytes[kFamilyAt], channels));
       return kFailure;
     }
     head.channels = channels;

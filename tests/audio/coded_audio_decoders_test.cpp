@@ -224,6 +224,20 @@ TEST(AudioDecoderOpus, HeadsThatAreRefused) {
                   " channels:255",
                   "AudioDecoderOpus::decodeCodecConfig[{context}]: Invalid number of channels: channels:0",
                   "AudioDecoderOpus::decodeCodecConfig[{context}]: OpusHead is missing: len:19"));
+  // Family 255: two streams of one channel, channels exchanged, a table cut short; then one stream in place.
+  head = makeOpusHead(48000, 2);
+  head[18] = 255;
+  for (const std::vector<uint8_t>& table :
+       {std::vector<uint8_t>{2, 0, 0, 1}, {1, 1, 1, 0}, {1, 1, 0}, {1, 1, 0, 1}}) {
+    auto mapped = head;
+    mapped.insert(mapped.end(), table.begin(), table.end());
+    EXPECT_EQ(opus.configure(mapped), table == std::vector<uint8_t>({1, 1, 0, 1}) ? 0 : kFail);
+  }
+  EXPECT_THAT(opus.lines(), testing::SizeIs(3));
+}
+
+TEST(AudioDecoderOpus, AFirstFrameWithoutAHeadIsTold) {
+  Logged opus("opus");
   uint8_t packet[4] = {};
   EXPECT_EQ(opus.run.decoder().decodeFirstFrame(packet, 0, 4), 0u);
   EXPECT_TRUE(opus.run.decoder().isFirstFrameDecoded());
