@@ -1,3 +1,4 @@
+// Runs each rule in a child process, so that a plug-in that crashes or hangs fails one rule only.
 #include "CheckRunner.h"
 
 #include <sys/wait.h>

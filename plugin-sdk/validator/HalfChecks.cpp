@@ -1,3 +1,4 @@
+// The rules of scaleByHalf: flat areas, placement, bounds, repeatability, refusals.
 #include <cstdlib>
 #include <memory>
 #include <thread>

@@ -1,3 +1,4 @@
+// The rules of overlayFrame: a reference blend, clipping, bounds, refusals.
 #include <cstdint>
 
 #include "CheckRunner.h"

@@ -1,3 +1,4 @@
+// The rules of create and destroy.
 #include "CheckRunner.h"
 
 namespace qvs::validator {

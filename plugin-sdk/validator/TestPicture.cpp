@@ -1,3 +1,4 @@
+// The pictures that the rules are tried on, with guard bytes that tell stray writes.
 #include "TestPicture.h"
 
 #include <sys/mman.h>

@@ -1,3 +1,4 @@
+// Drawing a VUYA overlay on a 4:2:0 picture: clipping, luma and chroma rows, edge samples.
 #include "OverlayBlender.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Where the planes of the formats that the plug-in takes lie in their block of bytes.
 #include "PictureLayout.h"
 
 namespace qvs::intrinsic {

@@ -1,3 +1,4 @@
+// Halving one plane: rows first, then columns, with the edge samples repeated.
 #include "PlaneHalver.h"
 
 #include <algorithm>

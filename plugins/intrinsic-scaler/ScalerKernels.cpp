@@ -1,3 +1,4 @@
+// The kernels in plain C++, and the choice between them and the vector forms.
 #include "ScalerKernels.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// What a plug-in session checks and does for each entry point.
 #include "ScalerSession.h"
 
 #include "OverlayBlender.h"

@@ -1,3 +1,4 @@
+// Reading the channel layout that an AudioSpecificConfig spells out, and writing it on.
 #include "audio/AACChannelLayout.h"
 
 namespace qvs {

@@ -1,3 +1,4 @@
+// AAC's tables of rates and channels, the AudioSpecificConfig and the ADTS header.
 #include "audio/AACUtils.h"
 
 #include <algorithm>

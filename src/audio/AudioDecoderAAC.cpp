@@ -1,4 +1,4 @@
-// AAC frames in, each behind a header made for it; blocks out, with the time of their own frame.
+// AAC in: configuration record or bare frames, each given an ADTS header for the codec library.
 #include "audio/AudioDecoderAAC.h"
 
 #include <fmt/format.h>

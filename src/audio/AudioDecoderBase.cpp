@@ -1,4 +1,4 @@
-// What all audio decoders share: the record of the last block, the running count and room in blocks.
+// What all audio decoders share: the running timecode, the block's format, room in the output.
 #include "audio/AudioDecoderBase.h"
 
 #include <cstring>

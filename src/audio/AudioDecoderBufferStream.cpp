@@ -1,3 +1,4 @@
+// The driver of audio decoders behind a stream record: feed bytes, take blocks, ask for headers.
 #include "audio/AudioDecoderBufferStream.h"
 
 #include <fmt/format.h>

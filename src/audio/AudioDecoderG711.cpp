@@ -1,3 +1,4 @@
+// G.711 of both laws by table.
 #include "audio/AudioDecoderG711.h"
 
 #include <fmt/format.h>

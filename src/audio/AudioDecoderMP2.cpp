@@ -1,4 +1,4 @@
-// MPEG audio frames in, one block a packet out.
+// MPEG audio layers I to III in: frames gathered to blocks, format read from the first header.
 #include "audio/AudioDecoderMP2.h"
 
 #include <fmt/format.h>

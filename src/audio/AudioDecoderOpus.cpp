@@ -1,4 +1,4 @@
-// Opus heads and packets in, blocks out.
+// Opus in by libopus: the OpusHead record with its rate and gain, then packets to blocks.
 #include "audio/AudioDecoderOpus.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// Wideband Speex in by libspeex: optional header, several frames a packet.
 #include "audio/AudioDecoderSpeex.h"
 
 #include <fmt/format.h>

@@ -1,4 +1,4 @@
-// Vorbis headers and packets in, blocks out in the order that channel masks have.
+// Vorbis in by libvorbis: the three header packets, then blocks.
 #include "audio/AudioDecoderVorbis.h"
 
 #include <fmt/format.h>

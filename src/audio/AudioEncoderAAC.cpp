@@ -1,3 +1,4 @@
+// AAC out: the parameter table, limits of rates, and the way of blocks through the codec library.
 #include "audio/AudioEncoderAAC.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// What all audio encoders share: the wanted format, log context, refusals of blocks that don't fit.
 #include "audio/AudioEncoderBase.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// The stream record behind the AAC encoder: gathers coded frames and pairs them with timecodes.
 #include "audio/AudioEncoderBufferStream.h"
 
 #include <span>

@@ -1,3 +1,4 @@
+// Opus out by libopus: header, 20 ms frames, timecodes of first samples, parameters.
 #include "audio/AudioEncoderOpus.h"
 
 #include <fmt/format.h>

@@ -1,4 +1,4 @@
-// Blocks of samples as Vorbis in Ogg pages.
+// Vorbis out by libvorbis in whole Ogg pages: headers, pages, granule positions, parameters.
 #include "audio/AudioEncoderVorbis.h"
 
 #include <fmt/format.h>

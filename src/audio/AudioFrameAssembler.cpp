@@ -1,3 +1,4 @@
+// Cutting blocks of any length into codec frames without copying what lies in one block.
 #include "audio/AudioFrameAssembler.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Blocks of any rate and layout to one format: when a converter is made, what it is told, and its clock.
+// Conversion of rate and layout with the output's clock tied to the input's, gaps and changes included.
 #include "audio/AudioResampler.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// Bringing a bit rate into the range that an encoder takes at a sample rate.
 #include "audio/BitrateLimits.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// Appending and releasing the malloc'ed blocks behind coded audio frames.
 #include "audio/EncodedAudio.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// libvorbis's decoding state as one object that clears itself in order.
 #include "audio/VorbisSynthesis.h"
 
 namespace qvs {

@@ -1,3 +1,4 @@
+// The stream record that encoders write coded bytes to, one unit at a time.
 #include "bufstream/CodedUnitSink.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Memory and log callbacks that the stream codecs are given.
 #include "bufstream/MainConceptCallbacks.h"
 
 #include <cstdarg>

@@ -1,3 +1,4 @@
+// Unpacking samples of v210 lines, for ancillary data and luma.
 #include "capture/CaptureAncillaryDataUtils.h"
 
 #include <algorithm>

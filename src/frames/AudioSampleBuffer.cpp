@@ -1,3 +1,4 @@
+// The memory of a sample block.
 #include "frames/AudioSampleBuffer.h"
 
 #include <limits>

@@ -1,3 +1,4 @@
+// Making a session's sample blocks.
 #include "frames/AudioSampleBufferSet.h"
 
 namespace qvs {

@@ -1,3 +1,4 @@
+// Black bars around a picture, by filling planes or, for packed formats, by the converter.
 #include "frames/BlackPainter.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Frame memory from malloc, with slack behind it for vector reads.
 #include "frames/FrameMemory.h"
 
 #include <limits>

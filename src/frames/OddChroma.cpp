@@ -1,3 +1,4 @@
+// The last chroma column and row of odd sizes, filled from their neighbors.
 #include "frames/OddChroma.h"
 
 #include <cstddef>

@@ -1,3 +1,4 @@
+// A frame's life: memory, format, views of its planes, and its place in host or device memory.
 #include "frames/VideoFrameBuffer.h"
 
 #include <algorithm>

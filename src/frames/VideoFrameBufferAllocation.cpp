@@ -1,3 +1,4 @@
+// Giving a frame back to its pool when its last holder lets go.
 #include "frames/VideoFrameBufferAllocation.h"
 
 #include "frames/VideoFrameBufferAllocator.h"

@@ -1,3 +1,4 @@
+// The pool's free list and the memory behind references to frames.
 #include "frames/VideoFrameBufferAllocator.h"
 
 #include <utility>

@@ -1,3 +1,4 @@
+// A rendition's pool: its frames, its scaler choice and the step from a source frame into one of its own.
 #include "frames/VideoFrameBufferSet.h"
 
 #include <fmt/format.h>
@@ -59,7 +60,10 @@ uint32_t VideoFrameBufferSet::transferFrame(VideoFrameBuffer& source, VideoFrame
 }
 
 uint32_t VideoFrameBufferSet::applyOverlays(VideoFrameBuffer& frame, VideoOverlayFrames& overlays) {
+  // By contract the transfer's label.
   return guarded("VideoFrameBufferSet::transferFrame", [&]() -> uint32_t {
+    // Another thread may clear the overlays: what is counted must be what is drawn.
+    const ScopedLock hold(overlays.getLock());
     return overlays.getFrameCount() != 0 ? failureOnly(frame.applyOverlay(overlays)) : kSuccess;
   });
 }

@@ -1,3 +1,4 @@
+// One-off format conversions of tightly packed pictures.
 #include "frames/VideoFrameUtils.h"
 
 #include "frames/geometry/FourCC.h"

@@ -1,3 +1,4 @@
+// The numbered overlays of a pool, under the lock that drawing holds.
 #include "frames/VideoOverlayFrames.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The inventory of acceleration back ends, taken once at start-up.
 #include "hardware/HardwareInspector.h"
 
 #include <dlfcn.h>

@@ -1,3 +1,4 @@
+// The inventory as JSON text.
 #include "hardware/HardwareReport.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// The process's one handle on Intel's display interface.
 #include "hardware/IntelDRMSingleton.h"
 
 namespace qvs {

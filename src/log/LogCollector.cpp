@@ -1,3 +1,4 @@
+// A bounded list of log statements under a lock.
 #include "log/LogCollector.h"
 
 #include "platform/ConcurrentLockFactory.h"

@@ -1,3 +1,4 @@
+// The process's collector for code without a session.
 #include "log/LogGlobalLogger.h"
 
 namespace qvs {

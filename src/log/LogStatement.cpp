@@ -1,3 +1,4 @@
+// Handing a statement out as plain data.
 #include "log/LogStatement.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// Makes the recursive locks of this platform.
 #include "platform/ConcurrentLockFactory.h"
 
 #include "platform/ConcurrentLockWindows.h"

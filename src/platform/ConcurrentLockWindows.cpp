@@ -1,3 +1,4 @@
+// A recursive pthread mutex.
 #include "platform/ConcurrentLockWindows.h"
 
 #include <system_error>

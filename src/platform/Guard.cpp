@@ -1,3 +1,4 @@
+// Printing a caught exception without needing memory.
 #include "platform/Guard.h"
 
 #include <cstdio>

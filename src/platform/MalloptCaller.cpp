@@ -1,3 +1,4 @@
+// The counted switch of malloc's fill byte.
 #include "platform/MalloptCaller.h"
 
 #include <malloc.h>

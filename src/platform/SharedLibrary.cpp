@@ -1,3 +1,4 @@
+// Opening, searching and closing a run-time library.
 #include "platform/SharedLibrary.h"
 
 #include <dlfcn.h>
@@ -5,6 +6,8 @@
 #include <utility>
 
 namespace qvs {
+
+const int SharedLibrary::kLazy = RTLD_LAZY | RTLD_LOCAL;
 
 SharedLibrary::SharedLibrary(SharedLibrary&& other) noexcept
     : handle(std::exchange(other.handle, nullptr)), error(std::move(other.error)) {}

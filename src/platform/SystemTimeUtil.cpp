@@ -1,3 +1,4 @@
+// Wall clock and HTTP date.
 #include "platform/SystemTimeUtil.h"
 
 #include <sys/time.h>

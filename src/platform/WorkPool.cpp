@@ -1,3 +1,4 @@
+// The threads that asynchronous encoders share, and the owner that works while it waits.
 #include "platform/WorkPool.h"
 
 #include <algorithm>

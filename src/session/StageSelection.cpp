@@ -1,3 +1,4 @@
+// The tables from codec and implementation numbers to the classes that serve them.
 #include "session/StageSelection.h"
 
 #include <fmt/format.h>

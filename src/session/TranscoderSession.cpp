@@ -1,3 +1,4 @@
+// A session's life: make, initialize, reset, and its plug-in paths.
 #include "session/TranscoderSession.h"
 
 #include "hardware/HardwareInspector.h"
@@ -12,7 +13,7 @@ TranscoderSession::TranscoderSession() {
 
 TranscoderSession::~TranscoderSession() {
   finishVideoEncoders();
-  currVideoDecodeBuffer.reset();
+  currVideoDecodeBuffer = {};
   audioDecoderWorkingBuffer.reset();
 }
 

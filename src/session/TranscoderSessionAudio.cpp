@@ -1,3 +1,4 @@
+// The session's audio operations: decode, resample, hand over to renditions, encode.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>

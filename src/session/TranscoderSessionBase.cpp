@@ -1,3 +1,4 @@
+// What a session owns, and look-ups by index.
 #include "session/TranscoderSessionBase.h"
 
 namespace qvs {

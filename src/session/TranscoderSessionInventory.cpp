@@ -1,3 +1,4 @@
+// The hardware inventory, logged and copied for the host.
 #include <fmt/format.h>
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// The session's typed parameter operations, passed on to decoder and encoders.
 #include "platform/Guard.h"
 #include "session/TranscoderSession.h"
 

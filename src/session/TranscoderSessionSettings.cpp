@@ -1,3 +1,4 @@
+// The session's settings of decoder and encoders: rates, sizes, rectangles, initialization.
 #include "session/Forward.h"
 #include "session/TranscoderSession.h"
 

@@ -1,3 +1,4 @@
+// Making a session's stages and pools and tying them to each other.
 #include <fmt/format.h>
 
 #include "contract/HardwareInfo.h"

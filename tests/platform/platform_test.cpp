@@ -21,7 +21,9 @@ TEST(Guard, PrintsAndTurnsAnExceptionIntoAFailure) {
   EXPECT_EQ(result, kFailure);
 
   EXPECT_EQ(guarded("Stage::step", [] { return 7u; }), 7u);
-  EXPECT_EQ(guarded("Stage::step", []() -> int { throw std::bad_alloc(); }, 5), 5);
+  EXPECT_EQ(guarded(
+                "Stage::step", []() -> int { throw std::bad_alloc(); }, 5),
+            5);
 }
 
 TEST(Guard, LetsForeignExceptionsPass) {

@@ -124,8 +124,7 @@ TEST(SessionThreads, EndsCleanlyWithFramesInWork) {
     Road road(RoadSetup{.rungs = {{320, 240}, {160, 120}}, .asynchronous = true});
     ASSERT_TRUE(road.open());
     auto& session = road.getSession();
-    Packet packet = packets[0];
-    session.videoDecoderAddFrame(packet.data(), 0, static_cast<uint32_t>(packet.size()), 0, 1);
+    session.videoDecoderAddFrame(CodedBlock::copyOf(packets[0]), 0, 1);
     uint32_t source = 0, status = 0;
     uint64_t timecode = 0;
     std::vector<VideoFrameAncillaryData> ancillaryData;

@@ -118,6 +118,7 @@ typedef struct VideoFrameIntrinsicScalerFrame {
  *   and each chroma sample (sum of A*C + (1020 - sum of A)*old) / 1020 over the four overlay pixels that it
  *   covers, where pixels that the overlay doesn't have count as clear; both rounded to nearest.
  *   Missing: overlays are drawn by the transcoder's own converter. */
+/* clang-format off */
 #define VIDEO_SCALER_ENTRY_POINTS(X)                                                       \
   X(isAvailable, 1, uint32_t, (void))                                                      \
   X(create, 0, uint32_t, (void** session))                                                 \
@@ -128,6 +129,7 @@ typedef struct VideoFrameIntrinsicScalerFrame {
   X(overlayFrame, 0, uint32_t,                                                             \
     (void* session, uint32_t mode, uint32_t x, uint32_t y,                                 \
      const VideoFrameIntrinsicScalerFrame* overlay, VideoFrameIntrinsicScalerFrame* target))
+/* clang-format on */
 
 /* What a plug-in defines. */
 #define VIDEO_SCALER_DECLARE(name, needed, result, parameters) \
@@ -144,15 +146,15 @@ typedef struct PluginVideoScaler {
 
 /* Fills the table from a loaded library. `find` gives the address of a symbol of `library`, or null: dlsym has
  * the right shape. Returns 1 when every needed entry point is there, else 0. */
-static inline int videoScalerResolve(PluginVideoScaler* plugin, void* (*find)(void* library, const char* name),
-                                     void* library) {
+static inline int videoScalerResolve(PluginVideoScaler* plugin,
+                                     void* (*find)(void* library, const char* name), void* library) {
   int complete = 1;
   /* The bytes are copied because plain C has no cast from a data pointer to a function pointer. */
-#define VIDEO_SCALER_RESOLVE(name, needed, result, parameters)                \
-  {                                                                           \
-    void* address = find(library, "zarvoVideoScaler_" #name);                 \
-    memcpy(&plugin->func_##name, &address, sizeof address);                   \
-    if (needed && !address) complete = 0;                                     \
+#define VIDEO_SCALER_RESOLVE(name, needed, result, parameters) \
+  {                                                            \
+    void* address = find(library, "zarvoVideoScaler_" #name);  \
+    memcpy(&plugin->func_##name, &address, sizeof address);    \
+    if (needed && !address) complete = 0;                      \
   }
   VIDEO_SCALER_ENTRY_POINTS(VIDEO_SCALER_RESOLVE)
 #undef VIDEO_SCALER_RESOLVE

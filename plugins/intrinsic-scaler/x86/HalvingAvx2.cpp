@@ -1,3 +1,4 @@
+// The halving kernels with AVX2.
 #include <immintrin.h>
 
 #include "x86/ScalerKernelsX86.h"

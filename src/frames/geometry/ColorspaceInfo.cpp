@@ -1,3 +1,4 @@
+// Plane offsets, strides and crops of each format, as the converter's record holds them.
 #include "frames/geometry/ColorspaceInfo.h"
 
 #include <cstdlib>

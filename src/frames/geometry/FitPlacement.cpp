@@ -1,3 +1,4 @@
+// Source and target rectangles from fit mode, crop and padding.
 #include "frames/geometry/FitPlacement.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The table of pixel formats: plane shape, depth, packing, by fourCC.
 #include "frames/geometry/FormatTable.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Filling a converter frame with a layout over its own memory.
 #include "frames/geometry/Frame.h"
 
 namespace qvs {

@@ -1,3 +1,4 @@
+// Where the planes of a pool frame lie in host memory, by fourCC.
 #include "frames/geometry/HostLayout.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Where an overlay lies in a picture, from its alignment and offsets.
 #include "frames/geometry/OverlayPlacement.h"
 
 namespace qvs {

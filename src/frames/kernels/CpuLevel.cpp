@@ -1,3 +1,4 @@
+// Which instruction sets this processor has.
 #include "frames/kernels/CpuLevel.h"
 
 namespace qvs {

@@ -1,3 +1,4 @@
+// Merging two planes to pairs and splitting them: plain form and choice of the vector form.
 #include "frames/kernels/SemiPlanar.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Sample blocks between Java objects and native buffers.
 #include "session/jni/AudioBlocks.h"
 
 #include "session/jni/JavaArrays.h"

@@ -1,3 +1,4 @@
+// Filling the Java object that tells what a decode step gave.
 #include "session/jni/DecodeReport.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Numbers in Java's holder objects.
 #include "session/jni/Holders.h"
 
 namespace qvs {

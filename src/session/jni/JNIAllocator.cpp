@@ -1,3 +1,4 @@
+// Java byte arrays as the memory of coded frames.
 #include "session/JNIAllocator.h"
 
 #include <jni.h>

@@ -1,3 +1,4 @@
+// Bounds-checked access to Java arrays.
 #include "session/jni/JavaArrays.h"
 
 #include <algorithm>

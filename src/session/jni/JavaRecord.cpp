@@ -1,3 +1,4 @@
+// Reading and writing the fields that a record's table lists.
 #include "session/jni/JavaRecord.h"
 
 namespace qvs {

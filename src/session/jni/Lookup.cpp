@@ -1,3 +1,4 @@
+// Looking classes, fields and methods up without leaving an exception pending.
 #include "session/jni/Lookup.h"
 
 namespace qvs {

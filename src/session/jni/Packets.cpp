@@ -1,3 +1,4 @@
+// Coded frames as Java packets.
 #include "session/jni/Packets.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// The Java array that carries a typed parameter.
 #include "session/jni/Parameters.h"
 
 namespace qvs {

@@ -1,3 +1,4 @@
+// Java pictures as overlays, frames as Java pictures.
 #include "session/jni/Pictures.h"
 
 #include <limits>

@@ -1,3 +1,4 @@
+// Making a resampler from its Java parameters.
 #include "session/jni/Resamplers.h"
 
 #include <cstdio>

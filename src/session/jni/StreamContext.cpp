@@ -1,3 +1,4 @@
+// The names of a stream, copied out of Java.
 #include "session/jni/StreamContext.h"
 
 #include <cstdio>

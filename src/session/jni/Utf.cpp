@@ -1,3 +1,4 @@
+// The scope that holds a Java string's characters.
 #include "session/jni/Utf.h"
 
 #include "session/jni/Lookup.h"

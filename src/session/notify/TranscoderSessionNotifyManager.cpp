@@ -1,3 +1,4 @@
+// The registry of session listeners and the calls to them.
 #include "session/notify/TranscoderSessionNotifyManager.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// H.264 configuration records, splitting of access units and the frame rate's fraction.
 #include "video/decoders/H264Utils.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Display sizes from aspect ratios, and how they are told in the log.
 #include "video/decoders/H26XCommon.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// Length-prefixed access units made ready for the codec, with byte sequences spliced in.
 #include "video/decoders/NalUnitSplicer.h"
 
 #include "contract/FrameTypes.h"

@@ -1,3 +1,4 @@
+// Copying a libvpx image into a frame, planar or with paired chroma.
 #include "video/decoders/VPXImageCopy.h"
 
 #include <algorithm>

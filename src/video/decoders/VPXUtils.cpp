@@ -1,3 +1,4 @@
+// IVF headers for dumps of coded video.
 #include "video/decoders/VPXUtils.h"
 
 #include <cstdint>

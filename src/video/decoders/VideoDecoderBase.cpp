@@ -1,3 +1,4 @@
+// What all video decoders share: the stream's description, spliced byte sequences, capture settings.
 #include "video/decoders/VideoDecoderBase.h"
 
 #include <algorithm>

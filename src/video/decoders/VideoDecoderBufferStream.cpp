@@ -1,3 +1,4 @@
+// The driver of video decoders behind a stream record: parameters, set-up, feeding, frames out.
 #include "video/decoders/VideoDecoderBufferStream.h"
 
 #include <fmt/format.h>
@@ -123,7 +124,10 @@ uint32_t VideoDecoderBufferStream::setUpWithHeader(const uint8_t* record, uint32
 uint32_t VideoDecoderBufferStream::finishSetUp(uint32_t state) {
   isFirstCodecConfig = 0;
   constexpr uint32_t kUnderstood = SEQ_HDR_FLAG | PARSE_DONE_FLAG;
-  if ((state & kUnderstood) != kUnderstood) return kHeaderNotUnderstood;
+  if ((state & kUnderstood) != kUnderstood) {
+    send(END_OF_UNIT);  // else a unit without a record would be taken for more of the header
+    return kHeaderNotUnderstood;
+  }
   updateDecodeInfo();
   send(INIT_FRAME_PARSER);
   send(PARSE_FRAMES);

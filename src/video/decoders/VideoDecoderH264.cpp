@@ -1,3 +1,4 @@
+// H.264 in: configuration records, stored parameter sets, display size.
 #include "video/decoders/VideoDecoderH264.h"
 
 #include <fmt/format.h>

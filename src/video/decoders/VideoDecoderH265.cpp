@@ -1,3 +1,4 @@
+// H.265 in: configuration records, parameter sets with the first key frame, display size.
 #include "video/decoders/VideoDecoderH265.h"
 
 #include <mc_decoder_codes.h>

@@ -1,3 +1,4 @@
+// MPEG-4 part 2, H.263 and Sorenson Spark in.
 #include "video/decoders/VideoDecoderMP4.h"
 
 #include <fmt/format.h>

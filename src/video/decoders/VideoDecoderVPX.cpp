@@ -1,9 +1,11 @@
+// VP8 and VP9 in by libvpx: restart at key frames, frame sizes, colors, parameters.
 #include "video/decoders/VideoDecoderVPX.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "contract/DecodeFlags.h"
 #include "contract/StageIds.h"
@@ -72,7 +74,7 @@ uint32_t VideoDecoderVPX::decode(uint32_t* flags) {
       bufferList.clear();
       return kSuccess;
     }
-    const ByteBlock block = bufferList.front();
+    const ByteBlock block = std::move(bufferList.front());
     bufferList.clear();
     ++frameCount;
     userData[0] = {block.timecode, block.frameType};

@@ -1,3 +1,4 @@
+// Start codes turned to lengths in coded access units, with the frame's type read on the way.
 #include "video/encoders/NalUnits.h"
 
 #include <algorithm>

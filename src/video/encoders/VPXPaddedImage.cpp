@@ -1,3 +1,4 @@
+// A copy of odd-sized frames with the last chroma column and row that libvpx reads.
 #include "video/encoders/VPXPaddedImage.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// A frame rate as the simplest fraction near it.
 #include "video/encoders/VPXTimebase.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// What all video encoders share.
 #include "video/encoders/VideoEncoderBase.h"
 
 #include "log/LogGlobalLogger.h"

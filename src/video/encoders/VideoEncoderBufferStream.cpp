@@ -1,3 +1,4 @@
+// The stream record behind video encoders: gathers access units, converts them, stamps timecodes.
 #include "video/encoders/VideoEncoderBufferStream.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// H.264 out through the codec library: set-up, rates, the way of a frame, worker or not.
 #include "video/encoders/VideoEncoderH264.h"
 
 #include <fmt/format.h>

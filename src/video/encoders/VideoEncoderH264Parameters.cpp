@@ -1,3 +1,4 @@
+// The H.264 encoder's parameter table and its access.
 #include <algorithm>
 #include <bit>
 #include <cmath>

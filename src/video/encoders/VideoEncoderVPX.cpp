@@ -1,3 +1,4 @@
+// VP8 and VP9 out by libvpx: set-up, rates, the way of a frame, worker or not.
 #include "video/encoders/VideoEncoderVPX.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// The VP8 and VP9 encoder's parameter table and its access.
 #include <cstring>
 #include <type_traits>
 

@@ -1,3 +1,4 @@
+// What all scaler objects share.
 #include "video/scaling/VideoScalerBase.h"
 
 #include "log/LogGlobalLogger.h"

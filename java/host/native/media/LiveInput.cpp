@@ -1,3 +1,4 @@
+// Bytes of a pipe or device handed to libavformat, with a stop that ends a waiting read.
 #include "media/LiveInput.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// Merging and splitting planes with AVX-512.
 #include <immintrin.h>
 
 #include "frames/kernels/x86/SemiPlanarX86.h"

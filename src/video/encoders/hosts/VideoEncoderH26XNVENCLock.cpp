@@ -1,3 +1,4 @@
+// The process's lock around opening and closing NVENC sessions.
 #include "video/encoders/hosts/VideoEncoderH26XNVENCLock.h"
 
 #include "platform/ConcurrentLockFactory.h"

@@ -1,3 +1,4 @@
+// The process's scaler plug-in: found, probed, and called.
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
 #include <cstring>

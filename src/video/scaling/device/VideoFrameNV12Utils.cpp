@@ -1,3 +1,4 @@
+// Planar 4:2:0 to NV12 and back in host memory, over the overlap of two sizes.
 #include "video/scaling/device/VideoFrameNV12Utils.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The C interface of the AAC decoder.
 #include "audio/AudioStreamDecoder.h"
 #include "mc_dec_aac.h"
 

@@ -1,3 +1,4 @@
+// AAC LC by libavcodec behind the encoder's stream record.
 #include "audio/AacEncoder.h"
 
 #include <algorithm>

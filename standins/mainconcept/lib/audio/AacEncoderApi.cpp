@@ -1,3 +1,4 @@
+// The C interface of the AAC encoder.
 #include <mc_enc_aac.h>
 
 #include <new>

@@ -1,3 +1,4 @@
+// The AAC encoder's defaults and what it refuses.
 #include "audio/AacSettings.h"
 
 #include <iterator>

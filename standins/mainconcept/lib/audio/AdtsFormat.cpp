@@ -1,3 +1,4 @@
+// Reading ADTS headers, for the frame assembler.
 #include <iterator>
 
 #include "audio/FrameFormat.h"

@@ -1,3 +1,4 @@
+// A stream of samples from one rate and layout to another, or handed on as it is.
 #include "audio/AudioConverter.h"
 
 #include <algorithm>

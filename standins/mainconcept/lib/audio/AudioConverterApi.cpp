@@ -1,3 +1,4 @@
+// The C interface of the audio converter.
 #include "audio/AudioConverter.h"
 
 using qvs::mc::AudioConverter;

@@ -1,4 +1,4 @@
-// The audio decoders' stream record: its functions, commands and states.
+// The audio decoder behind a stream record: bytes and commands in, blocks out.
 #include "audio/AudioStreamDecoder.h"
 
 #include <cstring>

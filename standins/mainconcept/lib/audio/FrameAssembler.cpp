@@ -1,4 +1,4 @@
-// Coded frames out of bytes that come in any pieces.
+// Finding whole coded frames in bytes that come in pieces, past tags and damage.
 #include "audio/FrameAssembler.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The C interface of the MPEG audio decoder.
 #include "audio/AudioStreamDecoder.h"
 #include "mc_dec_mpa.h"
 

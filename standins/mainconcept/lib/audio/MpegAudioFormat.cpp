@@ -1,3 +1,4 @@
+// Reading MPEG audio headers and tags, for the frame assembler.
 #include <algorithm>
 #include <cstring>
 #include <iterator>

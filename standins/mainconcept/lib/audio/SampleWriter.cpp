@@ -1,3 +1,4 @@
+// Planes of floating-point samples to interleaved 16 bits.
 #include "audio/SampleWriter.h"
 
 #include <cmath>

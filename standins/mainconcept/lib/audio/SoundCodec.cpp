@@ -1,3 +1,4 @@
+// One audio decoder of libavcodec.
 #include "audio/SoundCodec.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Channel masks as the engine's speakers.
+// Channel layouts and whether libswresample can mix one into another.
 #include "audio/SpeakerLayout.h"
 
 #include <mc_audio_converter.h>

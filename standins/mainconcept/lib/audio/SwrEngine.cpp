@@ -1,3 +1,4 @@
+// One converter of libswresample.
 #include "audio/SwrEngine.h"
 
 #include <new>

@@ -1,3 +1,4 @@
+// Opening the ffmpeg libraries at run time and finding their functions.
 #include "av/AvLibrary.h"
 
 #include <dlfcn.h>

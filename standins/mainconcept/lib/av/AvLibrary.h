@@ -16,31 +16,25 @@ extern "C" {
 }
 
 // Functions in use, by library. Add a name here and it is a member of AvLibrary.
-#define QVS_AVUTIL_FUNCTIONS(X)                                                                         \
-  X(av_frame_alloc)                                                                                     \
-  X(av_frame_free)                                                                                      \
-  X(av_frame_unref) X(av_frame_get_buffer) X(av_frame_make_writable) X(av_buffer_create) X(av_buffer_unref) X(av_dict_set)        \
-      X(av_dict_free) X(av_free) X(av_freep) X(av_malloc) X(av_mallocz) X(av_opt_set) X(av_opt_set_int) \
-          X(av_pix_fmt_desc_get) X(av_channel_layout_default) X(av_channel_layout_uninit)               \
-              X(av_channel_layout_from_mask) X(av_channel_layout_copy)                                   \
-                  X(av_frame_clone) X(av_buffer_realloc) X(av_buffer_is_writable)
-#define QVS_AVCODEC_FUNCTIONS(X)                                                                            \
-  X(avcodec_find_decoder)                                                                                   \
-  X(avcodec_find_decoder_by_name)                                                                           \
-  X(avcodec_find_encoder) X(avcodec_find_encoder_by_name) X(avcodec_alloc_context3) X(avcodec_free_context) \
-      X(avcodec_open2) X(avcodec_send_packet) X(avcodec_receive_frame) X(avcodec_send_frame)                \
-          X(avcodec_receive_packet) X(avcodec_flush_buffers) X(avcodec_default_get_buffer2)                 \
-              X(av_packet_alloc) X(av_packet_free) X(av_packet_unref) X(av_packet_make_refcounted)          \
-                  X(av_parser_init) X(av_parser_parse2) X(av_parser_close)
-#define QVS_AVFILTER_FUNCTIONS(X)                                                                   \
-  X(avfilter_graph_alloc)                                                                           \
-  X(avfilter_graph_free)                                                                            \
-  X(avfilter_graph_config) X(avfilter_graph_create_filter) X(avfilter_get_by_name) X(avfilter_link) \
-      X(av_buffersrc_add_frame_flags) X(av_buffersink_get_frame)
+// clang-format off
+#define QVS_AVUTIL_FUNCTIONS(X) \
+  X(av_frame_alloc) X(av_frame_free) X(av_frame_unref) X(av_frame_get_buffer) X(av_frame_make_writable) \
+  X(av_buffer_create) X(av_buffer_unref) X(av_dict_set) X(av_dict_free) X(av_free) X(av_freep) X(av_malloc) \
+  X(av_mallocz) X(av_opt_set) X(av_opt_set_int) X(av_pix_fmt_desc_get) X(av_channel_layout_default) \
+  X(av_channel_layout_uninit) X(av_channel_layout_from_mask) X(av_channel_layout_copy) X(av_frame_clone) \
+  X(av_buffer_realloc) X(av_buffer_is_writable)
+#define QVS_AVCODEC_FUNCTIONS(X) \
+  X(avcodec_find_decoder) X(avcodec_find_decoder_by_name) X(avcodec_find_encoder) \
+  X(avcodec_find_encoder_by_name) X(avcodec_alloc_context3) X(avcodec_free_context) X(avcodec_open2) \
+  X(avcodec_send_packet) X(avcodec_receive_frame) X(avcodec_send_frame) X(avcodec_receive_packet) \
+  X(avcodec_flush_buffers) X(avcodec_default_get_buffer2) X(av_packet_alloc) X(av_packet_free) \
+  X(av_packet_unref) X(av_packet_make_refcounted) X(av_parser_init) X(av_parser_parse2) X(av_parser_close)
+#define QVS_AVFILTER_FUNCTIONS(X) \
+  X(avfilter_graph_alloc) X(avfilter_graph_free) X(avfilter_graph_config) X(avfilter_graph_create_filter) \
+  X(avfilter_get_by_name) X(avfilter_link) X(av_buffersrc_add_frame_flags) X(av_buffersink_get_frame)
 #define QVS_SWRESAMPLE_FUNCTIONS(X) \
-  X(swr_alloc_set_opts2)            \
-  X(swr_init)                       \
-  X(swr_free) X(swr_convert) X(swr_get_out_samples)
+  X(swr_alloc_set_opts2) X(swr_init) X(swr_free) X(swr_convert) X(swr_get_out_samples)
+// clang-format on
 
 namespace qvs::mc {
 

@@ -1,3 +1,4 @@
+// Color description numbers, checked and derived from the size where none is given.
 #include "avc/AvcColour.h"
 
 #include <iterator>

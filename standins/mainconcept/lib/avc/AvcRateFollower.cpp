@@ -1,3 +1,4 @@
+// Measuring the real frame rate, to correct a rate control that believes the nominal one.
 #include "avc/AvcRateFollower.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The settings' scaling lists, checked and handed to libx264.
 #include "avc/AvcScalingLists.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The table from fields of the settings record to those of libx264.
 #include "avc/AvcSettingTable.h"
 
 #include <limits>

@@ -1,3 +1,4 @@
+// The settings record: defaults by preset and profile, and its translation for libx264.
 #include "avc/AvcSettings.h"
 
 #include <algorithm>

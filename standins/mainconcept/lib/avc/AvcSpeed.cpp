@@ -1,3 +1,4 @@
+// Speed levels as libx264 presets, with their cost.
 #include "avc/AvcSpeed.h"
 
 #include <algorithm>

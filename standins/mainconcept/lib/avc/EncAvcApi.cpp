@@ -1,3 +1,4 @@
+// The C interface of the H.264 encoder.
 #include <mc_enc_avc.h>
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// The table of formats.
 #include "ucc/PixelFormat.h"
 
 #include "ucc/RowCodecs.h"

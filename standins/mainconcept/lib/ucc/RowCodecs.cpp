@@ -1,3 +1,4 @@
+// Row codecs too large for their header, and those that stand on libyuv.
 #include "ucc/RowCodecs.h"
 
 #include <libyuv.h>

@@ -1,3 +1,4 @@
+// The converter's C interface.
 #include <new>
 
 #include "ucc/Converter.h"

@@ -1,3 +1,4 @@
+// Reading H.264 parameter sets: size, aspect, timing, reordering.
 #include "video/AvcHeader.h"
 
 #include <algorithm>

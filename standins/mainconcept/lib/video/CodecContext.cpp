@@ -1,3 +1,4 @@
+// One video decoder of libavcodec.
 #include "video/CodecContext.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Deinterlacing by libavfilter without delay.
 #include "video/Deinterlacer.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// Telling when MPEG-2 fields stop pairing up to frames.
 #include "video/FieldPairing.h"
 
 #include "video/Mpeg2Header.h"

@@ -1,3 +1,4 @@
+// Stream descriptions out of each codec's configuration or first picture.
 #include "video/HeaderReaders.h"
 
 #include <memory>

@@ -1,3 +1,4 @@
+// Reading MPEG-2 sequence headers, and finding where a picture begins.
 #include "video/Mpeg2Header.h"
 
 #include <iterator>

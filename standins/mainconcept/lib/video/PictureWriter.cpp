@@ -1,3 +1,4 @@
+// Decoded pictures of any YUV form written into 8-bit 4:2:0 frames.
 #include "video/PictureWriter.h"
 
 #include <algorithm>

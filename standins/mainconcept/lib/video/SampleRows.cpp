@@ -1,3 +1,4 @@
+// Rows of one plane converted to a row of 8-bit 4:2:0.
 #include "video/SampleRows.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Gathering the coded bytes of a unit, with room behind for the codecs' reads.
 #include "video/UnitBuffer.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The C interface of the video decoders.
 #include <iterator>
 #include <new>
 

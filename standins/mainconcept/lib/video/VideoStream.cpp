@@ -1,3 +1,4 @@
+// The video decoder behind a stream record: bytes and commands in, frames and states out.
 #include "video/VideoStream.h"
 
 #include <algorithm>

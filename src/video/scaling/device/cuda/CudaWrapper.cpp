@@ -1,3 +1,4 @@
+// The CUDA driver, opened at run time, and what is asked of it.
 #include "video/scaling/device/cuda/CudaWrapper.h"
 
 #include <memory>

@@ -1,3 +1,4 @@
+// Blending of planes, the portable rows, and the making of an overlay's planes.
 #include "Blend.h"
 
 #include <algorithm>

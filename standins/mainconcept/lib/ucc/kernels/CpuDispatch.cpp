@@ -1,3 +1,4 @@
+// Chooses between the forms of the kernels.
 #include "CpuDispatch.h"
 
 #include <atomic>

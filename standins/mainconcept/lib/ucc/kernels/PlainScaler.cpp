@@ -1,3 +1,4 @@
+// The portable forms of the scaler's kernels.
 #include "PlainScaler.h"
 
 #include <algorithm>
@@ -65,7 +66,7 @@ void plainFilterLine(const FilterBank& filter, uint32_t components, const int16_
 }
 
 void addPlainScaler(KernelTable& table) {
-  table.gatherVectorBytes = table.gatherUnitBytes = 0;
+  table.gatherVector = {};
   table.scaleLine = plainScaleLine;
   table.combineLines = plainCombineLines;
   table.sumRows = plainSumRows;

@@ -1,3 +1,4 @@
+// Copying and filling of planes.
 #include "Plane.h"
 
 #include <cstring>

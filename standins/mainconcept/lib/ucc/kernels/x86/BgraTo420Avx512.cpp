@@ -1,3 +1,4 @@
+// The RGB to 4:2:0 kernels in AVX-512.
 #include <immintrin.h>
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// The blending kernels in AVX2.
 #include <immintrin.h>
 
 #include <cstring>

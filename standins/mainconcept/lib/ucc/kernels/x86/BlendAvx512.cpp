@@ -1,3 +1,4 @@
+// The blending kernels in AVX-512.
 #include <immintrin.h>
 
 #include "../KernelTable.h"
