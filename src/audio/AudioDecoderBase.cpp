@@ -86,7 +86,7 @@ bool AudioDecoderBase::makeRoom(AudioSampleBuffer& out, uint64_t sampleCount, ui
   return true;
 }
 
-uint32_t AudioDecoderBase::noBlock(AudioSampleBuffer& out) {
+uint32_t AudioDecoderBase::emptyBlock(AudioSampleBuffer& out) {
   out.setSampleCount(0);
   return kSuccess;
 }

@@ -97,7 +97,7 @@ uint32_t AudioDecoderOpus::decodeFirstFrame(uint8_t*, uint32_t, uint32_t) {
     firstFrameDecoded = 1;
     // The packet itself tells nothing: many streams begin with one of silence, no longer than 3 bytes.
     if (head.channels != 0) return openDecoder();
-    warn("AudioDecoderOpus::decodeFirstFrame[{context}]: No sound before a codec configuration");
+    warn("AudioDecoderOpus::decodeFirstFrame[{context}]: No audio before a codec configuration");
     return kSuccess;
   });
 }
@@ -128,17 +128,17 @@ uint32_t AudioDecoderOpus::decodeFrame(uint8_t* buffer, uint32_t offset, uint32_
   return guarded("AudioDecoderOpus::decodeFrame", [&]() -> uint32_t {
     const ScopedLock scope(*lock);
     if (!decoder || buffer == nullptr || len == 0 || len > uint32_t{std::numeric_limits<opus_int32>::max()}) {
-      return noBlock(out);
+      return emptyBlock(out);
     }
     restoreFormat();
     const uint8_t* packet = buffer + offset;
     const auto packetLen = static_cast<opus_int32>(len);
     const int announced = opus_decoder_get_nb_samples(decoder.get(), packet, packetLen);
-    if (announced < 1) return noBlock(out);
+    if (announced < 1) return emptyBlock(out);
     if (!makeRoom(out, static_cast<uint32_t>(announced), opened.channels)) return kFailure;
     auto* samples = reinterpret_cast<opus_int16*>(out.getBuffer());
     const int decoded = opus_decode(decoder.get(), packet, packetLen, samples, announced, 0);
-    if (decoded < 1) return noBlock(out);
+    if (decoded < 1) return emptyBlock(out);
     finishBlock(out, static_cast<uint32_t>(decoded), timecode);
     return kSuccess;
   });

@@ -154,7 +154,7 @@ uint32_t AudioEncoderVorbis::addSampleBuffer(AudioSampleBuffer* buffer, std::vec
   const std::unique_ptr<AudioSampleBuffer> samples(buffer);
   return guarded("AudioEncoderVorbis::addSampleBuffer", [&]() -> uint32_t {
     constexpr const char* kLabel = "AudioEncoderVorbis.addSampleBuffer";
-    const uint32_t count = samples ? takeStock(*samples) : 0;
+    const uint32_t count = samples ? countSamples(*samples) : 0;
     if (count == 0) return kSuccess;
     if (encoderInited == 0) return kFailure;
     if (timecodeList.size() >= kHoldersMost) {
@@ -211,7 +211,7 @@ void AudioEncoderVorbis::analyse() {
     vorbis_bitrate_addblock(&block);
     while (vorbis_bitrate_flushpacket(&dspState, &packet) != 0) {
       ogg_stream_packetin(&streamState, &packet);
-      // The first packet gives no sound, only where the count starts.
+      // The first packet gives no audio, only where the count starts.
       if (lastGranule < 0) lastGranule = packet.granulepos;
     }
   }

@@ -72,7 +72,7 @@ uint32_t AudioResampler::resample(AudioSampleBuffer& in, AudioSampleBuffer& out)
     // The clock of a block that is refused stands still: the one behind it starts anew.
     const bool taken = aconv == nullptr || makeRoom(samples);
     if (taken) timecodeSrcNext += samples;
-    if (aconv == nullptr || !taken) tellDropped(taken ? "no converter" : "its output is too large", samples);
+    if (aconv == nullptr || !taken) warnDropped(taken ? "no converter" : "its output is too large", samples);
     collect = taken && convert(in, samples, channels) && ptr != 0;
   }
   // Nothing is written to `out` before here: it may be the block that was converted.
@@ -134,7 +134,7 @@ bool AudioResampler::makeRoom(uint64_t samples) {
 }
 
 /// A line for a block that is lost, unless a set-up or this has had one a short while ago.
-void AudioResampler::tellDropped(const char* reason, uint32_t samples) {
+void AudioResampler::warnDropped(const char* reason, uint32_t samples) {
   const bool due = frameCountDrop == kNoTimecode || frameCount - frameCountDrop > kBlocksBetweenLines;
   if (!due || logger == nullptr) return;
   frameCountDrop = frameCount;

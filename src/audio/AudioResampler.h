@@ -11,7 +11,7 @@ namespace qvs {
 class AudioSampleBuffer;
 class ILogger;
 
-/// Brings blocks of interleaved 16-bit sound of any rate and layout to one rate and layout. Belongs to the
+/// Brings blocks of interleaved 16-bit audio of any rate and layout to one rate and layout. Belongs to the
 /// decoder or encoder that it is attached to; one thread at a time.
 ///
 /// The first block, and each block that changes format or doesn't follow the one before, starts a converter:
@@ -78,7 +78,7 @@ class AudioResampler {
   Rest rebuild(uint32_t sampleRate, uint32_t channels, uint64_t timecode);
   bool convert(const AudioSampleBuffer& in, uint32_t samples, uint32_t channels);
   bool makeRoom(uint64_t samples);
-  void tellDropped(const char* reason, uint32_t samples);
+  void warnDropped(const char* reason, uint32_t samples);
   uint32_t moveSamples(const uint8_t* bytes, uint32_t size, uint64_t& timecode, AudioSampleBuffer& target,
                        uint32_t existing) const;
   void fillStream();

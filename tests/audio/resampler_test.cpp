@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "SoundBlocks.h"
+#include "SampleBlocks.h"
 #include "support/SweptSine.h"
 
 namespace qvs {

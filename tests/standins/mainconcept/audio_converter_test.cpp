@@ -100,7 +100,7 @@ TEST(AudioConverter, SweptSineKeeps93Decibels) {
   }
 }
 
-TEST(AudioConverter, BlockSizesAndRoomInTheStreamDoNotShowInTheSound) {
+TEST(AudioConverter, BlockSizesAndRoomInTheStreamDoNotShowInTheSamples) {
   const auto in = qvs::test::sweptSine(44100, 1.0, 2);
   const auto whole = convert(stereo(44100, 48000), in, in.size());
   for (size_t frames : {1u, 7u, 441u, 4096u})

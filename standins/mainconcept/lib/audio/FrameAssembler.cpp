@@ -16,7 +16,7 @@ FrameAssembler::Progress FrameAssembler::take(std::span<const uint8_t>& input) {
       input = {};
       return Progress::kRefused;
     }
-    if (format.holdsSound(frame(), frameHeader)) {
+    if (format.holdsAudio(frame(), frameHeader)) {
       junk = 0;
       return Progress::kFrame;
     }

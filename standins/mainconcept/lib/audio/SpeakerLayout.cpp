@@ -56,7 +56,7 @@ uint64_t speakersOf(uint32_t flags) {
 constexpr uint32_t kPairs[] = {CHANNEL_FLAG_L | CHANNEL_FLAG_R, CHANNEL_FLAG_Ls | CHANNEL_FLAG_Rs,
                                CHANNEL_FLAG_Lrs | CHANNEL_FLAG_Rrs};
 
-// Sound is mixed between rooms that have a front and both speakers of each pair.
+// Audio is mixed between rooms that have a front and both speakers of each pair.
 bool canBeMixed(uint32_t flags) {
   for (const uint32_t pair : kPairs) {
     if ((flags & pair) != 0 && (flags & pair) != pair) return false;
