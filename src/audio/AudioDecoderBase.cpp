@@ -51,6 +51,8 @@ uint64_t AudioDecoderBase::getTimecodeScaled(uint64_t lastTimecode, uint32_t las
 }
 
 void AudioDecoderBase::setFormat(uint32_t sampleRate, uint32_t channels) {
+  // The running count is in samples of one rate.
+  if (sampleRate != streamSampleRate) lastTimecodeScaled = ~uint64_t{0};
   streamSampleRate = decodedSampleRate = sampleRate;
   streamChannels = decodedChannels = channels;
 }

@@ -55,7 +55,8 @@ class AudioDecoderBase : public WithoutParameters<IAudioDecoder> {
   uint64_t getTimecodeScaled(uint64_t lastTimecodeScaled, uint32_t lastSampleCount,
                              uint64_t timecodeMs) const;
 
-  /// Takes the stream's format into the record, and keeps it for `restoreFormat`.
+  /// Takes the stream's format into the record, and keeps it for `restoreFormat`. At another rate than
+  /// before the running count starts anew.
   void setFormat(uint32_t sampleRate, uint32_t channels);
 
   /// Puts the stream's format back where a reset has zeroed the record: the stream itself went on.

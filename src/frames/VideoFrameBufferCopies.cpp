@@ -34,6 +34,15 @@ void completeSize(const frame_tt& frame, uint32_t* width, uint32_t* height) {
   }
 }
 
+/// Whether the planes lie where the plug-in's record, which tells of the first one only, has them. Those of
+/// an odd picture don't: its chroma is rounded up.
+bool liesAsRecord(const frame_tt& frame) {
+  const ptrdiff_t half = frame.stride[0] / 2;
+  const uint8_t* second = frame.plane[0] + ptrdiff_t{frame.stride[0]} * frame.height;
+  return frame.stride[0] > 0 && frame.stride[1] == half && frame.stride[2] == half &&
+         frame.plane[1] == second && frame.plane[2] == second + half * (frame.height / 2);
+}
+
 VideoFrameIntrinsicScalerFrame scalerFrame(const frame_tt& frame) {
   return {frame.four_cc, frame.plane[0], static_cast<uint32_t>(frame.stride[0]), frame.width, frame.height};
 }
@@ -76,6 +85,7 @@ void VideoFrameBuffer::updateFractionalFrames(uint32_t width, uint32_t height) {
     const uint32_t halfWidth = source->width / 2;
     const uint32_t halfHeight = source->height / 2;
     if (halfWidth <= width || halfHeight <= height || halfWidth % 2 != 0 || halfHeight % 2 != 0) return;
+    if (!liesAsRecord(*source)) return;
     if (!halve(*source, level)) return;
     source = &level.frame;
   }

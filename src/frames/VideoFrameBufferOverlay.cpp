@@ -83,6 +83,7 @@ bool VideoFrameBuffer::drawByPlugin(VideoOverlayFrame& overlay, const OverlayPla
   VideoFrameIntrinsicScalerFrame image{kFourCCVUYA, overlay.getBufferYUVA(), width * kPackedPixelBytes, width,
                                        height};
   if (overlay.getFourCC() == kFourCCVUYA) {
+    if (overlay.uccView().stride[0] < 0) return false;  // the record has no bottom-up images
     image.plane = overlay.uccView().plane[0];
     image.stride = static_cast<uint32_t>(overlay.uccView().stride[0]);
   }
@@ -133,8 +134,8 @@ void VideoFrameBuffer::reportShortOverlay(VideoOverlayFrame& overlay) const {
       kLogContextNone, 0,
       fmt::format("VideoFrameBuffer.applyOverlay[{{context}}]: Overlay is not drawn, its image is too short: "
                   "size:{}x{} stride:{} offset:{} bytes:{}",
-                  overlay.getWidth(), overlay.getHeight(), overlay.getStride(), overlay.getFrameStartOffset(),
-                  overlay.getBufferLen()));
+                  overlay.getWidth(), overlay.getHeight(), static_cast<int32_t>(overlay.getStride()),
+                  overlay.getFrameStartOffset(), overlay.getBufferLen()));
 }
 
 bool VideoFrameBuffer::hasScalerSession() {

@@ -60,7 +60,10 @@ uint32_t VideoFrameBufferSet::transferFrame(VideoFrameBuffer& source, VideoFrame
 }
 
 uint32_t VideoFrameBufferSet::applyOverlays(VideoFrameBuffer& frame, VideoOverlayFrames& overlays) {
+  // By contract the transfer's label.
   return guarded("VideoFrameBufferSet::transferFrame", [&]() -> uint32_t {
+    // Another thread may clear the overlays: what is counted must be what is drawn.
+    const ScopedLock hold(overlays.getLock());
     return overlays.getFrameCount() != 0 ? failureOnly(frame.applyOverlay(overlays)) : kSuccess;
   });
 }

@@ -19,7 +19,7 @@ struct VideoOverlayFrameData {
   uint32_t bufferLen = 0;         ///< bytes
   FrameMemory bufferYUVA;         ///< "VUYA", tight rows; made when first needed
   uint32_t bufferYUVALen = 0;     ///< bytes
-  uint32_t stride = 0;            ///< bytes
+  uint32_t stride = 0;            ///< bytes; the bits of a negative number for bottom-up images
   uint32_t frameStartOffset = 0;  ///< bytes to the first row
   uint32_t width = 0;
   uint32_t height = 0;
@@ -54,7 +54,7 @@ class VideoOverlayFrame {
   /// What can be done with an image, by its numbers.
   enum class Shape : uint8_t {
     kSound,    ///< its bytes cover it
-    kShort,    ///< its bytes end before its last row does: never read
+    kShort,    ///< some of its rows lie outside of its bytes: never read
     kRefused,  ///< a format or size that the system can't describe
   };
   Shape getShape() const { return shape; }
@@ -92,6 +92,8 @@ class VideoOverlayFrame {
 
  private:
   Shape describe();
+  /// Whether all rows, as `info` lays them out from the first row on, lie in the image's bytes.
+  bool isCovered(const mc_frame_colorspace_info_t& info) const;
   bool hasTransparentPixel() const;
 
   VideoOverlayFrameData overlayframe;

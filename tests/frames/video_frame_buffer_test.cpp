@@ -4,7 +4,6 @@
 #include <fstream>
 #include <vector>
 
-#include "frames/geometry/HostLayout.h"
 #include "frames/VideoFrameUtils.h"
 #include "Pictures.h"
 
@@ -64,19 +63,13 @@ TEST(VideoFrameBuffer, VpxViewNamesItsPlanesByTheLabel) {
 }
 
 TEST(VideoFrameBuffer, BlackFillStaysInsideEveryFormatsStorage) {
-  const uint32_t codes[] = {kFourCCYV12,    kFourCCI420,    kFourCCIYUV, kFourCCYV16,  kFourCCNV12,
-                            kFourCCNV21,    kFourCCBGRA,    kFourCCARGB, kFourCCBGR3,  kFourCCBGR4,
-                            fourcc("YUY2"), fourcc("UYVY"), kFourCCv210, kFourCCXYZ12, fourcc("none")};
-  for (uint32_t code : codes) {
+  for (uint32_t code : kAllFormats) {
     for (uint32_t size : {1u, 2u, 7u, 48u, 175u}) {
-      SCOPED_TRACE(testing::Message() << std::string(reinterpret_cast<const char*>(&code), 4) << " " << size);
+      SCOPED_TRACE(nameOf(code) + " " + std::to_string(size));
       VideoFrameBuffer frame;
-      const HostLayout layout = hostLayout(size, size, code);
-      auto* bytes = static_cast<uint8_t*>(std::malloc(layout.storageSize + 32));
-      std::memset(bytes, 0xA5, layout.storageSize + 32);
-      frame.setStorage(adoptMallocedMemory(bytes), size, size, code);
+      const Guard guard(frame, size, size, code);
       frame.blackFill();
-      for (uint32_t i = 0; i < 32; ++i) ASSERT_EQ(bytes[layout.storageSize + i], 0xA5);
+      EXPECT_TRUE(guard.isWhole());
       if (code == kFourCCYV12 || code == kFourCCNV12 || code == kFourCCYV16) {
         EXPECT_TRUE(isColour(frame, kBlack));
       }

@@ -163,7 +163,32 @@ AudioFile makeVorbis(uint32_t sampleRate, uint32_t channels) {
   return file;
 }
 
+std::vector<uint8_t> makePcmConfig(uint32_t sampleRate, uint32_t channels) {
+  std::vector<uint8_t> config(8);
+  put(config, 0, sampleRate);
+  put(config, 4, channels);
+  return config;
+}
+
+AudioFile makePcm(uint32_t sampleRate, uint32_t channels) {
+  AudioFile file{.codec = "pcm_s16le",
+                 .config = makePcmConfig(sampleRate, channels),
+                 .sampleRate = sampleRate,
+                 .channels = channels,
+                 .leadIn = 0,
+                 .packets = {}};
+  const auto sound = makeSound(sampleRate, channels, sampleRate);
+  const auto* bytes = reinterpret_cast<const uint8_t*>(sound.data());
+  const size_t size = size_t{sampleRate / 50} * channels * 2;
+  for (size_t at = 0; at + size <= sound.size() * 2; at += size) {
+    file.packets.push_back(
+        {{bytes + at, bytes + at + size}, 20.0 * static_cast<double>(file.packets.size())});
+  }
+  return file;
+}
+
 AudioFile makeCodedSound(const std::string& codec) {
+  if (codec == "pcm_s16le") return makePcm(48000, 2);
   if (codec == "opus") return makeOpus(2);
   if (codec == "vorbis") return makeVorbis(44100, 2);
   return makeSpeex(2);

@@ -16,6 +16,10 @@ AudioFile makeOpus(uint32_t channels);
 AudioFile makeVorbis(uint32_t sampleRate, uint32_t channels);
 AudioFile makeSpeex(uint32_t framesPerPacket);
 
+/// The same as samples, at any rate and channel count.
+AudioFile makePcm(uint32_t sampleRate, uint32_t channels);
+std::vector<uint8_t> makePcmConfig(uint32_t sampleRate, uint32_t channels);
+
 /// By the name that libavcodec has for the codec.
 AudioFile makeCodedSound(const std::string& codec);
 

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <stdexcept>
 
 #include "contract/DecodeFlags.h"
@@ -119,19 +118,13 @@ bool SessionDriver::wireRung(const RungSetup& rung) {
 
 bool SessionDriver::decode(std::span<const uint8_t> packet, uint64_t timecode, uint32_t frameType) {
   releaseDecoded();
-  // Exactly as many bytes as the packet has: a read past its end is a fault that a sanitizer sees.
-  auto* bytes = static_cast<uint8_t*>(std::malloc(packet.empty() ? 1 : packet.size()));
-  if (!bytes) {
+  CodedBlock block = CodedBlock::copyOf(packet);
+  if (!block) {
     failed = true;
     return false;
   }
-  if (!packet.empty()) std::memcpy(bytes, packet.data(), packet.size());
   ++packets;
-  const uint32_t added =
-      transcoder.videoDecoderAddFrame(bytes, 0, static_cast<uint32_t>(packet.size()), timecode, frameType);
-  // After the call: until then the decoder may still read the block before.
-  transcoder.takeVideoDecodeBuffer(bytes);
-  did(added, "videoDecoderAddFrame");
+  did(transcoder.videoDecoderAddFrame(std::move(block), timecode, frameType), "videoDecoderAddFrame");
   if (!QVS_DID(videoDecoderBufferAllocate(&decodedIndex))) return false;
   holdsPicture = true;
   uint32_t status = 0;

@@ -27,13 +27,8 @@ QVS_NATIVE(videoDecoderAddFrame)
   return withSession(QVS_LABEL(videoDecoderAddFrame), classPtr, [&](TranscoderSession& session) -> jlong {
     MallocBytes block = copyBytes(env, buffer, offset, len);
     if (!block) return kEntryFailure;
-    uint8_t* bytes = block.get();
-    const uint32_t result =
-        session.videoDecoderAddFrame(bytes, 0, static_cast<uint32_t>(len), static_cast<uint64_t>(timecode),
-                                     static_cast<uint32_t>(frameType));
-    // Not before: a decoder that queues copies what it still holds of the block before.
-    session.takeVideoDecodeBuffer(block.release());
-    return result;
+    return session.videoDecoderAddFrame({std::move(block), 0, static_cast<uint32_t>(len)},
+                                        static_cast<uint64_t>(timecode), static_cast<uint32_t>(frameType));
   });
 }
 

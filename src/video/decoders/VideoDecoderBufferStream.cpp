@@ -124,7 +124,10 @@ uint32_t VideoDecoderBufferStream::setUpWithHeader(const uint8_t* record, uint32
 uint32_t VideoDecoderBufferStream::finishSetUp(uint32_t state) {
   isFirstCodecConfig = 0;
   constexpr uint32_t kUnderstood = SEQ_HDR_FLAG | PARSE_DONE_FLAG;
-  if ((state & kUnderstood) != kUnderstood) return kHeaderNotUnderstood;
+  if ((state & kUnderstood) != kUnderstood) {
+    send(END_OF_UNIT);  // else a unit without a record would be taken for more of the header
+    return kHeaderNotUnderstood;
+  }
   updateDecodeInfo();
   send(INIT_FRAME_PARSER);
   send(PARSE_FRAMES);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "contract/DecodeFlags.h"
 #include "contract/StageIds.h"
@@ -73,7 +74,7 @@ uint32_t VideoDecoderVPX::decode(uint32_t* flags) {
       bufferList.clear();
       return kSuccess;
     }
-    const ByteBlock block = bufferList.front();
+    const ByteBlock block = std::move(bufferList.front());
     bufferList.clear();
     ++frameCount;
     userData[0] = {block.timecode, block.frameType};

@@ -1,4 +1,4 @@
-// The colour converter: any picture format into any other, scaled where the sizes differ, with an optional
+// The color converter: any picture format into any other, scaled where the sizes differ, with an optional
 // overlay.
 //
 // Calls on one instance must not overlap; different instances are independent. An instance keeps its plan

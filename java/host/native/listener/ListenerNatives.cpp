@@ -1,44 +1,44 @@
-// The native side of PictureTap. A handle is the listener's pointer.
+// The native side of FrameTap. A handle is the listener's pointer.
 
-#include "com_zarvo_qvs_host_PictureTap.h"
+#include "com_zarvo_qvs_host_session_FrameTap.h"
 
-#include "listener/DecodedPictureListener.h"
+#include "listener/DecodedFrameListener.h"
 #include "session/notify/TranscoderSessionNotifyManager.h"
 
 #include <algorithm>
 #include <new>
 
 using qvs::TranscoderSessionNotifyManager;
-using qvs::host::DecodedPictureListener;
+using qvs::host::DecodedFrameListener;
 
 namespace {
 
-DecodedPictureListener* listenerOf(jlong handle) {
-  return reinterpret_cast<DecodedPictureListener*>(static_cast<intptr_t>(handle));
+DecodedFrameListener* listenerOf(jlong handle) {
+  return reinterpret_cast<DecodedFrameListener*>(static_cast<intptr_t>(handle));
 }
 
 }  // namespace
 
-JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_PictureTap_attach(JNIEnv*, jclass, jlong session) {
-  auto* listener = new (std::nothrow) DecodedPictureListener;
+JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_session_FrameTap_attach(JNIEnv*, jclass, jlong session) {
+  auto* listener = new (std::nothrow) DecodedFrameListener;
   if (!listener) return 0;
   TranscoderSessionNotifyManager::getInstance()->addVideoFrameDecodeListener(session, listener);
   return static_cast<jlong>(reinterpret_cast<intptr_t>(listener));
 }
 
-JNIEXPORT jint JNICALL Java_com_zarvo_qvs_host_PictureTap_length(JNIEnv*, jclass, jlong handle) {
-  return static_cast<jint>(listenerOf(handle)->picture().size());
+JNIEXPORT jint JNICALL Java_com_zarvo_qvs_host_session_FrameTap_length(JNIEnv*, jclass, jlong handle) {
+  return static_cast<jint>(listenerOf(handle)->frame().size());
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_PictureTap_copy(JNIEnv* env, jclass, jlong handle,
-                                                               jbyteArray bytes) {
-  const auto& picture = listenerOf(handle)->picture();
-  const jsize size = std::min(env->GetArrayLength(bytes), static_cast<jsize>(picture.size()));
-  env->SetByteArrayRegion(bytes, 0, size, reinterpret_cast<const jbyte*>(picture.data()));
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_session_FrameTap_copy(JNIEnv* env, jclass, jlong handle,
+                                                                     jbyteArray bytes) {
+  const auto& frame = listenerOf(handle)->frame();
+  const jsize size = std::min(env->GetArrayLength(bytes), static_cast<jsize>(frame.size()));
+  env->SetByteArrayRegion(bytes, 0, size, reinterpret_cast<const jbyte*>(frame.data()));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_PictureTap_detach(JNIEnv*, jclass, jlong handle,
-                                                                 jlong session) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_session_FrameTap_detach(JNIEnv*, jclass, jlong handle,
+                                                                       jlong session) {
   TranscoderSessionNotifyManager::getInstance()->removeVideoFrameDecodeListener(session, listenerOf(handle));
   delete listenerOf(handle);
 }

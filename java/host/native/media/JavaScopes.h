@@ -45,6 +45,34 @@ inline jbyteArray toArray(JNIEnv* env, const uint8_t* bytes, int size) {
   return array;
 }
 
+/// The fields of a record that Java and native code share by their names; all are of type long. A name that
+/// is not there leaves a pending exception, with which nothing more is read or set.
+class JavaRecord {
+ public:
+  JavaRecord(JNIEnv* env, jobject object) : env_(env), object_(object), type_(env->GetObjectClass(object)) {}
+  ~JavaRecord() { env_->DeleteLocalRef(type_); }
+  JavaRecord(const JavaRecord&) = delete;
+  JavaRecord& operator=(const JavaRecord&) = delete;
+
+  void set(const char* name, int64_t value) const {
+    if (const jfieldID id = field(name)) env_->SetLongField(object_, id, value);
+  }
+  int64_t get(const char* name) const {
+    const jfieldID id = field(name);
+    return id ? env_->GetLongField(object_, id) : 0;
+  }
+  int getInt(const char* name) const { return static_cast<int>(get(name)); }
+
+ private:
+  jfieldID field(const char* name) const {
+    return env_->ExceptionCheck() ? nullptr : env_->GetFieldID(type_, name, "J");
+  }
+
+  JNIEnv* env_;
+  jobject object_;
+  jclass type_;
+};
+
 /// Elements of a byte array for reading, released without copying back.
 class ReadBytes {
  public:

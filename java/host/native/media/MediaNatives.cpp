@@ -1,14 +1,14 @@
-// The native side of MediaReader, MediaWriter and PictureQuality. A handle is the object's pointer; each Java
+// The native side of MediaReader, MediaWriter and VideoQuality. A handle is the object's pointer; each Java
 // object hands its own back once to be deleted.
 
-#include "com_zarvo_qvs_host_MediaReader.h"
-#include "com_zarvo_qvs_host_MediaWriter.h"
-#include "com_zarvo_qvs_host_PictureQuality.h"
+#include "com_zarvo_qvs_host_job_VideoQuality.h"
+#include "com_zarvo_qvs_host_media_MediaReader.h"
+#include "com_zarvo_qvs_host_media_MediaWriter.h"
 
+#include "media/FrameComparison.h"
 #include "media/InputFile.h"
 #include "media/JavaScopes.h"
 #include "media/OutputFile.h"
-#include "media/PictureComparison.h"
 
 #include <array>
 #include <memory>
@@ -17,12 +17,13 @@
 using qvs::host::ComparisonResult;
 using qvs::host::DisplayMatrix;
 using qvs::host::ExcludedArea;
+using qvs::host::FrameComparison;
 using qvs::host::InputFile;
+using qvs::host::JavaRecord;
 using qvs::host::MediaStatus;
 using qvs::host::OutputFile;
 using qvs::host::OutputPacket;
 using qvs::host::OutputStream;
-using qvs::host::PictureComparison;
 using qvs::host::ReadBytes;
 using qvs::host::StreamKind;
 using qvs::host::toArray;
@@ -31,8 +32,9 @@ using qvs::host::toString;
 
 namespace {
 
-/// Bits of the facts of a packet, as MediaReader knows them.
-constexpr jlong kFactKey = 1, kFactDisposable = 2, kFactHidden = 4, kFactNewConfig = 8;
+// Where Java keeps a packet's facts, by the names that it gives to the places.
+#define FACT(name) com_zarvo_qvs_host_media_MediaReader_FACT_##name
+#define FLAG(name) com_zarvo_qvs_host_media_MediaReader_FLAG_##name
 
 template <typename T>
 T* object(jlong handle) {
@@ -46,85 +48,102 @@ jlong handleOf(void* pointer) {
 /// Raises a MediaException for a failure; true when the caller may go on.
 bool passed(JNIEnv* env, const MediaStatus& status) {
   if (status.ok()) return true;
-  const jclass type = env->FindClass("com/zarvo/qvs/host/MediaException");
+  const jclass type = env->FindClass("com/zarvo/qvs/host/media/MediaException");
   if (type) env->ThrowNew(type, status.text().c_str());
   return false;
 }
 
-template <size_t N>
-void store(JNIEnv* env, jlongArray array, const std::array<jlong, N>& values) {
-  env->SetLongArrayRegion(array, 0, static_cast<jsize>(N), values.data());
-}
-
 }  // namespace
 
-JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaReader_create(JNIEnv* env, jclass) {
+JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_media_MediaReader_create(JNIEnv* env, jclass) {
   av_log_set_level(AV_LOG_QUIET);
   auto* file = new (std::nothrow) InputFile;
   if (!file) passed(env, MediaStatus::failure("out of memory"));
   return handleOf(file);
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_open(JNIEnv* env, jclass, jlong handle,
-                                                                jstring path, jboolean live) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_open(JNIEnv* env, jclass, jlong handle,
+                                                                      jstring path, jboolean live) {
   passed(env, object<InputFile>(handle)->open(toString(env, path), live == JNI_TRUE));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_stop(JNIEnv*, jclass, jlong handle) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_stop(JNIEnv*, jclass, jlong handle) {
   object<InputFile>(handle)->stop();
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_close(JNIEnv*, jclass, jlong handle) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_close(JNIEnv*, jclass, jlong handle) {
   delete object<InputFile>(handle);
 }
 
-JNIEXPORT jboolean JNICALL Java_com_zarvo_qvs_host_MediaReader_has(JNIEnv*, jclass, jlong handle, jint kind) {
+JNIEXPORT jboolean JNICALL Java_com_zarvo_qvs_host_media_MediaReader_has(JNIEnv*, jclass, jlong handle,
+                                                                         jint kind) {
   return object<InputFile>(handle)->has(static_cast<StreamKind>(kind));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_ignore(JNIEnv*, jclass, jlong handle, jint kind) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_ignore(JNIEnv*, jclass, jlong handle,
+                                                                        jint kind) {
   object<InputFile>(handle)->ignore(static_cast<StreamKind>(kind));
 }
 
-JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_MediaReader_codecName(JNIEnv* env, jclass, jlong handle,
-                                                                        jint kind) {
+JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_codecName(JNIEnv* env, jclass,
+                                                                              jlong handle, jint kind) {
   return env->NewStringUTF(object<InputFile>(handle)->codecName(static_cast<StreamKind>(kind)));
 }
 
-JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_codecConfig(JNIEnv* env, jclass,
-                                                                             jlong handle, jint kind) {
+JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_codecConfig(JNIEnv* env, jclass,
+                                                                                   jlong handle, jint kind) {
   const AVCodecParameters& codec = *object<InputFile>(handle)->stream(static_cast<StreamKind>(kind)).codecpar;
   return toArray(env, codec.extradata, codec.extradata ? codec.extradata_size : 0);
 }
 
-JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_MediaReader_pixelFormat(JNIEnv* env, jclass, jlong handle) {
+JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_pixelFormat(JNIEnv* env, jclass,
+                                                                                jlong handle) {
   return env->NewStringUTF(object<InputFile>(handle)->pixelFormatName());
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_videoProperties(JNIEnv* env, jclass, jlong handle,
-                                                                           jlongArray values) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_videoProperties(JNIEnv* env, jclass,
+                                                                                 jlong handle,
+                                                                                 jobject properties) {
   const InputFile& file = *object<InputFile>(handle);
   const AVStream& stream = file.stream(StreamKind::kVideo);
   const AVCodecParameters& codec = *stream.codecpar;
   const DisplayMatrix display = file.displayMatrix();
-  store<18>(env, values,
-            {codec.width, codec.height, file.frameRate().num, file.frameRate().den, stream.time_base.num,
-             stream.time_base.den, file.durationMs(StreamKind::kVideo), file.pixelAspect().num,
-             file.pixelAspect().den, file.bitRate(), codec.color_primaries, codec.color_trc,
-             codec.color_space, file.fullRange(), display[0], display[1], display[2], display[3]});
+  const JavaRecord record(env, properties);
+  record.set("width", codec.width);
+  record.set("height", codec.height);
+  record.set("frameRateNum", file.frameRate().num);
+  record.set("frameRateDen", file.frameRate().den);
+  record.set("timeBaseNum", stream.time_base.num);
+  record.set("timeBaseDen", stream.time_base.den);
+  record.set("durationMs", file.durationMs(StreamKind::kVideo));
+  record.set("pixelAspectNum", file.pixelAspect().num);
+  record.set("pixelAspectDen", file.pixelAspect().den);
+  record.set("bitRate", file.bitRate());
+  record.set("primaries", codec.color_primaries);
+  record.set("transfer", codec.color_trc);
+  record.set("matrix", codec.color_space);
+  record.set("fullRange", file.fullRange());
+  record.set("displayA", display[0]);
+  record.set("displayB", display[1]);
+  record.set("displayC", display[2]);
+  record.set("displayD", display[3]);
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaReader_audioProperties(JNIEnv* env, jclass, jlong handle,
-                                                                           jlongArray values) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_audioProperties(JNIEnv* env, jclass,
+                                                                                 jlong handle,
+                                                                                 jobject properties) {
   const InputFile& file = *object<InputFile>(handle);
   const AVStream& stream = file.stream(StreamKind::kAudio);
-  store<5>(env, values,
-           {stream.codecpar->sample_rate, stream.codecpar->ch_layout.nb_channels, stream.time_base.num,
-            stream.time_base.den, file.durationMs(StreamKind::kAudio)});
+  const JavaRecord record(env, properties);
+  record.set("sampleRate", stream.codecpar->sample_rate);
+  record.set("channels", stream.codecpar->ch_layout.nb_channels);
+  record.set("timeBaseNum", stream.time_base.num);
+  record.set("timeBaseDen", stream.time_base.den);
+  record.set("durationMs", file.durationMs(StreamKind::kAudio));
 }
 
-JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_read(JNIEnv* env, jclass, jlong handle,
-                                                                      jlongArray facts) {
+JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_read(JNIEnv* env, jclass, jlong handle,
+                                                                            jlongArray facts) {
   InputFile& file = *object<InputFile>(handle);
   bool atEnd = false;
   if (!passed(env, file.next(&atEnd)) || atEnd) return nullptr;
@@ -134,24 +153,35 @@ JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_read(JNIEnv* en
   const InputFile::Padding padding = file.padding();
   size_t configSize = 0;
   const bool newConfig = file.newConfig(&configSize) != nullptr;
-  store<7>(env, facts,
-           {static_cast<jlong>(file.kind()), file.pts(), packet.duration, padding.start, padding.end,
-            (packet.flags & AV_PKT_FLAG_KEY ? kFactKey : 0) |
-                (packet.flags & AV_PKT_FLAG_DISPOSABLE ? kFactDisposable : 0) |
-                (packet.flags & AV_PKT_FLAG_DISCARD ? kFactHidden : 0) | (newConfig ? kFactNewConfig : 0),
-            static_cast<jlong>(file.timeKind())});
+  std::array<jlong, com_zarvo_qvs_host_media_MediaReader_FACTS> values{};
+  values[FACT(KIND)] = static_cast<jlong>(file.kind());
+  values[FACT(PTS)] = file.pts();
+  values[FACT(DURATION)] = packet.duration;
+  values[FACT(PADDING_START)] = padding.start;
+  values[FACT(PADDING_END)] = padding.end;
+  values[FACT(FLAGS)] = (packet.flags & AV_PKT_FLAG_KEY ? FLAG(KEY) : 0) |
+                        (packet.flags & AV_PKT_FLAG_DISPOSABLE ? FLAG(DISPOSABLE) : 0) |
+                        (packet.flags & AV_PKT_FLAG_DISCARD ? FLAG(HIDDEN) : 0) |
+                        (newConfig ? FLAG(NEW_CONFIG) : 0);
+  values[FACT(TIME_KIND)] = static_cast<jlong>(file.timeKind());
+  env->SetLongArrayRegion(facts, 0, static_cast<jsize>(values.size()), values.data());
   return bytes;
 }
 
-JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_MediaReader_newConfig(JNIEnv* env, jclass,
-                                                                           jlong handle) {
+JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_newConfig(JNIEnv* env, jclass,
+                                                                                 jlong handle) {
   size_t size = 0;
   const uint8_t* config = object<InputFile>(handle)->newConfig(&size);
   return toArray(env, config, static_cast<int>(size));
 }
 
-JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaWriter_create(JNIEnv* env, jclass, jstring path,
-                                                                   jstring format) {
+JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_shortfall(JNIEnv* env, jclass,
+                                                                              jlong handle) {
+  return env->NewStringUTF(object<InputFile>(handle)->shortfall().c_str());
+}
+
+JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_create(JNIEnv* env, jclass, jstring path,
+                                                                         jstring format) {
   av_log_set_level(AV_LOG_QUIET);
   std::unique_ptr<OutputFile> file(new (std::nothrow) OutputFile);
   const MediaStatus status =
@@ -159,59 +189,59 @@ JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_MediaWriter_create(JNIEnv* env, 
   return passed(env, status) ? handleOf(file.release()) : 0;
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addVideo(JNIEnv* env, jclass, jlong handle,
-                                                                    jstring codec, jbyteArray config,
-                                                                    jintArray properties) {
-  std::array<jint, 16> p{};
-  env->GetIntArrayRegion(properties, 0, static_cast<jsize>(p.size()), p.data());
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_addVideo(JNIEnv* env, jclass, jlong handle,
+                                                                          jstring codec, jbyteArray config,
+                                                                          jobject properties) {
+  OutputStream stream;
+  stream.codecName = toString(env, codec);
+  stream.config = toBytes(env, config);
+  const JavaRecord record(env, properties);
+  stream.timeBase = {record.getInt("timeBaseNum"), record.getInt("timeBaseDen")};
+  stream.width = record.getInt("width");
+  stream.height = record.getInt("height");
+  stream.frameRate = {record.getInt("frameRateNum"), record.getInt("frameRateDen")};
+  stream.pixelAspect = {record.getInt("pixelAspectNum"), record.getInt("pixelAspectDen")};
+  stream.primaries = static_cast<AVColorPrimaries>(record.get("primaries"));
+  stream.transfer = static_cast<AVColorTransferCharacteristic>(record.get("transfer"));
+  stream.matrix = static_cast<AVColorSpace>(record.get("matrix"));
+  stream.range = record.get("fullRange") ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+  stream.display = {record.getInt("displayA"), record.getInt("displayB"), record.getInt("displayC"),
+                    record.getInt("displayD")};
   if (env->ExceptionCheck()) return;
-  OutputStream stream;
-  stream.codecName = toString(env, codec);
-  stream.config = toBytes(env, config);
-  stream.timeBase = {p[0], p[1]};
-  stream.width = p[2];
-  stream.height = p[3];
-  stream.frameRate = {p[4], p[5]};
-  stream.pixelAspect = {p[6], p[7]};
-  stream.primaries = static_cast<AVColorPrimaries>(p[8]);
-  stream.transfer = static_cast<AVColorTransferCharacteristic>(p[9]);
-  stream.matrix = static_cast<AVColorSpace>(p[10]);
-  stream.range = p[11] ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
-  stream.display = {p[12], p[13], p[14], p[15]};
   passed(env, object<OutputFile>(handle)->addStream(stream));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_addAudio(JNIEnv* env, jclass, jlong handle,
-                                                                    jstring codec, jbyteArray config,
-                                                                    jint timeBaseNum, jint timeBaseDen,
-                                                                    jint sampleRate, jint channels,
-                                                                    jint frameSamples, jint delaySamples) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_addAudio(JNIEnv* env, jclass, jlong handle,
+                                                                          jstring codec, jbyteArray config,
+                                                                          jobject properties) {
   OutputStream stream;
   stream.codecName = toString(env, codec);
   stream.config = toBytes(env, config);
-  stream.timeBase = {timeBaseNum, timeBaseDen};
-  stream.sampleRate = sampleRate;
-  stream.channels = channels;
-  stream.frameSamples = frameSamples;
-  stream.delaySamples = delaySamples;
+  const JavaRecord record(env, properties);
+  stream.timeBase = {record.getInt("timeBaseNum"), record.getInt("timeBaseDen")};
+  stream.sampleRate = record.getInt("sampleRate");
+  stream.channels = record.getInt("channels");
+  stream.frameSamples = record.getInt("frameSamples");
+  stream.delaySamples = record.getInt("delaySamples");
+  if (env->ExceptionCheck()) return;
   passed(env, object<OutputFile>(handle)->addStream(stream));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_setOption(JNIEnv* env, jclass, jlong handle,
-                                                                     jstring name, jstring value) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_setOption(JNIEnv* env, jclass, jlong handle,
+                                                                           jstring name, jstring value) {
   object<OutputFile>(handle)->setOption(toString(env, name), toString(env, value));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_begin(JNIEnv* env, jclass, jlong handle,
-                                                                 jboolean keepTimes) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_begin(JNIEnv* env, jclass, jlong handle,
+                                                                       jboolean keepTimes) {
   passed(env, object<OutputFile>(handle)->begin(keepTimes));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_write(JNIEnv* env, jclass, jlong handle,
-                                                                 jint stream, jbyteArray bytes, jint offset,
-                                                                 jint length, jlong pts, jlong dts,
-                                                                 jlong duration, jlong discard,
-                                                                 jboolean key) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_write(JNIEnv* env, jclass, jlong handle,
+                                                                       jint stream, jbyteArray bytes,
+                                                                       jint offset, jint length, jlong pts,
+                                                                       jlong dts, jlong duration,
+                                                                       jlong discard, jboolean key) {
   if (!bytes || offset < 0 || length < 0 ||
       static_cast<jlong>(offset) + length > env->GetArrayLength(bytes)) {
     passed(env, MediaStatus::failure("packet range lies outside its array"));
@@ -234,20 +264,21 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_write(JNIEnv* env, jc
   passed(env, status);
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_finish(JNIEnv* env, jclass, jlong handle) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_finish(JNIEnv* env, jclass, jlong handle) {
   passed(env, object<OutputFile>(handle)->finish());
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_MediaWriter_close(JNIEnv*, jclass, jlong handle) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_close(JNIEnv*, jclass, jlong handle) {
   delete object<OutputFile>(handle);
 }
 
-JNIEXPORT jdouble JNICALL Java_com_zarvo_qvs_host_PictureQuality_compare(JNIEnv* env, jclass, jstring source,
-                                                                         jstring rendition, jint x, jint y,
-                                                                         jint width, jint height) {
+JNIEXPORT jdouble JNICALL Java_com_zarvo_qvs_host_job_VideoQuality_compare(JNIEnv* env, jclass,
+                                                                           jstring source, jstring rendition,
+                                                                           jint x, jint y, jint width,
+                                                                           jint height) {
   av_log_set_level(AV_LOG_QUIET);
   ComparisonResult result;
-  PictureComparison comparison;
+  FrameComparison comparison;
   const ExcludedArea excluded{x, y, width, height};
   passed(env, comparison.run(toString(env, source), toString(env, rendition), excluded, &result));
   return result.psnrDb;

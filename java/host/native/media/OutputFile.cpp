@@ -49,7 +49,7 @@ MediaStatus setDisplayMatrix(AVStream* stream, const OutputStream& wanted) {
   return {};
 }
 
-MediaStatus describePicture(AVStream* stream, const OutputStream& wanted) {
+MediaStatus describeVideo(AVStream* stream, const OutputStream& wanted) {
   AVCodecParameters& parameters = *stream->codecpar;
   // Some containers describe the layout; renditions have no other.
   parameters.format = AV_PIX_FMT_YUV420P;
@@ -102,7 +102,7 @@ MediaStatus OutputFile::addStream(const OutputStream& wanted) {
   AVCodecParameters& parameters = *stream->codecpar;
   parameters.codec_type = wanted.width > 0 ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
   parameters.codec_id = codec->id;
-  MediaStatus status = wanted.width > 0 ? describePicture(stream, wanted) : MediaStatus();
+  MediaStatus status = wanted.width > 0 ? describeVideo(stream, wanted) : MediaStatus();
   if (!status.ok()) return status;
   parameters.sample_rate = wanted.sampleRate;
   parameters.frame_size = wanted.frameSamples;

@@ -1,10 +1,10 @@
-// A converter instance: checks a task, keeps its plan, paints overlays.
+// One call of an instance: checks its arguments, keeps the plan, converts, lays the overlay over.
 #include "ucc/Converter.h"
 
 #include <cstdlib>
 #include <new>
 
-#include "ucc/RoadTable.h"
+#include "ucc/ConversionPathTable.h"
 
 namespace qvs::ucc {
 namespace {
@@ -45,15 +45,15 @@ Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source
   if (overlay && !overlayIsSound(*overlay, overlayFormat)) return Status::kBadArgument;
 
   // From here on only memory can fail.
-  const ColourPair colours =
-      resolveColours(*targetFormat, target.colorimetry, *sourceFormat, source.colorimetry);
-  const Task task{targetFormat, sourceFormat,  target.width,   target.height,
-                  source.width, source.height, colours.target, colours.source};
+  const ColorPair colors =
+      resolveColors(*targetFormat, target.colorimetry, *sourceFormat, source.colorimetry);
+  const Task task{targetFormat, sourceFormat,  target.width,  target.height,
+                  source.width, source.height, colors.target, colors.source};
   if (!convert(task, target, source)) return Status::kNoMemory;
   if (!overlay) return Status::kDone;
 
-  const ColourPair blend =
-      resolveColours(*targetFormat, target.colorimetry, *overlayFormat, overlay->frame->colorimetry);
+  const ColorPair blend =
+      resolveColors(*targetFormat, target.colorimetry, *overlayFormat, overlay->frame->colorimetry);
   const OverlayTask overlayTask{targetFormat, overlayFormat, blend.target, blend.source};
   return paint(overlayTask, target, *overlay) ? Status::kDone : Status::kNoMemory;
 }
@@ -62,19 +62,19 @@ bool Converter::convert(const Task& task, const ucc_frame_t& target, const ucc_f
   const bool samePicture =
       target.plane[0] == source.plane[0] && task.target == task.source && task.sameSize();
   // The way to blend in place: nothing to convert, and copying rows onto themselves would be undefined.
-  if (samePicture && task.sameColour()) return true;
-  // A road that failed to get its memory isn't kept, so the next call tries again.
-  if (!road_ || task != task_) {
-    road_ = chooseRoad(task);
-    task_ = task;
+  if (samePicture && task.sameColor()) return true;
+  // A path that failed to get its memory isn't kept, so the next call tries again.
+  if (!path || task != planned) {
+    path = choosePath(task);
+    planned = task;
   }
-  return road_ && road_->run(target, source);
+  return path && path->run(target, source);
 }
 
 bool Converter::paint(const OverlayTask& task, const ucc_frame_t& target,
                       const ucc_overlay_config_t& overlay) {
-  if (!painter_) painter_.reset(new (std::nothrow) OverlayPainter);
-  return painter_ && painter_->paint(task, target, overlay);
+  if (!painter) painter.reset(new (std::nothrow) OverlayPainter);
+  return painter && painter->paint(task, target, overlay);
 }
 
 }  // namespace qvs::ucc

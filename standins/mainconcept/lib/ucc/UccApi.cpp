@@ -1,4 +1,4 @@
-// The C interface of the color converter.
+// The converter's C interface.
 #include <new>
 
 #include "ucc/Converter.h"

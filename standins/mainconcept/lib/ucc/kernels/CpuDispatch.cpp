@@ -1,4 +1,4 @@
-// The kernel table for this processor's instruction sets.
+// Chooses between the forms of the kernels.
 #include "CpuDispatch.h"
 
 #include <atomic>

@@ -13,9 +13,8 @@ namespace qvs::ucc {
 struct PixelMatrix;
 
 struct KernelTable {
-  /// Vector and unit that a GatherPlan for scaleLine is made for; 0 where there is no vector form.
-  uint32_t gatherVectorBytes;
-  uint32_t gatherUnitBytes;
+  /// What a GatherPlan for scaleLine is made for.
+  GatherVector gatherVector;
 
   /// Filters a row of bytes into `line`, 64 for each step of a byte. `line` has room for whole blocks.
   void (*scaleLine)(const FilterBank& filter, const GatherPlan& plan, uint32_t components, const uint8_t* src,

@@ -1,4 +1,4 @@
-// A colour matrix laid out for the bytes of a pixel.
+// A color matrix laid out for the bytes of a pixel.
 #pragma once
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Copying and filling planes.
+// Copying and filling of planes.
 #include "Plane.h"
 
 #include <cstring>

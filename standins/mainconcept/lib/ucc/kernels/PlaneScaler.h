@@ -24,11 +24,11 @@ class PlaneScaler {
   PlaneScaler(PlaneScaler&&) noexcept = default;
   PlaneScaler& operator=(PlaneScaler&&) noexcept = default;
 
-  /// Builds filters and scratch. Sizes are in pixels, 1 to kMaxSize each; `components` is 1, or 2 where two
+  /// Builds filters and scratch. Sizes are in pixels, 1 to kMaxSize each; `interleaved` is 1, or 2 where two
   /// components lie side by side (U and V). False when memory fails or an argument is out of range: run()
   /// must not be called then.
   bool configure(uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWidth, uint32_t dstHeight,
-                 uint32_t components = 1);
+                 uint32_t interleaved = 1);
 
   /// Scales one plane; allocates nothing. Strides are bytes and may be negative. Reads and writes only the
   /// rows' own bytes. The planes must not overlap.
@@ -39,16 +39,16 @@ class PlaneScaler {
   void runColumnsFirst(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst, ptrdiff_t dstStride);
   const int16_t* lineOf(const uint8_t* src, ptrdiff_t srcStride, uint32_t row);
 
-  const KernelTable* kernels_ = nullptr;
-  uint32_t components_ = 1;
-  bool sameSize_ = false;
-  FilterBank horizontal_;
-  FilterBank vertical_;
-  GatherPlan gather_;
+  const KernelTable* table = nullptr;
+  uint32_t components = 1;
+  bool sameSize = false;
+  FilterBank horizontal;
+  FilterBank vertical;
+  GatherPlan gather;
   AlignedBuffer
-      lines_;  ///< ring of source rows scaled in width, one slot a tap; one line if columns come first
-  uint32_t ringRow_[FilterBank::kMaxShortTaps] = {};  ///< the row that a slot holds
-  size_t lineSamples_ = 0;
+      lineMemory;  ///< ring of source rows scaled in width, one slot a tap; one line if columns come first
+  uint32_t ringRow[FilterBank::kMaxShortTaps] = {};  ///< the row that a slot holds
+  size_t lineSamples = 0;
 };
 
 }  // namespace qvs::ucc

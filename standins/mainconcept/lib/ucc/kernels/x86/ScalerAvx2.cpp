@@ -1,4 +1,4 @@
-// The scaler's kernels with AVX2.
+// The scaler's kernels in AVX2.
 #include <immintrin.h>
 
 #include <cstring>
@@ -68,8 +68,7 @@ struct Avx2 {
 }  // namespace
 
 void addAvx2Scaler(KernelTable& table) {
-  table.gatherVectorBytes = Avx2::kBytes;
-  table.gatherUnitBytes = Avx2::kBytes / Avx2::kUnits;
+  table.gatherVector = {Avx2::kBytes, Avx2::kBytes / Avx2::kUnits};
   table.scaleLine = ScalerVector<Avx2>::scaleLine;
   table.combineLines = ScalerVector<Avx2>::combineLines;
   table.sumRows = ScalerVector<Avx2>::sumRows;

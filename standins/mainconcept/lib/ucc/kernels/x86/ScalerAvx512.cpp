@@ -1,4 +1,4 @@
-// The scaler's kernels with AVX-512.
+// The scaler's kernels in AVX-512.
 #include <immintrin.h>
 
 #include "../KernelTable.h"
@@ -56,8 +56,7 @@ struct Avx512 {
 }  // namespace
 
 void addAvx512Scaler(KernelTable& table) {
-  table.gatherVectorBytes = Avx512::kBytes;
-  table.gatherUnitBytes = Avx512::kBytes / Avx512::kUnits;
+  table.gatherVector = {Avx512::kBytes, Avx512::kBytes / Avx512::kUnits};
   table.scaleLine = ScalerVector<Avx512>::scaleLine;
   table.combineLines = ScalerVector<Avx512>::combineLines;
   table.sumRows = ScalerVector<Avx512>::sumRows;

@@ -1,7 +1,0 @@
-package com.zarvo.qvs.host;
-
-/** What a stream carries. The native side knows the kinds by their ordinals. */
-public enum MediaKind {
-  VIDEO,
-  AUDIO
-}

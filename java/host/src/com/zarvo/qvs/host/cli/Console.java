@@ -1,0 +1,80 @@
+package com.zarvo.qvs.host.cli;
+
+import com.zarvo.qvs.host.job.JobResult;
+import com.zarvo.qvs.host.job.Progress;
+import com.zarvo.qvs.host.media.MediaException;
+import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.session.SessionLog;
+import java.io.IOException;
+import java.nio.file.FileSystemException;
+import java.nio.file.Path;
+import java.util.List;
+import java.util.Locale;
+import java.util.stream.Collectors;
+
+/** What the commands print alike. */
+final class Console {
+  private Console() {}
+
+  /** Progress goes to standard error, as a bar when a person watches. */
+  static Progress progress(long totalMs) {
+    return new Progress(System.err, System.console() != null, totalMs);
+  }
+
+  static void printRenditions(JobResult result) {
+    if (!result.renditions().isEmpty())
+      System.out.printf("%-12s %-5s %9s %12s %8s  %s%n", "size", "codec", "pictures", "bit rate", "speed", "file");
+    for (JobResult.Rendition rendition : result.renditions()) System.out.println(row(result, rendition));
+    if (!result.audioRenditions().isEmpty())
+      System.out.printf("%-12s %-6s %8s %12s %8s  %s%n", "sound", "codec", "packets", "bit rate", "speed", "file");
+    for (JobResult.AudioRendition audio : result.audioRenditions()) System.out.println(row(result, audio));
+    if (result.contactSheet() != null) System.out.println("contact sheet: " + result.contactSheet());
+  }
+
+  private static String row(JobResult result, JobResult.Rendition rendition) {
+    return String.format(
+        Locale.ROOT,
+        "%-12s %-5s %9d %7.0f kb/s %7.1fx  %s",
+        rendition.spec().sizeText(),
+        rendition.spec().codec().codecName,
+        rendition.frames(),
+        rendition.bitRate(result.mediaMs()) / 1000,
+        result.speed(),
+        rendition.file());
+  }
+
+  private static String row(JobResult result, JobResult.AudioRendition audio) {
+    return String.format(
+        Locale.ROOT,
+        "%-12s %-6s %8d %7.0f kb/s %7.1fx  %s",
+        audio.spec().sampleRate() + "x" + audio.spec().channels(),
+        audio.spec().codec().codecName,
+        audio.packets(),
+        audio.bitRate(result.mediaMs()) / 1000,
+        result.speed(),
+        audio.files().stream().map(file -> file.getFileName().toString()).collect(Collectors.joining(", ")));
+  }
+
+  /** A failure in one line for the user. */
+  static String explain(Exception e) {
+    if (e instanceof HostException || e instanceof MediaException) return e.getMessage();
+    if (e instanceof FileSystemException file)
+      return file.getFile() + ": " + (file.getReason() == null ? "cannot be written" : file.getReason());
+    if (e instanceof IOException) return "reading or writing failed: " + e.getMessage();
+    return "internal error: " + e;
+  }
+
+  /** Asks a person whether files may be replaced; where none is at the terminal, they may not. */
+  static boolean mayReplace(List<Path> existing) {
+    java.io.Console terminal = System.console();
+    if (terminal == null) return false;
+    String more = existing.size() > 1 ? " and " + (existing.size() - 1) + " more exist" : " exists";
+    String answer = terminal.readLine("%s%s already. Replace? [y/N] ", existing.get(0), more);
+    return answer != null && answer.strip().toLowerCase(Locale.ROOT).startsWith("y");
+  }
+
+  /** Log lines that tell of trouble. */
+  static void printTrouble(Iterable<SessionLog.Line> lines) {
+    for (SessionLog.Line line : lines) if (line.isTrouble()) System.err.println("qvs: " + line.text());
+  }
+}

@@ -1,0 +1,82 @@
+package com.zarvo.qvs.host.cli;
+
+import com.zarvo.qvs.host.model.AudioSpec;
+import com.zarvo.qvs.host.model.Container;
+import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.H264Tuning;
+import com.zarvo.qvs.host.model.OverlaySpec;
+import com.zarvo.qvs.host.model.RenditionSpec;
+import java.util.function.Function;
+import picocli.CommandLine.ITypeConverter;
+import picocli.CommandLine.TypeConversionException;
+
+/** Readers of option values; what is wrong with a value becomes the option's error. */
+final class Converters {
+  private Converters() {}
+
+  private abstract static class Reader<T> implements ITypeConverter<T> {
+    private final Function<String, T> parse;
+
+    Reader(Function<String, T> parse) {
+      this.parse = parse;
+    }
+
+    @Override
+    public T convert(String text) {
+      try {
+        return parse.apply(text);
+      } catch (IllegalArgumentException e) {
+        throw new TypeConversionException(e.getMessage());
+      }
+    }
+  }
+
+  /** Reads a rendition. */
+  static final class OfRendition extends Reader<RenditionSpec> {
+    OfRendition() {
+      super(RenditionSpec::parse);
+    }
+  }
+
+  /** Reads an overlay. */
+  static final class OfOverlay extends Reader<OverlaySpec> {
+    OfOverlay() {
+      super(OverlaySpec::parse);
+    }
+  }
+
+  /** Reads an audio rendition. */
+  static final class OfAudio extends Reader<AudioSpec> {
+    OfAudio() {
+      super(AudioSpec::parse);
+    }
+  }
+
+  /** Reads a container's name. */
+  static final class OfContainer extends Reader<Container> {
+    OfContainer() {
+      super(Container::of);
+    }
+  }
+
+  /** Reads what becomes of interlaced pictures. */
+  static final class OfDeinterlace extends Reader<Deinterlace> {
+    OfDeinterlace() {
+      super(Deinterlace::of);
+    }
+  }
+
+  /** Reads pictures a second, as a number or a fraction. */
+  static final class OfFrameRate extends Reader<Double> {
+    OfFrameRate() {
+      super(RenditionSpec::frameRate);
+    }
+  }
+
+  /** Reads a speed of H.264. */
+  static final class OfPreset extends Reader<H264Tuning.Preset> {
+    OfPreset() {
+      super(H264Tuning.Preset::of);
+    }
+  }
+}

@@ -1,0 +1,179 @@
+package com.zarvo.qvs.host.job;
+
+import com.zarvo.qvs.host.media.AudioStreamInfo;
+import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.AudioSpec;
+import com.zarvo.qvs.host.model.DisplayMatrix;
+import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.session.SessionLog;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.LinkedHashMap;
+import java.util.List;
+import java.util.Map;
+
+/** What became of a file: filled while the work goes on, so that it tells something of work that failed, too. */
+public final class JobResult {
+  private final JobSettings settings;
+  StreamInfo source;
+  AudioStreamInfo audioSource;
+  List<Rendition> renditions = List.of();
+  List<AudioRendition> audioRenditions = List.of();
+  long damagedFrames;
+  long damagedAudioPackets;
+  long frames;
+  long mediaMs;
+  double wallSeconds;
+  Path contactSheet;
+  String inputTrouble;
+  List<SessionLog.Line> log = List.of();
+  private String failure;
+
+  JobResult(JobSettings settings) {
+    this.settings = settings;
+  }
+
+  /** The work came to nothing. */
+  public void failed(String why) {
+    failure = why;
+  }
+
+  /** Null where pictures were left out, or none were found yet. */
+  public StreamInfo source() {
+    return source;
+  }
+
+  /** The files, once all of them are whole. */
+  public List<Rendition> renditions() {
+    return renditions;
+  }
+
+  public List<AudioRendition> audioRenditions() {
+    return audioRenditions;
+  }
+
+  /** Refused, mended or left out by the decoder. */
+  public long damagedFrames() {
+    return damagedFrames;
+  }
+
+  /** Packets of sound that could not be decoded. */
+  public long damagedAudioPackets() {
+    return damagedAudioPackets;
+  }
+
+  /** Milliseconds of input that were taken. */
+  public long mediaMs() {
+    return mediaMs;
+  }
+
+  /** Null when there is none. */
+  public Path contactSheet() {
+    return contactSheet;
+  }
+
+  /** What broke the input, null where it ended well. */
+  public String inputTrouble() {
+    return inputTrouble;
+  }
+
+  public List<SessionLog.Line> log() {
+    return log;
+  }
+
+  /** One finished file. */
+  public record Rendition(RenditionSpec spec, Path file, long frames, long keyFrames, long bytes) {
+    public double bitRate(long mediaMs) {
+      return mediaMs > 0 ? bytes * 8000.0 / mediaMs : 0;
+    }
+  }
+
+  /** One finished audio rendition: in the files of pictures that took it, or in one of its own. */
+  public record AudioRendition(AudioSpec spec, List<Path> files, long packets, long bytes) {
+    public double bitRate(long mediaMs) {
+      return mediaMs > 0 ? bytes * 8000.0 / mediaMs : 0;
+    }
+  }
+
+  /** True when the source's pictures are to be shown in a way that the renditions' container cannot say. */
+  public boolean losesDisplay() {
+    return !renditions.isEmpty() && !source.display().isAsCoded() && !settings.format().holdsDisplayMatrix();
+  }
+
+  /** Seconds of input per second of work. */
+  public double speed() {
+    return wallSeconds > 0 ? mediaMs / 1000.0 / wallSeconds : 0;
+  }
+
+  /** The report as JSON. */
+  public String toJson() {
+    Map<String, Object> input = new LinkedHashMap<>();
+    input.put("file", settings.input());
+    if (source != null) {
+      input.put("codec", source.codecName());
+      input.put("width", source.width());
+      input.put("height", source.height());
+      input.put("frameRate", source.frameRate());
+      input.put("timeBase", source.timeBase());
+      input.put("colours", source.colors().toMap());
+      input.put("display", source.display());
+      input.put("pictures", frames);
+      input.put("damagedPictures", damagedFrames);
+    }
+    if (audioSource != null) {
+      input.put("audioCodec", audioSource.codecName());
+      input.put("sampleRate", audioSource.sampleRate());
+      input.put("channels", audioSource.channels());
+      input.put("damagedAudioPackets", damagedAudioPackets);
+    }
+    input.put("seconds", mediaMs / 1000.0);
+    if (inputTrouble != null) input.put("trouble", inputTrouble);
+    List<Object> files = new ArrayList<>();
+    for (Rendition rendition : renditions) files.add(toMap(rendition));
+    List<Object> audio = new ArrayList<>();
+    for (AudioRendition rendition : audioRenditions) audio.add(toMap(rendition));
+    Map<String, Object> report = new LinkedHashMap<>();
+    report.put("outcome", failure != null ? "failed" : inputTrouble != null ? "ended early" : "done");
+    if (failure != null) report.put("error", failure);
+    report.put("input", input);
+    report.put("renditions", files);
+    report.put("audio", audio);
+    report.put("wallSeconds", wallSeconds);
+    report.put("speed", speed());
+    report.put("parallel", settings.parallel());
+    report.put("contactSheet", contactSheet);
+    report.put("log", log);
+    return Json.write(report);
+  }
+
+  private Map<String, Object> toMap(Rendition rendition) {
+    RenditionSpec spec = rendition.spec();
+    Map<String, Object> map = new LinkedHashMap<>();
+    map.put("file", rendition.file());
+    map.put("codec", spec.codec().codecName);
+    map.put("width", spec.width());
+    map.put("height", spec.height());
+    map.put("fit", spec.fit().label());
+    map.put("display", losesDisplay() ? DisplayMatrix.AS_CODED : source.display());
+    map.put("pictures", rendition.frames());
+    map.put("keyPictures", rendition.keyFrames());
+    map.put("bytes", rendition.bytes());
+    map.put("wantedBitRate", spec.bitRate());
+    map.put("bitRate", rendition.bitRate(mediaMs));
+    return map;
+  }
+
+  private Map<String, Object> toMap(AudioRendition audio) {
+    AudioSpec spec = audio.spec();
+    Map<String, Object> map = new LinkedHashMap<>();
+    map.put("codec", spec.codec().codecName);
+    map.put("sampleRate", spec.sampleRate());
+    map.put("channels", spec.channels());
+    map.put("packets", audio.packets());
+    map.put("bytes", audio.bytes());
+    map.put("wantedBitRate", spec.bitRate());
+    map.put("bitRate", audio.bitRate(mediaMs));
+    map.put("files", List.copyOf(audio.files()));
+    return map;
+  }
+}

@@ -1,0 +1,219 @@
+package com.zarvo.qvs.host.job;
+
+import com.zarvo.qvs.host.model.AudioConversion;
+import com.zarvo.qvs.host.model.AudioSpec;
+import com.zarvo.qvs.host.model.Container;
+import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.H264Tuning;
+import com.zarvo.qvs.host.model.OverlaySpec;
+import com.zarvo.qvs.host.model.RenditionSpec;
+import java.nio.file.Path;
+import java.util.List;
+
+/** One file to be made into renditions: pictures and sound in MP4 by the default ladder, unless told otherwise. */
+public final class JobSettings {
+  private final Path input;
+  private final Path directory;
+  private List<RenditionSpec> renditions = List.of();
+  private List<AudioSpec> audioRenditions = List.of();
+  private AudioConversion conversion = AudioConversion.NONE;
+  private boolean video = true;
+  private boolean audioAlong = true;
+  private Deinterlace deinterlace = Deinterlace.ON;
+  private double frameRate;
+  private H264Tuning.Preset preset;
+  private List<OverlaySpec> overlays = List.of();
+  private Container format = Container.MP4;
+  private int hlsWindow;
+  private Path contactSheet;
+  private boolean parallel = true;
+  private double keyFrameSeconds = 2;
+  private long maxMilliseconds = Long.MAX_VALUE;
+  private Overwrite overwrite = Overwrite.NEVER;
+
+  private JobSettings(Path input, Path directory) {
+    this.input = input;
+    this.directory = directory;
+  }
+
+  public static Builder of(Path input, Path directory) {
+    return new Builder(new JobSettings(input, directory));
+  }
+
+  public Path input() {
+    return input;
+  }
+
+  public Path directory() {
+    return directory;
+  }
+
+  /** Empty for the default ladder. */
+  public List<RenditionSpec> renditions() {
+    return renditions;
+  }
+
+  /** The audio renditions that were asked for. */
+  public List<AudioSpec> audioRenditions() {
+    return audioRenditions;
+  }
+
+  /** What decoded sound is turned into for all audio renditions. */
+  public AudioConversion conversion() {
+    return conversion;
+  }
+
+  /** False leaves pictures out. */
+  public boolean video() {
+    return video;
+  }
+
+  /** True to make an audio rendition of a source with sound where none was asked for. */
+  public boolean audioAlong() {
+    return audioAlong;
+  }
+
+  public Deinterlace deinterlace() {
+    return deinterlace;
+  }
+
+  /** Highest pictures a second of renditions that name none, 0 for the source's own. */
+  public double frameRate() {
+    return frameRate;
+  }
+
+  /** Of H.264 renditions that name none, null for the usual one. */
+  public H264Tuning.Preset preset() {
+    return preset;
+  }
+
+  public List<OverlaySpec> overlays() {
+    return overlays;
+  }
+
+  public Container format() {
+    return format;
+  }
+
+  /** Segments that a playlist names at a time while the work goes on, 0 for all at its end. */
+  public int hlsWindow() {
+    return hlsWindow;
+  }
+
+  /** Where it goes, null for none. */
+  public Path contactSheet() {
+    return contactSheet;
+  }
+
+  /** True to let the encoders work side by side. */
+  public boolean parallel() {
+    return parallel;
+  }
+
+  /** Longest time from key frame to key frame. */
+  public double keyFrameSeconds() {
+    return keyFrameSeconds;
+  }
+
+  /** How much of the input is taken. */
+  public long maxMilliseconds() {
+    return maxMilliseconds;
+  }
+
+  public Overwrite overwrite() {
+    return overwrite;
+  }
+
+  /** Sets by name what is to be other than usual. Used once. */
+  public static final class Builder {
+    private final JobSettings made;
+
+    private Builder(JobSettings made) {
+      this.made = made;
+    }
+
+    public Builder renditions(List<RenditionSpec> renditions) {
+      made.renditions = List.copyOf(renditions);
+      return this;
+    }
+
+    public Builder audioRenditions(List<AudioSpec> specs) {
+      made.audioRenditions = List.copyOf(specs);
+      return this;
+    }
+
+    public Builder conversion(AudioConversion conversion) {
+      made.conversion = conversion;
+      return this;
+    }
+
+    public Builder video(boolean wanted) {
+      made.video = wanted;
+      return this;
+    }
+
+    public Builder audioAlong(boolean wanted) {
+      made.audioAlong = wanted;
+      return this;
+    }
+
+    public Builder deinterlace(Deinterlace deinterlace) {
+      made.deinterlace = deinterlace;
+      return this;
+    }
+
+    public Builder frameRate(double frameRate) {
+      made.frameRate = frameRate;
+      return this;
+    }
+
+    public Builder preset(H264Tuning.Preset preset) {
+      made.preset = preset;
+      return this;
+    }
+
+    public Builder overlays(List<OverlaySpec> overlays) {
+      made.overlays = List.copyOf(overlays);
+      return this;
+    }
+
+    public Builder format(Container format) {
+      made.format = format;
+      return this;
+    }
+
+    public Builder hlsWindow(int segments) {
+      made.hlsWindow = segments;
+      return this;
+    }
+
+    public Builder contactSheet(Path file) {
+      made.contactSheet = file;
+      return this;
+    }
+
+    public Builder parallel(boolean parallel) {
+      made.parallel = parallel;
+      return this;
+    }
+
+    public Builder keyFrameSeconds(double seconds) {
+      made.keyFrameSeconds = seconds;
+      return this;
+    }
+
+    public Builder maxMilliseconds(long milliseconds) {
+      made.maxMilliseconds = milliseconds;
+      return this;
+    }
+
+    public Builder overwrite(Overwrite overwrite) {
+      made.overwrite = overwrite;
+      return this;
+    }
+
+    public JobSettings build() {
+      return made;
+    }
+  }
+}

@@ -1,0 +1,304 @@
+package com.zarvo.qvs.host.job;
+
+import com.zarvo.qvs.host.media.MediaException;
+import com.zarvo.qvs.host.media.MediaFeed;
+import com.zarvo.qvs.host.media.MediaKind;
+import com.zarvo.qvs.host.media.MediaPacket;
+import com.zarvo.qvs.host.media.MediaReader;
+import com.zarvo.qvs.host.media.MediaWriter;
+import com.zarvo.qvs.host.media.OutputPacket;
+import com.zarvo.qvs.host.media.OutputTrack;
+import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.AudioSpec;
+import com.zarvo.qvs.host.model.Container;
+import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.Rational;
+import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.session.AudioPath;
+import com.zarvo.qvs.host.session.AudioRenditionPath;
+import com.zarvo.qvs.host.session.RenditionPath;
+import com.zarvo.qvs.host.session.SessionOutput;
+import com.zarvo.qvs.host.session.TranscodeSession;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
+import com.zarvo.qvs.transcoder.model.TranscoderPacket;
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.LinkOption;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.HashSet;
+import java.util.List;
+import java.util.Set;
+
+/**
+ * The files of all renditions and what the session sends to them. Each video rendition has a file, which takes all
+ * audio renditions that its container can hold; an audio rendition that no such file took has one of its own.
+ */
+public final class RenditionFiles implements SessionOutput, AutoCloseable {
+  private static final int VIDEO_TRACK = 0;
+  private static final Rational SQUARE = new Rational(1, 1);
+  // What segments add to coded bits, and how far these may exceed what was asked for.
+  private static final double LIVE_RATE_MARGIN = 1.2;
+
+  private final JobSettings settings;
+  private final StreamInfo source;
+  private final List<RenditionSpec> renditions;
+  private final List<MediaWriter> writers = new ArrayList<>();
+  private final List<AudioOutput> audioRenditions = new ArrayList<>();
+  private final List<List<Path>> audioFiles = new ArrayList<>();
+  private final Set<Path> taken = new HashSet<>();
+  private final List<Path> replaceable = new ArrayList<>();
+  private final ContactSheet sheet;
+  private final long[] keyFrames;
+  private Path master;
+
+  /** `renditions` is empty and `source` not used where pictures are left out. */
+  RenditionFiles(JobSettings settings, StreamInfo source, List<RenditionSpec> renditions) {
+    this.settings = settings;
+    this.source = source;
+    this.renditions = renditions;
+    this.keyFrames = new long[renditions.size()];
+    this.sheet = settings.contactSheet() == null || renditions.isEmpty() ? null : new ContactSheet(renditions);
+  }
+
+  /** Creates the files; called once the session stands, so that refused input leaves no trace. */
+  void open(AudioPath audio, MediaFeed feed) throws HostException, IOException {
+    try {
+      Files.createDirectories(settings.directory());
+    } catch (IOException e) {
+      throw new HostException(settings.directory() + ": cannot be made a directory");
+    }
+    if (settings.format().isFolder()) clearMaster();
+    taken.add(settings.input().toAbsolutePath().normalize());
+    MediaPacket firstFrame = renditions.isEmpty() ? null : feed.peek(MediaKind.VIDEO, 0);
+    boolean keepTimes = firstFrame == null || firstFrame.timecodeMs() >= 0;
+    if (audio != null) prepareAudio(audio, feed, keepTimes);
+    List<Path> names = chooseNames();
+    if (!isLive()) checkReplaced(names);
+    for (int i = 0; i < renditions.size(); i++) openVideo(renditions.get(i), names.get(i), keepTimes && audio != null);
+    for (int i = 0, own = renditions.size(); i < audioRenditions.size(); i++)
+      if (audioFiles.get(i).isEmpty()) openAudio(i, names.get(own++), keepTimes);
+  }
+
+  /** Names of all files: first those of pictures, then those of audio renditions that no such file takes. */
+  private List<Path> chooseNames() {
+    List<Path> names = new ArrayList<>();
+    for (RenditionSpec spec : renditions) names.add(freeName(spec.sizeText(), settings.format()));
+    for (AudioOutput audio : audioRenditions) {
+      AudioSpec spec = audio.spec();
+      if (renditions.isEmpty() || !settings.format().holds(spec.codec()))
+        names.add(freeName(spec.nameText(), settings.format().forAudioAlone(spec.codec())));
+    }
+    return names;
+  }
+
+  // A live run goes on where a former one stopped.
+  private void checkReplaced(List<Path> names) throws HostException {
+    List<Path> all = new ArrayList<>(names);
+    if (settings.format().isFolder()) all.add(masterPath());
+    if (sheet != null) all.add(settings.contactSheet());
+    all.removeAll(replaceable);
+    List<Path> existing = all.stream().filter(path -> Files.exists(path, LinkOption.NOFOLLOW_LINKS)).toList();
+    if (existing.isEmpty()) return;
+    if (!settings.overwrite().allows(existing)) {
+      String more = existing.size() > 1 ? " and " + (existing.size() - 1) + " more exist" : " exists";
+      throw new HostException(existing.get(0) + more + " already; --overwrite lets them be replaced");
+    }
+    replaceable.addAll(existing);
+  }
+
+  private void prepareAudio(AudioPath audio, MediaFeed feed, boolean keepTimes) throws HostException, IOException {
+    MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
+    for (int i = 0; i < audio.renditions(); i++) {
+      AudioRenditionPath path = audio.rendition(i);
+      int rate = path.spec().sampleRate();
+      long audible = audio.clock().originSamples(rate) + audio.atRate(first.paddingStart(), rate);
+      if (keepTimes) audible = Math.max(0, audible);
+      audioRenditions.add(new AudioOutput(path.spec(), audio.clock(), audible, path.headers()));
+      audioFiles.add(new ArrayList<>());
+    }
+  }
+
+  private void openVideo(RenditionSpec spec, Path name, boolean keepTimes) throws MediaException {
+    Container container = settings.format();
+    List<OutputTrack> tracks = new ArrayList<>();
+    tracks.add(
+        new OutputTrack.Video(
+            spec.codec().codecName, new byte[0], source.timeBase(), spec.width(), spec.height(), rateOf(spec),
+            SQUARE, source.colors(), source.display()));
+    List<AudioOutput> held = audioRenditions.stream().filter(audio -> container.holds(audio.spec().codec())).toList();
+    for (AudioOutput audio : held) tracks.add(audio.track());
+    MediaWriter writer =
+        MediaWriter.create(
+            name, container, settings.keyFrameSeconds(), settings.hlsWindow(), tracks,
+            keepTimes);
+    writers.add(writer);
+    for (int i = 0; i < held.size(); i++) connect(held.get(i), writer, i + 1);
+  }
+
+  private void openAudio(int index, Path name, boolean keepTimes) throws MediaException {
+    AudioOutput audio = audioRenditions.get(index);
+    Container container = settings.format().forAudioAlone(audio.spec().codec());
+    MediaWriter writer = MediaWriter.create(name, container.muxer, List.of(audio.track()), keepTimes);
+    writers.add(writer);
+    connect(audio, writer, 0);
+  }
+
+  private void connect(AudioOutput audio, MediaWriter writer, int track) {
+    audio.addSink(packet -> writer.write(track, packet));
+    audioFiles.get(audioRenditions.indexOf(audio)).add(writer.target());
+  }
+
+  private Path freeName(String what, Container container) {
+    String stem = stemOf() + "_" + what;
+    for (int i = 1; ; i++) {
+      String ending = container.isFolder() ? "" : "." + container.label();
+      Path file = settings.directory().resolve(stem + (i > 1 ? "_" + i : "") + ending);
+      if (taken.add(file.toAbsolutePath().normalize())) return file;
+    }
+  }
+
+  private String stemOf() {
+    return stemOf(settings.input());
+  }
+
+  /** What the names of all files of an input begin with. */
+  public static String stemOf(Path input) {
+    String name = MediaReader.nameOf(input);
+    int dot = name.lastIndexOf('.');
+    return dot > 0 ? name.substring(0, dot) : name;
+  }
+
+  @Override
+  public void packet(int rendition, TranscoderPacket packet, long pts, long dts) throws HostException, IOException {
+    boolean key = packet.frameType == RenditionPath.FRAME_KEY;
+    if (key) keyFrames[rendition]++;
+    OutputPacket coded = new OutputPacket(packet.buffer, packet.offset, (int) packet.len, pts, dts, 0, 0, key);
+    writers.get(rendition).write(VIDEO_TRACK, coded);
+    if (isLive() && master == null && keyFrames[rendition] > 1) writeLiveMaster();
+  }
+
+  @Override
+  public void audioPacket(int rendition, TranscoderPacket packet) throws HostException, IOException {
+    audioRenditions.get(rendition).add(packet);
+  }
+
+  @Override
+  public boolean audioEnds(int rendition, long endSamples) {
+    audioRenditions.get(rendition).drainTo(endSamples);
+    return !audioRenditions.get(rendition).isComplete();
+  }
+
+  @Override
+  public boolean audioIsComplete(int rendition) {
+    return audioRenditions.get(rendition).isComplete();
+  }
+
+  @Override
+  public boolean wantsFrame(int rendition, long timecode) {
+    return sheet != null && sheet.wants(rendition, timecode);
+  }
+
+  @Override
+  public void frame(int rendition, long timecode, TranscoderNativeVideoFrame frame) {
+    sheet.add(rendition, timecode, frame);
+  }
+
+  /** Completes all files, after a check that every picture that went in came out, and some of every sound. */
+  void finish(TranscodeSession session) throws HostException, IOException {
+    for (int i = 0; i < renditions.size(); i++) {
+      long in = session.encodedFrames(i);
+      long out = writers.get(i).packets(VIDEO_TRACK);
+      if (in != out)
+        throw new HostException(
+            writers.get(i).target() + ": " + in + " pictures went to the encoder and " + out + " came back");
+    }
+    for (int i = 0; i < audioRenditions.size(); i++) {
+      AudioOutput audio = audioRenditions.get(i);
+      boolean whole = audio.packets() > 0 && audio.isComplete();
+      session.check(whole ? 0 : -1, audioFiles.get(i).get(0) + ": its sound is not whole");
+    }
+    if (!isLive()) checkReplaced(writers.stream().map(MediaWriter::target).toList());
+    for (MediaWriter writer : writers) writer.finish();
+    if (settings.format().isFolder() && !renditions.isEmpty() && master == null) writeMaster();
+  }
+
+  // In a live run that of a former one would send players to folders that are only being filled.
+  private void clearMaster() throws HostException, IOException {
+    Path file = masterPath();
+    if (Files.exists(file) && Files.exists(settings.input()) && Files.isSameFile(file, settings.input()))
+      throw new HostException(file + ": is the input itself");
+    if (isLive()) Files.deleteIfExists(file);
+  }
+
+  private boolean isLive() {
+    return settings.hlsWindow() > 0;
+  }
+
+  // As soon as no player is sent to a rendition that is not there.
+  private void writeLiveMaster() throws IOException {
+    for (int i = 0; i < renditions.size(); i++)
+      if (!Files.exists(writers.get(i).target().resolve(Container.PLAYLIST))) return;
+    writeMaster();
+  }
+
+  private void writeMaster() throws IOException {
+    HlsMaster playlist = new HlsMaster();
+    List<AudioSpec> held =
+        audioRenditions.stream().map(AudioOutput::spec).filter(spec -> settings.format().holds(spec.codec())).toList();
+    long audioRate = held.stream().mapToLong(AudioSpec::bitRate).sum();
+    for (int i = 0; i < renditions.size(); i++) {
+      double expected = isLive() ? LIVE_RATE_MARGIN * (renditions.get(i).bitRate() + audioRate) : 0;
+      OutputTrack.Video track = (OutputTrack.Video) writers.get(i).track(VIDEO_TRACK);
+      playlist.add(writers.get(i).target(), track, !held.isEmpty(), Math.round(expected));
+    }
+    playlist.write(masterPath());
+    master = masterPath();
+  }
+
+  private Path masterPath() {
+    return settings.directory().resolve(stemOf() + ".m3u8");
+  }
+
+  private Rational rateOf(RenditionSpec spec) {
+    Rational own = source.frameRate();
+    return spec.frameRate() > 0 && spec.frameRate() < own.toDouble() || settings.deinterlace() == Deinterlace.DOUBLE
+        ? new Rational(0, 1)
+        : own;
+  }
+
+  List<JobResult.Rendition> results() {
+    List<JobResult.Rendition> results = new ArrayList<>();
+    for (int i = 0; i < renditions.size(); i++) {
+      MediaWriter writer = writers.get(i);
+      results.add(
+          new JobResult.Rendition(
+              renditions.get(i),
+              settings.format().isFolder() ? writer.target().resolve(Container.PLAYLIST) : writer.target(),
+              writer.packets(VIDEO_TRACK),
+              keyFrames[i],
+              writer.bytes(VIDEO_TRACK)));
+    }
+    return results;
+  }
+
+  List<JobResult.AudioRendition> audioResults() {
+    List<JobResult.AudioRendition> results = new ArrayList<>();
+    for (int i = 0; i < audioRenditions.size(); i++) {
+      AudioOutput audio = audioRenditions.get(i);
+      results.add(new JobResult.AudioRendition(audio.spec(), audioFiles.get(i), audio.packets(), audio.bytes()));
+    }
+    return results;
+  }
+
+  Path writeSheet() throws IOException {
+    return sheet != null && sheet.write(settings.contactSheet()) ? settings.contactSheet() : null;
+  }
+
+  @Override
+  public void close() {
+    for (MediaWriter writer : writers) writer.close();
+    for (AudioOutput audio : audioRenditions) audio.close();
+  }
+}

@@ -1,0 +1,195 @@
+package com.zarvo.qvs.host.job;
+
+import com.zarvo.qvs.host.media.Interruption;
+import com.zarvo.qvs.host.media.MediaFeed;
+import com.zarvo.qvs.host.media.MediaKind;
+import com.zarvo.qvs.host.media.MediaPacket;
+import com.zarvo.qvs.host.media.MediaReader;
+import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.AudioCodec;
+import com.zarvo.qvs.host.model.AudioSpec;
+import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.NativeLibraries;
+import com.zarvo.qvs.host.model.OverlaySpec;
+import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.model.VideoCodec;
+import com.zarvo.qvs.host.session.AudioSettings;
+import com.zarvo.qvs.host.session.AudioSource;
+import com.zarvo.qvs.host.session.SessionSettings;
+import com.zarvo.qvs.host.session.TranscodeSession;
+import com.zarvo.qvs.host.session.VideoSource;
+import java.io.IOException;
+import java.util.List;
+import java.util.function.Function;
+
+/** Makes one file into renditions: reader, session, writers. */
+public final class TranscodeJob {
+  private final JobSettings settings;
+  private final Function<Long, Progress> progressOf;
+  private final Interruption interruption;
+  private final JobResult result;
+
+  /** `progressOf` makes the progress display for a length in milliseconds, -1 when unknown. */
+  public TranscodeJob(JobSettings settings, Function<Long, Progress> progressOf, Interruption interruption) {
+    this.settings = settings;
+    this.progressOf = progressOf;
+    this.interruption = interruption;
+    this.result = new JobResult(settings);
+  }
+
+  /** What is known so far, also of work that failed. */
+  public JobResult result() {
+    return result;
+  }
+
+  /**
+   * Runs to the end, which for live input may be that of its feed or an interruption. When it returns every rendition
+   * was written whole; otherwise it throws.
+   */
+  public JobResult run() throws HostException, IOException {
+    NativeLibraries.loadMedia();
+    try (MediaReader reader = MediaReader.open(settings.input(), interruption)) {
+      boolean video = selectStreams(reader);
+      StreamInfo source = video ? reader.video() : null;
+      result.source = source;
+      VideoCodec codec = video ? VideoSource.codecOf(settings.input(), source) : null;
+      List<RenditionSpec> renditions = video ? settled(codec, source) : List.of();
+      checkOverlays(renditions.size());
+      for (RenditionSpec rendition : renditions) checkContainer(rendition.codec());
+      SessionSettings.Builder session =
+          SessionSettings.of(MediaReader.nameOf(settings.input()))
+              .audio(audioSettings(reader))
+              .deinterlace(settings.deinterlace())
+              .renditions(renditions)
+              .overlays(settings.overlays())
+              .parallel(settings.parallel())
+              .keyFrameSeconds(settings.keyFrameSeconds())
+              .previewWidth(ContactSheet.CELL_WIDTH);
+      if (video) session.video(reader);
+      MediaFeed feed = new MediaFeed(reader);
+      try (RenditionFiles files = new RenditionFiles(settings, source, renditions);
+          TranscodeSession opened = new TranscodeSession(session.build(), files, feed)) {
+        if (opened.audio() != null) result.audioSource = reader.audio();
+        try {
+          files.open(opened.audio(), feed);
+          pump(reader, feed, opened);
+          finish(opened, files);
+        } finally {
+          note(opened, feed);
+        }
+        return result;
+      }
+    }
+  }
+
+  /** Settles which streams are read; true when pictures are among them. */
+  private boolean selectStreams(MediaReader reader) throws HostException {
+    String name = settings.input() + ": ";
+    boolean audio = !audioRenditions(reader).isEmpty();
+    if (audio && reader.audio() == null) throw new HostException(name + "no audio stream in it");
+    boolean wanted = settings.video() && settings.format().holdsVideo();
+    boolean video = wanted && reader.video() != null;
+    if (!video && !audio)
+      throw new HostException(name + (wanted ? "no video stream in it" : "nothing to do, neither pictures nor sound"));
+    if (!video && settings.hlsWindow() > 0) throw new HostException(name + "no pictures for --hls-window");
+    if (!video && !settings.renditions().isEmpty())
+      throw new HostException(
+          name + (reader.video() == null ? "no video stream in it" : "its pictures are left out, --rendition cannot be"));
+    if (!audio) reader.ignore(MediaKind.AUDIO);
+    if (!video) reader.ignore(MediaKind.VIDEO);
+    return video;
+  }
+
+  private AudioSettings audioSettings(MediaReader reader) throws HostException {
+    List<AudioSpec> audioRenditions = audioRenditions(reader);
+    if (audioRenditions.isEmpty()) return null;
+    AudioSource.check(settings.input(), reader.audio());
+    return new AudioSettings(reader.audio(), settings.conversion(), audioRenditions);
+  }
+
+  // Sound that nobody asked for must not keep the pictures from being made.
+  private List<AudioSpec> audioRenditions(MediaReader reader) {
+    boolean along = settings.audioAlong() && settings.format().takesAudioAlong() && reader.audio() != null;
+    if (!settings.audioRenditions().isEmpty() || !along) return settings.audioRenditions();
+    try {
+      AudioSource.check(settings.input(), reader.audio());
+      return List.of(AudioSpec.parse(AudioCodec.AAC.codecName));
+    } catch (HostException e) {
+      return List.of();
+    }
+  }
+
+  private List<RenditionSpec> settled(VideoCodec codec, StreamInfo source) {
+    List<RenditionSpec> wanted =
+        settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
+    return wanted.stream()
+        .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset()))
+        .map(spec -> spec.fittedTo(source.displayAspect(spec.crop())))
+        .map(spec -> hidesItsAspect(codec, source) ? spec.withOwnBars(source.displayAspect()) : spec)
+        .toList();
+  }
+
+  // An MPEG-2 stream of square pixels says so by a number that its decoder takes for a square picture.
+  private static boolean hidesItsAspect(VideoCodec codec, StreamInfo source) {
+    return codec == VideoCodec.MPEG2 && source.pixelAspect().num() == source.pixelAspect().den();
+  }
+
+  private void checkContainer(VideoCodec codec) throws HostException {
+    if (!settings.format().holds(codec))
+      throw new HostException("--format " + settings.format().label() + " cannot hold " + codec.codecName);
+  }
+
+  private void checkOverlays(int renditions) throws HostException {
+    for (OverlaySpec overlay : settings.overlays())
+      if (overlay.rendition() >= renditions)
+        throw new HostException(
+            "overlay on=" + overlay.rendition() + ": there are only renditions 0 to " + (renditions - 1));
+  }
+
+  private void pump(MediaReader reader, MediaFeed feed, TranscodeSession session) throws HostException, IOException {
+    long startNs = System.nanoTime();
+    Progress progress = progressOf.apply(result.source != null ? result.source.durationMs() : reader.audio().durationMs());
+    long firstMs = Long.MIN_VALUE;
+    try {
+      for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
+        if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
+        if (packet.timecodeMs() - firstMs >= settings.maxMilliseconds()) break;
+        if (interruption.requested() && !reader.isLive())
+          throw new HostException(settings.input() + ": interrupted, its renditions were dropped");
+        if (packet.kind() == MediaKind.VIDEO) session.push(packet);
+        else session.audio().push(packet, feed.following(MediaKind.AUDIO));
+        result.mediaMs = Math.max(result.mediaMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
+        progress.update(result.mediaMs, session.frames());
+      }
+      session.drain();
+      progress.finish(result.mediaMs, session.frames());
+    } finally {
+      progress.close();
+      result.wallSeconds = (System.nanoTime() - startNs) / 1e9;
+    }
+  }
+
+  private void finish(TranscodeSession session, RenditionFiles files) throws HostException, IOException {
+    if (result.source != null && session.frames() == 0)
+      throw new HostException(settings.input() + ": no picture in it could be decoded");
+    if (session.audio() != null && session.audio().frames() == 0)
+      throw new HostException(settings.input() + ": no sound in it could be decoded");
+    files.finish(session);
+    result.contactSheet = files.writeSheet();
+    result.renditions = files.results();
+    result.audioRenditions = files.audioResults();
+  }
+
+  private void note(TranscodeSession session, MediaFeed feed) {
+    result.damagedFrames = session.damagedFrames();
+    result.damagedAudioPackets = session.audio() == null ? 0 : session.audio().failures();
+    result.frames = session.frames();
+    result.inputTrouble = feed.trouble();
+    result.log = session.log().lines();
+  }
+
+  private static long lengthMs(MediaReader reader, MediaPacket packet) {
+    if (packet.kind() == MediaKind.AUDIO) return reader.audio().timeBase().toMilliseconds(packet.duration());
+    return Math.round(1000 / reader.video().frameRateOrDefault());
+  }
+}

@@ -1,0 +1,222 @@
+package com.zarvo.qvs.host.media;
+
+import com.zarvo.qvs.host.model.Rational;
+import java.nio.file.Files;
+import java.nio.file.Path;
+
+/** Reads the packets of the best video and audio stream of any container that libavformat knows, in file order. */
+public final class MediaReader implements AutoCloseable {
+  private static final MediaKind[] KINDS = MediaKind.values();
+  private static final MediaPacket.TimeKind[] TIME_KINDS = MediaPacket.TimeKind.values();
+  // Places of a packet's facts and bits of its flags; the native side takes them from here. Fields by name would be
+  // looked up for every packet.
+  private static final int FACT_KIND = 0;
+  private static final int FACT_PTS = 1;
+  private static final int FACT_DURATION = 2;
+  private static final int FACT_PADDING_START = 3;
+  private static final int FACT_PADDING_END = 4;
+  private static final int FACT_FLAGS = 5;
+  private static final int FACT_TIME_KIND = 6;
+  private static final int FACTS = 7;
+  private static final long FLAG_KEY = 1;
+  private static final long FLAG_DISPOSABLE = 2;
+  private static final long FLAG_HIDDEN = 4;
+  private static final long FLAG_NEW_CONFIG = 8;
+
+  private static final Path STANDARD_INPUT = Path.of("-");
+
+  private final StreamInfo video;
+  private final AudioStreamInfo audio;
+  private final byte[] videoConfig;
+  private final long[] facts = new long[FACTS];
+  private final Path path;
+  private final boolean live;
+  private final Interruption interruption;
+  private boolean started;
+  private String shortfall = "";
+  private long handle;
+
+  private MediaReader(long handle, Path path, boolean live, Interruption interruption) {
+    this.handle = handle;
+    this.path = path;
+    this.live = live;
+    this.interruption = interruption;
+    boolean frames = has(handle, MediaKind.VIDEO.ordinal());
+    this.video = frames ? videoInfo(handle) : null;
+    this.videoConfig = frames ? codecConfig(handle, MediaKind.VIDEO.ordinal()) : null;
+    this.audio = has(handle, MediaKind.AUDIO.ordinal()) ? audioInfo(handle) : null;
+  }
+
+  private static StreamInfo videoInfo(long handle) {
+    VideoProperties properties = new VideoProperties();
+    videoProperties(handle, properties);
+    return properties.toInfo(codecName(handle, MediaKind.VIDEO.ordinal()), pixelFormat(handle));
+  }
+
+  private static AudioStreamInfo audioInfo(long handle) {
+    AudioProperties properties = new AudioProperties();
+    audioProperties(handle, properties);
+    int kind = MediaKind.AUDIO.ordinal();
+    return properties.toInfo(codecName(handle, kind), codecConfig(handle, kind));
+  }
+
+  /** Opens a file, or standard input for "-"; the exception's message names it and says what is wrong. */
+  public static MediaReader open(Path path) throws MediaException {
+    return open(path, new Interruption());
+  }
+
+  /** The same; live input ends where it is when it is interrupted, as if nothing followed. */
+  public static MediaReader open(Path path, Interruption interruption) throws MediaException {
+    Path real = realOf(path);
+    if (!Files.exists(real)) throw new MediaException(path + ": no such file");
+    if (Files.isDirectory(real)) throw new MediaException(path + ": is a directory");
+    boolean live = isLive(path);
+    long handle = create();
+    interruption.onRequest(() -> stop(handle));
+    boolean ready = false;
+    try {
+      open(handle, (live ? path : real).toString(), live);
+      MediaReader reader = new MediaReader(handle, path, live, interruption);
+      ready = true;
+      return reader;
+    } catch (MediaException e) {
+      throw new MediaException(path + ": " + e.getMessage());
+    } finally {
+      if (!ready) close(handle, interruption);
+    }
+  }
+
+  /** True for input that can be read only once, from front to back: a pipe, a FIFO, a device. */
+  public static boolean isLive(Path path) {
+    Path real = realOf(path);
+    return Files.exists(real) && !Files.isRegularFile(real) && !Files.isDirectory(real);
+  }
+
+  /** The name of the stream in it: that of the file. */
+  public static String nameOf(Path path) {
+    return path.equals(STANDARD_INPUT) ? "stdin" : path.getFileName().toString();
+  }
+
+  // A file that the shell put there can be read like any other.
+  private static Path realOf(Path path) {
+    return path.equals(STANDARD_INPUT) ? Path.of("/dev/stdin") : path;
+  }
+
+  /** What was opened. */
+  public Path path() {
+    return path;
+  }
+
+  /** True when the input can be read only once. */
+  public boolean isLive() {
+    return live;
+  }
+
+  /** True once a packet was read. */
+  boolean isStarted() {
+    return started;
+  }
+
+  /** The video stream, null when there is none. */
+  public StreamInfo video() {
+    return video;
+  }
+
+  /** Codec configuration of the video stream as libavformat keeps it, may be empty; null without such a stream. */
+  public byte[] videoConfig() {
+    return videoConfig;
+  }
+
+  /** The audio stream, null when there is none. */
+  public AudioStreamInfo audio() {
+    return audio;
+  }
+
+  /** Leaves the packets of one stream out from now on. */
+  public void ignore(MediaKind kind) {
+    if (handle != 0) ignore(handle, kind.ordinal());
+  }
+
+  /** The next packet in file order, null at the end of the file. */
+  public MediaPacket next() throws MediaException {
+    if (handle == 0) throw new MediaException("reader is closed");
+    byte[] data = readPacket();
+    if (data == null) {
+      if (!live) shortfall = shortfall(handle);
+      return null;
+    }
+    started = true;
+    MediaKind kind = KINDS[(int) facts[FACT_KIND]];
+    Rational unit = kind == MediaKind.VIDEO ? video.timeBase() : audio.timeBase();
+    long pts = facts[FACT_PTS];
+    long flags = facts[FACT_FLAGS];
+    return new MediaPacket(
+        kind,
+        data,
+        pts,
+        unit.toMilliseconds(pts),
+        facts[FACT_DURATION],
+        (int) facts[FACT_PADDING_START],
+        (int) facts[FACT_PADDING_END],
+        (flags & FLAG_KEY) != 0,
+        (flags & FLAG_DISPOSABLE) != 0,
+        (flags & FLAG_HIDDEN) != 0,
+        TIME_KINDS[(int) facts[FACT_TIME_KIND]],
+        (flags & FLAG_NEW_CONFIG) != 0 ? newConfig(handle) : null);
+  }
+
+  private byte[] readPacket() throws MediaException {
+    try {
+      return read(handle, facts);
+    } catch (MediaException e) {
+      if (started && !live) shortfall = shortfall(handle);
+      String hint = live && !started ? ", it may not be made to be read from front to back" : "";
+      throw new MediaException(path + ": " + e.getMessage() + hint);
+    }
+  }
+
+  /** What a file that was read to its end promised and did not hold, in one line; null where nothing lacks. */
+  public String shortfall() {
+    return shortfall.isEmpty() ? null : path + ": " + shortfall;
+  }
+
+  @Override
+  public void close() {
+    if (handle != 0) close(handle, interruption);
+    handle = 0;
+  }
+
+  private static void close(long handle, Interruption interruption) {
+    interruption.onRequest(null);
+    close(handle);
+  }
+
+  private static native long create() throws MediaException;
+
+  private static native void open(long handle, String path, boolean live) throws MediaException;
+
+  private static native void stop(long handle);
+
+  private static native boolean has(long handle, int kind);
+
+  private static native void ignore(long handle, int kind);
+
+  private static native String codecName(long handle, int kind);
+
+  private static native byte[] codecConfig(long handle, int kind);
+
+  private static native String pixelFormat(long handle);
+
+  private static native void videoProperties(long handle, VideoProperties properties);
+
+  private static native void audioProperties(long handle, AudioProperties properties);
+
+  /** Returns null at the end; fills the facts. */
+  private static native byte[] read(long handle, long[] facts) throws MediaException;
+
+  private static native String shortfall(long handle);
+
+  private static native byte[] newConfig(long handle);
+
+  private static native void close(long handle);
+}

@@ -1,0 +1,112 @@
+package com.zarvo.qvs.host.model;
+
+import java.nio.file.Path;
+import java.util.EnumSet;
+import java.util.LinkedHashMap;
+import java.util.Locale;
+import java.util.Map;
+import java.util.Set;
+
+/** Containers that can be written, and what each can hold. */
+public enum Container {
+  MP4("mp4", EnumSet.of(VideoCodec.H264, VideoCodec.VP9), EnumSet.of(AudioCodec.AAC, AudioCodec.OPUS)),
+  FLV("flv", EnumSet.of(VideoCodec.H264), EnumSet.of(AudioCodec.AAC)),
+  HLS("hls", EnumSet.of(VideoCodec.H264), EnumSet.of(AudioCodec.AAC)),
+  MKV(
+      "matroska",
+      EnumSet.of(VideoCodec.H264, VideoCodec.VP8, VideoCodec.VP9),
+      EnumSet.of(AudioCodec.AAC, AudioCodec.OPUS, AudioCodec.VORBIS)),
+  WEBM("webm", EnumSet.of(VideoCodec.VP8, VideoCodec.VP9), EnumSet.of(AudioCodec.OPUS, AudioCodec.VORBIS)),
+  IVF("ivf", EnumSet.of(VideoCodec.VP8, VideoCodec.VP9), EnumSet.noneOf(AudioCodec.class)),
+  OGG("ogg", EnumSet.noneOf(VideoCodec.class), EnumSet.of(AudioCodec.OPUS, AudioCodec.VORBIS)),
+  AAC("adts", EnumSet.noneOf(VideoCodec.class), EnumSet.of(AudioCodec.AAC));
+
+  // A key picture that comes a rounding early still ends a segment.
+  private static final double SEGMENT_TOLERANCE_SECONDS = 0.01;
+  // Where one stream of a live feed falls silent the others wait for it no longer than this: microseconds.
+  private static final String MAX_LIVE_WAIT_US = "1000000";
+  public static final String PLAYLIST = "index.m3u8";
+
+  /** As libavformat names it. */
+  public final String muxer;
+
+  private final Set<VideoCodec> video;
+  private final Set<AudioCodec> audio;
+
+  Container(String muxer, Set<VideoCodec> video, Set<AudioCodec> audio) {
+    this.muxer = muxer;
+    this.video = video;
+    this.audio = audio;
+  }
+
+  /** Its name on the command line, also the ending of its files. */
+  public String label() {
+    return name().toLowerCase(Locale.ROOT);
+  }
+
+  /** True where a rendition is a folder of segments with a playlist. */
+  public boolean isFolder() {
+    return this == HLS;
+  }
+
+  /**
+   * True where it can say how pictures are to be shown. Matroska could, but its muxer in libavformat 59 leaves it out.
+   */
+  public boolean holdsDisplayMatrix() {
+    return this == MP4;
+  }
+
+  public boolean holdsVideo() {
+    return !video.isEmpty();
+  }
+
+  public boolean holds(VideoCodec codec) {
+    return video.contains(codec);
+  }
+
+  public boolean holds(AudioCodec codec) {
+    return audio.contains(codec);
+  }
+
+  /** The codec of renditions that ask for none. */
+  public VideoCodec usualVideo() {
+    return holds(VideoCodec.H264) ? VideoCodec.H264 : VideoCodec.VP8;
+  }
+
+  /** True where a source's sound goes along without being asked for, as AAC. */
+  public boolean takesAudioAlong() {
+    return holdsVideo() && holds(AudioCodec.AAC);
+  }
+
+  /** Where sound goes alone: this container where it can hold it, else the codec's own. */
+  public Container forAudioAlone(AudioCodec codec) {
+    if (holds(codec) && !isFolder()) return this;
+    return codec == AudioCodec.AAC ? AAC : OGG;
+  }
+
+  /** Settings of the muxer for a file or folder; `window`: segments that a playlist names at a time, 0 for all. */
+  public Map<String, String> options(Path target, double keyFrameSeconds, int window) {
+    Map<String, String> options = new LinkedHashMap<>();
+    // Edit lists count in these units; the usual millisecond would move sound against pictures by as much.
+    if (this == MP4) options.put("movie_timescale", "90000");
+    if (this != HLS) return options;
+    double seconds = Math.max(SEGMENT_TOLERANCE_SECONDS, keyFrameSeconds - SEGMENT_TOLERANCE_SECONDS);
+    options.put("hls_time", String.format(Locale.ROOT, "%.3f", seconds));
+    options.put("hls_list_size", Integer.toString(window));
+    options.put("hls_flags", window > 0 ? "independent_segments+delete_segments+temp_file" : "independent_segments");
+    options.put("hls_segment_filename", target + "/segment_%05d.ts");
+    if (window == 0) {
+      options.put("hls_playlist_type", "vod");
+      return options;
+    }
+    // Who fetched a playlist may still fetch all that it named.
+    options.put("hls_delete_threshold", Integer.toString(window));
+    options.put("max_interleave_delta", MAX_LIVE_WAIT_US);
+    return options;
+  }
+
+  public static Container of(String text) {
+    for (Container container : values()) if (container.label().equals(text.toLowerCase(Locale.ROOT))) return container;
+    throw new IllegalArgumentException("'" + text + "' is unknown, take mp4, flv, hls, mkv, webm, ivf, ogg or aac");
+  }
+}

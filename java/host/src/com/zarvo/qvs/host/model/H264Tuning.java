@@ -1,0 +1,90 @@
+package com.zarvo.qvs.host.model;
+
+import java.util.Arrays;
+import java.util.Locale;
+import java.util.stream.Collectors;
+
+/**
+ * How an H.264 rendition is coded.
+ *
+ * @param preset null for the usual one
+ * @param profile null lets the encoder choose
+ * @param level ten times the level, 9 for 1b, 0 lets the encoder choose
+ * @param bFrames pictures in a row that may be predicted from both sides
+ */
+public record H264Tuning(Preset preset, Profile profile, int level, int bFrames) {
+  public static final H264Tuning USUAL = new H264Tuning(null, null, 0, 0);
+  static final int MAX_B_FRAMES = 8;
+  private static final int LEVEL_1B = 9;
+
+  /** Speed against quality, by the names that x264 uses. */
+  public enum Preset {
+    ULTRAFAST(0),
+    SUPERFAST(2),
+    VERYFAST(4),
+    FASTER(6),
+    FAST(8),
+    MEDIUM(10),
+    SLOW(12),
+    SLOWER(14),
+    VERYSLOW(15);
+
+    /** Number of the native side. */
+    public final long level;
+
+    Preset(long level) {
+      this.level = level;
+    }
+
+    public static Preset of(String text) {
+      return named("preset", text, values());
+    }
+  }
+
+  /** What a decoder must be able to do. */
+  public enum Profile {
+    BASELINE(0),
+    MAIN(1),
+    HIGH(3);
+
+    /** Number of the native side. */
+    public final long id;
+
+    Profile(long id) {
+      this.id = id;
+    }
+  }
+
+  /** What the keys of a rendition say; null for those that lack. */
+  static H264Tuning parse(String preset, String profile, String level, int bFrames) {
+    Profile wanted = profile == null ? null : named("profile", profile, Profile.values());
+    if (wanted == Profile.BASELINE && bFrames > 0)
+      throw new IllegalArgumentException("bframes: the baseline profile has none");
+    return new H264Tuning(preset == null ? null : Preset.of(preset), wanted, levelOf(level), bFrames);
+  }
+
+  /** The preset, the usual one where none was asked for. */
+  @Override
+  public Preset preset() {
+    return preset == null ? Preset.VERYFAST : preset;
+  }
+
+  /** The same, with a preset where none was asked for. */
+  H264Tuning withUsual(Preset usual) {
+    return preset != null || usual == null ? this : new H264Tuning(usual, profile, level, bFrames);
+  }
+
+  private static int levelOf(String text) {
+    if (text == null) return 0;
+    if (text.equals("1b")) return LEVEL_1B;
+    if (!text.matches("[1-6](\\.[0-3])?"))
+      throw new IllegalArgumentException("level '" + text + "' is not like 4.1");
+    return Integer.parseInt(text.substring(0, 1)) * 10 + (text.length() > 1 ? text.charAt(2) - '0' : 0);
+  }
+
+  private static <T extends Enum<T>> T named(String what, String text, T[] values) {
+    for (T value : values) if (value.name().equals(text.toUpperCase(Locale.ROOT))) return value;
+    String known = Arrays.stream(values).map(v -> v.name().toLowerCase(Locale.ROOT)).collect(Collectors.joining(", "));
+    throw new IllegalArgumentException(what + " '" + text + "' is unknown, take one of " + known);
+  }
+}

@@ -1,0 +1,68 @@
+package com.zarvo.qvs.host.session;
+
+import com.zarvo.qvs.host.model.Colors;
+import com.zarvo.qvs.host.model.H264Tuning;
+import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.model.VideoCodec;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeParameterValue;
+
+/** The keys by which the encoder of a rendition is set up. */
+final class EncoderSettings {
+  private static final int VPX_CPU_USED = 100033;
+  private static final int VPX_THREAD_COUNT = 100100;
+  private static final int VPX_ASYNCHRONOUS = 100101;
+  private static final int VPX_COLOR_SPACE = 100103;
+  private static final int VPX_COLOR_RANGE = 100104;
+  // Fixed speed: the automatic one gives up several dB for time that live streams on this many cores don't need.
+  private static final long CPU_USED = -8;
+
+  private static final int H264_PROFILE = 10000;
+  private static final int H264_LEVEL = 10001;
+  private static final int H264_REORDERING_DELAY = 10003;
+  private static final int H264_THREADS = 10078;
+  private static final int H264_SPEED = 10129;
+  private static final int H264_SOURCE_COLORS = 10134;
+  private static final int H264_COLORS = 10135;
+  private static final int H264_ASYNCHRONOUS = 10200;
+  private static final int H264_FLUSH = 10201;
+  private static final int H264_COLOR_CODE_POINTS = 10202;
+  private static final int NARROW_RANGE = 1;
+  private static final int FULL_RANGE = 2;
+
+  private EncoderSettings() {}
+
+  /** Scaling leaves colours as they are, so a rendition's are those of its source. */
+  static TranscoderNativeParameterValue[] of(RenditionSpec spec, Colors colors, boolean asynchronous) {
+    NativeParameters keys = new NativeParameters();
+    if (spec.codec() == VideoCodec.H264) {
+      addH264(keys, spec.tuning(), asynchronous ? 1 : 0);
+      addColors(keys, colors);
+    } else {
+      keys.set(VPX_CPU_USED, CPU_USED).set(VPX_THREAD_COUNT, 1).set(VPX_ASYNCHRONOUS, asynchronous ? 1 : 0);
+      keys.set(VPX_COLOR_SPACE, colors.vp9Space()).set(VPX_COLOR_RANGE, colors.fullRange() ? 1 : 0);
+    }
+    return keys.toArray();
+  }
+
+  private static void addColors(NativeParameters keys, Colors colors) {
+    int description = colors.description();
+    if (description != 0) {
+      keys.set(H264_SOURCE_COLORS, description).set(H264_COLORS, description);
+      return;
+    }
+    int range = colors.fullRange() ? FULL_RANGE : NARROW_RANGE;
+    keys.setAll(H264_COLOR_CODE_POINTS, colors.primaries(), colors.transfer(), colors.matrix(), range);
+  }
+
+  private static void addH264(NativeParameters keys, H264Tuning tuning, long asynchronous) {
+    keys.set(H264_SPEED, tuning.preset().level).set(H264_THREADS, 1).set(H264_ASYNCHRONOUS, asynchronous);
+    if (tuning.profile() != null) keys.set(H264_PROFILE, tuning.profile().id);
+    if (tuning.level() != 0) keys.set(H264_LEVEL, tuning.level());
+    if (tuning.bFrames() > 0) keys.set(H264_REORDERING_DELAY, tuning.bFrames() + 1);
+  }
+
+  /** What makes an H.264 encoder hand out the pictures that it holds back. */
+  static TranscoderNativeParameterValue[] endOfStream() {
+    return new NativeParameters().set(H264_FLUSH, 1).toArray();
+  }
+}

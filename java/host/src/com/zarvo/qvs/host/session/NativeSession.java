@@ -1,0 +1,82 @@
+package com.zarvo.qvs.host.session;
+
+import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.NativeLibraries;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeStreamContext;
+import com.zarvo.qvs.transcoder.model.TranscoderSessionNative;
+
+/** The native session under a {@link TranscodeSession}, as its video and audio paths share it. */
+final class NativeSession implements AutoCloseable {
+  private final String name;
+  private final SessionOutput output;
+  private final SessionLog log;
+  private long handle;
+
+  NativeSession(String name, SessionOutput output) throws HostException {
+    this.name = name;
+    this.output = output;
+    this.log = new SessionLog("host/transcode/" + name);
+    NativeLibraries.loadTranscoder();
+    handle = TranscoderSessionNative.createInstance(context(""));
+    if (handle == 0) throw new HostException("no transcoder session could be made");
+    TranscoderSessionNative.initInstance(handle);
+  }
+
+  /** The session's number, 0 once it is closed. */
+  long handle() {
+    return handle;
+  }
+
+  /** The stream's name. */
+  String name() {
+    return name;
+  }
+
+  SessionOutput output() {
+    return output;
+  }
+
+  /** What was logged so far; stays readable after the end. */
+  SessionLog log() {
+    fetchLog();
+    return log;
+  }
+
+  /** The native side keeps a limited number of lines, so they are fetched now and then. */
+  void fetchLog() {
+    if (handle != 0) log.fetch(handle);
+  }
+
+  TranscoderNativeStreamContext context(String rendition) {
+    TranscoderNativeStreamContext context = new TranscoderNativeStreamContext();
+    context.vhost = "host";
+    context.appName = "transcode";
+    context.appInstanceName = "_definst_";
+    context.streamNameBase = name;
+    context.streamName = name;
+    context.renditionName = rendition;
+    context.sessionExtraDataStr = "";
+    context.renditionExtraDataStr = "";
+    return context;
+  }
+
+  /** Turns a failure number into an exception that carries the session's own words where it has any. */
+  void check(long result, String what) throws HostException {
+    if (result != 0) throw failure(what);
+  }
+
+  /** The same once it failed: for calls of every frame, which make no text as long as they go well. */
+  HostException failure(String what) {
+    fetchLog();
+    String trouble = log.lastTrouble();
+    return new HostException(trouble.isEmpty() ? what : what + " (" + trouble + ")");
+  }
+
+  @Override
+  public void close() {
+    if (handle == 0) return;
+    fetchLog();
+    TranscoderSessionNative.destroyInstance(handle);
+    handle = 0;
+  }
+}

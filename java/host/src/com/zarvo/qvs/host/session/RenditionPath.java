@@ -1,0 +1,191 @@
+package com.zarvo.qvs.host.session;
+
+import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
+
+import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.OverlaySpec;
+import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeLong;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeParameterValue;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeStreamContext;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
+import com.zarvo.qvs.transcoder.model.TranscoderPacket;
+import java.io.IOException;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.Locale;
+
+/** One rendition within a session: its encoder, its pool of pictures and what becomes of the current picture. */
+public final class RenditionPath {
+  public static final long FRAME_KEY = 1;
+  static final long FRAME_INTER = 2;
+  static final long FRAME_DISPOSABLE = 3;
+
+  private static final long FOURCC_YV12 = 0x32315659L;
+  private static final long BIT_DEPTH = 8;
+
+  private final NativeSession owner;
+  private final SessionSettings settings;
+  private final TimecodeMap times;
+  private final RenditionSpec spec;
+  private final int index;
+  private final FrameRateLimiter limiter;
+  private final List<TranscoderPacket> packets = new ArrayList<>();
+  private final TranscoderNativeVideoFrame preview = new TranscoderNativeVideoFrame();
+  private long target = -1;
+  private long previewTarget = -1;
+  private boolean skipped;
+  private long keys;
+  private long added;
+
+  /** Makes encoder and pool of rendition `index`, which becomes the number of both. */
+  RenditionPath(
+      NativeSession owner, SessionSettings settings, int index, TimecodeMap times) throws HostException {
+    this.owner = owner;
+    this.settings = settings;
+    this.times = times;
+    this.index = index;
+    this.spec = settings.renditions().get(index);
+    this.limiter = new FrameRateLimiter(spec.frameRate());
+    long session = owner.handle();
+    TranscoderNativeStreamContext context = owner.context(spec.sizeText());
+    String what = "no encoder for " + spec.codec().codecName + " " + spec.sizeText();
+    TranscoderNativeLong number = new TranscoderNativeLong();
+    number.value = -1;
+    owner.check(
+        videoEncoderAdd(session, spec.codec().id, spec.codec().version, BIT_DEPTH, FOURCC_YV12, 0, context, number),
+        what);
+    owner.check(number.value == index ? 0 : -1, what);
+    owner.check(videoEncoderSetDefaults(session, index, 0, 0), what);
+    owner.check(videoEncoderSetFrameSize(session, index, spec.width(), spec.height()), what);
+    owner.check(videoEncoderSetFrameRate(session, index, frameRate()), what);
+    owner.check(videoEncoderSetBitrate(session, index, spec.bitRate()), what);
+    owner.check(videoEncoderSetFrameIndex(session, index, index), what);
+    owner.check(videoEncoderSetKeyFrameFollow(session, index, 1), what);
+    owner.check(videoEncoderSetGPUID(session, index, -1), what);
+    TranscoderNativeParameterValue[] parameters =
+        EncoderSettings.of(spec, settings.source().colors(), settings.parallel());
+    owner.check(videoEncoderSetParameterValues(session, index, parameters), what);
+    owner.check(videoEncoderApplyParameters(session, index), what);
+    owner.check(videoEncoderBufferSetAlloc(session, number), what);
+    owner.check(
+        videoEncoderBufferAdd(session, spec.width(), spec.height(), spec.fit().code, FOURCC_YV12, 0, number.value),
+        what);
+    if (spec.crop() != null) videoEncoderBufferSetCrop(session, index, spec.crop());
+    if (spec.padding() != null) videoEncoderBufferSetPadding(session, index, spec.padding());
+    owner.check(videoEncoderInitialize(session, index), what);
+  }
+
+  /** Pictures that went to the encoder so far. */
+  long added() {
+    return added;
+  }
+
+  void setOverlay(int slot, OverlaySpec overlay, OverlayImage image) throws HostException {
+    TranscoderNativeVideoFrame frame = image.placed(overlay, spec.width(), spec.height());
+    owner.check(videoEncoderBufferSetOverlayVideoFrame(owner.handle(), index, slot, frame), overlay.image() + ": refused as an overlay");
+  }
+
+  /** Takes a free picture of the pool. Returns its number, or -1 when this time is left out. */
+  long takeTarget(long time) throws HostException, IOException {
+    target = videoEncoderBufferAllocate(owner.handle(), index);
+    if (target < 0) {
+      // All pictures are with the encoder: asking for its packets waits until it has given them back.
+      collect();
+      target = videoEncoderBufferAllocate(owner.handle(), index);
+    }
+    if (target < 0) throw new HostException("all pictures of rendition " + spec.sizeText() + " are taken");
+    skipped = !limiter.keep(time);
+    return skipped ? -1 : target;
+  }
+
+  void scaleFrom(long decoderFrame, long time) throws HostException {
+    if (skipped) return;
+    if (videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index) != 0)
+      throw failure(time, "could not be scaled");
+    if (!owner.output().wantsFrame(index, time)) return;
+    owner.check(videoEncoderBufferAcquire(owner.handle(), index, target), "a picture could not be held");
+    previewTarget = target;
+  }
+
+  /** Hands the scaled picture over. The picture's number goes before the pool's: the native order. */
+  void encode(long time, long firstTime) throws HostException, IOException {
+    long session = owner.handle();
+    if (skipped) {
+      videoEncoderSkipFrame(session, index, target, index, FRAME_INTER, time);
+      return;
+    }
+    // Asynchronous encoders are asked for the former picture's packets just before they get the
+    // next picture, which leaves them the whole time of decoding and scaling.
+    if (settings.parallel()) collect();
+    // Counted from the first picture of all, so that every rendition has its key pictures at the same times.
+    long due = (long) Math.floor((time - firstTime + 0.5) / (settings.keyFrameSeconds() * 1000)) + 1;
+    boolean key = due > keys;
+    if (videoEncoderAddFrame(session, index, target, index, key ? FRAME_KEY : FRAME_INTER, time) != 0)
+      throw failure(time, "was refused by its encoder");
+    added++;
+    keys = due;
+    if (!settings.parallel()) collect();
+  }
+
+  private HostException failure(long time, String what) {
+    String text = "%s: its picture at %.3f s, for %s in %s, %s";
+    return owner.failure(
+        String.format(Locale.ROOT, text, owner.name(), time / 1000.0, spec.sizeText(), spec.codec().codecName, what));
+  }
+
+  void releaseTarget() {
+    if (target >= 0) videoEncoderBufferRelease(owner.handle(), index, target);
+    target = -1;
+  }
+
+  /**
+   * Reads the picture that the output asked for and gives it back. Comes after all encoders have theirs, so that they
+   * are at work meanwhile; the second hold keeps the picture from being used again.
+   */
+  void showPreview(long time) {
+    if (previewTarget < 0) return;
+    preview.width = Math.min(settings.previewWidth(), spec.width()) & ~1;
+    preview.height = Math.max(2, (int) Math.round((double) preview.width * spec.height() / spec.width()) & ~1);
+    preview.bytes = null;
+    videoEncoderBufferGetVideoFrame(owner.handle(), index, previewTarget, preview);
+    videoEncoderBufferRelease(owner.handle(), index, previewTarget);
+    previewTarget = -1;
+    if (preview.bytes != null) owner.output().frame(index, time, preview);
+  }
+
+  /** Passes on what the encoder has ready. */
+  void collect() throws HostException, IOException {
+    if (videoEncoderGetEncodedFrames(owner.handle(), index, packets) != 0)
+      throw owner.failure(owner.name() + ": coded pictures of " + spec.sizeText() + " could not be fetched");
+    for (TranscoderPacket packet : packets) passOn(packet);
+    packets.clear();
+  }
+
+  // Where the encoder reorders, a packet's timecode is that of its decoding.
+  private void passOn(TranscoderPacket packet) throws HostException, IOException {
+    long pts = times.ptsOf(packet.timecode + packet.timecodeOffset);
+    long dts = packet.timecodeOffset == 0 ? pts : settings.source().timeBase().ofMilliseconds(packet.timecode);
+    owner.output().packet(index, packet, pts, Math.min(dts, pts));
+  }
+
+  /** Ends the stream: the encoder gives what it holds back. */
+  void flush() throws HostException, IOException {
+    if (spec.tuning().bFrames() == 0) return;
+    TranscoderNativeParameterValue[] end = EncoderSettings.endOfStream();
+    String what = owner.name() + ": the encoder of " + spec.sizeText() + " could not be told the end";
+    owner.check(videoEncoderSetParameterValues(owner.handle(), index, end), what);
+    collect();
+  }
+
+  void updateBitRate(long bitsPerSecond) throws HostException {
+    owner.check(videoEncoderUpdateBitrate(owner.handle(), index, bitsPerSecond), "the bit rate could not be changed");
+  }
+
+  private double frameRate() {
+    boolean doubled = settings.deinterlace() == Deinterlace.DOUBLE && settings.codec().deinterlaces();
+    double source = settings.source().frameRateOrDefault() * (doubled ? 2 : 1);
+    return spec.frameRate() > 0 ? Math.min(spec.frameRate(), source) : source;
+  }
+}

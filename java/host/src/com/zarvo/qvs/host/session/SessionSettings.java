@@ -1,0 +1,146 @@
+package com.zarvo.qvs.host.session;
+
+import com.zarvo.qvs.host.media.MediaReader;
+import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.OverlaySpec;
+import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.model.VideoCodec;
+import java.util.List;
+
+/** What a session is to do: nothing but decode, until renditions are named. */
+public final class SessionSettings {
+  private final String name;
+  private VideoCodec codec;
+  private StreamInfo source;
+  private byte[] config;
+  private Deinterlace deinterlace = Deinterlace.OFF;
+  private List<RenditionSpec> renditions = List.of();
+  private List<OverlaySpec> overlays = List.of();
+  private boolean parallel;
+  private double keyFrameSeconds = 2;
+  private AudioSettings audio;
+  private int previewWidth;
+
+  private SessionSettings(String name) {
+    this.name = name;
+  }
+
+  /** `name` of the stream, for the log. */
+  public static Builder of(String name) {
+    return new Builder(new SessionSettings(name));
+  }
+
+  public String name() {
+    return name;
+  }
+
+  /** Of the pictures; null leaves pictures out. */
+  public VideoCodec codec() {
+    return codec;
+  }
+
+  /** The stream of pictures. */
+  public StreamInfo source() {
+    return source;
+  }
+
+  /** Codec configuration of the pictures as the container keeps it. */
+  public byte[] config() {
+    return config;
+  }
+
+  public Deinterlace deinterlace() {
+    return deinterlace;
+  }
+
+  public List<RenditionSpec> renditions() {
+    return renditions;
+  }
+
+  public List<OverlaySpec> overlays() {
+    return overlays;
+  }
+
+  /** True to let the encoders of one session work side by side. */
+  public boolean parallel() {
+    return parallel;
+  }
+
+  /** Longest time from key frame to key frame. */
+  public double keyFrameSeconds() {
+    return keyFrameSeconds;
+  }
+
+  /** Null leaves sound out. */
+  public AudioSettings audio() {
+    return audio;
+  }
+
+  /** Width in pixels of the pictures that SessionOutput is given. */
+  public int previewWidth() {
+    return previewWidth;
+  }
+
+  /** Sets by name what is to be other than usual. Used once. */
+  public static final class Builder {
+    private final SessionSettings made;
+
+    private Builder(SessionSettings made) {
+      this.made = made;
+    }
+
+    /** The stream of pictures of a reader; refuses one that a session cannot take. */
+    public Builder video(MediaReader reader) throws HostException {
+      return video(VideoSource.codecOf(reader.path(), reader.video()), reader.video(), reader.videoConfig());
+    }
+
+    /** A stream of pictures; `config` as containers keep it, may be empty. */
+    public Builder video(VideoCodec codec, StreamInfo source, byte[] config) {
+      made.codec = codec;
+      made.source = source;
+      made.config = config;
+      return this;
+    }
+
+    public Builder audio(AudioSettings audio) {
+      made.audio = audio;
+      return this;
+    }
+
+    public Builder deinterlace(Deinterlace deinterlace) {
+      made.deinterlace = deinterlace;
+      return this;
+    }
+
+    public Builder renditions(List<RenditionSpec> renditions) {
+      made.renditions = List.copyOf(renditions);
+      return this;
+    }
+
+    public Builder overlays(List<OverlaySpec> overlays) {
+      made.overlays = List.copyOf(overlays);
+      return this;
+    }
+
+    public Builder parallel(boolean parallel) {
+      made.parallel = parallel;
+      return this;
+    }
+
+    public Builder keyFrameSeconds(double seconds) {
+      made.keyFrameSeconds = seconds;
+      return this;
+    }
+
+    public Builder previewWidth(int pixels) {
+      made.previewWidth = pixels;
+      return this;
+    }
+
+    public SessionSettings build() {
+      return made;
+    }
+  }
+}
