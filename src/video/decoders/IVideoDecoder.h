@@ -58,8 +58,8 @@ class IVideoDecoder {
   virtual uint32_t getDecodedFrameSize(uint32_t* frameWidth, uint32_t* frameHeight, uint32_t* displayWidth,
                                        uint32_t* displayHeight) = 0;
 
-  /// Queues one access unit. The bytes are borrowed until the input list has run dry. `timecode` in
-  /// milliseconds.
+  /// Queues one access unit. The bytes are borrowed until the next unit has been added or the input list has
+  /// run dry, whatever the result is. `timecode` in milliseconds.
   virtual uint32_t addFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
                             uint32_t frameType) = 0;
 

@@ -5,9 +5,10 @@
 #include <mc_decoder_codes.h>
 
 #include <algorithm>
-#include <iterator>
+#include <new>
 
 #include "contract/StageIds.h"
+#include "log/ILogger.h"
 #include "platform/Guard.h"
 
 namespace qvs {
@@ -51,33 +52,38 @@ bufstream_tt* VideoDecoderMP2::createBackEnd(callbacks_t* callbacks) {
 }
 
 uint32_t VideoDecoderMP2::decodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) {
-  return guarded(kRow.labels.decodeCodecConfig, [&]() -> uint32_t {
-    return setUpWithHeader(buffer != nullptr ? buffer + offset : nullptr, len, kSuffix);
-  });
+  return guarded(kRow.labels.decodeCodecConfig,
+                 [&]() -> uint32_t { return setUpWithHeader(recordOf(buffer, offset, len), kSuffix); });
 }
 
-// The block added last is still the caller's: the others were copied when the next one came.
-void VideoDecoderMP2::keepWaiting() {
-  const size_t copied = bufferList.size() - 1;
-  while (waiting.size() > copied) waiting.pop_front();
+// Only the block added last is still the caller's: those before it were copied in their turn. A unit that is
+// decoded before the next one comes is never copied.
+bool VideoDecoderMP2::keepLast() {
+  if (bufferList.empty()) return true;
   ByteBlock& last = bufferList[bufferList.size() - 1];
-  auto copy = std::make_unique<uint8_t[]>(last.len);
+  if (last.kept != nullptr) return true;
+  std::unique_ptr<uint8_t[]> copy(new (std::nothrow) uint8_t[last.len]);
+  if (copy == nullptr) {
+    bufferList.popBack();  // its bytes are about to go
+    return false;
+  }
   std::copy_n(last.buffer, last.len, copy.get());
-  waiting.push_back(std::move(copy));
-  last.buffer = waiting.back().get();
+  last.buffer = copy.get();
+  last.kept = std::move(copy);
+  return true;
 }
 
 uint32_t VideoDecoderMP2::addFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
                                    uint32_t frameType) {
   return guarded(kRow.labels.addFrame, [&]() -> uint32_t {
-    if (bufferList.size() > kQueueMax) bufferList.clear();
-    if (bufferList.empty()) {
-      waiting.clear();
-    } else {
-      keepWaiting();
-    }
-    if (buffer != nullptr && len != 0) bufferList.push({buffer + offset, len, timecode, frameType});
-    return kSuccess;
+    const bool holdsBytes = buffer != nullptr && len != 0;
+    if (holdsBytes && bufferList.size() > kQueueMax) bufferList.clear();
+    const bool kept = keepLast();
+    if (holdsBytes) bufferList.push({buffer + offset, len, timecode, frameType});
+    if (kept) return kSuccess;
+    getLogger()->error(kLogContextVideoDecoder, 0,
+                       "VideoDecoderMP2.addFrame[{context}]: No memory to queue a unit: it is lost");
+    return kFailure;
   });
 }
 

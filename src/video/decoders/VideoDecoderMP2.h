@@ -1,8 +1,5 @@
 #pragma once
 
-#include <deque>
-#include <memory>
-
 #include "video/decoders/VideoDecoderBufferStream.h"
 
 namespace qvs {
@@ -25,10 +22,8 @@ class VideoDecoderMP2 : public VideoDecoderBufferStream {
  private:
   static constexpr size_t kQueueMax = 9;  ///< blocks; one more empties the list
 
-  void keepWaiting();
-
-  std::deque<std::unique_ptr<uint8_t[]>>
-      waiting;  ///< bytes of queued blocks that aren't the caller's any more
+  /// Gives the last block bytes of its own; false, and the block is gone, without memory.
+  bool keepLast();
 };
 
 }  // namespace qvs

@@ -5,8 +5,10 @@
 
 #include <cstring>
 #include <deque>
+#include <new>
 #include <random>
 
+#include "bufstream/ParameterSets.h"
 #include "contract/DecodeFlags.h"
 #include "frames/VideoFrameBuffer.h"
 #include "support/MediaStream.h"
@@ -15,6 +17,14 @@
 #include "video/decoders/VideoDecoderH265.h"
 #include "video/decoders/VideoDecoderMP2.h"
 #include "video/decoders/VideoDecoderMP4.h"
+
+namespace {
+bool memoryFails = false;  ///< of allocations that may answer null
+}
+
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+  return memoryFails ? nullptr : ::operator new[](size);
+}
 
 namespace qvs::test {
 namespace {
@@ -376,24 +386,61 @@ TEST(DecoderDriver, FetchesEachFieldAtDoubleRate) {
   }
 }
 
+/// Adds units of 8 equal bytes, one of the number each, and gives back the memory of a unit when the next one
+/// has been added; 0 stands for an empty unit.
+void addAsHostsDo(MP2& decoder, std::initializer_list<uint8_t> numbers) {
+  MediaBytes previous;
+  for (const uint8_t number : numbers) {
+    MediaBytes unit(number != 0 ? 8 : 0, number);
+    unit.shrink_to_fit();
+    EXPECT_EQ(decoder.add(unit, number, 1), kSuccess);
+    std::fill(previous.begin(), previous.end(), uint8_t{0xEE});
+    previous = std::move(unit);
+  }
+  std::fill(previous.begin(), previous.end(), uint8_t{0xEE});
+}
+
+std::vector<int> numbersOf(MP2& decoder) {
+  decoder.step();
+  std::vector<int> numbers;
+  for (const MediaBytes& piece : decoder.fake.pieces) {
+    EXPECT_EQ(piece, MediaBytes(8, piece[0]));
+    numbers.push_back(piece[0]);
+  }
+  decoder.fake.pieces.clear();
+  return numbers;
+}
+
 TEST(DecoderDriver, QueuesTenMpeg2UnitsWithBytesOfItsOwn) {
   MP2 decoder;
-  MediaBytes previous;
-  for (int count = 1; count <= 10; ++count) {
-    MediaBytes unit(8, static_cast<uint8_t>(count));
-    decoder.add(unit, static_cast<uint64_t>(count), 1);
-    previous = std::move(unit);  // a caller takes a unit's memory back when it has added the next one
-  }
+  addAsHostsDo(decoder, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 0});
+  EXPECT_THAT(numbersOf(decoder), ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 9, 10));
+  addAsHostsDo(decoder, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 0});
+  EXPECT_THAT(numbersOf(decoder), ElementsAre(11));
+  addAsHostsDo(decoder, {1, 0, 2, 0, 0, 3, 0});
+  EXPECT_THAT(numbersOf(decoder), ElementsAre(1, 2, 3));
+  // A remainder that waits is copied from where it stands.
+  decoder.fake.takes = 8;
+  decoder.fake.states = {kPicture};
+  MediaBytes large(16, 4);
+  decoder.add(large, 0, 1);
   decoder.step();
-  ASSERT_EQ(decoder.fake.pieces.size(), 10u);
-  for (int count = 1; count <= 10; ++count)
-    EXPECT_EQ(decoder.fake.pieces[static_cast<size_t>(count - 1)],
-              MediaBytes(8, static_cast<uint8_t>(count)));
-  MediaBytes unit(8, 1);
-  for (int count = 0; count < 11; ++count) decoder.add(unit, 0, 1);
-  decoder.fake.pieces.clear();
-  decoder.step();
-  EXPECT_EQ(decoder.fake.pieces.size(), 1u);
+  addAsHostsDo(decoder, {5, 0});
+  large.assign(16, 0xEE);
+  EXPECT_THAT(numbersOf(decoder), ElementsAre(4, 4, 5));
+}
+
+TEST(DecoderDriver, LosesOnlyTheMpeg2UnitThatFindsNoMemoryToWait) {
+  MP2 decoder;
+  MediaBytes first(8, 1), second(8, 2), third(8, 3);
+  decoder.add(first);
+  memoryFails = true;
+  EXPECT_EQ(decoder.add(second), kFailure);
+  memoryFails = false;
+  first.assign(8, 0xEE);
+  EXPECT_EQ(decoder.add(third), kSuccess);
+  second.assign(8, 0xEE);
+  EXPECT_THAT(numbersOf(decoder), ElementsAre(2, 3));
 }
 
 TEST(DecoderDriver, FlushesUntilNothingComes) {
@@ -436,6 +483,39 @@ TEST(DecoderDriver, KnowsTheKeysOfItsClass) {
   EXPECT_THAT(known(h265), ElementsAre(0, 1, 10000, 10001, 10002, 10003, 10004, 10008));
   EXPECT_THAT(known(mp4), ElementsAre(0, 1, 10000, 10001, 10002));
   EXPECT_THAT(known(mp2), ElementsAre(0, 1, 10000, 10001, 10002));
+}
+
+TEST(ParameterSets, GoThroughRecordsAndAnnexB) {
+  ParameterSets avc;
+  EXPECT_EQ(avc.readAvcRecord(avcRecord(2)).field, nullptr);
+  EXPECT_EQ(avc.nalUnitLen, 2u);
+  EXPECT_EQ(avc.avcRecord(), avcRecord(2));
+  MediaBytes joined = afterCode(kSps);
+  const MediaBytes pps = afterCode(kPps);
+  joined.insert(joined.end(), pps.begin(), pps.end());
+  EXPECT_EQ(avc.annexB(), joined);
+  // What overruns a record leaves the sets as they were.
+  ParameterSets::Overrun overrun = avc.readAvcRecord(ParameterSets::View(joined).first(7));
+  EXPECT_STREQ(overrun.field, "spsOffset");
+  MediaBytes lying = avcRecord();
+  lying.pop_back();
+  overrun = avc.readAvcRecord(lying);
+  EXPECT_STREQ(overrun.field, "ppsLen");
+  EXPECT_EQ(overrun.value, kPps.size());
+  EXPECT_EQ(avc.annexB(), joined);
+  avc.spsFrame.resize(0x10004);
+  EXPECT_TRUE(avc.avcRecord().empty());
+
+  MediaBytes record(22);
+  record[21] = 1;
+  // Two sequence sets, of which the last counts, a message, and a picture set whose length lies.
+  for (const uint8_t byte :
+       {3, 33, 0, 2, 0, 2, 0x42, 6, 0, 2, 0x42, 9, 39, 0, 1, 0, 1, 7, 34, 0, 1, 0, 3, 0x44, 1})
+    record.push_back(byte);
+  ParameterSets hevc;
+  hevc.readHevcRecord(record);
+  EXPECT_EQ(hevc.nalUnitLen, 2u);
+  EXPECT_EQ(hevc.annexB(), afterCode({0x42, 9}));
 }
 
 TEST(H264Utils, BreaksAnnexBIntoUnitsUpToTheFirstSlice) {

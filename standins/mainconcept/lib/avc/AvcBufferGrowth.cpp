@@ -1,6 +1,8 @@
 // The encoder's rate buffer after a change of rate: small at first, growing to the size asked.
 #include "avc/AvcBufferGrowth.h"
 
+#include <algorithm>
+
 namespace qvs::mc {
 
 namespace {
@@ -26,7 +28,8 @@ bool AvcBufferGrowth::grow() {
 }
 
 int32_t AvcBufferGrowth::limit(int32_t asked) {
-  if (size != 0 && size < asked) return static_cast<int32_t>(size);
+  // Below 10 kbit/s it starts under one kilobit, and 0 would switch the buffer off.
+  if (size != 0 && size < asked) return std::max(1, static_cast<int32_t>(size));
   size = 0;
   return asked;
 }

@@ -16,12 +16,12 @@ constexpr double kTimeUnitsPerSecond = 1e7;  // 100 ns
 
 /// From 100 ns to 27 MHz.
 int64_t clockTicks(int64_t time) {
-  return time * 27 / 10;
+  return time / 10 * 27 + time % 10 * 27 / 10;
 }
 
-/// Hosts may send any number; differences and clock ticks must still fit.
+/// Hosts may send any number. Up to this one, seven thousand years, differences and clock ticks fit.
 int64_t boundedTime(int64_t time) {
-  constexpr int64_t kMost = std::numeric_limits<int64_t>::max() / 4096;
+  constexpr int64_t kMost = std::numeric_limits<int64_t>::max() / 4;
   return std::clamp(time, -kMost, kMost);
 }
 
@@ -98,11 +98,14 @@ bool AvcEncoder::reconfigure() {
 }
 
 bool AvcEncoder::flush() {
-  bool written = stream != nullptr;
-  while (written && x264_encoder_delayed_frames(encoder.get()) > 0) {
-    written = encode(nullptr) == AvcOutcome::kDone;
+  if (stream == nullptr) return false;
+  AvcOutcome worst = AvcOutcome::kDone;
+  // A unit without room takes none of those behind it along.
+  while (worst != AvcOutcome::kRefused && x264_encoder_delayed_frames(encoder.get()) > 0) {
+    const AvcOutcome outcome = encode(nullptr);
+    if (outcome != AvcOutcome::kDone) worst = outcome;
   }
-  return written;
+  return worst == AvcOutcome::kDone;
 }
 
 AvcOutcome AvcEncoder::encode(x264_picture_t* picture) {

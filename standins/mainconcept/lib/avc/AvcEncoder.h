@@ -2,8 +2,8 @@
 
 #include <mc_enc_avc.h>
 #include <x264.h>
-#include <cstdarg>
 
+#include <cstdarg>
 #include <memory>
 
 #include "avc/AvcBufferGrowth.h"

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "avc/AvcColour.h"
+#include "avc/AvcColor.h"
 #include "avc/AvcScalingLists.h"
 #include "avc/AvcSettingTable.h"
 
@@ -16,7 +16,7 @@ namespace qvs::mc {
 
 namespace {
 
-constexpr double kLowestFrameRate = 0.1;
+constexpr double kLowestFrameRate = 0.01;
 constexpr double kHighestFrameRate = 1000.0;
 constexpr double kFallbackFrameRate = 30.0;
 /// Small weights rule out the finest quantizers; libx264 then refuses a range that ends among them.
@@ -43,7 +43,7 @@ int32_t AvcRepair::run() {
   repairRates();
   repairPictureTypes();
   repairArrays();
-  repairColours();
+  repairColors();
   return changes;
 }
 
@@ -95,8 +95,8 @@ void AvcRepair::repairShape() {
 void AvcRepair::repairFrameRate() {
   const double rate = settings.frame_rate;
   if (!(rate >= kLowestFrameRate && rate <= kHighestFrameRate)) {
-    settings.frame_rate =
-        std::isfinite(rate) && rate > kHighestFrameRate ? kHighestFrameRate : kFallbackFrameRate;
+    const bool isRate = std::isfinite(rate) && rate > 0;
+    settings.frame_rate = isRate ? std::clamp(rate, kLowestFrameRate, kHighestFrameRate) : kFallbackFrameRate;
     report("frame_rate");
   }
   if (settings.num_units_in_tick == 0 || settings.time_scale == 0) return;
@@ -150,7 +150,7 @@ void AvcRepair::repairArrays() {
   force("max_quant", &h264_v_settings::max_quant, std::max(settings.max_quant, kLeastMaxQuantOfLists));
 }
 
-void AvcRepair::repairColours() {
+void AvcRepair::repairColors() {
   if (repairColorimetry(settings.source_colorimetry)) report("source_colorimetry");
   if (repairColorimetry(settings.colorimetry)) report("colorimetry");
   mc_colorimetry_t unspecified;

@@ -10,7 +10,8 @@ int64_t AvcTimes::decoding(int64_t number) {
     decided = true;
     leading = std::max<int64_t>(0, -number);
     first = times[0];
-    second = times[1];
+    // A jump right behind the first picture is no rate to count back by.
+    second = first + std::clamp(times[1] - first, -kStepMost, kStepMost);
     squeezed = first < leading * (second - first);
   }
   if (number > 0 || leading == 0) return presentation(number);

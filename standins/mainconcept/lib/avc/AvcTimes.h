@@ -19,6 +19,7 @@ class AvcTimes {
   int64_t decoding(int64_t number);
 
  private:
+  static constexpr int64_t kStepMost = int64_t{1} << 50;  ///< its multiples fit beside any time
   static constexpr size_t kSlots = 1024;  ///< look-ahead, threads and reordering stay far below
   static size_t slot(int64_t number) { return static_cast<uint64_t>(number) % kSlots; }
 
