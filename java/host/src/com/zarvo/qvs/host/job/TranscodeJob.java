@@ -55,8 +55,9 @@ public final class TranscodeJob {
       if (settings.audioTrack() != null) reader.selectAudio(settings.audioTrack());
       audioSpecs = chooseAudio(reader);
       boolean video = selectStreams(reader);
-      StreamInfo source = video ? reader.video() : null;
+      StreamInfo source = video ? reader.video().upright() : null;
       result.source = source;
+      result.display = video ? reader.video().display() : null;
       VideoCodec codec = video ? VideoSource.codecOf(settings.input(), source) : null;
       List<RenditionSpec> renditions = video ? settled(codec, source) : List.of();
       checkOverlays(renditions.size());
@@ -180,6 +181,7 @@ public final class TranscodeJob {
   private void pump(MediaReader reader, MediaFeed feed, TranscodeSession session) throws HostException, IOException {
     long startNs = System.nanoTime();
     Progress progress = progressOf.apply(result.source != null ? result.source.durationMs() : reader.audio().durationMs());
+    PaceWatch pace = new PaceWatch();
     long firstMs = Long.MIN_VALUE;
     try {
       for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
@@ -187,9 +189,13 @@ public final class TranscodeJob {
         if (packet.timecodeMs() - firstMs >= settings.maxMilliseconds()) break;
         if (interruption.requested() && !reader.isLive())
           throw new HostException(settings.input() + ": interrupted, its renditions were dropped");
+        MediaPacket following = packet.kind() == MediaKind.AUDIO ? feed.following(MediaKind.AUDIO) : null;
+        long beforeNs = System.nanoTime();
         if (packet.kind() == MediaKind.VIDEO) session.push(packet);
-        else if (session.audio() != null) session.audio().push(packet, feed.following(MediaKind.AUDIO));
+        else if (session.audio() != null) session.audio().push(packet, following);
         result.mediaMs = Math.max(result.mediaMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
+        String news = reader.isLive() ? pace.worked(System.nanoTime() - beforeNs, result.mediaMs) : null;
+        if (news != null) progress.say(settings.input() + ": " + news);
         progress.update(result.mediaMs, session.frames());
       }
       session.drain();
@@ -197,6 +203,7 @@ public final class TranscodeJob {
     } finally {
       progress.close();
       result.wallSeconds = (System.nanoTime() - startNs) / 1e9;
+      if (reader.isLive()) result.pace = pace;
     }
   }
 
