@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "session/StageSelection.h"
+#include "video/decoders/VideoDecoderVPX.h"
 
 namespace qvs {
 namespace {
@@ -115,6 +116,17 @@ TEST(StageSelection, ChoosesAudioStages) {
   EXPECT_EQ(StageSelection::audioDecoder(0, 1, 0), nullptr);
   EXPECT_STREQ(StageSelection::audioEncoder(12)->className, "AudioEncoderOpus");
   EXPECT_EQ(StageSelection::audioEncoder(7), nullptr);
+}
+
+TEST(StageSelection, TellsAClassOfTheMachineBeforeASessionHasTheStage) {
+  VideoDecoderRow row{.codec = 8, .implementation = kAnyImplementation};
+  row.prepare = [](IVideoDecoder& stage, const HardwareAvailability& machine) {
+    stage.setBitDepth(machine.quickSyncHardwareAccess);
+  };
+  const HardwareAvailability machine{.quickSyncHardwareAccess = 6};
+  EXPECT_EQ(row.create(machine), nullptr);
+  row.make = [] { return std::unique_ptr<IVideoDecoder>(std::make_unique<VideoDecoderVPX>()); };
+  EXPECT_EQ(row.create(machine)->getBitDepth(), 6u);
 }
 
 }  // namespace
