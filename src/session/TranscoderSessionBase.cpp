@@ -36,9 +36,8 @@ uint32_t TranscoderSessionBase::fail(const char* label, const Failure& failure) 
 }
 
 void TranscoderSessionBase::finishVideoEncoders() {
-  // An asynchronous encoder answers this only when all frames it took are done.
   for (VideoEncoderWrapper& wrapper : videoEncoders) {
-    if (wrapper.videoEncoder) wrapper.videoEncoder->getEncodedFrameCount();
+    if (wrapper.videoEncoder) wrapper.videoEncoder->finish();
   }
 }
 
