@@ -113,7 +113,7 @@ class VideoEncoderH264 : public WithParameters<VideoEncoderH264, VideoEncoderBas
   uint32_t bitrate = 850000;
   mc_callbacks_t callbacks{};
   bool flushed = false;
-  bool refusalLogged = false;                   ///< one line an encoder
+  bool refusalLogged = false;                 ///< one line an encoder
   std::unique_ptr<EncodeWorker<Job>> worker;  ///< while asynchronous; it then has the library to itself
 };
 
