@@ -1,5 +1,5 @@
-// What the converter's table is chosen by: each road of a pair of formats, timed by turns with a copy of as
-// many bytes and with the general road. Counters are medians: `memcpy` and `graph` are the pair's time over
+// What the converter's table is chosen by: each path of a pair of formats, timed by turns with a copy of as
+// many bytes and with the general path. Counters are medians: `memcpy` and `graph` are the pair's time over
 // theirs.
 //
 //   build/release/bench/converter-bench [--benchmark_filter=REGEX]
@@ -15,9 +15,9 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
-#include "ucc/GraphRoad.h"
+#include "ucc/ConversionPathTable.h"
+#include "ucc/GraphPath.h"
 #include "ucc/PlanarPicture.h"
-#include "ucc/RoadTable.h"
 
 namespace {
 
@@ -87,10 +87,10 @@ double median(std::vector<double>& values) {
 
 void convertPair(benchmark::State& state, uint32_t to, uint32_t from, uint32_t width, uint32_t height) {
   Picture source(from, 1280, 720), target(to, width, height);
-  const Colour colour{MATRIX_COEFFICIENTS_BT709_6, true};
-  const Task task{target.codec, source.codec, width, height, 1280, 720, colour, colour};
-  const RoadPtr chosen = chooseRoad(task);
-  GraphRoad graph;
+  const Color color{MATRIX_COEFFICIENTS_BT709_6, true};
+  const Task task{target.codec, source.codec, width, height, 1280, 720, color, color};
+  const ConversionPathPtr chosen = choosePath(task);
+  GraphPath graph;
   if (!chosen || !graph.prepare(task)) return state.SkipWithError("no memory");
   const size_t bytes = (source.bytes + target.bytes) / 2;
   const AlignedBlock copyFrom = allocateAligned(bytes), copyTo = allocateAligned(bytes);

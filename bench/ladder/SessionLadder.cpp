@@ -112,13 +112,9 @@ void SessionLadder::addRung(const LadderSpec& ladder, const Rung& rung, bool par
 
 void SessionLadder::transcode(std::span<const uint8_t> packet, uint64_t frameNumber) {
   // A server's call copies the packet out of its virtual machine; so is it copied here.
-  auto* copy = static_cast<uint8_t*>(std::malloc(packet.size()));
-  std::memcpy(copy, packet.data(), packet.size());
-  const auto size = static_cast<uint32_t>(packet.size());
   const auto timecode = static_cast<uint64_t>(static_cast<double>(frameNumber) * 1000.0 / kFrameRate);
-  session.takeVideoDecodeBuffer(copy);
   ++packets;
-  QVS_BENCH_CALL(videoDecoderAddFrame(copy, 0, size, timecode, isKeyFrame(frameNumber) ? 1 : 2));
+  QVS_BENCH_CALL(videoDecoderAddFrame(CodedBlock::copyOf(packet), timecode, isKeyFrame(frameNumber) ? 1 : 2));
   uint32_t buffer = 0;
   QVS_BENCH_CALL(videoDecoderBufferAllocate(&buffer));
   uint32_t status = 0;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "audio/VorbisSynthesis.h"
 #include "contract/StageIds.h"
@@ -51,9 +52,25 @@ int16_t conv(float x) {
   return static_cast<int16_t>(static_cast<int>(scaled + 32768.0) - 32768);
 }
 
+constexpr uint32_t kOrderedMost = 8;
+
+/// The codec's row by place in a block, for counts whose speakers the codec fixes: there the centre stands
+/// between left and right, and the LFE at the end.
+constexpr uint8_t kRows[kOrderedMost + 1][kOrderedMost] = {
+    {},
+    {0},
+    {0, 1},
+    {0, 2, 1},
+    {0, 1, 2, 3},
+    {0, 2, 1, 3, 4},
+    {0, 2, 1, 5, 3, 4},
+    {0, 2, 1, 6, 5, 3, 4},     // behind the LFE: back centre, sides
+    {0, 2, 1, 7, 5, 6, 3, 4},  // back pair, side pair
+};
+
 void interleave(const float* const* pcm, uint32_t sampleCount, uint32_t channels, int16_t* samples) {
   for (uint32_t channel = 0; channel < channels; ++channel) {
-    const float* row = pcm[channel];
+    const float* row = pcm[channels <= kOrderedMost ? kRows[channels][channel] : channel];
     for (size_t i = 0; i < sampleCount; ++i) samples[i * channels + channel] = conv(row[i]);
   }
 }
@@ -93,9 +110,17 @@ uint32_t AudioDecoderVorbis::decodeCodecConfig(uint8_t* buffer, uint32_t offset,
       refuse(fmt::format("Header length is zero: {}:{}:{}", lengths[0], lengths[1], lengths[2]));
       return kFailure;
     }
-    return takeHeaders(bytes + headers.begin,
-                       {static_cast<uint32_t>(lengths[0]), static_cast<uint32_t>(lengths[1]),
-                        static_cast<uint32_t>(lengths[2])});
+    std::vector<uint8_t> told(bytes, bytes + len);
+    // A new start costs the first packet's overlap: the same headers again are none.
+    if (synthesis && told == config) {
+      restoreFormat();
+      return kSuccess;
+    }
+    const uint32_t result = takeHeaders(bytes + headers.begin,
+                                        {static_cast<uint32_t>(lengths[0]), static_cast<uint32_t>(lengths[1]),
+                                         static_cast<uint32_t>(lengths[2])});
+    if (result == kSuccess) config = std::move(told);
+    return result;
   });
 }
 
@@ -128,12 +153,12 @@ uint32_t AudioDecoderVorbis::decodeFrame(uint8_t* buffer, uint32_t offset, uint3
                                          AudioSampleBuffer& out) {
   return guarded("AudioDecoderVorbis::decodeFrame", [&]() -> uint32_t {
     if (!synthesis) return kFailure;
-    if (buffer == nullptr || len == 0) return noBlock(out);
+    if (buffer == nullptr || len == 0) return emptyBlock(out);
     restoreFormat();
-    if (!synthesis->takePacket(buffer + offset, static_cast<long>(len))) return noBlock(out);
+    if (!synthesis->takePacket(buffer + offset, static_cast<long>(len))) return emptyBlock(out);
     float** pcm = nullptr;
     const int waiting = synthesis->samples(&pcm);
-    if (waiting <= 0) return noBlock(out);
+    if (waiting <= 0) return emptyBlock(out);
     const auto sampleCount = static_cast<uint32_t>(waiting);
     const bool room = makeRoom(out, sampleCount, decodedChannels);
     if (room) {

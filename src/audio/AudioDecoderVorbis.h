@@ -2,6 +2,7 @@
 
 #include <array>
 #include <memory>
+#include <vector>
 
 #include "audio/AudioDecoderBase.h"
 
@@ -13,7 +14,8 @@ class VorbisSynthesis;
 /// lengths of the first two, then the packets. A length is one byte, or Xiph lacing where the packets begin
 /// behind one.
 ///
-/// The first packet gives no sound; each later one gives what overlaps with the packet before.
+/// The first packet gives no audio; each later one gives what overlaps with the packet before. Channels leave
+/// in the order of their mask's bits; of four the rear pair comes behind the front pair.
 class AudioDecoderVorbis : public AudioDecoderBase {
  public:
   AudioDecoderVorbis();
@@ -21,7 +23,7 @@ class AudioDecoderVorbis : public AudioDecoderBase {
 
   uint32_t initialize() override;
 
-  /// A configuration that is refused leaves the one before at work.
+  /// A configuration that is refused leaves the one before at work; the same one again changes nothing.
   uint32_t decodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) override;
   uint32_t decodeFirstFrame(uint8_t* buffer, uint32_t offset, uint32_t len) override;
 
@@ -36,6 +38,7 @@ class AudioDecoderVorbis : public AudioDecoderBase {
   void refuse(const std::string& text) const;
 
   std::unique_ptr<VorbisSynthesis> synthesis;  ///< null until a configuration has been taken
+  std::vector<uint8_t> config;                 ///< that `synthesis` was made from
 };
 
 }  // namespace qvs

@@ -25,6 +25,7 @@ enum AudioCodecId : uint32_t {
   kAudioCodecAAC = 10,
   kAudioCodecSpeex = 11,
   kAudioCodecOpus = 12,
+  kAudioCodecPCM = 100,  ///< an extension: samples that come decoded
 };
 
 }  // namespace qvs

@@ -1,15 +1,15 @@
-// An overlay image, converted to VUYA when its content or target layout changes.
+// An overlay's image: whether its bytes cover it, its transparency and its "VUYA" copy.
 #include "frames/VideoOverlayFrame.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <utility>
 
 #include "frames/geometry/ColorspaceInfo.h"
-#include "frames/geometry/FormatTable.h"
 #include "frames/geometry/UccFormat.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "frames/VideoFrameUtils.h"
-#include "frames/VideoOverlayFrames.h"
+#include "frames/VideoScaleSetData.h"
 
 namespace qvs {
 namespace {
@@ -60,18 +60,14 @@ void VideoOverlayFrame::setDestinationLocation(int32_t dstX, int32_t dstY, uint3
 VideoOverlayFrame::Shape VideoOverlayFrame::describe() {
   const VideoOverlayFrameData& data = overlayframe;
   mc_frame_colorspace_info_t info;
-  const int32_t strides[4] = {static_cast<int32_t>(data.stride), 0, 0, 0};
   if (get_frame_colorspace_info(&info, data.width, data.height, data.fourcc) != 0) return Shape::kRefused;
-  const bool rowsOverlap = data.stride != 0 && static_cast<int64_t>(data.stride) < info.stride[0];
+  const auto stride = static_cast<int32_t>(data.stride);
+  const int32_t strides[4] = {stride, 0, 0, 0};
+  const bool rowsOverlap = stride != 0 && std::llabs(stride) < info.stride[0];
   if (get_frame_colorspace_info(&info, data.width, data.height, data.fourcc, strides) != 0 || rowsOverlap) {
     return Shape::kShort;
   }
-  // The last row of a packed image may end with its last pixel.
-  const FormatRow& format = *FormatTable::find(data.fourcc);
-  const uint64_t slack =
-      info.planes == 1 ? static_cast<uint64_t>(info.stride[0]) - packedRowBytes(format, data.width) : 0;
-  const uint64_t needed = uint64_t{data.frameStartOffset} + info.frame_size - slack;
-  if (!data.buffer || needed > data.bufferLen) return Shape::kShort;
+  if (!isCovered(info)) return Shape::kShort;
 
   frame_tt image{};
   image.width = data.width;
@@ -82,6 +78,21 @@ VideoOverlayFrame::Shape VideoOverlayFrame::describe() {
     image.stride[i] = info.stride[i];
   }
   return uccViewOfFrame(&view, image) != 0 ? Shape::kSound : Shape::kRefused;
+}
+
+bool VideoOverlayFrame::isCovered(const mc_frame_colorspace_info_t& info) const {
+  const VideoOverlayFrameData& data = overlayframe;
+  int32_t rowBytes[4];
+  if (!data.buffer || get_plane_offsets_in_bytes(rowBytes, data.width, 0, data.fourcc, info.stride) != 0) {
+    return false;
+  }
+  for (uint32_t i = 0; i < info.planes; ++i) {
+    // A bottom-up image goes from its first row towards the start of its bytes.
+    const int64_t first = int64_t{data.frameStartOffset} + info.plane_offset[i];
+    const int64_t last = first + int64_t{info.stride[i]} * (int64_t{info.plane_height[i]} - 1);
+    if (std::min(first, last) < 0 || std::max(first, last) + rowBytes[i] > data.bufferLen) return false;
+  }
+  return true;
 }
 
 bool VideoOverlayFrame::hasTransparentPixel() const {
@@ -107,8 +118,7 @@ void VideoOverlayFrame::convertFrameToVUYA() {
 }
 
 uint32_t VideoOverlayFrame::getScaleImplementation() const {
-  const VideoFrameBufferSet* set = overlayFrames != nullptr ? overlayFrames->getBufferSet() : nullptr;
-  return set != nullptr ? set->getScaleImplementation() : uint32_t{kScaleCPU};
+  return scaleSetData != nullptr ? scaleSetData->implementation : uint32_t{kScaleCPU};
 }
 
 bool VideoOverlayFrame::takeReport() {

@@ -12,6 +12,7 @@
 namespace qvs {
 
 class VideoOverlayFrames;
+struct VideoScaleSetData;
 
 struct VideoOverlayFrameData {
   uint32_t fourcc = kFourCCBGRA;
@@ -19,7 +20,7 @@ struct VideoOverlayFrameData {
   uint32_t bufferLen = 0;         ///< bytes
   FrameMemory bufferYUVA;         ///< "VUYA", tight rows; made when first needed
   uint32_t bufferYUVALen = 0;     ///< bytes
-  uint32_t stride = 0;            ///< bytes
+  uint32_t stride = 0;            ///< bytes; the bits of a negative number for bottom-up images
   uint32_t frameStartOffset = 0;  ///< bytes to the first row
   uint32_t width = 0;
   uint32_t height = 0;
@@ -54,7 +55,7 @@ class VideoOverlayFrame {
   /// What can be done with an image, by its numbers.
   enum class Shape : uint8_t {
     kSound,    ///< its bytes cover it
-    kShort,    ///< its bytes end before its last row does: never read
+    kShort,    ///< some of its rows lie outside of its bytes: never read
     kRefused,  ///< a format or size that the system can't describe
   };
   Shape getShape() const { return shape; }
@@ -79,7 +80,11 @@ class VideoOverlayFrame {
   uint64_t getTimecode() const { return overlayframe.timecode; }
   void setTimecode(uint64_t value) { overlayframe.timecode = value; }
   bool isTransparent() const { return transparent; }
-  void setOverlayFrames(VideoOverlayFrames* value) { overlayFrames = value; }
+  /// The map that it is in, and how the pictures of that map's pool are scaled. Both borrowed.
+  void setOverlayFrames(VideoOverlayFrames* frames, const VideoScaleSetData* data) {
+    overlayFrames = frames;
+    scaleSetData = data;
+  }
   VideoOverlayFrames* getOverlayFrames() const { return overlayFrames; }
   uint32_t getScaleImplementation() const;
 
@@ -92,10 +97,13 @@ class VideoOverlayFrame {
 
  private:
   Shape describe();
+  /// Whether all rows, as `info` lays them out from the first row on, lie in the image's bytes.
+  bool isCovered(const mc_frame_colorspace_info_t& info) const;
   bool hasTransparentPixel() const;
 
   VideoOverlayFrameData overlayframe;
-  VideoOverlayFrames* overlayFrames = nullptr;  ///< the map that it is in; borrowed
+  VideoOverlayFrames* overlayFrames = nullptr;      ///< borrowed
+  const VideoScaleSetData* scaleSetData = nullptr;  ///< borrowed
   VideoScaleOverlayDataCUDA scaleOverlayDataCUDA;
   VideoScaleOverlayDataVAAPI scaleOverlayDataVAAPI;
   bool transparent = false;  ///< some pixel of a "BGRA" image isn't opaque

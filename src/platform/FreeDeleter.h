@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <cstdlib>
+#include <memory>
 
 namespace qvs {
 
@@ -8,5 +10,7 @@ namespace qvs {
 struct FreeDeleter {
   void operator()(void* memory) const { std::free(memory); }
 };
+
+using MallocBytes = std::unique_ptr<uint8_t[], FreeDeleter>;
 
 }  // namespace qvs

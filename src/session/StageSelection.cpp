@@ -8,6 +8,7 @@
 #include "audio/AudioDecoderMP2.h"
 #include "audio/AudioDecoderMULaw.h"
 #include "audio/AudioDecoderOpus.h"
+#include "audio/AudioDecoderPCM.h"
 #include "audio/AudioDecoderSpeex.h"
 #include "audio/AudioDecoderVorbis.h"
 #include "audio/AudioEncoderAAC.h"
@@ -97,6 +98,7 @@ constexpr AudioDecoderRow kAudioDecoders[] = {
     {kAudioCodecAAC, kAny, nullptr, 0, kNative, "AudioDecoderAAC", "AAC: default", make<IAudioDecoder, AudioDecoderAAC>},
     {kAudioCodecSpeex, kAny, nullptr, 0, kNative, "AudioDecoderSpeex", "SPEEX: default", make<IAudioDecoder, AudioDecoderSpeex>},
     {kAudioCodecOpus, kAny, nullptr, 0, kNative, "AudioDecoderOpus", "OPUS: default", make<IAudioDecoder, AudioDecoderOpus>},
+    {kAudioCodecPCM, kAny, nullptr, 0, kNative, "AudioDecoderPCM", "PCM: default", make<IAudioDecoder, AudioDecoderPCM>},
 };
 
 constexpr AudioEncoderRow kAudioEncoders[] = {

@@ -13,7 +13,7 @@ TranscoderSession::TranscoderSession() {
 
 TranscoderSession::~TranscoderSession() {
   finishVideoEncoders();
-  currVideoDecodeBuffer.reset();
+  currVideoDecodeBuffer = {};
   audioDecoderWorkingBuffer.reset();
 }
 

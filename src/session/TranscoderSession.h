@@ -12,6 +12,7 @@
 #include "frames/VideoFrameAncillaryData.h"
 #include "frames/VideoFrameEncoded.h"
 #include "frames/VideoOverlayFrame.h"
+#include "platform/CodedBlock.h"
 #include "platform/FreeDeleter.h"
 #include "session/HardwareAvailability.h"
 #include "session/MediaStreamContext.h"
@@ -66,13 +67,9 @@ class TranscoderSession : public TranscoderSessionBase {
   // Video decoder: per frame.
   uint32_t videoDecoderDecodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len);
 
-  /// Takes a malloc'ed coded frame, freeing the one before: the bytes that the decoder works on belong to the
-  /// session. To be followed by `videoDecoderAddFrame` on the same bytes.
-  void takeVideoDecodeBuffer(uint8_t* buffer) { currVideoDecodeBuffer.reset(buffer); }
-
-  /// The bytes must stay valid until the next call.
-  uint32_t videoDecoderAddFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
-                                uint32_t frameType);
+  /// Takes the block over, whatever the result, and gives the decoder its bytes. They stay valid until the
+  /// decoder has been given the next block; a decoder that queues keeps what it still needs by then.
+  uint32_t videoDecoderAddFrame(CodedBlock block, uint64_t timecode, uint32_t frameType);
 
   /// One decode step into pool entry `bufferIndex`. `ancillaryData` is appended to; `frameInfo` comes zeroed.
   uint32_t videoDecoderDecode(uint32_t bufferIndex, uint32_t* decoderStatus, uint64_t* timecode,
@@ -266,7 +263,7 @@ class TranscoderSession : public TranscoderSessionBase {
   uint8_t videoDecoderFrameBuffersInited =
       0;  ///< the first codec configuration wires the pool, later ones don't
   uint32_t audioDecoderFormat = 2;
-  std::unique_ptr<uint8_t, FreeDeleter> currVideoDecodeBuffer;
+  CodedBlock currVideoDecodeBuffer;  ///< what the decoder works on
   uint32_t audioDecodeFrameHeaderSize = 0;
   uint32_t lastDecodeWidth = 0;
   uint32_t lastDecodeHeight = 0;

@@ -1,6 +1,8 @@
 // What a session owns, and look-ups by index.
 #include "session/TranscoderSessionBase.h"
 
+#include "platform/Status.h"
+
 namespace qvs {
 
 namespace {
@@ -26,6 +28,11 @@ TranscoderSessionBase::~TranscoderSessionBase() {
   videoScalerBufferSets.clear();
   videoEncoders.clear();
   audioEncoders.clear();
+}
+
+uint32_t TranscoderSessionBase::fail(const char* label, const Failure& failure) {
+  failures.tell(logCollector, label, failure);
+  return kFailure;
 }
 
 void TranscoderSessionBase::finishVideoEncoders() {

@@ -1,6 +1,8 @@
 // The session's video operations per frame: decode, overlay, transfer to renditions, encode.
 #include <fmt/format.h>
 
+#include <utility>
+
 #include "contract/DecodeFlags.h"
 #include "frames/VideoFrameBuffer.h"
 #include "frames/VideoFrameBufferAllocation.h"
@@ -86,11 +88,13 @@ uint32_t TranscoderSession::videoDecoderDecodeCodecConfig(uint8_t* buffer, uint3
   });
 }
 
-uint32_t TranscoderSession::videoDecoderAddFrame(uint8_t* buffer, uint32_t offset, uint32_t len,
-                                                 uint64_t timecode, uint32_t frameType) {
+uint32_t TranscoderSession::videoDecoderAddFrame(CodedBlock block, uint64_t timecode, uint32_t frameType) {
   return guarded("TranscoderSession::videoDecoderAddFrame", [&]() -> uint32_t {
     if (!videoDecoder) return kFailure;
-    return videoDecoder->addFrame(buffer, offset, len, timecode, frameType);
+    // Freed at the end: until it has the new block the decoder may read the one before.
+    const CodedBlock before = std::exchange(currVideoDecodeBuffer, std::move(block));
+    const CodedBlock& now = currVideoDecodeBuffer;
+    return videoDecoder->addFrame(now.getMemory(), now.getOffset(), now.getLen(), timecode, frameType);
   });
 }
 
@@ -263,15 +267,15 @@ uint32_t TranscoderSession::videoScalerScaleFrame(uint32_t decoderFrameIndex,
     listeners.notifyVideoFrameDecodeListenersBeforeOverlay(getSessionId(), videoDecoder.get(), source);
     listeners.notifyVideoFrameDecodeListenersAfterOverlay(getSessionId(), videoDecoder.get(), source);
     if (!gatherScalerTargets(*source, encoderBufferIndexes)) return kFailure;
-    uint32_t status = 0;
-    videoScaler->scaleFrame(source, &scalerTargets, &status);
+    uint32_t count = encoderCount;
+    videoScaler->scaleFrame(source, &scalerTargets, &count);
     for (size_t index = 0; index < scalerTargets.size(); ++index) {
       IVideoEncoder* encoder = getVideoEncoder(static_cast<uint32_t>(index));
       VideoFrameBuffer* target = scalerTargets[index].frame;
       listeners.notifyVideoFrameEncodeListenersBeforeOverlay(getSessionId(), encoder, nullptr, target);
       listeners.notifyVideoFrameEncodeListenersAfterOverlay(getSessionId(), encoder, nullptr, target);
     }
-    *scalerStatus = kScalerStatusSourceDone | (encoderCount != 0 ? kScalerStatusFramesReady : 0);
+    *scalerStatus = kScalerStatusSourceDone | (count != 0 ? kScalerStatusFramesReady : 0);
     return kSuccess;
   });
 }
@@ -293,8 +297,8 @@ uint32_t TranscoderSession::videoScalerFreeFrame(uint32_t decodeFrameIndex) {
   return guarded("TranscoderSession::videoScalerFreeFrame", [&]() -> uint32_t {
     VideoFrameBuffer* frame = getVideoDecoderBuffer(decodeFrameIndex);
     if (!videoScaler || frame == nullptr) return kSuccess;
-    uint32_t status = 0;
-    return videoScaler->scaleFrame(frame, nullptr, &status);
+    uint32_t count = 0;
+    return videoScaler->scaleFrame(frame, nullptr, &count);
   });
 }
 

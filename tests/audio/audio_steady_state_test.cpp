@@ -1,4 +1,4 @@
-// Once the first blocks have passed, nothing on a block's road allocates but the coded packets.
+// Once the first blocks have passed, nothing on a block's way allocates but the coded packets.
 
 #include <gtest/gtest.h>
 
@@ -21,10 +21,10 @@ TEST(AudioSteadyState, EncodingAllocatesOnlyThePackets) {
   encoder.setChannels(2);
   encoder.setBitrate(96000);
   encoder.initialize();
-  const Sound sound = makeSweep(48000, 2, 2 * kBlocks * kBlock);
+  const AudioClip clip = makeSweep(48000, 2, 2 * kBlocks * kBlock);
   encodeAll(encoder, makeSweep(48000, 2, 10 * kBlock), {kBlock});
   std::array<AudioSampleBuffer*, kBlocks> blocks;
-  for (size_t i = 0; i < kBlocks; ++i) blocks[i] = makeBlock(sound, i * kBlock, kBlock, i * kBlock);
+  for (size_t i = 0; i < kBlocks; ++i) blocks[i] = makeBlock(clip, i * kBlock, kBlock, i * kBlock);
   std::vector<AudioFrameEncoded> packets;
   packets.reserve(2 * kBlocks);
   const uint64_t before = allocationsSoFar();

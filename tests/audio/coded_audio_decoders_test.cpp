@@ -1,13 +1,16 @@
-// Opus, Vorbis and Speex: good packets, bad ones, and good ones after bad ones.
+// Opus, Vorbis, Speex and PCM: good packets, bad ones, and good ones after bad ones.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+#include <numeric>
 #include <random>
 
 #include "log/LogCollector.h"
 #include "support/AudioDecoderRun.h"
-#include "support/CodedSound.h"
+#include "support/CodedAudio.h"
 
 namespace qvs::test {
 namespace {
@@ -47,7 +50,7 @@ struct Logged {
 
 class CodedAudio : public testing::TestWithParam<const char*> {
  protected:
-  AudioFile file = makeCodedSound(GetParam());
+  AudioFile file = makeCodedAudio(GetParam());
   AudioDecoderRun run{makeAudioDecoder(GetParam())};
   AudioDecoderRun clean{makeAudioDecoder(GetParam())};
 
@@ -71,14 +74,14 @@ class CodedAudio : public testing::TestWithParam<const char*> {
   }
 };
 
-TEST_P(CodedAudio, SoundIsThatOfTheInput) {
+TEST_P(CodedAudio, AudioIsThatOfTheInput) {
   run.feedAll(file);
-  const auto sound = makeSound(file.sampleRate, file.channels, file.sampleRate);
+  const auto audio = makeSamples(file.sampleRate, file.channels, file.sampleRate);
   // Lossy codecs delay by a lead-in: the best offset within it must fit well.
   double best = 0;
   for (size_t lead = 0; lead < 1000 * file.channels; lead += file.channels) {
     best =
-        std::max(best, snrDb(std::span(sound).first(sound.size() / 2), std::span(run.samples).subspan(lead)));
+        std::max(best, snrDb(std::span(audio).first(audio.size() / 2), std::span(run.samples).subspan(lead)));
   }
   EXPECT_GT(best, file.codec == "speex" ? 3 : 12);
   EXPECT_EQ(run.decoder().getFramesDecoded(), file.packets.size() - (file.codec == "vorbis" ? 1 : 0));
@@ -110,7 +113,7 @@ TEST_P(CodedAudio, FlippedAndForeignBytes) {
     run.feed(hurt, static_cast<uint64_t>(round) * 20);
   }
   for (const char* other : {"opus", "vorbis", "speex"}) {
-    for (const auto& packet : makeCodedSound(other).packets) run.feed(packet.bytes, 0);
+    for (const auto& packet : makeCodedAudio(other).packets) run.feed(packet.bytes, 0);
   }
   for (size_t length : {1, 2, 79, 80, 81, 5000, 70000}) {
     std::vector<uint8_t> noise(length);
@@ -199,7 +202,7 @@ TEST_P(CodedAudio, BadConfigurationsLeaveTheStreamPlaying) {
   expectStreamComesOutRight("after hurt configurations");
 }
 
-INSTANTIATE_TEST_SUITE_P(Codecs, CodedAudio, testing::Values("opus", "vorbis", "speex"),
+INSTANTIATE_TEST_SUITE_P(Codecs, CodedAudio, testing::Values("opus", "vorbis", "speex", "pcm_s16le"),
                          [](const auto& info) { return std::string(info.param); });
 
 TEST(AudioDecoderOpus, HeadsThatAreRefused) {
@@ -221,10 +224,24 @@ TEST(AudioDecoderOpus, HeadsThatAreRefused) {
                   " channels:255",
                   "AudioDecoderOpus::decodeCodecConfig[{context}]: Invalid number of channels: channels:0",
                   "AudioDecoderOpus::decodeCodecConfig[{context}]: OpusHead is missing: len:19"));
+  // Family 255: two streams of one channel, channels exchanged, a table cut short; then one stream in place.
+  head = makeOpusHead(48000, 2);
+  head[18] = 255;
+  for (const std::vector<uint8_t>& table :
+       {std::vector<uint8_t>{2, 0, 0, 1}, {1, 1, 1, 0}, {1, 1, 0}, {1, 1, 0, 1}}) {
+    auto mapped = head;
+    mapped.insert(mapped.end(), table.begin(), table.end());
+    EXPECT_EQ(opus.configure(mapped), table == std::vector<uint8_t>({1, 1, 0, 1}) ? 0 : kFail);
+  }
+  EXPECT_THAT(opus.lines(), testing::SizeIs(3));
+}
+
+TEST(AudioDecoderOpus, AFirstFrameWithoutAHeadIsTold) {
+  Logged opus("opus");
   uint8_t packet[4] = {};
   EXPECT_EQ(opus.run.decoder().decodeFirstFrame(packet, 0, 4), 0u);
   EXPECT_TRUE(opus.run.decoder().isFirstFrameDecoded());
-  EXPECT_THAT(opus.lines(), ElementsAre(HasSubstr("No sound before a codec configuration")));
+  EXPECT_THAT(opus.lines(), ElementsAre(HasSubstr("No audio before a codec configuration")));
 }
 
 TEST(AudioDecoderOpus, EveryRateOfTheHeadPlays) {
@@ -273,6 +290,57 @@ TEST(AudioDecoderOpus, HeadsInMidStream) {
   EXPECT_NEAR(10 * std::log10(soft / loud), -1541 / 256.0, 0.05) << "the head's gain";
 }
 
+TEST(AudioDecoderPCM, TakesWhatEightBytesSay) {
+  Logged pcm("pcm_s16le");
+  const auto prefix = std::string("AudioDecoderPCM.decodeCodecConfig[{context}]: ");
+  EXPECT_EQ(pcm.run.decoder().decodeFirstFrame(nullptr, 0, 0), kFail) << "no configuration yet";
+  EXPECT_EQ(pcm.run.feed(std::vector<uint8_t>(8), 0), kFail);
+  EXPECT_EQ(pcm.lines().size(), 2u);
+  constexpr std::pair<uint32_t, uint32_t> kNoFormats[] = {{0, 2},     {768001, 2}, {0xFFFFFFFF, 1},
+                                                          {48000, 0}, {48000, 17}, {48000, 0x80000001}};
+  for (const auto& [rate, channels] : kNoFormats) {
+    EXPECT_EQ(pcm.configure(makePcmConfig(rate, channels)), kFail);
+    EXPECT_THAT(pcm.lines(), ElementsAre(prefix + "Invalid format: sampleRate:" + std::to_string(rate) +
+                                         " channels:" + std::to_string(channels)));
+  }
+  auto longer = makePcmConfig(48000, 2);
+  longer.push_back(0);
+  EXPECT_EQ(pcm.configure(longer), kFail);
+  EXPECT_THAT(pcm.lines(), ElementsAre(prefix + "Configuration must have 8 bytes: len:9"));
+  EXPECT_FALSE(pcm.run.decoder().isFirstFrameDecoded());
+  for (const auto& [rate, channels] : {std::pair{1u, 1u}, {8000u, 3u}, {768000u, 16u}}) {
+    std::vector<uint8_t> bytes(channels * 64);
+    std::iota(bytes.begin(), bytes.end(), uint8_t{7});
+    ASSERT_EQ(pcm.configure(makePcmConfig(rate, channels)), 0u);
+    ASSERT_EQ(pcm.run.feed(bytes, 0), 0u);
+    EXPECT_EQ(pcm.run.block().getSampleRate(), rate);
+    EXPECT_EQ(pcm.run.block().getChannels(), channels);
+    EXPECT_EQ(pcm.run.block().getSampleCount(), 32u);
+    EXPECT_EQ(std::memcmp(pcm.run.block().getBuffer(), bytes.data(), bytes.size()), 0);
+  }
+}
+
+TEST(AudioDecoderPCM, ARestIsToldAndTheCountFollowsTheClock) {
+  Logged pcm("pcm_s16le");
+  ASSERT_EQ(pcm.configure(makePcmConfig(44100, 6)), 0u);
+  const auto feed = [&](uint32_t bytes, uint64_t ms) {
+    EXPECT_EQ(pcm.run.feed(std::vector<uint8_t>(bytes, 1), ms), 0u);
+    return pcm.run.codes.back();
+  };
+  EXPECT_EQ(feed(12 * 1024, 1000), 44100u);
+  EXPECT_EQ(feed(12 * 1024 + 11, 1024), 45124u) << "contiguous within a millisecond";
+  EXPECT_EQ(pcm.run.counts.back(), 1024u) << "the whole samples in front of the rest";
+  EXPECT_EQ(feed(11, 1047), 45124u) << "no block";
+  EXPECT_EQ(pcm.run.counts.back(), 0u);
+  EXPECT_EQ(feed(12, 1047), 46148u) << "where it would have been without that";
+  EXPECT_EQ(feed(12, 1100), 48510u) << "a jump";
+  const auto prefix =
+      std::string("AudioDecoderPCM.decodeFrame[{context}]: 11 bytes are no whole sample of 6 ");
+  EXPECT_THAT(pcm.lines(), ElementsAre(prefix + "channels: len:12299", prefix + "channels: len:11"));
+  EXPECT_EQ(pcm.run.feed(std::vector<uint8_t>((16u << 20) + 8), 0), kFail);
+  EXPECT_THAT(pcm.lines(), ElementsAre(HasSubstr("No room for the block")));
+}
+
 TEST(AudioDecoderVorbis, ConfigurationsThatAreRefused) {
   Logged vorbis("vorbis");
   const auto prefix = std::string("AudioDecoderVorbis.decodeCodecConfig[{context}]: ");
@@ -306,6 +374,52 @@ TEST(AudioDecoderVorbis, ConfigurationsThatAreRefused) {
   EXPECT_EQ(vorbis.run.feed(makeVorbis(44100, 1).packets[0].bytes, 0), kFail) << "no configuration yet";
   EXPECT_EQ(vorbis.configure(config), 0u);
   EXPECT_EQ(vorbis.run.feed(makeVorbis(44100, 1).packets[0].bytes, 0), 0u);
+}
+
+TEST(AudioDecoderVorbis, ChannelsLeaveInTheOrderOfTheirMask) {
+  struct Layout {
+    std::vector<std::string> coded, mask;
+  };
+  const Layout layouts[] = {
+      {{"L", "C", "R"}, {"L", "R", "C"}},
+      {{"L", "R", "Ls", "Rs"}, {"L", "R", "Ls", "Rs"}},
+      {{"L", "C", "R", "Ls", "Rs"}, {"L", "R", "C", "Ls", "Rs"}},
+      {{"L", "C", "R", "Ls", "Rs", "LFE"}, {"L", "R", "C", "LFE", "Ls", "Rs"}},
+      {{"L", "C", "R", "SL", "SR", "B", "LFE"}, {"L", "R", "C", "LFE", "B", "SL", "SR"}},
+      {{"L", "C", "R", "SL", "SR", "BL", "BR", "LFE"}, {"L", "R", "C", "LFE", "BL", "BR", "SL", "SR"}},
+  };
+  const auto channelOf = [](const std::vector<int16_t>& samples, size_t channels, size_t channel) {
+    std::vector<int16_t> one;
+    for (size_t i = 1000; i < 6000; ++i) one.push_back(samples[i * channels + channel]);
+    return one;
+  };
+  for (const Layout& layout : layouts) {
+    const auto channels = static_cast<uint32_t>(layout.coded.size());
+    const AudioFile file = makeVorbis(16000, channels);
+    const auto input = makeSamples(16000, channels, 16000);
+    AudioDecoderRun run(makeAudioDecoder("vorbis"));
+    ASSERT_TRUE(run.open(file)) << channels;
+    run.feedAll(file);
+    for (size_t at = 0; at < channels; ++at) {
+      const auto source =
+          static_cast<size_t>(std::ranges::find(layout.coded, layout.mask[at]) - layout.coded.begin());
+      EXPECT_GT(snrDb(channelOf(input, channels, source), channelOf(run.samples, channels, at)), 6)
+          << layout.mask[at] << " of " << channels;
+    }
+  }
+}
+
+TEST(AudioDecoderVorbis, TheSameHeadersAgainDisturbNothing) {
+  const AudioFile file = makeVorbis(44100, 2);
+  AudioDecoderRun run(makeAudioDecoder("vorbis")), plain(makeAudioDecoder("vorbis"));
+  ASSERT_TRUE(run.open(file) && plain.open(file));
+  plain.feedAll(file);
+  auto config = file.config;
+  for (const auto& packet : file.packets) {
+    ASSERT_EQ(run.decoder().decodeCodecConfig(config.data(), 0, static_cast<uint32_t>(config.size())), 0u);
+    run.feed(packet.bytes, msOf(packet));
+  }
+  EXPECT_EQ(run.samples, plain.samples);
 }
 
 TEST(AudioDecoderVorbis, ALongCommentComesInXiphLacing) {
@@ -356,7 +470,7 @@ TEST(AudioDecoderSpeex, HeadersTellTheMode) {
   EXPECT_EQ(speex.run.feed(makeSpeexHeader(0x80000000u, 0), 0), kFail);
 }
 
-TEST(AudioDecoderSpeex, ABlockBelowOneFrameGivesNoSound) {
+TEST(AudioDecoderSpeex, ABlockBelowOneFrameGivesNoAudio) {
   const AudioFile file = makeSpeex(4);
   AudioDecoderRun run(makeAudioDecoder("speex"));
   ASSERT_TRUE(run.open(file));

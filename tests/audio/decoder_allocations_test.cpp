@@ -5,7 +5,7 @@
 
 #include "frames/AllocationCounter.h"
 #include "support/AudioDecoderRun.h"
-#include "support/CodedSound.h"
+#include "support/CodedAudio.h"
 
 namespace qvs::test {
 namespace {
@@ -21,7 +21,7 @@ uint64_t allocationsOfAPass(IAudioDecoder& decoder, AudioFile& file, AudioSample
 
 TEST(DecoderAllocations, NonePerBlock) {
   for (const char* codec : {"opus", "speex", "vorbis", "pcm_alaw"}) {
-    AudioFile file = makeCodedSound(codec);
+    AudioFile file = makeCodedAudio(codec);
     file.codec = codec;
     if (file.codec == "pcm_alaw") file.config.clear();
     AudioDecoderRun run(makeAudioDecoder(codec));

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "../frames/AllocationCounter.h"
-#include "SoundBlocks.h"
+#include "SampleBlocks.h"
 
 namespace qvs {
 namespace {

@@ -2,14 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <ostream>
+#include <string>
 #include <vector>
 
 #include "frames/geometry/FourCC.h"
+#include "frames/geometry/HostLayout.h"
 #include "frames/VideoFrameBuffer.h"
 #include "frames/VideoFrameBufferSet.h"
 #include "frames/VideoOverlayFrame.h"
@@ -98,6 +101,42 @@ struct OneFramePool {
 
   VideoFrameBufferSet set;
 };
+
+/// Gives a frame storage of exactly what its format needs, between guards.
+class Guard {
+ public:
+  Guard(VideoFrameBuffer& frame, uint32_t width, uint32_t height, uint32_t code)
+      : size(hostLayout(width, height, code).storageSize) {
+    base = static_cast<uint8_t*>(std::malloc(size + 2 * kGuard));
+    std::memset(base, kPattern, size + 2 * kGuard);
+    frame.setStorage(FrameMemory(base + kGuard, [memory = base](uint8_t*) { std::free(memory); }), width,
+                     height, code);
+  }
+  bool isWhole() const { return untouched(0, kGuard) && untouched(kGuard + size, 2 * kGuard + size); }
+  bool isStorageUntouched() const { return untouched(kGuard, kGuard + size); }
+
+ private:
+  static constexpr size_t kGuard = 1024;
+  static constexpr uint8_t kPattern = 0xA5;
+  bool untouched(size_t from, size_t to) const {
+    return std::all_of(base + from, base + to, [](uint8_t byte) { return byte == kPattern; });
+  }
+
+  size_t size;
+  uint8_t* base;
+};
+
+/// Every format of which the converter knows a name, and two that it doesn't.
+inline constexpr uint32_t kAllFormats[] = {
+    kFourCCYV12,    kFourCCI420,    kFourCCIYUV,  kFourCCYV16,    kFourCCI422,    kFourCCNV12,
+    kFourCCNV21,    kFourCCBGRA,    kFourCCARGB,  kFourCCBGR3,    kFourCCBGR4,    fourcc("R555"),
+    fourcc("R565"), fourcc("AYUV"), kFourCCVUYA,  fourcc("YUY2"), fourcc("YUYV"), fourcc("UYVY"),
+    fourcc("Y210"), fourcc("Y216"), kFourCCv210,  fourcc("Y41P"), fourcc("P010"), fourcc("P016"),
+    fourcc("P210"), fourcc("P216"), kFourCCXYZ12, fourcc("none")};
+
+inline std::string nameOf(uint32_t code) {
+  return std::string(reinterpret_cast<const char*>(&code), 4);
+}
 
 /// A "BGRA" overlay of one colour.
 inline VideoOverlayFrame* makeOverlay(uint32_t width, uint32_t height, uint32_t bgra, uint32_t slack = 0) {

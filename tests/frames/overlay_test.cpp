@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <vector>
@@ -137,6 +138,10 @@ constexpr HostileImage kHostileImages[] = {
     {"offset past the end", kFourCCBGRA, 2048, 128, 0xFFFFFFF0, 32, 16, 0},
     {"stride less than a row", kFourCCBGRA, 2048, 64, 0, 32, 16, 0},
     {"stride that overflows", kFourCCBGRA, 2048, 0x80000000, 0, 32, 16, 0},
+    {"rows that go back before the image", kFourCCBGRA, 32 * 16 * 8, 0u - 128, 0, 32, 16, 0},
+    {"one row before the image", kFourCCBGRA, 32 * 16 * 8, 0u - 128, 14 * 128, 32, 16, 0},
+    {"bottom-up past the end", kFourCCBGRA, 32 * 16 * 4 - 1, 0u - 128, 15 * 128, 32, 16, 0},
+    {"bottom-up planes before the image", kFourCCYV12, 2048, 0u - 32, 15 * 32, 32, 16, 0},
     {"planes past the end", kFourCCYV12, 32 * 16, 32, 0, 32, 16, 0},
     {"odd planar size", kFourCCYV12, 2048, 31, 0, 31, 15, 1},
     {"no area", kFourCCBGRA, 2048, 128, 0, 0, 16, 1},
@@ -181,6 +186,42 @@ TEST(Overlay, LastRowMayEndWithItsLastPixel) {
   auto* overlay = new VideoOverlayFrame(kFourCCBGRA, image, 8 + bytes, stride, 8, 32, 16);
   ASSERT_EQ(road.draw(overlay, 0, 0, 32, 16), kSuccess);
   EXPECT_TRUE(isColour(road.pool.frame(), kRed, 0, 0, 32, 16));
+}
+
+TEST(Overlay, BottomUpImagesStandUpright) {
+  for (const bool clear : {false, true}) {
+    OverlayRoad road;
+    const uint32_t row = 32 * 4, bytes = row * 16;
+    auto* image = static_cast<uint8_t*>(std::malloc(bytes));
+    for (uint32_t i = 0; i < 32 * 16; ++i) {  // its first eight rows are the last in memory
+      std::memcpy(image + i * 4, i < 32 * 8 ? &kOpaqueBlue : clear ? &kClearRed : &kOpaqueRed, 4);
+    }
+    auto* overlay = new VideoOverlayFrame(kFourCCBGRA, image, bytes, 0u - row, bytes - row, 32, 16);
+    EXPECT_EQ(overlay->isTransparent(), clear);
+    ASSERT_EQ(road.draw(overlay, 0, 0, 32, 16), kSuccess);
+    EXPECT_TRUE(isColour(road.pool.frame(), clear ? kGreen : kRed, 0, 0, 32, 8));
+    EXPECT_TRUE(isColour(road.pool.frame(), kBlue, 0, 8, 32, 16));
+    EXPECT_EQ(road.linesLogged(), 0u);
+  }
+}
+
+/// One thread draws while another takes the overlay away: either it is drawn or it isn't.
+TEST(Overlay, MayBeClearedAtAnyTime) {
+  OverlayRoad road(kFourCCYV12, 32, 16);
+  VideoOverlayFrames& overlays = road.pool.set.getOverlayFrames();
+  std::atomic<bool> done{false};
+  auto other = std::async(std::launch::async, [&] {
+    while (!done) {
+      VideoOverlayFrame* overlay = makeOverlay(4, 4, kOpaqueRed);
+      overlay->setDestinationLocation(0, 0, 4, 4, 17);
+      overlays.putFrame(0, overlay);
+      overlays.clearFrame(0);
+    }
+  });
+  uint32_t failures = 0;
+  for (int i = 0; i < 5000; ++i) failures += road.pool.set.applyOverlays(road.pool.frame(), overlays) != 0;
+  done = true;
+  EXPECT_EQ(failures, 0u);
 }
 
 TEST(Overlay, OnlyAPixelThatIsNotOpaqueMakesItTransparent) {

@@ -28,7 +28,8 @@ TEST_F(WithPlugin, HalvesDownToJustAboveTheSmallestTarget) {
   const struct {
     uint32_t width, height, targetWidth, targetHeight, levels;
   } rows[] = {{1280, 720, 320, 180, 1}, {1280, 720, 319, 179, 2}, {1000, 750, 100, 100, 0},
-              {640, 512, 0, 0, 4},      {64, 64, 64, 64, 0},      {8, 8, 0, 0, 2}};
+              {640, 512, 0, 0, 4},      {64, 64, 64, 64, 0},      {8, 8, 0, 0, 2},
+              {645, 512, 0, 0, 0},      {640, 513, 0, 0, 0}};  // odd: the record can't tell where chroma lies
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.width << "x" << row.height);
     OneFramePool pool(row.width, row.height, kFourCCYV12, kScaleFlagFractionalFrames);

@@ -1,15 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "Pictures.h"
 
 namespace qvs::test {
 namespace {
-
-std::string nameOf(uint32_t code) {
-  return std::string(reinterpret_cast<const char*>(&code), 4);
-}
 
 /// Every pair of formats in every fit keeps red red: a swap of U and V anywhere shows.
 TEST(Transfer, KeepsColoursBetweenAllFormats) {
@@ -260,27 +254,55 @@ TEST(Placement, EmptyRectanglesFailAndTouchNothing) {
   EXPECT_EQ(target.frame().transferFrame(source.frame(), false), kFailure);
 }
 
-TEST(Placement, HostileRectanglesStayInsideAnyFormat) {
-  const uint32_t values[] = {0, 1, 3, 47, 48, 95, 96, 0x7FFFFFFF, 0xFFFFFFFF};
-  for (uint32_t code : {kFourCCYV12, kFourCCNV12, kFourCCBGRA, kFourCCBGR3, fourcc("YUY2"), kFourCCv210}) {
-    OneFramePool source(96, 96, code, kScaleFlagPlaceOnCpu);
-    OneFramePool target(96, 96, code);
-    for (uint32_t x : values) {
-      for (uint32_t width : values) {
-        const uint32_t rect[4] = {x, width, width, x};
-        for (uint32_t mode : {kFitLetterbox, kFitStretch, kFitCropToFill}) {
-          target.frame().setFitMode(mode);
-          target.frame().setSrcRect(rect);
-          target.frame().setDstRect(rect);
-          target.frame().transferFrame(source.frame(), true);
-          target.frame().setCrop(rect);
-          target.frame().setPadding(rect);
-          target.frame().transferFrame(source.frame(), true);
-          target.frame().setCrop(nullptr);
-          target.frame().setPadding(nullptr);
-        }
+/// All fits and rectangles, hostile ones among them, from `source` into `target`.
+void transferEveryWay(VideoFrameBuffer& source, VideoFrameBuffer& target) {
+  const uint32_t values[] = {0, 3, 24, 48, 95, 0x7FFFFFFF, 0xFFFFFFFF};
+  for (uint32_t x : values) {
+    for (uint32_t width : values) {
+      const uint32_t rect[4] = {x, width, width, x};
+      for (uint32_t mode : {kFitLetterbox, kFitStretch, kFitCropToFill}) {
+        target.setFitMode(mode);
+        target.setSrcRect(rect);
+        target.setDstRect(rect);
+        target.transferFrame(source, true);
+        target.setCrop(rect);
+        target.setPadding(rect);
+        target.transferFrame(source, true);
+        target.setCrop(nullptr);
+        target.setPadding(nullptr);
       }
     }
+  }
+}
+
+class PlacementInFormat : public testing::TestWithParam<uint32_t> {};
+INSTANTIATE_TEST_SUITE_P(All, PlacementInFormat, testing::ValuesIn(kAllFormats));
+
+TEST_P(PlacementInFormat, StaysInsideOfTheStorage) {
+  for (const bool isTarget : {true, false}) {
+    for (const uint32_t rows : {96u, 47u}) {
+      const uint32_t columns = rows == 96 ? 96 : 95;
+      OneFramePool source(96, 96, kFourCCYV12, kScaleFlagPlaceOnCpu);
+      OneFramePool target(96, 32, kFourCCYV12);
+      source.frame().setDisplayWidth(48);  // bars at the sides
+      source.frame().setDisplayHeight(96);
+      const Guard guard((isTarget ? target : source).frame(), columns, rows, GetParam());
+      transferEveryWay(source.frame(), target.frame());
+      EXPECT_TRUE(guard.isWhole()) << nameOf(GetParam()) << " " << rows << " " << isTarget;
+    }
+  }
+}
+
+/// Storage by the format's rule holds no row of such a picture, but rows of a narrow part of it.
+TEST(Placement, FormatsWithoutAStorageRuleAreRefusedWhole) {
+  for (const char* name : {"AYUV", "VUYA", "Y210", "Y216", "R555", "R565", "Y41P"}) {
+    OneFramePool source(64, 64, kFourCCYV12, kScaleFlagPlaceOnCpu);
+    OneFramePool target(64, 64, kFourCCYV12);
+    const Guard guard(target.frame(), 64, 64, fourcc({name[0], name[1], name[2], name[3], 0}));
+    const uint32_t narrow[4] = {48, 0, 8, 64};
+    target.frame().setDstRect(narrow);
+    EXPECT_EQ(target.frame().transferFrame(source.frame(), false), 1u) << name;
+    EXPECT_TRUE(guard.isWhole() && guard.isStorageUntouched()) << name;
   }
 }
 

@@ -79,16 +79,12 @@ bool Road::addRung(const RoadRung& rung) {
 
 RoadResult Road::feed(std::span<const uint8_t> packet, uint64_t timecode, uint32_t frameType) {
   RoadResult result;
-  // Exactly as many bytes as the packet has: a read past its end is a fault that a sanitizer sees.
-  auto* copy = static_cast<uint8_t*>(std::malloc(packet.empty() ? 1 : packet.size()));
-  if (!copy) {
+  CodedBlock block = CodedBlock::copyOf(packet);
+  if (!block) {
     result.failed = true;
     return result;
   }
-  if (!packet.empty()) std::memcpy(copy, packet.data(), packet.size());
-  session.takeVideoDecodeBuffer(copy);
-  result.failed |=
-      session.videoDecoderAddFrame(copy, 0, static_cast<uint32_t>(packet.size()), timecode, frameType) != 0;
+  result.failed |= session.videoDecoderAddFrame(std::move(block), timecode, frameType) != 0;
   uint32_t buffer = kNoBuffer;
   if (session.videoDecoderBufferAllocate(&buffer)) {
     result.failed = true;

@@ -17,7 +17,10 @@ class FakeScaler : public VideoScalerBase {
   uint32_t addScaling(uint32_t, uint32_t, double, uint32_t scaleIndex, bool) override { return scaleIndex; }
   uint32_t initialize() override { return 0; }
   uint32_t setGPUID(int32_t) override { return 0; }
-  uint32_t scaleFrame(VideoFrameBuffer* source, std::vector<VideoScalerTarget>* targets, uint32_t*) override {
+  uint32_t scaleFrame(VideoFrameBuffer* source, std::vector<VideoScalerTarget>* targets,
+                      uint32_t* count) override {
+    asked.push_back(*count);
+    if (pipelining) *count = 0;
     if (targets == nullptr) {
       forgotten.push_back(source->getBufferIndex());
       return 5;
@@ -27,6 +30,8 @@ class FakeScaler : public VideoScalerBase {
     return 6;
   }
 
+  bool pipelining = false;  ///< nothing is ready yet
+  std::vector<uint32_t> asked;
   std::vector<uint32_t> forgotten;
   std::vector<size_t> counts;
   std::vector<VideoFrameBuffer*> frames;
@@ -61,9 +66,14 @@ TEST(ScalerRoad, GivesAllTargetsAtOnce) {
   for (uint32_t set = 0; set < 3; ++set) {
     EXPECT_EQ(session.scaler->frames[set], session.getVideoEncoderBuffer(set, 0));
   }
+  session.scaler->pipelining = true;
+  EXPECT_EQ(session.videoScalerScaleFrame(1, targets, 3, &status), 0u);
+  EXPECT_EQ(status, 1u) << "the renditions hold no picture yet";
   EXPECT_EQ(session.videoScalerScaleFrame(1, {}, 0, &status), 0u);
   EXPECT_EQ(status, 1u);
   EXPECT_EQ(session.scaler->counts.back(), 0u);
+  EXPECT_EQ(session.videoScalerFreeFrame(1), 5u);
+  EXPECT_EQ(session.scaler->asked, (std::vector<uint32_t>{3, 3, 0, 0}));
 }
 
 TEST(ScalerRoad, RefusesWhatItCanNotServe) {

@@ -187,12 +187,11 @@ TEST(SessionRoad, AdvancesTheDecoderEvenWithoutAnEntry) {
   const CodedStream stream = makeStream(8, 64, 64, 2);
   SessionLadder ladder({});
   TranscoderSession& session = ladder.session();
-  auto bytes = stream.packets[0].bytes;
   uint32_t status = 0;
   uint64_t timecode = 5;
   std::vector<VideoFrameAncillaryData> ancillary;
   TranscoderVideoDecoderFrameInfo info;
-  session.videoDecoderAddFrame(bytes.data(), 0, static_cast<uint32_t>(bytes.size()), 0, 1);
+  session.videoDecoderAddFrame(CodedBlock::copyOf(stream.packets[0].bytes), 0, 1);
   EXPECT_EQ(session.videoDecoderDecode(99, &status, &timecode, ancillary, info), kFail);
   EXPECT_EQ(status, 7u);
   EXPECT_EQ(timecode, 5u);

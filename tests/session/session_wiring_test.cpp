@@ -324,7 +324,7 @@ TEST(SessionWiring, FailsOutsideItsVectors) {
   EXPECT_EQ(bare.videoDecoderSetGPUID(0), kFail);
   EXPECT_EQ(bare.videoDecoderApplyParameters(), kFail);
   EXPECT_EQ(bare.videoDecoderDecodeCodecConfig(nullptr, 0, 0), kFail);
-  EXPECT_EQ(bare.videoDecoderAddFrame(nullptr, 0, 0, 0, 0), kFail);
+  EXPECT_EQ(bare.videoDecoderAddFrame({}, 0, 0), kFail);
   EXPECT_EQ(bare.videoDecoderSetParameterValueLong(0, 1), 0u);
   EXPECT_EQ(bare.videoDecoderGetParameterValueType(0, &word), 0u);
   EXPECT_EQ(bare.audioDecoderIsFirstFrameDecoded(), 0u);

@@ -11,9 +11,10 @@ namespace qvs::test {
 
 std::unique_ptr<IAudioDecoder> makeAudioDecoder(const std::string& codec) {
   static const std::map<std::string, uint32_t> kIds = {
-      {"mp1", kAudioCodecMPEG},    {"mp2", kAudioCodecMPEG},      {"mp3", kAudioCodecMPEG},
-      {"aac", kAudioCodecAAC},     {"pcm_alaw", kAudioCodecALaw}, {"pcm_mulaw", kAudioCodecMULaw},
-      {"speex", kAudioCodecSpeex}, {"vorbis", kAudioCodecVorbis}, {"opus", kAudioCodecOpus}};
+      {"mp1", kAudioCodecMPEG},     {"mp2", kAudioCodecMPEG},      {"mp3", kAudioCodecMPEG},
+      {"aac", kAudioCodecAAC},      {"pcm_alaw", kAudioCodecALaw}, {"pcm_mulaw", kAudioCodecMULaw},
+      {"speex", kAudioCodecSpeex},  {"vorbis", kAudioCodecVorbis}, {"opus", kAudioCodecOpus},
+      {"pcm_s16le", kAudioCodecPCM}};
   const auto id = kIds.find(codec);
   if (id == kIds.end()) return nullptr;
   const AudioDecoderRow* row = StageSelection::audioDecoder(0, id->second, 0);
@@ -30,7 +31,7 @@ bool AudioDecoderRun::open(const AudioFile& file) {
       stage->decodeCodecConfig(config.data(), 0, static_cast<uint32_t>(config.size())) != 0)
     return false;
   std::vector<uint8_t> first(stage->getDecodeFrameHeaderSize());
-  if (file.codec.starts_with("pcm_")) {
+  if (file.codec == "pcm_alaw" || file.codec == "pcm_mulaw") {
     const auto put = [&](uint32_t value) {
       for (int shift = 24; shift >= 0; shift -= 8) first.push_back(static_cast<uint8_t>(value >> shift));
     };

@@ -61,11 +61,7 @@ void SessionLadder::addRendition(const RenditionSettings& rendition) {
 bool SessionLadder::decode(const CodedPacket& packet, uint64_t timecode, uint32_t frameType) {
   releaseDecoded();
   TranscoderSession& s = *transcoder;
-  // A block of its own size, so that a read past its end shows under a sanitizer.
-  auto* bytes = static_cast<uint8_t*>(std::malloc(packet.bytes.size()));
-  if (!packet.bytes.empty()) std::memcpy(bytes, packet.bytes.data(), packet.bytes.size());
-  s.takeVideoDecodeBuffer(bytes);
-  check(s.videoDecoderAddFrame(bytes, 0, static_cast<uint32_t>(packet.bytes.size()), timecode, frameType),
+  check(s.videoDecoderAddFrame(CodedBlock::copyOf(packet.bytes), timecode, frameType),
         "videoDecoderAddFrame");
   check(s.videoDecoderBufferAllocate(&decodedIndex), "videoDecoderBufferAllocate");
   holdsPicture = true;

@@ -10,7 +10,7 @@
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoOverlayFrame.h"
 #include "road/Road.h"
-#include "support/CodedSound.h"
+#include "support/CodedAudio.h"
 
 namespace qvs::test {
 namespace {
@@ -124,8 +124,7 @@ TEST(SessionThreads, EndsCleanlyWithFramesInWork) {
     Road road(RoadSetup{.rungs = {{320, 240}, {160, 120}}, .asynchronous = true});
     ASSERT_TRUE(road.open());
     auto& session = road.getSession();
-    Packet packet = packets[0];
-    session.videoDecoderAddFrame(packet.data(), 0, static_cast<uint32_t>(packet.size()), 0, 1);
+    session.videoDecoderAddFrame(CodedBlock::copyOf(packets[0]), 0, 1);
     uint32_t source = 0, status = 0;
     uint64_t timecode = 0;
     std::vector<VideoFrameAncillaryData> ancillaryData;
@@ -168,8 +167,8 @@ TEST(SessionThreads, OverlaysAreReplacedWhilePicturesAreDrawn) {
 }
 
 /// Opus in, Opus at another rate and AAC out, packet after packet; the number of coded frames that came.
-uint32_t transcodeSound(TranscoderSession& session, const AudioFile& sound) {
-  std::vector<uint8_t> config = sound.config;
+uint32_t transcodeAudio(TranscoderSession& session, const AudioFile& audio) {
+  std::vector<uint8_t> config = audio.config;
   EXPECT_EQ(session.audioDecoderCreate(0, 12, 0), 0u);
   EXPECT_EQ(session.audioDecoderInitialize(), 0u);
   EXPECT_EQ(session.audioDecoderDecodeCodecConfig(config.data(), 0, static_cast<uint32_t>(config.size())),
@@ -193,7 +192,7 @@ uint32_t transcodeSound(TranscoderSession& session, const AudioFile& sound) {
   }
   uint32_t frameCount = 0;
   uint64_t timecode = 1000;
-  for (const AudioPacket& coded : sound.packets) {
+  for (const AudioPacket& coded : audio.packets) {
     std::vector<uint8_t> packet = coded.bytes;
     EXPECT_EQ(
         session.audioDecoderDecodeFrame(packet.data(), 0, static_cast<uint32_t>(packet.size()), timecode, 0),
@@ -215,7 +214,7 @@ uint32_t transcodeSound(TranscoderSession& session, const AudioFile& sound) {
 /// The audio road of a session runs beside its video road; a third thread fetches the log.
 TEST(SessionThreads, VideoAndAudioRoadsAndTheLogSideBySide) {
   const auto packets = stream();
-  const AudioFile sound = makeOpus(2);
+  const AudioFile audio = makeOpus(2);
   Road road(RoadSetup{});
   ASSERT_TRUE(road.open());
   auto& session = road.getSession();
@@ -223,7 +222,7 @@ TEST(SessionThreads, VideoAndAudioRoadsAndTheLogSideBySide) {
   std::atomic<bool> done{false};
   std::thread audio([&] {
     // A second of sound: 43 frames of AAC, less those that the encoder holds, and 50 of Opus.
-    EXPECT_GT(transcodeSound(session, sound), 85u);
+    EXPECT_GT(transcodeAudio(session, audio), 85u);
     done = true;
   });
   std::thread log([&] {

@@ -1,7 +1,8 @@
-// The converter's names of formats and its view of a frame or a part of one.
+// The converter's names of formats, and pictures and their parts as the converter sees them.
 #include "frames/geometry/UccFormat.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 
 #include "frames/geometry/ChromaOrder.h"
@@ -63,6 +64,18 @@ const TightLayout* findLayout(uint32_t format) {
       std::begin(kTightLayouts), std::end(kTightLayouts),
       [format](const TightLayout& row) { return row.firstFormat <= format && format <= row.lastFormat; });
   return found != std::end(kTightLayouts) ? found : nullptr;
+}
+
+/// Whether every plane that the format has is there, with strides that hold whole rows of the picture.
+bool rowsFitStrides(const frame_tt& frame) {
+  int32_t rowBytes[4];
+  if (get_plane_offsets_in_bytes(rowBytes, frame.width, 0, frame.four_cc, frame.stride) != 0) return false;
+  for (uint32_t i = 0; i < 4; ++i) {
+    if (rowBytes[i] != 0 && (frame.plane[i] == nullptr || std::llabs(frame.stride[i]) < rowBytes[i])) {
+      return false;
+    }
+  }
+  return true;
 }
 
 /// Formats in blocks of six pixels have rows of whole 128-byte units.
@@ -133,7 +146,9 @@ uint32_t uccViewOfRect(ucc_frame_t* view, const frame_tt& frame, const PixelRect
   part.width = static_cast<uint32_t>(rect.width);
   part.height = static_cast<uint32_t>(rect.height);
   int32_t offsets[4];
-  if (get_plane_offsets_in_bytes(offsets, static_cast<uint32_t>(rect.x), static_cast<uint32_t>(rect.y),
+  // The converter sees only the part, whose rows may fit a stride that the picture's own don't fit.
+  if (!rowsFitStrides(frame) ||
+      get_plane_offsets_in_bytes(offsets, static_cast<uint32_t>(rect.x), static_cast<uint32_t>(rect.y),
                                  frame.four_cc, frame.stride) != 0) {
     return 0;
   }

@@ -23,7 +23,8 @@ void setUCCColorimetry(ucc_frame_t* frame);
 /// Does not own the pixels.
 uint32_t uccViewOfFrame(ucc_frame_t* view, const frame_tt& frame);
 
-/// The same for a rectangle inside of the picture, with its corner on a whole chroma sample and macropixel.
+/// The same for a rectangle inside of the picture, with its corner on a whole chroma sample and macropixel. 0
+/// also where the picture's rows don't fit its strides, as with formats that have no storage rule.
 uint32_t uccViewOfRect(ucc_frame_t* view, const frame_tt& frame, const PixelRect& rect);
 
 }  // namespace qvs

@@ -16,8 +16,6 @@
 
 namespace qvs {
 
-using MallocBytes = std::unique_ptr<uint8_t[], FreeDeleter>;
-
 /// A checked part of a Java array.
 struct ArrayRange {
   jsize offset;

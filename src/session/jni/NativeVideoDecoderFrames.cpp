@@ -27,13 +27,8 @@ QVS_NATIVE(videoDecoderAddFrame)
   return withSession(QVS_LABEL(videoDecoderAddFrame), classPtr, [&](TranscoderSession& session) -> jlong {
     MallocBytes block = copyBytes(env, buffer, offset, len);
     if (!block) return kEntryFailure;
-    uint8_t* bytes = block.get();
-    const uint32_t result =
-        session.videoDecoderAddFrame(bytes, 0, static_cast<uint32_t>(len), static_cast<uint64_t>(timecode),
-                                     static_cast<uint32_t>(frameType));
-    // Not before: a decoder that queues copies what it still holds of the block before.
-    session.takeVideoDecodeBuffer(block.release());
-    return result;
+    return session.videoDecoderAddFrame({std::move(block), 0, static_cast<uint32_t>(len)},
+                                        static_cast<uint64_t>(timecode), static_cast<uint32_t>(frameType));
   });
 }
 
@@ -70,9 +65,9 @@ QVS_NATIVE(videoDecoderGetFrame)
 
 QVS_NATIVE(videoDecoderTransferFrameSingle)
 (JNIEnv*, jobject, jlong classPtr, jlong decoderFrameIndex, jlong encoderFrameIndex, jlong encoderIndex) {
-  return forward(QVS_LABEL(videoDecoderTransferFrameSingle), classPtr,
-                 &TranscoderSession::videoDecoderTransferFrame, decoderFrameIndex, encoderFrameIndex,
-                 encoderIndex);
+  return callSession(QVS_LABEL(videoDecoderTransferFrameSingle), classPtr,
+                     &TranscoderSession::videoDecoderTransferFrame, decoderFrameIndex, encoderFrameIndex,
+                     encoderIndex);
 }
 
 QVS_NATIVE(videoDecoderTransferFrameStart)

@@ -16,7 +16,7 @@ struct VideoScalerTarget {
 };
 
 /// A scaler that makes all renditions of a picture in one pass. Only hardware that works so stands behind it;
-/// all other roads scale frame to frame.
+/// all other implementations scale frame to frame.
 ///
 /// Order of calls: `create`, `setSource`, `addScaling` per rendition, `initialize`, then `scaleFrame` per
 /// picture.
@@ -43,9 +43,11 @@ class IVideoScaler {
   virtual uint32_t getSessionIndex() = 0;
   virtual void setSessionIndex(uint32_t sessionIndex) = 0;
 
-  /// Scales `source` into all targets. Null targets: forget the source frame.
+  /// Scales `source` into all targets. `*count` is the number of renditions wanted going in and the number
+  /// that hold a picture coming out; a scaler that works in a pipeline gives 0 while nothing is ready. With a
+  /// count of 0, `targets` being null, it forgets the source frame.
   virtual uint32_t scaleFrame(VideoFrameBuffer* source, std::vector<VideoScalerTarget>* targets,
-                              uint32_t* flags) = 0;
+                              uint32_t* count) = 0;
   virtual uint32_t applyParameters() = 0;
   virtual uint32_t setParameterValue(uint32_t key, int64_t value) = 0;
   virtual uint32_t setParameterValue(uint32_t key, int64_t* values, uint32_t count) = 0;

@@ -131,7 +131,7 @@ TestPicture::TestPicture(const TestFormat& format, uint32_t width, uint32_t heig
   frame_.width = width;
   frame_.height = height;
   frame_.progressive_frame_flag = 1;
-  setColour(MATRIX_COEFFICIENTS_BT709_6, PIC_SIGNAL_RANGE_FULL);
+  setColor(MATRIX_COEFFICIENTS_BT709_6, PIC_SIGNAL_RANGE_FULL);
   for (int p = 0; p < format.planes; ++p) {
     const size_t stride = bytesInRow(p) + padding;
     const size_t rows = rowsOfPlane(p);
@@ -143,7 +143,7 @@ TestPicture::TestPicture(const TestFormat& format, uint32_t width, uint32_t heig
   }
 }
 
-void TestPicture::setColour(uint32_t matrix, uint32_t range) {
+void TestPicture::setColor(uint32_t matrix, uint32_t range) {
   frame_.colorimetry = {1, 1, matrix, range};
 }
 

@@ -81,7 +81,7 @@ class TestPicture {
 
   ucc_frame_t& frame() { return frame_; }
   const TestFormat& format() const { return format_; }
-  void setColour(uint32_t matrix, uint32_t range);
+  void setColor(uint32_t matrix, uint32_t range);
 
   uint32_t columns(int component) const;
   uint32_t rows(int component) const;

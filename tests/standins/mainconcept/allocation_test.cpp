@@ -75,7 +75,7 @@ struct Case {
   uint32_t width, height;
 };
 
-// One case for each kind of road.
+// One case for each kind of path.
 const Case kCases[] = {
     {UCC_FORMAT_I420, UCC_FORMAT_I420, 96, 64}, {UCC_FORMAT_I420, UCC_FORMAT_I420, 60, 40},
     {UCC_FORMAT_NV12, UCC_FORMAT_NV12, 60, 40}, {UCC_FORMAT_BGRA, UCC_FORMAT_I420, 96, 64},

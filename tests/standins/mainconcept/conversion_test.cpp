@@ -1,4 +1,4 @@
-// Any format into any other: exact where only the packing changes, right colours everywhere else.
+// Any format into any other: exact where only the packing changes, right colors everywhere else.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -66,7 +66,7 @@ TEST(Conversion, RepackingIsExactAtAnySize) {
   EXPECT_EQ(pairs, 56);
 }
 
-struct Colours {
+struct Colors {
   uint32_t targetMatrix, targetRange, sourceMatrix, sourceRange;
 };
 
@@ -76,21 +76,21 @@ double boundFor(const TestFormat& to, const TestFormat& from) {
   return coarse(to) || coarse(from) ? 35 : to.shiftX == 2 ? 38 : 42;
 }
 
-TEST(Conversion, EveryPairKeepsColoursAtEqualSize) {
+TEST(Conversion, EveryPairKeepsColorsAtEqualSize) {
   Instance convert;
-  for (const Colours& colours : {Colours{k709, kFull, k709, kFull}, Colours{k709, kShort, k601, kFull},
-                                 Colours{k601, kFull, k601, kShort}, Colours{k601, kShort, k709, kShort}}) {
+  for (const Colors& colors : {Colors{k709, kFull, k709, kFull}, Colors{k709, kShort, k601, kFull},
+                               Colors{k601, kFull, k601, kShort}, Colors{k601, kShort, k709, kShort}}) {
     for (const TestFormat& from : testFormats()) {
       for (const TestFormat& to : testFormats()) {
         TestPicture source(from, 80, 64);
         TestPicture target(to, 80, 64);
-        source.setColour(colours.sourceMatrix, from.rgb ? kFull : colours.sourceRange);
-        target.setColour(colours.targetMatrix, to.rgb ? kFull : colours.targetRange);
+        source.setColor(colors.sourceMatrix, from.rgb ? kFull : colors.sourceRange);
+        target.setColor(colors.targetMatrix, to.rgb ? kFull : colors.targetRange);
         source.paint(smoothScene);
         ASSERT_EQ(convert(target, source), 0u);
         const double psnr = target.psnrAgainst(smoothScene);
         EXPECT_GE(psnr, boundFor(to, from))
-            << from.name << " to " << to.name << " matrix " << colours.sourceMatrix;
+            << from.name << " to " << to.name << " matrix " << colors.sourceMatrix;
       }
     }
   }
@@ -104,11 +104,11 @@ TEST(Conversion, ShortRangeRgb) {
       for (const uint32_t width : {80u, 60u}) {
         TestPicture shortRange(testFormat(rgb), 80, 64), other(testFormat(id), width, 64),
             back(testFormat(rgb), 80, 64);
-        shortRange.setColour(k709, kShort);
+        shortRange.setColor(k709, kShort);
         shortRange.paint(smoothScene);
         ASSERT_EQ(convert(other, shortRange), 0u);
         EXPECT_GE(other.psnrAgainst(smoothScene), 42) << testFormat(id).name;
-        back.setColour(k709, kShort);
+        back.setColor(k709, kShort);
         ASSERT_EQ(convert(back, other), 0u);
         EXPECT_GE(back.psnrAgainst(smoothScene), 42) << testFormat(id).name;
       }
@@ -269,7 +269,7 @@ TEST(Conversion, PlanarScalingIsBicubic) {
   }
 }
 
-TEST(Conversion, StraightAlphaScalesWithoutBleedingAndUnusedAlphaKeepsColours) {
+TEST(Conversion, StraightAlphaScalesWithoutBleedingAndUnusedAlphaKeepsColors) {
   Instance convert;
   for (const uint32_t id : {UCC_FORMAT_BGRA, UCC_FORMAT_ARGB}) {
     TestPicture source(testFormat(id), 64, 64);
@@ -311,7 +311,7 @@ TEST(Conversion, InstanceFollowsChanges) {
     const TestFormat& to = testFormats()[random() % testFormats().size()];
     TestPicture source(from, 24 + random() % 3, 16 + random() % 2);
     TestPicture target(to, 24 + random() % 3, 16), fresh(to, target.columns(0), 16);
-    source.setColour(random() % 2 ? k709 : k601, random() % 2 ? kFull : kShort);
+    source.setColor(random() % 2 ? k709 : k601, random() % 2 ? kFull : kShort);
     fresh.frame().colorimetry = target.frame().colorimetry;
     source.randomize(round);
     target.randomize(1);
@@ -323,20 +323,20 @@ TEST(Conversion, InstanceFollowsChanges) {
   }
 }
 
-TEST(Conversion, UnsaidColourComesFromTheOtherPicture) {
+TEST(Conversion, UnsaidColorComesFromTheOtherPicture) {
   Instance convert;
   TestPicture yuv(testFormat(UCC_FORMAT_I420), 96, 80);
   TestPicture rgb(testFormat(UCC_FORMAT_BGRA), 96, 80);
-  yuv.setColour(k601, kShort);
+  yuv.setColor(k601, kShort);
   yuv.paint(smoothScene);
   rgb.frame().colorimetry = {};
   ASSERT_EQ(convert(rgb, yuv), 0u);
-  rgb.setColour(k709, kFull);
+  rgb.setColor(k709, kFull);
   EXPECT_GE(rgb.psnrAgainst(smoothScene), 36);
 
   yuv.frame().colorimetry = {};
   ASSERT_EQ(convert(yuv, rgb), 0u);
-  yuv.setColour(k709, kFull);
+  yuv.setColor(k709, kFull);
   EXPECT_GE(yuv.psnrAgainst(smoothScene), 36);
 }
 

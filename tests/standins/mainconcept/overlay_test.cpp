@@ -55,8 +55,8 @@ class Painter {
 // Sums over the luma pixels that one sample of a component covers: the definition of the blend, block by
 // block.
 struct Block {
-  double alpha = 0;       // mean over the block, 0 to 1
-  double colour[3] = {};  // mean weighted by alpha
+  double alpha = 0;      // mean over the block, 0 to 1
+  double color[3] = {};  // mean weighted by alpha
 };
 
 Block blockAt(const TestPicture& overlay, Place place, int64_t left, int64_t top, int columns, int rows) {
@@ -69,10 +69,10 @@ Block blockAt(const TestPicture& overlay, Place place, int64_t left, int64_t top
       const double alpha = overlay.format().alpha ? overlay.get(3, u, v) / 255.0 : 1;
       const Rgb rgb = overlay.rgbAt(u, v);
       weight += alpha;
-      for (int c = 0; c < 3; ++c) block.colour[c] += alpha * rgb[c];
+      for (int c = 0; c < 3; ++c) block.color[c] += alpha * rgb[c];
     }
   }
-  for (double& level : block.colour) level /= weight > 0 ? weight : 1;
+  for (double& level : block.color) level /= weight > 0 ? weight : 1;
   block.alpha = weight / (columns * rows);
   return block;
 }
@@ -100,7 +100,7 @@ void expectBlend(const TestPicture& after, const TestPicture& before, const Test
           ASSERT_EQ(after.get(c, x, y), before.get(c, x, y)) << c << " at " << x << "," << y;
           continue;
         }
-        const double over = component({block.colour[0], block.colour[1], block.colour[2]}, c, format.rgb);
+        const double over = component({block.color[0], block.color[1], block.color[2]}, c, format.rgb);
         const double wanted = block.alpha * over + (1 - block.alpha) * before.get(c, x, y) / max;
         ASSERT_NEAR(after.get(c, x, y) / max, wanted, tolerance) << c << " at " << x << "," << y;
       }

@@ -5,7 +5,9 @@
 #include <cmath>
 
 #include "contract/DecodeFlags.h"
+#include "contract/StageIds.h"
 #include "frames/geometry/ChromaOrder.h"
+#include "session/TranscoderSession.h"
 #include "video/decoders/DecoderRoad.h"
 #include "video/decoders/UnitStream.h"
 #include "video/decoders/VideoDecoderBufferStream.h"
@@ -298,6 +300,41 @@ TEST(DecoderStreams, DoubleRateGivesEachFieldHalfAFrameApart) {
       EXPECT_NEAR(blockAt(run.pictures[i], 71), 4.0 * static_cast<double>(i), 2.0) << i;
     }
   }
+}
+
+/// The pictures of an MPEG-2 stream that a session is given `queued` units at a time between decode steps.
+std::vector<MediaBytes> decodeQueued(const UnitStream& stream, size_t queued) {
+  TranscoderSession session;
+  EXPECT_EQ(session.videoDecoderCreate(0, kVideoCodecMPEG2, 0, 8, 0, kFourCCYV12), 0u);
+  EXPECT_EQ(session.videoDecoderSetParameterValueLong(0, 0), 0u);
+  EXPECT_EQ(session.videoDecoderInitialize(), 0u);
+  EXPECT_EQ(session.videoDecoderBuffersCreate(1), 0u);
+  std::vector<MediaBytes> pictures;
+  for (size_t i = 0; i < stream.units.size(); ++i) {
+    const MediaUnit& unit = stream.units[i];
+    EXPECT_EQ(session.videoDecoderAddFrame(CodedBlock::copyOf(unit.bytes), unit.timecode, unit.frameType),
+              0u);
+    if ((i + 1) % queued != 0) continue;
+    uint32_t status = 0;
+    while ((status & DecodeFlagInputDone) == 0) {
+      uint64_t timecode = 0;
+      std::vector<VideoFrameAncillaryData> ancillary;
+      TranscoderVideoDecoderFrameInfo info;
+      status = 0;
+      EXPECT_EQ(session.videoDecoderDecode(0, &status, &timecode, ancillary, info), 0u);
+      if (info.frameCount != 0) pictures.push_back(i420Bytes(*session.getVideoDecoderBuffer(0)));
+    }
+  }
+  return pictures;
+}
+
+TEST(DecoderStreams, Mpeg2UnitsMayQueueInASession) {
+  CodedSetup setup = setupOf(kVideoCodecMPEG2, 12);
+  setup.bFrames = 1;
+  const UnitStream stream = makeUnitStream(setup);
+  const auto oneByOne = decodeQueued(stream, 1);
+  EXPECT_GE(oneByOne.size(), 10u);
+  EXPECT_EQ(decodeQueued(stream, 3), oneByOne);
 }
 
 }  // namespace

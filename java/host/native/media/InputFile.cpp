@@ -2,10 +2,12 @@
 #include "media/InputFile.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 extern "C" {
 #include <libavutil/intreadwrite.h>
+#include <libavutil/parseutils.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -14,6 +16,8 @@ namespace qvs::host {
 namespace {
 
 constexpr StreamKind kKinds[] = {StreamKind::kVideo, StreamKind::kAudio};
+// Lengths in headers are rounded and count a last picture in one way or another.
+constexpr int64_t kShortfallMs = 500, kShortfallShare = 100;
 constexpr AVMediaType kTypes[] = {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO};
 
 // Some containers (raw streams, AVI) leave the presentation time out; counting on is the best guess then.
@@ -108,7 +112,60 @@ MediaStatus InputFile::next(bool* atEnd) {
   Selected& of = selected(kind_);
   of.pts = timeOf(*packet_, of.nextPts + of.origin, &timeKind_) - of.origin;
   of.nextPts = of.pts + stepOf(*packet_);
+  noteEnd(of);
   return {};
+}
+
+void InputFile::noteEnd(Selected& of) {
+  of.end = std::max(of.end, of.nextPts);
+  of.cut = packet_->flags & AV_PKT_FLAG_CORRUPT;
+}
+
+bool InputFile::isReadWhole() const {
+  for (unsigned i = 0; i < format_->nb_streams; i++) {
+    const bool read = std::any_of(selected_.begin(), selected_.end(),
+                                  [i](const Selected& of) { return of.index == static_cast<int>(i); });
+    if (!read && !(format_->streams[i]->disposition & AV_DISPOSITION_ATTACHED_PIC)) return false;
+  }
+  return true;
+}
+
+// Where the length of a stream was only guessed, or may be that of a stream that is left out, nothing is
+// promised.
+int64_t InputFile::promisedMs(StreamKind kind) const {
+  if (format_->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE) return -1;
+  const AVStream& of = stream(kind);
+  if (of.duration != AV_NOPTS_VALUE && of.duration > 0)
+    return av_rescale_q(of.duration, of.time_base, {1, 1000});
+  int64_t microseconds = 0;
+  const AVDictionaryEntry* tag = av_dict_get(of.metadata, "DURATION", nullptr, 0);
+  if (tag && av_parse_time(&microseconds, tag->value, 1) >= 0) return microseconds / 1000;
+  return format_->duration > 0 && isReadWhole() ? av_rescale(format_->duration, 1000, AV_TIME_BASE) : -1;
+}
+
+std::string InputFile::shortfall() const {
+  int64_t reached = 0, promised = -1;
+  bool cut = false;
+  for (const StreamKind kind : kKinds) {
+    if (!has(kind) || selected(kind).end == INT64_MIN) continue;
+    const int64_t end = av_rescale_q(selected(kind).end, stream(kind).time_base, {1, 1000});
+    const int64_t wanted = promisedMs(kind);
+    reached = std::max(reached, end);
+    cut |= selected(kind).cut;
+    if (wanted - end > std::max<int64_t>(kShortfallMs, wanted / kShortfallShare))
+      promised = std::max(promised, wanted);
+  }
+  // A recording of a transmission starts and ends anywhere.
+  cut &= std::strcmp(format_->iformat->name, "mpegts") != 0;
+  if (promised < 0 && !cut) return {};
+  char text[96];
+  if (promised < 0)
+    std::snprintf(text, sizeof text, "ended early at %.1f s, within a packet",
+                  static_cast<double>(reached) / 1000);
+  else
+    std::snprintf(text, sizeof text, "ended early at %.1f s of %.1f s", static_cast<double>(reached) / 1000,
+                  static_cast<double>(promised) / 1000);
+  return text;
 }
 
 int64_t InputFile::stepOf(const AVPacket& packet) const {

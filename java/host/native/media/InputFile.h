@@ -36,6 +36,10 @@ class InputFile {
   /// Sets `atEnd` when the file is used up; otherwise `packet()` is the next one of a selected stream.
   MediaStatus next(bool* atEnd);
 
+  /// Once `next` found the end: what the file promised and does not hold, as one line; "" where nothing lacks
+  /// or nothing was promised.
+  std::string shortfall() const;
+
   const AVPacket& packet() const { return *packet_; }
   StreamKind kind() const { return kind_; }
   /// Presentation time of the current packet in units of its stream's time base; never missing.
@@ -72,7 +76,9 @@ class InputFile {
     int index = -1;
     int64_t pts = 0;
     int64_t nextPts = 0;
-    int64_t origin = 0;  ///< taken off every time
+    int64_t origin = 0;       ///< taken off every time
+    int64_t end = INT64_MIN;  ///< where what was read ends
+    bool cut = false;         ///< the last packet lacks bytes
   };
 
   Selected& selected(StreamKind kind) { return selected_[static_cast<size_t>(kind)]; }
@@ -80,6 +86,9 @@ class InputFile {
   MediaStatus openContainer(const std::string& path, bool live);
   MediaStatus select();
   void countFromStart();
+  void noteEnd(Selected& of);
+  int64_t promisedMs(StreamKind kind) const;
+  bool isReadWhole() const;
   bool ofSelected(int streamIndex);
   int64_t stepOf(const AVPacket& packet) const;
 

@@ -175,6 +175,11 @@ JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_newConfig
   return toArray(env, config, static_cast<int>(size));
 }
 
+JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_shortfall(JNIEnv* env, jclass,
+                                                                              jlong handle) {
+  return env->NewStringUTF(object<InputFile>(handle)->shortfall().c_str());
+}
+
 JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_create(JNIEnv* env, jclass, jstring path,
                                                                          jstring format) {
   av_log_set_level(AV_LOG_QUIET);

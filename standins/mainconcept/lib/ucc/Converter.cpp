@@ -1,10 +1,10 @@
-// A converter instance: checks a task, keeps its plan, paints overlays.
+// One call of an instance: checks its arguments, keeps the plan, converts, lays the overlay over.
 #include "ucc/Converter.h"
 
 #include <cstdlib>
 #include <new>
 
-#include "ucc/RoadTable.h"
+#include "ucc/ConversionPathTable.h"
 
 namespace qvs::ucc {
 namespace {
@@ -12,6 +12,13 @@ namespace {
 constexpr uint32_t kMaxSize = 16384;
 // The one type of overlay that callers use.
 constexpr uint32_t kBlendByOwnAlpha = 2;
+constexpr uint32_t kKnownOrientations =
+    UCC_ORIENTATION_TURN_90 | UCC_ORIENTATION_TURN_180 | UCC_ORIENTATION_MIRROR;
+
+Orientation orientationOf(uint32_t bits) {
+  return makeOrientation((bits & UCC_ORIENTATION_MIRROR) != 0, (bits & UCC_ORIENTATION_TURN_90) != 0,
+                         (bits & UCC_ORIENTATION_TURN_180) != 0);
+}
 
 bool sizeInRange(uint32_t width, uint32_t height) {
   return width >= 1 && width <= kMaxSize && height >= 1 && height <= kMaxSize;
@@ -36,7 +43,7 @@ bool overlayIsSound(const ucc_overlay_config_t& overlay, const PixelFormat*& for
 
 }  // namespace
 
-Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source,
+Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source, uint32_t orientation,
                             const ucc_overlay_config_t* overlay) {
   const PixelFormat* targetFormat = findPixelFormat(target.pixel_format);
   const PixelFormat* sourceFormat = findPixelFormat(source.pixel_format);
@@ -44,16 +51,19 @@ Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source
   if (!frameIsSound(targetFormat, target) || !frameIsSound(sourceFormat, source)) return Status::kBadArgument;
   if (overlay && !overlayIsSound(*overlay, overlayFormat)) return Status::kBadArgument;
 
+  if ((orientation & ~kKnownOrientations) != 0) return Status::kBadArgument;
+
   // From here on only memory can fail.
-  const ColourPair colours =
-      resolveColours(*targetFormat, target.colorimetry, *sourceFormat, source.colorimetry);
-  const Task task{targetFormat, sourceFormat,  target.width,   target.height,
-                  source.width, source.height, colours.target, colours.source};
+  const ColorPair colors =
+      resolveColors(*targetFormat, target.colorimetry, *sourceFormat, source.colorimetry);
+  const Task task{targetFormat,  sourceFormat,  target.width,
+                  target.height, source.width,  source.height,
+                  colors.target, colors.source, orientationOf(orientation)};
   if (!convert(task, target, source)) return Status::kNoMemory;
   if (!overlay) return Status::kDone;
 
-  const ColourPair blend =
-      resolveColours(*targetFormat, target.colorimetry, *overlayFormat, overlay->frame->colorimetry);
+  const ColorPair blend =
+      resolveColors(*targetFormat, target.colorimetry, *overlayFormat, overlay->frame->colorimetry);
   const OverlayTask overlayTask{targetFormat, overlayFormat, blend.target, blend.source};
   return paint(overlayTask, target, *overlay) ? Status::kDone : Status::kNoMemory;
 }
@@ -62,19 +72,19 @@ bool Converter::convert(const Task& task, const ucc_frame_t& target, const ucc_f
   const bool samePicture =
       target.plane[0] == source.plane[0] && task.target == task.source && task.sameSize();
   // The way to blend in place: nothing to convert, and copying rows onto themselves would be undefined.
-  if (samePicture && task.sameColour()) return true;
-  // A road that failed to get its memory isn't kept, so the next call tries again.
-  if (!road_ || task != task_) {
-    road_ = chooseRoad(task);
-    task_ = task;
+  if (samePicture && task.sameColor()) return true;
+  // A path that failed to get its memory isn't kept, so the next call tries again.
+  if (!path || task != planned) {
+    path = choosePath(task);
+    planned = task;
   }
-  return road_ && road_->run(target, source);
+  return path && path->run(target, source);
 }
 
 bool Converter::paint(const OverlayTask& task, const ucc_frame_t& target,
                       const ucc_overlay_config_t& overlay) {
-  if (!painter_) painter_.reset(new (std::nothrow) OverlayPainter);
-  return painter_ && painter_->paint(task, target, overlay);
+  if (!painter) painter.reset(new (std::nothrow) OverlayPainter);
+  return painter && painter->paint(task, target, overlay);
 }
 
 }  // namespace qvs::ucc

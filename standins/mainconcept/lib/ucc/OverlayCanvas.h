@@ -4,17 +4,17 @@
 
 namespace qvs::ucc {
 
-/// The formats and colours that an overlay passes between.
+/// The formats and colors that an overlay passes between.
 struct OverlayTask {
   const PixelFormat* target;
   const PixelFormat* overlay;
-  Colour targetColour;
-  Colour overlayColour;
+  Color targetColor;
+  Color overlayColor;
 
   bool operator==(const OverlayTask&) const = default;
 };
 
-/// An overlay ready to be blended: planes in the target's own form and colour, alpha at luma and at chroma
+/// An overlay ready to be blended: planes in the target's own form and color, alpha at luma and at chroma
 /// size. It starts on a whole chroma sample of the target, so up to three columns and rows around the overlay
 /// are wholly transparent.
 class OverlayCanvas {
@@ -33,17 +33,17 @@ class OverlayCanvas {
 
   /// Does nothing when the shape and the content, other than 0, are those of the last call. False when memory
   /// fails.
-  bool make(const Shape& shape, const ucc_overlay_config_t& overlay);
+  bool make(const Shape& wanted, const ucc_overlay_config_t& overlay);
 
-  uint32_t width() const { return planes_.paddedWidth(); }
-  uint32_t height() const { return planes_.paddedHeight(); }
-  const PlaneView& plane(int component) const { return planes_.plane(component); }
+  uint32_t width() const { return planes.paddedWidth(); }
+  uint32_t height() const { return planes.paddedHeight(); }
+  const PlaneView& plane(int component) const { return planes.plane(component); }
   /// Alpha at the size of a component's plane.
-  const PlaneView& alphaOf(int component) const { return alphas_.plane(component == 0 ? 0 : 1); }
+  const PlaneView& alphaOf(int component) const { return alphas.plane(component == 0 ? 0 : 1); }
 
  private:
   /// Sizes everything and plans the conversion; the pixels are still to come.
-  bool reshape(const Shape& shape);
+  bool reshape(const Shape& wanted);
   void fill();
   void fillAlpha();
   void averageAlpha();
@@ -55,13 +55,13 @@ class OverlayCanvas {
   template <class T>
   void averageComponent(int component);
 
-  bool shaped_ = false;
-  bool filled_ = false;  ///< false after a failure too, so that the next call starts over
-  Shape shape_{};
-  uint64_t contentId_ = 0;
-  PlanarConversion conversion_;  ///< to the target's family, depth and colour at full chroma
-  PlanarPicture planes_;
-  PlanarPicture alphas_;  ///< components 0 and 1 are in use
+  bool shaped = false;
+  bool filled = false;  ///< false after a failure too, so that the next call starts over
+  Shape shape{};
+  uint64_t contentId = 0;
+  PlanarConversion conversion;  ///< to the target's family, depth and color at full chroma
+  PlanarPicture planes;
+  PlanarPicture alphas;  ///< components 0 and 1 are in use
 };
 
 }  // namespace qvs::ucc

@@ -1,4 +1,4 @@
-// Blending an overlay into a picture of any format, in place.
+// Clips an overlay to its picture and blends it in place.
 #include "ucc/OverlayPainter.h"
 
 #include <algorithm>
@@ -42,17 +42,17 @@ ConstPlane readable(const PlaneView& plane) {
 
 bool OverlayPainter::paint(const OverlayTask& task, const ucc_frame_t& target,
                            const ucc_overlay_config_t& overlay) {
-  form_ = task.target->form;
+  form = task.target->form;
   // 64 bits: x + width may pass the range of the record. Edges go out to whole chroma samples, with no alpha
   // there.
-  const int64_t left = floorTo(overlay.x, 1 << form_.shiftX);
-  const int64_t top = floorTo(overlay.y, 1 << form_.shiftY);
-  const int64_t right = ceilTo(static_cast<int64_t>(overlay.x) + overlay.width, 1 << form_.shiftX);
-  const int64_t bottom = ceilTo(static_cast<int64_t>(overlay.y) + overlay.height, 1 << form_.shiftY);
-  place_ = {left, top, right, bottom};
-  clip_ = {std::max<int64_t>(left, 0), std::max<int64_t>(top, 0), std::min<int64_t>(right, target.width),
-           std::min<int64_t>(bottom, target.height)};
-  if (clip_.left >= clip_.right || clip_.top >= clip_.bottom) return true;
+  const int64_t left = floorTo(overlay.x, 1 << form.shiftX);
+  const int64_t top = floorTo(overlay.y, 1 << form.shiftY);
+  const int64_t right = ceilTo(static_cast<int64_t>(overlay.x) + overlay.width, 1 << form.shiftX);
+  const int64_t bottom = ceilTo(static_cast<int64_t>(overlay.y) + overlay.height, 1 << form.shiftY);
+  place = {left, top, right, bottom};
+  clip = {std::max<int64_t>(left, 0), std::max<int64_t>(top, 0), std::min<int64_t>(right, target.width),
+          std::min<int64_t>(bottom, target.height)};
+  if (clip.left >= clip.right || clip.top >= clip.bottom) return true;
 
   const OverlayCanvas::Shape shape{task,
                                    overlay.frame->width,
@@ -61,8 +61,8 @@ bool OverlayPainter::paint(const OverlayTask& task, const ucc_frame_t& target,
                                    overlay.height,
                                    static_cast<uint32_t>(overlay.x - left),
                                    static_cast<uint32_t>(overlay.y - top)};
-  if (!canvas_.make(shape, overlay)) return false;
-  if (task.target->planes == 1 || form_.depth > 8) return paintGroups(target, *task.target);
+  if (!canvas.make(shape, overlay)) return false;
+  if (task.target->planes == 1 || form.depth > 8) return paintGroups(target, *task.target);
   paintPlanes(target, *task.target);
   return true;
 }
@@ -84,11 +84,11 @@ void OverlayPainter::paintPlanes(const ucc_frame_t& target, const PixelFormat& f
 bool OverlayPainter::paintGroups(const ucc_frame_t& target, const PixelFormat& format) {
   // Packed bytes can only be rewritten in whole groups; the pixels around the overlay go in and out
   // unchanged.
-  const int64_t group = std::max<int64_t>(format.plane[0].groupSamples, 1 << form_.shiftX);
-  const auto left = static_cast<uint32_t>(floorTo(clip_.left, group));
-  const auto right = static_cast<uint32_t>(std::min<int64_t>(ceilTo(clip_.right, group), target.width));
-  const auto top = static_cast<uint32_t>(clip_.top);
-  const auto bottom = static_cast<uint32_t>(clip_.bottom);
+  const int64_t group = std::max<int64_t>(format.plane[0].groupSamples, 1 << form.shiftX);
+  const auto left = static_cast<uint32_t>(floorTo(clip.left, group));
+  const auto right = static_cast<uint32_t>(std::min<int64_t>(ceilTo(clip.right, group), target.width));
+  const auto top = static_cast<uint32_t>(clip.top);
+  const auto bottom = static_cast<uint32_t>(clip.bottom);
   ucc_frame_t part = target;
   part.width = right - left;
   part.height = bottom - top;
@@ -99,40 +99,40 @@ bool OverlayPainter::paintGroups(const ucc_frame_t& target, const PixelFormat& f
     part.plane[p] +=
         row * target.stride[p] + format.samplesInRow(p, left) / codec.groupSamples * codec.groupBytes;
   }
-  if (!region_.allocate(form_, format.hasAlpha, part.width, part.height,
-                        1u << std::max(form_.shiftX, form_.shiftY))) {
+  if (!region.allocate(form, format.hasAlpha, part.width, part.height,
+                       1u << std::max(form.shiftX, form.shiftY))) {
     return false;
   }
-  region_.unpackFrom(format, part);
+  region.unpackFrom(format, part);
   for (int i = 0; i < 4; ++i) {
-    if (region_.plane(i).data) blendInto(region_.plane(i), i, left, top);
+    if (region.plane(i).data) blendInto(region.plane(i), i, left, top);
   }
-  region_.packInto(format, part, region_.plane(3));
+  region.packInto(format, part, region.plane(3));
   return true;
 }
 
 // `plane` starts at the pixel (originX, originY) of the target.
 OverlayPainter::Window OverlayPainter::windowOf(const PlaneView& plane, int component, int64_t originX,
                                                 int64_t originY, int64_t sampleBytes) const {
-  const uint32_t shiftX = form_.shiftXOf(component);
-  const uint32_t shiftY = form_.shiftYOf(component);
+  const uint32_t shiftX = form.shiftXOf(component);
+  const uint32_t shiftY = form.shiftYOf(component);
   const int64_t startX = originX >> shiftX;
   const int64_t startY = originY >> shiftY;
-  const int64_t left = clip_.left >> shiftX;
-  const int64_t right = std::min(ceilTo(clip_.right, 1 << shiftX) >> shiftX, startX + plane.width);
-  const int64_t top = clip_.top >> shiftY;
-  const int64_t bottom = std::min(ceilTo(clip_.bottom, 1 << shiftY) >> shiftY, startY + plane.height);
+  const int64_t left = clip.left >> shiftX;
+  const int64_t right = std::min(ceilTo(clip.right, 1 << shiftX) >> shiftX, startX + plane.width);
+  const int64_t top = clip.top >> shiftY;
+  const int64_t bottom = std::min(ceilTo(clip.bottom, 1 << shiftY) >> shiftY, startY + plane.height);
   if (left >= right || top >= bottom) return {};
 
   const auto moved = [&](PlaneView from, int64_t bytes) {
-    from.data = from.row(static_cast<uint32_t>(top - (place_.top >> shiftY))) +
-                (left - (place_.left >> shiftX)) * bytes;
+    from.data = from.row(static_cast<uint32_t>(top - (place.top >> shiftY))) +
+                (left - (place.left >> shiftX)) * bytes;
     return from;
   };
   Window window{};
   window.under = plane.row(static_cast<uint32_t>(top - startY)) + (left - startX) * sampleBytes;
-  if (component < 3) window.over = moved(canvas_.plane(component), form_.sampleBytes());
-  window.alpha = moved(canvas_.alphaOf(component), 1);
+  if (component < 3) window.over = moved(canvas.plane(component), form.sampleBytes());
+  window.alpha = moved(canvas.alphaOf(component), 1);
   window.width = static_cast<uint32_t>(right - left);
   window.height = static_cast<uint32_t>(bottom - top);
   return window;
@@ -140,8 +140,8 @@ OverlayPainter::Window OverlayPainter::windowOf(const PlaneView& plane, int comp
 
 void OverlayPainter::blendInto(const PlaneView& plane, int component, int64_t originX,
                                int64_t originY) const {
-  const bool deep = form_.depth > 8;
-  const Window window = windowOf(plane, component, originX, originY, form_.sampleBytes());
+  const bool deep = form.depth > 8;
+  const Window window = windowOf(plane, component, originX, originY, form.sampleBytes());
   if (!deep && component < 3) {
     blendPlane({window.under, plane.stride}, readable(window.over), readable(window.alpha), window.width,
                window.height);

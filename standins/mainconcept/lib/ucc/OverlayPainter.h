@@ -38,11 +38,11 @@ class OverlayPainter {
   void blendInto(const PlaneView& plane, int component, int64_t originX, int64_t originY) const;
   void blendPairsInto(const PlaneView& plane, int first, int second) const;
 
-  OverlayCanvas canvas_;
-  PlanarPicture region_;
-  WorkingForm form_{};
-  Box place_{};  ///< of the canvas in the target
-  Box clip_{};   ///< the part of it that the target shows
+  OverlayCanvas canvas;
+  PlanarPicture region;
+  WorkingForm form{};
+  Box place{};  ///< of the canvas in the target
+  Box clip{};   ///< the part of it that the target shows
 };
 
 }  // namespace qvs::ucc

@@ -1,4 +1,4 @@
-// The converter's table of pixel formats.
+// The table of formats.
 #include "ucc/PixelFormat.h"
 
 #include "ucc/RowCodecs.h"

@@ -5,21 +5,21 @@
 
 namespace qvs::ucc {
 
-/// From a picture of any format to planes of any working form, size and colour.
+/// From a picture of any format to planes of any working form, size and color.
 class PlanarConversion {
  public:
   struct Source {
     const PixelFormat* format;
     uint32_t width;
     uint32_t height;
-    Colour colour;
+    Color color;
   };
   struct Target {
     WorkingForm form;
     bool alpha;  ///< wanted where the source has it
     uint32_t width;
     uint32_t height;
-    Colour colour;
+    Color color;
   };
 
   /// False when memory fails.
@@ -27,9 +27,9 @@ class PlanarConversion {
   /// Allocates only on the first picture whose alpha isn't the same all over. False when memory fails.
   bool run(const ucc_frame_t& source);
 
-  const PlanarPicture& result() const { return graphNeeded_ ? target_ : source_; }
+  const PlanarPicture& result() const { return graphNeeded ? targetPlanes : sourcePlanes; }
   /// Alpha of the last result, always 8-bit. No data: opaque.
-  const PlaneView& alpha() const { return alpha_; }
+  const PlaneView& alpha() const { return alphaPlane; }
 
  private:
   bool preparePlain();
@@ -38,19 +38,19 @@ class PlanarConversion {
   bool alphaIsUniform() const;
   void narrowAlpha();
 
-  Target wanted_{};
-  Source given_{};
-  bool graphNeeded_ = false;
-  bool scaled_ = false;
-  PlanarPicture source_;
-  PlanarPicture target_;
-  bool byPlanes_ =
+  Target wanted{};
+  Source given{};
+  bool graphNeeded = false;
+  bool scaled = false;
+  PlanarPicture sourcePlanes;
+  PlanarPicture targetPlanes;
+  bool byPlanes =
       false;  ///< nothing but the size changes, at 8 bits: the plane scaler is twice as fast as a graph
-  PlaneScaler luma_;
-  PlaneScaler chroma_;
-  ZimgGraph plain_;
-  ZimgGraph straightAlpha_;
-  PlaneView alpha_;
+  PlaneScaler luma;
+  PlaneScaler chroma;
+  ZimgGraph plain;
+  ZimgGraph straightAlpha;
+  PlaneView alphaPlane;
 };
 
 }  // namespace qvs::ucc

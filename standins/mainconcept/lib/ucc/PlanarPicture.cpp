@@ -1,4 +1,4 @@
-// Planes aligned for zimg, unpacked from any format and packed back.
+// Scratch planes: storage, unpacking, packing, edges.
 #include "ucc/PlanarPicture.h"
 
 #include <algorithm>
@@ -36,43 +36,36 @@ AlignedBlock allocateAligned(size_t bytes) {
 
 bool PlanarPicture::allocate(const WorkingForm& form, bool alpha, uint32_t width, uint32_t height,
                              uint32_t padTo) {
-  if (block_ && form == form_ && alpha == alphaWanted_ && width == width_ && height == height_ &&
-      padTo == padTo_) {
-    return true;
-  }
-  block_.reset();
+  const Shape wanted{form, alpha, width, height, padTo};
+  if (block && wanted == shape) return true;
+  block.reset();
   // One block, each row aligned, so that graphs may work in whole vectors up to the stride.
   const size_t padded[2] = {roundUp(width, padTo), roundUp(height, padTo)};
   size_t offset[5] = {};
-  PlaneView planes[4];
+  PlaneView laid[4];
   for (int i = 0; i < 4; ++i) {
     if (i < 3 || alpha) {
-      planes[i].width = static_cast<uint32_t>(padded[0] >> form.shiftXOf(i));
-      planes[i].height = static_cast<uint32_t>(padded[1] >> form.shiftYOf(i));
-      planes[i].stride =
-          static_cast<ptrdiff_t>(roundUp(planes[i].width * form.sampleBytes(), kPlaneAlignment));
+      laid[i].width = static_cast<uint32_t>(padded[0] >> form.shiftXOf(i));
+      laid[i].height = static_cast<uint32_t>(padded[1] >> form.shiftYOf(i));
+      laid[i].stride = static_cast<ptrdiff_t>(roundUp(laid[i].width * form.sampleBytes(), kPlaneAlignment));
     }
-    offset[i + 1] = offset[i] + static_cast<size_t>(planes[i].stride) * planes[i].height;
+    offset[i + 1] = offset[i] + static_cast<size_t>(laid[i].stride) * laid[i].height;
   }
-  block_ = allocateAligned(offset[4]);
-  if (!block_) return false;
+  block = allocateAligned(offset[4]);
+  if (!block) return false;
   for (int i = 0; i < 4; ++i) {
-    planes[i].data = planes[i].height ? block_.get() + offset[i] : nullptr;
-    planes_[i] = planes[i];
+    laid[i].data = laid[i].height ? block.get() + offset[i] : nullptr;
+    planes[i] = laid[i];
   }
-  form_ = form;
-  alphaWanted_ = alpha;
-  width_ = width;
-  height_ = height;
-  padTo_ = padTo;
+  shape = wanted;
   return true;
 }
 
 Rows PlanarPicture::rows(uint32_t y, bool chromaGrid) const {
   Rows rows{};
   for (int i = 0; i < 4; ++i) {
-    if (!planes_[i].data) continue;
-    rows.component[i] = planes_[i].row(chromaGrid ? y : y >> form_.shiftYOf(i));
+    if (!planes[i].data) continue;
+    rows.component[i] = planes[i].row(chromaGrid ? y : y >> shape.form.shiftYOf(i));
   }
   return rows;
 }
@@ -80,10 +73,10 @@ Rows PlanarPicture::rows(uint32_t y, bool chromaGrid) const {
 void PlanarPicture::unpackFrom(const PixelFormat& format, const ucc_frame_t& frame) {
   for (int p = 0; p < format.planes; ++p) {
     const PlaneCodec& codec = format.plane[p];
-    const uint32_t samples = format.samplesInRow(p, width_);
+    const uint32_t samples = format.samplesInRow(p, shape.width);
     if (samples == 0) continue;
     const uint8_t* row = frame.plane[p];
-    for (uint32_t y = 0, end = format.rowsOf(p, height_); y < end; ++y, row += frame.stride[p]) {
+    for (uint32_t y = 0, end = format.rowsOf(p, shape.height); y < end; ++y, row += frame.stride[p]) {
       codec.unpack(row, rows(y, codec.chroma), samples);
     }
   }
@@ -94,10 +87,10 @@ void PlanarPicture::packInto(const PixelFormat& format, const ucc_frame_t& frame
                              const PlaneView& alpha) const {
   for (int p = 0; p < format.planes; ++p) {
     const PlaneCodec& codec = format.plane[p];
-    const uint32_t samples = format.samplesInRow(p, width_);
+    const uint32_t samples = format.samplesInRow(p, shape.width);
     if (samples == 0) continue;
     uint8_t* row = frame.plane[p];
-    for (uint32_t y = 0, end = format.rowsOf(p, height_); y < end; ++y, row += frame.stride[p]) {
+    for (uint32_t y = 0, end = format.rowsOf(p, shape.height); y < end; ++y, row += frame.stride[p]) {
       Rows from = rows(y, codec.chroma);
       from.component[3] = alpha.data ? alpha.row(y) : nullptr;
       codec.pack(row, from, samples);
@@ -106,11 +99,12 @@ void PlanarPicture::packInto(const PixelFormat& format, const ucc_frame_t& frame
 }
 
 void PlanarPicture::fillEdges() {
-  const auto fill = form_.depth > 8 ? fillPlaneEdges<uint16_t> : fillPlaneEdges<uint8_t>;
+  const auto fill = shape.form.depth > 8 ? fillPlaneEdges<uint16_t> : fillPlaneEdges<uint8_t>;
   for (int i = 0; i < 3; ++i) {
-    fill(planes_[i], width_ >> form_.shiftXOf(i), height_ >> form_.shiftYOf(i), form_.neutral());
+    fill(planes[i], shape.width >> shape.form.shiftXOf(i), shape.height >> shape.form.shiftYOf(i),
+         shape.form.neutral());
   }
-  if (hasAlpha()) fillPlaneEdges<uint8_t>(planes_[3], width_, height_, 255);
+  if (hasAlpha()) fillPlaneEdges<uint8_t>(planes[3], shape.width, shape.height, 255);
 }
 
 }  // namespace qvs::ucc

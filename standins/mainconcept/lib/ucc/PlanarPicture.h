@@ -36,13 +36,13 @@ class PlanarPicture {
   /// Keeps the old storage when nothing changed. False when memory fails.
   bool allocate(const WorkingForm& form, bool alpha, uint32_t width, uint32_t height, uint32_t padTo);
 
-  const WorkingForm& form() const { return form_; }
-  bool hasAlpha() const { return planes_[3].data != nullptr; }
-  uint32_t width() const { return width_; }
-  uint32_t height() const { return height_; }
-  uint32_t paddedWidth() const { return planes_[0].width; }
-  uint32_t paddedHeight() const { return planes_[0].height; }
-  const PlaneView& plane(int component) const { return planes_[component]; }
+  const WorkingForm& form() const { return shape.form; }
+  bool hasAlpha() const { return planes[3].data != nullptr; }
+  uint32_t width() const { return shape.width; }
+  uint32_t height() const { return shape.height; }
+  uint32_t paddedWidth() const { return planes[0].width; }
+  uint32_t paddedHeight() const { return planes[0].height; }
+  const PlaneView& plane(int component) const { return planes[component]; }
   /// Row `y` of the luma grid and the chroma rows beside it, or row `y` of every plane on its own grid.
   Rows rows(uint32_t y, bool chromaGrid) const;
 
@@ -54,14 +54,20 @@ class PlanarPicture {
   void fillEdges();
 
  private:
-  WorkingForm form_{};
-  // As asked for; the planes are rounded up.
-  bool alphaWanted_ = false;
-  uint32_t width_ = 0;
-  uint32_t height_ = 0;
-  uint32_t padTo_ = 0;
-  PlaneView planes_[4];
-  AlignedBlock block_;
+  /// As asked for; the planes are rounded up.
+  struct Shape {
+    WorkingForm form;
+    bool alpha;
+    uint32_t width;
+    uint32_t height;
+    uint32_t padTo;
+
+    bool operator==(const Shape&) const = default;
+  };
+
+  Shape shape{};
+  PlaneView planes[4];
+  AlignedBlock block;
 };
 
 }  // namespace qvs::ucc

@@ -1,4 +1,4 @@
-// Packing and unpacking of rows, a pair of functions a format.
+// Row codecs too large for their header, and those that stand on libyuv.
 #include "ucc/RowCodecs.h"
 
 #include <libyuv.h>

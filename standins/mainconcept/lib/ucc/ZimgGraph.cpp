@@ -1,4 +1,4 @@
-// One zimg filter graph with its work memory.
+// Builds and runs one zimg graph.
 #include "ucc/ZimgGraph.h"
 
 namespace qvs::ucc {
@@ -18,10 +18,10 @@ zimg_image_format describe(const ZimgGraph::Side& side) {
   format.subsample_w = form.shiftX;
   format.subsample_h = form.shiftY;
   format.color_family = rgb ? ZIMG_COLOR_RGB : ZIMG_COLOR_YUV;
-  format.matrix_coefficients = rgb                                                 ? ZIMG_MATRIX_RGB
-                               : side.colour.matrix == MATRIX_COEFFICIENTS_BT601_6 ? ZIMG_MATRIX_ST170_M
-                                                                                   : ZIMG_MATRIX_BT709;
-  format.pixel_range = side.colour.fullRange ? ZIMG_RANGE_FULL : ZIMG_RANGE_LIMITED;
+  format.matrix_coefficients = rgb                                                ? ZIMG_MATRIX_RGB
+                               : side.color.matrix == MATRIX_COEFFICIENTS_BT601_6 ? ZIMG_MATRIX_ST170_M
+                                                                                  : ZIMG_MATRIX_BT709;
+  format.pixel_range = side.color.fullRange ? ZIMG_RANGE_FULL : ZIMG_RANGE_LIMITED;
   format.chroma_location = ZIMG_CHROMA_CENTER;
   format.alpha = side.alpha ? ZIMG_ALPHA_STRAIGHT : ZIMG_ALPHA_NONE;
   return format;
@@ -52,13 +52,13 @@ bool ZimgGraph::build(const Side& target, const Side& source) {
   params.dither_type = ZIMG_DITHER_NONE;
   params.cpu_type = ZIMG_CPU_AUTO_64B;
 
-  graph_.reset(zimg_filter_graph_build(&from, &to, &params));
+  graph.reset(zimg_filter_graph_build(&from, &to, &params));
   size_t bytes = 0;
-  if (!graph_ || zimg_filter_graph_get_tmp_size(graph_.get(), &bytes) != ZIMG_ERROR_SUCCESS) return false;
-  scratch_ = allocateAligned(bytes);
-  components_ = target.alpha ? 4 : 3;
-  if (bytes == 0 || scratch_) return true;
-  graph_.reset();  // never a graph without its work memory
+  if (!graph || zimg_filter_graph_get_tmp_size(graph.get(), &bytes) != ZIMG_ERROR_SUCCESS) return false;
+  scratch = allocateAligned(bytes);
+  components = target.alpha ? 4 : 3;
+  if (bytes == 0 || scratch) return true;
+  graph.reset();  // never a graph without its work memory
   return false;
 }
 
@@ -66,11 +66,11 @@ bool ZimgGraph::run(const PlanarPicture& target, const PlanarPicture& source) co
   zimg_image_buffer to{};
   zimg_image_buffer_const from{};
   to.version = from.version = ZIMG_API_VERSION;
-  for (int i = 0; i < components_; ++i) {
+  for (int i = 0; i < components; ++i) {
     to.plane[i] = {target.plane(i).data, target.plane(i).stride, ZIMG_BUFFER_MAX};
     from.plane[i] = {source.plane(i).data, source.plane(i).stride, ZIMG_BUFFER_MAX};
   }
-  return zimg_filter_graph_process(graph_.get(), &from, &to, scratch_.get(), nullptr, nullptr, nullptr,
+  return zimg_filter_graph_process(graph.get(), &from, &to, scratch.get(), nullptr, nullptr, nullptr,
                                    nullptr) == ZIMG_ERROR_SUCCESS;
 }
 

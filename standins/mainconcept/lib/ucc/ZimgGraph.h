@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "ucc/Colour.h"
+#include "ucc/Color.h"
 #include "ucc/PlanarPicture.h"
 
 namespace qvs::ucc {
@@ -14,17 +14,17 @@ namespace qvs::ucc {
 /// pictures have it.
 class ZimgGraph {
  public:
-  /// Geometry and form of one side. `alpha`: straight alpha is scaled along, so that hidden colours don't
+  /// Geometry and form of one side. `alpha`: straight alpha is scaled along, so that hidden colors don't
   /// bleed.
   struct Side {
     const PlanarPicture* picture;
-    Colour colour;
+    Color color;
     bool alpha;
   };
 
   /// False when memory fails.
   bool build(const Side& target, const Side& source);
-  bool built() const { return graph_ != nullptr; }
+  bool built() const { return graph != nullptr; }
   /// `target` and `source` are of the geometry given to `build`. Allocates nothing.
   bool run(const PlanarPicture& target, const PlanarPicture& source) const;
 
@@ -32,9 +32,9 @@ class ZimgGraph {
   struct GraphDeleter {
     void operator()(zimg_filter_graph* graph) const { zimg_filter_graph_free(graph); }
   };
-  std::unique_ptr<zimg_filter_graph, GraphDeleter> graph_;
-  AlignedBlock scratch_;
-  int components_ = 3;
+  std::unique_ptr<zimg_filter_graph, GraphDeleter> graph;
+  AlignedBlock scratch;
+  int components = 3;
 };
 
 }  // namespace qvs::ucc

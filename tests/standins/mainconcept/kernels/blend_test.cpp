@@ -131,7 +131,7 @@ TEST(OverlayPlanes, ChromaBlendsAsIfPixelByPixelInEveryPhase) {
   }
 }
 
-TEST(OverlayPlanes, TransparentColoursDoNotBleedAndOpaqueOnesMatchTheConverter) {
+TEST(OverlayPlanes, TransparentColorsDoNotBleedAndOpaqueOnesMatchTheConverter) {
   Overlay edge(4, 2, {0, 0});
   edge.rgba.fill(0);
   for (uint32_t y = 0; y < 2; ++y) {

@@ -13,20 +13,20 @@ class AlignedBuffer {
 
   /// Replaces the memory by `bytes` bytes; false when there is none, and then the buffer is empty.
   bool allocate(size_t bytes) {
-    memory_.reset(std::aligned_alloc(kAlignment, (bytes + kAlignment) & ~(kAlignment - 1)));
-    return memory_ != nullptr;
+    memory.reset(std::aligned_alloc(kAlignment, (bytes + kAlignment) & ~(kAlignment - 1)));
+    return memory != nullptr;
   }
 
   template <class T>
   T* as() const {
-    return static_cast<T*>(memory_.get());
+    return static_cast<T*>(memory.get());
   }
 
  private:
   struct Free {
     void operator()(void* memory) const { std::free(memory); }
   };
-  std::unique_ptr<void, Free> memory_;
+  std::unique_ptr<void, Free> memory;
 };
 
 }  // namespace qvs::ucc

@@ -1,4 +1,4 @@
-// Four-byte RGB to 4:2:0: coefficients, plain form and the choice of the vector form.
+// Four-byte RGB to 4:2:0: matrices, the portable rows, the loop over a picture.
 #include "BgraTo420.h"
 
 #include <cmath>

@@ -1,4 +1,4 @@
-// Blending rows and planes of an overlay: plain form, edges, and the choice of the vector form.
+// Blending of planes, the portable rows, and the making of an overlay's planes.
 #include "Blend.h"
 
 #include <algorithm>

@@ -50,7 +50,7 @@ constexpr uint32_t overlayChromaSize(uint32_t size, uint8_t phase) {
 }
 
 /// Splits a straight-alpha four-byte overlay. Chroma is the mean of each 2 x 2 block weighted by alpha, so
-/// that a transparent pixel's colour counts for nothing; chroma alpha is the mean over the whole block,
+/// that a transparent pixel's color counts for nothing; chroma alpha is the mean over the whole block,
 /// pixels outside the overlay being transparent.
 void makeOverlayPlanes(ConstPlane rgba, const RgbOrder& order, const RgbToYuvMatrix& matrix, uint32_t width,
                        uint32_t height, ChromaPhase phase, const OverlayPlanes& out);

@@ -1,4 +1,4 @@
-// The scaler's weights: for each output sample its first input sample and its taps.
+// Computes and quantises filter weights.
 #include "FilterBank.h"
 
 #include <algorithm>
@@ -40,15 +40,15 @@ struct Window {
 /// Quantises one output's weights into row[0 .. window length), which starts at the first position inside the
 /// input. The rounding error is carried on, so that the sum is exact.
 FilterBank::Span FilterBank::fillRow(uint32_t output, int16_t* row) const {
-  const Window window(output, srcSize_, dstSize_);
+  const Window window(output, inputs, outputs);
   double sum = 0;
   for (int64_t p = window.begin; p < window.end; ++p) sum += window.weight(p);
 
-  const int64_t last = int64_t{srcSize_} - 1;
+  const int64_t last = int64_t{inputs} - 1;
   const int64_t origin = std::clamp<int64_t>(window.begin, 0, last);
   const int64_t end = std::clamp<int64_t>(window.end - 1, 0, last) + 1;
   std::fill_n(row, end - origin, int16_t{0});
-  const double unit = static_cast<double>(1 << bits_) / sum;
+  const double unit = static_cast<double>(1 << fractionBits) / sum;
   double carried = 0;
   for (int64_t p = window.begin; p < window.end; ++p) {
     const double wanted = window.weight(p) * unit + carried;
@@ -65,31 +65,31 @@ FilterBank::Span FilterBank::fillRow(uint32_t output, int16_t* row) const {
   return {static_cast<uint32_t>(origin) + first, count};
 }
 
-bool FilterBank::build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits) {
-  srcSize_ = srcSize;
-  dstSize_ = dstSize;
+bool FilterBank::build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits, bool reversed) {
+  inputs = srcSize;
+  outputs = dstSize;
   const double scale = std::max(1.0, static_cast<double>(srcSize) / dstSize);
   const auto windowSize = static_cast<uint32_t>(2 * kSupport * scale) + 2;
   AlignedBuffer scratch;
   if (!scratch.allocate(windowSize * sizeof(int16_t))) return false;
   auto* row = scratch.as<int16_t>();
 
-  short_ = 2 * kSupport * scale <= kMaxShortTaps;
-  bits_ = short_ ? shortBits : kWideBits;
-  taps_ = 1;
-  for (uint32_t i = 0; i < dstSize; ++i) taps_ = std::max(taps_, fillRow(i, row).count);
-  short_ = short_ && taps_ <= kMaxShortTaps;
-  stride_ = short_ ? taps_ : (taps_ + kWideMultiple - 1) / kWideMultiple * kWideMultiple;
+  fewTaps = 2 * kSupport * scale <= kMaxShortTaps;
+  fractionBits = fewTaps ? shortBits : kWideBits;
+  tapCount = 1;
+  for (uint32_t i = 0; i < dstSize; ++i) tapCount = std::max(tapCount, fillRow(i, row).count);
+  fewTaps = fewTaps && tapCount <= kMaxShortTaps;
+  rowWeights = fewTaps ? tapCount : (tapCount + kWideMultiple - 1) / kWideMultiple * kWideMultiple;
 
-  if (!starts_.allocate(dstSize * sizeof(uint32_t))) return false;
-  if (!weights_.allocate(static_cast<size_t>(dstSize) * stride_ * sizeof(int16_t))) return false;
+  if (!startMemory.allocate(dstSize * sizeof(uint32_t))) return false;
+  if (!weightMemory.allocate(static_cast<size_t>(dstSize) * rowWeights * sizeof(int16_t))) return false;
   for (uint32_t i = 0; i < dstSize; ++i) {
-    const Span span = fillRow(i, row);
-    const uint32_t start = std::min(span.first, srcSize - taps_);
-    int16_t* out = weights_.as<int16_t>() + static_cast<size_t>(i) * stride_;
-    std::fill_n(out, stride_, int16_t{0});
+    const Span span = fillRow(reversed ? dstSize - 1 - i : i, row);
+    const uint32_t start = std::min(span.first, srcSize - tapCount);
+    int16_t* out = weightMemory.as<int16_t>() + static_cast<size_t>(i) * rowWeights;
+    std::fill_n(out, rowWeights, int16_t{0});
     std::copy_n(row, span.count, out + (span.first - start));
-    starts_.as<uint32_t>()[i] = start;
+    startMemory.as<uint32_t>()[i] = start;
   }
   return true;
 }

@@ -22,17 +22,20 @@ class FilterBank {
   /// (-0.75): two decibels nearer to a Lanczos filter than the former, with little of the latter's ringing.
   static constexpr double kCubic = -0.6;
 
-  bool build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits);
+  /// `reversed`: the outputs come in the opposite order.
+  bool build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits, bool reversed = false);
 
-  uint32_t srcSize() const { return srcSize_; }
-  uint32_t dstSize() const { return dstSize_; }
-  uint32_t taps() const { return taps_; }
-  uint32_t filledTaps() const { return stride_; }
-  bool isShort() const { return short_; }
-  uint32_t bits() const { return bits_; }  ///< 1 << bits is weight 1; each output's weights sum up to it
-  uint32_t start(uint32_t output) const { return starts_.as<uint32_t>()[output]; }
+  uint32_t srcSize() const { return inputs; }
+  uint32_t dstSize() const { return outputs; }
+  uint32_t taps() const { return tapCount; }
+  uint32_t filledTaps() const { return rowWeights; }
+  bool isShort() const { return fewTaps; }
+  uint32_t bits() const {
+    return fractionBits;
+  }  ///< 1 << bits is weight 1; each output's weights sum up to it
+  uint32_t start(uint32_t output) const { return startMemory.as<uint32_t>()[output]; }
   const int16_t* weights(uint32_t output) const {
-    return weights_.as<int16_t>() + static_cast<size_t>(output) * stride_;
+    return weightMemory.as<int16_t>() + static_cast<size_t>(output) * rowWeights;
   }
 
  private:
@@ -41,14 +44,14 @@ class FilterBank {
   };
   Span fillRow(uint32_t output, int16_t* row) const;
 
-  uint32_t srcSize_ = 0;
-  uint32_t dstSize_ = 0;
-  uint32_t taps_ = 0;
-  uint32_t stride_ = 0;  ///< weights from one output's to the next
-  uint32_t bits_ = 0;
-  bool short_ = false;
-  AlignedBuffer starts_;
-  AlignedBuffer weights_;
+  uint32_t inputs = 0;
+  uint32_t outputs = 0;
+  uint32_t tapCount = 0;
+  uint32_t rowWeights = 0;  ///< weights from one output's to the next
+  uint32_t fractionBits = 0;
+  bool fewTaps = false;
+  AlignedBuffer startMemory;
+  AlignedBuffer weightMemory;
 };
 
 }  // namespace qvs::ucc

@@ -1,4 +1,4 @@
-// How vector kernels gather the input samples of a block of outputs.
+// Lays out shuffle tables and joins equal blocks into runs.
 #include "GatherPlan.h"
 
 #include <algorithm>
@@ -45,25 +45,24 @@ bool sameOffsetsShifted(const GatherRun& a, const GatherRun& b, uint32_t shift, 
 
 }  // namespace
 
-bool GatherPlan::build(const FilterBank& filter, uint32_t components, uint32_t vectorBytes,
-                       uint32_t unitBytes) {
-  runs_ = tableCount_ = 0;
-  if (unitBytes == 0 || !filter.isShort() || filter.srcSize() * components < unitBytes) return true;
-  components_ = components;
-  vectorBytes_ = vectorBytes;
-  unitBytes_ = unitBytes;
+bool GatherPlan::build(const FilterBank& filter, uint32_t interleaved, const GatherVector& of) {
+  runCount = tableCount = 0;
+  if (of.unitBytes == 0 || !filter.isShort() || filter.srcSize() * interleaved < of.unitBytes) return true;
+  components = interleaved;
+  vectorBytes = of.bytes;
+  unitBytes = of.unitBytes;
   const auto unitFits = [&](uint32_t tapsPerStep, uint32_t taps) {
     return fits(filter, components, unitBytes, unitBytes / tapsPerStep / components, taps);
   };
-  tapsPerStep_ = filter.taps() <= 8 && unitFits(2, 2) ? 2 : 4;
-  if (tapsPerStep_ == 4 && !unitFits(4, 4)) return true;
-  steps_ = (filter.taps() + tapsPerStep_ - 1) / tapsPerStep_;
-  if (steps_ > kMaxSteps) return true;
-  sharedWindow_ = unitFits(tapsPerStep_, steps_ * tapsPerStep_);
+  stepTaps = filter.taps() <= 8 && unitFits(2, 2) ? 2 : 4;
+  if (stepTaps == 4 && !unitFits(4, 4)) return true;
+  stepCount = (filter.taps() + stepTaps - 1) / stepTaps;
+  if (stepCount > kMaxSteps) return true;
+  oneWindow = unitFits(stepTaps, stepCount * stepTaps);
 
   const uint32_t outputs = filter.dstSize() * components;
   const uint32_t blocks = (outputs + outputsPerBlock() - 1) / outputsPerBlock();
-  if (!runList_.allocate(blocks * sizeof(GatherRun)) || !tables_.allocate((blocks + 1) * tableBytes()))
+  if (!runMemory.allocate(blocks * sizeof(GatherRun)) || !tableMemory.allocate((blocks + 1) * tableBytes()))
     return false;
   for (uint32_t i = 0; i < blocks; ++i) appendBlock(filter, i * outputsPerBlock());
   return true;
@@ -71,50 +70,52 @@ bool GatherPlan::build(const FilterBank& filter, uint32_t components, uint32_t v
 
 /// Adds a block to the last run where it has the same table and a regular distance, else opens a run.
 void GatherPlan::appendBlock(const FilterBank& filter, uint32_t firstOutput) {
-  auto* runs = runList_.as<GatherRun>();
-  uint8_t* fresh = tables_.as<uint8_t>() + tableCount_ * tableBytes();
-  GatherRun block{1, 0, tableCount_, {}};
+  auto* runs = runMemory.as<GatherRun>();
+  uint8_t* fresh = tableMemory.as<uint8_t>() + tableCount * tableBytes();
+  GatherRun block{1, 0, tableCount, {}};
   fillBlock(filter, firstOutput, fresh, block);
-  const bool sameTable = runs_ != 0 && std::memcmp(fresh, fresh - tableBytes(), tableBytes()) == 0;
+  const bool sameTable = runCount != 0 && std::memcmp(fresh, fresh - tableBytes(), tableBytes()) == 0;
   if (sameTable) {
-    GatherRun& last = runs[runs_ - 1];
-    const uint32_t step = last.blocks == 1 ? block.offset[0][0] - last.offset[0][0] : last.sourceStep;
-    if (sameOffsetsShifted(last, block, last.blocks * step, steps_, vectorBytes_ / unitBytes_)) {
-      last.sourceStep = step;
+    GatherRun& last = runs[runCount - 1];
+    // Unsigned, but right for a negative step as well: the sums wrap round.
+    const auto step =
+        last.blocks == 1 ? block.offset[0][0] - last.offset[0][0] : static_cast<uint32_t>(last.sourceStep);
+    if (sameOffsetsShifted(last, block, last.blocks * step, stepCount, vectorBytes / unitBytes)) {
+      last.sourceStep = static_cast<int32_t>(step);
       ++last.blocks;
       return;
     }
     --block.table;
   } else {
-    ++tableCount_;
+    ++tableCount;
   }
-  runs[runs_++] = block;
+  runs[runCount++] = block;
 }
 
 void GatherPlan::fillBlock(const FilterBank& filter, uint32_t firstOutput, uint8_t* table,
                            GatherRun& run) const {
-  const uint32_t outputs = filter.dstSize() * components_;
-  const uint32_t rowBytes = filter.srcSize() * components_;
-  const uint32_t unitOutputs = unitBytes_ / tapsPerStep_;
+  const uint32_t outputs = filter.dstSize() * components;
+  const uint32_t rowBytes = filter.srcSize() * components;
+  const uint32_t unitOutputs = unitBytes / stepTaps;
   std::memset(table, 0, tableBytes());
-  for (uint32_t step = 0; step < steps_; ++step) {
-    uint8_t* index = table + size_t{3} * step * vectorBytes_;
-    uint8_t* high = index + vectorBytes_;
-    uint8_t* low = high + vectorBytes_;
-    for (uint32_t i = 0; i < vectorBytes_; ++i) {
-      const uint32_t output = firstOutput + i / tapsPerStep_;
-      const uint32_t tap = step * tapsPerStep_ + i % tapsPerStep_;
-      const uint32_t unit = i / unitBytes_;
-      if (i % unitBytes_ == 0) {
-        const uint32_t pixel = (firstOutput + unit * unitOutputs) / components_;
-        const uint32_t first = startsOf(filter, pixel, unitOutputs / components_).low;
-        const uint32_t wanted = (first + (sharedWindow_ ? 0 : step * tapsPerStep_)) * components_;
-        run.offset[step][unit] = std::min(wanted, rowBytes - unitBytes_);
+  for (uint32_t step = 0; step < stepCount; ++step) {
+    uint8_t* index = table + size_t{3} * step * vectorBytes;
+    uint8_t* high = index + vectorBytes;
+    uint8_t* low = high + vectorBytes;
+    for (uint32_t i = 0; i < vectorBytes; ++i) {
+      const uint32_t output = firstOutput + i / stepTaps;
+      const uint32_t tap = step * stepTaps + i % stepTaps;
+      const uint32_t unit = i / unitBytes;
+      if (i % unitBytes == 0) {
+        const uint32_t pixel = (firstOutput + unit * unitOutputs) / components;
+        const uint32_t first = startsOf(filter, pixel, unitOutputs / components).low;
+        const uint32_t wanted = (first + (oneWindow ? 0 : step * stepTaps)) * components;
+        run.offset[step][unit] = std::min(wanted, rowBytes - unitBytes);
       }
       if (output >= outputs || tap >= filter.taps()) continue;
-      const int weight = filter.weights(output / components_)[tap];
+      const int weight = filter.weights(output / components)[tap];
       const int highPart = (weight + (1 << (kLowBits - 1))) >> kLowBits;
-      const uint32_t source = (filter.start(output / components_) + tap) * components_ + output % components_;
+      const uint32_t source = (filter.start(output / components) + tap) * components + output % components;
       index[i] = static_cast<uint8_t>(source - run.offset[step][unit]);
       high[i] = static_cast<uint8_t>(highPart);
       low[i] = static_cast<uint8_t>(weight - (highPart << kLowBits));

@@ -1,10 +1,10 @@
-// A colour matrix laid out for the bytes of a pixel.
+// A color matrix laid out for the bytes of a pixel.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 
-#include "BgraTo420.h"
+#include "RgbYuv.h"
 
 namespace qvs::ucc {
 

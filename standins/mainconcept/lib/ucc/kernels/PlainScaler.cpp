@@ -1,4 +1,4 @@
-// The scaler's kernels in plain C++, which all vector forms equal bit for bit.
+// The portable forms of the scaler's kernels.
 #include "PlainScaler.h"
 
 #include <algorithm>
@@ -66,7 +66,7 @@ void plainFilterLine(const FilterBank& filter, uint32_t components, const int16_
 }
 
 void addPlainScaler(KernelTable& table) {
-  table.gatherVectorBytes = table.gatherUnitBytes = 0;
+  table.gatherVector = {};
   table.scaleLine = plainScaleLine;
   table.combineLines = plainCombineLines;
   table.sumRows = plainSumRows;

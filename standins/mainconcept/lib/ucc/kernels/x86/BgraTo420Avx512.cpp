@@ -1,4 +1,4 @@
-// Four-byte RGB to 4:2:0 with AVX-512.
+// The RGB to 4:2:0 kernels in AVX-512.
 #include <immintrin.h>
 
 #include <cstring>

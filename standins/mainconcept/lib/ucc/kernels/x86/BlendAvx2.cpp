@@ -1,4 +1,4 @@
-// The overlay blending kernels with AVX2.
+// The blending kernels in AVX2.
 #include <immintrin.h>
 
 #include <cstring>

@@ -1,4 +1,4 @@
-// The overlay blending kernels with AVX-512.
+// The blending kernels in AVX-512.
 #include <immintrin.h>
 
 #include "../KernelTable.h"

@@ -1,4 +1,4 @@
-// The scaler's kernels with AVX2.
+// The scaler's kernels in AVX2.
 #include <immintrin.h>
 
 #include <cstring>
@@ -24,7 +24,7 @@ struct Avx2 {
     store(whole, value);
     std::memcpy(to, whole, bytes);
   }
-  static Reg loadUnits(const uint8_t* const* from, size_t at) {
+  static Reg loadUnits(const uint8_t* const* from, ptrdiff_t at) {
     const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from[0] + at));
     const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from[1] + at));
     return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
@@ -68,8 +68,7 @@ struct Avx2 {
 }  // namespace
 
 void addAvx2Scaler(KernelTable& table) {
-  table.gatherVectorBytes = Avx2::kBytes;
-  table.gatherUnitBytes = Avx2::kBytes / Avx2::kUnits;
+  table.gatherVector = {Avx2::kBytes, Avx2::kBytes / Avx2::kUnits};
   table.scaleLine = ScalerVector<Avx2>::scaleLine;
   table.combineLines = ScalerVector<Avx2>::combineLines;
   table.sumRows = ScalerVector<Avx2>::sumRows;

@@ -1,4 +1,4 @@
-// The scaler's kernels with AVX-512.
+// The scaler's kernels in AVX-512.
 #include <immintrin.h>
 
 #include "../KernelTable.h"
@@ -20,7 +20,7 @@ struct Avx512 {
   static void storePart(uint8_t* to, Reg value, uint32_t bytes) {
     _mm512_mask_storeu_epi8(to, ~uint64_t{0} >> (64 - bytes), value);
   }
-  static Reg loadUnits(const uint8_t* const* from, size_t at) { return load(from[0] + at); }
+  static Reg loadUnits(const uint8_t* const* from, ptrdiff_t at) { return load(from[0] + at); }
   static int total32(Reg sums) { return _mm512_reduce_add_epi32(sums); }
   static Reg unpackLow8(Reg a, Reg b) { return _mm512_unpacklo_epi8(a, b); }
   static Reg unpackHigh8(Reg a, Reg b) { return _mm512_unpackhi_epi8(a, b); }
@@ -56,8 +56,7 @@ struct Avx512 {
 }  // namespace
 
 void addAvx512Scaler(KernelTable& table) {
-  table.gatherVectorBytes = Avx512::kBytes;
-  table.gatherUnitBytes = Avx512::kBytes / Avx512::kUnits;
+  table.gatherVector = {Avx512::kBytes, Avx512::kBytes / Avx512::kUnits};
   table.scaleLine = ScalerVector<Avx512>::scaleLine;
   table.combineLines = ScalerVector<Avx512>::combineLines;
   table.sumRows = ScalerVector<Avx512>::sumRows;

@@ -2,7 +2,13 @@ package com.zarvo.qvs.host.cli;
 
 import com.zarvo.qvs.host.job.JobResult;
 import com.zarvo.qvs.host.job.Progress;
+import com.zarvo.qvs.host.media.MediaException;
+import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.session.SessionLog;
+import java.io.IOException;
+import java.nio.file.FileSystemException;
+import java.nio.file.Path;
+import java.util.List;
 import java.util.Locale;
 import java.util.stream.Collectors;
 
@@ -47,6 +53,24 @@ final class Console {
         audio.bitRate(result.mediaMs()) / 1000,
         result.speed(),
         audio.files().stream().map(file -> file.getFileName().toString()).collect(Collectors.joining(", ")));
+  }
+
+  /** A failure in one line for the user. */
+  static String explain(Exception e) {
+    if (e instanceof HostException || e instanceof MediaException) return e.getMessage();
+    if (e instanceof FileSystemException file)
+      return file.getFile() + ": " + (file.getReason() == null ? "cannot be written" : file.getReason());
+    if (e instanceof IOException) return "reading or writing failed: " + e.getMessage();
+    return "internal error: " + e;
+  }
+
+  /** Asks a person whether files may be replaced; where none is at the terminal, they may not. */
+  static boolean mayReplace(List<Path> existing) {
+    java.io.Console terminal = System.console();
+    if (terminal == null) return false;
+    String more = existing.size() > 1 ? " and " + (existing.size() - 1) + " more exist" : " exists";
+    String answer = terminal.readLine("%s%s already. Replace? [y/N] ", existing.get(0), more);
+    return answer != null && answer.strip().toLowerCase(Locale.ROOT).startsWith("y");
   }
 
   /** Log lines that tell of trouble. */

@@ -72,7 +72,7 @@ final class DecodeCommand implements Callable<Integer> {
       }
       printer.printTotal();
       if (session.damagedFrames() > 0) System.err.println("qvs: damaged pictures: " + session.damagedFrames());
-      return verdict(session, printer.count > 0 && session.refusedFrames() == 0);
+      return verdict(session, printer.count > 0 && session.refusedFrames() == 0, reader.shortfall());
     }
   }
 
@@ -93,7 +93,7 @@ final class DecodeCommand implements Callable<Integer> {
       if (writer.file == null) throw new HostException(input + ": no sound in it could be decoded");
       System.out.println("samples: " + writer.file.samples() + ", " + writer.file.format());
       if (session.audio().failures() > 0) System.err.println("qvs: damaged packets: " + session.audio().failures());
-      return verdict(session, session.audio().failures() == 0);
+      return verdict(session, session.audio().failures() == 0, feed.trouble());
     }
   }
 
@@ -101,10 +101,12 @@ final class DecodeCommand implements Callable<Integer> {
     return SessionSettings.of(MediaReader.nameOf(input)).deinterlace(deinterlace);
   }
 
-  private static int verdict(TranscodeSession session, boolean whole) {
+  /** `trouble` is what broke the input, null where nothing did. */
+  private static int verdict(TranscodeSession session, boolean whole, String trouble) {
     Console.printTrouble(session.log().lines());
+    if (trouble != null) System.err.println("qvs: " + trouble);
     boolean delivered = session.log().lines().stream().noneMatch(SessionLog.Line::isTrouble);
-    return whole && delivered ? 0 : 1;
+    return whole && delivered && trouble == null ? 0 : 1;
   }
 
   /** Makes the file with the first block, so that refused input leaves no trace. */

@@ -2,6 +2,7 @@ package com.zarvo.qvs.host.cli;
 
 import com.zarvo.qvs.host.job.JobResult;
 import com.zarvo.qvs.host.job.JobSettings;
+import com.zarvo.qvs.host.job.Overwrite;
 import com.zarvo.qvs.host.job.TranscodeJob;
 import com.zarvo.qvs.host.job.VideoQuality;
 import com.zarvo.qvs.host.media.MediaException;
@@ -70,6 +71,7 @@ final class DemoCommand implements Callable<Integer> {
             .renditions(LADDER.stream().map(RenditionSpec::parse).toList())
             .overlays(List.of(overlay))
             .contactSheet(directory.resolve("contact-sheet.png"))
+            .overwrite(Overwrite.ALWAYS)
             .build();
     JobResult result = new TranscodeJob(settings, Console::progress, main.listenToSignals()).run();
     Console.printTrouble(result.log());

@@ -1,10 +1,6 @@
 package com.zarvo.qvs.host.cli;
 
 import com.zarvo.qvs.host.media.Interruption;
-import com.zarvo.qvs.host.media.MediaException;
-import com.zarvo.qvs.host.model.HostException;
-import java.io.IOException;
-import java.nio.file.FileSystemException;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.ScopeType;
@@ -42,7 +38,7 @@ public final class Main implements Interruptible {
     Main main = new Main();
     CommandLine commandLine = new CommandLine(main);
     commandLine.setParameterExceptionHandler((e, given) -> fail(e.getMessage(), CommandLine.ExitCode.USAGE));
-    commandLine.setExecutionExceptionHandler((e, command, parsed) -> fail(explain(e), CommandLine.ExitCode.SOFTWARE));
+    commandLine.setExecutionExceptionHandler((e, command, parsed) -> fail(Console.explain(e), CommandLine.ExitCode.SOFTWARE));
     try (main.interruption) {
       return commandLine.execute(arguments);
     } catch (OutOfMemoryError e) {
@@ -54,14 +50,6 @@ public final class Main implements Interruptible {
   public Interruption listenToSignals() {
     interruption.listen();
     return interruption;
-  }
-
-  private static String explain(Exception e) {
-    if (e instanceof HostException || e instanceof MediaException) return e.getMessage();
-    if (e instanceof FileSystemException file)
-      return file.getFile() + ": " + (file.getReason() == null ? "cannot be written" : file.getReason());
-    if (e instanceof IOException) return "input or output failed: " + e.getMessage();
-    return "internal error: " + e;
   }
 
   private static int fail(String line, int code) {

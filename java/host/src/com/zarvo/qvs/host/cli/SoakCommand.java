@@ -2,6 +2,7 @@ package com.zarvo.qvs.host.cli;
 
 import com.zarvo.qvs.host.job.EndlessSession;
 import com.zarvo.qvs.host.job.JobSettings;
+import com.zarvo.qvs.host.job.Overwrite;
 import com.zarvo.qvs.host.job.Progress;
 import com.zarvo.qvs.host.job.ResidentMemory;
 import com.zarvo.qvs.host.job.TranscodeJob;
@@ -78,7 +79,7 @@ final class SoakCommand implements Callable<Integer> {
   }
 
   private void takeVideo() throws Exception {
-    JobSettings settings = JobSettings.of(input, directory).maxMilliseconds(TAKEN_MS).build();
+    JobSettings settings = JobSettings.of(input, directory).maxMilliseconds(TAKEN_MS).overwrite(Overwrite.ALWAYS).build();
     new TranscodeJob(settings, total -> new Progress(System.err, false, total), new Interruption()).run();
   }
 

@@ -2,13 +2,18 @@ package com.zarvo.qvs.host.cli;
 
 import com.zarvo.qvs.host.job.JobResult;
 import com.zarvo.qvs.host.job.JobSettings;
+import com.zarvo.qvs.host.job.Overwrite;
+import com.zarvo.qvs.host.job.RenditionFiles;
 import com.zarvo.qvs.host.job.TranscodeJob;
+import com.zarvo.qvs.host.media.WholeFile;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.H264Tuning;
+import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
+import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
@@ -136,8 +141,13 @@ final class TranscodeCommand implements Callable<Integer> {
       description = "Speed against quality of H.264: ultrafast to veryslow, veryfast by default.")
   private H264Tuning.Preset preset;
 
-  @Option(names = "--report", paramLabel = "FILE.json", description = "Write a report.")
+  @Option(names = "--report", paramLabel = "FILE.json", description = "Write a report, of work that failed too.")
   private Path report;
+
+  @Option(
+      names = "--overwrite",
+      description = "Replace renditions that are there already; without it a terminal is asked, else they stay.")
+  private boolean overwrite;
 
   @Option(
       names = "--no-parallel",
@@ -154,7 +164,7 @@ final class TranscodeCommand implements Callable<Integer> {
       throw new ParameterException(
           spec.commandLine(), "--hls-window takes " + MIN_HLS_WINDOW + " segments or more, and --format hls");
     if (noAudio && !audioRenditions.isEmpty()) throw new ParameterException(spec.commandLine(), "--no-audio contradicts --audio");
-    Path sheet = noContactSheet ? null : directory.resolve("contact-sheet.png");
+    Path sheet = noContactSheet ? null : directory.resolve(RenditionFiles.stemOf(input) + "_contact-sheet.png");
     JobSettings settings =
         JobSettings.of(input, directory)
             .renditions(renditions)
@@ -171,9 +181,39 @@ final class TranscodeCommand implements Callable<Integer> {
             .contactSheet(sheet)
             .parallel(!sequential)
             .keyFrameSeconds(keyFrameSeconds)
+            .overwrite(overwrite ? Overwrite.ALWAYS : Console::mayReplace)
             .build();
-    JobResult result = new TranscodeJob(settings, Console::progress, main.listenToSignals()).run();
-    if (report != null) Files.writeString(report, result.toJson());
+    TranscodeJob job = new TranscodeJob(settings, Console::progress, main.listenToSignals());
+    if (report == null) return tell(job.run());
+    try (WholeFile file = WholeFile.create(checkedReport())) {
+      run(job, file);
+    }
+    return tell(job.result());
+  }
+
+  // A report that could not be written would come after hours of work: its place is tried before.
+  private Path checkedReport() throws HostException, IOException {
+    if (Files.exists(report) && Files.exists(input) && Files.isSameFile(report, input))
+      throw new HostException(report + ": is the input itself");
+    return report;
+  }
+
+  private static void run(TranscodeJob job, WholeFile report) throws HostException, IOException {
+    try {
+      job.run();
+    } catch (HostException | IOException | RuntimeException e) {
+      job.result().failed(Console.explain(e));
+      try {
+        report.write(job.result().toJson());
+      } catch (IOException second) {
+        System.err.println("qvs: " + Console.explain(second));
+      }
+      throw e;
+    }
+    report.write(job.result().toJson());
+  }
+
+  private int tell(JobResult result) {
     Console.printTrouble(result.log());
     Console.printRenditions(result);
     printApart(result);

@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.job;
 
+import com.zarvo.qvs.host.media.WholeFile;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import java.awt.Color;
@@ -51,7 +52,10 @@ final class ContactSheet {
       y += rowHeight(row);
     }
     graphics.dispose();
-    ImageIO.write(sheet, "png", file.toFile());
+    try (WholeFile whole = WholeFile.create(file)) {
+      ImageIO.write(sheet, "png", whole.part().toFile());
+      whole.finish();
+    }
     return true;
   }
 

@@ -2,11 +2,11 @@ package com.zarvo.qvs.host.job;
 
 import com.zarvo.qvs.host.bitstream.ParameterSets;
 import com.zarvo.qvs.host.media.OutputTrack;
+import com.zarvo.qvs.host.media.WholeFile;
 import com.zarvo.qvs.host.model.Container;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.nio.file.StandardCopyOption;
 import java.util.Locale;
 
 /** The playlist of an HLS ladder: one entry a rendition, from which players choose. */
@@ -35,9 +35,9 @@ final class HlsMaster {
 
   /** Players may be reading the file: they see it whole or not at all. */
   void write(Path file) throws IOException {
-    Path part = file.resolveSibling(file.getFileName() + ".part");
-    Files.writeString(part, text);
-    Files.move(part, file, StandardCopyOption.REPLACE_EXISTING);
+    try (WholeFile whole = WholeFile.create(file)) {
+      whole.write(text.toString());
+    }
   }
 
   /** Bits a second, the container's own included: of the busiest segment, and of all. */

@@ -12,32 +12,74 @@ import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
 
-/**
- * What became of a file.
- *
- * @param source null where pictures were left out
- * @param audioSource null where sound was left out
- * @param damagedFrames refused, mended or left out by the decoder
- * @param damagedAudioPackets packets of sound that could not be decoded
- * @param mediaMs milliseconds of input that were taken
- * @param wallSeconds time it took
- * @param contactSheet null when there is none
- * @param inputTrouble what broke live input, null where it ended well
- */
-public record JobResult(
-    JobSettings settings,
-    StreamInfo source,
-    AudioStreamInfo audioSource,
-    List<Rendition> renditions,
-    List<AudioRendition> audioRenditions,
-    long damagedFrames,
-    long damagedAudioPackets,
-    long frames,
-    long mediaMs,
-    double wallSeconds,
-    Path contactSheet,
-    String inputTrouble,
-    List<SessionLog.Line> log) {
+/** What became of a file: filled while the work goes on, so that it tells something of work that failed, too. */
+public final class JobResult {
+  private final JobSettings settings;
+  StreamInfo source;
+  AudioStreamInfo audioSource;
+  List<Rendition> renditions = List.of();
+  List<AudioRendition> audioRenditions = List.of();
+  long damagedFrames;
+  long damagedAudioPackets;
+  long frames;
+  long mediaMs;
+  double wallSeconds;
+  Path contactSheet;
+  String inputTrouble;
+  List<SessionLog.Line> log = List.of();
+  private String failure;
+
+  JobResult(JobSettings settings) {
+    this.settings = settings;
+  }
+
+  /** The work came to nothing. */
+  public void failed(String why) {
+    failure = why;
+  }
+
+  /** Null where pictures were left out, or none were found yet. */
+  public StreamInfo source() {
+    return source;
+  }
+
+  /** The files, once all of them are whole. */
+  public List<Rendition> renditions() {
+    return renditions;
+  }
+
+  public List<AudioRendition> audioRenditions() {
+    return audioRenditions;
+  }
+
+  /** Refused, mended or left out by the decoder. */
+  public long damagedFrames() {
+    return damagedFrames;
+  }
+
+  /** Packets of sound that could not be decoded. */
+  public long damagedAudioPackets() {
+    return damagedAudioPackets;
+  }
+
+  /** Milliseconds of input that were taken. */
+  public long mediaMs() {
+    return mediaMs;
+  }
+
+  /** Null when there is none. */
+  public Path contactSheet() {
+    return contactSheet;
+  }
+
+  /** What broke the input, null where it ended well. */
+  public String inputTrouble() {
+    return inputTrouble;
+  }
+
+  public List<SessionLog.Line> log() {
+    return log;
+  }
 
   /** One finished file. */
   public record Rendition(RenditionSpec spec, Path file, long frames, long keyFrames, long bytes) {
@@ -91,6 +133,8 @@ public record JobResult(
     List<Object> audio = new ArrayList<>();
     for (AudioRendition rendition : audioRenditions) audio.add(toMap(rendition));
     Map<String, Object> report = new LinkedHashMap<>();
+    report.put("outcome", failure != null ? "failed" : inputTrouble != null ? "ended early" : "done");
+    if (failure != null) report.put("error", failure);
     report.put("input", input);
     report.put("renditions", files);
     report.put("audio", audio);

@@ -29,6 +29,7 @@ public final class JobSettings {
   private boolean parallel = true;
   private double keyFrameSeconds = 2;
   private long maxMilliseconds = Long.MAX_VALUE;
+  private Overwrite overwrite = Overwrite.NEVER;
 
   private JobSettings(Path input, Path directory) {
     this.input = input;
@@ -119,6 +120,10 @@ public final class JobSettings {
     return maxMilliseconds;
   }
 
+  public Overwrite overwrite() {
+    return overwrite;
+  }
+
   /** Sets by name what is to be other than usual. Used once. */
   public static final class Builder {
     private final JobSettings made;
@@ -199,6 +204,11 @@ public final class JobSettings {
 
     public Builder maxMilliseconds(long milliseconds) {
       made.maxMilliseconds = milliseconds;
+      return this;
+    }
+
+    public Builder overwrite(Overwrite overwrite) {
+      made.overwrite = overwrite;
       return this;
     }
 

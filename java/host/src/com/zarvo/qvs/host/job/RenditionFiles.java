@@ -24,6 +24,7 @@ import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import com.zarvo.qvs.transcoder.model.TranscoderPacket;
 import java.io.IOException;
 import java.nio.file.Files;
+import java.nio.file.LinkOption;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.HashSet;
@@ -34,7 +35,7 @@ import java.util.Set;
  * The files of all renditions and what the session sends to them. Each video rendition has a file, which takes all
  * audio renditions that its container can hold; an audio rendition that no such file took has one of its own.
  */
-final class RenditionFiles implements SessionOutput, AutoCloseable {
+public final class RenditionFiles implements SessionOutput, AutoCloseable {
   private static final int VIDEO_TRACK = 0;
   private static final Rational SQUARE = new Rational(1, 1);
   // What segments add to coded bits, and how far these may exceed what was asked for.
@@ -47,6 +48,7 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
   private final List<AudioOutput> audioRenditions = new ArrayList<>();
   private final List<List<Path>> audioFiles = new ArrayList<>();
   private final Set<Path> taken = new HashSet<>();
+  private final List<Path> replaceable = new ArrayList<>();
   private final ContactSheet sheet;
   private final long[] keyFrames;
   private Path master;
@@ -72,8 +74,38 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     MediaPacket firstFrame = renditions.isEmpty() ? null : feed.peek(MediaKind.VIDEO, 0);
     boolean keepTimes = firstFrame == null || firstFrame.timecodeMs() >= 0;
     if (audio != null) prepareAudio(audio, feed, keepTimes);
-    for (RenditionSpec spec : renditions) openVideo(spec, keepTimes && audio != null);
-    for (int i = 0; i < audioRenditions.size(); i++) if (audioFiles.get(i).isEmpty()) openAudio(i, keepTimes);
+    List<Path> names = chooseNames();
+    if (!isLive()) checkReplaced(names);
+    for (int i = 0; i < renditions.size(); i++) openVideo(renditions.get(i), names.get(i), keepTimes && audio != null);
+    for (int i = 0, own = renditions.size(); i < audioRenditions.size(); i++)
+      if (audioFiles.get(i).isEmpty()) openAudio(i, names.get(own++), keepTimes);
+  }
+
+  /** Names of all files: first those of pictures, then those of audio renditions that no such file takes. */
+  private List<Path> chooseNames() {
+    List<Path> names = new ArrayList<>();
+    for (RenditionSpec spec : renditions) names.add(freeName(spec.sizeText(), settings.format()));
+    for (AudioOutput audio : audioRenditions) {
+      AudioSpec spec = audio.spec();
+      if (renditions.isEmpty() || !settings.format().holds(spec.codec()))
+        names.add(freeName(spec.nameText(), settings.format().forAudioAlone(spec.codec())));
+    }
+    return names;
+  }
+
+  // A live run goes on where a former one stopped.
+  private void checkReplaced(List<Path> names) throws HostException {
+    List<Path> all = new ArrayList<>(names);
+    if (settings.format().isFolder()) all.add(masterPath());
+    if (sheet != null) all.add(settings.contactSheet());
+    all.removeAll(replaceable);
+    List<Path> existing = all.stream().filter(path -> Files.exists(path, LinkOption.NOFOLLOW_LINKS)).toList();
+    if (existing.isEmpty()) return;
+    if (!settings.overwrite().allows(existing)) {
+      String more = existing.size() > 1 ? " and " + (existing.size() - 1) + " more exist" : " exists";
+      throw new HostException(existing.get(0) + more + " already; --overwrite lets them be replaced");
+    }
+    replaceable.addAll(existing);
   }
 
   private void prepareAudio(AudioPath audio, MediaFeed feed, boolean keepTimes) throws HostException, IOException {
@@ -88,7 +120,7 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     }
   }
 
-  private void openVideo(RenditionSpec spec, boolean keepTimes) throws MediaException {
+  private void openVideo(RenditionSpec spec, Path name, boolean keepTimes) throws MediaException {
     Container container = settings.format();
     List<OutputTrack> tracks = new ArrayList<>();
     tracks.add(
@@ -99,17 +131,16 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
     for (AudioOutput audio : held) tracks.add(audio.track());
     MediaWriter writer =
         MediaWriter.create(
-            freeName(spec.sizeText(), container), container, settings.keyFrameSeconds(), settings.hlsWindow(), tracks,
+            name, container, settings.keyFrameSeconds(), settings.hlsWindow(), tracks,
             keepTimes);
     writers.add(writer);
     for (int i = 0; i < held.size(); i++) connect(held.get(i), writer, i + 1);
   }
 
-  private void openAudio(int index, boolean keepTimes) throws MediaException {
+  private void openAudio(int index, Path name, boolean keepTimes) throws MediaException {
     AudioOutput audio = audioRenditions.get(index);
     Container container = settings.format().forAudioAlone(audio.spec().codec());
-    Path file = freeName(audio.spec().nameText(), container);
-    MediaWriter writer = MediaWriter.create(file, container.muxer, List.of(audio.track()), keepTimes);
+    MediaWriter writer = MediaWriter.create(name, container.muxer, List.of(audio.track()), keepTimes);
     writers.add(writer);
     connect(audio, writer, 0);
   }
@@ -129,7 +160,12 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
   }
 
   private String stemOf() {
-    String name = MediaReader.nameOf(settings.input());
+    return stemOf(settings.input());
+  }
+
+  /** What the names of all files of an input begin with. */
+  public static String stemOf(Path input) {
+    String name = MediaReader.nameOf(input);
     int dot = name.lastIndexOf('.');
     return dot > 0 ? name.substring(0, dot) : name;
   }
@@ -183,6 +219,7 @@ final class RenditionFiles implements SessionOutput, AutoCloseable {
       boolean whole = audio.packets() > 0 && audio.isComplete();
       session.check(whole ? 0 : -1, audioFiles.get(i).get(0) + ": its sound is not whole");
     }
+    if (!isLive()) checkReplaced(writers.stream().map(MediaWriter::target).toList());
     for (MediaWriter writer : writers) writer.finish();
     if (settings.format().isFolder() && !renditions.isEmpty() && master == null) writeMaster();
   }

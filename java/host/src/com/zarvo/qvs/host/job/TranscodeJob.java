@@ -27,12 +27,19 @@ public final class TranscodeJob {
   private final JobSettings settings;
   private final Function<Long, Progress> progressOf;
   private final Interruption interruption;
+  private final JobResult result;
 
   /** `progressOf` makes the progress display for a length in milliseconds, -1 when unknown. */
   public TranscodeJob(JobSettings settings, Function<Long, Progress> progressOf, Interruption interruption) {
     this.settings = settings;
     this.progressOf = progressOf;
     this.interruption = interruption;
+    this.result = new JobResult(settings);
+  }
+
+  /** What is known so far, also of work that failed. */
+  public JobResult result() {
+    return result;
   }
 
   /**
@@ -44,6 +51,7 @@ public final class TranscodeJob {
     try (MediaReader reader = MediaReader.open(settings.input(), interruption)) {
       boolean video = selectStreams(reader);
       StreamInfo source = video ? reader.video() : null;
+      result.source = source;
       VideoCodec codec = video ? VideoSource.codecOf(settings.input(), source) : null;
       List<RenditionSpec> renditions = video ? settled(codec, source) : List.of();
       checkOverlays(renditions.size());
@@ -61,8 +69,15 @@ public final class TranscodeJob {
       MediaFeed feed = new MediaFeed(reader);
       try (RenditionFiles files = new RenditionFiles(settings, source, renditions);
           TranscodeSession opened = new TranscodeSession(session.build(), files, feed)) {
-        files.open(opened.audio(), feed);
-        return pump(reader, feed, opened, files, source);
+        if (opened.audio() != null) result.audioSource = reader.audio();
+        try {
+          files.open(opened.audio(), feed);
+          pump(reader, feed, opened);
+          finish(opened, files);
+        } finally {
+          note(opened, feed);
+        }
+        return result;
       }
     }
   }
@@ -131,13 +146,10 @@ public final class TranscodeJob {
             "overlay on=" + overlay.rendition() + ": there are only renditions 0 to " + (renditions - 1));
   }
 
-  private JobResult pump(
-      MediaReader reader, MediaFeed feed, TranscodeSession session, RenditionFiles files, StreamInfo source)
-      throws HostException, IOException {
+  private void pump(MediaReader reader, MediaFeed feed, TranscodeSession session) throws HostException, IOException {
     long startNs = System.nanoTime();
-    Progress progress = progressOf.apply(source != null ? source.durationMs() : reader.audio().durationMs());
+    Progress progress = progressOf.apply(result.source != null ? result.source.durationMs() : reader.audio().durationMs());
     long firstMs = Long.MIN_VALUE;
-    long doneMs = 0;
     try {
       for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
         if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
@@ -146,34 +158,34 @@ public final class TranscodeJob {
           throw new HostException(settings.input() + ": interrupted, its renditions were dropped");
         if (packet.kind() == MediaKind.VIDEO) session.push(packet);
         else session.audio().push(packet, feed.following(MediaKind.AUDIO));
-        doneMs = Math.max(doneMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
-        progress.update(doneMs, session.frames());
+        result.mediaMs = Math.max(result.mediaMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
+        progress.update(result.mediaMs, session.frames());
       }
       session.drain();
-      progress.finish(doneMs, session.frames());
+      progress.finish(result.mediaMs, session.frames());
     } finally {
       progress.close();
+      result.wallSeconds = (System.nanoTime() - startNs) / 1e9;
     }
-    if (source != null && session.frames() == 0)
+  }
+
+  private void finish(TranscodeSession session, RenditionFiles files) throws HostException, IOException {
+    if (result.source != null && session.frames() == 0)
       throw new HostException(settings.input() + ": no picture in it could be decoded");
     if (session.audio() != null && session.audio().frames() == 0)
       throw new HostException(settings.input() + ": no sound in it could be decoded");
     files.finish(session);
-    double wallSeconds = (System.nanoTime() - startNs) / 1e9;
-    return new JobResult(
-        settings,
-        source,
-        session.audio() == null ? null : reader.audio(),
-        files.results(),
-        files.audioResults(),
-        session.damagedFrames(),
-        session.audio() == null ? 0 : session.audio().failures(),
-        session.frames(),
-        doneMs,
-        wallSeconds,
-        files.writeSheet(),
-        feed.trouble(),
-        session.log().lines());
+    result.contactSheet = files.writeSheet();
+    result.renditions = files.results();
+    result.audioRenditions = files.audioResults();
+  }
+
+  private void note(TranscodeSession session, MediaFeed feed) {
+    result.damagedFrames = session.damagedFrames();
+    result.damagedAudioPackets = session.audio() == null ? 0 : session.audio().failures();
+    result.frames = session.frames();
+    result.inputTrouble = feed.trouble();
+    result.log = session.log().lines();
   }
 
   private static long lengthMs(MediaReader reader, MediaPacket packet) {

@@ -4,8 +4,8 @@ import java.util.ArrayDeque;
 import java.util.Deque;
 
 /**
- * Packets of a reader in their order, their times mended, with a look at those to come. Where live input breaks, it
- * ends: what came before is worth keeping.
+ * Packets of a reader in their order, their times mended, with a look at those to come. Where input breaks, it ends:
+ * what came before is worth keeping.
  */
 public final class MediaFeed implements PacketLookahead {
   private static final long MAX_START_BYTES = 256L << 20;
@@ -40,9 +40,11 @@ public final class MediaFeed implements PacketLookahead {
     return peek(kind, n, MAX_START_BYTES, MAX_LIVE_START_MS);
   }
 
-  /** What broke live input, null where it ended well. */
+  /** What broke the input, null where it ended well. */
   public String trouble() {
-    return trouble;
+    String shortfall = reader.shortfall();
+    if (shortfall == null || trouble == null) return shortfall != null ? shortfall : trouble;
+    return shortfall + " (" + trouble.substring(trouble.indexOf(": ") + 2) + ")";
   }
 
   private MediaPacket peek(MediaKind kind, int n, long maxBytes, long maxLiveMs) throws MediaException {
@@ -73,7 +75,7 @@ public final class MediaFeed implements PacketLookahead {
     try {
       return reader.next();
     } catch (MediaException e) {
-      if (!reader.isLive() || !reader.isStarted()) throw e;
+      if (!reader.isStarted()) throw e;
       trouble = e.getMessage();
       return null;
     }

@@ -33,6 +33,7 @@ public final class MediaReader implements AutoCloseable {
   private final boolean live;
   private final Interruption interruption;
   private boolean started;
+  private String shortfall = "";
   private long handle;
 
   private MediaReader(long handle, Path path, boolean live, Interruption interruption) {
@@ -140,7 +141,10 @@ public final class MediaReader implements AutoCloseable {
   public MediaPacket next() throws MediaException {
     if (handle == 0) throw new MediaException("reader is closed");
     byte[] data = readPacket();
-    if (data == null) return null;
+    if (data == null) {
+      if (!live) shortfall = shortfall(handle);
+      return null;
+    }
     started = true;
     MediaKind kind = KINDS[(int) facts[FACT_KIND]];
     Rational unit = kind == MediaKind.VIDEO ? video.timeBase() : audio.timeBase();
@@ -165,9 +169,15 @@ public final class MediaReader implements AutoCloseable {
     try {
       return read(handle, facts);
     } catch (MediaException e) {
+      if (started && !live) shortfall = shortfall(handle);
       String hint = live && !started ? ", it may not be made to be read from front to back" : "";
       throw new MediaException(path + ": " + e.getMessage() + hint);
     }
+  }
+
+  /** What a file that was read to its end promised and did not hold, in one line; null where nothing lacks. */
+  public String shortfall() {
+    return shortfall.isEmpty() ? null : path + ": " + shortfall;
   }
 
   @Override
@@ -203,6 +213,8 @@ public final class MediaReader implements AutoCloseable {
 
   /** Returns null at the end; fills the facts. */
   private static native byte[] read(long handle, long[] facts) throws MediaException;
+
+  private static native String shortfall(long handle);
 
   private static native byte[] newConfig(long handle);
 

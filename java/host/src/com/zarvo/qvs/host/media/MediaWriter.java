@@ -14,7 +14,7 @@ import java.util.List;
 import java.util.Map;
 
 /**
- * Writes streams into a container. The bytes go into a file, or a folder of segments, with ".part" behind its name,
+ * Writes streams into a container. The bytes go into a file, or a folder of segments, with an own ending and ".part" behind its name,
  * which takes its own name in {@link #finish}: what stands under the final name is always whole. Only a folder of live
  * segments has its own name from the start, so that it can be played while it grows.
  *
@@ -55,7 +55,7 @@ public final class MediaWriter implements AutoCloseable {
    */
   public static MediaWriter create(Path target, String format, List<? extends OutputTrack> tracks, boolean keepTimes)
       throws MediaException {
-    Path part = partOf(target);
+    Path part = WholeFile.partOf(target);
     return create(target, part, part, format, Map.of(), tracks, keepTimes);
   }
 
@@ -72,7 +72,7 @@ public final class MediaWriter implements AutoCloseable {
       List<? extends OutputTrack> tracks,
       boolean keepTimes)
       throws MediaException {
-    Path part = window > 0 ? target : partOf(target);
+    Path part = window > 0 ? target : WholeFile.partOf(target);
     Path file = part;
     if (container.isFolder()) {
       file = part.resolve(Container.PLAYLIST);
@@ -108,10 +108,6 @@ public final class MediaWriter implements AutoCloseable {
       if (writer != null) writer.close();
       throw new MediaException(target + ": " + e.getMessage());
     }
-  }
-
-  private static Path partOf(Path target) {
-    return target.resolveSibling(target.getFileName() + ".part");
   }
 
   private boolean isLive() {
@@ -180,6 +176,7 @@ public final class MediaWriter implements AutoCloseable {
   /** Completes the file under its own name. */
   public void finish() throws IOException {
     if (handle == 0) throw new MediaException(target + ": writer is closed");
+    if (!begun) throw new MediaException(target + ": no packet of its pictures came, nothing was written");
     try {
       finish(handle);
     } catch (MediaException e) {

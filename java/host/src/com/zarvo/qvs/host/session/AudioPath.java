@@ -116,7 +116,9 @@ public final class AudioPath implements AutoCloseable {
     paddingEnd = packet.paddingEnd() + (hidden ? paddingEnd : 0);
     if (source.configChanged()) {
       byte[] config = source.config();
-      owner.check(audioDecoderDecodeCodecConfig(owner.handle(), config, 0, config.length), "codec configuration");
+      owner.check(
+          audioDecoderDecodeCodecConfig(owner.handle(), config, 0, config.length),
+          owner.name() + ": a new " + source.codec().codecName + " configuration in it was refused");
     }
     long timecode = clock.timecodeMs(packet, source.durationMs(packet), following);
     if (source.codec().isG711()) decodePieces(data, timecode);
@@ -197,12 +199,12 @@ public final class AudioPath implements AutoCloseable {
     long session = owner.handle();
     TranscoderNativeLong rate = new TranscoderNativeLong();
     TranscoderNativeLong channels = new TranscoderNativeLong();
-    owner.check(audioDecoderGetSampleRate(session, rate), "sample rate");
-    owner.check(audioDecoderGetChannels(session, channels), "channels");
-    owner.check(audioDecoderBuffersCreate(session, 1), "blocks of decoded sound");
+    owner.check(audioDecoderGetSampleRate(session, rate), owner.name() + ": the rate of its sound is not known");
+    owner.check(audioDecoderGetChannels(session, channels), owner.name() + ": the channels of its sound are not known");
+    owner.check(audioDecoderBuffersCreate(session, 1), owner.name() + ": no memory for decoded sound");
     long most = Math.max(MIN_CHANNELS, channels.value);
     owner.check(
-        audioDecoderBuffersAllocate(session, source.codec().blockSamples, most, rate.value), "blocks of decoded sound");
+        audioDecoderBuffersAllocate(session, source.codec().blockSamples, most, rate.value), owner.name() + ": no memory for decoded sound");
   }
 
   private void addConverter() throws HostException {
@@ -212,7 +214,7 @@ public final class AudioPath implements AutoCloseable {
     target.channels = decodedChannels();
     target.channelMaskSrc = wanted.sourceMask();
     target.channelMaskDst = wanted.targetMask();
-    owner.check(audioDecoderAddAudioResampler(owner.handle(), target), "no resampler");
+    owner.check(audioDecoderAddAudioResampler(owner.handle(), target), owner.name() + ": no resampler");
   }
 
   private AudioSpec settled(AudioSpec spec) {

@@ -62,10 +62,14 @@ final class NativeSession implements AutoCloseable {
 
   /** Turns a failure number into an exception that carries the session's own words where it has any. */
   void check(long result, String what) throws HostException {
-    if (result == 0) return;
+    if (result != 0) throw failure(what);
+  }
+
+  /** The same once it failed: for calls of every frame, which make no text as long as they go well. */
+  HostException failure(String what) {
     fetchLog();
     String trouble = log.lastTrouble();
-    throw new HostException(trouble.isEmpty() ? what : what + " (" + trouble + ")");
+    return new HostException(trouble.isEmpty() ? what : what + " (" + trouble + ")");
   }
 
   @Override

@@ -14,6 +14,7 @@ import com.zarvo.qvs.transcoder.model.TranscoderPacket;
 import java.io.IOException;
 import java.util.ArrayList;
 import java.util.List;
+import java.util.Locale;
 
 /** One rendition within a session: its encoder, its pool of pictures and what becomes of the current picture. */
 public final class RenditionPath {
@@ -83,7 +84,7 @@ public final class RenditionPath {
 
   void setOverlay(int slot, OverlaySpec overlay, OverlayImage image) throws HostException {
     TranscoderNativeVideoFrame frame = image.placed(overlay, spec.width(), spec.height());
-    owner.check(videoEncoderBufferSetOverlayVideoFrame(owner.handle(), index, slot, frame), "overlay");
+    owner.check(videoEncoderBufferSetOverlayVideoFrame(owner.handle(), index, slot, frame), overlay.image() + ": refused as an overlay");
   }
 
   /** Takes a free picture of the pool. Returns its number, or -1 when this time is left out. */
@@ -101,8 +102,8 @@ public final class RenditionPath {
 
   void scaleFrom(long decoderFrame, long time) throws HostException {
     if (skipped) return;
-    owner.check(
-        videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index), "scaling failed");
+    if (videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index) != 0)
+      throw failure(time, "could not be scaled");
     if (!owner.output().wantsFrame(index, time)) return;
     owner.check(videoEncoderBufferAcquire(owner.handle(), index, target), "a picture could not be held");
     previewTarget = target;
@@ -121,11 +122,17 @@ public final class RenditionPath {
     // Counted from the first picture of all, so that every rendition has its key pictures at the same times.
     long due = (long) Math.floor((time - firstTime + 0.5) / (settings.keyFrameSeconds() * 1000)) + 1;
     boolean key = due > keys;
-    owner.check(
-        videoEncoderAddFrame(session, index, target, index, key ? FRAME_KEY : FRAME_INTER, time), "encoding failed");
+    if (videoEncoderAddFrame(session, index, target, index, key ? FRAME_KEY : FRAME_INTER, time) != 0)
+      throw failure(time, "was refused by its encoder");
     added++;
     keys = due;
     if (!settings.parallel()) collect();
+  }
+
+  private HostException failure(long time, String what) {
+    String text = "%s: its picture at %.3f s, for %s in %s, %s";
+    return owner.failure(
+        String.format(Locale.ROOT, text, owner.name(), time / 1000.0, spec.sizeText(), spec.codec().codecName, what));
   }
 
   void releaseTarget() {
@@ -150,7 +157,8 @@ public final class RenditionPath {
 
   /** Passes on what the encoder has ready. */
   void collect() throws HostException, IOException {
-    owner.check(videoEncoderGetEncodedFrames(owner.handle(), index, packets), "encoding failed");
+    if (videoEncoderGetEncodedFrames(owner.handle(), index, packets) != 0)
+      throw owner.failure(owner.name() + ": coded pictures of " + spec.sizeText() + " could not be fetched");
     for (TranscoderPacket packet : packets) passOn(packet);
     packets.clear();
   }
@@ -166,7 +174,8 @@ public final class RenditionPath {
   void flush() throws HostException, IOException {
     if (spec.tuning().bFrames() == 0) return;
     TranscoderNativeParameterValue[] end = EncoderSettings.endOfStream();
-    owner.check(videoEncoderSetParameterValues(owner.handle(), index, end), "end of stream");
+    String what = owner.name() + ": the encoder of " + spec.sizeText() + " could not be told the end";
+    owner.check(videoEncoderSetParameterValues(owner.handle(), index, end), what);
     collect();
   }
 

@@ -163,7 +163,7 @@ public final class TranscodeSession implements AutoCloseable {
   private void drainDecoder() throws HostException, IOException {
     if (settings.codec().wantsNoConfig()) return;
     NativeParameters end = new NativeParameters().set(KEY_END_OF_STREAM, 1);
-    check(videoDecoderSetParameterValues(session, end.toArray()), "end of stream");
+    check(videoDecoderSetParameterValues(session, end.toArray()), settings.name() + ": its decoder could not be told the end");
     for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
       if (decodeStep()) idle = 0;
       if ((status.value & STATUS_FLUSHED) != 0) return;
@@ -172,7 +172,8 @@ public final class TranscodeSession implements AutoCloseable {
 
   private void configure() throws HostException {
     byte[] config = source.config();
-    check(videoDecoderDecodeCodecConfig(session, config, 0, config.length), "codec configuration");
+    String what = settings.name() + ": its " + settings.codec().codecName + " configuration was refused";
+    check(videoDecoderDecodeCodecConfig(session, config, 0, config.length), what);
     configured = true;
   }
 
@@ -194,16 +195,17 @@ public final class TranscodeSession implements AutoCloseable {
   private void wireVideo() throws HostException {
     wireDecoder();
     boolean placement = settings.renditions().stream().anyMatch(RenditionSpec::needsPlacement);
-    check(videoScalerCreate(session, FOURCC_YV12, BIT_DEPTH), "scaler");
-    check(videoScalerSetImplementation(session, SCALER_CPU, -1), "scaler");
-    check(videoScalerSetFlags(session, placement ? SCALE_FLAG_PLACE_ON_CPU : 0), "scaler");
-    check(videoDecoderBuffersCreate(session, DECODER_FRAMES), "pool of decoded pictures");
-    check(videoDecoderSetFrameSizeLimits(session, MAX_FRAME_SIDE, MAX_FRAME_SIDE, 1, 1), "size limits");
-    check(videoEncoderBufferSetsCreate(session, RENDITION_FRAMES), "pools of renditions");
+    String scaler = settings.name() + ": the scaler could not be set up";
+    check(videoScalerCreate(session, FOURCC_YV12, BIT_DEPTH), scaler);
+    check(videoScalerSetImplementation(session, SCALER_CPU, -1), scaler);
+    check(videoScalerSetFlags(session, placement ? SCALE_FLAG_PLACE_ON_CPU : 0), scaler);
+    check(videoDecoderBuffersCreate(session, DECODER_FRAMES), settings.name() + ": no memory for decoded pictures");
+    check(videoDecoderSetFrameSizeLimits(session, MAX_FRAME_SIDE, MAX_FRAME_SIDE, 1, 1), settings.name() + ": no limits for picture sizes");
+    check(videoEncoderBufferSetsCreate(session, RENDITION_FRAMES), settings.name() + ": no memory for renditions");
     for (int i = 0; i < settings.renditions().size(); i++)
       paths.add(new RenditionPath(owner, settings, i, times));
     targets = new long[paths.size()];
-    check(videoScalerInitialize(session), "scaler");
+    check(videoScalerInitialize(session), scaler);
     if (source.config() != null) configure();
     placeOverlays();
   }
@@ -236,7 +238,7 @@ public final class TranscodeSession implements AutoCloseable {
       if (spec.rendition() == OverlaySpec.ON_DECODER) {
         TranscoderNativeVideoFrame frame =
             image.placed(spec, settings.source().width(), settings.source().height());
-        check(videoDecoderBufferSetOverlayVideoFrame(session, slot++, frame), "overlay");
+        check(videoDecoderBufferSetOverlayVideoFrame(session, slot++, frame), spec.image() + ": refused as an overlay");
       } else {
         paths.get(spec.rendition()).setOverlay(slot++, spec, image);
       }
@@ -249,7 +251,8 @@ public final class TranscodeSession implements AutoCloseable {
     frameInfo.timcodeInfo.clear();
     frameInfo.ancillaryData.clear();
     long result = videoDecoderDecode(session, heldDecoderFrame, status, timecode, frameInfo);
-    check(result, "decoding failed");
+    if (result != 0)
+      throw owner.failure(settings.name() + ": its " + settings.codec().codecName + " pictures could not be decoded");
     if ((status.value & STATUS_DAMAGED) != 0) concealed++;
     boolean frame = (status.value & STATUS_FRAME) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
     if (!frame) return false;

@@ -30,7 +30,14 @@ record Captured(int code, String out, String err) {
 
   /** The whole process, as a user starts it: what native code prints counts too. Its words go into a file. */
   static Process start(Path said, String... arguments) throws IOException {
-    return builder(said, arguments).start();
+    return start(List.of(), said, arguments);
+  }
+
+  /** The same begun by another command, to which it is the arguments. */
+  static Process start(List<String> starter, Path said, String... arguments) throws IOException {
+    ProcessBuilder builder = builder(said, arguments);
+    builder.command().addAll(0, starter);
+    return builder.start();
   }
 
   /** The same with a file as standard input. */
@@ -41,6 +48,7 @@ record Captured(int code, String out, String err) {
   private static ProcessBuilder builder(Path said, String... arguments) {
     List<String> command = new ArrayList<>();
     command.add(Path.of(System.getProperty("java.home"), "bin", "java").toString());
+    command.add("-XX:-UsePerfData");
     String libraries = NativeLibraries.DIRECTORY_PROPERTY;
     command.add("-D" + libraries + "=" + System.getProperty(libraries));
     command.addAll(List.of("-cp", System.getProperty("java.class.path"), Main.class.getName()));

@@ -205,6 +205,13 @@ class LiveTest {
     assertTrue(Files.notExists(out));
   }
 
+  /** True once bytes of an unfinished file are there. */
+  private static boolean isBegun(Path out) throws IOException {
+    for (String name : Clips.namesIn(out))
+      if (name.startsWith("stdin_160x90.mp4.") && name.endsWith(".part") && Files.size(out.resolve(name)) > 0) return true;
+    return false;
+  }
+
   /** The whole process with a standard input that stays open, ended by a signal. */
   @ParameterizedTest
   @CsvSource({"INT, 130, true", "TERM, 143, true", "INT, 130, false"})
@@ -215,12 +222,11 @@ class LiveTest {
         Captured.start(
             folder.resolve("said.txt"), "transcode", "-", "-o", out.toString(), "--rendition", "160x90@100k",
             "--format", "mp4");
-    Path part = out.resolve("stdin_160x90.mp4.part");
     try (OutputStream in = process.getOutputStream()) {
       if (fed) {
         in.write(bytes, 0, bytes.length * 3 / 4);
         in.flush();
-        await(() -> Files.exists(part) && Files.size(part) > 0);
+        await(() -> isBegun(out));
       } else {
         // Past the start of the virtual machine, at the wait for the first byte.
         Thread.sleep(2000);
@@ -235,7 +241,7 @@ class LiveTest {
     }
     assertTrue(Files.readString(folder.resolve("said.txt")).contains("stdin_160x90.mp4"), "the summary is told");
     assertTrue(shown(out.resolve("stdin_160x90.mp4")).size() > 0);
-    assertEquals(List.of("contact-sheet.png", "stdin_160x90.mp4"), Clips.namesIn(out));
+    assertEquals(List.of("stdin_160x90.mp4", "stdin_contact-sheet.png"), Clips.namesIn(out));
   }
 
   @Test

@@ -73,7 +73,7 @@ class TranscodeTest {
     }
     String json = Files.readString(report);
     assertTrue(json.contains("\"pictures\": 75") && json.contains("\"keyPictures\": 5"), json);
-    BufferedImage sheet = ImageIO.read(outOf("ladder").resolve("contact-sheet.png").toFile());
+    BufferedImage sheet = ImageIO.read(outOf("ladder").resolve("ntsc_contact-sheet.png").toFile());
     assertTrue(sheet.getHeight() > 3 * 180, "a row a rendition: " + sheet.getHeight());
     assertTrue(
         Clips.namesIn(outOf("ladder")).stream().noneMatch(name -> name.endsWith(".part")), "only whole files stay");

@@ -1,0 +1,72 @@
+package com.zarvo.qvs.host.media;
+
+import java.io.IOException;
+import java.nio.file.FileSystemException;
+import java.nio.file.Files;
+import java.nio.file.LinkOption;
+import java.nio.file.Path;
+import java.nio.file.StandardCopyOption;
+import java.util.concurrent.ThreadLocalRandom;
+
+/**
+ * A small file that stands under its name only once it is whole: players and other readers see it so or not at all.
+ * Until then its bytes lie beside it.
+ */
+public final class WholeFile implements AutoCloseable {
+  private final Path target;
+  private final Path part;
+
+  private WholeFile(Path target, Path part) {
+    this.target = target;
+    this.part = part;
+  }
+
+  /** Proves that the file can be written by a beginning of it. */
+  public static WholeFile create(Path target) throws IOException {
+    if (Files.isDirectory(target)) throw new FileSystemException(target.toString(), null, "is a directory");
+    Path part = partOf(target);
+    try {
+      Files.createFile(part);
+    } catch (FileSystemException e) {
+      throw new FileSystemException(target.toString(), null, "cannot be written (" + reasonOf(e) + ")");
+    }
+    return new WholeFile(target, part);
+  }
+
+  /** A name beside a file that no other run takes for its own unfinished one. */
+  static Path partOf(Path target) {
+    Path part;
+    do {
+      String own = Integer.toHexString(ThreadLocalRandom.current().nextInt());
+      part = target.resolveSibling(target.getFileName() + "." + own + ".part");
+    } while (Files.exists(part, LinkOption.NOFOLLOW_LINKS));
+    return part;
+  }
+
+  private static String reasonOf(FileSystemException e) {
+    String reason = e.getReason();
+    return reason != null ? reason : e.getClass().getSimpleName().replace("Exception", "");
+  }
+
+  /** Where the bytes go until the end. */
+  public Path part() {
+    return part;
+  }
+
+  /** All bytes at once. */
+  public void write(String text) throws IOException {
+    Files.writeString(part, text);
+    finish();
+  }
+
+  /** What lies in `part` is whole. */
+  public void finish() throws IOException {
+    Files.move(part, target, StandardCopyOption.REPLACE_EXISTING);
+  }
+
+  /** Drops what is not whole. */
+  @Override
+  public void close() throws IOException {
+    Files.deleteIfExists(part);
+  }
+}
