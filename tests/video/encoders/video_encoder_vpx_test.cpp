@@ -7,7 +7,10 @@
 #include <set>
 
 #include "contract/DecodeFlags.h"
+#include "contract/StageIds.h"
 #include "EncoderUnderTest.h"
+#include "frames/geometry/FourCC.h"
+#include "frames/VideoFrameBuffer.h"
 #include "support/TestPicture.h"
 #include "video/decoders/VideoDecoderVPX.h"
 #include "video/encoders/VideoEncoderVPX.h"
