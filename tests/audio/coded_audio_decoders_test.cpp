@@ -9,7 +9,7 @@
 
 #include "log/LogCollector.h"
 #include "support/AudioDecoderRun.h"
-#include "support/CodedSound.h"
+#include "support/CodedAudio.h"
 
 namespace qvs::test {
 namespace {
@@ -49,7 +49,7 @@ struct Logged {
 
 class CodedAudio : public testing::TestWithParam<const char*> {
  protected:
-  AudioFile file = makeCodedSound(GetParam());
+  AudioFile file = makeCodedAudio(GetParam());
   AudioDecoderRun run{makeAudioDecoder(GetParam())};
   AudioDecoderRun clean{makeAudioDecoder(GetParam())};
 
@@ -73,14 +73,14 @@ class CodedAudio : public testing::TestWithParam<const char*> {
   }
 };
 
-TEST_P(CodedAudio, SoundIsThatOfTheInput) {
+TEST_P(CodedAudio, AudioIsThatOfTheInput) {
   run.feedAll(file);
-  const auto sound = makeSound(file.sampleRate, file.channels, file.sampleRate);
+  const auto audio = makeSamples(file.sampleRate, file.channels, file.sampleRate);
   // Lossy codecs delay by a lead-in: the best offset within it must fit well.
   double best = 0;
   for (size_t lead = 0; lead < 1000 * file.channels; lead += file.channels) {
     best =
-        std::max(best, snrDb(std::span(sound).first(sound.size() / 2), std::span(run.samples).subspan(lead)));
+        std::max(best, snrDb(std::span(audio).first(audio.size() / 2), std::span(run.samples).subspan(lead)));
   }
   EXPECT_GT(best, file.codec == "speex" ? 3 : 12);
   EXPECT_EQ(run.decoder().getFramesDecoded(), file.packets.size() - (file.codec == "vorbis" ? 1 : 0));
@@ -101,7 +101,7 @@ TEST_P(CodedAudio, TruncatedAndForeignPackets) {
   }
   expectStreamComesOutRight("after cut packets");
   for (const char* other : {"opus", "vorbis", "speex"}) {
-    for (const auto& packet : makeCodedSound(other).packets) run.feed(packet.bytes, 0);
+    for (const auto& packet : makeCodedAudio(other).packets) run.feed(packet.bytes, 0);
   }
   run.feed(std::vector<uint8_t>(70000), 0);
   EXPECT_LE(run.block().getLen(), 16u << 20);
@@ -196,10 +196,24 @@ TEST(AudioDecoderOpus, HeadsThatAreRefused) {
                   " channels:255",
                   "AudioDecoderOpus::decodeCodecConfig[{context}]: Invalid number of channels: channels:0",
                   "AudioDecoderOpus::decodeCodecConfig[{context}]: OpusHead is missing: len:19"));
+  // Family 255: two streams of one channel, channels exchanged, a table cut short; then one stream in place.
+  head = makeOpusHead(48000, 2);
+  head[18] = 255;
+  for (const std::vector<uint8_t>& table :
+       {std::vector<uint8_t>{2, 0, 0, 1}, {1, 1, 1, 0}, {1, 1, 0}, {1, 1, 0, 1}}) {
+    auto mapped = head;
+    mapped.insert(mapped.end(), table.begin(), table.end());
+    EXPECT_EQ(opus.configure(mapped), table == std::vector<uint8_t>({1, 1, 0, 1}) ? 0 : kFail);
+  }
+  EXPECT_THAT(opus.lines(), testing::SizeIs(3));
+}
+
+TEST(AudioDecoderOpus, AFirstFrameWithoutAHeadIsTold) {
+  Logged opus("opus");
   uint8_t packet[4] = {};
   EXPECT_EQ(opus.run.decoder().decodeFirstFrame(packet, 0, 4), 0u);
   EXPECT_TRUE(opus.run.decoder().isFirstFrameDecoded());
-  EXPECT_THAT(opus.lines(), ElementsAre(HasSubstr("No sound before a codec configuration")));
+  EXPECT_THAT(opus.lines(), ElementsAre(HasSubstr("No audio before a codec configuration")));
 }
 
 TEST(AudioDecoderOpus, EveryRateOfTheHeadPlays) {
@@ -354,7 +368,7 @@ TEST(AudioDecoderVorbis, ChannelsLeaveInTheOrderOfTheirMask) {
   for (const Layout& layout : layouts) {
     const auto channels = static_cast<uint32_t>(layout.coded.size());
     const AudioFile file = makeVorbis(16000, channels);
-    const auto input = makeSound(16000, channels, 16000);
+    const auto input = makeSamples(16000, channels, 16000);
     AudioDecoderRun run(makeAudioDecoder("vorbis"));
     ASSERT_TRUE(run.open(file)) << channels;
     run.feedAll(file);
@@ -428,7 +442,7 @@ TEST(AudioDecoderSpeex, HeadersTellTheMode) {
   EXPECT_EQ(speex.run.feed(makeSpeexHeader(0x80000000u, 0), 0), kFail);
 }
 
-TEST(AudioDecoderSpeex, ABlockBelowOneFrameGivesNoSound) {
+TEST(AudioDecoderSpeex, ABlockBelowOneFrameGivesNoAudio) {
   const AudioFile file = makeSpeex(4);
   AudioDecoderRun run(makeAudioDecoder("speex"));
   ASSERT_TRUE(run.open(file));

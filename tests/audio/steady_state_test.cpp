@@ -7,10 +7,10 @@
 #include "audio/AudioEncoderBufferStream.h"
 #include "audio/AudioEncoderOpus.h"
 #include "AudioBlocks.h"
-#include "SoundBlocks.h"
+#include "SampleBlocks.h"
 #include "support/AllocationCounter.h"
 #include "support/AudioDecoderRun.h"
-#include "support/CodedSound.h"
+#include "support/CodedAudio.h"
 
 namespace qvs::test {
 namespace {
@@ -27,7 +27,7 @@ uint64_t allocationsOf(Action action) {
 
 TEST(AudioSteadyState, DecodingAllocatesNothing) {
   for (const char* codec : {"opus", "speex", "vorbis", "pcm_alaw"}) {
-    AudioFile file = makeCodedSound(codec);
+    AudioFile file = makeCodedAudio(codec);
     file.codec = codec;
     if (file.codec == "pcm_alaw") file.config.clear();
     AudioDecoderRun run(makeAudioDecoder(codec));

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "../audio/SoundBlocks.h"
+#include "../audio/SampleBlocks.h"
 #include "support/FailingAllocator.h"
 
 namespace qvs::test {

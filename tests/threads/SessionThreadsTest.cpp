@@ -9,7 +9,7 @@
 #include "frames/AudioFrameEncoded.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoOverlayFrame.h"
-#include "support/CodedSound.h"
+#include "support/CodedAudio.h"
 #include "support/SessionDriver.h"
 #include "support/TestPicture.h"
 
@@ -163,8 +163,8 @@ TEST(SessionThreads, OverlaysAreReplacedWhilePicturesAreDrawn) {
 }
 
 /// Opus in, Opus at another rate and AAC out, packet after packet; the number of coded frames that came.
-uint32_t transcodeSound(TranscoderSession& session, const AudioFile& sound) {
-  std::vector<uint8_t> config = sound.config;
+uint32_t transcodeAudio(TranscoderSession& session, const AudioFile& audio) {
+  std::vector<uint8_t> config = audio.config;
   EXPECT_EQ(session.audioDecoderCreate(0, 12, 0), 0u);
   EXPECT_EQ(session.audioDecoderInitialize(), 0u);
   EXPECT_EQ(session.audioDecoderDecodeCodecConfig(config.data(), 0, static_cast<uint32_t>(config.size())),
@@ -188,7 +188,7 @@ uint32_t transcodeSound(TranscoderSession& session, const AudioFile& sound) {
   }
   uint32_t frameCount = 0;
   uint64_t timecode = 1000;
-  for (const AudioPacket& coded : sound.packets) {
+  for (const AudioPacket& coded : audio.packets) {
     std::vector<uint8_t> packet = coded.bytes;
     EXPECT_EQ(
         session.audioDecoderDecodeFrame(packet.data(), 0, static_cast<uint32_t>(packet.size()), timecode, 0),
@@ -210,14 +210,14 @@ uint32_t transcodeSound(TranscoderSession& session, const AudioFile& sound) {
 /// The audio road of a session runs beside its video road; a third thread fetches the log.
 TEST(SessionThreads, VideoAndAudioRoadsAndTheLogSideBySide) {
   const auto packets = stream();
-  const AudioFile sound = makeOpus(2);
+  const AudioFile audioFile = makeOpus(2);
   SessionDriver driver({.rungs = {{}}});
   auto& session = driver.session();
   const int64_t id = session.getSessionId();
   std::atomic<bool> done{false};
   std::thread audio([&] {
     // A second of sound: 43 frames of AAC, less those that the encoder holds, and 50 of Opus.
-    EXPECT_GT(transcodeSound(session, sound), 85u);
+    EXPECT_GT(transcodeAudio(session, audioFile), 85u);
     done = true;
   });
   std::thread log([&] {

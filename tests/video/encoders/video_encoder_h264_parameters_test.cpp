@@ -235,7 +235,7 @@ TEST(VideoEncoderH264Parameters, AreTakenAsDescribedInTheStream) {
   EXPECT_NEAR(shape.frameRate, 25, 0.001);
 }
 
-constexpr uint32_t kCodePoints = VideoEncoderH264::kKeyColourCodePoints;
+constexpr uint32_t kCodePoints = VideoEncoderH264::kKeyColorCodePoints;
 
 test::H264Shape shapeOfColours(H264EncoderUnderTest& t) {
   EXPECT_EQ(t.start(), 0u);

@@ -23,6 +23,7 @@ using test::psnr;
 using testing::ElementsAre;
 
 constexpr uint32_t kReorderingDelay = 10003;
+constexpr uint64_t kWallClockMs = 1764000000000;
 constexpr int kSlice = 1, kIdr = 5, kSps = 7, kPps = 8, kDelimiter = 9;
 
 /// Lowest PSNR of any plane against the test picture, cut to the picture's size.
@@ -168,7 +169,7 @@ TEST_P(VideoEncoderH264Reordering, KeepsTimesRight) {
 INSTANTIATE_TEST_SUITE_P(Streams, VideoEncoderH264Reordering,
                          testing::Values(ReorderCase{2, 0, 0}, ReorderCase{3, 0, 0}, ReorderCase{4, 1, 0},
                                          ReorderCase{3, 0, 100000}, ReorderCase{4, 1, 100000},
-                                         ReorderCase{3, 0, 30}));
+                                         ReorderCase{3, 0, 30}, ReorderCase{4, 1, kWallClockMs}));
 
 /// A picture that changes everywhere: its bits follow the rate alone.
 void paintNoise(VideoFrameBuffer& frame, uint32_t number) {
@@ -219,7 +220,8 @@ TEST(VideoEncoderH264, FollowsABitRateChangeWithinASecondWithoutAKeyFrame) {
 
 TEST(VideoEncoderH264, HoldsTheRateWhenFramesComeAtAnotherPaceThanTold) {
   constexpr uint32_t kBitrate = 1000000;
-  for (const double told : {1000.0, 60.0, 12.0, 25.0}) {
+  for (const auto& [told, start] :
+       {std::pair{1000.0, uint64_t{0}}, {60.0, kWallClockMs}, {12.0, 0}, {25.0, 0}}) {
     H264EncoderUnderTest t(320, 240, kBitrate);
     t.encoder.setFrameRate(told);
     ASSERT_EQ(t.start(), 0u);
@@ -227,7 +229,7 @@ TEST(VideoEncoderH264, HoldsTheRateWhenFramesComeAtAnotherPaceThanTold) {
     frame.allocBuffer(320, 240, kFourCCYV12);
     for (uint32_t number = 0; number < 200; ++number) {
       paintNoise(frame, number);
-      t.encoder.addFrame(frame, 0, number * 40);
+      t.encoder.addFrame(frame, 0, start + number * 40);
     }
     const std::vector<EncodedUnit> units = t.take();
     ASSERT_EQ(units.size(), 200u);

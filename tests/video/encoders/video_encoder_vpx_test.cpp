@@ -222,7 +222,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(PictureCase{8, 176, 144, kFourCCYV12}, PictureCase{8, 176, 144, kFourCCI420},
                     PictureCase{8, 175, 143, kFourCCYV12}, PictureCase{9, 176, 144, kFourCCYV12},
                     PictureCase{9, 175, 143, kFourCCI420}, PictureCase{8, 65, 48, kFourCCYV12},
-                    PictureCase{9, 64, 49, kFourCCYV12}));
+                    PictureCase{9, 64, 48, kFourCCIYUV}, PictureCase{9, 64, 49, kFourCCYV12}));
 
 TEST(VideoEncoderVPX, EncodesTheTiniestPictures) {
   for (const auto& [width, height] : {std::pair{1u, 1u}, {2u, 1u}, {1u, 2u}, {3u, 3u}}) {

@@ -1,5 +1,5 @@
 // Color description numbers, checked and derived from the size where none is given.
-#include "avc/AvcColour.h"
+#include "avc/AvcColor.h"
 
 #include <iterator>
 

@@ -13,16 +13,16 @@ namespace qvs::mc {
 
 /// One decoder of libavcodec: a coded frame in, a block of interleaved signed 16-bit samples out. One thread,
 /// no delay.
-class SoundCodec {
+class AudioCodec {
  public:
   enum class Result { kBlock, kSilent, kError };
 
   /// Null where libavcodec or its decoder isn't there.
-  static std::unique_ptr<SoundCodec> open(const char* codecName);
+  static std::unique_ptr<AudioCodec> open(const char* codecName);
 
-  ~SoundCodec();
-  SoundCodec(const SoundCodec&) = delete;
-  SoundCodec& operator=(const SoundCodec&) = delete;
+  ~AudioCodec();
+  AudioCodec(const AudioCodec&) = delete;
+  AudioCodec& operator=(const AudioCodec&) = delete;
 
   /// Where the next coded frame belongs.
   std::span<uint8_t> input() { return {memory.data(), kMaxFrameBytes}; }
@@ -42,7 +42,7 @@ class SoundCodec {
   void writeBlock(uint8_t* target) const;
 
  private:
-  explicit SoundCodec(const AvLibrary& library) : av(library) {}
+  explicit AudioCodec(const AvLibrary& library) : av(library) {}
   bool start(const char* codecName);
   bool openContext();
   void dropRest();

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "support/MpegSound.h"
+#include "support/MpegAudio.h"
 
 namespace qvs::test {
 namespace {
@@ -18,7 +18,7 @@ namespace {
   GTEST_SKIP() << "QVS_MEDIA names no folder with media: real AAC and MPEG audio are not " \
                   "checked"
 
-AudioFile readSound(const std::string& name) {
+AudioFile readAudio(const std::string& name) {
   AudioFile file = readAudioFile(mediaFolder() + name);
   removeAdtsHeaders(file);
   return file;
@@ -62,14 +62,14 @@ constexpr Stream kStreams[] = {
     {"clips/vp9/bear-640x360-vp9.mp4", 1024, 0, "edit list"},
 };
 
-class RealMpegSound : public testing::TestWithParam<Stream> {};
+class RealMpegAudio : public testing::TestWithParam<Stream> {};
 
-TEST_P(RealMpegSound, IsWhatFfmpegDecodes) {
+TEST_P(RealMpegAudio, IsWhatFfmpegDecodes) {
   NEED_MEDIA();
   const Stream& stream = GetParam();
-  const AudioFile file = readSound(stream.path);
+  const AudioFile file = readAudio(stream.path);
   ASSERT_FALSE(file.packets.empty());
-  MpegSoundRun run(file);
+  MpegAudioRun run(file);
   ASSERT_TRUE(run.opened);
   run.feedAll(file);
   for (const uint32_t result : run.results) ASSERT_EQ(result, 0u);
@@ -88,7 +88,7 @@ TEST_P(RealMpegSound, IsWhatFfmpegDecodes) {
   EXPECT_GE(snrDb(expected, played), 90) << stream.note;
 }
 
-INSTANTIATE_TEST_SUITE_P(Media, RealMpegSound, testing::ValuesIn(kStreams), [](const auto& info) {
+INSTANTIATE_TEST_SUITE_P(Media, RealMpegAudio, testing::ValuesIn(kStreams), [](const auto& info) {
   std::string name = info.param.path;
   for (char& c : name) c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
   return name;
@@ -111,7 +111,7 @@ TEST(MpegVectors, AreWithinTheStandardsAccuracy) {
   const double bound = 32768 * std::pow(2.0, -11) / std::sqrt(12.0);
   for (const char* name : {"l3-hecommon", "l3-si_block", "l2-fl13"}) {
     const std::string path = std::string("vectors/mpegaudio/") + name;
-    const auto decoded = decodeSound(readSound(path + ".bit"));
+    const auto decoded = decodeAudio(readAudio(path + ".bit"));
     const auto reference = readPcm(mediaFolder() + path + ".pcm");
     const size_t count = std::min(decoded.size(), reference.size());
     // The references of layer III lack the last frame.
@@ -129,8 +129,8 @@ TEST(MpegVectors, AreWithinTheStandardsAccuracy) {
 
 TEST(MpegVectors, ChannelsMayChangeWithEachFrame) {
   NEED_MEDIA();
-  const AudioFile file = readSound("vectors/mpegaudio/l3-he_mode.bit");
-  MpegSoundRun run(file);
+  const AudioFile file = readAudio("vectors/mpegaudio/l3-he_mode.bit");
+  MpegAudioRun run(file);
   std::vector<uint32_t> seen(3);
   for (const AudioPacket& packet : file.packets) {
     ASSERT_EQ(run.feed(packet.bytes, 0), 0u);
@@ -143,12 +143,12 @@ TEST(MpegVectors, ChannelsMayChangeWithEachFrame) {
   EXPECT_GT(seen[2], 20u);
 }
 
-TEST(RealMpegSoundClock, RunsOnWithoutAGap) {
+TEST(RealMpegAudioClock, RunsOnWithoutAGap) {
   NEED_MEDIA();
   for (const char* name : {"audio/aac/bear-640x360-aac_he-silent_right.mp4", "clips/h264/bear-1280x720.mp4",
                            "audio/mp3/sinesweepmp3lame.mp3", "clips/mpeg2/bear.m2ts"}) {
-    const AudioFile file = readSound(name);
-    MpegSoundRun run(file);
+    const AudioFile file = readAudio(name);
+    MpegAudioRun run(file);
     const double start = file.packets[0].timecodeMs;
     for (const AudioPacket& packet : file.packets) {
       run.feed(packet.bytes, static_cast<uint64_t>(std::llround(packet.timecodeMs - start)) + 1000);
@@ -160,12 +160,12 @@ TEST(RealMpegSoundClock, RunsOnWithoutAGap) {
   }
 }
 
-TEST(RealMpegSoundKeys, MonoBecomesTwoEqualChannels) {
+TEST(RealMpegAudioKeys, MonoBecomesTwoEqualChannels) {
   NEED_MEDIA();
   for (const char* name : {"audio/aac/loudsoftaac.aac", "audio/mp3/monotestmp3.mp3"}) {
-    const AudioFile file = readSound(name);
-    const auto mono = decodeSound(file);
-    MpegSoundRun run(file, 2);
+    const AudioFile file = readAudio(name);
+    const auto mono = decodeAudio(file);
+    MpegAudioRun run(file, 2);
     EXPECT_EQ(run.decoder().getChannels(), 2u);
     run.feedAll(file);
     EXPECT_EQ(run.block().getChannels(), 2u);
@@ -178,7 +178,7 @@ TEST(RealMpegSoundKeys, MonoBecomesTwoEqualChannels) {
 }
 
 // Whatever a file holds, a decoder of the right family gets through it, and what it can't decode it says.
-TEST(DamagedMpegSound, IsPassedOver) {
+TEST(DamagedMpegAudio, IsPassedOver) {
   NEED_MEDIA();
   struct Damaged {
     const char* path;
@@ -188,9 +188,9 @@ TEST(DamagedMpegSound, IsPassedOver) {
                                          {"broken/sample_cbs_truncated.adts", 100},
                                          {"broken/l3-nonstandard-compl-sideinfo-size.bit", 216},
                                          {"broken/l3-nonstandard-compl-sideinfo-blocktype.bit", 215}}) {
-    const AudioFile file = readSound(path);
+    const AudioFile file = readAudio(path);
     ASSERT_FALSE(file.packets.empty()) << path;
-    MpegSoundRun run(file);
+    MpegAudioRun run(file);
     run.feedAll(file);
     size_t good = 0, bad = 0;
     for (size_t i = 0; i < run.results.size(); ++i) {
@@ -206,12 +206,12 @@ TEST(DamagedMpegSound, IsPassedOver) {
   }
 }
 
-TEST(DamagedMpegSound, OfAnotherCodecIsRefused) {
+TEST(DamagedMpegAudio, OfAnotherCodecIsRefused) {
   NEED_MEDIA();
-  const AudioFile aac = readSound("audio/aac/loudsoftaac.aac"), mp3 = readSound("audio/mp3/monotestmp3.mp3");
+  const AudioFile aac = readAudio("audio/aac/loudsoftaac.aac"), mp3 = readAudio("audio/mp3/monotestmp3.mp3");
   const AudioFile* files[] = {&aac, &mp3};
   for (int i = 0; i < 2; ++i) {
-    MpegSoundRun run(*files[i]);
+    MpegAudioRun run(*files[i]);
     run.feedAll(*files[1 - i]);
     size_t blocks = 0;
     for (const uint32_t count : run.counts) blocks += count > 0;
@@ -219,7 +219,7 @@ TEST(DamagedMpegSound, OfAnotherCodecIsRefused) {
     // The family's own packets come out right again.
     run.samples.clear();
     run.feedAll(*files[i]);
-    const auto expected = decodeSound(*files[i]);
+    const auto expected = decodeAudio(*files[i]);
     ASSERT_GE(run.samples.size() + 2048, expected.size());
     const size_t tail = expected.size() / 2;
     EXPECT_GE(snrDb(std::span(expected).last(tail), std::span(run.samples).last(tail)), 60) << "case " << i;

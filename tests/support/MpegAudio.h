@@ -10,9 +10,9 @@
 
 namespace qvs::test {
 
-/// `makeSound` coded by libavcodec's `encoder` ("aac", "mp2", "libmp3lame"), a packet a frame. Channels 1 or
+/// `makeSamples` coded by libavcodec's `encoder` ("aac", "mp2", "libmp3lame"), a packet a frame. Channels 1 or
 /// 2; AAC also 6, 8, and 7, a layout that has no number of its own in the configuration.
-AudioFile makeMpegSound(const std::string& encoder, uint32_t sampleRate, uint32_t channels, uint32_t samples);
+AudioFile makeMpegAudio(const std::string& encoder, uint32_t sampleRate, uint32_t channels, uint32_t samples);
 
 /// Packets that carry ADTS headers lose them, and the file gets the configuration that they tell of. Other
 /// files stay as they are.
@@ -22,9 +22,9 @@ void removeAdtsHeaders(AudioFile& file);
 std::vector<uint8_t> joinPackets(const AudioFile& file);
 
 /// A decoder that is open for `file`, its log lines kept.
-class MpegSoundRun : public AudioDecoderRun {
+class MpegAudioRun : public AudioDecoderRun {
  public:
-  explicit MpegSoundRun(const AudioFile& file, int64_t scaleChannels = 0);
+  explicit MpegAudioRun(const AudioFile& file, int64_t scaleChannels = 0);
 
   /// Log lines since the last call, one a line.
   std::string log();
@@ -32,12 +32,12 @@ class MpegSoundRun : public AudioDecoderRun {
   bool opened = false;
 
  private:
-  explicit MpegSoundRun(const std::string& codec);
+  explicit MpegAudioRun(const std::string& codec);
 
   std::unique_ptr<LogCollector> collector = std::make_unique<LogCollector>();
 };
 
 /// Interleaved samples of all packets.
-std::vector<int16_t> decodeSound(const AudioFile& file);
+std::vector<int16_t> decodeAudio(const AudioFile& file);
 
 }  // namespace qvs::test

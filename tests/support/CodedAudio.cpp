@@ -1,4 +1,4 @@
-#include "support/CodedSound.h"
+#include "support/CodedAudio.h"
 
 #include <opus/opus.h>
 #include <speex/speex.h>
@@ -33,7 +33,7 @@ std::vector<uint8_t> joinHeaders(const ogg_packet (&headers)[3]) {
 
 }  // namespace
 
-std::vector<int16_t> makeSound(uint32_t sampleRate, uint32_t channels, uint32_t sampleCount) {
+std::vector<int16_t> makeSamples(uint32_t sampleRate, uint32_t channels, uint32_t sampleCount) {
   std::vector<int16_t> samples(size_t{sampleCount} * channels);
   for (uint32_t i = 0; i < sampleCount; ++i) {
     const double t = static_cast<double>(i) / sampleRate;
@@ -82,13 +82,13 @@ AudioFile makeOpus(uint32_t channels) {
                  .channels = channels,
                  .leadIn = 312,
                  .packets = {}};
-  const auto sound = makeSound(kRate, channels, kRate);
+  const auto audio = makeSamples(kRate, channels, kRate);
   int error = 0;
   OpusEncoder* encoder =
       opus_encoder_create(kRate, static_cast<int>(channels), OPUS_APPLICATION_AUDIO, &error);
   uint8_t bytes[4000];
   for (uint32_t at = 0; at + kFrame <= kRate; at += kFrame) {
-    const int len = opus_encode(encoder, &sound[size_t{at} * channels], kFrame, bytes, sizeof bytes);
+    const int len = opus_encode(encoder, &audio[size_t{at} * channels], kFrame, bytes, sizeof bytes);
     file.packets.push_back({{bytes, bytes + len}, at / 48.0});
   }
   opus_encoder_destroy(encoder);
@@ -103,14 +103,14 @@ AudioFile makeSpeex(uint32_t framesPerPacket) {
                  .channels = 1,
                  .leadIn = 0,
                  .packets = {}};
-  auto sound = makeSound(kRate, 1, kRate);
+  auto audio = makeSamples(kRate, 1, kRate);
   void* encoder = speex_encoder_init(speex_lib_get_mode(SPEEX_MODEID_WB));
   SpeexBits bits;
   speex_bits_init(&bits);
   for (uint32_t at = 0; at + kFrame * framesPerPacket <= kRate; at += kFrame * framesPerPacket) {
     speex_bits_reset(&bits);
     for (uint32_t frame = 0; frame < framesPerPacket; ++frame) {
-      speex_encode_int(encoder, &sound[at + frame * kFrame], &bits);
+      speex_encode_int(encoder, &audio[at + frame * kFrame], &bits);
     }
     speex_bits_insert_terminator(&bits);
     std::vector<uint8_t> bytes(2000);
@@ -141,9 +141,9 @@ AudioFile makeVorbis(uint32_t sampleRate, uint32_t channels) {
   ogg_packet headers[3];
   vorbis_analysis_headerout(&vd, &vc, &headers[0], &headers[1], &headers[2]);
   file.config = joinHeaders(headers);
-  const auto sound = makeSound(sampleRate, channels, sampleRate);
+  const auto audio = makeSamples(sampleRate, channels, sampleRate);
   float** rows = vorbis_analysis_buffer(&vd, static_cast<int>(sampleRate));
-  for (size_t i = 0; i < sound.size(); ++i) rows[i % channels][i / channels] = sound[i] / 32768.f;
+  for (size_t i = 0; i < audio.size(); ++i) rows[i % channels][i / channels] = audio[i] / 32768.f;
   vorbis_analysis_wrote(&vd, static_cast<int>(sampleRate));
   vorbis_analysis_wrote(&vd, 0);
   ogg_packet packet;
@@ -177,17 +177,17 @@ AudioFile makePcm(uint32_t sampleRate, uint32_t channels) {
                  .channels = channels,
                  .leadIn = 0,
                  .packets = {}};
-  const auto sound = makeSound(sampleRate, channels, sampleRate);
-  const auto* bytes = reinterpret_cast<const uint8_t*>(sound.data());
+  const auto audio = makeSamples(sampleRate, channels, sampleRate);
+  const auto* bytes = reinterpret_cast<const uint8_t*>(audio.data());
   const size_t size = size_t{sampleRate / 50} * channels * 2;
-  for (size_t at = 0; at + size <= sound.size() * 2; at += size) {
+  for (size_t at = 0; at + size <= audio.size() * 2; at += size) {
     file.packets.push_back(
         {{bytes + at, bytes + at + size}, 20.0 * static_cast<double>(file.packets.size())});
   }
   return file;
 }
 
-AudioFile makeCodedSound(const std::string& codec) {
+AudioFile makeCodedAudio(const std::string& codec) {
   if (codec == "pcm_s16le") return makePcm(48000, 2);
   if (codec == "opus") return makeOpus(2);
   if (codec == "vorbis") return makeVorbis(44100, 2);

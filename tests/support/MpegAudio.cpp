@@ -1,4 +1,4 @@
-#include "support/MpegSound.h"
+#include "support/MpegAudio.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -6,7 +6,7 @@ extern "C" {
 
 #include <stdexcept>
 
-#include "support/CodedSound.h"
+#include "support/CodedAudio.h"
 
 namespace qvs::test {
 
@@ -35,7 +35,7 @@ class Encoder {
   Encoder(const Encoder&) = delete;
   Encoder& operator=(const Encoder&) = delete;
 
-  void add(const std::vector<int16_t>& sound, int64_t from, AudioFile& file) {
+  void add(const std::vector<int16_t>& audio, int64_t from, AudioFile& file) {
     frame->format = context->sample_fmt;
     frame->nb_samples = context->frame_size;
     frame->sample_rate = context->sample_rate;
@@ -44,7 +44,7 @@ class Encoder {
     av_frame_get_buffer(frame, 0);
     const int channels = context->ch_layout.nb_channels;
     for (int i = 0; i < frame->nb_samples * channels; ++i) {
-      put(i / channels, i % channels, sound[static_cast<size_t>(from * channels + i)]);
+      put(i / channels, i % channels, audio[static_cast<size_t>(from * channels + i)]);
     }
     avcodec_send_frame(context, frame);
     av_frame_unref(frame);
@@ -74,7 +74,7 @@ class Encoder {
 
 }  // namespace
 
-AudioFile makeMpegSound(const std::string& name, uint32_t sampleRate, uint32_t channels, uint32_t samples) {
+AudioFile makeMpegAudio(const std::string& name, uint32_t sampleRate, uint32_t channels, uint32_t samples) {
   av_log_set_level(AV_LOG_QUIET);
   AudioFile file;
   file.codec = name == "libmp3lame" ? "mp3" : name;
@@ -82,8 +82,8 @@ AudioFile makeMpegSound(const std::string& name, uint32_t sampleRate, uint32_t c
   file.channels = channels;
   Encoder encoder(name, sampleRate, channels);
   const int64_t step = encoder.context->frame_size;
-  const auto sound = makeSound(sampleRate, channels, samples + static_cast<uint32_t>(step));
-  for (int64_t from = 0; from < samples; from += step) encoder.add(sound, from, file);
+  const auto audio = makeSamples(sampleRate, channels, samples + static_cast<uint32_t>(step));
+  for (int64_t from = 0; from < samples; from += step) encoder.add(audio, from, file);
   if (name == "aac") {
     file.config.assign(encoder.context->extradata,
                        encoder.context->extradata + encoder.context->extradata_size);
@@ -114,16 +114,16 @@ std::vector<uint8_t> joinPackets(const AudioFile& file) {
   return all;
 }
 
-MpegSoundRun::MpegSoundRun(const std::string& codec) : AudioDecoderRun(makeAudioDecoder(codec)) {
+MpegAudioRun::MpegAudioRun(const std::string& codec) : AudioDecoderRun(makeAudioDecoder(codec)) {
   decoder().setLogger(collector.get());
 }
 
-MpegSoundRun::MpegSoundRun(const AudioFile& file, int64_t scaleChannels) : MpegSoundRun(file.codec) {
+MpegAudioRun::MpegAudioRun(const AudioFile& file, int64_t scaleChannels) : MpegAudioRun(file.codec) {
   decoder().setParameterValue(0, scaleChannels);
   opened = open(file);
 }
 
-std::string MpegSoundRun::log() {
+std::string MpegAudioRun::log() {
   std::vector<LogStatement> statements;
   collector->getLogStatements(statements);
   std::string text;
@@ -131,8 +131,8 @@ std::string MpegSoundRun::log() {
   return text;
 }
 
-std::vector<int16_t> decodeSound(const AudioFile& file) {
-  MpegSoundRun run(file);
+std::vector<int16_t> decodeAudio(const AudioFile& file) {
+  MpegAudioRun run(file);
   run.feedAll(file);
   return run.samples;
 }

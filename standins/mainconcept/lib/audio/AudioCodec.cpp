@@ -1,5 +1,5 @@
 // One audio decoder of libavcodec.
-#include "audio/SoundCodec.h"
+#include "audio/AudioCodec.h"
 
 #include <algorithm>
 
@@ -7,14 +7,14 @@
 
 namespace qvs::mc {
 
-std::unique_ptr<SoundCodec> SoundCodec::open(const char* codecName) {
+std::unique_ptr<AudioCodec> AudioCodec::open(const char* codecName) {
   const AvLibrary* library = AvLibrary::codecs();
   if (library == nullptr) return nullptr;
-  std::unique_ptr<SoundCodec> codec(new SoundCodec(*library));
+  std::unique_ptr<AudioCodec> codec(new AudioCodec(*library));
   return codec->start(codecName) ? std::move(codec) : nullptr;
 }
 
-bool SoundCodec::start(const char* codecName) {
+bool AudioCodec::start(const char* codecName) {
   decoder = av.avcodec_find_decoder_by_name(codecName);
   packet = av.av_packet_alloc();
   block = av.av_frame_alloc();
@@ -27,7 +27,7 @@ bool SoundCodec::start(const char* codecName) {
   return packet->buf != nullptr && openContext();
 }
 
-bool SoundCodec::openContext() {
+bool AudioCodec::openContext() {
   constexpr int kSilent = 100;  // beyond all levels; from 256 on bits would mean a colour
   context = av.avcodec_alloc_context3(decoder);
   if (context == nullptr) return false;
@@ -36,19 +36,19 @@ bool SoundCodec::openContext() {
   return av.avcodec_open2(context, decoder, nullptr) >= 0;
 }
 
-void SoundCodec::restart() {
+void AudioCodec::restart() {
   av.avcodec_free_context(&context);
   if (!openContext()) av.avcodec_free_context(&context);
 }
 
-SoundCodec::~SoundCodec() {
+AudioCodec::~AudioCodec() {
   av.avcodec_free_context(&context);
   av.av_packet_free(&packet);
   av.av_frame_free(&block);
   av.av_frame_free(&rest);
 }
 
-SoundCodec::Result SoundCodec::decode(size_t size) {
+AudioCodec::Result AudioCodec::decode(size_t size) {
   if (context == nullptr) return Result::kError;
   std::fill_n(memory.begin() + static_cast<std::ptrdiff_t>(size), AV_INPUT_BUFFER_PADDING_SIZE, uint8_t{0});
   packet->size = static_cast<int>(size);
@@ -65,7 +65,7 @@ SoundCodec::Result SoundCodec::decode(size_t size) {
 
 // What a frame's own data leave over would be decoded as one more frame. Such bytes are refused at their
 // first look, before they can touch the decoder's state.
-void SoundCodec::dropRest() {
+void AudioCodec::dropRest() {
   constexpr int kMostFrames = 16;
   std::fill_n(memory.begin(), packet->size, uint8_t{0xFF});
   for (int count = 0; count < kMostFrames; ++count) {
@@ -73,7 +73,7 @@ void SoundCodec::dropRest() {
   }
 }
 
-void SoundCodec::writeBlock(uint8_t* target) const {
+void AudioCodec::writeBlock(uint8_t* target) const {
   const auto* const* planes = reinterpret_cast<const float* const*>(block->extended_data);
   writeSamples(planes, channels(), samples(), reinterpret_cast<int16_t*>(target));
 }
