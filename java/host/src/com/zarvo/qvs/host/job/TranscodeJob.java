@@ -72,7 +72,7 @@ public final class TranscodeJob {
         if (opened.audio() != null) result.audioSource = reader.audio();
         try {
           files.open(opened.audio(), feed);
-          pump(reader, feed, opened);
+          pump(reader, feed, opened, files);
           finish(opened, files);
         } finally {
           note(opened, feed);
@@ -146,7 +146,8 @@ public final class TranscodeJob {
             "overlay on=" + overlay.rendition() + ": there are only renditions 0 to " + (renditions - 1));
   }
 
-  private void pump(MediaReader reader, MediaFeed feed, TranscodeSession session) throws HostException, IOException {
+  private void pump(MediaReader reader, MediaFeed feed, TranscodeSession session, RenditionFiles files)
+      throws HostException, IOException {
     long startNs = System.nanoTime();
     Progress progress = progressOf.apply(result.source != null ? result.source.durationMs() : reader.audio().durationMs());
     long firstMs = Long.MIN_VALUE;
@@ -156,7 +157,10 @@ public final class TranscodeJob {
         if (packet.timecodeMs() - firstMs >= settings.maxMilliseconds()) break;
         if (interruption.requested() && !reader.isLive())
           throw new HostException(settings.input() + ": interrupted, its renditions were dropped");
-        if (packet.kind() == MediaKind.VIDEO) session.push(packet);
+        if (packet.kind() == MediaKind.VIDEO) {
+          files.note(packet);
+          session.push(packet);
+        }
         else session.audio().push(packet, feed.following(MediaKind.AUDIO));
         result.mediaMs = Math.max(result.mediaMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
         progress.update(result.mediaMs, session.frames());
