@@ -138,8 +138,7 @@ uint32_t AudioDecoderMP2::addFrame(AudioSampleBuffer& out, uint32_t position) {
 uint64_t AudioDecoderMP2::blockTimecode(uint64_t timecode, bool frameWasBegun) const {
   constexpr uint64_t kLongestFrameMs = 145;  ///< 1152 samples at 8000 Hz, and rounding
   if (lastTimecodeScaled == ~uint64_t{0}) return frameWasBegun ? lastTimecode : timecode;
-  const uint64_t next = lastTimecodeScaled + lastSampleCount;
-  const uint64_t nextMs = (next * 10000 + 5) / decodedSampleRate / 10;
+  const uint64_t nextMs = followingMs(decodedSampleRate);
   const bool isNear = timecode >= nextMs && timecode - nextMs <= kLongestFrameMs;
   return timecode == lastTimecode || (frameWasBegun && isNear) ? nextMs : timecode;
 }

@@ -141,7 +141,7 @@ uint32_t AudioEncoderAAC::addSampleBuffer(AudioSampleBuffer* buffer, std::vector
   std::unique_ptr<AudioSampleBuffer> block(buffer);
   return guarded("AudioEncoderAAC::addSampleBuffer", [&]() -> uint32_t {
     if (aenc == nullptr || !assembler.isOpen() || !bufferStream.hasLock()) return kFailure;
-    if (!block || takeStock(*block) == 0) return kSuccess;
+    if (!block || countSamples(*block) == 0) return kSuccess;
     if (!fits("AudioEncoderAAC.addSampleBuffer", *block, assembler.getChannels(),
               assembler.getSampleRate())) {
       return kFailure;

@@ -101,7 +101,7 @@ uint32_t AudioEncoderOpus::addSampleBuffer(AudioSampleBuffer* buffer, std::vecto
   std::unique_ptr<AudioSampleBuffer> block(buffer);
   return guarded("AudioEncoderOpus::addSampleBuffer", [&]() -> uint32_t {
     if (!encoder || !assembler.isOpen() || !bufferFrame) return kSuccess;
-    if (!block || takeStock(*block) == 0) return kSuccess;
+    if (!block || countSamples(*block) == 0) return kSuccess;
     if (!fits("AudioEncoderOpus.addSampleBuffer", *block, assembler.getChannels(),
               assembler.getSampleRate())) {
       return kFailure;

@@ -14,9 +14,9 @@ namespace qvs {
 /// Opus by libopus: an identification header as in Ogg, then bare packets of 20 ms, mono or stereo.
 ///
 /// A packet's timecode is that of its first sample of input. The codec looks ahead: what a decoder gives from
-/// a packet lies `lookahead` samples (6.5 ms) before the packet's own input, so that a packet's sound starts
+/// a packet lies `lookahead` samples (6.5 ms) before the packet's own input, so that a packet's audio starts
 /// at its timecode less the lookahead. A container that keeps a pre-skip (Ogg, WebM, MP4) takes it there, and
-/// the sound is in place; the header names it where key 190001 asks for that, else it says 0.
+/// the audio is in place; the header names it where key 190001 asks for that, else it says 0.
 ///
 /// Keys: 190000 (double) `gain`, dB, for the header; 190001 (long) `preSkip`: set to non-zero before
 /// `initialize`, the header carries the pre-skip; get gives its samples at 48 kHz, 0 until the encoder is

@@ -17,7 +17,7 @@ namespace qvs {
 /// body. Codes mono or stereo: of more channels the first two.
 ///
 /// A page's granule position counts samples from the first one encoded, and its timecode is the timecode of
-/// that position: the time at which the page's sound ends, and that of the page behind it begins.
+/// that position: the time at which the page's audio ends, and that of the page behind it begins.
 ///
 /// Key 190100 (long) `unmanaged`, before `initialize`: non-zero takes the bit rate for an estimate by which
 /// the library sets its quality, instead of managing it, in a third of the time.
@@ -45,6 +45,7 @@ class AudioEncoderVorbis : public AudioEncoderBase {
   int setUpEncoder();
   void logFailure(int code) const;
   bool addHeaders();
+  void hold(uint64_t timecode, uint32_t count);
   void write(const AudioSampleBuffer& buffer, uint32_t index, uint32_t count);
   void analyse();
   void account(int64_t granule);

@@ -3,12 +3,12 @@
 #include <cstdio>
 #include <new>
 
+#include "contract/ScaleIds.h"
 #include "frames/BlackPainter.h"
 #include "frames/geometry/ColorspaceInfo.h"
 #include "frames/geometry/UccFormat.h"
 #include "frames/OddChroma.h"
 #include "frames/VideoFrameBuffer.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "platform/Guard.h"
 
 namespace qvs {
@@ -21,6 +21,13 @@ PixelSize sizeOf(const frame_tt& frame) {
 }
 PixelRect wholeOf(const frame_tt& frame) {
   return {0, 0, frame.width, frame.height};
+}
+
+PixelSize displaySizeOf(const VideoFrameBuffer& source) {
+  const int32_t width = source.getDisplayWidth();
+  const int32_t height = source.getDisplayHeight();
+  if (width <= 0 || height <= 0) return sizeOf(source.getFrame());
+  return {static_cast<uint32_t>(width), static_cast<uint32_t>(height)};
 }
 
 uint32_t refuseGeometry() {
@@ -50,21 +57,17 @@ uint32_t VideoFrameBuffer::transferFrame(VideoFrameBuffer& source, bool force) {
 }
 
 uint32_t VideoFrameBuffer::transferFrame(VideoFrameBuffer& source, uint32_t /*mode*/, bool force) {
+  // By contract the allocation's label.
   return guarded("VideoFrameBuffer::allocBuffer", [&]() -> uint32_t {
     const uint32_t implementation = source.getScaleImplementation();
     if (implementation == kScaleU30) return kSuccess;
-    frameType = source.frameType;
-    timecode = source.timecode;
-    setTimecodeInfo(source.timecodeInfo.data(), source.timecodeInfoCount);
+    setFrameType(source.getFrameType());
+    setTimecode(source.getTimecode());
+    copyTimecodeInfo(source);
 
-    const bool hasDisplay = source.displayWidth > 0 && source.displayHeight > 0;
-    const PixelSize display = hasDisplay ? PixelSize{static_cast<uint32_t>(source.displayWidth),
-                                                     static_cast<uint32_t>(source.displayHeight)}
-                                         : sizeOf(source.frame);
-    const PlacementRequest request{fitMode, isCrop() ? getCrop() : nullptr,
-                                   isSrcRect() ? getSrcRect() : nullptr, isPadding() ? getPadding() : nullptr,
-                                   isDstRect() ? getDstRect() : nullptr};
-    const Placement placement = placeFrame(sizeOf(source.frame), display, sizeOf(frame), request);
+    const PixelSize display = displaySizeOf(source);
+    const Placement placement =
+        placeFrame(sizeOf(source.frame), display, sizeOf(frame), getPlacementRequest());
     const bool onCpu = implementation != kScaleCUDA && implementation != kScaleOpenCL;
     return onCpu ? placeOnCpu(source, placement, display, force)
                  : placeOnDevice(source, placement, display, force);
@@ -73,11 +76,14 @@ uint32_t VideoFrameBuffer::transferFrame(VideoFrameBuffer& source, uint32_t /*mo
 
 uint32_t VideoFrameBuffer::placeOnDevice(const VideoFrameBuffer& source, const Placement& placement,
                                          PixelSize display, bool force) {
-  const bool newBars = fitMode == kFitLetterbox && takeBarsDue(display, force);
+  const bool newBars = getFitMode() == kFitLetterbox && bars.takeDue(display, force);
   if (newBars || placement.clearsTarget) blackFill();
-  // Without device pictures there is nothing to scale; the target claims what the road would have made.
-  if (source.buffer && buffer && source.getScaleImplementation() == kScaleCUDA) locations = CUDA;
-  return kSuccess;
+  if (!source.buffer || !buffer || source.getScaleImplementation() != kScaleCUDA) return kSuccess;
+  // Without device pictures there is nothing to scale; the target claims what would have been made.
+  const bool there = device && source.device && device->hasStorage() && source.device->hasStorage();
+  const uint32_t status = there ? device->place(*source.device, placement) : kSuccess;
+  locations = CUDA;
+  return status;
 }
 
 uint32_t VideoFrameBuffer::placeOnCpu(VideoFrameBuffer& source, const Placement& placement, PixelSize display,
@@ -90,15 +96,15 @@ uint32_t VideoFrameBuffer::placeOnCpu(VideoFrameBuffer& source, const Placement&
   }
   if (placed && placement.hasTarget)
     to = clipRect(placement.target, sizeOf(frame), placementStep(frame.four_cc));
-  if (fitMode == kFitLetterbox && !letterboxArea(frame, placement, &to)) return refuseGeometry();
+  if (getFitMode() == kFitLetterbox && !letterboxArea(frame, placement, &to)) return refuseGeometry();
   if (!source.buffer || !buffer) return kSuccess;
   if (placed && (from.isEmpty() || to.isEmpty())) return kFailure;
 
   const BlackPainter painter(ucc_blackfill_s.get(), frame);
-  if (fitMode == kFitLetterbox) {
-    if (takeBarsDue(display, force)) painter.paintAround(to);
+  if (getFitMode() == kFitLetterbox) {
+    if (bars.takeDue(display, force)) painter.paintAround(to);
   } else {
-    forgetBars();
+    bars.forget();
     if (placed && placement.clearsTarget) painter.paintAround(to);
   }
   const uint32_t status = scaleFrom(source, from, to);
@@ -111,7 +117,7 @@ uint32_t VideoFrameBuffer::scaleFrom(const VideoFrameBuffer& source, const Pixel
   ucc_frame_t sourceView;
   ucc_frame_t targetView;
   if (uccViewOfRect(&sourceView, source.frame, from) == 0 || uccViewOfRect(&targetView, frame, to) == 0) {
-    return kRefused;
+    return refuseGeometry();
   }
   const ucc_config_t config{};
   const uint32_t status = UCC_Transform(ucc_s.get(), &targetView, &sourceView, &config);
@@ -121,16 +127,13 @@ uint32_t VideoFrameBuffer::scaleFrom(const VideoFrameBuffer& source, const Pixel
   return kSuccess;
 }
 
-bool VideoFrameBuffer::takeBarsDue(PixelSize display, bool force) {
-  const bool due = force || display != PixelSize{lastLetterboxSrcWidth, lastLetterboxSrcHeight};
-  lastLetterboxSrcWidth = display.width;
-  lastLetterboxSrcHeight = display.height;
-  return due;
-}
-
 uint32_t VideoFrameBuffer::blackFill() {
   return guarded("VideoFrameBuffer::blackFill", [&]() -> uint32_t {
-    if (getScaleImplementation() == kScaleCUDA || !buffer) return kSuccess;
+    if (getScaleImplementation() == kScaleCUDA) {
+      if (device && device->hasStorage()) device->fillBlack();
+      return kSuccess;
+    }
+    if (!buffer) return kSuccess;
     if (!ucc_blackfill_s) return kRefused;
     return BlackPainter(ucc_blackfill_s.get(), frame).paint(wholeOf(frame)) ? kSuccess : kRefused;
   });

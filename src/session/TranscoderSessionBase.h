@@ -9,6 +9,7 @@
 #include "frames/AudioSampleBufferSet.h"
 #include "frames/VideoFrameBufferSet.h"
 #include "frames/VideoFrameBufferSetWrapper.h"
+#include "log/FailureLog.h"
 #include "log/LogCollector.h"
 #include "session/AudioEncoderWrapper.h"
 #include "session/ITranscoderSession.h"
@@ -53,6 +54,9 @@ class TranscoderSessionBase : public ITranscoderSession {
   LogCollector& getLogCollector() { return logCollector; }
   ILogger* getLogger() { return &logCollector; }
 
+  /// kFailure, and a line in the session's log unless it has told the like a moment before.
+  uint32_t fail(const char* label, const Failure& failure);
+
  protected:
   TranscoderSessionBase() = default;
 
@@ -60,6 +64,7 @@ class TranscoderSessionBase : public ITranscoderSession {
   void finishVideoEncoders();
 
   LogCollector logCollector;  ///< first, so that it outlives all stages
+  FailureLog failures;
   std::unique_ptr<IVideoDecoder> videoDecoder;
   std::unique_ptr<IVideoScaler>
       videoScaler;  ///< only hardware that makes all renditions in one pass has an object

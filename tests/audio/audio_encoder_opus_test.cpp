@@ -23,21 +23,21 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 /// What a decoder makes of packets, without any pre-skip taken off.
-Sound decode(const std::vector<Unit>& units, uint32_t sampleRate, uint32_t channels) {
+AudioClip decode(const std::vector<Unit>& units, uint32_t sampleRate, uint32_t channels) {
   int err = 0;
   OpusDecoder* decoder =
       opus_decoder_create(static_cast<opus_int32>(sampleRate), static_cast<int>(channels), &err);
-  Sound sound{sampleRate, channels, {}};
+  AudioClip clip{sampleRate, channels, {}};
   std::vector<int16_t> block(size_t{5760} * channels);
   for (const Unit& unit : units) {
     const int count = opus_decode(decoder, unit.bytes.data(), static_cast<opus_int32>(unit.bytes.size()),
                                   block.data(), 5760, 0);
     EXPECT_GT(count, 0);
-    sound.samples.insert(sound.samples.end(), block.begin(),
-                         block.begin() + count * static_cast<int>(channels));
+    clip.samples.insert(clip.samples.end(), block.begin(),
+                        block.begin() + count * static_cast<int>(channels));
   }
   opus_decoder_destroy(decoder);
-  return sound;
+  return clip;
 }
 
 class OpusEncoderClass : public testing::Test {
@@ -94,11 +94,11 @@ TEST_F(OpusEncoderClass, KeysHaveTheirTypes) {
 
 TEST_F(OpusEncoderClass, TwoHalfBlocksMakeAPacketWithTheFirstOnesTimecode) {
   ASSERT_EQ(encoder->initialize(), 0u);
-  const Sound sound = makeSweep(48000, 2, 1440);
+  const AudioClip clip = makeSweep(48000, 2, 1440);
   std::vector<AudioFrameEncoded> frames;
-  encoder->addSampleBuffer(makeBlock(sound, 0, 480, 1000), frames);
+  encoder->addSampleBuffer(makeBlock(clip, 0, 480, 1000), frames);
   EXPECT_THAT(frames, IsEmpty());
-  encoder->addSampleBuffer(makeBlock(sound, 480, 480, 1480), frames);
+  encoder->addSampleBuffer(makeBlock(clip, 480, 480, 1480), frames);
   const auto units = takeUnits(frames);
   ASSERT_EQ(units.size(), 1u);
   EXPECT_EQ(units[0].timecode, 1000u);
@@ -106,18 +106,18 @@ TEST_F(OpusEncoderClass, TwoHalfBlocksMakeAPacketWithTheFirstOnesTimecode) {
   EXPECT_EQ(units[0].sampleRate, 48000u);
 }
 
-TEST_F(OpusEncoderClass, TheSameSoundInAnyBlocksIsCodedTheSame) {
+TEST_F(OpusEncoderClass, TheSameAudioInAnyBlocksIsCodedTheSame) {
   ASSERT_EQ(encoder->initialize(), 0u);
-  const Sound sound = makeSweep(48000, 2, 20 * 960);
-  const auto whole = encodeAll(*encoder, sound, {960});
+  const AudioClip clip = makeSweep(48000, 2, 20 * 960);
+  const auto whole = encodeAll(*encoder, clip, {960});
   ASSERT_EQ(whole.size(), 20u);
   for (const std::vector<size_t>& sizes : {std::vector<size_t>{7}, {1024}, {20 * 960}, {960, 1, 959}}) {
     ASSERT_EQ(encoder->initialize(), 0u);
-    EXPECT_EQ(encodeAll(*encoder, sound, sizes), whole);
+    EXPECT_EQ(encodeAll(*encoder, clip, sizes), whole);
   }
 }
 
-TEST_F(OpusEncoderClass, DecodedSoundIsLateByThePreSkipAndByNothingElse) {
+TEST_F(OpusEncoderClass, DecodedAudioIsLateByThePreSkipAndByNothingElse) {
   for (uint32_t rate : {8000u, 12000u, 16000u, 24000u, 48000u}) {
     SCOPED_TRACE(rate);
     setUp(rate, 1, 64000);
@@ -137,12 +137,12 @@ TEST_F(OpusEncoderClass, DecodedSoundIsLateByThePreSkipAndByNothingElse) {
   }
 }
 
-TEST_F(OpusEncoderClass, SoundSurvives) {
+TEST_F(OpusEncoderClass, AudioSurvives) {
   ASSERT_EQ(encoder->initialize(), 0u);
-  const Sound sound = makeSweep(48000, 2, 48000);
-  Sound decoded = decode(encodeAll(*encoder, sound, {1024}), 48000, 2);
+  const AudioClip clip = makeSweep(48000, 2, 48000);
+  AudioClip decoded = decode(encodeAll(*encoder, clip, {1024}), 48000, 2);
   decoded.samples.erase(decoded.samples.begin(), decoded.samples.begin() + 312 * 2);
-  EXPECT_GT(snrDb(sound, decoded, 4800, 40000), 15.0);
+  EXPECT_GT(snrDb(clip, decoded, 4800, 40000), 15.0);
 }
 
 TEST_F(OpusEncoderClass, WhatTheCodecRefusesHasALineAndDropsBlocks) {

@@ -118,4 +118,11 @@ CodedStream makeStream(uint32_t codecVersion, uint32_t width, uint32_t height, u
   return stream;
 }
 
+std::vector<Packet> makePackets(uint32_t codecVersion, uint32_t width, uint32_t height, uint32_t frames) {
+  std::vector<Packet> packets;
+  for (CodedPacket& packet : makeStream(codecVersion, width, height, frames).packets)
+    packets.push_back(std::move(packet.bytes));
+  return packets;
+}
+
 }  // namespace qvs::test

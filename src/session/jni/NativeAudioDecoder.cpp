@@ -37,8 +37,8 @@ QVS_NATIVE(audioDecoderApplyParameters)(JNIEnv*, jobject, jlong classPtr) {
 }
 
 QVS_NATIVE(audioDecoderSetCaptureDevice)(JNIEnv*, jobject, jlong classPtr, jlong deviceId) {
-  return forward(QVS_LABEL(audioDecoderSetCaptureDevice), classPtr,
-                 &TranscoderSession::audioDecoderSetCaptureDevice, deviceId);
+  return callSession(QVS_LABEL(audioDecoderSetCaptureDevice), classPtr,
+                     &TranscoderSession::audioDecoderSetCaptureDevice, deviceId);
 }
 
 QVS_NATIVE(audioDecoderSetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
@@ -56,28 +56,28 @@ QVS_NATIVE(audioDecoderGetParameterValues)(JNIEnv* env, jobject, jlong classPtr,
 }
 
 QVS_NATIVE(audioDecoderInitialize)(JNIEnv*, jobject, jlong classPtr) {
-  return forward(QVS_LABEL(audioDecoderInitialize), classPtr, &TranscoderSession::audioDecoderInitialize);
+  return callSession(QVS_LABEL(audioDecoderInitialize), classPtr, &TranscoderSession::audioDecoderInitialize);
 }
 
 QVS_NATIVE(audioDecoderIsFirstFrameDecoded)(JNIEnv*, jobject, jlong classPtr) {
-  return forward(QVS_LABEL(audioDecoderIsFirstFrameDecoded), classPtr,
-                 &TranscoderSession::audioDecoderIsFirstFrameDecoded);
+  return callSession(QVS_LABEL(audioDecoderIsFirstFrameDecoded), classPtr,
+                     &TranscoderSession::audioDecoderIsFirstFrameDecoded);
 }
 
 QVS_NATIVE(audioDecoderResetDecodedFrameState)(JNIEnv*, jobject, jlong classPtr) {
-  return forward(QVS_LABEL(audioDecoderResetDecodedFrameState), classPtr,
-                 &TranscoderSession::audioDecoderResetDecodedFrameState);
+  return callSession(QVS_LABEL(audioDecoderResetDecodedFrameState), classPtr,
+                     &TranscoderSession::audioDecoderResetDecodedFrameState);
 }
 
 QVS_NATIVE(audioDecoderBuffersCreate)(JNIEnv*, jobject, jlong classPtr, jlong count) {
-  return forward(QVS_LABEL(audioDecoderBuffersCreate), classPtr,
-                 &TranscoderSession::audioDecoderBuffersCreate, count);
+  return callSession(QVS_LABEL(audioDecoderBuffersCreate), classPtr,
+                     &TranscoderSession::audioDecoderBuffersCreate, count);
 }
 
 QVS_NATIVE(audioDecoderBuffersAllocate)
 (JNIEnv*, jobject, jlong classPtr, jlong sampleCount, jlong channels, jlong sampleRate) {
-  return forward(QVS_LABEL(audioDecoderBuffersAllocate), classPtr,
-                 &TranscoderSession::audioDecoderBuffersAllocate, sampleCount, channels, sampleRate);
+  return callSession(QVS_LABEL(audioDecoderBuffersAllocate), classPtr,
+                     &TranscoderSession::audioDecoderBuffersAllocate, sampleCount, channels, sampleRate);
 }
 
 QVS_NATIVE(audioDecoderGetSampleRate)(JNIEnv* env, jobject, jlong classPtr, jobject sampleRateObj) {
@@ -146,8 +146,8 @@ QVS_NATIVE(audioDecoderDecodeFrame)
 }
 
 QVS_NATIVE(audioDecoderResampleFrame)(JNIEnv*, jobject, jlong classPtr, jlong timecode, jlong indexBuffer) {
-  return forward(QVS_LABEL(audioDecoderResampleFrame), classPtr,
-                 &TranscoderSession::audioDecoderResampleFrame, timecode, indexBuffer);
+  return callSession(QVS_LABEL(audioDecoderResampleFrame), classPtr,
+                     &TranscoderSession::audioDecoderResampleFrame, timecode, indexBuffer);
 }
 
 QVS_NATIVE(audioDecoderGetAudioFrame)

@@ -33,23 +33,23 @@ QVS_NATIVE(audioEncoderAdd)
 
 QVS_NATIVE(audioEncoderSetSampleRate)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong sampleRate) {
-  return forward(QVS_LABEL(audioEncoderSetSampleRate), classPtr,
-                 &TranscoderSession::audioEncoderSetSampleRate, indexEncoder, sampleRate);
+  return callSession(QVS_LABEL(audioEncoderSetSampleRate), classPtr,
+                     &TranscoderSession::audioEncoderSetSampleRate, indexEncoder, sampleRate);
 }
 
 QVS_NATIVE(audioEncoderSetChannels)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong channels) {
-  return forward(QVS_LABEL(audioEncoderSetChannels), classPtr, &TranscoderSession::audioEncoderSetChannels,
-                 indexEncoder, channels);
+  return callSession(QVS_LABEL(audioEncoderSetChannels), classPtr,
+                     &TranscoderSession::audioEncoderSetChannels, indexEncoder, channels);
 }
 
 QVS_NATIVE(audioEncoderSetQuality)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jdouble quality) {
-  return forward(QVS_LABEL(audioEncoderSetQuality), classPtr, &TranscoderSession::audioEncoderSetQuality,
-                 indexEncoder, quality);
+  return callSession(QVS_LABEL(audioEncoderSetQuality), classPtr, &TranscoderSession::audioEncoderSetQuality,
+                     indexEncoder, quality);
 }
 
 QVS_NATIVE(audioEncoderSetBitrate)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong bitrate) {
-  return forward(QVS_LABEL(audioEncoderSetBitrate), classPtr, &TranscoderSession::audioEncoderSetBitrate,
-                 indexEncoder, bitrate);
+  return callSession(QVS_LABEL(audioEncoderSetBitrate), classPtr, &TranscoderSession::audioEncoderSetBitrate,
+                     indexEncoder, bitrate);
 }
 
 QVS_NATIVE(audioEncoderApplyParameters)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder) {
@@ -79,8 +79,8 @@ QVS_NATIVE(audioEncoderGetParameterValues)
 }
 
 QVS_NATIVE(audioEncoderInitialize)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder) {
-  return forward(QVS_LABEL(audioEncoderInitialize), classPtr, &TranscoderSession::audioEncoderInitialize,
-                 indexEncoder);
+  return callSession(QVS_LABEL(audioEncoderInitialize), classPtr, &TranscoderSession::audioEncoderInitialize,
+                     indexEncoder);
 }
 
 QVS_NATIVE(audioEncoderGetHeaders)
@@ -119,14 +119,14 @@ QVS_NATIVE(audioEncoderAddAudioResampler)
 
 QVS_NATIVE(audioEncoderEncodeBufferStart)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
-  return forward(QVS_LABEL(audioEncoderEncodeBufferStart), classPtr,
-                 &TranscoderSession::audioEncoderEncodeBufferStart, indexEncoder, indexBuffer);
+  return callSession(QVS_LABEL(audioEncoderEncodeBufferStart), classPtr,
+                     &TranscoderSession::audioEncoderEncodeBufferStart, indexEncoder, indexBuffer);
 }
 
 QVS_NATIVE(audioEncoderEncodeBufferDone)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
-  return forward(QVS_LABEL(audioEncoderEncodeBufferDone), classPtr,
-                 &TranscoderSession::audioEncoderEncodeBufferDone, indexEncoder, indexBuffer);
+  return callSession(QVS_LABEL(audioEncoderEncodeBufferDone), classPtr,
+                     &TranscoderSession::audioEncoderEncodeBufferDone, indexEncoder, indexBuffer);
 }
 
 QVS_NATIVE(audioEncoderGetAudioFrame)
@@ -147,6 +147,6 @@ QVS_NATIVE(audioEncoderUpdateAudioFrame)
 
 QVS_NATIVE(audioEncoderResampleFrame)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
-  return forward(QVS_LABEL(audioEncoderResampleFrame), classPtr,
-                 &TranscoderSession::audioEncoderResampleFrame, indexEncoder, indexBuffer);
+  return callSession(QVS_LABEL(audioEncoderResampleFrame), classPtr,
+                     &TranscoderSession::audioEncoderResampleFrame, indexEncoder, indexBuffer);
 }

@@ -26,8 +26,8 @@ QVS_NATIVE(videoDecoderCreate)
 }
 
 QVS_NATIVE(videoDecoderBuffersCreate)(JNIEnv*, jobject, jlong classPtr, jlong count) {
-  return forward(QVS_LABEL(videoDecoderBuffersCreate), classPtr,
-                 &TranscoderSession::videoDecoderBuffersCreate, count);
+  return callSession(QVS_LABEL(videoDecoderBuffersCreate), classPtr,
+                     &TranscoderSession::videoDecoderBuffersCreate, count);
 }
 
 QVS_NATIVE(videoDecoderBufferAllocate)(JNIEnv*, jobject, jlong classPtr) {
@@ -39,13 +39,13 @@ QVS_NATIVE(videoDecoderBufferAllocate)(JNIEnv*, jobject, jlong classPtr) {
 }
 
 QVS_NATIVE(videoDecoderBufferAcquire)(JNIEnv*, jobject, jlong classPtr, jlong decoderBufferIndex) {
-  return forward(QVS_LABEL(videoDecoderBufferAcquire), classPtr,
-                 &TranscoderSession::videoDecoderBufferAcquire, decoderBufferIndex);
+  return callSession(QVS_LABEL(videoDecoderBufferAcquire), classPtr,
+                     &TranscoderSession::videoDecoderBufferAcquire, decoderBufferIndex);
 }
 
 QVS_NATIVE(videoDecoderBufferRelease)(JNIEnv*, jobject, jlong classPtr, jlong decoderBufferIndex) {
-  return forward(QVS_LABEL(videoDecoderBufferRelease), classPtr,
-                 &TranscoderSession::videoDecoderBufferRelease, decoderBufferIndex);
+  return callSession(QVS_LABEL(videoDecoderBufferRelease), classPtr,
+                     &TranscoderSession::videoDecoderBufferRelease, decoderBufferIndex);
 }
 
 QVS_NATIVE(videoDecoderBufferGetVideoFrame)
@@ -71,12 +71,13 @@ QVS_NATIVE(videoDecoderBufferSetOverlayVideoFrame)
 }
 
 QVS_NATIVE(videoDecoderSetGPUID)(JNIEnv*, jobject, jlong classPtr, jlong gpuid) {
-  return forward(QVS_LABEL(videoDecoderSetGPUID), classPtr, &TranscoderSession::videoDecoderSetGPUID, gpuid);
+  return callSession(QVS_LABEL(videoDecoderSetGPUID), classPtr, &TranscoderSession::videoDecoderSetGPUID,
+                     gpuid);
 }
 
 QVS_NATIVE(videoDecoderSetCaptureDevice)(JNIEnv*, jobject, jlong classPtr, jlong deviceId) {
-  return forward(QVS_LABEL(videoDecoderSetCaptureDevice), classPtr,
-                 &TranscoderSession::videoDecoderSetCaptureDevice, deviceId);
+  return callSession(QVS_LABEL(videoDecoderSetCaptureDevice), classPtr,
+                     &TranscoderSession::videoDecoderSetCaptureDevice, deviceId);
 }
 
 QVS_NATIVE(videoDecoderGetCaptureInfo)
@@ -92,8 +93,8 @@ QVS_NATIVE(videoDecoderGetCaptureInfo)
 }
 
 QVS_NATIVE(videoDecoderApplyParameters)(JNIEnv*, jobject, jlong classPtr) {
-  return forward(QVS_LABEL(videoDecoderApplyParameters), classPtr,
-                 &TranscoderSession::videoDecoderApplyParameters);
+  return callSession(QVS_LABEL(videoDecoderApplyParameters), classPtr,
+                     &TranscoderSession::videoDecoderApplyParameters);
 }
 
 QVS_NATIVE(videoDecoderSetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
@@ -111,13 +112,13 @@ QVS_NATIVE(videoDecoderGetParameterValues)(JNIEnv* env, jobject, jlong classPtr,
 }
 
 QVS_NATIVE(videoDecoderInitialize)(JNIEnv*, jobject, jlong classPtr) {
-  return forward(QVS_LABEL(videoDecoderInitialize), classPtr, &TranscoderSession::videoDecoderInitialize);
+  return callSession(QVS_LABEL(videoDecoderInitialize), classPtr, &TranscoderSession::videoDecoderInitialize);
 }
 
 QVS_NATIVE(videoDecoderSetFrameSizeLimits)
 (JNIEnv*, jobject, jlong classPtr, jlong decoderFrameSizeWidthMax, jlong decoderFrameSizeHeightMax,
  jlong decoderFrameSizeWidthMin, jlong decoderFrameSizeHeightMin) {
-  return forward(QVS_LABEL(videoDecoderSetFrameSizeLimits), classPtr,
-                 &TranscoderSession::videoDecoderSetFrameSizeLimits, decoderFrameSizeWidthMax,
-                 decoderFrameSizeHeightMax, decoderFrameSizeWidthMin, decoderFrameSizeHeightMin);
+  return callSession(QVS_LABEL(videoDecoderSetFrameSizeLimits), classPtr,
+                     &TranscoderSession::videoDecoderSetFrameSizeLimits, decoderFrameSizeWidthMax,
+                     decoderFrameSizeHeightMax, decoderFrameSizeWidthMin, decoderFrameSizeHeightMin);
 }

@@ -65,9 +65,9 @@ QVS_NATIVE(videoDecoderGetFrame)
 
 QVS_NATIVE(videoDecoderTransferFrameSingle)
 (JNIEnv*, jobject, jlong classPtr, jlong decoderFrameIndex, jlong encoderFrameIndex, jlong encoderIndex) {
-  return forward(QVS_LABEL(videoDecoderTransferFrameSingle), classPtr,
-                 &TranscoderSession::videoDecoderTransferFrame, decoderFrameIndex, encoderFrameIndex,
-                 encoderIndex);
+  return callSession(QVS_LABEL(videoDecoderTransferFrameSingle), classPtr,
+                     &TranscoderSession::videoDecoderTransferFrame, decoderFrameIndex, encoderFrameIndex,
+                     encoderIndex);
 }
 
 QVS_NATIVE(videoDecoderTransferFrameStart)

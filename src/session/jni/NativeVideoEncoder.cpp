@@ -32,52 +32,52 @@ QVS_NATIVE(videoEncoderAdd)
 
 QVS_NATIVE(videoEncoderSetDefaults)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong video_type, jlong PAL) {
-  return forward(QVS_LABEL(videoEncoderSetDefaults), classPtr, &TranscoderSession::videoEncoderSetDefaults,
-                 indexEncoder, video_type, PAL);
+  return callSession(QVS_LABEL(videoEncoderSetDefaults), classPtr,
+                     &TranscoderSession::videoEncoderSetDefaults, indexEncoder, video_type, PAL);
 }
 
 QVS_NATIVE(videoEncoderUpdateBitrate)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong bitrate) {
-  return forward(QVS_LABEL(videoEncoderUpdateBitrate), classPtr,
-                 &TranscoderSession::videoEncoderUpdateBitrate, indexEncoder, bitrate);
+  return callSession(QVS_LABEL(videoEncoderUpdateBitrate), classPtr,
+                     &TranscoderSession::videoEncoderUpdateBitrate, indexEncoder, bitrate);
 }
 
 QVS_NATIVE(videoEncoderSetBitrate)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong bitrate) {
-  return forward(QVS_LABEL(videoEncoderSetBitrate), classPtr, &TranscoderSession::videoEncoderSetBitrate,
-                 indexEncoder, bitrate);
+  return callSession(QVS_LABEL(videoEncoderSetBitrate), classPtr, &TranscoderSession::videoEncoderSetBitrate,
+                     indexEncoder, bitrate);
 }
 
 QVS_NATIVE(videoEncoderSetFrameIndex)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong frameIndex) {
-  return forward(QVS_LABEL(videoEncoderSetFrameIndex), classPtr,
-                 &TranscoderSession::videoEncoderSetFrameIndex, indexEncoder, frameIndex);
+  return callSession(QVS_LABEL(videoEncoderSetFrameIndex), classPtr,
+                     &TranscoderSession::videoEncoderSetFrameIndex, indexEncoder, frameIndex);
 }
 
 QVS_NATIVE(videoEncoderSetKeyFrameFollow)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong keyFrameFollow) {
-  return forward(QVS_LABEL(videoEncoderSetKeyFrameFollow), classPtr,
-                 &TranscoderSession::videoEncoderSetKeyFrameFollow, indexEncoder, keyFrameFollow);
+  return callSession(QVS_LABEL(videoEncoderSetKeyFrameFollow), classPtr,
+                     &TranscoderSession::videoEncoderSetKeyFrameFollow, indexEncoder, keyFrameFollow);
 }
 
 QVS_NATIVE(videoEncoderSetGPUID)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong gpuid) {
-  return forward(QVS_LABEL(videoEncoderSetGPUID), classPtr, &TranscoderSession::videoEncoderSetGPUID,
-                 indexEncoder, gpuid);
+  return callSession(QVS_LABEL(videoEncoderSetGPUID), classPtr, &TranscoderSession::videoEncoderSetGPUID,
+                     indexEncoder, gpuid);
 }
 
 QVS_NATIVE(videoEncoderSetFrameSize)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong width, jlong height) {
-  return forward(QVS_LABEL(videoEncoderSetFrameSize), classPtr, &TranscoderSession::videoEncoderSetFrameSize,
-                 indexEncoder, width, height);
+  return callSession(QVS_LABEL(videoEncoderSetFrameSize), classPtr,
+                     &TranscoderSession::videoEncoderSetFrameSize, indexEncoder, width, height);
 }
 
 QVS_NATIVE(videoEncoderSetFrameRate)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jdouble frameRate) {
-  return forward(QVS_LABEL(videoEncoderSetFrameRate), classPtr, &TranscoderSession::videoEncoderSetFrameRate,
-                 indexEncoder, frameRate);
+  return callSession(QVS_LABEL(videoEncoderSetFrameRate), classPtr,
+                     &TranscoderSession::videoEncoderSetFrameRate, indexEncoder, frameRate);
 }
 
 QVS_NATIVE(videoEncoderApplyParameters)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder) {
-  return forward(QVS_LABEL(videoEncoderApplyParameters), classPtr,
-                 &TranscoderSession::videoEncoderApplyParameters, indexEncoder);
+  return callSession(QVS_LABEL(videoEncoderApplyParameters), classPtr,
+                     &TranscoderSession::videoEncoderApplyParameters, indexEncoder);
 }
 
 QVS_NATIVE(videoEncoderSetParameterValues)
@@ -99,8 +99,8 @@ QVS_NATIVE(videoEncoderGetParameterValues)
 }
 
 QVS_NATIVE(videoEncoderInitialize)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder) {
-  return forward(QVS_LABEL(videoEncoderInitialize), classPtr, &TranscoderSession::videoEncoderInitialize,
-                 indexEncoder);
+  return callSession(QVS_LABEL(videoEncoderInitialize), classPtr, &TranscoderSession::videoEncoderInitialize,
+                     indexEncoder);
 }
 
 QVS_NATIVE(videoEncoderPreprocessFrame)(JNIEnv*, jobject, jlong, jlong, jlong, jlong) {
@@ -114,15 +114,15 @@ QVS_NATIVE(videoEncoderPreprocessFrame)(JNIEnv*, jobject, jlong, jlong, jlong, j
 QVS_NATIVE(videoEncoderAddFrame)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong setIndex, jlong indexBuffer, jlong frameType,
  jlong timecode) {
-  return forward(QVS_LABEL(videoEncoderAddFrame), classPtr, &TranscoderSession::videoEncoderAddFrame,
-                 indexEncoder, setIndex, indexBuffer, frameType, timecode);
+  return callSession(QVS_LABEL(videoEncoderAddFrame), classPtr, &TranscoderSession::videoEncoderAddFrame,
+                     indexEncoder, setIndex, indexBuffer, frameType, timecode);
 }
 
 QVS_NATIVE(videoEncoderSkipFrame)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong setIndex, jlong indexBuffer, jlong frameType,
  jlong timecode) {
-  return forward(QVS_LABEL(videoEncoderSkipFrame), classPtr, &TranscoderSession::videoEncoderSkipFrame,
-                 indexEncoder, setIndex, indexBuffer, frameType, timecode);
+  return callSession(QVS_LABEL(videoEncoderSkipFrame), classPtr, &TranscoderSession::videoEncoderSkipFrame,
+                     indexEncoder, setIndex, indexBuffer, frameType, timecode);
 }
 
 QVS_NATIVE(videoEncoderGetEncodedFrames)

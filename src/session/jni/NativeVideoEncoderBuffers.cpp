@@ -32,8 +32,8 @@ jlong setRectangle(JNIEnv* env, const char* label, jlong classPtr, jlong setInde
 using namespace qvs;
 
 QVS_NATIVE(videoEncoderBufferSetsCreate)(JNIEnv*, jobject, jlong classPtr, jlong setCount) {
-  return forward(QVS_LABEL(videoEncoderBufferSetsCreate), classPtr,
-                 &TranscoderSession::videoEncoderBufferSetsCreate, setCount);
+  return callSession(QVS_LABEL(videoEncoderBufferSetsCreate), classPtr,
+                     &TranscoderSession::videoEncoderBufferSetsCreate, setCount);
 }
 
 QVS_NATIVE(videoEncoderBufferSetAlloc)(JNIEnv* env, jobject, jlong classPtr, jobject indexBuffer) {
@@ -51,8 +51,8 @@ QVS_NATIVE(videoEncoderBufferAdd)
 (JNIEnv*, jobject, jlong classPtr, jlong width, jlong height, jlong fitMode, jlong fourcc, jlong scaleMode,
  jlong indexBuffer) {
   if (classPtr == 0) return 0;
-  return forward(QVS_LABEL(videoEncoderBufferAdd), classPtr, &TranscoderSession::videoEncoderBufferAdd, width,
-                 height, fitMode, fourcc, scaleMode, indexBuffer);
+  return callSession(QVS_LABEL(videoEncoderBufferAdd), classPtr, &TranscoderSession::videoEncoderBufferAdd,
+                     width, height, fitMode, fourcc, scaleMode, indexBuffer);
 }
 
 QVS_NATIVE(videoEncoderBufferAllocate)(JNIEnv*, jobject, jlong classPtr, jlong encoderBufferSetIndex) {
@@ -67,14 +67,16 @@ QVS_NATIVE(videoEncoderBufferAllocate)(JNIEnv*, jobject, jlong classPtr, jlong e
 
 QVS_NATIVE(videoEncoderBufferAcquire)
 (JNIEnv*, jobject, jlong classPtr, jlong encoderBufferSetIndex, jlong encoderBufferIndex) {
-  return forward(QVS_LABEL(videoEncoderBufferAcquire), classPtr,
-                 &TranscoderSession::videoEncoderBufferAcquire, encoderBufferSetIndex, encoderBufferIndex);
+  return callSession(QVS_LABEL(videoEncoderBufferAcquire), classPtr,
+                     &TranscoderSession::videoEncoderBufferAcquire, encoderBufferSetIndex,
+                     encoderBufferIndex);
 }
 
 QVS_NATIVE(videoEncoderBufferRelease)
 (JNIEnv*, jobject, jlong classPtr, jlong encoderBufferSetIndex, jlong encoderBufferIndex) {
-  return forward(QVS_LABEL(videoEncoderBufferRelease), classPtr,
-                 &TranscoderSession::videoEncoderBufferRelease, encoderBufferSetIndex, encoderBufferIndex);
+  return callSession(QVS_LABEL(videoEncoderBufferRelease), classPtr,
+                     &TranscoderSession::videoEncoderBufferRelease, encoderBufferSetIndex,
+                     encoderBufferIndex);
 }
 
 QVS_NATIVE(videoEncoderBufferGetVideoFrame)

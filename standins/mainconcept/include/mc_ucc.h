@@ -99,9 +99,18 @@ struct ucc_overlay_config_t {
   uint64_t content_id;
 };
 
+/// How the source comes into the target: mirrored from left to right, then turned clockwise by the sum of the
+/// turns. The target's width and height are those of the turned picture.
+enum ucc_orientation_e {
+  UCC_ORIENTATION_TURN_90 = 1,
+  UCC_ORIENTATION_TURN_180 = 2,
+  UCC_ORIENTATION_MIRROR = 4,
+};
+
 struct ucc_config_t {
-  ucc_overlay_config_t* overlay;  ///< null: none
-  uint32_t reserved[30];
+  ucc_overlay_config_t* overlay;  ///< null: none; over the turned picture
+  uint32_t orientation;           ///< bits of ucc_orientation_e; 0: as it lies
+  uint32_t reserved[29];
 };
 
 /// A new instance, or null when memory fails. `flags` must be 0.
@@ -109,8 +118,9 @@ void* UCC_Create(uint32_t flags);
 
 void UCC_Destroy(void* instance);  ///< null is allowed
 
-/// Converts and scales `source` into `target`. 0 on success; 1 for a null argument, an unknown format, a size
-/// out of range, a stride that doesn't hold a row; 2 when memory fails. The target is untouched after 1.
+/// Converts, scales and turns `source` into `target`. 0 on success; 1 for a null argument, an unknown format
+/// or orientation, a size out of range, a stride that doesn't hold a row; 2 when memory fails. The target is
+/// untouched after 1.
 uint32_t UCC_Transform(void* instance, ucc_frame_t* target, const ucc_frame_t* source,
                        const ucc_config_t* config);
 

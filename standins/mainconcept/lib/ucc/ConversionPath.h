@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "ucc/Color.h"
+#include "ucc/kernels/Orientation.h"
 
 namespace qvs::ucc {
 
@@ -16,9 +17,13 @@ struct Task {
   uint32_t sourceHeight;
   Color targetColor;
   Color sourceColor;
+  Orientation orientation;  ///< of the source in the target
 
   bool operator==(const Task&) const = default;
-  bool sameSize() const { return targetWidth == sourceWidth && targetHeight == sourceHeight; }
+  /// No sample moves: equal sizes, and nothing turned.
+  bool sameSize() const {
+    return targetWidth == sourceWidth && targetHeight == sourceHeight && orientation.upright();
+  }
   bool fromYuv() const { return source->form.family == Family::kYuv; }
   const Color& yuvColor() const { return fromYuv() ? sourceColor : targetColor; }
   bool sameColor() const { return target->form.family == source->form.family && targetColor == sourceColor; }

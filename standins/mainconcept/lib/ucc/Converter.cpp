@@ -12,6 +12,13 @@ namespace {
 constexpr uint32_t kMaxSize = 16384;
 // The one type of overlay that callers use.
 constexpr uint32_t kBlendByOwnAlpha = 2;
+constexpr uint32_t kKnownOrientations =
+    UCC_ORIENTATION_TURN_90 | UCC_ORIENTATION_TURN_180 | UCC_ORIENTATION_MIRROR;
+
+Orientation orientationOf(uint32_t bits) {
+  return makeOrientation((bits & UCC_ORIENTATION_MIRROR) != 0, (bits & UCC_ORIENTATION_TURN_90) != 0,
+                         (bits & UCC_ORIENTATION_TURN_180) != 0);
+}
 
 bool sizeInRange(uint32_t width, uint32_t height) {
   return width >= 1 && width <= kMaxSize && height >= 1 && height <= kMaxSize;
@@ -36,7 +43,7 @@ bool overlayIsSound(const ucc_overlay_config_t& overlay, const PixelFormat*& for
 
 }  // namespace
 
-Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source,
+Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source, uint32_t orientation,
                             const ucc_overlay_config_t* overlay) {
   const PixelFormat* targetFormat = findPixelFormat(target.pixel_format);
   const PixelFormat* sourceFormat = findPixelFormat(source.pixel_format);
@@ -44,11 +51,14 @@ Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source
   if (!frameIsSound(targetFormat, target) || !frameIsSound(sourceFormat, source)) return Status::kBadArgument;
   if (overlay && !overlayIsSound(*overlay, overlayFormat)) return Status::kBadArgument;
 
+  if ((orientation & ~kKnownOrientations) != 0) return Status::kBadArgument;
+
   // From here on only memory can fail.
   const ColorPair colors =
       resolveColors(*targetFormat, target.colorimetry, *sourceFormat, source.colorimetry);
-  const Task task{targetFormat, sourceFormat,  target.width,  target.height,
-                  source.width, source.height, colors.target, colors.source};
+  const Task task{targetFormat,  sourceFormat,  target.width,
+                  target.height, source.width,  source.height,
+                  colors.target, colors.source, orientationOf(orientation)};
   if (!convert(task, target, source)) return Status::kNoMemory;
   if (!overlay) return Status::kDone;
 

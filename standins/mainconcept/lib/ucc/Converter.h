@@ -10,7 +10,9 @@ enum class Status : uint32_t { kDone = 0, kBadArgument = 1, kNoMemory = 2 };
 /// What an instance of the API is. Keeps the path of its last task and the overlay that it last painted.
 class Converter {
  public:
-  Status transform(const ucc_frame_t& target, const ucc_frame_t& source, const ucc_overlay_config_t* overlay);
+  /// `orientation`: bits of ucc_orientation_e.
+  Status transform(const ucc_frame_t& target, const ucc_frame_t& source, uint32_t orientation,
+                   const ucc_overlay_config_t* overlay);
 
  private:
   bool convert(const Task& task, const ucc_frame_t& target, const ucc_frame_t& source);

@@ -19,10 +19,12 @@ bool PlaneScalePath::prepare(const Task& task) {
                  targetHeight = task.targetHeight >> form.shiftY;
   // Two-plane formats scale U and V together, side by side.
   const uint32_t components = task.source->planes == 2 ? 2 : 1;
-  if (!luma.configure(task.sourceWidth, task.sourceHeight, task.targetWidth, task.targetHeight)) return false;
+  if (!luma.configure(task.sourceWidth, task.sourceHeight, task.targetWidth, task.targetHeight, 1,
+                      task.orientation))
+    return false;
   // A picture too small for chroma has no plane to scale, or none to scale into.
   if (!sourceWidth || !sourceHeight || !targetWidth || !targetHeight) return true;
-  return chroma.configure(sourceWidth, sourceHeight, targetWidth, targetHeight, components);
+  return chroma.configure(sourceWidth, sourceHeight, targetWidth, targetHeight, components, task.orientation);
 }
 
 bool PlaneScalePath::run(const ucc_frame_t& target, const ucc_frame_t& source) {

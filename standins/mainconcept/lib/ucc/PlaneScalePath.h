@@ -5,8 +5,8 @@
 
 namespace qvs::ucc {
 
-/// 8-bit planar or two-plane YUV to the same format in another size. Chroma scales by the ratio of its own
-/// planes.
+/// 8-bit planar or two-plane YUV to the same format in another size or turned. Chroma scales by the ratio of
+/// its own planes.
 class PlaneScalePath : public ConversionPath {
  public:
   bool prepare(const Task& task) override;

@@ -5,8 +5,8 @@
 
 namespace qvs::ucc {
 
-/// Scaling in planar 4:2:0, with a conversion of equal size before or after it. For pairs of which one side
-/// is 8-bit 4:2:0 already, so that no more chroma is lost than the pair itself loses.
+/// Scaling or turning in planar 4:2:0, with a conversion of equal size before or after it. For pairs of which
+/// one side is 8-bit 4:2:0 already, so that no more chroma is lost than the pair itself loses.
 class Via420Path : public ConversionPath {
  public:
   bool prepare(const Task& task) override;

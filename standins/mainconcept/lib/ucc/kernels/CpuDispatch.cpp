@@ -15,16 +15,19 @@ KernelTable makeTable(CpuLevel level) {
   addPlainScaler(table);
   addPlainBgraTo420(table);
   addPlainBlend(table);
+  addPlainTranspose(table);
 #if defined(__x86_64__)
   if (level >= CpuLevel::kAvx2) {
     addAvx2Scaler(table);
     addAvx2BgraTo420(table);
     addAvx2Blend(table);
+    addAvx2Transpose(table);
   }
   if (level >= CpuLevel::kAvx512) {
     addAvx512Scaler(table);
     addAvx512BgraTo420(table);
     addAvx512Blend(table);
+    addAvx512Transpose(table);
   }
 #else
   static_cast<void>(level);

@@ -65,7 +65,7 @@ FilterBank::Span FilterBank::fillRow(uint32_t output, int16_t* row) const {
   return {static_cast<uint32_t>(origin) + first, count};
 }
 
-bool FilterBank::build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits) {
+bool FilterBank::build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits, bool reversed) {
   inputs = srcSize;
   outputs = dstSize;
   const double scale = std::max(1.0, static_cast<double>(srcSize) / dstSize);
@@ -74,17 +74,17 @@ bool FilterBank::build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits) {
   if (!scratch.allocate(windowSize * sizeof(int16_t))) return false;
   auto* row = scratch.as<int16_t>();
 
-  few = 2 * kSupport * scale <= kMaxShortTaps;
-  fractionBits = few ? shortBits : kWideBits;
+  fewTaps = 2 * kSupport * scale <= kMaxShortTaps;
+  fractionBits = fewTaps ? shortBits : kWideBits;
   tapCount = 1;
   for (uint32_t i = 0; i < dstSize; ++i) tapCount = std::max(tapCount, fillRow(i, row).count);
-  few = few && tapCount <= kMaxShortTaps;
-  rowWeights = few ? tapCount : (tapCount + kWideMultiple - 1) / kWideMultiple * kWideMultiple;
+  fewTaps = fewTaps && tapCount <= kMaxShortTaps;
+  rowWeights = fewTaps ? tapCount : (tapCount + kWideMultiple - 1) / kWideMultiple * kWideMultiple;
 
   if (!startMemory.allocate(dstSize * sizeof(uint32_t))) return false;
   if (!weightMemory.allocate(static_cast<size_t>(dstSize) * rowWeights * sizeof(int16_t))) return false;
   for (uint32_t i = 0; i < dstSize; ++i) {
-    const Span span = fillRow(i, row);
+    const Span span = fillRow(reversed ? dstSize - 1 - i : i, row);
     const uint32_t start = std::min(span.first, srcSize - tapCount);
     int16_t* out = weightMemory.as<int16_t>() + static_cast<size_t>(i) * rowWeights;
     std::fill_n(out, rowWeights, int16_t{0});

@@ -22,13 +22,14 @@ class FilterBank {
   /// (-0.75): two decibels nearer to a Lanczos filter than the former, with little of the latter's ringing.
   static constexpr double kCubic = -0.6;
 
-  bool build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits);
+  /// `reversed`: the outputs come in the opposite order.
+  bool build(uint32_t srcSize, uint32_t dstSize, uint32_t shortBits, bool reversed = false);
 
   uint32_t srcSize() const { return inputs; }
   uint32_t dstSize() const { return outputs; }
   uint32_t taps() const { return tapCount; }
   uint32_t filledTaps() const { return rowWeights; }
-  bool isShort() const { return few; }
+  bool isShort() const { return fewTaps; }
   uint32_t bits() const {
     return fractionBits;
   }  ///< 1 << bits is weight 1; each output's weights sum up to it
@@ -48,7 +49,7 @@ class FilterBank {
   uint32_t tapCount = 0;
   uint32_t rowWeights = 0;  ///< weights from one output's to the next
   uint32_t fractionBits = 0;
-  bool few = false;
+  bool fewTaps = false;
   AlignedBuffer startMemory;
   AlignedBuffer weightMemory;
 };

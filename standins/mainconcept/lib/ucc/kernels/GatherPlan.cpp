@@ -77,9 +77,11 @@ void GatherPlan::appendBlock(const FilterBank& filter, uint32_t firstOutput) {
   const bool sameTable = runCount != 0 && std::memcmp(fresh, fresh - tableBytes(), tableBytes()) == 0;
   if (sameTable) {
     GatherRun& last = runs[runCount - 1];
-    const uint32_t step = last.blocks == 1 ? block.offset[0][0] - last.offset[0][0] : last.sourceStep;
+    // Unsigned, but right for a negative step as well: the sums wrap round.
+    const auto step =
+        last.blocks == 1 ? block.offset[0][0] - last.offset[0][0] : static_cast<uint32_t>(last.sourceStep);
     if (sameOffsetsShifted(last, block, last.blocks * step, stepCount, vectorBytes / unitBytes)) {
-      last.sourceStep = step;
+      last.sourceStep = static_cast<int32_t>(step);
       ++last.blocks;
       return;
     }

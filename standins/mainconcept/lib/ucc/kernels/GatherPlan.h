@@ -20,7 +20,7 @@ struct GatherRun {
   static constexpr uint32_t kMaxSteps = 4;
 
   uint32_t blocks;
-  uint32_t sourceStep;
+  int32_t sourceStep;             ///< negative where the outputs are reversed
   uint32_t table;                 ///< number of the table
   uint32_t offset[kMaxSteps][2];  ///< [step][unit]: source bytes from the row's start, for the first block
 };

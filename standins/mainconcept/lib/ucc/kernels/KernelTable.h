@@ -40,17 +40,26 @@ struct KernelTable {
   void (*blendRow)(uint8_t* dst, const uint8_t* src, const uint8_t* alpha, uint32_t width);
   void (*blendPairsRow)(uint8_t* dst, const uint8_t* u, const uint8_t* v, const uint8_t* alpha,
                         uint32_t width);
+
+  /// Rows to columns, elements of one byte and of two.
+  using TransposeForm = void (*)(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst, ptrdiff_t dstStride,
+                                 uint32_t columns, uint32_t rows);
+  TransposeForm transposeBytes;
+  TransposeForm transposePairs;
 };
 
 // Each puts its forms into the table.
 void addPlainScaler(KernelTable& table);
 void addPlainBgraTo420(KernelTable& table);
 void addPlainBlend(KernelTable& table);
+void addPlainTranspose(KernelTable& table);
 void addAvx2Scaler(KernelTable& table);
 void addAvx2BgraTo420(KernelTable& table);
 void addAvx2Blend(KernelTable& table);
+void addAvx2Transpose(KernelTable& table);
 void addAvx512Scaler(KernelTable& table);
 void addAvx512BgraTo420(KernelTable& table);
 void addAvx512Blend(KernelTable& table);
+void addAvx512Transpose(KernelTable& table);
 
 }  // namespace qvs::ucc

@@ -1,5 +1,7 @@
-// Copying and filling of planes.
+// Copying, mirroring and filling of planes.
 #include "Plane.h"
+
+#include <libyuv.h>
 
 #include <cstring>
 
@@ -16,6 +18,13 @@ void copyPlane(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst, ptrdiff_t 
     src += srcStride;
     dst += dstStride;
   }
+}
+
+void mirrorPlane(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst, ptrdiff_t dstStride, uint32_t columns,
+                 uint32_t rows, uint32_t elementBytes) {
+  const auto mirror = elementBytes == 2 ? libyuv::MirrorUVPlane : libyuv::MirrorPlane;
+  mirror(src, static_cast<int>(srcStride), dst, static_cast<int>(dstStride), static_cast<int>(columns),
+         static_cast<int>(rows));
 }
 
 void fillPlane(uint8_t* dst, ptrdiff_t dstStride, size_t rowBytes, uint32_t rows, uint8_t value) {

@@ -24,7 +24,7 @@ struct Avx2 {
     store(whole, value);
     std::memcpy(to, whole, bytes);
   }
-  static Reg loadUnits(const uint8_t* const* from, size_t at) {
+  static Reg loadUnits(const uint8_t* const* from, ptrdiff_t at) {
     const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from[0] + at));
     const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from[1] + at));
     return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);

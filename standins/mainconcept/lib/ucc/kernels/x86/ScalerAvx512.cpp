@@ -20,7 +20,7 @@ struct Avx512 {
   static void storePart(uint8_t* to, Reg value, uint32_t bytes) {
     _mm512_mask_storeu_epi8(to, ~uint64_t{0} >> (64 - bytes), value);
   }
-  static Reg loadUnits(const uint8_t* const* from, size_t at) { return load(from[0] + at); }
+  static Reg loadUnits(const uint8_t* const* from, ptrdiff_t at) { return load(from[0] + at); }
   static int total32(Reg sums) { return _mm512_reduce_add_epi32(sums); }
   static Reg unpackLow8(Reg a, Reg b) { return _mm512_unpacklo_epi8(a, b); }
   static Reg unpackHigh8(Reg a, Reg b) { return _mm512_unpackhi_epi8(a, b); }

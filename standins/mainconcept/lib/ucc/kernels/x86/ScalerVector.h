@@ -77,7 +77,7 @@ class ScalerVector {
         low[s] = V::load(table + 2 * V::kBytes);
         for (int u = 0; u < V::kUnits; ++u) from[s][u] = src + run.offset[s][u];
       }
-      size_t at = 0;
+      ptrdiff_t at = 0;
       for (uint32_t block = run.blocks; block != 0; --block, at += run.sourceStep, line += kOutputs) {
         Reg highSum = V::zero();
         Reg lowSum = V::set16(TapsPerStep == 2 ? 16 : 8);
