@@ -23,8 +23,10 @@ import java.util.Set;
 public final class HlsWriter extends TrackWriter {
   // A key picture that comes a rounding early still ends a segment.
   private static final double TOLERANCE_SECONDS = 0.01;
-  // Where one stream falls silent the others wait for it no longer than this.
+  // Where one stream of a live run falls silent the others wait for it no longer than this and two of its pictures; in
+  // a recording as long as what waits is no more than so many bytes.
   private static final double MAX_WAIT_SECONDS = 1;
+  private static final long MAX_WAITING_BYTES = 64L << 20;
   // Pictures that stay away for more than this many segments have stopped.
   private static final double MAX_VIDEO_GAP_SEGMENTS = 2;
 
@@ -37,11 +39,14 @@ public final class HlsWriter extends TrackWriter {
   private final int videoTrack;
   private Muxer muxer;
   private String segmentName;
+  private long waitingBytes;
+  private boolean firstSegment = true;
   private double segmentStart = Double.NaN;
   private double end = Double.NEGATIVE_INFINITY;
   private boolean segmentHasVideo;
   private boolean videoOver;
   private double lastVideo = Double.NaN;
+  private double frameSeconds;
   private boolean afterBreak;
   private Instant zero;
 
@@ -117,6 +122,7 @@ public final class HlsWriter extends TrackWriter {
   @Override
   void deliver(int track, OutputPacket packet) throws IOException {
     queues.get(track).add(packet);
+    waitingBytes += packet.length();
     drain(false);
   }
 
@@ -124,7 +130,9 @@ public final class HlsWriter extends TrackWriter {
   private void drain(boolean all) throws IOException {
     for (int track = earliest(); track >= 0 && (all || isDue(track)); track = earliest()) {
       if (videoTrack >= 0 && all) videoOver = queues.get(videoTrack).isEmpty();
-      put(track, queues.get(track).remove());
+      OutputPacket packet = queues.get(track).remove();
+      waitingBytes -= packet.length();
+      put(track, packet);
     }
   }
 
@@ -139,13 +147,20 @@ public final class HlsWriter extends TrackWriter {
   }
 
   private boolean isDue(int track) {
-    double newest = Double.NEGATIVE_INFINITY;
+    double head = seconds(track, queues.get(track).peek().dts());
+    double newest = head;
     boolean allTold = true;
     for (int i = 0; i < queues.size(); i++) {
-      allTold &= !queues.get(i).isEmpty();
-      if (!queues.get(i).isEmpty()) newest = Math.max(newest, seconds(i, queues.get(i).getLast().dts()));
+      if (packets(i) == 0) {
+        allTold = false;
+        continue;
+      }
+      double told = seconds(i, lastDts(i));
+      allTold &= !queues.get(i).isEmpty() || told > head;
+      newest = Math.max(newest, told);
     }
-    return allTold || newest - seconds(track, queues.get(track).peek().dts()) > MAX_WAIT_SECONDS;
+    if (allTold) return true;
+    return window > 0 ? newest - head > MAX_WAIT_SECONDS + 2 * frameSeconds : waitingBytes > MAX_WAITING_BYTES;
   }
 
   private double seconds(int track, long units) {
@@ -160,10 +175,12 @@ public final class HlsWriter extends TrackWriter {
     } else if (beginsSegment(track, packet, start)) {
       endSegment(start, true);
     }
-    segmentStart = Math.min(segmentStart, start);
+    // Pictures that are coded after the first may be shown before it.
+    if (firstSegment) segmentStart = Math.min(segmentStart, start);
     if (track == videoTrack) {
       segmentHasVideo = true;
       lastVideo = start;
+      frameSeconds = seconds(track, packet.duration());
     }
     end = Math.max(end, start + seconds(track, packet.duration()));
     try {
@@ -174,10 +191,18 @@ public final class HlsWriter extends TrackWriter {
   }
 
   private boolean beginsSegment(int track, OutputPacket packet, double start) {
-    boolean lasted = start - segmentStart >= targetSeconds;
-    if (track == videoTrack) return packet.key() && (lasted || !segmentHasVideo);
+    double length = start - segmentStart;
+    boolean lasted = length >= targetSeconds;
+    // What precedes the first picture is a segment of its own unless it is short.
+    if (track == videoTrack) return packet.key() && (lasted || !segmentHasVideo && length >= targetSeconds / 2);
+    if (videoOver) return lasted && restSeconds(track, start) >= targetSeconds / 2;
     boolean stopped = start - lastVideo > MAX_VIDEO_GAP_SEGMENTS * targetSeconds + MAX_WAIT_SECONDS;
-    return lasted && (videoTrack < 0 || videoOver || !segmentHasVideo || stopped);
+    return lasted && (videoTrack < 0 || !segmentHasVideo || stopped);
+  }
+
+  private double restSeconds(int track, double start) {
+    OutputPacket last = queues.get(track).peekLast();
+    return last == null ? 0 : seconds(track, last.pts() + last.duration()) - start;
   }
 
   private void endSegment(double nextStart, boolean more) throws IOException {
@@ -199,6 +224,7 @@ public final class HlsWriter extends TrackWriter {
     Files.move(Path.of(partOf(name)), folder.resolve(name), StandardCopyOption.REPLACE_EXISTING);
     afterBreak = false;
     segmentStart = nextStart;
+    firstSegment = false;
     segmentHasVideo = false;
     if (window > 0) publish(!more);
   }

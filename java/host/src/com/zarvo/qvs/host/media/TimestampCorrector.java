@@ -11,6 +11,7 @@ import java.util.List;
 public final class TimestampCorrector {
   // Further back than pictures that are shown in another order than they are coded in.
   private static final long JUMP_MS = 1000;
+  private static final int REORDERED_FRAMES = 17;
 
   private final List<Long> offsetsMs = new ArrayList<>(List.of(0L));
   private final Stream[] streams = {new Stream(), new Stream()};
@@ -18,7 +19,9 @@ public final class TimestampCorrector {
   /** The packet at its mended time; `unit` is that of its times. */
   public MediaPacket correct(MediaPacket packet, Rational unit) {
     Stream stream = streams[packet.kind().ordinal()];
-    if (packet.timecodeMs() < stream.lastMs - JUMP_MS) enterNext(stream, packet.timecodeMs());
+    stream.longestMs = Math.max(stream.longestMs, unit.toMilliseconds(packet.duration()));
+    long reorderedMs = packet.kind() == MediaKind.VIDEO ? REORDERED_FRAMES * stream.longestMs : 0;
+    if (packet.timecodeMs() < stream.lastMs - Math.max(JUMP_MS, reorderedMs)) enterNext(stream, packet.timecodeMs());
     stream.lastMs = packet.timecodeMs();
     long offset = offsetsMs.get(stream.part);
     stream.endMs = Math.max(stream.endMs, packet.timecodeMs() + offset + unit.toMilliseconds(packet.duration()));
@@ -39,6 +42,7 @@ public final class TimestampCorrector {
   /** Where one stream is; times of the file but for the end. */
   private static final class Stream {
     private int part;
+    private long longestMs;
     private long lastMs = Long.MIN_VALUE / 2;
     private long endMs = Long.MIN_VALUE / 2;
   }

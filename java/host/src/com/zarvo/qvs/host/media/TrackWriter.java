@@ -111,6 +111,11 @@ public abstract class TrackWriter implements AutoCloseable {
     finished = true;
   }
 
+  /** When the last packet taken of a track is decoded, in its unit. */
+  final long lastDts(int track) {
+    return lastDts[track];
+  }
+
   final boolean isBegun() {
     return begun;
   }
