@@ -11,6 +11,7 @@ import java.util.List;
 public final class TimestampCorrector {
   // Further back than pictures that are shown in another order than they are coded in.
   private static final long JUMP_MS = 1000;
+  private static final int REORDERED_FRAMES = 17;
   // Sound that begins anew, as each link of a chained Ogg file does, however short the one before; packets that lie over
   // each other do not go back as far as to the first.
   private static final long RESTART_MS = 100;
@@ -21,6 +22,7 @@ public final class TimestampCorrector {
   /** The packet at its mended time; `unit` is that of its times. */
   public MediaPacket correct(MediaPacket packet, Rational unit) {
     Stream stream = streams[packet.kind().ordinal()];
+    stream.longestMs = Math.max(stream.longestMs, unit.toMilliseconds(packet.duration()));
     if (!stream.begun) stream.begin(packet.timecodeMs());
     else if (jumps(stream, packet)) enterNext(stream, packet.timecodeMs());
     stream.lastMs = packet.timecodeMs();
@@ -31,7 +33,8 @@ public final class TimestampCorrector {
 
   private static boolean jumps(Stream stream, MediaPacket packet) {
     long backMs = stream.lastMs - packet.timecodeMs();
-    boolean restarts = packet.kind() == MediaKind.AUDIO && packet.timecodeMs() <= stream.firstMs + RESTART_MS / 2;
+    if (packet.kind() == MediaKind.VIDEO) return backMs > Math.max(JUMP_MS, REORDERED_FRAMES * stream.longestMs);
+    boolean restarts = packet.timecodeMs() <= stream.firstMs + RESTART_MS / 2;
     return backMs > (restarts ? RESTART_MS : JUMP_MS);
   }
 
@@ -50,6 +53,7 @@ public final class TimestampCorrector {
   /** Where one stream is; times of the file but for the end. */
   private static final class Stream {
     private int part;
+    private long longestMs;
     private boolean begun;
     private long firstMs;
     private long lastMs;
