@@ -103,15 +103,14 @@ class SessionRoad {
     session.audioEncoderResampleFrame(rendition, 0);  // fails where there is no resampler, as a server knows
     encoded.clear();
     QVS_BENCH_CALL(audioEncoderAddSampleBuffer(rendition, 0, encoded));
-    for (AudioFrameEncoded& frame : encoded) {
+    for (const AudioFrameEncoded& frame : encoded) {
       bytes[rendition] += frame.getLen();
       ++packets[rendition];
-      std::free(frame.getBuffer());
     }
   }
 
   TranscoderSession session;
-  std::vector<AudioFrameEncoded> encoded;
+  EncodedAudioUnits encoded;
   uint64_t timecode = 0;  ///< milliseconds
   size_t bytes[2] = {};
   size_t packets[2] = {};

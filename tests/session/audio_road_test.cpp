@@ -124,17 +124,13 @@ class AudioSession : public TranscoderSession {
 
 class AudioRoad : public testing::Test {
  protected:
-  ~AudioRoad() override {
-    for (AudioFrameEncoded& packet : packets) std::free(packet.getBuffer());
-  }
-
   void decode(uint8_t sample) {
     uint8_t bytes[] = {0, sample};
     ASSERT_EQ(session.audioDecoderDecodeFrame(bytes, 1, 1, 10, 0), 0u);
   }
 
   AudioSession session;
-  std::vector<AudioFrameEncoded> packets;
+  EncodedAudioUnits packets;
 };
 
 TEST_F(AudioRoad, CarriesABlockToAPacketOfItsOwn) {

@@ -275,8 +275,9 @@ void expectNothingThere(TranscoderSession& s, uint32_t index) {
   uint64_t timecode = 0;
   int64_t number = 0;
   double real = 0;
-  std::vector<VideoFrameEncoded> units;
-  std::vector<AudioFrameEncoded> blocks;
+  EncodedVideoUnits units;
+  std::vector<AudioFrameEncoded> headers;
+  EncodedAudioUnits blocks;
   EXPECT_EQ(s.videoDecoderBufferAcquire(index), kFail);
   EXPECT_EQ(s.videoDecoderBufferRelease(index), kFail);
   EXPECT_EQ(s.videoDecoderTransferFrameStart(index, {}), kFail);
@@ -310,7 +311,7 @@ void expectNothingThere(TranscoderSession& s, uint32_t index) {
   EXPECT_EQ(s.videoEncoderGetParameterValueDouble(index, 0, &real), 0u);
   EXPECT_EQ(s.audioEncoderSetBitrate(index, 1), kFail);
   EXPECT_EQ(s.audioEncoderInitialize(index), kFail);
-  EXPECT_EQ(s.audioEncoderGetHeaders(index, blocks), kFail);
+  EXPECT_EQ(s.audioEncoderGetHeaders(index, headers), kFail);
   EXPECT_EQ(s.audioEncoderEncodeBufferStart(index, index), kFail);
   EXPECT_EQ(s.audioEncoderResampleFrame(index, index), kFail);
   EXPECT_EQ(s.audioEncoderAddSampleBuffer(index, index, blocks), kFail);
