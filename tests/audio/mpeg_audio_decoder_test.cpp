@@ -326,24 +326,6 @@ TEST_F(MpegAudio, DamageEndsWithItsPacket) {
   }
 }
 
-TEST_F(MpegAudio, SingleBitsAreSurvived) {
-  for (const AudioFile* file : {&aac(), &mp2(), &mp3()}) {
-    MpegAudioRun run(*file);
-    uint32_t random = 1;
-    for (int round = 0; round < 400; ++round) {
-      Bytes hurt = file->packets[static_cast<size_t>(round) % file->packets.size()].bytes;
-      random = random * 1664525 + 1013904223;
-      hurt[(random >> 8) % hurt.size()] ^= static_cast<uint8_t>(1u << (random >> 29));
-      run.feed(hurt, static_cast<uint64_t>(round) * 20);
-      const AudioSampleBuffer& block = run.block();
-      ASSERT_LE(uint64_t{2} * block.getSampleCount() * block.getChannels(), block.getLen());
-    }
-    for (int pass = 0; pass < 2; ++pass) run.feedAll(*file);
-    const auto expected = decodeAudio(*file);
-    expectTail(*file, run, expected, expected.size() / 2);
-  }
-}
-
 TEST_F(MpegAudio, AnUnknownTimeLosesNothing) {
   MpegAudioRun run(aac());
   run.feed(aac().packets[0].bytes, ~uint64_t{0});

@@ -3,7 +3,7 @@
 #include <new>
 
 #include "../audio/SampleBlocks.h"
-#include "FailingAllocator.h"
+#include "support/FailingAllocator.h"
 
 namespace qvs::test {
 namespace {

@@ -13,7 +13,7 @@
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/LogCollector.h"
-#include "support/Md5.h"
+#include "support/DecodedPicture.h"
 #include "support/TestPicture.h"
 #include "video/decoders/VideoDecoderVPX.h"
 #include "video/decoders/VPXUtils.h"

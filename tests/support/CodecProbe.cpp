@@ -1,4 +1,6 @@
-#include "ladder/CodecProbe.h"
+// The wrapped calls of the codec libraries, with a clock around them.
+
+#include "support/CodecProbe.h"
 
 extern "C" {
 #include <dlfcn.h>
@@ -9,53 +11,41 @@ extern "C" {
 #include <vpx/vpx_encoder.h>
 
 #include <atomic>
-#include <cerrno>
 #include <chrono>
-#include <cstddef>
 #include <cstring>
+
+#include "support/AllocationCounter.h"
 
 namespace {
 
 std::atomic<uint64_t> codecTime{0};
-std::atomic<uint64_t> codecAllocations{0};
-std::atomic<uint64_t> otherAllocations{0};
-constinit thread_local int codecDepth = 0;
-
-void countAllocation() {
-  (codecDepth ? codecAllocations : otherAllocations).fetch_add(1, std::memory_order_relaxed);
-}
 
 /// Everything between its life's ends belongs to the codec.
 class InCodec {
  public:
-  InCodec() { ++codecDepth; }
   ~InCodec() {
-    --codecDepth;
     const auto spent = std::chrono::steady_clock::now() - start;
     codecTime.fetch_add(static_cast<uint64_t>(std::chrono::nanoseconds(spent).count()),
                         std::memory_order_relaxed);
   }
 
  private:
+  qvs::test::AllocationsApart apart;
   std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
 
 }  // namespace
 
-namespace qvs::bench {
+namespace qvs::test {
 
 uint64_t codecNanoseconds() {
   return codecTime.load(std::memory_order_relaxed);
 }
 
-AllocationCounts allocationCounts() {
-  return {codecAllocations, otherAllocations};
-}
+}  // namespace qvs::test
 
-}  // namespace qvs::bench
-
-// The linker sends calls of libvpx and libx264 here (--wrap), the look-up of libavcodec's functions too,
-// and calls of the C allocator, those of shared libraries included, which see only exported symbols.
+// The linker sends calls of libvpx and libx264 here (--wrap), the look-up of libavcodec's functions too; those of
+// shared libraries see only exported symbols.
 #pragma GCC visibility push(default)
 extern "C" {
 
@@ -122,47 +112,6 @@ void* __wrap_dlsym(void* library, const char* name) {
     return found ? reinterpret_cast<void*>(timedReceiveFrame) : nullptr;
   }
   return found;
-}
-
-void* __libc_malloc(size_t);
-void* __libc_calloc(size_t, size_t);
-void* __libc_realloc(void*, size_t);
-void* __libc_memalign(size_t, size_t);
-void __libc_free(void*);
-
-void* malloc(size_t size) {
-  countAllocation();
-  return __libc_malloc(size);
-}
-
-void* calloc(size_t count, size_t size) {
-  countAllocation();
-  return __libc_calloc(count, size);
-}
-
-void* realloc(void* block, size_t size) {
-  countAllocation();
-  return __libc_realloc(block, size);
-}
-
-void* memalign(size_t alignment, size_t size) {
-  countAllocation();
-  return __libc_memalign(alignment, size);
-}
-
-void* aligned_alloc(size_t alignment, size_t size) {
-  return memalign(alignment, size);
-}
-
-int posix_memalign(void** block, size_t alignment, size_t size) {
-  void* made = memalign(alignment, size);
-  if (!made) return ENOMEM;
-  *block = made;
-  return 0;
-}
-
-void free(void* block) {
-  __libc_free(block);
 }
 }
 #pragma GCC visibility pop

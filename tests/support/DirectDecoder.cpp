@@ -1,4 +1,6 @@
-#include "road/DirectDecoder.h"
+// libvpx, called directly.
+
+#include "support/DirectDecoder.h"
 
 #include <vpx/vp8dx.h>
 #include <vpx/vpx_decoder.h>
@@ -31,10 +33,9 @@ DecodedPicture DirectDecoder::decode(std::span<const uint8_t> packet) {
   if (!lastPlain420) return picture;
   for (int plane = 0; plane < 3; ++plane) {
     const uint32_t width = plane ? image->d_w / 2 : image->d_w, height = plane ? image->d_h / 2 : image->d_h;
-    picture.planes[plane].reserve(static_cast<size_t>(width) * height);
     for (uint32_t y = 0; y < height; ++y) {
       const uint8_t* row = image->planes[plane] + static_cast<ptrdiff_t>(y) * image->stride[plane];
-      picture.planes[plane].insert(picture.planes[plane].end(), row, row + width);
+      picture.bytes.insert(picture.bytes.end(), row, row + width);
     }
   }
   return picture;

@@ -4,16 +4,10 @@
 
 #include <cstdint>
 #include <span>
-#include <vector>
+
+#include "support/DecodedPicture.h"
 
 namespace qvs::test {
-
-/// One decoded picture with rows packed, planes Y, U, V; empty when the packet gives none.
-struct DecodedPicture {
-  uint32_t width = 0;
-  uint32_t height = 0;
-  std::vector<uint8_t> planes[3];
-};
 
 /// What libvpx itself makes of a stream, packet by packet.
 class DirectDecoder {

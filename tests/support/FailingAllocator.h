@@ -17,6 +17,7 @@ void armAllocator(uint64_t number, FailureMode mode);
 
 struct AllocatorReport {
   uint64_t allocations = 0;  ///< tried since armed
+  uint64_t bytes = 0;        ///< asked for by them
   bool failed = false;       ///< the chosen one came
   int64_t liveBlocks = 0;    ///< made and not yet freed by this thread since armed
 };

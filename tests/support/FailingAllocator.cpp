@@ -1,4 +1,6 @@
-#include "FailingAllocator.h"
+// The replaced or wrapped allocator that fails on demand.
+
+#include "support/FailingAllocator.h"
 
 #include <cerrno>
 #include <cstddef>
@@ -24,8 +26,9 @@ struct State {
 constinit thread_local State state;
 
 /// False: this allocation is to fail.
-bool mayAllocate() {
+bool mayAllocate(size_t size) {
   if (!state.armed) return true;
+  state.report.bytes += size;
   const uint64_t number = ++state.report.allocations;
   if (state.failAt == 0 || number < state.failAt) return true;
   if (number > state.failAt && state.mode == qvs::test::FailureMode::Once) return true;
@@ -79,21 +82,21 @@ void* __libc_memalign(size_t, size_t);
 #endif
 
 void* QVS_OURS(malloc)(size_t size) {
-  return mayAllocate() ? counted(QVS_REAL(malloc)(size)) : refuse();
+  return mayAllocate(size) ? counted(QVS_REAL(malloc)(size)) : refuse();
 }
 
 void* QVS_OURS(calloc)(size_t count, size_t size) {
-  return mayAllocate() ? counted(QVS_REAL(calloc)(count, size)) : refuse();
+  return mayAllocate(count * size) ? counted(QVS_REAL(calloc)(count, size)) : refuse();
 }
 
 void* QVS_OURS(realloc)(void* block, size_t size) {
-  if (!mayAllocate()) return refuse();
+  if (!mayAllocate(size)) return refuse();
   void* moved = QVS_REAL(realloc)(block, size);
   return block ? moved : counted(moved);
 }
 
 void* QVS_OURS(aligned_alloc)(size_t alignment, size_t size) {
-  return mayAllocate() ? counted(QVS_REAL_ALIGNED(alignment, size)) : refuse();
+  return mayAllocate(size) ? counted(QVS_REAL_ALIGNED(alignment, size)) : refuse();
 }
 
 int QVS_OURS(posix_memalign)(void** block, size_t alignment, size_t size) {
