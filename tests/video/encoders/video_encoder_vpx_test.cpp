@@ -163,7 +163,7 @@ void expectPictures(uint32_t codecVersion, const std::vector<EncodedUnit>& units
 
 /// What libvpx reads of the colors of a stream's first picture.
 std::pair<vpx_color_space_t, vpx_color_range_t> colorsOf(uint32_t codecVersion, int64_t space,
-                                                          int64_t range) {
+                                                         int64_t range) {
   VpxUnderTest t(codecVersion, 64, 64);
   t.encoder.setParameterValue(VideoEncoderVPX::kKeyColorSpace, space);
   t.encoder.setParameterValue(VideoEncoderVPX::kKeyColorRange, range);
