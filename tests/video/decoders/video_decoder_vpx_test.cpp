@@ -93,7 +93,7 @@ TEST_F(VideoDecoderVPXTest, DecodesOnlyTheUnitAddedLast) {
   EXPECT_EQ(decoder.getFrameRate(), 0.0);
 }
 
-TEST_F(VideoDecoderVPXTest, PutsColoursWhereTheLabelWantsThem) {
+TEST_F(VideoDecoderVPXTest, PutsColorsWhereTheLabelWantsThem) {
   for (uint32_t codecVersion : {8u, 9u}) {
     const CodedStream stream = makeStream(codecVersion, 176, 144, 3);
     open(codecVersion);
