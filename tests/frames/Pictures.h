@@ -19,7 +19,7 @@
 
 namespace qvs::test {
 
-/// A colour in 8-bit YUV, whatever the picture keeps.
+/// A color in 8-bit YUV, whatever the picture keeps.
 struct Yuv {
   int y, u, v;
 };
@@ -58,20 +58,20 @@ struct Samples {
   bool vFirst, pairs, fullHeight;
 };
 
-inline void paint(VideoFrameBuffer& frame, Yuv colour, uint32_t left = 0, uint32_t top = 0,
+inline void paint(VideoFrameBuffer& frame, Yuv color, uint32_t left = 0, uint32_t top = 0,
                   uint32_t right = UINT32_MAX, uint32_t bottom = UINT32_MAX) {
   const Samples samples(frame);
   for (uint32_t row = top; row < std::min(bottom, frame.getHeight()); ++row) {
     for (uint32_t x = left; x < std::min(right, frame.getWidth()); ++x) {
-      samples.y(x, row) = static_cast<uint8_t>(colour.y);
-      samples.u(x, row) = static_cast<uint8_t>(colour.u);
-      samples.v(x, row) = static_cast<uint8_t>(colour.v);
+      samples.y(x, row) = static_cast<uint8_t>(color.y);
+      samples.u(x, row) = static_cast<uint8_t>(color.u);
+      samples.v(x, row) = static_cast<uint8_t>(color.v);
     }
   }
 }
 
-inline testing::AssertionResult isColour(const VideoFrameBuffer& frame, Yuv wanted, uint32_t left,
-                                         uint32_t top, uint32_t right, uint32_t bottom, int tolerance = 3) {
+inline testing::AssertionResult isColor(const VideoFrameBuffer& frame, Yuv wanted, uint32_t left,
+                                        uint32_t top, uint32_t right, uint32_t bottom, int tolerance = 3) {
   const Samples samples(frame);
   for (uint32_t row = top; row < bottom; ++row) {
     for (uint32_t x = left; x < right; ++x) {
@@ -86,8 +86,8 @@ inline testing::AssertionResult isColour(const VideoFrameBuffer& frame, Yuv want
   return testing::AssertionSuccess();
 }
 
-inline testing::AssertionResult isColour(const VideoFrameBuffer& frame, Yuv wanted) {
-  return isColour(frame, wanted, 0, 0, frame.getWidth(), frame.getHeight());
+inline testing::AssertionResult isColor(const VideoFrameBuffer& frame, Yuv wanted) {
+  return isColor(frame, wanted, 0, 0, frame.getWidth(), frame.getHeight());
 }
 
 /// A pool of one frame.
@@ -138,7 +138,7 @@ inline std::string nameOf(uint32_t code) {
   return std::string(reinterpret_cast<const char*>(&code), 4);
 }
 
-/// A "BGRA" overlay of one colour.
+/// A "BGRA" overlay of one color.
 inline VideoOverlayFrame* makeOverlay(uint32_t width, uint32_t height, uint32_t bgra, uint32_t slack = 0) {
   const uint32_t stride = width * 4 + slack;
   auto* bytes = static_cast<uint8_t*>(std::malloc(size_t{stride} * height));
