@@ -5,6 +5,7 @@
 #include <memory>
 
 #include <qvs/video_frame.h>
+#include "bufstream/UccInstance.h"
 #include "contract/FrameTypes.h"
 #include "frames/DevicePicture.h"
 #include "frames/FractionalFrames.h"
@@ -16,7 +17,6 @@
 #include "frames/IntrinsicScalerSession.h"
 #include "frames/LetterboxBars.h"
 #include "frames/PlacementSettings.h"
-#include "frames/UccInstance.h"
 #include "log/ILogger.h"
 #include "mc_frame.h"
 #include "platform/Status.h"

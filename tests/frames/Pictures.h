@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -16,47 +15,16 @@
 #include "frames/VideoFrameBuffer.h"
 #include "frames/VideoFrameBufferSet.h"
 #include "frames/VideoOverlayFrame.h"
+#include "support/FrameSamples.h"
+#include "support/GuardedBytes.h"
 
 namespace qvs::test {
-
-/// A color in 8-bit YUV, whatever the picture keeps.
-struct Yuv {
-  int y, u, v;
-};
-inline std::ostream& operator<<(std::ostream& out, const Yuv& c) {
-  return out << "(" << c.y << "," << c.u << "," << c.v << ")";
-}
 
 // BT.709, full range.
 inline constexpr Yuv kRed{54, 99, 255};
 inline constexpr Yuv kBlue{18, 255, 117};
 inline constexpr Yuv kGreen{182, 30, 12};
 inline constexpr Yuv kBlack{0, 128, 128};
-
-/// Where a planar or two-plane picture keeps a sample; told here by itself, so that a swap in the product is
-/// seen.
-struct Samples {
-  explicit Samples(const VideoFrameBuffer& frame) : frame(frame) {
-    const uint32_t code = frame.getFourCC();
-    vFirst = code == fourcc("YV12") || code == fourcc("YV16");
-    pairs = code == fourcc("NV12");
-    fullHeight = code == fourcc("YV16");
-  }
-  uint8_t& y(uint32_t x, uint32_t row) const { return frame.getPlane(0)[row * frame.getStride(0) + x]; }
-  uint8_t& u(uint32_t x, uint32_t row) const { return chroma(x, row, vFirst ? 2 : 1, 0); }
-  uint8_t& v(uint32_t x, uint32_t row) const { return chroma(x, row, vFirst ? 1 : 2, 1); }
-  Yuv at(uint32_t x, uint32_t row) const { return {y(x, row), u(x, row), v(x, row)}; }
-
- private:
-  uint8_t& chroma(uint32_t x, uint32_t row, uint32_t plane, uint32_t place) const {
-    const uint32_t chromaRow = fullHeight ? row : row / 2;
-    if (pairs) return frame.getPlane(1)[chromaRow * frame.getStride(1) + x / 2 * 2 + place];
-    return frame.getPlane(plane)[chromaRow * frame.getStride(plane) + x / 2];
-  }
-
-  const VideoFrameBuffer& frame;
-  bool vFirst, pairs, fullHeight;
-};
 
 inline void paint(VideoFrameBuffer& frame, Yuv color, uint32_t left = 0, uint32_t top = 0,
                   uint32_t right = UINT32_MAX, uint32_t bottom = UINT32_MAX) {
@@ -102,28 +70,21 @@ struct OneFramePool {
   VideoFrameBufferSet set;
 };
 
-/// Gives a frame storage of exactly what its format needs, between guards.
+/// Gives a frame storage of exactly what its format needs, against a page that nobody may touch.
 class Guard {
  public:
   Guard(VideoFrameBuffer& frame, uint32_t width, uint32_t height, uint32_t code)
-      : size(hostLayout(width, height, code).storageSize) {
-    base = static_cast<uint8_t*>(std::malloc(size + 2 * kGuard));
-    std::memset(base, kPattern, size + 2 * kGuard);
-    frame.setStorage(FrameMemory(base + kGuard, [memory = base](uint8_t*) { std::free(memory); }), width,
-                     height, code);
+      : bytes(std::make_shared<GuardedBytes>(hostLayout(width, height, code).storageSize)) {
+    frame.setStorage(FrameMemory(bytes->data(), [keep = bytes](uint8_t*) {}), width, height, code);
   }
-  bool isWhole() const { return untouched(0, kGuard) && untouched(kGuard + size, 2 * kGuard + size); }
-  bool isStorageUntouched() const { return untouched(kGuard, kGuard + size); }
+  bool isWhole() const { return bytes->slackIntact(); }
+  bool isStorageUntouched() const {
+    return std::all_of(bytes->data(), bytes->data() + bytes->size(),
+                       [](uint8_t byte) { return byte == GuardedBytes::kFill; });
+  }
 
  private:
-  static constexpr size_t kGuard = 1024;
-  static constexpr uint8_t kPattern = 0xA5;
-  bool untouched(size_t from, size_t to) const {
-    return std::all_of(base + from, base + to, [](uint8_t byte) { return byte == kPattern; });
-  }
-
-  size_t size;
-  uint8_t* base;
+  std::shared_ptr<GuardedBytes> bytes;
 };
 
 /// Every format of which the converter knows a name, and two that it doesn't.
