@@ -15,7 +15,7 @@
 #include <functional>
 
 #include "support/AudioDecoderRun.h"
-#include "support/CodedSound.h"
+#include "support/CodedAudio.h"
 
 namespace {
 
@@ -87,7 +87,7 @@ void compareSpeex() {
 }
 
 /// Samples as the library's own example converts them.
-void takeVorbisSound(vorbis_dsp_state& vd, int channels) {
+void takeVorbisAudio(vorbis_dsp_state& vd, int channels) {
   float** rows = nullptr;
   while (const int count = vorbis_synthesis_pcmout(&vd, &rows)) {
     for (int c = 0; c < channels; ++c) {
@@ -120,7 +120,7 @@ void compareVorbis() {
   compare("vorbis", file, [&](std::vector<uint8_t>& bytes) {
     ogg_packet packet{bytes.data(), static_cast<long>(bytes.size()), 0, 0, -1, 3};
     if (vorbis_synthesis(&vb, &packet) == 0) vorbis_synthesis_blockin(&vd, &vb);
-    takeVorbisSound(vd, vi.channels);
+    takeVorbisAudio(vd, vi.channels);
   });
   vorbis_block_clear(&vb);
   vorbis_dsp_clear(&vd);

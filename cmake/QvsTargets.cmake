@@ -16,6 +16,8 @@ find_library(YUV_LIBRARY yuv REQUIRED)
 
 add_library(qvs-options INTERFACE)
 target_compile_options(qvs-options INTERFACE -Wall -Wextra -fno-strict-aliasing)
+target_compile_options(qvs-options INTERFACE
+  "$<$<COMPILE_LANGUAGE:CXX>:-Wconversion;-Wold-style-cast;-Wnon-virtual-dtor>")
 # -Wrestrict of GCC 12 misfires on the concatenation of strings.
 target_compile_options(qvs-options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 if(QVS_WERROR)
@@ -47,10 +49,11 @@ function(qvs_add_test name)
   endif()
 endfunction()
 
-# qvs_probe_codecs(TARGET): a clock around the codec libraries and a counting allocator, read through ladder/CodecProbe.h.
+# qvs_probe_codecs(TARGET): a clock around the codec libraries and a counting allocator, read through tests/support.
 function(qvs_probe_codecs target)
-  target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/bench/ladder/CodecProbe.cpp)
-  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/bench)
+  target_sources(${target} PRIVATE
+    ${PROJECT_SOURCE_DIR}/tests/support/CodecProbe.cpp ${PROJECT_SOURCE_DIR}/tests/support/AllocationCounter.cpp)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${target} PRIVATE PkgConfig::VPX PkgConfig::X264 ${CMAKE_DL_LIBS})
   target_link_options(${target} PRIVATE
     LINKER:--wrap=vpx_codec_decode,--wrap=vpx_codec_get_frame,--wrap=vpx_codec_encode,--wrap=vpx_codec_get_cx_data

@@ -26,7 +26,7 @@ int64_t affordable(uint32_t key, int64_t value) {
 void setOne(VideoEncoderH264& encoder, FuzzInput& input) {
   const uint32_t number = input.take<uint8_t>() % (VideoEncoderH264::kKeyCount + 1);
   const bool plain = number < VideoEncoderH264::kKeyCount;
-  const uint32_t key = plain ? VideoEncoderH264::kFirstKey + number : VideoEncoderH264::kKeyColourCodePoints;
+  const uint32_t key = plain ? VideoEncoderH264::kFirstKey + number : VideoEncoderH264::kKeyColorCodePoints;
   const auto kind = input.take<uint8_t>();
   if (kind < 180) {
     const int64_t value = kind < 120 ? input.take<int8_t>() : input.take<int32_t>();

@@ -5,7 +5,7 @@
 #include <vpx/vpx_decoder.h>
 
 #include "FuzzInput.h"
-#include "road/Road.h"
+#include "support/SessionDriver.h"
 
 namespace {
 
@@ -28,12 +28,14 @@ bool announcesHugePicture(std::span<const uint8_t> packet, bool vp9) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz::FuzzInput input(data, size);
   const bool vp9 = input.take<uint8_t>() & 1;
-  test::Road road({.codecVersion = vp9 ? 9u : 8u, .rungs = {{32, 24}}, .fitMode = 1});
-  if (!road.open()) __builtin_trap();
+  test::SessionDriver driver(
+      {.codecVersion = vp9 ? 9u : 8u, .rungs = {{.width = 32, .height = 24, .fitMode = 1}}},
+      test::OnFailure::kGoOn);
+  if (!driver.isOpen()) __builtin_trap();
   for (int count = 0; count < kMostPackets && !input.empty(); ++count) {
     const auto packet = input.bytes(input.take<uint16_t>());
     if (!announcesHugePicture(packet, vp9))
-      road.feed(packet, static_cast<uint64_t>(count) * 40, count == 0 ? 1 : 2);
+      driver.feed(packet, static_cast<uint64_t>(count) * 40, count == 0 ? 1 : 2);
   }
   return 0;
 }

@@ -1,10 +1,11 @@
-// Parameter values of every type and key into a session's decoder and encoder, before and after its
-// initialisation, then a frame through whatever came of them.
+// Parameter values of every type and key into a session's decoder, and into its encoder before and after its
+// initialisation; frames through whatever came of them.
 
-#include "contract/StageIds.h"
-#include "frames/geometry/FourCC.h"
+#include <array>
+
 #include "FuzzInput.h"
-#include "session/TranscoderSession.h"
+#include "support/SessionDriver.h"
+#include "support/TestPicture.h"
 #include "video/encoders/VideoEncoderVPX.h"
 
 namespace {
@@ -59,45 +60,30 @@ void setAndGet(TranscoderSession& session, FuzzInput& input) {
   session.videoDecoderGetParameterValueLong(key, &integer);
 }
 
-void encodeOneFrame(TranscoderSession& session) {
-  uint32_t buffer = 0;
-  if (session.videoEncoderBufferAllocate(0, &buffer)) return;
-  session.videoEncoderAddFrame(0, buffer, 0, 1, 0);
-  std::vector<VideoFrameEncoded> encoded;
-  session.videoEncoderGetEncodedFrames(0, encoded);
-  for (auto& unit : encoded) {
-    if (unit.isAllocated()) std::free(unit.getBuffer());
-  }
-  session.videoEncoderBufferRelease(0, buffer);
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  constexpr uint32_t kFormat = fourcc("YV12");
+  static const std::array kStreams{test::makePackets(8, kSide, kSide, 2),
+                                   test::makePackets(9, kSide, kSide, 2)};
   FuzzInput input(data, size);
-  const uint32_t codecVersion = input.take<uint8_t>() & 1 ? 9 : 8;
-  TranscoderSession session;
-  session.videoDecoderCreate(0, kVideoCodecVPX, codecVersion, 8, 0, kFormat);
-  session.videoEncoderBufferSetsCreate(1);
-  int32_t encoder = -1;
-  session.videoEncoderAdd(kVideoCodecVPX, codecVersion, 8, kFormat, 0, &encoder);
-  session.videoEncoderSetDefaults(0, 0, 0);
-  session.videoEncoderSetFrameSize(0, kSide, kSide);
-  session.videoEncoderSetFrameRate(0, input.take<double>());
-  session.videoEncoderSetBitrate(0, input.take<uint32_t>());
-  session.videoEncoderSetFrameIndex(0, 0);
-  session.videoEncoderSetParameterValueLong(0, VideoEncoderVPX::kKeyThreadCount, 1);
-  session.videoEncoderSetParameterValueLong(0, VideoEncoderVPX::kKeyCpuUsed, 8);
-  for (uint32_t count = input.take<uint8_t>() % 6; count > 0; --count) setAndGet(session, input);
-  session.videoEncoderApplyParameters(0);
-  uint32_t set = 0;
-  session.videoEncoderBufferSetAlloc(&set);
-  session.videoEncoderBufferAdd(kSide, kSide, 3, kFormat, 0, set);
-  session.videoEncoderInitialize(0);
-  session.videoDecoderInitialize();
-  encodeOneFrame(session);
-  for (uint32_t count = input.take<uint8_t>() % 4; count > 0; --count) setAndGet(session, input);
-  encodeOneFrame(session);
+  const bool vp9 = input.take<uint8_t>() & 1;
+  const auto& packets = kStreams[vp9];
+  const uint32_t codecVersion = vp9 ? 9 : 8;
+  const auto setSome = [&](TranscoderSession& session, uint32_t most) {
+    for (uint32_t count = input.take<uint8_t>() % most; count > 0; --count) setAndGet(session, input);
+  };
+  const auto frameRate = input.take<double>();
+  const auto bitrate = input.take<uint32_t>();
+  test::SessionDriver driver({.codecVersion = codecVersion,
+                              .rungs = {{.width = kSide,
+                                         .height = kSide,
+                                         .bitrate = bitrate,
+                                         .codecVersion = codecVersion,
+                                         .frameRate = frameRate}},
+                              .tune = [&](TranscoderSession& session, uint32_t) { setSome(session, 6); }},
+                             test::OnFailure::kGoOn);
+  driver.feed(packets[0], 0, 1);
+  setSome(driver.session(), 4);
+  driver.feed(packets[1], 40);
   return 0;
 }

@@ -39,8 +39,8 @@ double cpuSeconds() {
 using Samples = std::vector<int16_t>;
 
 /// Blocks of a decoder, in turn; the last one that is not whole is left out.
-size_t blocksOf(const Samples& sound) {
-  return sound.size() / (kBlock * kChannels);
+size_t blocksOf(const Samples& audio) {
+  return audio.size() / (kBlock * kChannels);
 }
 
 class ResamplerRun {
@@ -52,9 +52,9 @@ class ResamplerRun {
   }
 
   /// Appends the result to `kept`, where there is one.
-  void run(const Samples& sound, Samples* kept) {
-    for (size_t block = 0; block < blocksOf(sound); ++block, timecode += kBlock) {
-      std::memcpy(in.getBuffer(), &sound[block * kBlock * kChannels], in.getLen());
+  void run(const Samples& audio, Samples* kept) {
+    for (size_t block = 0; block < blocksOf(audio); ++block, timecode += kBlock) {
+      std::memcpy(in.getBuffer(), &audio[block * kBlock * kChannels], in.getLen());
       in.setTimecode(timecode);
       resampler.resample(in, out);
       const auto* made = reinterpret_cast<const int16_t*>(out.getBuffer());
@@ -83,9 +83,9 @@ class DirectRun {
   DirectRun(const DirectRun&) = delete;
   DirectRun& operator=(const DirectRun&) = delete;
 
-  void run(const Samples& sound) {
-    for (size_t block = 0; block < blocksOf(sound); ++block) {
-      const auto* from = reinterpret_cast<const uint8_t*>(&sound[block * kBlock * kChannels]);
+  void run(const Samples& audio) {
+    for (size_t block = 0; block < blocksOf(audio); ++block) {
+      const auto* from = reinterpret_cast<const uint8_t*>(&audio[block * kBlock * kChannels]);
       auto* to = reinterpret_cast<uint8_t*>(out.data());
       swr_convert(swr, &to, static_cast<int>(out.size() / kChannels), &from, kBlock);
     }
@@ -110,17 +110,17 @@ void measure(double seconds, int pairs) {
   std::printf("{\"name\": \"resample.snr_db\", \"value\": %.2f}\n",
               test::sweptSineSnr(kept, kTo, 10.0, kChannels));
 
-  const Samples sound = test::sweptSine(kFrom, seconds, kChannels);
+  const Samples audio = test::sweptSine(kFrom, seconds, kChannels);
   ResamplerRun ours;
   DirectRun direct;
-  ours.run(sound, nullptr);
-  direct.run(sound);
+  ours.run(audio, nullptr);
+  direct.run(audio);
   std::vector<double> realTime, ratio;
   for (int pair = 0; pair < pairs; ++pair) {
     const double start = cpuSeconds();
-    ours.run(sound, nullptr);
+    ours.run(audio, nullptr);
     const double middle = cpuSeconds();
-    direct.run(sound);
+    direct.run(audio);
     const double end = cpuSeconds();
     realTime.push_back(seconds / (middle - start));
     ratio.push_back((end - middle) / (middle - start));

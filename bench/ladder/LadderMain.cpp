@@ -6,16 +6,22 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <exception>
 #include <thread>
 #include <vector>
 
-#include "ladder/CodecProbe.h"
 #include "ladder/Options.h"
 #include "ladder/PacketSource.h"
 #include "ladder/SessionLadder.h"
+#include "support/AllocationCounter.h"
+#include "support/CodecProbe.h"
 
 namespace qvs::bench {
 namespace {
+
+using test::allocationsApart;
+using test::allocationsSoFar;
+using test::codecNanoseconds;
 
 constexpr uint64_t kWarmUpFrames = kKeyFrameInterval + 10;  ///< so that one requested key frame lies inside
 
@@ -78,18 +84,17 @@ int countAllocations(const Options& options) {
   SessionLadder ladder(*options.ladder, input->codec(), input->config(), options.parallelRungs, {});
   uint64_t number = 0;
   for (; number < kWarmUpFrames; ++number) ladder.transcode(input->next(), number);
-  const auto before = allocationCounts();
+  const uint64_t codecBefore = allocationsApart(), otherBefore = allocationsSoFar();
   const auto packetsBefore = ladder.packetCount();
   for (; number < frames; ++number) ladder.transcode(input->next(), number);
-  const auto after = allocationCounts();
+  const uint64_t codec = allocationsApart() - codecBefore, other = allocationsSoFar() - otherBefore;
   const auto counted = static_cast<double>(frames - kWarmUpFrames);
   const auto packets = static_cast<double>(ladder.packetCount() - packetsBefore);
-  const auto other = static_cast<double>(after.other - before.other);
   std::printf(
       "{\"frames\": %llu, \"packets_per_frame\": %.4f, \"codec_per_frame\": %.4f, "
       "\"beyond_packets_per_frame\": %.4f}\n",
-      printable(frames - kWarmUpFrames), packets / counted,
-      static_cast<double>(after.codec - before.codec) / counted, (other - packets) / counted);
+      printable(frames - kWarmUpFrames), packets / counted, static_cast<double>(codec) / counted,
+      (static_cast<double>(other) - packets) / counted);
   return 0;
 }
 
@@ -110,5 +115,10 @@ int run(const Options& options) {
 }  // namespace qvs::bench
 
 int main(int argc, char** argv) {
-  return qvs::bench::run(qvs::bench::parseOptions(argc, argv));
+  try {
+    return qvs::bench::run(qvs::bench::parseOptions(argc, argv));
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "%s: %s\n", argv[0], failure.what());
+    return 1;
+  }
 }

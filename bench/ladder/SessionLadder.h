@@ -1,15 +1,13 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "frames/VideoFrameEncoded.h"
 #include "ladder/LadderSpec.h"
 #include "ladder/PacketSink.h"
-#include "session/TranscoderSession.h"
+#include "support/SessionDriver.h"
 
 namespace qvs::bench {
 
@@ -24,26 +22,15 @@ class SessionLadder {
   /// Hands one packet over and takes everything back that comes of it.
   void transcode(std::span<const uint8_t> packet, uint64_t frameNumber);
 
-  /// From now on packets are taken when the next picture is ready instead of at once, so that parallel
-  /// encoders work while that picture is decoded. `finish` takes the last ones.
-  void decodeAhead() { ahead = true; }
-  void finish();
+  void decodeAhead() { driver.decodeAhead(); }
+  void finish() { driver.finish(); }
 
-  uint64_t packetCount() const { return packets; }  ///< coded packets in and out so far
+  uint64_t packetCount() const { return driver.packetCount(); }  ///< coded packets in and out so far
 
  private:
-  void createDecoder(Codec codec);
-  void addRung(const LadderSpec& ladder, const Rung& rung, bool parallel);
-  void encodePicture(uint32_t decoderBuffer, uint64_t timecode);
-  void takePackets(uint32_t rung);
-
-  TranscoderSession session;
-  std::vector<PacketSink> sinks;           ///< by rung
-  std::vector<VideoFrameEncoded> encoded;  ///< kept between frames
-  std::vector<VideoFrameAncillaryData> ancillaryData;
-  uint64_t packets = 0;
+  std::vector<PacketSink> sinks;  ///< by rung
+  test::SessionDriver driver;
   uint64_t pictures = 0;
-  bool ahead = false;
 };
 
 }  // namespace qvs::bench

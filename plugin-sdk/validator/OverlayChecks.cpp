@@ -65,16 +65,17 @@ class Reference {
 
  private:
   // The sample of the target at pixel (x, y), which covers side x side pixels.
-  uint8_t blend(Component component, int64_t x, int64_t y, int side) {
+  uint8_t blend(Component component, uint32_t x, uint32_t y, uint32_t side) {
     uint32_t sum = 0, alphas = 0;
-    for (int i = 0; i < side * side; ++i) {
-      const int64_t column = x + i % side - drawing.x, row = y + i / side - drawing.y;
+    for (uint32_t i = 0; i < side * side; ++i) {
+      const int64_t column = int64_t{x} + i % side - drawing.x, row = int64_t{y} + i / side - drawing.y;
       if (column < 0 || row < 0 || column >= drawing.overlay.record.width ||
           row >= drawing.overlay.record.height) {
         continue;
       }
-      const uint32_t alpha = drawing.overlay.sample(Component::kA, column, row);
-      sum += alpha * drawing.overlay.sample(component, column, row);
+      const auto inX = static_cast<uint32_t>(column), inY = static_cast<uint32_t>(row);
+      const uint32_t alpha = drawing.overlay.sample(Component::kA, inX, inY);
+      sum += alpha * drawing.overlay.sample(component, inX, inY);
       alphas += alpha;
     }
     const uint32_t whole = 255u * side * side;

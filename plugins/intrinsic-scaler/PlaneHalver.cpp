@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <new>
 
+#include "HalfFilter.h"
+
 namespace qvs::intrinsic {
 
 bool PlaneHalver::reserve(size_t width) {

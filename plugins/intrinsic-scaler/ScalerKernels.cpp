@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "HalfFilter.h"
 #include "x86/ScalerKernelsX86.h"
 
 namespace qvs::intrinsic {

@@ -22,6 +22,7 @@ constexpr uint32_t kAacLC = 2;
 constexpr uint32_t kAacLTP = 4;
 constexpr uint32_t kSBR = 5;
 constexpr uint32_t kPS = 29;
+constexpr uint32_t kHeaderChannelConfigs = 8;
 
 /// The two bits of the header name types 1 to 4. Frames of the HE types are LC frames with more in them, at
 /// the rate and channels of their core, which is what the configuration's first fields give.
@@ -51,8 +52,8 @@ uint32_t AudioDecoderAAC::initialize() {
     close();
     init_callbacks(callbacks);
     timecodeDelay[0] = timecodeDelay[1] = {};
-    decoder = createDecoderAAC(&callbacks, 0, 0);
-    return isOpen() ? kSuccess : fail("initialize", "Error opening decoder");
+    return decoder.open(createDecoderAAC(&callbacks, 0, 0)) ? kSuccess
+                                                            : fail("initialize", "Error opening decoder");
   });
 }
 
@@ -69,7 +70,8 @@ uint32_t AudioDecoderAAC::decodeCodecConfig(uint8_t* buffer, uint32_t offset, ui
     if (isPlain && headerChannelConfig == 0) {
       layoutElement = AACChannelLayout::elementOf({buffer + offset, len});
     }
-    if (isPlain && (buffer[size_t{offset} + 1] & kFrameOf960) != 0) headerObjectType = 0;
+    const bool isNamed = getSampleRate() != 0 && headerChannelConfig < kHeaderChannelConfigs;
+    if (!isNamed || (isPlain && (buffer[size_t{offset} + 1] & kFrameOf960) != 0)) headerObjectType = 0;
     if (headerObjectType == 0) {
       warn(
           fmt::format("AudioDecoderAAC.decodeCodecConfig[{{context}}]: Configuration is not supported: "
@@ -94,9 +96,8 @@ int32_t AudioDecoderAAC::getSampleRate() {
 
 /// The caller's bytes as a frame that the library knows; empty where that can't be.
 std::span<uint8_t> AudioDecoderAAC::frameOf(uint8_t* buffer, uint32_t offset, uint32_t len) {
-  constexpr uint32_t kHeaderChannelConfigs = 8;
   if (buffer == nullptr || len <= AACUtils::kADTSHeaderSize) return {};
-  if (headerObjectType == 0 || headerChannelConfig >= kHeaderChannelConfigs) return {};
+  if (headerObjectType == 0) return {};
   const size_t size = size_t{len} + layoutElement.size();
   if (size > AACUtils::kMaxADTSFrame) return {};
   uint8_t* header = buffer + offset;
@@ -112,13 +113,13 @@ std::span<uint8_t> AudioDecoderAAC::frameOf(uint8_t* buffer, uint32_t offset, ui
 
 uint32_t AudioDecoderAAC::decodeFirstFrame(uint8_t* buffer, uint32_t offset, uint32_t len) {
   return guarded("AudioDecoderAAC::decodeFirstFrame", [&]() -> uint32_t {
-    if (!isOpen()) return kFailure;
+    if (!decoder) return kFailure;
     const std::span<uint8_t> frame = frameOf(buffer, offset, len);
-    command(PARSE_AUD_HDR);
-    if (decoder->copybytes(decoder, frame.data(), static_cast<uint32_t>(frame.size())) == 0) {
+    decoder.send(PARSE_AUD_HDR);
+    if (decoder.feed(frame.data(), static_cast<uint32_t>(frame.size())) == 0) {
       return fail("decodeFirstFrame", "Decode failed");
     }
-    if (command(INIT_FRAME_PARSER, &aacConfig, sizeof aacConfig) != 0) {
+    if (decoder.send(INIT_FRAME_PARSER, 0, &aacConfig, sizeof aacConfig) != 0) {
       return fail("decodeFirstFrame", "Initialize failed");
     }
     firstFrameDecoded = 1;
@@ -129,11 +130,14 @@ uint32_t AudioDecoderAAC::decodeFirstFrame(uint8_t* buffer, uint32_t offset, uin
 uint32_t AudioDecoderAAC::decodeFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
                                       AudioSampleBuffer& out) {
   return guarded("AudioDecoderAAC::decodeFrame", [&]() -> uint32_t {
-    if (!isOpen()) return kFailure;
+    if (!decoder) return kFailure;
     const std::span<uint8_t> frame = frameOf(buffer, offset, len);
     if (frame.empty()) return fail("decodeFrame", "Decode failed", out);
     announceTarget();
-    timecodeDelay[1] = std::exchange(timecodeDelay[0], {timecode, 0, 0});
+    // All ones stand for no frame here: such a time is unknown, and the block goes on behind the last.
+    const bool isKnown = timecode != AudioDecoderAACDelayInfo::kNone;
+    timecodeDelay[1] =
+        std::exchange(timecodeDelay[0], {isKnown ? timecode : followingMs(timecodeSampleRate), 0, 0});
     return decodeBytes(frame, out);
   });
 }

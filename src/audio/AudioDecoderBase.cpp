@@ -50,6 +50,11 @@ uint64_t AudioDecoderBase::getTimecodeScaled(uint64_t lastTimecode, uint32_t las
   return next;
 }
 
+uint64_t AudioDecoderBase::followingMs(uint32_t rate) const {
+  if (lastTimecodeScaled == ~uint64_t{0} || rate == 0) return 0;
+  return ((lastTimecodeScaled + lastSampleCount) * 10000 + 5) / rate / 10;
+}
+
 void AudioDecoderBase::setFormat(uint32_t sampleRate, uint32_t channels) {
   // The running count is in samples of one rate.
   if (sampleRate != streamSampleRate) lastTimecodeScaled = ~uint64_t{0};
@@ -81,7 +86,7 @@ bool AudioDecoderBase::makeRoom(AudioSampleBuffer& out, uint64_t sampleCount, ui
   return true;
 }
 
-uint32_t AudioDecoderBase::noBlock(AudioSampleBuffer& out) {
+uint32_t AudioDecoderBase::emptyBlock(AudioSampleBuffer& out) {
   out.setSampleCount(0);
   return kSuccess;
 }

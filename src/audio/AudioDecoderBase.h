@@ -37,7 +37,7 @@ class AudioDecoderBase : public WithoutParameters<IAudioDecoder> {
   int32_t getSampleRate() override { return static_cast<int32_t>(decodedSampleRate); }
   uint32_t getSamplesPerFrame() override { return 2048; }
   uint32_t getFramesDecoded() override { return framesDecoded; }
-  uint8_t isFirstFrameDecoded() override { return firstFrameDecoded; }
+  uint8_t isFirstFrameDecoded() override { return firstFrameDecoded != 0; }
   void setLogger(ILogger* value) override { logger = value; }
   void setAudioResampler(AudioResampler* value) override { audioResampler.reset(value); }
   AudioResampler* getAudioResampler() override { return audioResampler.get(); }
@@ -55,6 +55,9 @@ class AudioDecoderBase : public WithoutParameters<IAudioDecoder> {
   uint64_t getTimecodeScaled(uint64_t lastTimecodeScaled, uint32_t lastSampleCount,
                              uint64_t timecodeMs) const;
 
+  /// Milliseconds at which the last block ended, counted at `rate` Hz; 0 before the first.
+  uint64_t followingMs(uint32_t rate) const;
+
   /// Takes the stream's format into the record, and keeps it for `restoreFormat`. At another rate than
   /// before the running count starts anew.
   void setFormat(uint32_t sampleRate, uint32_t channels);
@@ -66,8 +69,8 @@ class AudioDecoderBase : public WithoutParameters<IAudioDecoder> {
   /// False, and `out` as it was, where that is more than any real packet holds or memory is out.
   static bool makeRoom(AudioSampleBuffer& out, uint64_t sampleCount, uint32_t channels);
 
-  /// Result of an input without sound: nothing is recorded, and `out` no longer offers an older block.
-  static uint32_t noBlock(AudioSampleBuffer& out);
+  /// Result of an input without audio: nothing is recorded, and `out` no longer offers an older block.
+  static uint32_t emptyBlock(AudioSampleBuffer& out);
 
   /// Enters a block of `sampleCount` samples a channel, already written into `out`, in all records.
   void finishBlock(AudioSampleBuffer& out, uint32_t sampleCount, uint64_t timecodeMs);

@@ -45,7 +45,7 @@ uint32_t AudioDecoderG711::decodeFirstFrame(uint8_t* buffer, uint32_t, uint32_t 
 uint32_t AudioDecoderG711::decodeFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
                                        AudioSampleBuffer& out) {
   return guarded(law.frameLabel, [&]() -> uint32_t {
-    if (buffer == nullptr || len == 0) return noBlock(out);
+    if (buffer == nullptr || len == 0) return emptyBlock(out);
     restoreFormat();
     // All that the count stands for must lie in the block, or its readers would go past the end.
     if (!makeRoom(out, len, std::max(decodedChannels, 1u))) return kFailure;

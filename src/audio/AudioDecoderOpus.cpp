@@ -20,6 +20,10 @@ constexpr uint32_t kHeadSizeLeast = 17;
 constexpr uint32_t kChannelsAt = 9;
 constexpr uint32_t kRateAt = 12;
 constexpr uint32_t kGainAt = 16;
+constexpr uint32_t kFamilyAt = 18;
+constexpr uint32_t kStreamsAt = 19;
+constexpr uint32_t kCoupledAt = 20;
+constexpr uint32_t kMappingAt = 21;
 constexpr uint32_t kChannelsMost = 2;
 constexpr uint32_t kFullRate = 48000;
 
@@ -29,6 +33,13 @@ uint32_t decodeRateFor(uint32_t sampleRate) {
     if (rate == sampleRate) return rate;
   }
   return kFullRate;
+}
+
+/// Whether packets hold one stream, its channels in place. Those of mapping family 0 do; other families tell.
+bool isOneStream(const uint8_t* head, uint32_t len, uint32_t channels) {
+  if (len <= kFamilyAt || head[kFamilyAt] == 0) return true;
+  if (len < kMappingAt + channels || head[kStreamsAt] != 1 || head[kCoupledAt] != channels - 1) return false;
+  return head[kMappingAt] == 0 && (channels == 1 || head[kMappingAt + 1] == 1);
 }
 
 }  // namespace
@@ -64,6 +75,13 @@ uint32_t AudioDecoderOpus::decodeCodecConfig(uint8_t* buffer, uint32_t offset, u
           channels == 0 ? "" : " (>2)", channels));
       return kFailure;
     }
+    if (!isOneStream(bytes, len, channels)) {
+      warn(
+          fmt::format("AudioDecoderOpus::decodeCodecConfig[{{context}}]: Channel mapping is not supported: "
+                      "family:{} channels:{}",
+                      bytes[kFamilyAt], channels));
+      return kFailure;
+    }
     head.channels = channels;
     head.sampleRate = bytes[kRateAt] | uint32_t{bytes[kRateAt + 1]} << 8 |
                       uint32_t{bytes[kRateAt + 2]} << 16 | uint32_t{bytes[kRateAt + 3]} << 24;
@@ -79,7 +97,7 @@ uint32_t AudioDecoderOpus::decodeFirstFrame(uint8_t*, uint32_t, uint32_t) {
     firstFrameDecoded = 1;
     // The packet itself tells nothing: many streams begin with one of silence, no longer than 3 bytes.
     if (head.channels != 0) return openDecoder();
-    warn("AudioDecoderOpus::decodeFirstFrame[{context}]: No sound before a codec configuration");
+    warn("AudioDecoderOpus::decodeFirstFrame[{context}]: No audio before a codec configuration");
     return kSuccess;
   });
 }
@@ -110,17 +128,17 @@ uint32_t AudioDecoderOpus::decodeFrame(uint8_t* buffer, uint32_t offset, uint32_
   return guarded("AudioDecoderOpus::decodeFrame", [&]() -> uint32_t {
     const ScopedLock scope(*lock);
     if (!decoder || buffer == nullptr || len == 0 || len > uint32_t{std::numeric_limits<opus_int32>::max()}) {
-      return noBlock(out);
+      return emptyBlock(out);
     }
     restoreFormat();
     const uint8_t* packet = buffer + offset;
     const auto packetLen = static_cast<opus_int32>(len);
     const int announced = opus_decoder_get_nb_samples(decoder.get(), packet, packetLen);
-    if (announced < 1) return noBlock(out);
+    if (announced < 1) return emptyBlock(out);
     if (!makeRoom(out, static_cast<uint32_t>(announced), opened.channels)) return kFailure;
     auto* samples = reinterpret_cast<opus_int16*>(out.getBuffer());
     const int decoded = opus_decode(decoder.get(), packet, packetLen, samples, announced, 0);
-    if (decoded < 1) return noBlock(out);
+    if (decoded < 1) return emptyBlock(out);
     finishBlock(out, static_cast<uint32_t>(decoded), timecode);
     return kSuccess;
   });

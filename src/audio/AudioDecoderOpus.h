@@ -9,7 +9,7 @@
 
 namespace qvs {
 
-/// Mono and stereo Opus by libopus. The configuration is an OpusHead record; sound comes at the rate that it
+/// Mono and stereo Opus by libopus. The configuration is an OpusHead record; audio comes at the rate that it
 /// names where libopus decodes to that rate, else at 48000 Hz. The head's output gain is applied. Its
 /// pre-skip is not: the first blocks hold the encoder's lead-in, and block timecodes follow the incoming
 /// ones.

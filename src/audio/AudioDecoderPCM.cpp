@@ -77,7 +77,7 @@ uint32_t AudioDecoderPCM::decodeFrame(uint8_t* buffer, uint32_t offset, uint32_t
       warn("AudioDecoderPCM.decodeFrame[{context}]: No audio before a codec configuration");
       return kFailure;
     }
-    if (buffer == nullptr || len == 0) return noBlock(out);
+    if (buffer == nullptr || len == 0) return emptyBlock(out);
     restoreFormat();
     const uint32_t frameBytes = decodedChannels * kBytesPerSample;
     const uint32_t sampleCount = len / frameBytes;
@@ -87,7 +87,7 @@ uint32_t AudioDecoderPCM::decodeFrame(uint8_t* buffer, uint32_t offset, uint32_t
                       "channels: len:{}",
                       rest, decodedChannels, len));
     }
-    if (sampleCount == 0) return noBlock(out);
+    if (sampleCount == 0) return emptyBlock(out);
     if (!makeRoom(out, sampleCount, decodedChannels)) {
       warn(fmt::format("AudioDecoderPCM.decodeFrame[{{context}}]: No room for the block: len:{}", len));
       return kFailure;

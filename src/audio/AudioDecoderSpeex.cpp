@@ -96,15 +96,15 @@ uint32_t AudioDecoderSpeex::decodeFrame(uint8_t* buffer, uint32_t offset, uint32
   return guarded("AudioDecoderSpeex::decodeFrame", [&]() -> uint32_t {
     const ScopedLock scope(*lock);
     if (state == nullptr || len > static_cast<uint32_t>(std::numeric_limits<int>::max())) return kFailure;
-    if (buffer == nullptr || len == 0) return noBlock(out);
+    if (buffer == nullptr || len == 0) return emptyBlock(out);
     if (isHeader(buffer + offset, len)) {
       const uint32_t result = readHeader(buffer + offset);
-      return result == kSuccess ? noBlock(out) : result;
+      return result == kSuccess ? emptyBlock(out) : result;
     }
     if (refused) return kFailure;
     speex_bits_read_from(&bits, reinterpret_cast<const char*>(buffer + offset), static_cast<int>(len));
     const uint32_t sampleCount = decodePacket(out);
-    if (sampleCount == 0) return noBlock(out);
+    if (sampleCount == 0) return emptyBlock(out);
     setFormat(kSampleRate, 1);
     finishBlock(out, sampleCount, timecode);
     return kSuccess;

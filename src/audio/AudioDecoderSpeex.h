@@ -24,7 +24,7 @@ class AudioDecoderSpeex : public AudioDecoderBase {
   uint32_t decodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) override;
   uint32_t decodeFirstFrame(uint8_t* buffer, uint32_t offset, uint32_t len) override;
 
-  /// A block without room for one frame gives no sound; any other grows to what the packet holds.
+  /// A block without room for one frame gives no audio; any other grows to what the packet holds.
   uint32_t decodeFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
                        AudioSampleBuffer& out) override;
 

@@ -153,12 +153,12 @@ uint32_t AudioDecoderVorbis::decodeFrame(uint8_t* buffer, uint32_t offset, uint3
                                          AudioSampleBuffer& out) {
   return guarded("AudioDecoderVorbis::decodeFrame", [&]() -> uint32_t {
     if (!synthesis) return kFailure;
-    if (buffer == nullptr || len == 0) return noBlock(out);
+    if (buffer == nullptr || len == 0) return emptyBlock(out);
     restoreFormat();
-    if (!synthesis->takePacket(buffer + offset, static_cast<long>(len))) return noBlock(out);
+    if (!synthesis->takePacket(buffer + offset, static_cast<long>(len))) return emptyBlock(out);
     float** pcm = nullptr;
     const int waiting = synthesis->samples(&pcm);
-    if (waiting <= 0) return noBlock(out);
+    if (waiting <= 0) return emptyBlock(out);
     const auto sampleCount = static_cast<uint32_t>(waiting);
     const bool room = makeRoom(out, sampleCount, decodedChannels);
     if (room) {

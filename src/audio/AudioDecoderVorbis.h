@@ -14,7 +14,7 @@ class VorbisSynthesis;
 /// lengths of the first two, then the packets. A length is one byte, or Xiph lacing where the packets begin
 /// behind one.
 ///
-/// The first packet gives no sound; each later one gives what overlaps with the packet before. Channels leave
+/// The first packet gives no audio; each later one gives what overlaps with the packet before. Channels leave
 /// in the order of their mask's bits; of four the rear pair comes behind the front pair.
 class AudioDecoderVorbis : public AudioDecoderBase {
  public:

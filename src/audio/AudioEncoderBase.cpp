@@ -42,7 +42,7 @@ uint32_t AudioEncoderBase::copyChannels(const uint8_t* src, uint8_t* dst, uint32
   return 0;
 }
 
-uint32_t AudioEncoderBase::takeStock(AudioSampleBuffer& block) {
+uint32_t AudioEncoderBase::countSamples(AudioSampleBuffer& block) {
   const uint64_t sampleBytes = uint64_t{block.getChannels()} * kBytesPerSample;
   const bool holdsSamples = block.getBuffer() != nullptr && sampleBytes != 0;
   const uint64_t held = holdsSamples ? block.getLen() / sampleBytes : 0;

@@ -49,7 +49,7 @@ class AudioEncoderBase : public WithoutParameters<IAudioEncoder> {
 
  protected:
   /// Samples a channel of `block` from its index on, of which its count is lowered to what its memory holds.
-  static uint32_t takeStock(AudioSampleBuffer& block);
+  static uint32_t countSamples(AudioSampleBuffer& block);
 
   /// Whether `block` is of the format that the encoder was opened with; 0 stands for any. The first of
   /// several blocks that aren't has a line under `label`.

@@ -8,20 +8,21 @@
 #include "audio/AudioEncoderBase.h"
 #include "audio/AudioFrameAssembler.h"
 #include "contract/StageIds.h"
+#include "platform/ParameterTable.h"
 
 namespace qvs {
 
 /// Opus by libopus: an identification header as in Ogg, then bare packets of 20 ms, mono or stereo.
 ///
 /// A packet's timecode is that of its first sample of input. The codec looks ahead: what a decoder gives from
-/// a packet lies `lookahead` samples (6.5 ms) before the packet's own input, so that a packet's sound starts
+/// a packet lies `lookahead` samples (6.5 ms) before the packet's own input, so that a packet's audio starts
 /// at its timecode less the lookahead. A container that keeps a pre-skip (Ogg, WebM, MP4) takes it there, and
-/// the sound is in place; the header names it where key 190001 asks for that, else it says 0.
+/// the audio is in place; the header names it where key 190001 asks for that, else it says 0.
 ///
 /// Keys: 190000 (double) `gain`, dB, for the header; 190001 (long) `preSkip`: set to non-zero before
 /// `initialize`, the header carries the pre-skip; get gives its samples at 48 kHz, 0 until the encoder is
 /// open.
-class AudioEncoderOpus : public AudioEncoderBase {
+class AudioEncoderOpus : public WithParameters<AudioEncoderOpus, AudioEncoderBase> {
  public:
   static constexpr uint32_t kKeyGain = 190000;
   static constexpr uint32_t kKeyPreSkip = 190001;
@@ -29,18 +30,11 @@ class AudioEncoderOpus : public AudioEncoderBase {
   AudioEncoderOpus() { codec = kAudioCodecOpus; }
   ~AudioEncoderOpus() override;
 
-  using AudioEncoderBase::getParameterValue;
-  using AudioEncoderBase::setParameterValue;
-
   uint32_t initialize() override;
   uint32_t getHeaders(std::vector<AudioFrameEncoded>& out) override;
   uint32_t addSampleBuffer(AudioSampleBuffer* buffer, std::vector<AudioFrameEncoded>& out) override;
   uint32_t close() override;
-  uint32_t setParameterValue(uint32_t key, int64_t value) override;
-  uint32_t setParameterValue(uint32_t key, double value) override;
-  uint32_t getParameterValueType(uint32_t key, uint32_t* arrayLength) override;
-  uint32_t getParameterValue(uint32_t key, int64_t* value) override;
-  uint32_t getParameterValue(uint32_t key, double* value) override;
+  static const ParameterRow<AudioEncoderOpus>* parameterOf(uint32_t key);
 
  private:
   struct Destroy {

@@ -122,7 +122,7 @@ void AudioEncoderVorbis::logFailure(int code) const {
                                  [&](const Failure& failure) { return failure.code == code; });
   const std::string text =
       row != std::end(kFailures) ? row->text : fmt::format("Failure [{}], unknown error", code);
-  error(fmt::format("{}{}: channels:{} sampleRate:{} bitRate:{}", kInitialize, text, channels, sampleRate,
+  error(fmt::format("{}{}: channels:{} sampleRate:{} bitrate:{}", kInitialize, text, channels, sampleRate,
                     bitrate));
 }
 
@@ -154,7 +154,7 @@ uint32_t AudioEncoderVorbis::addSampleBuffer(AudioSampleBuffer* buffer, std::vec
   const std::unique_ptr<AudioSampleBuffer> samples(buffer);
   return guarded("AudioEncoderVorbis::addSampleBuffer", [&]() -> uint32_t {
     constexpr const char* kLabel = "AudioEncoderVorbis.addSampleBuffer";
-    const uint32_t count = samples ? takeStock(*samples) : 0;
+    const uint32_t count = samples ? countSamples(*samples) : 0;
     if (count == 0) return kSuccess;
     if (encoderInited == 0) return kFailure;
     if (timecodeList.size() >= kHoldersMost) {
@@ -167,7 +167,7 @@ uint32_t AudioEncoderVorbis::addSampleBuffer(AudioSampleBuffer* buffer, std::vec
     }
     if (!fits(kLabel, *samples, 0, static_cast<uint32_t>(vorbisInfo.rate))) return kFailure;
     const uint32_t start = samples->getSampleIndex();
-    timecodeList.push({samples->getTimecode() + start, count});
+    hold(samples->getTimecode() + start, count);
     for (uint32_t done = 0; done < count; done += kChunkSamples) {
       write(*samples, start + done, std::min(kChunkSamples, count - done));
       analyse();
@@ -175,6 +175,17 @@ uint32_t AudioEncoderVorbis::addSampleBuffer(AudioSampleBuffer* buffer, std::vec
     takePages(samples->getChannels(), out);
     return kSuccess;
   });
+}
+
+// Blocks that follow each other share a holder: ones of a few samples would else fill the list before the
+// codec has enough for a page.
+void AudioEncoderVorbis::hold(uint64_t timecode, uint32_t count) {
+  AudioSampleHolder* last = timecodeList.empty() ? nullptr : &timecodeList[timecodeList.size() - 1];
+  if (last != nullptr && last->timecode + last->sampleCount == timecode && count <= ~last->sampleCount) {
+    last->sampleCount += count;
+  } else {
+    timecodeList.push({timecode, count});
+  }
 }
 
 void AudioEncoderVorbis::write(const AudioSampleBuffer& samples, uint32_t index, uint32_t count) {
@@ -200,7 +211,7 @@ void AudioEncoderVorbis::analyse() {
     vorbis_bitrate_addblock(&block);
     while (vorbis_bitrate_flushpacket(&dspState, &packet) != 0) {
       ogg_stream_packetin(&streamState, &packet);
-      // The first packet gives no sound, only where the count starts.
+      // The first packet gives no audio, only where the count starts.
       if (lastGranule < 0) lastGranule = packet.granulepos;
     }
   }
@@ -237,20 +248,10 @@ uint32_t AudioEncoderVorbis::close() {
   });
 }
 
-uint32_t AudioEncoderVorbis::setParameterValue(uint32_t key, int64_t value) {
-  if (key == kKeyUnmanaged) unmanaged = value != 0;
-  return kSuccess;
-}
-
-uint32_t AudioEncoderVorbis::getParameterValueType(uint32_t key, uint32_t* arrayLength) {
-  clear(arrayLength);
-  return key == kKeyUnmanaged ? kParameterLong : kParameterUnknown;
-}
-
-uint32_t AudioEncoderVorbis::getParameterValue(uint32_t key, int64_t* value) {
-  clear(value);
-  if (key == kKeyUnmanaged && value != nullptr) *value = unmanaged ? 1 : 0;
-  return kSuccess;
+const ParameterRow<AudioEncoderVorbis>* AudioEncoderVorbis::parameterOf(uint32_t key) {
+  using This = AudioEncoderVorbis;
+  static constexpr ParameterRow<This> kParameters[] = {parameterField<This, &This::unmanaged>(kKeyUnmanaged)};
+  return findParameter(kParameters, key);
 }
 
 void AudioEncoderVorbis::closeEncoder() {

@@ -8,6 +8,7 @@
 #include "audio/AudioEncoderBase.h"
 #include "audio/AudioSampleHolder.h"
 #include "contract/StageIds.h"
+#include "platform/ParameterTable.h"
 #include "platform/RingQueue.h"
 
 namespace qvs {
@@ -17,27 +18,22 @@ namespace qvs {
 /// body. Codes mono or stereo: of more channels the first two.
 ///
 /// A page's granule position counts samples from the first one encoded, and its timecode is the timecode of
-/// that position: the time at which the page's sound ends, and that of the page behind it begins.
+/// that position: the time at which the page's audio ends, and that of the page behind it begins.
 ///
 /// Key 190100 (long) `unmanaged`, before `initialize`: non-zero takes the bit rate for an estimate by which
 /// the library sets its quality, instead of managing it, in a third of the time.
-class AudioEncoderVorbis : public AudioEncoderBase {
+class AudioEncoderVorbis : public WithParameters<AudioEncoderVorbis, AudioEncoderBase> {
  public:
   static constexpr uint32_t kKeyUnmanaged = 190100;
 
   AudioEncoderVorbis() { codec = kAudioCodecVorbis; }
   ~AudioEncoderVorbis() override;
 
-  using AudioEncoderBase::getParameterValue;
-  using AudioEncoderBase::setParameterValue;
-
   uint32_t initialize() override;
   uint32_t getHeaders(std::vector<AudioFrameEncoded>& out) override;
   uint32_t addSampleBuffer(AudioSampleBuffer* buffer, std::vector<AudioFrameEncoded>& out) override;
   uint32_t close() override;
-  uint32_t setParameterValue(uint32_t key, int64_t value) override;
-  uint32_t getParameterValueType(uint32_t key, uint32_t* arrayLength) override;
-  uint32_t getParameterValue(uint32_t key, int64_t* value) override;
+  static const ParameterRow<AudioEncoderVorbis>* parameterOf(uint32_t key);
 
  private:
   void limitBitrate();
@@ -45,6 +41,7 @@ class AudioEncoderVorbis : public AudioEncoderBase {
   int setUpEncoder();
   void logFailure(int code) const;
   bool addHeaders();
+  void hold(uint64_t timecode, uint32_t count);
   void write(const AudioSampleBuffer& buffer, uint32_t index, uint32_t count);
   void analyse();
   void account(int64_t granule);

@@ -21,6 +21,7 @@ namespace {
 constexpr uint32_t kBufferBytes = 65536;
 constexpr uint64_t kNoTimecode = ~uint64_t{0};
 constexpr uint64_t kBlocksBetweenLines = 199;
+constexpr uint64_t kLargestOutput = 16u << 20;  // bytes; no real block comes near
 constexpr uint32_t kChannelsMax = 255;  // the settings' field has 8 bits; more than the converter serves
 
 constexpr uint32_t kStereo = CHANNEL_FLAG_L | CHANNEL_FLAG_R;
@@ -68,8 +69,11 @@ uint32_t AudioResampler::resample(AudioSampleBuffer& in, AudioSampleBuffer& out)
   bool collect = false;
   if (samples != 0) {
     if (startsAnew(sampleRate, channels, timecode)) rest = rebuild(sampleRate, channels, timecode);
-    timecodeSrcNext += samples;
-    collect = convert(in, samples, channels) && ptr != 0;
+    // The clock of a block that is refused stands still: the one behind it starts anew.
+    const bool taken = aconv == nullptr || makeRoom(samples);
+    if (taken) timecodeSrcNext += samples;
+    if (aconv == nullptr || !taken) warnDropped(taken ? "no converter" : "its output is too large", samples);
+    collect = taken && convert(in, samples, channels) && ptr != 0;
   }
   // Nothing is written to `out` before here: it may be the block that was converted.
   uint32_t moved = 0;
@@ -105,7 +109,6 @@ AudioResampler::Rest AudioResampler::rebuild(uint32_t sampleRate, uint32_t chann
 
 bool AudioResampler::convert(const AudioSampleBuffer& in, uint32_t samples, uint32_t channels) {
   if (aconv == nullptr) return false;
-  makeRoom(samples);
   const uint32_t bytes = bitsPerChannel / 8 * samples * channels;
   const bool taken = audioConverterPutBytes(aconv, in.getBuffer(), bytes, 0, nullptr) == 0;
   logFailure = 1;
@@ -115,18 +118,30 @@ bool AudioResampler::convert(const AudioSampleBuffer& in, uint32_t samples, uint
 
 // A block of many samples, or one of a far lower rate, may put out more than `buffer` holds: it grows for
 // that and stays so until the next set-up.
-void AudioResampler::makeRoom(uint64_t samples) {
+bool AudioResampler::makeRoom(uint64_t samples) {
   constexpr uint64_t kFilterSamples = 160;  // more than the filter holds back, at the lower of the two rates
   const uint64_t from = settings.input_samplerate;
   const uint64_t to = settings.output_samplerate;
   const uint64_t most = (samples + kFilterSamples * (1 + from / to)) * to / from + 1;
   const uint64_t wanted = ptr + most * settings.output_channels * (bitsPerChannel / 8);
-  if (wanted <= buffSize || wanted > std::numeric_limits<uint32_t>::max()) return;
-  void* grown = std::realloc(buffer.get(), wanted);
-  if (grown == nullptr) return;
+  if (wanted <= buffSize) return true;
+  void* grown = wanted <= kLargestOutput ? std::realloc(buffer.get(), wanted) : nullptr;
+  if (grown == nullptr) return false;
   static_cast<void>(buffer.release());
   buffer.reset(static_cast<uint8_t*>(grown));
   buffSize = static_cast<uint32_t>(wanted);
+  return true;
+}
+
+/// A line for a block that is lost, unless a set-up or this has had one a short while ago.
+void AudioResampler::warnDropped(const char* reason, uint32_t samples) {
+  const bool due = frameCountDrop == kNoTimecode || frameCount - frameCountDrop > kBlocksBetweenLines;
+  if (!due || logger == nullptr) return;
+  frameCountDrop = frameCount;
+  logger->warn(static_cast<int>(logContext), static_cast<int>(sessionIndex),
+               fmt::format("AudioResampler.resample[{{context}}]: Block dropped, {}: "
+                           "source[rate/channels/samples]: {}/{}/{} destination[rate/channels]: {}/{}",
+                           reason, sampleRateSrc, channelsSrc, samples, sampleRateDst, channelsDst));
 }
 
 uint32_t AudioResampler::setup(uint32_t sampleRate, uint32_t channels) {
@@ -204,6 +219,7 @@ void AudioResampler::logFormats() const {
 void AudioResampler::makeConverter(bool logging) {
   const auto warn = [&](const std::string& text) {
     if (!logging) return;
+    frameCountDrop = frameCount;
     logger->warn(static_cast<int>(logContext), static_cast<int>(sessionIndex),
                  "AudioResampler.setup[{context}]: " + text);
   };

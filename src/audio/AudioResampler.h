@@ -11,7 +11,7 @@ namespace qvs {
 class AudioSampleBuffer;
 class ILogger;
 
-/// Brings blocks of interleaved 16-bit sound of any rate and layout to one rate and layout. Belongs to the
+/// Brings blocks of interleaved 16-bit audio of any rate and layout to one rate and layout. Belongs to the
 /// decoder or encoder that it is attached to; one thread at a time.
 ///
 /// The first block, and each block that changes format or doesn't follow the one before, starts a converter:
@@ -38,7 +38,8 @@ class AudioResampler {
 
   /// `in` and `out` may be one buffer; `out`'s memory is replaced where it's too small. `out` holds a block
   /// of the target format, or sample count 0: nothing this time. Always 0; a source that can't be converted
-  /// is logged, and each of its blocks tries again.
+  /// is logged, and each of its blocks tries again. A block that would put out more than 16 MiB is dropped
+  /// with a line.
   uint32_t resample(AudioSampleBuffer& in, AudioSampleBuffer& out);
 
   /// Makes the converter for a source format. 0 also where that failed.
@@ -76,7 +77,8 @@ class AudioResampler {
   bool startsAnew(uint32_t sampleRate, uint32_t channels, uint64_t timecode) const;
   Rest rebuild(uint32_t sampleRate, uint32_t channels, uint64_t timecode);
   bool convert(const AudioSampleBuffer& in, uint32_t samples, uint32_t channels);
-  void makeRoom(uint64_t samples);
+  bool makeRoom(uint64_t samples);
+  void warnDropped(const char* reason, uint32_t samples);
   uint32_t moveSamples(const uint8_t* bytes, uint32_t size, uint64_t& timecode, AudioSampleBuffer& target,
                        uint32_t existing) const;
   void fillStream();
@@ -88,12 +90,13 @@ class AudioResampler {
   ILogger* logger = nullptr;
   uint32_t logContext = 3;
   uint32_t sessionIndex = 0;
-  uint8_t logFailure = 1;      ///< arms the lines of `setup`
-  uint64_t frameCountLog = 0;  ///< `frameCount` at the last line
-  bufstream_tt stream{};       ///< the converter's way into `buffer`
-  uint32_t buffSize;           ///< bytes of `buffer`
-  Bytes buffer;                ///< output since the last collection
-  uint32_t ptr = 0;            ///< bytes in `buffer`
+  uint8_t logFailure = 1;                  ///< arms the lines of `setup`
+  uint64_t frameCountLog = 0;              ///< `frameCount` at the last line
+  uint64_t frameCountDrop = ~uint64_t{0};  ///< `frameCount` when a lost block was last told of
+  bufstream_tt stream{};                   ///< the converter's way into `buffer`
+  uint32_t buffSize;                       ///< bytes of `buffer`
+  Bytes buffer;                            ///< output since the last collection
+  uint32_t ptr = 0;                        ///< bytes in `buffer`
   converter_settings settings{};
   audio_converter_tt* aconv = nullptr;  ///< null: closed
   uint32_t bitsPerChannel = 16;

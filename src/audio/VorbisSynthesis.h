@@ -19,7 +19,7 @@ class VorbisSynthesis {
   /// Opens the decoder after the third; the operation that failed, or null.
   const char* open(int* result);
 
-  /// One packet of sound; false, with nothing changed, where it is none.
+  /// One packet of audio; false, with nothing changed, where it is none.
   bool takePacket(unsigned char* bytes, long len);
 
   /// Samples a channel that are waiting, `*pcm` their rows.

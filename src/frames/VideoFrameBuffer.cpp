@@ -1,16 +1,23 @@
-// A frame's life: memory, format, views of its planes, and its place in host or device memory.
+// A frame's storage and locations, and its share in what others do with the picture.
 #include "frames/VideoFrameBuffer.h"
+
+#include <vpx/vpx_image.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <new>
 #include <utility>
 
+#include "contract/ScaleIds.h"
+#include "frames/FrameCopies.h"
 #include "frames/geometry/ChromaOrder.h"
+#include "frames/geometry/FourCC.h"
 #include "frames/geometry/HostLayout.h"
-#include "frames/VideoFrameBufferSet.h"
+#include "frames/OverlayDrawing.h"
+#include "frames/VideoOverlayFrames.h"
+#include "frames/VideoScaleSetData.h"
 #include "platform/Guard.h"
-#include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
+#include "video/scaling/device/VideoFrameNV12Utils.h"
 
 namespace qvs {
 
@@ -19,7 +26,8 @@ VideoFrameBuffer::VideoFrameBuffer()
       ucc_overlay_s(UCC_Create(0)),
       ucc_overlay_apply_s(UCC_Create(0)),
       ucc_BGRA_s(UCC_Create(0)),
-      ucc_blackfill_s(UCC_Create(0)) {
+      ucc_blackfill_s(UCC_Create(0)),
+      vpx_frame(std::make_unique<vpx_image>()) {
   // Better no frame than one that silently keeps an old picture.
   if (!ucc_s || !ucc_overlay_s || !ucc_overlay_apply_s || !ucc_BGRA_s || !ucc_blackfill_s)
     throw std::bad_alloc();
@@ -30,10 +38,6 @@ VideoFrameBuffer::~VideoFrameBuffer() {
     std::printf("VideoFrameBuffer::destructor[free_provider]: failed buffer release: %d for buffer %p\n", 0,
                 static_cast<void*>(buffer.get()));
   }
-  if (instrinsicScalerSessionPtr != nullptr) {
-    VideoFrameIntrinsicScalerSingleton::getInstance()->destroy(instrinsicScalerSessionPtr);
-  }
-  closeVideoScaleCUDA();
 }
 
 uint32_t VideoFrameBuffer::allocBuffer(uint32_t width, uint32_t height) {
@@ -48,7 +52,7 @@ uint32_t VideoFrameBuffer::allocBuffer(uint32_t width, uint32_t height, uint32_t
   uint32_t result = kSuccess;
   if (alloc_provider && (*alloc_provider)(*this, width, height, fourCC, clear, result)) return result;
   if (buffer && width == frame.width && height == frame.height) return kSuccess;
-  lastLetterboxSrcWidth = lastLetterboxSrcHeight = 0;
+  bars.forget();
   if (uint64_t{width} * height >= kFramePixelsLimit) return kSuccess;
 
   result = guarded("VideoFrameBuffer::allocBuffer", [&]() -> uint32_t {
@@ -77,7 +81,7 @@ void VideoFrameBuffer::setStorage(FrameMemory memory, uint32_t width, uint32_t h
   frame_size = layout.size;
   storageSize = layout.storageSize;
   layOutPlanes(&frame, width, height, fourCC, layout, buffer.get());
-  lastLetterboxSrcWidth = lastLetterboxSrcHeight = 0;
+  bars.forget();
   updateVPXFrame();
 }
 
@@ -94,24 +98,36 @@ uint64_t VideoFrameBuffer::getVideoFrameSize(uint32_t width, uint32_t height, ui
 }
 
 void VideoFrameBuffer::updateVPXFrame() {
-  vpx_frame = {};
-  vpx_frame.fmt = VPX_IMG_FMT_I420;
-  vpx_frame.w = vpx_frame.d_w = frame.width;
-  vpx_frame.h = vpx_frame.d_h = frame.height;
-  vpx_frame.x_chroma_shift = vpx_frame.y_chroma_shift = 1;
-  vpx_frame.bps = 12;
-  std::copy(std::begin(frame.plane), std::end(frame.plane), vpx_frame.planes);
-  std::copy(std::begin(frame.stride), std::end(frame.stride), vpx_frame.stride);
+  vpx_image& image = *vpx_frame;
+  image = {};
+  image.fmt = VPX_IMG_FMT_I420;
+  image.w = image.d_w = frame.width;
+  image.h = image.d_h = frame.height;
+  image.x_chroma_shift = image.y_chroma_shift = 1;
+  image.bps = 12;
+  std::copy(std::begin(frame.plane), std::end(frame.plane), image.planes);
+  std::copy(std::begin(frame.stride), std::end(frame.stride), image.stride);
   if (frame.plane[2] == nullptr) return;
   const ChromaOrder order = chromaOrder(frame.four_cc);
-  vpx_frame.planes[VPX_PLANE_U] = frame.plane[order.u];
-  vpx_frame.planes[VPX_PLANE_V] = frame.plane[order.v];
+  image.planes[VPX_PLANE_U] = frame.plane[order.u];
+  image.planes[VPX_PLANE_V] = frame.plane[order.v];
+}
+
+DevicePicture::HostPicture VideoFrameBuffer::hostPicture() const {
+  return {buffer.get(), frame_size, stride, {frame.width, frame.height}};
 }
 
 uint32_t VideoFrameBuffer::transferToLocation(uint32_t location) {
-  // A frame without a device picture has nothing to copy, and claims the location just the same.
-  locations |= location;
-  return kSuccess;
+  return guarded("VideoFrameBuffer::transferToLocation", [&]() -> uint32_t {
+    if (buffer && device && device->hasStorage()) {
+      if (location == CUDA && !isLocationCUDA() && isLocationSystemMemory()) device->upload(hostPicture());
+      if (location == systemMem && !isLocationSystemMemory() && isLocationCUDA()) {
+        device->download(hostPicture());
+      }
+    }
+    locations |= location;
+    return kSuccess;
+  });
 }
 
 uint32_t VideoFrameBuffer::transferLocationFromDecode() {
@@ -129,33 +145,81 @@ uint32_t VideoFrameBuffer::transferLocationFromDecode() {
   return kSuccess;
 }
 
-// Nothing binds the device's driver yet, so there is never a context: what needs one fails as for a pool
-// whose start failed.
+uint32_t VideoFrameBuffer::initVideoScaleCUDA() {
+  if (!device && scaleSetData) device = makeDevicePicture(scaleSetData);
+  return device ? kSuccess : kFailure;
+}
+
 uint32_t VideoFrameBuffer::allocateCUDAFrame() {
-  return kFailure;
+  const bool wanted = frame.width != 0 && frame.height != 0 && initVideoScaleCUDA() == kSuccess;
+  return wanted ? device->allocate({frame.width, frame.height}) : kFailure;
 }
 
 uint32_t VideoFrameBuffer::allocateCUDAFrameIfNeeded() {
-  const VideoScaleBufferDataCUDA& picture = scaleFrameDataCUDA.buffer;
-  const bool fits =
-      picture.buffer && picture.size != 0 && picture.width == frame.width && picture.height == frame.height;
+  const PixelSize size{frame.width, frame.height};
+  const bool fits = device && device->hasStorage() && device->getSize() == size;
   return fits ? kSuccess : allocateCUDAFrame();
 }
 
-uint32_t VideoFrameBuffer::initVideoScaleCUDA() {
-  return kFailure;
+uint32_t VideoFrameBuffer::applyOverlay(VideoOverlayFrames& overlays) {
+  return guarded("VideoFrameBuffer::applyOverlay", [&]() -> uint32_t {
+    const ScopedLock hold(overlays.getLock());
+    const std::vector<VideoOverlayFrame*>& frames = overlays.framesToDraw();
+    if (frames.empty() || !ucc_overlay_s || !ucc_overlay_apply_s) return kFailure;
+    const bool onDevice = getScaleImplementation() == kScaleCUDA;
+    const bool byPlugin = (getScaleFlags() & kScaleFlagPluginOverlays) != 0;
+    const OverlayTarget target{frame, byPlugin ? &scalerSession : nullptr, logger};
+    uint32_t result = kSuccess;
+    bars.forget();
+    for (VideoOverlayFrame* overlay : frames) {
+      const OverlayPlacement placement = placementOf(*overlay, {frame.width, frame.height});
+      uint32_t status = kSuccess;
+      if (placement.fits && onDevice && device) status = device->drawOverlay(*overlay, placement);
+      if (placement.fits && !onDevice && buffer) status = drawOverlay(*overlay, placement, target);
+      // One that is refused takes none of the others with it.
+      if (result == kSuccess) result = status;
+    }
+    return result;
+  });
 }
 
-uint32_t VideoFrameBuffer::closeVideoScaleCUDA() {
-  for (VideoScaleBufferDataCUDA* data :
-       {&scaleFrameDataCUDA.buffer, &scaleFrameDataCUDA.scaleTmp, &scaleFrameDataCUDA.transferTmp}) {
-    data->size = 0;
-  }
-  return kSuccess;
+uint32_t VideoFrameBuffer::getFrameBGRA(uint8_t** out, uint32_t* size, uint32_t* width, uint32_t* height,
+                                        uint64_t* time) {
+  if (time != nullptr) *time = getTimecode();
+  if (out != nullptr) transferToLocation(systemMem);
+  return copyToBGRA(frame, ucc_BGRA_s.get(), out, size, width, height);
+}
+
+void VideoFrameBuffer::updateFractionalFrames(uint32_t width, uint32_t height) {
+  fractionalFrames.clear();
+  const bool wanted = (getScaleFlags() & kScaleFlagFractionalFrames) != 0 && frame.four_cc == kFourCCYV12 &&
+                      getScaleImplementation() == kScaleCPU && buffer;
+  if (wanted && scalerSession.open()) fractionalFrames.update(frame, {width, height}, scalerSession);
+}
+
+uint32_t VideoFrameBuffer::copyYV12toNV12(VideoFrameBuffer& target) {
+  return copyYV12toNV12(&frame, &target.frame);
+}
+uint32_t VideoFrameBuffer::copyNV12toYV12(VideoFrameBuffer& target) {
+  return copyNV12toYV12(&frame, &target.frame);
+}
+uint32_t VideoFrameBuffer::copyYV12toNV12(const mc_frame_t* source, const mc_frame_t* target) {
+  return VideoFrameNV12Utils::copyYV12toNV12(source, target);
+}
+uint32_t VideoFrameBuffer::copyNV12toYV12(const mc_frame_t* source, const mc_frame_t* target) {
+  return VideoFrameNV12Utils::copyNV12toYV12(source, target);
+}
+
+uint32_t VideoFrameBuffer::writeFrameToFile(const char* path) {
+  return appendPlanesToFile(frame, buffer.get() + storageSize, path);
+}
+
+std::unique_ptr<uint8_t[]> VideoFrameBuffer::ExtractPlaneFromYUVA(const uint8_t* data, int32_t width,
+                                                                  int32_t height, int32_t plane) {
+  return extractComponent(data, width, height, plane);
 }
 
 void VideoFrameBuffer::getPluginBufferInfo(PluginVideoFrameBuffer* out, uint32_t type, uint64_t time) const {
-  const VideoScaleBufferDataCUDA& picture = scaleFrameDataCUDA.buffer;
   *out = {};
   out->buffer = buffer.get();
   out->stride = static_cast<uint32_t>(stride);
@@ -165,54 +229,21 @@ void VideoFrameBuffer::getPluginBufferInfo(PluginVideoFrameBuffer* out, uint32_t
   out->timecode = time;
   out->four_cc = frame.four_cc;
   out->locations = locations;
-  out->frameCUDA = {picture.buffer.get(), picture.size,   picture.width,
-                    picture.height,       picture.stride, kFourCCNV12};
+  if (device) out->frameCUDA = device->pluginRecord();
+  out->frameCUDA.four_cc = kFourCCNV12;
 }
 
-void VideoFrameBuffer::setTimecodeInfo(const VideoFrameBufferTimecodeInfo* items, uint32_t count) {
-  timecodeInfoCount = items != nullptr ? std::min(count, kTimecodeInfoMax) : 0;
-  std::copy_n(items, timecodeInfoCount, timecodeInfo.begin());
-}
-
-void VideoFrameBuffer::getTimecodeInfo(VideoFrameBufferTimecodeInfo* items, uint32_t* count) const {
-  if (count == nullptr) return;
-  *count = items != nullptr ? std::min(*count, timecodeInfoCount) : timecodeInfoCount;
-  if (items != nullptr) std::copy_n(timecodeInfo.begin(), *count, items);
-}
-
-void VideoFrameBuffer::getAncillaryDataObjs(std::vector<VideoFrameAncillaryData>& list) const {
-  list.insert(list.end(), ancillaryData.begin(), ancillaryData.end());
-}
-
-void VideoFrameBuffer::copyAncillaryData(const VideoFrameBuffer& other) {
-  if (&other == this) return;
-  other.getAncillaryDataObjs(ancillaryData);
-}
-
-void VideoFrameBuffer::createJavaBufferAllocation() {
-  if (auto token = bufferAllocation.lock()) javaBufferAllocations.push_front(std::move(token));
-}
-
-void VideoFrameBuffer::releaseJavaBufferAllocation() {
-  if (!javaBufferAllocations.empty()) javaBufferAllocations.pop_front();
-}
-
-void VideoFrameBuffer::releaseAllJavaBufferAllocations() {
-  javaBufferAllocations.clear();
+void VideoFrameBuffer::setBufferSet(VideoFrameBufferSet* set, std::shared_ptr<VideoScaleSetData> data) {
+  bufferSet = set;
+  scaleSetData = std::move(data);
 }
 
 uint32_t VideoFrameBuffer::getScaleImplementation() const {
-  return bufferSet != nullptr ? bufferSet->getScaleImplementation() : uint32_t{kScaleCPU};
+  return scaleSetData ? scaleSetData->implementation : uint32_t{kScaleCPU};
 }
 
 uint64_t VideoFrameBuffer::getScaleFlags() const {
-  return bufferSet != nullptr ? bufferSet->getScaleFlags() : 0;
-}
-
-uint8_t VideoFrameBuffer::assign(std::array<uint32_t, 4>& field, const uint32_t* values) {
-  if (values == nullptr) return 0;
-  std::copy_n(values, field.size(), field.begin());
-  return 1;
+  return scaleSetData ? scaleSetData->flags : 0;
 }
 
 }  // namespace qvs

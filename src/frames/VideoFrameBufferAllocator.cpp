@@ -1,16 +1,17 @@
-// The pool's free list and the memory behind references to frames.
+// The free list of a pool, and the way of a frame back to it.
 #include "frames/VideoFrameBufferAllocator.h"
 
 #include <utility>
 
 #include "frames/VideoFrameBuffer.h"
+#include "platform/Guard.h"
 
 namespace qvs {
 
-std::pmr::memory_resource* frameReferenceMemory() {
-  // Leaked: frames may be dropped by threads that outlive static destruction.
-  static auto* const memory = new std::pmr::synchronized_pool_resource();
-  return memory;
+VideoFrameBufferAllocation::~VideoFrameBufferAllocation() {
+  guarded("VideoFrameBufferAllocation::destructor", [&] {
+    if (const auto pool = allocator.lock()) pool->addFrameBuffer(std::move(frameBuffer));
+  });
 }
 
 std::shared_ptr<VideoFrameBufferAllocation> VideoFrameBufferAllocator::allocate() {
@@ -24,7 +25,7 @@ std::shared_ptr<VideoFrameBufferAllocation> VideoFrameBufferAllocator::allocate(
 void VideoFrameBufferAllocator::addFrameBuffer(std::shared_ptr<VideoFrameBuffer> frameBuffer) {
   VideoFrameBuffer& frame = *frameBuffer;
   // All that can fail comes first: a token that died of a failed push would come back here.
-  FrameReferences entry(frameReferenceMemory());
+  FrameTokens entry(frameReferenceMemory());
   entry.push_front(nullptr);
   entry.front() = std::allocate_shared<VideoFrameBufferAllocation>(
       std::pmr::polymorphic_allocator<VideoFrameBufferAllocation>(frameReferenceMemory()),

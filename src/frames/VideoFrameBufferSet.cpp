@@ -1,11 +1,10 @@
-// A rendition's pool: its frames, its scaler choice and the step from a source frame into one of its own.
+// A pool of frames: making and dropping them, transfers into them, and the start of their device.
 #include "frames/VideoFrameBufferSet.h"
 
-#include <fmt/format.h>
+#include <algorithm>
 
-#include "log/LogGlobalLogger.h"
 #include "platform/Guard.h"
-#include "video/scaling/device/cuda/CudaWrapper.h"
+#include "video/scaling/device/cuda/CudaBringUp.h"
 
 namespace qvs {
 
@@ -18,37 +17,42 @@ uint32_t failureOnly(uint32_t status) {
 
 }  // namespace
 
-VideoFrameBufferSet::VideoFrameBufferSet() : bufferAllocator(std::make_shared<VideoFrameBufferAllocator>()) {
-  overlayFrames.setBufferSet(this);
+VideoFrameBufferSet::VideoFrameBufferSet()
+    : scaleSetData(std::make_shared<VideoScaleSetData>()),
+      bufferAllocator(std::make_shared<VideoFrameBufferAllocator>()) {
+  overlayFrames.setBufferSet(this, scaleSetData.get());
 }
 
 VideoFrameBufferSet::~VideoFrameBufferSet() {
   closeVideoScaleCUDA();
   closeVideoScaleVAAPI();
-  releaseReferences();
+  dropFrames();
 }
 
-void VideoFrameBufferSet::releaseReferences() {
-  for (const auto& frame : buffers) frame->releaseAllJavaBufferAllocations();
+void VideoFrameBufferSet::dropFrames() {
+  for (const auto& frame : buffers) {
+    frame->releaseAllJavaBufferAllocations();
+    frame->leaveBufferSet();
+  }
+  buffers.clear();
 }
 
 uint32_t VideoFrameBufferSet::initialize(uint32_t count) {
-  // A new free list: the old frames leave with the old one, whoever still holds some of them.
+  // A new free list: the old frames leave with the old one.
   if (!buffers.empty()) {
-    releaseReferences();
+    dropFrames();
     bufferAllocator = std::make_shared<VideoFrameBufferAllocator>();
-    buffers.clear();
   }
   buffers.reserve(count);
   for (uint32_t i = 0; i < count; ++i) {
     auto frame = std::make_shared<VideoFrameBuffer>();
-    frame->setBufferSet(this);
+    frame->setBufferSet(this, scaleSetData);
     frame->setBufferIndex(i);
     buffers.push_back(frame);
     bufferAllocator->addFrameBuffer(std::move(frame));
   }
-  if (scaleImplementation == kScaleCUDA) initVideoScaleCUDA();
-  if (scaleImplementation == kScaleVAAPI) initVideoScaleVAAPI();
+  if (getScaleImplementation() == kScaleCUDA) initVideoScaleCUDA();
+  if (getScaleImplementation() == kScaleVAAPI) initVideoScaleVAAPI();
   return kSuccess;
 }
 
@@ -69,39 +73,21 @@ uint32_t VideoFrameBufferSet::applyOverlays(VideoFrameBuffer& frame, VideoOverla
 }
 
 uint32_t VideoFrameBufferSet::initVideoScaleCUDA() {
-  if (scaleSetDataCUDA.inited != 0) return kSuccess;
-  scaleSetDataCUDA.inited = 1;
-  const auto failed = [&](const std::string& text, int32_t result) {
-    loggerOrGlobal(logger)->warn(kLogContextVideoDecoder, 0,
-                                 "VideoFrameBufferSet.initVideoScaleCUDA[{context}]: " + text);
-    return static_cast<uint32_t>(result);
-  };
-  const auto refused = [&](const char* call, CUresult code, int32_t result) {
-    return failed(fmt::format("{}: Failure result:{}", call, code), result);
-  };
-  const CudaDriver* driver = cudaDriver();
-  // No driver is told as the driver tells of no device.
-  CUresult code = driver != nullptr ? driver->cuInit(0) : kCudaErrorNoDevice;
-  if (code != 0) return refused("cuInit", code, -1);
-  int count = 0;
-  code = driver->cuDeviceGetCount(&count);
-  if (code != 0) return refused("cuDeviceGetCount", code, -2);
-  if (scaleSetDataCUDA.deviceID < 0) scaleSetDataCUDA.deviceID = 0;
-  if (scaleSetDataCUDA.deviceID >= count) return failed("CUDA device not found.", -3);
-  code = driver->cuDeviceGet(&scaleSetDataCUDA.m_Device, scaleSetDataCUDA.deviceID);
-  if (code != 0) return refused("cuDeviceGet", code, -4);
-  int major = 0;
-  int minor = 0;
-  code = driver->cuDeviceComputeCapability(&major, &minor, scaleSetDataCUDA.m_Device);
-  if (code != 0) return refused("cuDeviceComputeCapability", code, -5);
+  VideoScaleSetDataCUDA& cuda = scaleSetData->cuda;
+  if (cuda.inited != 0) return kSuccess;
+  cuda.inited = 1;
+  cuda.deviceID = std::max(cuda.deviceID, 0);
+  const CudaBringUp device(kCudaUserFrames, logger);
+  const uint32_t status = device.openDevice(cuda.deviceID, &cuda.m_Device);
   // Contexts of devices are not part of this build: pictures stay in host memory.
-  return failed("acquireContext: Failed to acquire CUDA context", -7);
+  return status != kSuccess ? status : device.failed(CudaStep::kContext);
 }
 
 uint32_t VideoFrameBufferSet::closeVideoScaleCUDA() {
-  scaleSetDataCUDA.inited = 0;
-  scaleSetDataCUDA.cu_module_conversion = nullptr;
-  scaleSetDataCUDA.m_Stream = nullptr;
+  VideoScaleSetDataCUDA& cuda = scaleSetData->cuda;
+  cuda.inited = 0;
+  cuda.cu_module_conversion = nullptr;
+  cuda.m_Stream = nullptr;
   return kSuccess;
 }
 

@@ -5,7 +5,6 @@
 #include <memory>
 #include <vector>
 
-#include "contract/ScaleIds.h"
 #include "frames/VideoFrameBuffer.h"
 #include "frames/VideoFrameBufferAllocator.h"
 #include "frames/VideoOverlayFrames.h"
@@ -17,7 +16,7 @@ namespace qvs {
 
 /// The pool of frames of one stage, with the stage's overlays and its share of a GPU. Frames and free list
 /// follow the thread rules of their classes; all else belongs to the thread that drives the session's video
-/// road.
+/// path.
 class VideoFrameBufferSet {
  public:
   VideoFrameBufferSet();
@@ -42,14 +41,14 @@ class VideoFrameBufferSet {
 
   void setLogger(ILogger* value) { logger = value; }  ///< borrowed
   ILogger* getLogger() const { return logger; }
-  void setScaleImplementation(uint32_t value) { scaleImplementation = value; }
-  uint32_t getScaleImplementation() const { return scaleImplementation; }
-  void setScaleFlags(uint64_t value) { scaleFlags = value; }
-  uint64_t getScaleFlags() const { return scaleFlags; }
-  void setScaleCUDADeviceID(int32_t value) { scaleSetDataCUDA.deviceID = value; }
-  void setCUDADeviceId(int32_t value) { scaleSetDataCUDA.deviceID = value; }
-  VideoScaleSetDataCUDA& getScaleSetDataCUDA() { return scaleSetDataCUDA; }
-  VideoScaleSetDataVAAPI& getScaleSetDataVAAPI() { return scaleSetDataVAAPI; }
+  void setScaleImplementation(uint32_t value) { scaleSetData->implementation = value; }
+  uint32_t getScaleImplementation() const { return scaleSetData->implementation; }
+  void setScaleFlags(uint64_t value) { scaleSetData->flags = value; }
+  uint64_t getScaleFlags() const { return scaleSetData->flags; }
+  void setScaleCUDADeviceID(int32_t value) { scaleSetData->cuda.deviceID = value; }
+  void setCUDADeviceId(int32_t value) { scaleSetData->cuda.deviceID = value; }
+  VideoScaleSetDataCUDA& getScaleSetDataCUDA() { return scaleSetData->cuda; }
+  VideoScaleSetDataVAAPI& getScaleSetDataVAAPI() { return scaleSetData->vaapi; }
 
   /// Scales `source` into `target`, which may be of another pool. Overlays, where there are any, are about to
   /// be drawn on the target, so that its bars are painted afresh.
@@ -64,16 +63,14 @@ class VideoFrameBufferSet {
   uint32_t closeVideoScaleVAAPI() { return kSuccess; }
 
  private:
-  void releaseReferences();
+  /// Lets go of the frames, whoever else still holds some of them.
+  void dropFrames();
 
   ILogger* logger = nullptr;
-  uint32_t scaleImplementation = kScaleCPU;
-  uint64_t scaleFlags = 0;
+  std::shared_ptr<VideoScaleSetData> scaleSetData;
   std::vector<std::shared_ptr<VideoFrameBuffer>> buffers;
   std::shared_ptr<VideoFrameBufferAllocator> bufferAllocator;
   VideoOverlayFrames overlayFrames;
-  VideoScaleSetDataCUDA scaleSetDataCUDA;
-  VideoScaleSetDataVAAPI scaleSetDataVAAPI;
 };
 
 }  // namespace qvs

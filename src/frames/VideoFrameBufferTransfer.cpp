@@ -3,13 +3,13 @@
 #include <cstdio>
 #include <new>
 
+#include "contract/ScaleIds.h"
 #include "frames/BlackPainter.h"
 #include "frames/geometry/ColorspaceInfo.h"
 #include "frames/geometry/PictureTurn.h"
 #include "frames/geometry/UccFormat.h"
 #include "frames/OddChroma.h"
 #include "frames/VideoFrameBuffer.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "platform/Guard.h"
 
 namespace qvs {
@@ -22,6 +22,13 @@ PixelSize sizeOf(const frame_tt& frame) {
 }
 PixelRect wholeOf(const frame_tt& frame) {
   return {0, 0, frame.width, frame.height};
+}
+
+PixelSize displaySizeOf(const VideoFrameBuffer& source) {
+  const int32_t width = source.getDisplayWidth();
+  const int32_t height = source.getDisplayHeight();
+  if (width <= 0 || height <= 0) return sizeOf(source.getFrame());
+  return {static_cast<uint32_t>(width), static_cast<uint32_t>(height)};
 }
 
 uint32_t refuseGeometry() {
@@ -51,25 +58,19 @@ uint32_t VideoFrameBuffer::transferFrame(VideoFrameBuffer& source, bool force) {
 }
 
 uint32_t VideoFrameBuffer::transferFrame(VideoFrameBuffer& source, uint32_t /*mode*/, bool force) {
+  // By contract the allocation's label.
   return guarded("VideoFrameBuffer::allocBuffer", [&]() -> uint32_t {
     const uint32_t implementation = source.getScaleImplementation();
     if (implementation == kScaleU30) return kSuccess;
-    frameType = source.frameType;
-    timecode = source.timecode;
-    setTimecodeInfo(source.timecodeInfo.data(), source.timecodeInfoCount);
+    setFrameType(source.getFrameType());
+    setTimecode(source.getTimecode());
+    copyTimecodeInfo(source);
 
-    const bool hasDisplay = source.displayWidth > 0 && source.displayHeight > 0;
-    const PixelSize display = hasDisplay ? PixelSize{static_cast<uint32_t>(source.displayWidth),
-                                                     static_cast<uint32_t>(source.displayHeight)}
-                                         : sizeOf(source.frame);
     const bool onCpu = implementation != kScaleCUDA && implementation != kScaleOpenCL;
     const PictureTurn turn = onCpu ? PictureTurn::of(source.getScaleFlags()) : PictureTurn{};
-    const PixelSize shown = turn.shownSize(display);
-    const PlacementRequest request{fitMode, isCrop() ? getCrop() : nullptr,
-                                   isSrcRect() ? getSrcRect() : nullptr, isPadding() ? getPadding() : nullptr,
-                                   isDstRect() ? getDstRect() : nullptr};
+    const PixelSize shown = turn.shownSize(displaySizeOf(source));
     const Placement placement =
-        placeFrame(turn.shownSize(sizeOf(source.frame)), shown, sizeOf(frame), request);
+        placeFrame(turn.shownSize(sizeOf(source.frame)), shown, sizeOf(frame), getPlacementRequest());
     return onCpu ? placeOnCpu(source, placement, shown, force)
                  : placeOnDevice(source, placement, shown, force);
   });
@@ -77,11 +78,14 @@ uint32_t VideoFrameBuffer::transferFrame(VideoFrameBuffer& source, uint32_t /*mo
 
 uint32_t VideoFrameBuffer::placeOnDevice(const VideoFrameBuffer& source, const Placement& placement,
                                          PixelSize display, bool force) {
-  const bool newBars = fitMode == kFitLetterbox && takeBarsDue(display, force);
+  const bool newBars = getFitMode() == kFitLetterbox && bars.takeDue(display, force);
   if (newBars || placement.clearsTarget) blackFill();
-  // Without device pictures there is nothing to scale; the target claims what the road would have made.
-  if (source.buffer && buffer && source.getScaleImplementation() == kScaleCUDA) locations = CUDA;
-  return kSuccess;
+  if (!source.buffer || !buffer || source.getScaleImplementation() != kScaleCUDA) return kSuccess;
+  // Without device pictures there is nothing to scale; the target claims what would have been made.
+  const bool there = device && source.device && device->hasStorage() && source.device->hasStorage();
+  const uint32_t status = there ? device->place(*source.device, placement) : kSuccess;
+  locations = CUDA;
+  return status;
 }
 
 uint32_t VideoFrameBuffer::placeOnCpu(VideoFrameBuffer& source, const Placement& placement, PixelSize display,
@@ -96,15 +100,15 @@ uint32_t VideoFrameBuffer::placeOnCpu(VideoFrameBuffer& source, const Placement&
   }
   if (placed && placement.hasTarget)
     to = clipRect(placement.target, sizeOf(frame), placementStep(frame.four_cc));
-  if (fitMode == kFitLetterbox && !letterboxArea(frame, placement, &to)) return refuseGeometry();
+  if (getFitMode() == kFitLetterbox && !letterboxArea(frame, placement, &to)) return refuseGeometry();
   if (!source.buffer || !buffer) return kSuccess;
   if (placed && (from.isEmpty() || to.isEmpty())) return kFailure;
 
   const BlackPainter painter(ucc_blackfill_s.get(), frame);
-  if (fitMode == kFitLetterbox) {
-    if (takeBarsDue(display, force)) painter.paintAround(to);
+  if (getFitMode() == kFitLetterbox) {
+    if (bars.takeDue(display, force)) painter.paintAround(to);
   } else {
-    forgetBars();
+    bars.forget();
     if (placed && placement.clearsTarget) painter.paintAround(to);
   }
   const uint32_t status = scaleFrom(source, from, to);
@@ -117,7 +121,7 @@ uint32_t VideoFrameBuffer::scaleFrom(const VideoFrameBuffer& source, const Pixel
   ucc_frame_t sourceView;
   ucc_frame_t targetView;
   if (uccViewOfRect(&sourceView, source.frame, from) == 0 || uccViewOfRect(&targetView, frame, to) == 0) {
-    return kRefused;
+    return refuseGeometry();
   }
   ucc_config_t config{};
   config.orientation = PictureTurn::of(source.getScaleFlags()).orientation();
@@ -128,16 +132,13 @@ uint32_t VideoFrameBuffer::scaleFrom(const VideoFrameBuffer& source, const Pixel
   return kSuccess;
 }
 
-bool VideoFrameBuffer::takeBarsDue(PixelSize display, bool force) {
-  const bool due = force || display != PixelSize{lastLetterboxSrcWidth, lastLetterboxSrcHeight};
-  lastLetterboxSrcWidth = display.width;
-  lastLetterboxSrcHeight = display.height;
-  return due;
-}
-
 uint32_t VideoFrameBuffer::blackFill() {
   return guarded("VideoFrameBuffer::blackFill", [&]() -> uint32_t {
-    if (getScaleImplementation() == kScaleCUDA || !buffer) return kSuccess;
+    if (getScaleImplementation() == kScaleCUDA) {
+      if (device && device->hasStorage()) device->fillBlack();
+      return kSuccess;
+    }
+    if (!buffer) return kSuccess;
     if (!ucc_blackfill_s) return kRefused;
     return BlackPainter(ucc_blackfill_s.get(), frame).paint(wholeOf(frame)) ? kSuccess : kRefused;
   });

@@ -1,5 +1,4 @@
 // An overlay's image: whether its bytes cover it, its transparency and its "VUYA" copy.
-
 #include "frames/VideoOverlayFrame.h"
 
 #include <algorithm>
@@ -9,9 +8,8 @@
 
 #include "frames/geometry/ColorspaceInfo.h"
 #include "frames/geometry/UccFormat.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "frames/VideoFrameUtils.h"
-#include "frames/VideoOverlayFrames.h"
+#include "frames/VideoScaleSetData.h"
 
 namespace qvs {
 namespace {
@@ -120,8 +118,7 @@ void VideoOverlayFrame::convertFrameToVUYA() {
 }
 
 uint32_t VideoOverlayFrame::getScaleImplementation() const {
-  const VideoFrameBufferSet* set = overlayFrames != nullptr ? overlayFrames->getBufferSet() : nullptr;
-  return set != nullptr ? set->getScaleImplementation() : uint32_t{kScaleCPU};
+  return scaleSetData != nullptr ? scaleSetData->implementation : uint32_t{kScaleCPU};
 }
 
 bool VideoOverlayFrame::takeReport() {

@@ -2,16 +2,17 @@
 
 #include <cstdint>
 
+#include "bufstream/UccInstance.h"
 #include "frames/FrameMemory.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/geometry/OverlayPlacement.h"
-#include "frames/UccInstance.h"
 #include "frames/VideoScaleFrameData.h"
 #include "mc_ucc.h"
 
 namespace qvs {
 
 class VideoOverlayFrames;
+struct VideoScaleSetData;
 
 struct VideoOverlayFrameData {
   uint32_t fourcc = kFourCCBGRA;
@@ -79,7 +80,11 @@ class VideoOverlayFrame {
   uint64_t getTimecode() const { return overlayframe.timecode; }
   void setTimecode(uint64_t value) { overlayframe.timecode = value; }
   bool isTransparent() const { return transparent; }
-  void setOverlayFrames(VideoOverlayFrames* value) { overlayFrames = value; }
+  /// The map that it is in, and how the pictures of that map's pool are scaled. Both borrowed.
+  void setOverlayFrames(VideoOverlayFrames* frames, const VideoScaleSetData* data) {
+    overlayFrames = frames;
+    scaleSetData = data;
+  }
   VideoOverlayFrames* getOverlayFrames() const { return overlayFrames; }
   uint32_t getScaleImplementation() const;
 
@@ -97,7 +102,8 @@ class VideoOverlayFrame {
   bool hasTransparentPixel() const;
 
   VideoOverlayFrameData overlayframe;
-  VideoOverlayFrames* overlayFrames = nullptr;  ///< the map that it is in; borrowed
+  VideoOverlayFrames* overlayFrames = nullptr;      ///< borrowed
+  const VideoScaleSetData* scaleSetData = nullptr;  ///< borrowed
   VideoScaleOverlayDataCUDA scaleOverlayDataCUDA;
   VideoScaleOverlayDataVAAPI scaleOverlayDataVAAPI;
   bool transparent = false;  ///< some pixel of a "BGRA" image isn't opaque

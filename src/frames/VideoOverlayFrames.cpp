@@ -19,7 +19,7 @@ void VideoOverlayFrames::putFrame(uint32_t slot, VideoOverlayFrame* frame) {
   clearFrame(slot);
   if (!owned) return;
   VideoOverlayFrameHolder& holder = overlayMap[slot];
-  owned->setOverlayFrames(this);
+  owned->setOverlayFrames(this, scaleSetData);
   holder.frame = owned.release();
 }
 

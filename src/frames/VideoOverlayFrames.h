@@ -13,6 +13,7 @@
 namespace qvs {
 
 class VideoFrameBufferSet;
+struct VideoScaleSetData;
 
 /// The numbered overlays of one pool, drawn in the order of their numbers. Callable from all threads: the
 /// lock is recursive, and whoever draws holds it for the whole picture.
@@ -49,7 +50,11 @@ class VideoOverlayFrames : public IVideoOverlayFrameProvider {
   uint32_t getWorkHeight() const { return wHeight; }
   void setWorkHeight(uint32_t value) { wHeight = value; }
   VideoFrameBufferSet* getBufferSet() const { return bufferSet; }
-  void setBufferSet(VideoFrameBufferSet* value) { bufferSet = value; }
+  /// `data` says how the pool's pictures are scaled. Both borrowed.
+  void setBufferSet(VideoFrameBufferSet* set, const VideoScaleSetData* data) {
+    bufferSet = set;
+    scaleSetData = data;
+  }
 
   /// The overlays in drawing order, in a list that keeps its memory. Only while the lock is held.
   const std::vector<VideoOverlayFrame*>& framesToDraw();
@@ -60,7 +65,8 @@ class VideoOverlayFrames : public IVideoOverlayFrameProvider {
   FrameMemory wbuffer;
   uint32_t wWidth = 0;
   uint32_t wHeight = 0;
-  VideoFrameBufferSet* bufferSet = nullptr;  ///< borrowed
+  VideoFrameBufferSet* bufferSet = nullptr;         ///< borrowed
+  const VideoScaleSetData* scaleSetData = nullptr;  ///< borrowed
   std::vector<VideoOverlayFrame*> drawList;
 };
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "contract/ScaleIds.h"
 #include "video/scaling/device/cuda/cudaCtxLock.h"
 #include "video/scaling/device/cuda/CudaHandles.h"
 
@@ -38,6 +39,15 @@ struct VideoScaleSetDataCUDA {
 
 struct VideoScaleSetDataVAAPI {
   void* vaImage = nullptr;
+};
+
+/// How a pool's pictures are scaled, and with what. Each of its frames holds a share, since a frame may
+/// outlive its pool.
+struct VideoScaleSetData {
+  uint32_t implementation = kScaleCPU;  ///< ScaleImplementation
+  uint64_t flags = 0;                   ///< kScaleFlag...
+  VideoScaleSetDataCUDA cuda;
+  VideoScaleSetDataVAAPI vaapi;
 };
 
 }  // namespace qvs

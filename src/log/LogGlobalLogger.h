@@ -1,5 +1,6 @@
 #pragma once
 
+#include "log/FailureLog.h"
 #include "log/LogCollector.h"
 
 namespace qvs {
@@ -12,10 +13,14 @@ class LogGlobalLogger {
 
   LogCollector& getLogCollector() { return logCollector; }
 
+  /// Tells a failure that no session's log can take.
+  void tell(const char* label, const Failure& failure) { failures.tell(logCollector, label, failure); }
+
  private:
   LogGlobalLogger() = default;
 
   LogCollector logCollector;
+  FailureLog failures;
 };
 
 /// `logger`, or the process-wide one where a stage was given none.

@@ -7,6 +7,8 @@
 
 namespace qvs {
 
+const int SharedLibrary::kLazy = RTLD_LAZY | RTLD_LOCAL;
+
 SharedLibrary::SharedLibrary(SharedLibrary&& other) noexcept
     : handle(std::exchange(other.handle, nullptr)), error(std::move(other.error)) {}
 

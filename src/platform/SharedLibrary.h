@@ -7,6 +7,8 @@ namespace qvs {
 /// A library opened at run time, closed with the object.
 class SharedLibrary {
  public:
+  static const int kLazy;  ///< functions are bound when they are first called
+
   SharedLibrary() = default;
   ~SharedLibrary() { close(); }
   SharedLibrary(SharedLibrary&& other) noexcept;

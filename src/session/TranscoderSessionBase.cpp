@@ -1,6 +1,8 @@
 // What a session owns, and look-ups by index.
 #include "session/TranscoderSessionBase.h"
 
+#include "platform/Status.h"
+
 namespace qvs {
 
 namespace {
@@ -28,10 +30,14 @@ TranscoderSessionBase::~TranscoderSessionBase() {
   audioEncoders.clear();
 }
 
+uint32_t TranscoderSessionBase::fail(const char* label, const Failure& failure) {
+  failures.tell(logCollector, label, failure);
+  return kFailure;
+}
+
 void TranscoderSessionBase::finishVideoEncoders() {
-  // An asynchronous encoder answers this only when all frames it took are done.
   for (VideoEncoderWrapper& wrapper : videoEncoders) {
-    if (wrapper.videoEncoder) wrapper.videoEncoder->getEncodedFrameCount();
+    if (wrapper.videoEncoder) wrapper.videoEncoder->finish();
   }
 }
 
@@ -43,6 +49,10 @@ IVideoEncoder* TranscoderSessionBase::getVideoEncoder(uint32_t indexEncoder) con
 IAudioEncoder* TranscoderSessionBase::getAudioEncoder(uint32_t indexEncoder) const {
   const AudioEncoderWrapper* wrapper = at(audioEncoders, indexEncoder);
   return wrapper != nullptr ? wrapper->audioEncoder.get() : nullptr;
+}
+
+StageRef<AudioEncoderWrapper> TranscoderSessionBase::renditionRef(uint32_t index) {
+  return {at(audioEncoders, index), static_cast<int>(index)};
 }
 
 AudioSampleBuffer* TranscoderSessionBase::getAudioEncoderEncodeBuffer(uint32_t indexEncoder) const {

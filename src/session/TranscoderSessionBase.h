@@ -9,6 +9,7 @@
 #include "frames/AudioSampleBufferSet.h"
 #include "frames/VideoFrameBufferSet.h"
 #include "frames/VideoFrameBufferSetWrapper.h"
+#include "log/FailureLog.h"
 #include "log/LogCollector.h"
 #include "session/AudioEncoderWrapper.h"
 #include "session/ITranscoderSession.h"
@@ -17,6 +18,13 @@
 #include "video/scaling/IVideoScaler.h"
 
 namespace qvs {
+
+/// A stage of a session that an operation is meant for.
+template <typename Stage>
+struct StageRef {
+  Stage* stage;  ///< null where the session has none
+  int index;     ///< as the host numbers it
+};
 
 /// What a session owns: its stages, the pools between them and its log. Indices past the end give null.
 class TranscoderSessionBase : public ITranscoderSession {
@@ -53,13 +61,27 @@ class TranscoderSessionBase : public ITranscoderSession {
   LogCollector& getLogCollector() { return logCollector; }
   ILogger* getLogger() { return &logCollector; }
 
+  /// kFailure, and a line in the session's log unless it has told the like a moment before.
+  uint32_t fail(const char* label, const Failure& failure);
+
  protected:
   TranscoderSessionBase() = default;
+
+  StageRef<IVideoDecoder> videoDecoderRef() const { return {getVideoDecoder(), 0}; }
+  StageRef<IAudioDecoder> audioDecoderRef() const { return {getAudioDecoder(), 0}; }
+  StageRef<IVideoEncoder> videoEncoderRef(uint32_t index) const {
+    return {getVideoEncoder(index), static_cast<int>(index)};
+  }
+  StageRef<IAudioEncoder> audioEncoderRef(uint32_t index) const {
+    return {getAudioEncoder(index), static_cast<int>(index)};
+  }
+  StageRef<AudioEncoderWrapper> renditionRef(uint32_t index);
 
   /// Waits until no encoder reads a frame any more: before pools or frame storage go.
   void finishVideoEncoders();
 
   LogCollector logCollector;  ///< first, so that it outlives all stages
+  FailureLog failures;
   std::unique_ptr<IVideoDecoder> videoDecoder;
   std::unique_ptr<IVideoScaler>
       videoScaler;  ///< only hardware that makes all renditions in one pass has an object

@@ -8,20 +8,20 @@
 
 namespace qvs::test {
 
-Sound makeSound(uint32_t sampleRate, uint32_t channels, size_t length,
-                const std::function<double(size_t, uint32_t)>& wave) {
-  Sound sound{sampleRate, channels, std::vector<int16_t>(length * channels)};
+AudioClip makeClip(uint32_t sampleRate, uint32_t channels, size_t length,
+                   const std::function<double(size_t, uint32_t)>& wave) {
+  AudioClip clip{sampleRate, channels, std::vector<int16_t>(length * channels)};
   for (size_t i = 0; i < length; ++i) {
     for (uint32_t channel = 0; channel < channels; ++channel) {
-      sound.samples[i * channels + channel] = static_cast<int16_t>(std::lround(32767 * wave(i, channel)));
+      clip.samples[i * channels + channel] = static_cast<int16_t>(std::lround(32767 * wave(i, channel)));
     }
   }
-  return sound;
+  return clip;
 }
 
-Sound makeSweep(uint32_t sampleRate, uint32_t channels, size_t length) {
+AudioClip makeSweep(uint32_t sampleRate, uint32_t channels, size_t length) {
   const double seconds = static_cast<double>(length) / sampleRate;
-  return makeSound(sampleRate, channels, length, [&](size_t i, uint32_t channel) {
+  return makeClip(sampleRate, channels, length, [&](size_t i, uint32_t channel) {
     const double t = static_cast<double>(i) / sampleRate;
     const double slope = 0.08 * sampleRate / seconds;
     const double phase = (200.0 + 130.0 * channel) * t + slope * t * t / 2;
@@ -29,19 +29,19 @@ Sound makeSweep(uint32_t sampleRate, uint32_t channels, size_t length) {
   });
 }
 
-Sound makeClick(uint32_t sampleRate, uint32_t channels, size_t length, size_t at) {
+AudioClip makeClick(uint32_t sampleRate, uint32_t channels, size_t length, size_t at) {
   // Half a millisecond wide, so that a codec keeps it.
   const double width = sampleRate / 4000.0;
-  return makeSound(sampleRate, channels, length, [&](size_t i, uint32_t) {
+  return makeClip(sampleRate, channels, length, [&](size_t i, uint32_t) {
     const double x = (static_cast<double>(i) - static_cast<double>(at)) / width;
     return 0.9 * std::exp(-x * x);
   });
 }
 
-AudioSampleBuffer* makeBlock(const Sound& sound, size_t from, size_t count, uint64_t timecode) {
+AudioSampleBuffer* makeBlock(const AudioClip& clip, size_t from, size_t count, uint64_t timecode) {
   auto block = std::make_unique<AudioSampleBuffer>();
-  block->allocBuffer(static_cast<uint32_t>(count), sound.channels, sound.sampleRate);
-  std::memcpy(block->getBuffer(), sound.samples.data() + from * sound.channels, block->getLen());
+  block->allocBuffer(static_cast<uint32_t>(count), clip.channels, clip.sampleRate);
+  std::memcpy(block->getBuffer(), clip.samples.data() + from * clip.channels, block->getLen());
   block->setTimecode(timecode);
   return block.release();
 }
@@ -72,33 +72,33 @@ std::vector<Unit> headersOf(IAudioEncoder& encoder) {
   return units;
 }
 
-std::vector<Unit> encodeAll(IAudioEncoder& encoder, const Sound& sound, const std::vector<size_t>& blockSizes,
-                            uint64_t start) {
+std::vector<Unit> encodeAll(IAudioEncoder& encoder, const AudioClip& clip,
+                            const std::vector<size_t>& blockSizes, uint64_t start) {
   std::vector<AudioFrameEncoded> frames;
   size_t turn = 0;
-  for (size_t done = 0; done < sound.length(); ++turn) {
-    const size_t count = std::min(blockSizes[turn % blockSizes.size()], sound.length() - done);
-    encoder.addSampleBuffer(makeBlock(sound, done, count, start + done), frames);
+  for (size_t done = 0; done < clip.length(); ++turn) {
+    const size_t count = std::min(blockSizes[turn % blockSizes.size()], clip.length() - done);
+    encoder.addSampleBuffer(makeBlock(clip, done, count, start + done), frames);
     done += count;
   }
   return takeUnits(frames);
 }
 
-double snrDb(const Sound& sound, const Sound& decoded, size_t from, size_t to) {
+double snrDb(const AudioClip& clip, const AudioClip& decoded, size_t from, size_t to) {
   double signal = 0, noise = 0;
-  to = std::min({to, sound.length(), decoded.length()});
-  for (size_t i = from * sound.channels; i < to * sound.channels; ++i) {
-    const double error = decoded.samples[i] - sound.samples[i];
-    signal += double{1} * sound.samples[i] * sound.samples[i];
+  to = std::min({to, clip.length(), decoded.length()});
+  for (size_t i = from * clip.channels; i < to * clip.channels; ++i) {
+    const double error = decoded.samples[i] - clip.samples[i];
+    signal += double{1} * clip.samples[i] * clip.samples[i];
     noise += error * error;
   }
   return 10 * std::log10(signal / std::max(noise, 1e-9));
 }
 
-size_t peakOf(const Sound& sound) {
+size_t peakOf(const AudioClip& clip) {
   size_t best = 0;
-  for (size_t i = 1; i < sound.length(); ++i) {
-    if (std::abs(int{sound.at(i)}) > std::abs(int{sound.at(best)})) best = i;
+  for (size_t i = 1; i < clip.length(); ++i) {
+    if (std::abs(int{clip.at(i)}) > std::abs(int{clip.at(best)})) best = i;
   }
   return best;
 }

@@ -12,7 +12,7 @@
 namespace qvs::test {
 
 /// Sound of one channel set: interleaved samples with their format.
-struct Sound {
+struct AudioClip {
   uint32_t sampleRate = 48000;
   uint32_t channels = 2;
   std::vector<int16_t> samples;
@@ -22,17 +22,17 @@ struct Sound {
 };
 
 /// `wave(index, channel)` in -1 to 1 for `length` samples a channel.
-Sound makeSound(uint32_t sampleRate, uint32_t channels, size_t length,
-                const std::function<double(size_t, uint32_t)>& wave);
+AudioClip makeClip(uint32_t sampleRate, uint32_t channels, size_t length,
+                   const std::function<double(size_t, uint32_t)>& wave);
 
 /// A chirp per channel, loud enough that a codec's noise is far below it.
-Sound makeSweep(uint32_t sampleRate, uint32_t channels, size_t length);
+AudioClip makeSweep(uint32_t sampleRate, uint32_t channels, size_t length);
 
 /// Silence but for a short pulse in all channels at sample `at`.
-Sound makeClick(uint32_t sampleRate, uint32_t channels, size_t length, size_t at);
+AudioClip makeClick(uint32_t sampleRate, uint32_t channels, size_t length, size_t at);
 
 /// `count` samples of `sound` from `from` on as a block with that timecode; the caller owns it.
-AudioSampleBuffer* makeBlock(const Sound& sound, size_t from, size_t count, uint64_t timecode);
+AudioSampleBuffer* makeBlock(const AudioClip& clip, size_t from, size_t count, uint64_t timecode);
 
 /// One coded frame, bytes owned.
 struct Unit {
@@ -51,13 +51,13 @@ std::vector<Unit> takeUnits(std::vector<AudioFrameEncoded>& frames);
 std::vector<Unit> headersOf(IAudioEncoder& encoder);
 
 /// All of `sound` through the encoder in blocks of the sizes given in turn, timecodes from `start` on.
-std::vector<Unit> encodeAll(IAudioEncoder& encoder, const Sound& sound, const std::vector<size_t>& blockSizes,
-                            uint64_t start = 0);
+std::vector<Unit> encodeAll(IAudioEncoder& encoder, const AudioClip& clip,
+                            const std::vector<size_t>& blockSizes, uint64_t start = 0);
 
 /// Signal to noise in dB of `decoded` against `sound`, samples `from` to `to` of all channels.
-double snrDb(const Sound& sound, const Sound& decoded, size_t from, size_t to);
+double snrDb(const AudioClip& clip, const AudioClip& decoded, size_t from, size_t to);
 
 /// Index of the largest magnitude in channel 0.
-size_t peakOf(const Sound& sound);
+size_t peakOf(const AudioClip& clip);
 
 }  // namespace qvs::test

@@ -51,21 +51,21 @@ void require(bool condition, const char* what) {
   if (!condition) throw std::runtime_error(what);
 }
 
-void append(Sound& sound, const AVFrame& frame) {
-  sound.channels = static_cast<uint32_t>(frame.ch_layout.nb_channels);
-  sound.sampleRate = static_cast<uint32_t>(frame.sample_rate);
+void append(AudioClip& clip, const AVFrame& frame) {
+  clip.channels = static_cast<uint32_t>(frame.ch_layout.nb_channels);
+  clip.sampleRate = static_cast<uint32_t>(frame.sample_rate);
   require(frame.format == AV_SAMPLE_FMT_FLTP, "the decoder gives another sample format");
   for (int i = 0; i < frame.nb_samples; ++i) {
-    for (uint32_t channel = 0; channel < sound.channels; ++channel) {
+    for (uint32_t channel = 0; channel < clip.channels; ++channel) {
       const float value = reinterpret_cast<const float*>(frame.extended_data[channel])[i] * 32768.0f;
-      sound.samples.push_back(static_cast<int16_t>(std::clamp(std::lround(value), -32768l, 32767l)));
+      clip.samples.push_back(static_cast<int16_t>(std::clamp(std::lround(value), -32768l, 32767l)));
     }
   }
 }
 
 }  // namespace
 
-Sound decodeFile(const std::vector<uint8_t>& bytes, const std::string& format, int64_t* start) {
+AudioClip decodeFile(const std::vector<uint8_t>& bytes, const std::string& format, int64_t* start) {
   av_log_set_level(AV_LOG_ERROR);
   constexpr int kIoBytes = 4096;
   Source source{bytes};
@@ -83,7 +83,7 @@ Sound decodeFile(const std::vector<uint8_t>& bytes, const std::string& format, i
   avcodec_parameters_to_context(s.codec, stream.codecpar);
   s.codec->pkt_timebase = stream.time_base;
   require(avcodec_open2(s.codec, decoder, nullptr) == 0, "no decoder");
-  Sound sound;
+  AudioClip clip;
   bool ended = false;
   bool first = true;
   while (!ended) {
@@ -95,10 +95,10 @@ Sound decodeFile(const std::vector<uint8_t>& bytes, const std::string& format, i
         *start = av_rescale_q(s.frame->pts, stream.time_base, {1, s.frame->sample_rate});
       }
       first = false;
-      append(sound, *s.frame);
+      append(clip, *s.frame);
     }
   }
-  return sound;
+  return clip;
 }
 
 std::vector<uint8_t> joined(const std::vector<Unit>& units) {

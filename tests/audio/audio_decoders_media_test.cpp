@@ -49,7 +49,7 @@ constexpr Stream kStreams[] = {
     {"derived/speex_wb_16k_vad_dtx_4fpp.spx", "libspeex", 0, 0, 200, 0},
 };
 
-class RealSound : public testing::TestWithParam<Stream> {
+class RealAudio : public testing::TestWithParam<Stream> {
  protected:
   void SetUp() override {
     NEED_MEDIA();
@@ -58,7 +58,7 @@ class RealSound : public testing::TestWithParam<Stream> {
   std::string path;
 };
 
-TEST_P(RealSound, IsWhatFfmpegDecodes) {
+TEST_P(RealAudio, IsWhatFfmpegDecodes) {
   AudioFile file = readAudioFile(path);
   ASSERT_FALSE(file.packets.empty()) << path;
   // ffmpeg plays all Opus at 48000 Hz, whatever the head names.
@@ -83,7 +83,7 @@ TEST_P(RealSound, IsWhatFfmpegDecodes) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Media, RealSound, testing::ValuesIn(kStreams), [](const auto& info) {
+INSTANTIATE_TEST_SUITE_P(Media, RealAudio, testing::ValuesIn(kStreams), [](const auto& info) {
   std::string name = info.param.path;
   for (char& c : name) c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
   return name;

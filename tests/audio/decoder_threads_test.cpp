@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "support/AudioDecoderRun.h"
-#include "support/CodedSound.h"
+#include "support/CodedAudio.h"
 
 namespace qvs::test {
 namespace {

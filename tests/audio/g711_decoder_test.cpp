@@ -77,7 +77,7 @@ TEST_P(G711, BlocksAreRecordedAndAResetKeepsTheStream) {
   EXPECT_EQ(run.block().getSampleCount(), 0u) << "and none of the old sound again";
 }
 
-TEST_P(G711, ABlockThatIsTooSmallGrowsAndKeepsAllSound) {
+TEST_P(G711, ABlockThatIsTooSmallGrowsAndKeepsAllAudio) {
   ASSERT_TRUE(run.open(file));
   AudioSampleBuffer small;
   small.allocBuffer(10, 1, 8000);

@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "SoundBlocks.h"
+#include "SampleBlocks.h"
 
 namespace qvs {
 namespace {
@@ -21,7 +21,7 @@ T pick(const T (&values)[N], std::mt19937& random) {
 }
 
 /// A good block must come out right whatever came before.
-void expectGoodSound(AudioResampler& resampler, AudioSampleBuffer& out) {
+void expectGoodAudio(AudioResampler& resampler, AudioSampleBuffer& out) {
   setTarget(resampler, 48000, 2);
   resampler.setSourceChannelMask(0);
   const std::vector<int16_t> samples(8820 * 2, 4321);
@@ -57,7 +57,7 @@ TEST(HostileBlocks, FormatsThatLieLeaveTheNextGoodBlockAlone) {
       ASSERT_LE(uint64_t{target.getSampleCount()} * target.getChannels() * 2,
                 target.getSampleCount() != 0 ? target.getLen() : 0);
     }
-    ASSERT_NO_FATAL_FAILURE(expectGoodSound(resampler, out));
+    ASSERT_NO_FATAL_FAILURE(expectGoodAudio(resampler, out));
   }
 }
 
@@ -106,7 +106,7 @@ TEST(HostileBlocks, SettersOfALiveConverterDivideByNothing) {
   EXPECT_EQ(resampler.close(), 0u);
   EXPECT_EQ(resampler.flush(), 0u);
   EXPECT_EQ(resampler.addSamplesToBuffer(out), 0u);
-  ASSERT_NO_FATAL_FAILURE(expectGoodSound(resampler, out));
+  ASSERT_NO_FATAL_FAILURE(expectGoodAudio(resampler, out));
 }
 
 }  // namespace

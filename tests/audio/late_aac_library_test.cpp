@@ -9,7 +9,7 @@
 #include "audio/AudioDecoderAAC.h"
 #include "frames/AudioSampleBuffer.h"
 #ifdef QVS_COUNTS_ALLOCATIONS
-#include "../frames/AllocationCounter.h"
+#include "support/AllocationCounter.h"
 #endif
 
 namespace {

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <numbers>
 
-#include "SoundBlocks.h"
+#include "SampleBlocks.h"
 
 namespace qvs {
 namespace {

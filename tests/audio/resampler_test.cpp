@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "SoundBlocks.h"
+#include "SampleBlocks.h"
 #include "support/SweptSine.h"
 
 namespace qvs {
@@ -167,6 +167,31 @@ TEST_F(Resampler, SourceThatCannotBeServedIsSilentAndSaysSoOnce) {
   feed(10, 2, 1, 0);
   feed(10, 2, 1, 10);
   EXPECT_THAT(test::linesOf(log), ElementsAre(HasSubstr(": 1/2/0x3"), HasSubstr("failed: 4")));
+}
+
+TEST_F(Resampler, ALossInMidStreamIsToldThoughTheSetUpsLinesRest) {
+  setTarget(resampler, 48000, 2);
+  feed(1000, 2, 44100, 0);
+  test::linesOf(log);
+  for (uint64_t block = 0; block < 50; ++block) feed(10, 2, 1, 1000 + block * 10);
+  EXPECT_EQ(out.getSampleCount(), 0u);
+  feed(1000, 2, 44100, 5000);
+  feed(10, 2, 1, 6000);
+  EXPECT_THAT(test::linesOf(log),
+              ElementsAre("AudioResampler.resample[{context}]: Block dropped, no converter: "
+                          "source[rate/channels/samples]: 1/2/10 destination[rate/channels]: 48000/2"));
+}
+
+TEST_F(Resampler, ABlockOfAbsurdSizeIsDroppedAndTheClockGoesOn) {
+  setTarget(resampler, 192000, 2);
+  feed(8000, 2, 8000, 0);
+  test::linesOf(log);
+  feed(200000, 2, 8000, 8000);
+  EXPECT_THAT(test::linesOf(log), ElementsAre(HasSubstr("Block dropped, its output is too large")));
+  feed(8000, 2, 8000, 208000);  // the old converter's rest
+  feed(8000, 2, 8000, 216000);
+  EXPECT_EQ(out.getTimecode(), 208000u * 24);
+  EXPECT_GT(out.getSampleCount(), 15900u * 24);
 }
 
 TEST_F(Resampler, DefaultMasksFollowTheChannelCount) {

@@ -6,11 +6,12 @@
 #include <memory>
 #include <new>
 
-#include "FailingAllocator.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoOverlayFrame.h"
 #include "platform/FreeDeleter.h"
-#include "road/Road.h"
+#include "support/FailingAllocator.h"
+#include "support/SessionDriver.h"
+#include "support/TestPicture.h"
 
 namespace qvs::test {
 namespace {
@@ -35,23 +36,26 @@ VideoOverlayFrame* makeLogo() {
 }
 
 /// From construction to destruction of a session.
-Walk walk(const std::vector<Packet>& stream, const RoadSetup& setup) {
+Walk walk(const std::vector<Packet>& stream) {
   Walk result;
+  UnitSum sum;
   try {
-    Road road(setup);
-    result.failed = !road.open();
+    SessionDriver driver({.rungs = {{64, 48}, {.width = 32, .height = 24, .fitMode = 1}},
+                          .sink = [&](uint32_t, const VideoFrameEncoded& unit) { sum.add(unit); }},
+                         OnFailure::kGoOn);
+    result.failed = !driver.isOpen();
     if (result.failed) return result;
-    TranscoderSession& session = road.getSession();
+    TranscoderSession& session = driver.session();
     result.failed |= session.videoDecoderBufferSetOverlayVideoFrame(0, makeLogo()) != kSuccess;
     result.failed |= session.videoEncoderBufferSetOverlayVideoFrame(0, 0, makeLogo()) != kSuccess;
     uint64_t timecode = 0;
     for (const auto& packet : stream) {
-      const auto step = road.feed(packet, timecode, timecode == 0 ? 1 : 2);
+      const auto step = driver.feed(packet, timecode, timecode == 0 ? 1 : 2);
       result.failed |= step.failed;
       result.packetCount += step.packetCount;
       timecode += 40;
     }
-    result.packetSum = road.packetSum();
+    result.packetSum = sum.value();
   } catch (const std::bad_alloc&) {
     result.failed = true;  // only the constructor may let it through: there is no object yet to answer
   }
@@ -68,30 +72,29 @@ void makeFailureText() {
 
 class AllocationFault : public testing::TestWithParam<FailureMode> {};
 
-TEST_P(AllocationFault, EveryAllocationOfTheRoad) {
+TEST_P(AllocationFault, EveryAllocationOfASession) {
   makeFailureText();
   const auto stream = makePackets(8, 64, 48, 3);
-  const RoadSetup setup{.rungs = {{64, 48}, {32, 24}}, .fitMode = 1};
-  const Walk good = walk(stream, setup);
+  const Walk good = walk(stream);
   ASSERT_FALSE(good.failed);
   ASSERT_EQ(good.packetCount, 2 * stream.size());
 
   armAllocator(0, FailureMode::Once);
-  walk(stream, setup);
+  walk(stream);
   const auto baseline = disarmAllocator();
   ASSERT_GT(baseline.allocations, 100u);
 
   uint64_t number = 1;
   for (;; ++number) {
-    ASSERT_LT(number, 4 * baseline.allocations) << "the road never gets past its failing allocation";
+    ASSERT_LT(number, 4 * baseline.allocations) << "the session never gets past its failing allocation";
     armAllocator(number, GetParam());
-    const Walk hurt = walk(stream, setup);
+    const Walk hurt = walk(stream);
     const auto report = disarmAllocator();
     EXPECT_LE(report.liveBlocks, baseline.liveBlocks) << "leak after failing allocation " << number;
     const bool silent = !hurt.failed && hurt.packetCount == good.packetCount;
     EXPECT_TRUE(!silent || hurt.packetSum == good.packetSum)
         << "allocation " << number << " failed, nobody said so, and the packets are others";
-    const Walk after = walk(stream, setup);
+    const Walk after = walk(stream);
     ASSERT_FALSE(after.failed) << "the session after failing allocation " << number;
     ASSERT_EQ(after.packetSum, good.packetSum) << "the session after failing allocation " << number;
     if (!report.failed) break;

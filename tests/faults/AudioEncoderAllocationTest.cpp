@@ -5,9 +5,9 @@
 #include <new>
 
 #include "contract/StageIds.h"
-#include "FailingAllocator.h"
 #include "frames/AudioSampleBuffer.h"
 #include "session/TranscoderSession.h"
+#include "support/FailingAllocator.h"
 
 namespace qvs::test {
 namespace {

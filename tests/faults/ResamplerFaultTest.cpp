@@ -2,8 +2,8 @@
 
 #include <new>
 
-#include "../audio/SoundBlocks.h"
-#include "FailingAllocator.h"
+#include "../audio/SampleBlocks.h"
+#include "support/FailingAllocator.h"
 
 namespace qvs::test {
 namespace {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -70,8 +71,35 @@ TEST(Pool, TokenOutlivesItsPool) {
     set.initialize(1);
     held = take(set)->getBufferAllocation();
     (*held)->allocBuffer(16, 16, kFourCCYV12);
+    set.setScaleFlags(kScaleFlagPlaceOnCpu);
   }
-  EXPECT_EQ((*held)->getWidth(), 16u);
+  EXPECT_EQ((*held)->getBufferSet(), nullptr);
+  EXPECT_EQ((*held)->getScaleFlags(), kScaleFlagPlaceOnCpu)
+      << "what it is asked for must outlive the pool too";
+  VideoFrameBuffer source;
+  source.allocBuffer(16, 16, kFourCCYV12);
+  paint(source, kRed);
+  EXPECT_EQ((*held)->transferFrame(source, false), kSuccess);
+  EXPECT_EQ(source.transferFrame(**held, false), kSuccess);
+  EXPECT_TRUE(isColour(source, kRed));
+}
+
+/// An encoder's thread drops the last reference while the server takes another.
+TEST(Pool, AcquiringMeetsTheWayBack) {
+  VideoFrameBufferSet set;
+  set.initialize(1);
+  VideoFrameBuffer& frame = *set.getVideoFrameBuffer(0);
+  std::atomic<bool> done{false};
+  std::thread encoder([&] {
+    while (!done) set.getVideoFrameBufferAllocator()->allocate();
+  });
+  for (int round = 0; round < 5000; ++round) {
+    frame.createJavaBufferAllocation();
+    frame.releaseJavaBufferAllocation();
+  }
+  done = true;
+  encoder.join();
+  EXPECT_NE(take(set), nullptr);
 }
 
 TEST(Pool, FramesMoveBetweenThreads) {

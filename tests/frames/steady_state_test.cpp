@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "AllocationCounter.h"
 #include "Pictures.h"
+#include "support/AllocationCounter.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
 namespace qvs::test {

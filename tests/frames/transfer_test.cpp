@@ -145,7 +145,7 @@ TEST(Transfer, CarriesTypeAndTimesOnly) {
   source.set.setScaleImplementation(kScaleU30);
   source.frame().setTimecode(100);
   EXPECT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
-  EXPECT_EQ(target.frame().getTimecode(), 99u) << "another road's pictures don't pass here";
+  EXPECT_EQ(target.frame().getTimecode(), 99u) << "a card's pictures don't pass here";
 }
 
 TEST(Transfer, FramesWithoutStorageAreLeftAlone) {
@@ -163,7 +163,7 @@ TEST(Transfer, FramesWithoutStorageAreLeftAlone) {
   EXPECT_EQ(full.frame().transferFrame(empty, true), 1u);
 }
 
-TEST(Transfer, DeviceRoadWithoutADeviceOnlyClaims) {
+TEST(Transfer, DevicePathWithoutADeviceOnlyClaims) {
   OneFramePool source(64, 32, kFourCCYV12);
   OneFramePool target(64, 32, kFourCCYV12);
   source.set.setScaleImplementation(kScaleCUDA);

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <vpx/vpx_image.h>
 
 #include <cstdio>
 #include <fstream>
@@ -128,6 +129,81 @@ TEST(VideoFrameBuffer, ClaimsLocationsWithoutADevicePicture) {
   frame.setLocations(0);
   frame.transferLocationFromDecode();
   EXPECT_EQ(frame.getLocations(), 0u);
+}
+
+/// A device picture that notes what is asked of it.
+struct FakeDevicePicture : DevicePicture {
+  explicit FakeDevicePicture(std::string& calls) : calls(calls) {}
+  uint32_t allocate(PixelSize value) override {
+    size = value;
+    calls += 'a';
+    return kSuccess;
+  }
+  bool hasStorage() const override { return size.width != 0; }
+  PixelSize getSize() const override { return size; }
+  void upload(const HostPicture& host) override { calls += host.size == 16 * 16 * 3 / 2 ? 'u' : '?'; }
+  void download(const HostPicture& host) override { calls += host.stride == 16 ? 'd' : '?'; }
+  void fillBlack() override { calls += 'b'; }
+  uint32_t place(const DevicePicture& source, const Placement& placement) override {
+    calls += &source != this && placement.target.width == 16 ? 'p' : '?';
+    return kSuccess;
+  }
+  uint32_t drawOverlay(VideoOverlayFrame&, const OverlayPlacement&) override {
+    calls += 'o';
+    return kSuccess;
+  }
+  PluginVideoFrameBufferCUDA pluginRecord() const override { return {nullptr, 0, size.width, 0, 0, 0}; }
+
+  std::string& calls;
+  PixelSize size;
+};
+
+/// The frame's half of a device's work; no real device takes part.
+TEST(VideoFrameBuffer, AsksItsDevicePictureForWhatIsMissing) {
+  VideoFrameBufferSet set;
+  set.setScaleImplementation(kScaleCUDA);
+  set.initialize(2);
+  std::string calls, others;
+  VideoFrameBuffer& frame = *set.getVideoFrameBuffer(0);
+  VideoFrameBuffer& source = *set.getVideoFrameBuffer(1);
+  frame.setDevicePicture(std::make_unique<FakeDevicePicture>(calls));
+  source.setDevicePicture(std::make_unique<FakeDevicePicture>(others));
+  frame.allocBuffer(16, 16, kFourCCYV12);
+  source.allocBuffer(32, 32, kFourCCYV12);
+  EXPECT_EQ(frame.allocateCUDAFrameIfNeeded(), kSuccess);
+  EXPECT_EQ(calls, "a") << "once for its size";
+
+  calls.clear();
+  frame.transferToLocation(VideoFrameBuffer::CUDA);
+  EXPECT_EQ(calls, "") << "the host has nothing to give";
+  frame.setLocations(VideoFrameBuffer::systemMem);
+  frame.transferLocationFromDecode();
+  frame.transferToLocation(VideoFrameBuffer::CUDA);
+  EXPECT_EQ(calls, "u");
+  frame.setLocations(VideoFrameBuffer::CUDA);
+  frame.transferToSystemMemory();
+  frame.transferToSystemMemory();
+  EXPECT_EQ(calls, "ud");
+  EXPECT_EQ(frame.getLocations(), 3u);
+
+  calls.clear();
+  const uint32_t padding[4] = {0, 0, 0, 4};
+  frame.setPadding(padding);
+  EXPECT_EQ(frame.transferFrame(source, false), kSuccess);
+  EXPECT_EQ(calls, "bp") << "black around the placed picture";
+  EXPECT_EQ(frame.getLocations(), VideoFrameBuffer::CUDA);
+  for (const uint32_t width : {8u, 80u}) {
+    VideoOverlayFrame* overlay = makeOverlay(8, 8, kOpaqueRed);
+    overlay->setDestinationLocation(0, 0, width, 8, 17);
+    set.getOverlayFrames().putFrame(width, overlay);
+  }
+  EXPECT_EQ(set.applyOverlays(frame, set.getOverlayFrames()), kSuccess);
+  EXPECT_EQ(calls, "bpo") << "the larger one doesn't fit";
+  EXPECT_EQ(others, "a");
+  PluginVideoFrameBuffer record;
+  frame.getPluginBufferInfo(&record, 1, 2);
+  EXPECT_EQ(record.frameCUDA.width, 16u);
+  EXPECT_EQ(record.frameCUDA.four_cc, kFourCCNV12);
 }
 
 TEST(VideoFrameBuffer, PreviewsTakeTheAspectAndTheColour) {

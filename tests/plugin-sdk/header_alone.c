@@ -1,5 +1,11 @@
 /* The public headers are complete by themselves and plain C11. */
+#include "qvs/video_decoder.h"
+#include "qvs/video_encoder.h"
 #include "qvs/video_frame.h"
 #include "qvs/video_scaler.h"
+#include "qvs/vod_transcoder.h"
 
+_Static_assert(sizeof(pluginVideoEncoder) == 32 * sizeof(void*), "one pointer an entry point");
+_Static_assert(sizeof(pluginVideoDecoder) == 37 * sizeof(void*), "one pointer an entry point");
+_Static_assert(sizeof(pluginVODTranscoder) == 7 * sizeof(void*), "one pointer an entry point");
 _Static_assert(sizeof(PluginVideoScaler) == 5 * sizeof(void*), "one pointer an entry point");

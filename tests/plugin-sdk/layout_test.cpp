@@ -4,7 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "qvs/video_decoder.h"
+#include "qvs/video_encoder.h"
 #include "qvs/video_scaler.h"
+#include "qvs/vod_transcoder.h"
 
 namespace {
 
@@ -24,6 +27,26 @@ TEST(PluginLayout, OfRecordsIsFrozen) {
   EXPECT_EQ(offsetof(PluginVideoScaler, func_destroy), 16u);
   EXPECT_EQ(offsetof(PluginVideoScaler, func_scaleByHalf), 24u);
   EXPECT_EQ(offsetof(PluginVideoScaler, func_overlayFrame), 32u);
+
+  EXPECT_EQ(sizeof(PluginVideoFrameBuffer), 88u);
+  EXPECT_EQ(offsetof(PluginVideoFrameBuffer, timecode), 24u);
+  EXPECT_EQ(offsetof(PluginVideoFrameBuffer, frameCUDA), 40u);
+  EXPECT_EQ(offsetof(PluginVideoFrameBuffer, hostContext), 80u);
+  EXPECT_EQ(sizeof(PluginVideoBuffer), 96u);
+  EXPECT_EQ(offsetof(PluginVideoBuffer, timecode), 64u);
+  EXPECT_EQ(offsetof(PluginVideoBuffer, opaque_), 88u);
+  EXPECT_EQ(sizeof(PluginVideoCUDAContext), 24u);
+  EXPECT_EQ(sizeof(VideoFrameEncodedData), 64u);
+  EXPECT_EQ(offsetof(VideoFrameEncodedData, timecode), 32u);
+  EXPECT_EQ(offsetof(VideoFrameEncodedData, isAllocated), 57u);
+  EXPECT_EQ(sizeof(PluginVideoEncoderOutput), 16u);
+  EXPECT_EQ(sizeof(VODTranscoderVideoSettings), 56u);
+  EXPECT_EQ(offsetof(VODTranscoderVideoSettings, videoHeader), 40u);
+
+  EXPECT_EQ(offsetof(pluginVideoEncoder, func_addFrame2), 17 * sizeof(void*));
+  EXPECT_EQ(offsetof(pluginVideoEncoder, func_getParameterValueDouble), 31 * sizeof(void*));
+  EXPECT_EQ(offsetof(pluginVideoDecoder, func_decode2), 27 * sizeof(void*));
+  EXPECT_EQ(offsetof(pluginVODTranscoder, func_transcode), 5 * sizeof(void*));
 }
 
 TEST(PluginResolver, AsksForEveryEntryPointAndNeedsOne) {

@@ -3,37 +3,29 @@
 
 #include "frames/VideoFrameBuffer.h"
 #include "session/notify/TranscoderSessionNotifyManager.h"
-#include "support/Md5.h"
-#include "support/SessionLadder.h"
+#include "support/SessionDriver.h"
 #include "support/TestPicture.h"
+#include "video/encoders/VideoEncoderVPX.h"
 
 namespace qvs {
 namespace {
 
 using test::CodedStream;
 using test::EncodedUnit;
-using test::LadderSettings;
 using test::makeStream;
 using test::paintTestPicture;
 using test::psnrOfPlane;
-using test::RenditionSettings;
-using test::SessionLadder;
+using test::SessionDriver;
 using testing::Contains;
 using testing::HasSubstr;
 
 constexpr uint32_t kFail = 0xFFFFFFFFu;
 
-std::vector<std::string> texts(SessionLadder& ladder) {
-  std::vector<std::string> lines;
-  for (const LogStatement& statement : ladder.takeLog()) lines.push_back(statement.str);
-  return lines;
-}
-
 /// Decodes a rendition's units and compares colours with the test pictures of their numbers.
 void expectColours(uint32_t codecVersion, const std::vector<EncodedUnit>& units, double least) {
-  SessionLadder check({.codecVersion = codecVersion});
+  SessionDriver check({.codecVersion = codecVersion});
   for (uint32_t number = 0; number < units.size(); ++number) {
-    ASSERT_TRUE(check.decode({units[number].bytes, 0}, units[number].timecode));
+    ASSERT_TRUE(check.decode(units[number].bytes, units[number].timecode));
     for (char plane : {'Y', 'U', 'V'}) {
       EXPECT_GT(psnrOfPlane(*check.decodedFrame(), plane, number), least) << plane << " of " << number;
     }
@@ -42,10 +34,11 @@ void expectColours(uint32_t codecVersion, const std::vector<EncodedUnit>& units,
 
 TEST(SessionRoad, MakesALadderWithRightColoursAndTimecodes) {
   const CodedStream stream = makeStream(8, 320, 240, 8);
-  SessionLadder ladder({.renditions = {{.width = 320, .height = 240},
-                                       {.width = 160, .height = 120, .codecVersion = 9},
-                                       {.width = 240, .height = 180, .fourcc = kFourCCI420}}});
-  for (const auto& packet : stream.packets) ASSERT_TRUE(ladder.transcode(packet));
+  SessionDriver ladder({.rungs = {{.width = 320, .height = 240},
+                                  {.width = 160, .height = 120, .codecVersion = 9},
+                                  {.width = 240, .height = 180, .fourcc = kFourCCI420}}});
+  for (const auto& packet : stream.packets)
+    ASSERT_TRUE(ladder.feed(packet.bytes, packet.timecode, 0).picture);
   EXPECT_EQ(ladder.frameInfo().frameCount, 8u);
   for (size_t rendition = 0; rendition < 3; ++rendition) {
     const auto& units = ladder.units(rendition);
@@ -60,10 +53,10 @@ TEST(SessionRoad, MakesALadderWithRightColoursAndTimecodes) {
 
 TEST(SessionRoad, MakesKeyFramesOnRequestAndFromTheInput) {
   const CodedStream stream = makeStream(8, 64, 64, 6);
-  SessionLadder ladder({.renditions = {{.width = 64, .height = 64}}});
+  SessionDriver ladder({.rungs = {{.width = 64, .height = 64}}});
   for (uint32_t number = 0; number < 6; ++number) {
     const uint32_t inputType = number == 2 ? 1 : 2;
-    ASSERT_TRUE(ladder.decode(stream.packets[number], number, inputType));
+    ASSERT_TRUE(ladder.decode(stream.packets[number].bytes, number, inputType));
     ladder.encode(number == 4 ? 1 : 0);
   }
   std::vector<uint32_t> types;
@@ -73,31 +66,32 @@ TEST(SessionRoad, MakesKeyFramesOnRequestAndFromTheInput) {
 
 TEST(SessionRoad, RunsRungsSideBySideWithTheSamePackets) {
   const CodedStream stream = makeStream(8, 320, 240, 10);
-  const auto run = [&](int64_t asynchronous) {
-    const std::vector<std::pair<uint32_t, int64_t>> keys = {
-        {100033, -8}, {100100, 1}, {100101, asynchronous}};
-    SessionLadder ladder(
-        {.renditions = {{.width = 320, .height = 240, .parameters = keys},
-                        {.width = 161, .height = 121, .parameters = keys},
-                        {.width = 80, .height = 60, .codecVersion = 9, .parameters = keys}}});
+  const auto run = [&](bool asynchronous) {
+    SessionDriver ladder(
+        {.rungs = {{.width = 320, .height = 240, .asynchronous = asynchronous},
+                   {.width = 161, .height = 121, .asynchronous = asynchronous},
+                   {.width = 80, .height = 60, .codecVersion = 9, .asynchronous = asynchronous}}});
     std::vector<std::vector<uint8_t>> all;
-    for (const auto& packet : stream.packets) ladder.transcode(packet);
+    for (const auto& packet : stream.packets) ladder.feed(packet.bytes, packet.timecode, 0);
     for (size_t rendition = 0; rendition < 3; ++rendition) {
       for (const EncodedUnit& unit : ladder.units(rendition)) all.push_back(unit.bytes);
     }
     return all;
   };
-  const auto plain = run(0);
+  const auto plain = run(false);
   EXPECT_EQ(plain.size(), 30u);
-  EXPECT_EQ(run(1), plain);
+  EXPECT_EQ(run(true), plain);
 }
 
 TEST(SessionRoad, EndsAndResetsWithFramesInWork) {
   const CodedStream stream = makeStream(8, 320, 240, 1);
   for (bool reset : {false, true}) {
-    SessionLadder ladder({.renditions = {{.parameters = {{100100, 1}, {100101, 1}}}}});
+    SessionDriver ladder({.rungs = {{.width = 320,
+                                     .height = 240,
+                                     .asynchronous = true,
+                                     .parameters = {{VideoEncoderVPX::kKeyCpuUsed, 0}}}}});
     TranscoderSession& session = ladder.session();
-    ASSERT_TRUE(ladder.decode(stream.packets[0], 0));
+    ASSERT_TRUE(ladder.decode(stream.packets[0].bytes, 0));
     uint32_t target = 0;
     session.videoEncoderBufferAllocate(0, &target);
     session.videoEncoderAddFrame(0, target, 0, 1, 0);
@@ -113,14 +107,14 @@ TEST(SessionRoad, EndsAndResetsWithFramesInWork) {
 }
 
 TEST(SessionRoad, FollowsSizeChanges) {
-  SessionLadder ladder({.renditions = {{.width = 160, .height = 120}}});
+  SessionDriver ladder({.rungs = {{.width = 160, .height = 120}}});
   ladder.session().videoDecoderSetFrameSizeLimits(8192, 4320, 32, 32);
   uint64_t timecode = 0;
   for (const auto& [width, height] :
        {std::pair{160u, 120u}, {640u, 360u}, {64u, 48u}, {175u, 143u}, {1u, 1u}, {16u, 8u}, {320u, 240u}}) {
     const CodedStream stream = makeStream(8, width, height, 2);
     for (const auto& packet : stream.packets) {
-      ASSERT_TRUE(ladder.decode(packet, timecode += 40));
+      ASSERT_TRUE(ladder.decode(packet.bytes, timecode += 40));
       EXPECT_EQ(ladder.frameInfo().frameWidth, width);
       if (width >= 32 && height >= 32) {
         ladder.encode();
@@ -130,7 +124,7 @@ TEST(SessionRoad, FollowsSizeChanges) {
     }
   }
   EXPECT_EQ(ladder.units(0).size(), 10u);
-  const auto lines = texts(ladder);
+  const auto lines = ladder.takeLog();
   EXPECT_THAT(lines,
               Contains("TranscoderSession.videoDecoderDecode[{context}]: Decoder frame size: frame:640x360 "
                        "display:640x360 bufferSize:345600"));
@@ -142,15 +136,15 @@ TEST(SessionRoad, FollowsSizeChanges) {
 
 TEST(SessionRoad, ReportsOneLineForARunOfBadSizes) {
   const CodedStream stream = makeStream(8, 64, 48, 1);
-  SessionLadder ladder({});
+  SessionDriver ladder({});
   TranscoderSession& session = ladder.session();
-  ladder.decode(stream.packets[0], 0);
+  ladder.decode(stream.packets[0].bytes, 0);
   const uint32_t index = ladder.decodedFrameIndex();
-  texts(ladder);
+  ladder.takeLog();
   session.videoDecoderSetFrameSizeLimits(0, 0, 65, 0);
   EXPECT_EQ(session.videoDecoderTransferFrameStart(index, {}), kFail);
   EXPECT_EQ(session.videoDecoderTransferFrameStart(index, {}), kFail);
-  EXPECT_THAT(texts(ladder),
+  EXPECT_THAT(ladder.takeLog(),
               testing::ElementsAre(
                   "TranscoderSession::videoDecoderTransferFrame[{context}]: Decoded frame size is out "
                   "of range frame:64x48 max:0x0 min:65x0"));
@@ -160,13 +154,13 @@ TEST(SessionRoad, ReportsOneLineForARunOfBadSizes) {
     session.videoDecoderSetFrameSizeLimits(limits[0], limits[1], limits[2], limits[3]);
     EXPECT_EQ(session.videoDecoderTransferFrameStart(index, {}), kFail);
   }
-  EXPECT_EQ(texts(ladder).size(), 1u);
+  EXPECT_EQ(ladder.takeLog().size(), 1u);
   session.videoDecoderSetFrameSizeLimits(64, 48, 64, 48);
   EXPECT_EQ(session.videoDecoderTransferFrameStart(index, {}), 0u);
 }
 
 TEST(SessionRoad, HandsOutEachFrameOnceAndTakesItBackAtTheLastRelease) {
-  SessionLadder ladder({.poolSize = 2, .renditions = {{.width = 64, .height = 64}}});
+  SessionDriver ladder({.rungs = {{.width = 64, .height = 64}}});
   TranscoderSession& session = ladder.session();
   uint32_t first = 9, second = 9, third = 9;
   EXPECT_EQ(session.videoDecoderBufferAllocate(&first), 0u);
@@ -185,7 +179,7 @@ TEST(SessionRoad, HandsOutEachFrameOnceAndTakesItBackAtTheLastRelease) {
 
 TEST(SessionRoad, AdvancesTheDecoderEvenWithoutAnEntry) {
   const CodedStream stream = makeStream(8, 64, 64, 2);
-  SessionLadder ladder({});
+  SessionDriver ladder({});
   TranscoderSession& session = ladder.session();
   uint32_t status = 0;
   uint64_t timecode = 5;
@@ -196,25 +190,25 @@ TEST(SessionRoad, AdvancesTheDecoderEvenWithoutAnEntry) {
   EXPECT_EQ(status, 7u);
   EXPECT_EQ(timecode, 5u);
   EXPECT_EQ(info.frameCount, 0u);
-  EXPECT_TRUE(ladder.decode(stream.packets[1], 40));  // it has seen the key frame
+  EXPECT_TRUE(ladder.decode(stream.packets[1].bytes, 40));  // it has seen the key frame
 }
 
 TEST(SessionRoad, KeepsGoingAfterBadPackets) {
   const CodedStream stream = makeStream(8, 160, 120, 4);
   const CodedStream other = makeStream(9, 160, 120, 1);
-  SessionLadder ladder({.renditions = {{.width = 160, .height = 120}}});
-  ASSERT_TRUE(ladder.transcode(stream.packets[0]));
-  ladder.decode({{}, 0}, 0);
-  ladder.decode(other.packets[0], 0);
-  ladder.decode({{stream.packets[1].bytes.begin(), stream.packets[1].bytes.begin() + 9}, 0}, 0);
-  ladder.decode({std::vector<uint8_t>(4000, 0xFF), 0}, 0);
-  ASSERT_TRUE(ladder.decode(stream.packets[0], 400));
+  SessionDriver ladder({.rungs = {{.width = 160, .height = 120}}});
+  ASSERT_TRUE(ladder.feed(stream.packets[0].bytes, 0, 0).picture);
+  ladder.decode({}, 0);
+  ladder.decode(other.packets[0].bytes, 0);
+  ladder.decode(std::span(stream.packets[1].bytes).first(9), 0);
+  ladder.decode(std::vector<uint8_t>(4000, 0xFF), 0);
+  ASSERT_TRUE(ladder.decode(stream.packets[0].bytes, 400));
   EXPECT_GT(psnrOfPlane(*ladder.decodedFrame(), 'U', 0), 34);
   EXPECT_GT(psnrOfPlane(*ladder.decodedFrame(), 'V', 0), 34);
 }
 
 TEST(SessionRoad, WiresThePoolWithTheFirstConfigurationOnly) {
-  SessionLadder ladder({.renditions = {{.width = 64, .height = 64, .frameRate = 25}}});
+  SessionDriver ladder({.rungs = {{.width = 64, .height = 64, .frameRate = 25}}});
   TranscoderSession& session = ladder.session();
   session.videoEncoderSetFrameRate(0, 50);
   EXPECT_EQ(session.videoDecoderDecodeCodecConfig(nullptr, 0, 0), 0u);
@@ -224,7 +218,7 @@ TEST(SessionRoad, WiresThePoolWithTheFirstConfigurationOnly) {
 }
 
 TEST(SessionRoad, PassesParametersThrough) {
-  SessionLadder ladder({.renditions = {{.width = 64, .height = 64}}});
+  SessionDriver ladder({.rungs = {{.width = 64, .height = 64}}});
   TranscoderSession& session = ladder.session();
   uint32_t length = 5;
   int64_t values[2] = {1, 2};
@@ -276,27 +270,27 @@ class Painter : public ITranscoderSessionNotifyVideoFrameDecode,
 
 TEST(SessionRoad, LetsListenersTouchThePicture) {
   const CodedStream stream = makeStream(8, 64, 64, 1);
-  SessionLadder ladder({.renditions = {{.width = 64, .height = 64}, {.width = 32, .height = 32}}});
+  SessionDriver ladder({.rungs = {{.width = 64, .height = 64}, {.width = 32, .height = 32}}});
   Painter painter;
   const int64_t id = ladder.session().getSessionId();
   TranscoderSessionNotifyManager& manager = *TranscoderSessionNotifyManager::getInstance();
   manager.addVideoFrameDecodeListener(id, &painter);
   manager.addVideoFrameEncodeListener(id, &painter);
-  ladder.transcode(stream.packets[0]);
+  ladder.feed(stream.packets[0].bytes, 0, 0);
   manager.notifySessionListenersDestroy(id);
   EXPECT_EQ(painter.seen, "dDeEeE");
-  SessionLadder check({});
-  check.decode({ladder.units(0).at(0).bytes, 0}, 0);
+  SessionDriver check({});
+  check.decode(ladder.units(0).at(0).bytes, 0);
   EXPECT_GT(psnrOfPlane(*check.decodedFrame(), 'Y', 20), 28);
 }
 
 TEST(SessionRoad, DropsLinesBeyondItsLimitAndStartsAnewAfterAFetch) {
-  SessionLadder ladder({});
-  texts(ladder);
+  SessionDriver ladder({});
+  ladder.takeLog();
   for (int i = 0; i < 1100; ++i) ladder.session().videoScalerSetSource(1, 2, 3);
-  EXPECT_EQ(texts(ladder).size(), 1000u);
+  EXPECT_EQ(ladder.takeLog().size(), 1000u);
   ladder.session().videoScalerSetSource(1, 2, 3);
-  EXPECT_EQ(texts(ladder).size(), 1u);
+  EXPECT_EQ(ladder.takeLog().size(), 1u);
 }
 
 }  // namespace

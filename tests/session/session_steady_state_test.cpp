@@ -2,71 +2,80 @@
 
 #include <gtest/gtest.h>
 
-#include "ladder/CodecProbe.h"
-#include "ladder/SessionLadder.h"
+#include "support/AllocationCounter.h"
+#include "support/SessionDriver.h"
 #include "support/TestPicture.h"
 #include "video/decoders/UnitStream.h"
 
 namespace qvs::test {
 namespace {
 
-constexpr uint64_t kWarmUp = bench::kKeyFrameInterval + 10;       ///< a requested key frame lies inside,
-constexpr uint64_t kFrames = kWarmUp + bench::kKeyFrameInterval;  ///< and one among those counted
+constexpr uint64_t kKeyInterval = 60;
+constexpr uint64_t kWarmUp = kKeyInterval + 10;       ///< a requested key frame lies inside,
+constexpr uint64_t kFrames = kWarmUp + kKeyInterval;  ///< and one among those counted
 constexpr int kWidth = 176;
 constexpr int kHeight = 144;
 
-constexpr bench::Rung kRungs[] = {{160, 96, 300'000}, {96, 64, 200'000}, {64, 48, 100'000}};
-
 struct Input {
   MediaBytes config;
-  std::vector<MediaBytes> packets;
+  std::vector<Packet> packets;
 };
 
-Input makeInput(bench::Codec codec) {
-  Input input;
-  if (codec == bench::Codec::kH264) {
-    UnitStream stream = makeUnitStream(
-        {.codec = 7, .width = kWidth, .height = kHeight, .frames = kFrames, .keyInterval = 30});
-    input.config = stream.config;
-    for (MediaUnit& unit : stream.units) input.packets.push_back(std::move(unit.bytes));
-  } else {
-    const uint32_t version = codec == bench::Codec::kVP9 ? 9 : 8;
-    for (auto& packet : makeStream(version, kWidth, kHeight, kFrames).packets)
-      input.packets.push_back(std::move(packet.bytes));
-  }
+struct CodecOf {
+  const char* name;
+  uint32_t codec, version;
+};
+
+Input makeInput(const CodecOf& codec) {
+  if (codec.codec == kVideoCodecVPX) return {{}, makePackets(codec.version, kWidth, kHeight, kFrames)};
+  UnitStream stream = makeUnitStream(
+      {.codec = codec.codec, .width = kWidth, .height = kHeight, .frames = kFrames, .keyInterval = 30});
+  Input input{stream.config, {}};
+  for (MediaUnit& unit : stream.units) input.packets.push_back(std::move(unit.bytes));
   return input;
 }
 
-class SessionSteadyState : public testing::TestWithParam<std::tuple<bench::Codec, bool>> {};
+class SessionSteadyState : public testing::TestWithParam<std::tuple<CodecOf, bool>> {};
 
 TEST_P(SessionSteadyState, AllocatesOnlyCodedPackets) {
-  const auto [codec, parallel] = GetParam();
+  const auto& [codec, asynchronous] = GetParam();
   Input input = makeInput(codec);
   ASSERT_EQ(input.packets.size(), kFrames);
-  const bench::LadderSpec spec{"test", codec, "", kRungs};
-  bench::SessionLadder ladder(spec, codec, input.config, parallel, {});
+  RungSetup rung{.codec = codec.codec, .codecVersion = codec.version, .asynchronous = asynchronous};
+  SessionSetup setup{.codec = codec.codec,
+                     .codecVersion = codec.version,
+                     .config = input.config,
+                     .decoderParameters = oneThreadDecoding(codec.codec),
+                     .sink = [](uint32_t, const VideoFrameEncoded&) {}};
+  for (const auto& [width, height] : {std::pair{160u, 96u}, {96u, 64u}, {64u, 48u}}) {
+    rung.width = width;
+    rung.height = height;
+    setup.rungs.push_back(rung);
+  }
+  SessionDriver driver(setup);
   const auto run = [&](uint64_t from, uint64_t to) {
-    for (uint64_t number = from; number < to; ++number) ladder.transcode(input.packets[number], number);
+    for (uint64_t number = from; number < to; ++number)
+      driver.feed(input.packets[number], number * 40, number % kKeyInterval == 0 ? 1 : 2);
   };
   run(0, kWarmUp);
-  const uint64_t packets = ladder.packetCount();
-  const bench::AllocationCounts before = bench::allocationCounts();
+  const uint64_t packets = driver.packetCount();
+  const uint64_t before = allocationsSoFar();
   run(kWarmUp, kFrames);
-  const bench::AllocationCounts after = bench::allocationCounts();
+  const uint64_t made = allocationsSoFar() - before;
   // One in and one from each rung: that many blocks there must be.
-  EXPECT_EQ(ladder.packetCount() - packets, 4 * (kFrames - kWarmUp));
-  EXPECT_EQ(after.other - before.other, ladder.packetCount() - packets);
+  EXPECT_EQ(driver.packetCount() - packets, 4 * (kFrames - kWarmUp));
+  EXPECT_EQ(made, driver.packetCount() - packets);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Ladders, SessionSteadyState,
-    testing::Combine(testing::Values(bench::Codec::kVP8, bench::Codec::kVP9, bench::Codec::kH264),
-                     testing::Bool()),
-    [](const auto& info) {
-      const bench::Codec codec = std::get<0>(info.param);
-      const char* name = codec == bench::Codec::kVP8 ? "VP8" : codec == bench::Codec::kVP9 ? "VP9" : "H264";
-      return std::string(name) + (std::get<1>(info.param) ? "SideBySide" : "");
-    });
+INSTANTIATE_TEST_SUITE_P(Ladders, SessionSteadyState,
+                         testing::Combine(testing::Values(CodecOf{"VP8", kVideoCodecVPX, 8},
+                                                          CodecOf{"VP9", kVideoCodecVPX, 9},
+                                                          CodecOf{"H264", kVideoCodecH264, 0}),
+                                          testing::Bool()),
+                         [](const auto& info) {
+                           return std::string(std::get<0>(info.param).name) +
+                                  (std::get<1>(info.param) ? "SideBySide" : "");
+                         });
 
 }  // namespace
 }  // namespace qvs::test

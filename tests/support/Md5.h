@@ -1,20 +1,26 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
-namespace qvs {
-class VideoFrameBuffer;
-}
+struct AVMD5;
 
 namespace qvs::test {
 
-/// Hexadecimal md5 of bytes.
-std::string md5(const std::vector<uint8_t>& bytes);
+/// The md5 of bytes that come piece by piece.
+class RunningMd5 {
+ public:
+  RunningMd5();
+  void add(const std::vector<uint8_t>& bytes);
+  /// Hexadecimal; nothing may be added behind it.
+  std::string text();
 
-/// A frame's picture as bytes: rows of Y, then U, then V, whatever order the frame keeps them in, strides
-/// removed, chroma sizes rounded down.
-std::vector<uint8_t> i420Bytes(const VideoFrameBuffer& frame);
+ private:
+  std::unique_ptr<AVMD5, void (*)(void*)> state;
+};
+
+std::string md5(const std::vector<uint8_t>& bytes);
 
 }  // namespace qvs::test

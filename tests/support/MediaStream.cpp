@@ -11,10 +11,10 @@ struct CodecNumber {
   AVCodecID id;
   uint32_t codec;
 };
-constexpr CodecNumber kCodecs[] = {{AV_CODEC_ID_H264, 7},   {AV_CODEC_ID_HEVC, 12},
-                                   {AV_CODEC_ID_MPEG4, 10}, {AV_CODEC_ID_H263, 9},
-                                   {AV_CODEC_ID_FLV1, 2},   {AV_CODEC_ID_MPEG2VIDEO, 11},
-                                   {AV_CODEC_ID_H263P, 9},  {AV_CODEC_ID_MPEG1VIDEO, 11}};
+constexpr CodecNumber kCodecs[] = {
+    {AV_CODEC_ID_H264, 7},        {AV_CODEC_ID_HEVC, 12},      {AV_CODEC_ID_MPEG4, 10}, {AV_CODEC_ID_H263, 9},
+    {AV_CODEC_ID_FLV1, 2},        {AV_CODEC_ID_H263P, 9},      {AV_CODEC_ID_VP8, 8},    {AV_CODEC_ID_VP9, 8},
+    {AV_CODEC_ID_MPEG2VIDEO, 11}, {AV_CODEC_ID_MPEG1VIDEO, 11}};
 
 uint32_t codecOf(AVCodecID id) {
   for (const CodecNumber& row : kCodecs) {
@@ -108,7 +108,7 @@ void MediaStream::makeConfig() {
   if (startCodes) {
     const auto units = splitStartCodes(from.extradata, size);
     config = codec == 7 ? makeAvcRecord(units) : makeHevcRecord(units);
-  } else if (codec != 9 && codec != 2 && size != 0) {
+  } else if (codec != 9 && codec != 8 && codec != 2 && size != 0) {
     config.assign(from.extradata, from.extradata + size);
   }
 }

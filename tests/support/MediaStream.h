@@ -22,13 +22,17 @@ struct MediaUnit {
 };
 
 /// The first video stream of a file in the form that a server has: H.264 and H.265 length-prefixed behind a
-/// configuration record, MPEG-4 and MPEG-2 behind their headers, H.263 and Sorenson bare.
+/// configuration record, MPEG-4 and MPEG-2 behind their headers, the others bare.
 class MediaStream {
  public:
   explicit MediaStream(const std::filesystem::path& path);
 
   /// The decoder's codec number; 0 where the file holds no stream of ours.
   uint32_t getCodec() const { return codec; }
+  /// VP8 or VP9 under their common number; 0 where a codec has no versions.
+  uint32_t getCodecVersion() const {
+    return codec != 8 ? 0 : parameters().codec_id == AV_CODEC_ID_VP9 ? 9 : 8;
+  }
   const AVCodecParameters& parameters() const { return *context->streams[stream]->codecpar; }
   const MediaBytes& getConfig() const { return config; }
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "support/IvfReader.h"
+#include "support/CodedStream.h"
 
 namespace qvs {
 class VideoFrameBuffer;
@@ -25,5 +25,9 @@ double psnrOfPlane(const VideoFrameBuffer& frame, char plane, uint32_t time);
 /// A coded stream of the test picture, made by libvpx directly: key frame first, the packet's timecode 40 ms
 /// apart, good quality. Odd sizes are fine.
 CodedStream makeStream(uint32_t codecVersion, uint32_t width, uint32_t height, uint32_t frames);
+
+/// Its bytes alone.
+using Packet = std::vector<uint8_t>;
+std::vector<Packet> makePackets(uint32_t codecVersion, uint32_t width, uint32_t height, uint32_t frames);
 
 }  // namespace qvs::test

@@ -9,8 +9,9 @@
 #include "frames/AudioFrameEncoded.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoOverlayFrame.h"
-#include "road/Road.h"
-#include "support/CodedSound.h"
+#include "support/CodedAudio.h"
+#include "support/SessionDriver.h"
+#include "support/TestPicture.h"
 
 namespace qvs::test {
 namespace {
@@ -52,24 +53,26 @@ class RestlessListener : public CountingListener {
   }
 };
 
-void feedAll(Road& road, const std::vector<Packet>& packets) {
+void feedAll(SessionDriver& driver, const std::vector<Packet>& packets) {
   for (size_t i = 0; i < packets.size(); ++i) {
-    EXPECT_FALSE(road.feed(packets[i], 40 * i, i == 0 ? 1 : 2).failed);
+    driver.feed(packets[i], 40 * i, i == 0 ? 1 : 2);
   }
 }
 
 /// One session's whole life on its own thread, with listeners that all sessions share.
 void live(const std::vector<Packet>& packets, std::vector<CountingListener*> listeners, bool asynchronous,
           uint64_t* sum) {
-  auto road = std::make_unique<Road>(RoadSetup{.rungs = {{32, 32}}, .asynchronous = asynchronous});
-  const int64_t id = road->getSession().getSessionId();
-  manager().notifySessionListenersCreate(id, road->getSession().getMediaStreamContext());
+  UnitSum units;
+  auto driver = std::make_unique<SessionDriver>(
+      SessionSetup{.rungs = {{.asynchronous = asynchronous}},
+                   .sink = [&](uint32_t, const VideoFrameEncoded& unit) { units.add(unit); }});
+  const int64_t id = driver->session().getSessionId();
+  manager().notifySessionListenersCreate(id, driver->session().getMediaStreamContext());
   for (auto* listener : listeners) listen(id, *listener);
-  ASSERT_TRUE(road->open());
-  feedAll(*road, packets);
-  if (sum) *sum = road->packetSum();
+  feedAll(*driver, packets);
+  if (sum) *sum = units.value();
   for (auto* listener : listeners) stopListening(id, *listener);
-  road.reset();
+  driver.reset();
   manager().notifySessionListenersDestroy(id);
 }
 
@@ -89,9 +92,8 @@ TEST(SessionThreads, SharedListenersThatChangeTheirListDuringTheirCall) {
 
 TEST(SessionThreads, ListenersComeAndGoFromOtherThreads) {
   const auto packets = stream();
-  Road road(RoadSetup{});
-  ASSERT_TRUE(road.open());
-  const int64_t id = road.getSession().getSessionId();
+  SessionDriver driver({.rungs = {{}}});
+  const int64_t id = driver.session().getSessionId();
   std::atomic<bool> done{false};
   CountingListener visitor;
   std::thread other([&] {
@@ -100,7 +102,7 @@ TEST(SessionThreads, ListenersComeAndGoFromOtherThreads) {
       stopListening(id, visitor);
     }
   });
-  feedAll(road, packets);
+  feedAll(driver, packets);
   done = true;
   other.join();
   manager().notifySessionListenersDestroy(id);
@@ -121,16 +123,11 @@ TEST(SessionThreads, AsynchronousEncodersGiveTheSamePackets) {
 TEST(SessionThreads, EndsCleanlyWithFramesInWork) {
   const auto packets = makePackets(8, 320, 240, 1);
   for (int round = 0; round < 10; ++round) {
-    Road road(RoadSetup{.rungs = {{320, 240}, {160, 120}}, .asynchronous = true});
-    ASSERT_TRUE(road.open());
-    auto& session = road.getSession();
-    session.videoDecoderAddFrame(CodedBlock::copyOf(packets[0]), 0, 1);
-    uint32_t source = 0, status = 0;
-    uint64_t timecode = 0;
-    std::vector<VideoFrameAncillaryData> ancillaryData;
-    TranscoderVideoDecoderFrameInfo info;
-    ASSERT_EQ(session.videoDecoderBufferAllocate(&source), 0u);
-    ASSERT_EQ(session.videoDecoderDecode(source, &status, &timecode, ancillaryData, info), 0u);
+    SessionDriver driver({.rungs = {{.width = 320, .height = 240, .asynchronous = true},
+                                    {.width = 160, .height = 120, .asynchronous = true}}});
+    auto& session = driver.session();
+    ASSERT_TRUE(driver.decode(packets[0], 0, 1));
+    const uint32_t source = driver.decodedFrameIndex();
     for (uint32_t rung = 0; rung < 2; ++rung) {
       uint32_t target = 0;
       ASSERT_EQ(session.videoEncoderBufferAllocate(rung, &target), 0u);
@@ -146,8 +143,7 @@ TEST(SessionThreads, EndsCleanlyWithFramesInWork) {
 
 TEST(SessionThreads, OverlaysAreReplacedWhilePicturesAreDrawn) {
   const auto packets = stream();
-  Road road(RoadSetup{.rungs = {{64, 48}}});
-  ASSERT_TRUE(road.open());
+  SessionDriver driver({.rungs = {{64, 48}}});
   std::atomic<bool> done{false};
   std::thread server([&] {
     for (uint8_t shade = 0; !done; ++shade) {
@@ -156,19 +152,19 @@ TEST(SessionThreads, OverlaysAreReplacedWhilePicturesAreDrawn) {
       std::memset(image, shade, kBytes);
       auto* overlay = new VideoOverlayFrame(fourcc("BGRA"), image, kBytes, 64, 0, 16, 16);
       overlay->setDestinationLocation(4, 4, 16, 16, 17);
-      road.getSession().videoDecoderBufferSetOverlayVideoFrame(shade % 3, overlay);
-      road.getSession().videoEncoderBufferSetOverlayVideoFrame(0, shade % 3, nullptr);
+      driver.session().videoDecoderBufferSetOverlayVideoFrame(shade % 3, overlay);
+      driver.session().videoEncoderBufferSetOverlayVideoFrame(0, shade % 3, nullptr);
       std::this_thread::yield();
     }
   });
-  feedAll(road, packets);
+  feedAll(driver, packets);
   done = true;
   server.join();
 }
 
 /// Opus in, Opus at another rate and AAC out, packet after packet; the number of coded frames that came.
-uint32_t transcodeSound(TranscoderSession& session, const AudioFile& sound) {
-  std::vector<uint8_t> config = sound.config;
+uint32_t transcodeAudio(TranscoderSession& session, const AudioFile& audio) {
+  std::vector<uint8_t> config = audio.config;
   EXPECT_EQ(session.audioDecoderCreate(0, 12, 0), 0u);
   EXPECT_EQ(session.audioDecoderInitialize(), 0u);
   EXPECT_EQ(session.audioDecoderDecodeCodecConfig(config.data(), 0, static_cast<uint32_t>(config.size())),
@@ -192,7 +188,7 @@ uint32_t transcodeSound(TranscoderSession& session, const AudioFile& sound) {
   }
   uint32_t frameCount = 0;
   uint64_t timecode = 1000;
-  for (const AudioPacket& coded : sound.packets) {
+  for (const AudioPacket& coded : audio.packets) {
     std::vector<uint8_t> packet = coded.bytes;
     EXPECT_EQ(
         session.audioDecoderDecodeFrame(packet.data(), 0, static_cast<uint32_t>(packet.size()), timecode, 0),
@@ -214,15 +210,14 @@ uint32_t transcodeSound(TranscoderSession& session, const AudioFile& sound) {
 /// The audio road of a session runs beside its video road; a third thread fetches the log.
 TEST(SessionThreads, VideoAndAudioRoadsAndTheLogSideBySide) {
   const auto packets = stream();
-  const AudioFile sound = makeOpus(2);
-  Road road(RoadSetup{});
-  ASSERT_TRUE(road.open());
-  auto& session = road.getSession();
+  const AudioFile audioFile = makeOpus(2);
+  SessionDriver driver({.rungs = {{}}});
+  auto& session = driver.session();
   const int64_t id = session.getSessionId();
   std::atomic<bool> done{false};
   std::thread audio([&] {
     // A second of sound: 43 frames of AAC, less those that the encoder holds, and 50 of Opus.
-    EXPECT_GT(transcodeSound(session, sound), 85u);
+    EXPECT_GT(transcodeAudio(session, audioFile), 85u);
     done = true;
   });
   std::thread log([&] {
@@ -232,7 +227,7 @@ TEST(SessionThreads, VideoAndAudioRoadsAndTheLogSideBySide) {
       std::this_thread::yield();
     }
   });
-  feedAll(road, packets);
+  feedAll(driver, packets);
   audio.join();
   log.join();
   manager().notifySessionListenersDestroy(id);

@@ -52,7 +52,7 @@ extern "C" {
 
 /* A format code: four characters, the first in the lowest byte. */
 #define VIDEO_SCALER_FOURCC(a, b, c, d) \
-  ((uint32_t)(a) | (uint32_t)(b) << 8 | (uint32_t)(c) << 16 | (uint32_t)(d) << 24)
+  (UINT32_C(1) * (a) | UINT32_C(0x100) * (b) | UINT32_C(0x10000) * (c) | UINT32_C(0x1000000) * (d))
 
 /* Both bits must be set in the answer of isAvailable. Bit 0: the library works on this machine. Bit 1: it follows
  * the contract of this header. Other bits are 0 today and ignored by the transcoder. */

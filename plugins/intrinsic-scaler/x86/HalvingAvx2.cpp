@@ -1,6 +1,7 @@
 // The halving kernels with AVX2.
 #include <immintrin.h>
 
+#include "HalfFilter.h"
 #include "x86/ScalerKernelsX86.h"
 
 namespace qvs::intrinsic {

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "ScalerKernels.h"
+#include <cstddef>
+#include <cstdint>
 
 namespace qvs::intrinsic {
 

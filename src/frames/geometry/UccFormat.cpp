@@ -1,5 +1,4 @@
 // The converter's names of formats, and pictures and their parts as the converter sees them.
-
 #include "frames/geometry/UccFormat.h"
 
 #include <algorithm>

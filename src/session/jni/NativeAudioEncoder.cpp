@@ -5,10 +5,11 @@
 
 #include "audio/AudioResampler.h"
 #include "log/ILogger.h"
+#include "session/FailureReasons.h"
 #include "session/jni/AudioBlocks.h"
+#include "session/jni/Delivery.h"
 #include "session/jni/Holders.h"
 #include "session/jni/NativeEntry.h"
-#include "session/jni/Packets.h"
 #include "session/jni/Parameters.h"
 #include "session/jni/Resamplers.h"
 #include "session/jni/StreamContext.h"
@@ -19,7 +20,7 @@ QVS_NATIVE(audioEncoderAdd)
 (JNIEnv* env, jobject, jlong classPtr, jlong codec, jlong implementation, jobject nativeMediaStreamContext,
  jobject indexEncoder) {
   return withSession(QVS_LABEL(audioEncoderAdd), classPtr, [&](TranscoderSession& session) -> jlong {
-    if (!readHolder(env, indexEncoder)) return kEntryFailure;
+    if (!readHolder(env, indexEncoder)) return failEntry(session, QVS_LABEL(audioEncoderAdd), kNoHolder);
     int32_t index = -1;
     const uint32_t result =
         session.audioEncoderAdd(static_cast<uint32_t>(codec), static_cast<uint32_t>(implementation), &index);
@@ -33,38 +34,42 @@ QVS_NATIVE(audioEncoderAdd)
 
 QVS_NATIVE(audioEncoderSetSampleRate)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong sampleRate) {
-  return forward(QVS_LABEL(audioEncoderSetSampleRate), classPtr,
-                 &TranscoderSession::audioEncoderSetSampleRate, indexEncoder, sampleRate);
+  return callSession(QVS_LABEL(audioEncoderSetSampleRate), classPtr,
+                     &TranscoderSession::audioEncoderSetSampleRate, indexEncoder, sampleRate);
 }
 
 QVS_NATIVE(audioEncoderSetChannels)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong channels) {
-  return forward(QVS_LABEL(audioEncoderSetChannels), classPtr, &TranscoderSession::audioEncoderSetChannels,
-                 indexEncoder, channels);
+  return callSession(QVS_LABEL(audioEncoderSetChannels), classPtr,
+                     &TranscoderSession::audioEncoderSetChannels, indexEncoder, channels);
 }
 
 QVS_NATIVE(audioEncoderSetQuality)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jdouble quality) {
-  return forward(QVS_LABEL(audioEncoderSetQuality), classPtr, &TranscoderSession::audioEncoderSetQuality,
-                 indexEncoder, quality);
+  return callSession(QVS_LABEL(audioEncoderSetQuality), classPtr, &TranscoderSession::audioEncoderSetQuality,
+                     indexEncoder, quality);
 }
 
 QVS_NATIVE(audioEncoderSetBitrate)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong bitrate) {
-  return forward(QVS_LABEL(audioEncoderSetBitrate), classPtr, &TranscoderSession::audioEncoderSetBitrate,
-                 indexEncoder, bitrate);
+  return callSession(QVS_LABEL(audioEncoderSetBitrate), classPtr, &TranscoderSession::audioEncoderSetBitrate,
+                     indexEncoder, bitrate);
 }
 
 QVS_NATIVE(audioEncoderApplyParameters)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder) {
   return withSession(QVS_LABEL(audioEncoderApplyParameters), classPtr,
                      [&](TranscoderSession& session) -> jlong {
                        IAudioEncoder* encoder = session.getAudioEncoder(static_cast<uint32_t>(indexEncoder));
-                       return encoder != nullptr ? jlong{encoder->applyParameters()} : kEntryFailure;
+                       if (encoder == nullptr)
+                         return failEntry(session, QVS_LABEL(audioEncoderApplyParameters),
+                                          noAudioEncoder(static_cast<uint32_t>(indexEncoder)));
+                       return encoder->applyParameters();
                      });
 }
 
 QVS_NATIVE(audioEncoderSetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
   const auto set = [&](TranscoderSession& session) {
-    return setParameters(env, parametersArr, session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)),
-                         kEntryFailure);
+    return setParameters(env, session, QVS_LABEL(audioEncoderSetParameterValues), parametersArr,
+                         session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)),
+                         noAudioEncoder(static_cast<uint32_t>(indexEncoder)));
   };
   return withSession(QVS_LABEL(audioEncoderSetParameterValues), classPtr, set, 0);
 }
@@ -72,15 +77,16 @@ QVS_NATIVE(audioEncoderSetParameterValues)
 QVS_NATIVE(audioEncoderGetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
   const auto get = [&](TranscoderSession& session) {
-    return getParameters(env, parametersArr, session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)),
-                         kEntryFailure);
+    return getParameters(env, session, QVS_LABEL(audioEncoderGetParameterValues), parametersArr,
+                         session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)),
+                         noAudioEncoder(static_cast<uint32_t>(indexEncoder)));
   };
   return withSession(QVS_LABEL(audioEncoderGetParameterValues), classPtr, get, 0);
 }
 
 QVS_NATIVE(audioEncoderInitialize)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder) {
-  return forward(QVS_LABEL(audioEncoderInitialize), classPtr, &TranscoderSession::audioEncoderInitialize,
-                 indexEncoder);
+  return callSession(QVS_LABEL(audioEncoderInitialize), classPtr, &TranscoderSession::audioEncoderInitialize,
+                     indexEncoder);
 }
 
 QVS_NATIVE(audioEncoderGetHeaders)
@@ -88,7 +94,7 @@ QVS_NATIVE(audioEncoderGetHeaders)
   return withSession(QVS_LABEL(audioEncoderGetHeaders), classPtr, [&](TranscoderSession& session) -> jlong {
     std::vector<AudioFrameEncoded> headers;  // the bytes stay the encoder's
     const uint32_t result = session.audioEncoderGetHeaders(static_cast<uint32_t>(indexEncoder), headers);
-    return addPackets(env, encodedFrames, headers) ? jlong{result} : kEntryFailure;
+    return deliver(env, session, QVS_LABEL(audioEncoderGetHeaders), encodedFrames, headers, result);
   });
 }
 
@@ -99,7 +105,8 @@ QVS_NATIVE(audioEncoderAddSampleBuffer)
         OwnedFrames<AudioFrameEncoded> owned;
         const uint32_t result = session.audioEncoderAddSampleBuffer(
             static_cast<uint32_t>(indexEncoder), static_cast<uint32_t>(indexBuffer), owned.frames);
-        return addPackets(env, encodedFrames, owned.frames) ? jlong{result} : kEntryFailure;
+        return deliver(env, session, QVS_LABEL(audioEncoderAddSampleBuffer), encodedFrames, owned.frames,
+                       result);
       });
 }
 
@@ -107,9 +114,11 @@ QVS_NATIVE(audioEncoderAddAudioResampler)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobject resamplerParametersObj) {
   return withSession(QVS_LABEL(audioEncoderAddAudioResampler), classPtr, [&](TranscoderSession& session) {
     IAudioEncoder* encoder = session.getAudioEncoder(static_cast<uint32_t>(indexEncoder));
-    if (encoder == nullptr) return kEntryFailure;
+    if (encoder == nullptr)
+      return failEntry(session, QVS_LABEL(audioEncoderAddAudioResampler),
+                       noAudioEncoder(static_cast<uint32_t>(indexEncoder)));
     auto resampler = makeResampler(env, "audioEncoderAddAudioResampler", resamplerParametersObj);
-    if (!resampler) return kEntryFailure;
+    if (!resampler) return failEntry(session, QVS_LABEL(audioEncoderAddAudioResampler), kNoResampler);
     resampler->setLogContext(kLogContextAudioEncoder);
     resampler->setSessionIndex(encoder->getSessionIndex());
     encoder->setAudioResampler(resampler.release());
@@ -119,20 +128,20 @@ QVS_NATIVE(audioEncoderAddAudioResampler)
 
 QVS_NATIVE(audioEncoderEncodeBufferStart)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
-  return forward(QVS_LABEL(audioEncoderEncodeBufferStart), classPtr,
-                 &TranscoderSession::audioEncoderEncodeBufferStart, indexEncoder, indexBuffer);
+  return callSession(QVS_LABEL(audioEncoderEncodeBufferStart), classPtr,
+                     &TranscoderSession::audioEncoderEncodeBufferStart, indexEncoder, indexBuffer);
 }
 
 QVS_NATIVE(audioEncoderEncodeBufferDone)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
-  return forward(QVS_LABEL(audioEncoderEncodeBufferDone), classPtr,
-                 &TranscoderSession::audioEncoderEncodeBufferDone, indexEncoder, indexBuffer);
+  return callSession(QVS_LABEL(audioEncoderEncodeBufferDone), classPtr,
+                     &TranscoderSession::audioEncoderEncodeBufferDone, indexEncoder, indexBuffer);
 }
 
 QVS_NATIVE(audioEncoderGetAudioFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jlong, jobject nativeAudioFrameObj) {
   return withSession(QVS_LABEL(audioEncoderGetAudioFrame), classPtr, [&](TranscoderSession& session) {
-    return readAudioBlock(env, nativeAudioFrameObj,
+    return readAudioBlock(env, session, QVS_LABEL(audioEncoderGetAudioFrame), nativeAudioFrameObj,
                           session.getAudioEncoderEncodeBuffer(static_cast<uint32_t>(indexEncoder)));
   });
 }
@@ -140,13 +149,13 @@ QVS_NATIVE(audioEncoderGetAudioFrame)
 QVS_NATIVE(audioEncoderUpdateAudioFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jlong, jobject nativeAudioFrameObj) {
   return withSession(QVS_LABEL(audioEncoderUpdateAudioFrame), classPtr, [&](TranscoderSession& session) {
-    return writeAudioBlock(env, nativeAudioFrameObj,
+    return writeAudioBlock(env, session, QVS_LABEL(audioEncoderUpdateAudioFrame), nativeAudioFrameObj,
                            session.getAudioEncoderEncodeBuffer(static_cast<uint32_t>(indexEncoder)));
   });
 }
 
 QVS_NATIVE(audioEncoderResampleFrame)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer) {
-  return forward(QVS_LABEL(audioEncoderResampleFrame), classPtr,
-                 &TranscoderSession::audioEncoderResampleFrame, indexEncoder, indexBuffer);
+  return callSession(QVS_LABEL(audioEncoderResampleFrame), classPtr,
+                     &TranscoderSession::audioEncoderResampleFrame, indexEncoder, indexBuffer);
 }

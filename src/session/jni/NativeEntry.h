@@ -2,10 +2,12 @@
 
 #include <jni.h>
 
+#include <memory>
 #include <utility>
 
+#include "log/LogGlobalLogger.h"
 #include "platform/Guard.h"
-#include "session/TranscoderSession.h"
+#include "session/SessionRegistry.h"
 
 // What every entry point is made of. All ignore the class that they are called on.
 
@@ -21,25 +23,43 @@ namespace qvs {
 /// Result of an entry that itself failed. A failure of the session arrives as its unsigned number.
 inline constexpr jlong kEntryFailure = -1;
 
-inline TranscoderSession* sessionOf(jlong classPtr) {
-  return reinterpret_cast<TranscoderSession*>(classPtr);
-}
-inline jlong handleOf(TranscoderSession* session) {
-  return reinterpret_cast<jlong>(session);
+inline constexpr const char* kNoSession = "No session has this handle";
+
+/// -1, and a line in the process's log: for what fails where no session is known.
+inline jlong failEntry(const char* label, const Failure& failure) {
+  LogGlobalLogger::getInstance()->tell(label, failure);
+  return kEntryFailure;
 }
 
-/// Runs `call` on the session, or answers `absent` for handle 0.
+/// The same through the log of a session.
+inline jlong failEntry(TranscoderSession& session, const char* label, const Failure& failure) {
+  session.fail(label, failure);
+  return kEntryFailure;
+}
+
+inline constexpr Failure kBytesOutside = {.reason =
+                                              "The array doesn't hold the bytes, or there is no memory"};
+inline constexpr Failure kNoHolder = {.reason = "The object for the number lacks its field"};
+
+/// Runs `call` on the session, which lives on until it returns. Handle 0 answers `absent`, one that names no
+/// session -1.
 template <typename Call>
 jlong withSession(const char* label, jlong classPtr, Call&& call, jlong absent = kEntryFailure) {
-  if (classPtr == 0) return absent;
+  if (classPtr == 0 && absent != kEntryFailure) return absent;
   return guarded(
-      label, [&] { return static_cast<jlong>(call(*sessionOf(classPtr))); }, kEntryFailure);
+      label,
+      [&]() -> jlong {
+        const std::shared_ptr<TranscoderSession> session = SessionRegistry::getInstance().find(classPtr);
+        if (!session) return failEntry(label, {.reason = kNoSession, .number = classPtr});
+        return static_cast<jlong>(call(*session));
+      },
+      kEntryFailure);
 }
 
 /// Calls the operation with each number cut to the type that the operation wants.
 template <typename... Parameters, typename... Arguments>
-jlong forward(const char* label, jlong classPtr, uint32_t (TranscoderSession::*operation)(Parameters...),
-              Arguments... arguments) {
+jlong callSession(const char* label, jlong classPtr, uint32_t (TranscoderSession::*operation)(Parameters...),
+                  Arguments... arguments) {
   return withSession(label, classPtr, [&](TranscoderSession& session) {
     return (session.*operation)(static_cast<Parameters>(arguments)...);
   });

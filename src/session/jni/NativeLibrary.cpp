@@ -1,7 +1,4 @@
 // Life of the library and of sessions.
-//
-// A handle is the session's address. There is no table to look it up in, so only handle 0 can be told from a
-// live one.
 
 #include <memory>
 #include <vector>
@@ -28,9 +25,10 @@ jlong createSession(JNIEnv* env, jobject context) {
       [&]() -> jlong {
         auto session = std::make_unique<TranscoderSession>();
         setMediaStreamContext(env, context, session->getMediaStreamContext());
+        const auto shared = SessionRegistry::getInstance().add(std::move(session));
         TranscoderSessionNotifyManager::getInstance()->notifySessionListenersCreate(
-            session->getSessionId(), session->getMediaStreamContext());
-        return handleOf(session.release());
+            shared->getSessionId(), shared->getMediaStreamContext());
+        return shared->getSessionId();
       },
       jlong{0});
 }
@@ -50,6 +48,27 @@ size_t addStatements(JNIEnv* env, jobject logStatements, const std::vector<LogSt
     if (!list.add(item.get())) return i;
   }
   return statements.size();
+}
+
+/// Moves what waits in the process's log, then in the session's, to a Java list. False when the list took
+/// less; the rest waits on.
+bool deliverStatements(JNIEnv* env, LogCollector* own, jobject logStatements) {
+  LogCollector& global = LogGlobalLogger::getInstance()->getLogCollector();
+  std::vector<LogStatement> statements;
+  global.getLogStatements(statements);
+  const size_t globalCount = statements.size();
+  for (LogStatement& statement : statements) {
+    statement.contextType = kLogContextGlobal;
+    statement.contextIndex = 0;
+  }
+  if (own != nullptr) own->getLogStatements(statements);
+  if (statements.empty()) return true;
+  const size_t taken = addStatements(env, logStatements, statements);
+  for (size_t i = taken; i < statements.size(); ++i) {
+    const LogStatement& left = statements[i];
+    (i < globalCount ? global : *own).log(left.contextType, left.contextIndex, left.level, left.str);
+  }
+  return taken == statements.size();
 }
 
 }  // namespace
@@ -100,7 +119,9 @@ QVS_NATIVE(getHardwareInfoJSON)(JNIEnv* env, jobject, jobject jsonObj) {
       [&]() -> jlong {
         std::string json;
         HardwareInspector::getInstance()->getJSON(json);
-        writeHolder(env, jsonObj, json);
+        if (!writeHolder(env, jsonObj, json)) {
+          failEntry(QVS_LABEL(getHardwareInfoJSON), {.reason = "The object for the report lacks its field"});
+        }
         return 0;
       },
       kEntryFailure);
@@ -116,7 +137,7 @@ QVS_NATIVE(createInstance__Lcom_zarvo_qvs_transcoder_model_TranscoderNativeStrea
 }
 
 QVS_NATIVE(initInstance)(JNIEnv*, jobject, jlong classPtr) {
-  forward(QVS_LABEL(initInstance), classPtr, &TranscoderSession::initialize);
+  callSession(QVS_LABEL(initInstance), classPtr, &TranscoderSession::initialize);
   return 0;
 }
 
@@ -125,39 +146,31 @@ QVS_NATIVE(destroyInstance)(JNIEnv*, jobject, jlong classPtr) {
   return guarded(
       QVS_LABEL(destroyInstance),
       [&]() -> jlong {
-        delete sessionOf(classPtr);
-        // Listeners hear of it when the handle is dead, so that none can reach a session that is going.
-        TranscoderSessionNotifyManager::getInstance()->notifySessionListenersDestroy(classPtr);
-        return 0;
+        if (SessionRegistry::getInstance().remove(classPtr)) return 0;
+        return failEntry(QVS_LABEL(destroyInstance), {.reason = kNoSession, .number = classPtr});
       },
       kEntryFailure);
 }
 
 QVS_NATIVE(resetPipeline)(JNIEnv*, jobject, jlong classPtr) {
-  return forward(QVS_LABEL(resetPipeline), classPtr, &TranscoderSession::resetPipeline);
+  return callSession(QVS_LABEL(resetPipeline), classPtr, &TranscoderSession::resetPipeline);
 }
 
 QVS_NATIVE(getLogStatements)(JNIEnv* env, jobject, jlong classPtr, jobject logStatements) {
   return guarded(
       QVS_LABEL(getLogStatements),
       [&]() -> jlong {
-        LogCollector& global = LogGlobalLogger::getInstance()->getLogCollector();
-        std::vector<LogStatement> statements;
-        global.getLogStatements(statements);
-        const size_t globalCount = statements.size();
-        for (LogStatement& statement : statements) {
-          statement.contextType = kLogContextGlobal;
-          statement.contextIndex = 0;
+        // A handle that names no session fails, and the process's lines are delivered all the same.
+        const std::shared_ptr<TranscoderSession> session = SessionRegistry::getInstance().find(classPtr);
+        const bool stray = classPtr != 0 && !session;
+        if (stray) failEntry(QVS_LABEL(getLogStatements), {.reason = kNoSession, .number = classPtr});
+        const bool delivered =
+            deliverStatements(env, session ? &session->getLogCollector() : nullptr, logStatements);
+        if (!delivered) {
+          failEntry(QVS_LABEL(getLogStatements),
+                    {.reason = "The list took less than there is; the rest waits"});
         }
-        if (classPtr != 0) sessionOf(classPtr)->getLogCollector().getLogStatements(statements);
-        if (statements.empty()) return 0;
-        const size_t taken = addStatements(env, logStatements, statements);
-        for (size_t i = taken; i < statements.size(); ++i) {  // what the host could not take waits on
-          LogCollector& owner = i < globalCount ? global : sessionOf(classPtr)->getLogCollector();
-          owner.log(statements[i].contextType, statements[i].contextIndex, statements[i].level,
-                    statements[i].str);
-        }
-        return taken == statements.size() ? 0 : kEntryFailure;
+        return delivered && !stray ? 0 : kEntryFailure;
       },
       kEntryFailure);
 }

@@ -46,6 +46,13 @@ std::string complaintAbout(JNIEnv* env, jobject request, jobject response) {
   return ": Unsupported codec: " + std::to_string(values.codec);
 }
 
+jlong refuseBatch(const char* label, jlong classPtr) {
+  return withSession(label, classPtr, [&](TranscoderSession& session) -> jlong {
+    session.fail(label, {.reason = "Off-line transcoding is not built in", .context = kLogContextOffline});
+    return kEntryFailure;
+  });
+}
+
 }  // namespace
 }  // namespace qvs
 
@@ -61,14 +68,15 @@ QVS_NATIVE(thumbnailerGetVideoFrame)
   return withSession(QVS_LABEL(thumbnailerGetVideoFrame), classPtr, answer, 0);
 }
 
-QVS_NATIVE(vodTranscoderTranscodeFrames)(JNIEnv*, jobject, jlong, jobject, jobjectArray, jobject) {
-  return kEntryFailure;
+QVS_NATIVE(vodTranscoderTranscodeFrames)
+(JNIEnv*, jobject, jlong classPtr, jobject, jobjectArray, jobject) {
+  return refuseBatch(QVS_LABEL(vodTranscoderTranscodeFrames), classPtr);
 }
 
-QVS_NATIVE(vodTranscoderGetCodecConfig)(JNIEnv*, jobject, jlong, jobject, jobject) {
-  return kEntryFailure;
+QVS_NATIVE(vodTranscoderGetCodecConfig)(JNIEnv*, jobject, jlong classPtr, jobject, jobject) {
+  return refuseBatch(QVS_LABEL(vodTranscoderGetCodecConfig), classPtr);
 }
 
-QVS_NATIVE(vodEncoderRun)(JNIEnv*, jobject, jlong) {
-  return kEntryFailure;
+QVS_NATIVE(vodEncoderRun)(JNIEnv*, jobject, jlong classPtr) {
+  return refuseBatch(QVS_LABEL(vodEncoderRun), classPtr);
 }

@@ -6,6 +6,7 @@
 #include "session/jni/Parameters.h"
 #include "session/jni/Pictures.h"
 #include "session/jni/records/CaptureRecords.h"
+#include "session/jni/SessionParameters.h"
 #include "session/jni/StreamContext.h"
 
 using namespace qvs;
@@ -26,8 +27,8 @@ QVS_NATIVE(videoDecoderCreate)
 }
 
 QVS_NATIVE(videoDecoderBuffersCreate)(JNIEnv*, jobject, jlong classPtr, jlong count) {
-  return forward(QVS_LABEL(videoDecoderBuffersCreate), classPtr,
-                 &TranscoderSession::videoDecoderBuffersCreate, count);
+  return callSession(QVS_LABEL(videoDecoderBuffersCreate), classPtr,
+                     &TranscoderSession::videoDecoderBuffersCreate, count);
 }
 
 QVS_NATIVE(videoDecoderBufferAllocate)(JNIEnv*, jobject, jlong classPtr) {
@@ -39,20 +40,20 @@ QVS_NATIVE(videoDecoderBufferAllocate)(JNIEnv*, jobject, jlong classPtr) {
 }
 
 QVS_NATIVE(videoDecoderBufferAcquire)(JNIEnv*, jobject, jlong classPtr, jlong decoderBufferIndex) {
-  return forward(QVS_LABEL(videoDecoderBufferAcquire), classPtr,
-                 &TranscoderSession::videoDecoderBufferAcquire, decoderBufferIndex);
+  return callSession(QVS_LABEL(videoDecoderBufferAcquire), classPtr,
+                     &TranscoderSession::videoDecoderBufferAcquire, decoderBufferIndex);
 }
 
 QVS_NATIVE(videoDecoderBufferRelease)(JNIEnv*, jobject, jlong classPtr, jlong decoderBufferIndex) {
-  return forward(QVS_LABEL(videoDecoderBufferRelease), classPtr,
-                 &TranscoderSession::videoDecoderBufferRelease, decoderBufferIndex);
+  return callSession(QVS_LABEL(videoDecoderBufferRelease), classPtr,
+                     &TranscoderSession::videoDecoderBufferRelease, decoderBufferIndex);
 }
 
 QVS_NATIVE(videoDecoderBufferGetVideoFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong decoderBufferSetIndex, jobject nativeVideoFrame) {
   const auto read = [&](TranscoderSession& session) {
     return readPicture(
-        env, nativeVideoFrame,
+        env, session, QVS_LABEL(videoDecoderBufferGetVideoFrame), nativeVideoFrame,
         [&](uint8_t** buffer, uint32_t* len, uint32_t* width, uint32_t* height, uint64_t* timecode) {
           return session.videoDecoderGetFrameBGRA(static_cast<uint32_t>(decoderBufferSetIndex), buffer, len,
                                                   width, height, timecode);
@@ -65,18 +66,22 @@ QVS_NATIVE(videoDecoderBufferSetOverlayVideoFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong overlayIndex, jobject nativeVideoFrame) {
   withSession(QVS_LABEL(videoDecoderBufferSetOverlayVideoFrame), classPtr, [&](TranscoderSession& session) {
     return session.videoDecoderBufferSetOverlayVideoFrame(
-        static_cast<uint32_t>(overlayIndex), convertToVideoOverlayFrame(env, nativeVideoFrame).release());
+        static_cast<uint32_t>(overlayIndex),
+        convertToVideoOverlayFrame(env, session, QVS_LABEL(videoDecoderBufferSetOverlayVideoFrame),
+                                   nativeVideoFrame)
+            .release());
   });
   return 0;
 }
 
 QVS_NATIVE(videoDecoderSetGPUID)(JNIEnv*, jobject, jlong classPtr, jlong gpuid) {
-  return forward(QVS_LABEL(videoDecoderSetGPUID), classPtr, &TranscoderSession::videoDecoderSetGPUID, gpuid);
+  return callSession(QVS_LABEL(videoDecoderSetGPUID), classPtr, &TranscoderSession::videoDecoderSetGPUID,
+                     gpuid);
 }
 
 QVS_NATIVE(videoDecoderSetCaptureDevice)(JNIEnv*, jobject, jlong classPtr, jlong deviceId) {
-  return forward(QVS_LABEL(videoDecoderSetCaptureDevice), classPtr,
-                 &TranscoderSession::videoDecoderSetCaptureDevice, deviceId);
+  return callSession(QVS_LABEL(videoDecoderSetCaptureDevice), classPtr,
+                     &TranscoderSession::videoDecoderSetCaptureDevice, deviceId);
 }
 
 QVS_NATIVE(videoDecoderGetCaptureInfo)
@@ -86,38 +91,47 @@ QVS_NATIVE(videoDecoderGetCaptureInfo)
     const uint32_t result = session.videoDecoderGetCaptureInfo(&info);
     const LocalRef<jclass> cls = classOf(env, videoDecoderCaptureInfo);
     const RecordFields fields(env, cls.get(), kCaptureInfo);
-    if (fields.complete()) fields.write(videoDecoderCaptureInfo, info);
+    if (!fields.complete()) {
+      session.fail(QVS_LABEL(videoDecoderGetCaptureInfo),
+                   {.reason = "The object for the figures lacks a field"});
+    } else {
+      fields.write(videoDecoderCaptureInfo, info);
+    }
     return result;
   });
 }
 
 QVS_NATIVE(videoDecoderApplyParameters)(JNIEnv*, jobject, jlong classPtr) {
-  return forward(QVS_LABEL(videoDecoderApplyParameters), classPtr,
-                 &TranscoderSession::videoDecoderApplyParameters);
+  return callSession(QVS_LABEL(videoDecoderApplyParameters), classPtr,
+                     &TranscoderSession::videoDecoderApplyParameters);
 }
 
 QVS_NATIVE(videoDecoderSetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
   const auto set = [&](TranscoderSession& session) {
-    return setParameters(env, parametersArr, session.getVideoDecoder(), jlong{0});
+    VideoDecoderParameters decoder(session);
+    return setParameters(env, session, QVS_LABEL(videoDecoderSetParameterValues), parametersArr, &decoder,
+                         {});
   };
   return withSession(QVS_LABEL(videoDecoderSetParameterValues), classPtr, set, 0);
 }
 
 QVS_NATIVE(videoDecoderGetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
   const auto get = [&](TranscoderSession& session) {
-    return getParameters(env, parametersArr, session.getVideoDecoder(), jlong{0});
+    VideoDecoderParameters decoder(session);
+    return getParameters(env, session, QVS_LABEL(videoDecoderGetParameterValues), parametersArr, &decoder,
+                         {});
   };
   return withSession(QVS_LABEL(videoDecoderGetParameterValues), classPtr, get, 0);
 }
 
 QVS_NATIVE(videoDecoderInitialize)(JNIEnv*, jobject, jlong classPtr) {
-  return forward(QVS_LABEL(videoDecoderInitialize), classPtr, &TranscoderSession::videoDecoderInitialize);
+  return callSession(QVS_LABEL(videoDecoderInitialize), classPtr, &TranscoderSession::videoDecoderInitialize);
 }
 
 QVS_NATIVE(videoDecoderSetFrameSizeLimits)
 (JNIEnv*, jobject, jlong classPtr, jlong decoderFrameSizeWidthMax, jlong decoderFrameSizeHeightMax,
  jlong decoderFrameSizeWidthMin, jlong decoderFrameSizeHeightMin) {
-  return forward(QVS_LABEL(videoDecoderSetFrameSizeLimits), classPtr,
-                 &TranscoderSession::videoDecoderSetFrameSizeLimits, decoderFrameSizeWidthMax,
-                 decoderFrameSizeHeightMax, decoderFrameSizeWidthMin, decoderFrameSizeHeightMin);
+  return callSession(QVS_LABEL(videoDecoderSetFrameSizeLimits), classPtr,
+                     &TranscoderSession::videoDecoderSetFrameSizeLimits, decoderFrameSizeWidthMax,
+                     decoderFrameSizeHeightMax, decoderFrameSizeWidthMin, decoderFrameSizeHeightMin);
 }

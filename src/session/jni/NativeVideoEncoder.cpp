@@ -3,10 +3,11 @@
 // Numbers of encoders that name none fail in the session. The parameter entries answer 0 then, and for handle
 // 0.
 
+#include "session/jni/Delivery.h"
 #include "session/jni/Holders.h"
 #include "session/jni/NativeEntry.h"
-#include "session/jni/Packets.h"
 #include "session/jni/Parameters.h"
+#include "session/jni/SessionParameters.h"
 #include "session/jni/StreamContext.h"
 
 using namespace qvs;
@@ -17,7 +18,7 @@ QVS_NATIVE(videoEncoderAdd)
   return withSession(QVS_LABEL(videoEncoderAdd), classPtr, [&](TranscoderSession& session) -> jlong {
     // Without a number to write back the host could never name the encoder: none is made.
     const std::optional<int64_t> wanted = readHolder(env, indexEncoder);
-    if (!wanted) return kEntryFailure;
+    if (!wanted) return failEntry(session, QVS_LABEL(videoEncoderAdd), kNoHolder);
     auto index = static_cast<int32_t>(*wanted);
     const uint32_t result = session.videoEncoderAdd(
         static_cast<uint32_t>(codec), static_cast<uint32_t>(codecVersion), static_cast<uint32_t>(bitDepth),
@@ -32,59 +33,60 @@ QVS_NATIVE(videoEncoderAdd)
 
 QVS_NATIVE(videoEncoderSetDefaults)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong video_type, jlong PAL) {
-  return forward(QVS_LABEL(videoEncoderSetDefaults), classPtr, &TranscoderSession::videoEncoderSetDefaults,
-                 indexEncoder, video_type, PAL);
+  return callSession(QVS_LABEL(videoEncoderSetDefaults), classPtr,
+                     &TranscoderSession::videoEncoderSetDefaults, indexEncoder, video_type, PAL);
 }
 
 QVS_NATIVE(videoEncoderUpdateBitrate)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong bitrate) {
-  return forward(QVS_LABEL(videoEncoderUpdateBitrate), classPtr,
-                 &TranscoderSession::videoEncoderUpdateBitrate, indexEncoder, bitrate);
+  return callSession(QVS_LABEL(videoEncoderUpdateBitrate), classPtr,
+                     &TranscoderSession::videoEncoderUpdateBitrate, indexEncoder, bitrate);
 }
 
 QVS_NATIVE(videoEncoderSetBitrate)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong bitrate) {
-  return forward(QVS_LABEL(videoEncoderSetBitrate), classPtr, &TranscoderSession::videoEncoderSetBitrate,
-                 indexEncoder, bitrate);
+  return callSession(QVS_LABEL(videoEncoderSetBitrate), classPtr, &TranscoderSession::videoEncoderSetBitrate,
+                     indexEncoder, bitrate);
 }
 
 QVS_NATIVE(videoEncoderSetFrameIndex)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong frameIndex) {
-  return forward(QVS_LABEL(videoEncoderSetFrameIndex), classPtr,
-                 &TranscoderSession::videoEncoderSetFrameIndex, indexEncoder, frameIndex);
+  return callSession(QVS_LABEL(videoEncoderSetFrameIndex), classPtr,
+                     &TranscoderSession::videoEncoderSetFrameIndex, indexEncoder, frameIndex);
 }
 
 QVS_NATIVE(videoEncoderSetKeyFrameFollow)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong keyFrameFollow) {
-  return forward(QVS_LABEL(videoEncoderSetKeyFrameFollow), classPtr,
-                 &TranscoderSession::videoEncoderSetKeyFrameFollow, indexEncoder, keyFrameFollow);
+  return callSession(QVS_LABEL(videoEncoderSetKeyFrameFollow), classPtr,
+                     &TranscoderSession::videoEncoderSetKeyFrameFollow, indexEncoder, keyFrameFollow);
 }
 
 QVS_NATIVE(videoEncoderSetGPUID)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong gpuid) {
-  return forward(QVS_LABEL(videoEncoderSetGPUID), classPtr, &TranscoderSession::videoEncoderSetGPUID,
-                 indexEncoder, gpuid);
+  return callSession(QVS_LABEL(videoEncoderSetGPUID), classPtr, &TranscoderSession::videoEncoderSetGPUID,
+                     indexEncoder, gpuid);
 }
 
 QVS_NATIVE(videoEncoderSetFrameSize)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong width, jlong height) {
-  return forward(QVS_LABEL(videoEncoderSetFrameSize), classPtr, &TranscoderSession::videoEncoderSetFrameSize,
-                 indexEncoder, width, height);
+  return callSession(QVS_LABEL(videoEncoderSetFrameSize), classPtr,
+                     &TranscoderSession::videoEncoderSetFrameSize, indexEncoder, width, height);
 }
 
 QVS_NATIVE(videoEncoderSetFrameRate)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jdouble frameRate) {
-  return forward(QVS_LABEL(videoEncoderSetFrameRate), classPtr, &TranscoderSession::videoEncoderSetFrameRate,
-                 indexEncoder, frameRate);
+  return callSession(QVS_LABEL(videoEncoderSetFrameRate), classPtr,
+                     &TranscoderSession::videoEncoderSetFrameRate, indexEncoder, frameRate);
 }
 
 QVS_NATIVE(videoEncoderApplyParameters)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder) {
-  return forward(QVS_LABEL(videoEncoderApplyParameters), classPtr,
-                 &TranscoderSession::videoEncoderApplyParameters, indexEncoder);
+  return callSession(QVS_LABEL(videoEncoderApplyParameters), classPtr,
+                     &TranscoderSession::videoEncoderApplyParameters, indexEncoder);
 }
 
 QVS_NATIVE(videoEncoderSetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
   const auto set = [&](TranscoderSession& session) {
-    return setParameters(env, parametersArr, session.getVideoEncoder(static_cast<uint32_t>(indexEncoder)),
-                         jlong{0});
+    VideoEncoderParameters encoder(session, indexEncoder);
+    return setParameters(env, session, QVS_LABEL(videoEncoderSetParameterValues), parametersArr, &encoder,
+                         {});
   };
   return withSession(QVS_LABEL(videoEncoderSetParameterValues), classPtr, set, 0);
 }
@@ -92,15 +94,16 @@ QVS_NATIVE(videoEncoderSetParameterValues)
 QVS_NATIVE(videoEncoderGetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
   const auto get = [&](TranscoderSession& session) {
-    return getParameters(env, parametersArr, session.getVideoEncoder(static_cast<uint32_t>(indexEncoder)),
-                         jlong{0});
+    VideoEncoderParameters encoder(session, indexEncoder);
+    return getParameters(env, session, QVS_LABEL(videoEncoderGetParameterValues), parametersArr, &encoder,
+                         {});
   };
   return withSession(QVS_LABEL(videoEncoderGetParameterValues), classPtr, get, 0);
 }
 
 QVS_NATIVE(videoEncoderInitialize)(JNIEnv*, jobject, jlong classPtr, jlong indexEncoder) {
-  return forward(QVS_LABEL(videoEncoderInitialize), classPtr, &TranscoderSession::videoEncoderInitialize,
-                 indexEncoder);
+  return callSession(QVS_LABEL(videoEncoderInitialize), classPtr, &TranscoderSession::videoEncoderInitialize,
+                     indexEncoder);
 }
 
 QVS_NATIVE(videoEncoderPreprocessFrame)(JNIEnv*, jobject, jlong, jlong, jlong, jlong) {
@@ -114,15 +117,15 @@ QVS_NATIVE(videoEncoderPreprocessFrame)(JNIEnv*, jobject, jlong, jlong, jlong, j
 QVS_NATIVE(videoEncoderAddFrame)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong setIndex, jlong indexBuffer, jlong frameType,
  jlong timecode) {
-  return forward(QVS_LABEL(videoEncoderAddFrame), classPtr, &TranscoderSession::videoEncoderAddFrame,
-                 indexEncoder, setIndex, indexBuffer, frameType, timecode);
+  return callSession(QVS_LABEL(videoEncoderAddFrame), classPtr, &TranscoderSession::videoEncoderAddFrame,
+                     indexEncoder, setIndex, indexBuffer, frameType, timecode);
 }
 
 QVS_NATIVE(videoEncoderSkipFrame)
 (JNIEnv*, jobject, jlong classPtr, jlong indexEncoder, jlong setIndex, jlong indexBuffer, jlong frameType,
  jlong timecode) {
-  return forward(QVS_LABEL(videoEncoderSkipFrame), classPtr, &TranscoderSession::videoEncoderSkipFrame,
-                 indexEncoder, setIndex, indexBuffer, frameType, timecode);
+  return callSession(QVS_LABEL(videoEncoderSkipFrame), classPtr, &TranscoderSession::videoEncoderSkipFrame,
+                     indexEncoder, setIndex, indexBuffer, frameType, timecode);
 }
 
 QVS_NATIVE(videoEncoderGetEncodedFrames)
@@ -133,6 +136,7 @@ QVS_NATIVE(videoEncoderGetEncodedFrames)
         const uint32_t result =
             session.videoEncoderGetEncodedFrames(static_cast<uint32_t>(indexEncoder), owned.frames);
         if (result != kSuccess) return result;
-        return addPackets(env, encodedFrames, owned.frames) ? jlong{result} : kEntryFailure;
+        return deliver(env, session, QVS_LABEL(videoEncoderGetEncodedFrames), encodedFrames, owned.frames,
+                       result);
       });
 }

@@ -10,14 +10,14 @@
 using namespace qvs;
 
 QVS_NATIVE(videoScalerCreate)(JNIEnv*, jobject, jlong classPtr, jlong fourcc, jlong bitDepth) {
-  return forward(QVS_LABEL(videoScalerCreate), classPtr, &TranscoderSession::videoScalerCreate, fourcc,
-                 bitDepth);
+  return callSession(QVS_LABEL(videoScalerCreate), classPtr, &TranscoderSession::videoScalerCreate, fourcc,
+                     bitDepth);
 }
 
 QVS_NATIVE(videoScalerSetImplementation)
 (JNIEnv*, jobject, jlong classPtr, jlong implementation, jlong gpuid) {
-  return forward(QVS_LABEL(videoScalerSetImplementation), classPtr,
-                 &TranscoderSession::videoScalerSetImplementation2, implementation, gpuid);
+  return callSession(QVS_LABEL(videoScalerSetImplementation), classPtr,
+                     &TranscoderSession::videoScalerSetImplementation2, implementation, gpuid);
 }
 
 QVS_NATIVE(videoScalerSetFlags)(JNIEnv*, jobject, jlong classPtr, jlong flags) {
@@ -29,19 +29,19 @@ QVS_NATIVE(videoScalerSetFlags)(JNIEnv*, jobject, jlong classPtr, jlong flags) {
 
 QVS_NATIVE(videoScalerSetSource)
 (JNIEnv*, jobject, jlong classPtr, jlong width, jlong height, jdouble frameRate) {
-  return forward(QVS_LABEL(videoScalerSetSource), classPtr, &TranscoderSession::videoScalerSetSource, width,
-                 height, frameRate);
+  return callSession(QVS_LABEL(videoScalerSetSource), classPtr, &TranscoderSession::videoScalerSetSource,
+                     width, height, frameRate);
 }
 
 QVS_NATIVE(videoScalerAddScaling)
 (JNIEnv*, jobject, jlong classPtr, jlong width, jlong height, jdouble frameRate, jlong scaleIndex,
  jboolean stableFramerate) {
-  return forward(QVS_LABEL(videoScalerAddScaling), classPtr, &TranscoderSession::videoScalerAddScaling, width,
-                 height, frameRate, scaleIndex, stableFramerate);
+  return callSession(QVS_LABEL(videoScalerAddScaling), classPtr, &TranscoderSession::videoScalerAddScaling,
+                     width, height, frameRate, scaleIndex, stableFramerate);
 }
 
 QVS_NATIVE(videoScalerInitialize)(JNIEnv*, jobject, jlong classPtr) {
-  return forward(QVS_LABEL(videoScalerInitialize), classPtr, &TranscoderSession::videoScalerInitialize);
+  return callSession(QVS_LABEL(videoScalerInitialize), classPtr, &TranscoderSession::videoScalerInitialize);
 }
 
 QVS_NATIVE(videoScalerScaleFrame)
@@ -58,6 +58,6 @@ QVS_NATIVE(videoScalerScaleFrame)
 }
 
 QVS_NATIVE(videoScalerFreeFrame)(JNIEnv*, jobject, jlong classPtr, jlong decodeFrameIndex) {
-  return forward(QVS_LABEL(videoScalerFreeFrame), classPtr, &TranscoderSession::videoScalerFreeFrame,
-                 decodeFrameIndex);
+  return callSession(QVS_LABEL(videoScalerFreeFrame), classPtr, &TranscoderSession::videoScalerFreeFrame,
+                     decodeFrameIndex);
 }

@@ -3,9 +3,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
+#include "bufstream/ParameterSets.h"
 #include "contract/FrameTypes.h"
+
 namespace qvs {
 
 namespace {
@@ -15,10 +16,7 @@ constexpr uint32_t kKeySlice = 5;
 constexpr uint32_t kSps = 7;
 constexpr uint32_t kPps = 8;
 constexpr uint32_t kDelimiter = 9;
-constexpr uint32_t kPredictedFrame = 2;
-constexpr uint32_t kBidirectionalFrame = 3;
 constexpr uint32_t kRecordOverhead = 11;
-constexpr uint32_t kSetMax = 0xFFFF;
 constexpr double kRateMax = 200000.0;  // times 10000 must fit 32 bits
 
 /// Bytes of the start code at `position`; 0 without one.
@@ -30,8 +28,8 @@ uint32_t startCodeAt(const uint8_t* bytes) {
 
 void readDelimiter(uint8_t pictureTypes, H264UtilsFrameNALUnits& units) {
   if (pictureTypes == 0x10) units.frameType = kFrameTypeKey;
-  if (pictureTypes == 0x50) units.frameType = kBidirectionalFrame;
-  if (pictureTypes == 0x30) units.frameType = kPredictedFrame;
+  if (pictureTypes == 0x50) units.frameType = kFrameTypeBidirectional;
+  if (pictureTypes == 0x30) units.frameType = kFrameTypePredicted;
 }
 
 /// Takes note of the unit that begins at `bytes`; true for a slice.
@@ -63,13 +61,6 @@ const H264UtilsFrameNALUnit* unitAt(const H264UtilsFrameNALUnits& units, int32_t
   return &units.nalUnits[static_cast<size_t>(index)];
 }
 
-uint8_t* writeSet(const H264UtilsFrameNALUnit& set, uint8_t* out) {
-  *out++ = static_cast<uint8_t>(set.len >> 8);
-  *out++ = static_cast<uint8_t>(set.len);
-  std::memcpy(out, set.buffer, set.len);
-  return out + set.len;
-}
-
 }  // namespace
 
 void H264Utils::breakH264FrameIntoNALUnits(uint8_t* buffer, uint32_t len, H264UtilsFrameNALUnits& units) {
@@ -99,15 +90,12 @@ uint32_t H264Utils::codecConfigInfoToAVCCLen(const H264UtilsFrameNALUnits& units
 void H264Utils::codecConfigInfoToAVCC(const H264UtilsFrameNALUnits& units, uint8_t* out) {
   const H264UtilsFrameNALUnit* sps = unitAt(units, units.spsIndex);
   const H264UtilsFrameNALUnit* pps = unitAt(units, units.ppsIndex);
-  if (sps == nullptr || pps == nullptr || sps->len <= 4 || std::max(sps->len, pps->len) > kSetMax) return;
-  *out++ = 1;
-  std::memcpy(out, sps->buffer + 1, 3);
-  out += 3;
-  *out++ = 0xFF;  // lengths of 4 bytes
-  *out++ = 0xE1;  // one sequence parameter set
-  out = writeSet(*sps, out);
-  *out++ = 1;
-  writeSet(*pps, out);
+  if (sps == nullptr || pps == nullptr) return;
+  ParameterSets sets;
+  sets.spsFrame = ParameterSets::withStartCode({sps->buffer, sps->len});
+  sets.ppsFrame = ParameterSets::withStartCode({pps->buffer, pps->len});
+  const ParameterSets::Bytes record = sets.avcRecord();
+  std::copy(record.begin(), record.end(), out);
 }
 
 void H264Utils::convertFrameRate(double rate, uint32_t* numerator, uint32_t* denominator) {

@@ -15,6 +15,12 @@ struct SplicedBytes {
   uint32_t len = 0;
 };
 
+/// A parameter set, or nothing for an empty one.
+inline SplicedBytes spliced(std::vector<uint8_t>& set) {
+  if (set.empty()) return {};
+  return {set.data(), static_cast<uint32_t>(set.size())};
+}
+
 /// How NAL units of a codec are told apart.
 struct NalRules {
   uint32_t typeShift;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "bufstream/ParameterSets.h"
 #include "platform/IConcurrentLock.h"
 #include "platform/WithoutParameters.h"
 #include "session/MediaStreamContext.h"
@@ -86,13 +87,8 @@ class VideoDecoderBase : public WithoutParameters<IVideoDecoder> {
   Bytes headerBuffer;                       ///< a start code, 4 bytes
   Bytes audKFrame, audBFrame, audPFrame;    ///< H.264 access-unit delimiters, 6 bytes
   Bytes aud265KFrame, aud265BFrame, aud265PFrame;  ///< H.265 access-unit delimiters, 7 bytes
-  Bytes spsFrame;  ///< parameter sets with a start code in front; lengths include it
-  uint32_t spsFrameLen = 0;
-  Bytes ppsFrame;
-  uint32_t ppsFrameLen = 0;
-  Bytes vpsFrame;
-  uint32_t vpsFrameLen = 0;
-  ILogger* logger = nullptr;  ///< borrowed
+  ParameterSets parameterSets;                     ///< as the stream's configuration brought them
+  ILogger* logger = nullptr;                       ///< borrowed
   uint32_t deinterlace = 1;
   uint32_t framesDecoded = 0;
   uint32_t deinterlaceDoubleRate = 0;  ///< non-zero: one output frame per field

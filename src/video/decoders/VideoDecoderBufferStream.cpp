@@ -26,14 +26,7 @@ constexpr double kUsualFrameRate = 25.0;
 
 }  // namespace
 
-VideoDecoderBufferStream::VideoDecoderBufferStream(const BufStreamCodec& codecRow)
-    : row(codecRow),
-      commonParameters{{{kKeyDeinterlace, &deinterlace, false},
-                        {kKeyDeinterlaceDoubleRate, &deinterlaceDoubleRate, false},
-                        {kKeyOptCPUNum, &optCPUNum, true},
-                        {kKeyOptSMPMode, &optSMPMode, true},
-                        {kKeyOptACCMode, &optACCMode, true},
-                        {kKeyEndOfStream, &endOfStream, false}}} {
+VideoDecoderBufferStream::VideoDecoderBufferStream(const BufStreamCodec& codecRow) : row(codecRow) {
   codec = row.codec;
   init_callbacks(callbacks);
 }
@@ -45,33 +38,22 @@ VideoDecoderBufferStream::~VideoDecoderBufferStream() {
 uint32_t VideoDecoderBufferStream::initialize() {
   return guarded(row.labels.initialize, [&]() -> uint32_t {
     close();
-    vid_dec = createBackEnd(&callbacks);
-    return vid_dec != nullptr ? kSuccess : kFailure;
+    return vid_dec.open(createBackEnd(&callbacks)) ? kSuccess : kFailure;
   });
 }
 
 uint32_t VideoDecoderBufferStream::close() {
   bufferList.clear();
-  if (vid_dec == nullptr) return kSuccess;
-  vid_dec->done(vid_dec, 1);
-  vid_dec->free(vid_dec);
-  vid_dec = nullptr;
+  if (!vid_dec) return kSuccess;
+  vid_dec.close();
   isFirstCodecConfig = 1;  // a new back end has to be set up again
   return kSuccess;
 }
 
-uint32_t VideoDecoderBufferStream::send(uint32_t code, uint32_t value, void* data, uint32_t size) {
-  return vid_dec->auxinfo(vid_dec, value, code, data, size);
-}
-
-void VideoDecoderBufferStream::sendSetting(uint32_t code, int value) {
-  if (value >= 0) send(code, static_cast<uint32_t>(value));
-}
-
 void VideoDecoderBufferStream::sendWorkers() {
-  sendSetting(SET_CPU_NUM, optCPUNum);
-  sendSetting(SET_SMP_MODE, optSMPMode);
-  sendSetting(HWACC_SET_ACC_MODE, optACCMode);
+  vid_dec.sendSetting(SET_CPU_NUM, optCPUNum);
+  vid_dec.sendSetting(SET_SMP_MODE, optSMPMode);
+  vid_dec.sendSetting(HWACC_SET_ACC_MODE, optACCMode);
 }
 
 uint32_t VideoDecoderBufferStream::deinterlaceOption() const {
@@ -80,44 +62,39 @@ uint32_t VideoDecoderBufferStream::deinterlaceOption() const {
   return deinterlace == 1 ? static_cast<uint32_t>(PARSE_OPTION_DEINTERLACE) : deinterlace;
 }
 
-void VideoDecoderBufferStream::feedAll(uint8_t* bytes, uint32_t len) {
-  while (len != 0) {
-    const uint32_t taken = vid_dec->copybytes(vid_dec, bytes, len);
-    if (taken == 0 || taken > len) return;
-    bytes += taken;
-    len -= taken;
-  }
-}
-
 // Blocks that were spliced before a new configuration came must not outlive the old one.
-void VideoDecoderBufferStream::replaceSet(Bytes& stored, uint32_t& storedLen, Bytes set, uint32_t len) {
-  for (size_t i = 0; i < bufferList.size(); ++i) {
-    ByteBlock& block = bufferList[i];
-    if (stored == nullptr || block.buffer < stored.get() || block.buffer >= stored.get() + storedLen)
-      continue;
-    block.buffer = set.get();
-    block.len = len;
+void VideoDecoderBufferStream::storeSets(ParameterSets read) {
+  parameterSets.nalUnitLen = read.nalUnitLen;
+  for (auto set : {&ParameterSets::vpsFrame, &ParameterSets::spsFrame, &ParameterSets::ppsFrame}) {
+    ParameterSets::Bytes& stored = parameterSets.*set;
+    ParameterSets::Bytes& fresh = read.*set;
+    if (fresh.empty()) continue;
+    const uint8_t* const end = stored.data() + stored.size();
+    for (size_t i = 0; i < bufferList.size(); ++i) {
+      ByteBlock& block = bufferList[i];
+      if (block.buffer < stored.data() || block.buffer >= end) continue;
+      block.buffer = fresh.data();
+      block.len = static_cast<uint32_t>(fresh.size());
+    }
+    stored.swap(fresh);
   }
-  stored = std::move(set);
-  storedLen = len;
 }
 
-uint32_t VideoDecoderBufferStream::setUpWithHeader(const uint8_t* record, uint32_t len,
+uint32_t VideoDecoderBufferStream::setUpWithHeader(ParameterSets::View record,
                                                    std::span<const uint8_t> suffix) {
-  if (vid_dec == nullptr) return kFailure;
-  if (record == nullptr) len = 0;
-  const size_t size = size_t{len} + suffix.size();
+  if (!vid_dec) return kFailure;
+  const size_t size = record.size() + suffix.size();
   const std::unique_ptr<uint8_t[], FreeDeleter> header(static_cast<uint8_t*>(std::malloc(size)));
   if (header == nullptr) return kNoMemory;
-  std::copy_n(record, len, header.get());
-  std::copy(suffix.begin(), suffix.end(), header.get() + len);
+  std::copy(record.begin(), record.end(), header.get());
+  std::copy(suffix.begin(), suffix.end(), header.get() + record.size());
   if (isFirstCodecConfig == 0) return kSuccess;
-  send(PARSE_INIT);
-  send(PARSE_OPTIONS, kOptionAlways | deinterlaceOption());
+  vid_dec.send(PARSE_INIT);
+  vid_dec.send(PARSE_OPTIONS, kOptionAlways | deinterlaceOption());
   sendWorkers();
-  send(PARSE_SEQ_HDR);
-  feedAll(header.get(), static_cast<uint32_t>(size));
-  return finishSetUp(send(CLEAN_PARSE_STATE));
+  vid_dec.send(PARSE_SEQ_HDR);
+  vid_dec.feedAll({header.get(), size});
+  return finishSetUp(vid_dec.send(CLEAN_PARSE_STATE));
 }
 
 // The back end is set up once; a header that it didn't understand isn't tried again.
@@ -125,12 +102,12 @@ uint32_t VideoDecoderBufferStream::finishSetUp(uint32_t state) {
   isFirstCodecConfig = 0;
   constexpr uint32_t kUnderstood = SEQ_HDR_FLAG | PARSE_DONE_FLAG;
   if ((state & kUnderstood) != kUnderstood) {
-    send(END_OF_UNIT);  // else a unit without a record would be taken for more of the header
+    vid_dec.send(END_OF_UNIT);  // else a unit without a record would be taken for more of the header
     return kHeaderNotUnderstood;
   }
   updateDecodeInfo();
-  send(INIT_FRAME_PARSER);
-  send(PARSE_FRAMES);
+  vid_dec.send(INIT_FRAME_PARSER);
+  vid_dec.send(PARSE_FRAMES);
   return kSuccess;
 }
 
@@ -145,7 +122,7 @@ uint32_t VideoDecoderBufferStream::flush(uint32_t* flags) {
 uint32_t VideoDecoderBufferStream::decodeProcess(uint32_t* flags, bool flushing) {
   *flags = 0;
   const uint32_t result = guarded(row.labels.decode, [&]() -> uint32_t {
-    if (vid_dec != nullptr) {
+    if (vid_dec) {
       decodeStep(flags, flushing);
     } else {
       *flags |= flushing ? DecodeFlagFlushed : 0u;
@@ -165,14 +142,14 @@ void VideoDecoderBufferStream::decodeStep(uint32_t* flags, bool flushing) {
   while (flushing || !bufferList.empty()) {
     const bool drained = bufferList.empty();
     // An empty feed is the nudge at the end of a stream.
-    const uint32_t taken = drained ? vid_dec->copybytes(vid_dec, nullptr, 0) : feedFront();
+    const uint32_t taken = drained ? vid_dec.feed(nullptr, 0) : feedFront();
     if (drained && taken == 0) *flags |= DecodeFlagFlushed;
     if ((drained || taken == 0) && ++rounds > kRoundsMax) {
       *flags |= DecodeFlagAborted;
       bufferList.clear();
       break;
     }
-    state = send(CLEAN_PARSE_STATE);
+    state = vid_dec.send(CLEAN_PARSE_STATE);
     if ((state & PARSE_DONE_FLAG) != 0 || (*flags & DecodeFlagFlushed) != 0) break;
   }
   if ((state & PARSE_DONE_FLAG) != 0) takeDoneState(state, flags);
@@ -182,7 +159,7 @@ void VideoDecoderBufferStream::decodeStep(uint32_t* flags, bool flushing) {
 uint32_t VideoDecoderBufferStream::feedFront() {
   ByteBlock& block = bufferList.front();
   if (block.frameType != 0) sendRecord(block);
-  const uint32_t taken = block.len != 0 ? vid_dec->copybytes(vid_dec, block.buffer, block.len) : 0;
+  const uint32_t taken = block.len != 0 ? vid_dec.feed(block.buffer, block.len) : 0;
   if (taken < block.len) {
     block.buffer += taken;
     block.len -= taken;
@@ -191,17 +168,17 @@ uint32_t VideoDecoderBufferStream::feedFront() {
   const uint32_t len = block.len;
   bufferList.pop();
   // Lets the picture come now instead of with the next unit.
-  if (row.unitPerBlock || bufferList.empty()) send(END_OF_UNIT);
+  if (row.unitPerBlock || bufferList.empty()) vid_dec.send(END_OF_UNIT);
   return len != 0 ? len : 1;
 }
 
 void VideoDecoderBufferStream::sendRecord(ByteBlock& block) {
   if (row.record == UnitRecord::kTimestamp) {
     zarvo_dec_timestamp_s record{{block.timecode, 0}, block.frameType};
-    send(SET_PIC_PTS, 0, &record, sizeof record);
+    vid_dec.send(SET_PIC_PTS, 0, &record, sizeof record);
   } else {
     zarvo_dec_userdata_s record{block.frameType, block.timecode};
-    send(SET_USER_DATA, 0, &record, sizeof record);
+    vid_dec.send(SET_USER_DATA, 0, &record, sizeof record);
   }
   block.frameType = 0;
 }
@@ -230,14 +207,12 @@ void VideoDecoderBufferStream::takePicture() {
 // A picture without a record keeps the time and type of the one before.
 void VideoDecoderBufferStream::takeRecord() {
   if (row.record == UnitRecord::kTimestamp) {
-    zarvo_dec_timestamp_s* record = nullptr;
-    send(GET_LAST_PTS, 0, &record, sizeof record);
+    const auto* record = vid_dec.ask<zarvo_dec_timestamp_s>(GET_LAST_PTS);
     if (record == nullptr) return;
     decodedFrameType = record->frameType;
     decodedFrameTimecode = record->timecode[0];
   } else {
-    zarvo_dec_userdata_s* record = nullptr;
-    send(GET_USER_DATAP, 0, &record, sizeof record);
+    const auto* record = vid_dec.ask<zarvo_dec_userdata_s>(GET_USER_DATAP);
     if (record == nullptr) return;
     decodedFrameType = record->frameType;
     decodedFrameTimecode = record->timecode;
@@ -246,15 +221,15 @@ void VideoDecoderBufferStream::takeRecord() {
 
 void VideoDecoderBufferStream::takePictureFlags() {
   decodedFrameFlags = 0;
-  mc_pic_params_ex_t* picture = nullptr;
-  send(GET_PIC_PARAMSPEX, 0, &picture, sizeof picture);
+  const auto* picture = vid_dec.ask<mc_pic_params_ex_t>(GET_PIC_PARAMSPEX);
   if (picture == nullptr || deinterlace != 0 || picture->progressive_frame != 0) return;
   decodedFrameFlags = kFrameFlagInterlaced | (picture->top_field_first == 0 ? kFrameFlagBottomFieldFirst : 0);
 }
 
 uint32_t VideoDecoderBufferStream::updateDecodeInfo() {
   mc_seq_params_ex_t* info = nullptr;
-  if (send(GET_SEQ_PARAMSPEX, 0, &info, sizeof info) != kSuccess || info == nullptr) return row.missingInfo;
+  if (vid_dec.send(GET_SEQ_PARAMSPEX, 0, &info, sizeof info) != kSuccess || info == nullptr)
+    return row.missingInfo;
   const double rate = info->units > 0 ? static_cast<double>(info->scale) / info->units : 0.0;
   uint32_t width = 0, height = 0;
   readDisplaySize(*info, &width, &height);
@@ -294,7 +269,7 @@ uint32_t VideoDecoderBufferStream::getDecodedFrameSize(uint32_t* frameWidthOut, 
 
 uint32_t VideoDecoderBufferStream::getDecodedFrame(VideoFrameBuffer& target) {
   return guarded(row.labels.getDecodedFrame, [&]() -> uint32_t {
-    if (vid_dec == nullptr) return kFailure;
+    if (!vid_dec) return kFailure;
     uint64_t timecode = decodedFrameTimecode;
     uint64_t flags = decodedFrameFlags;
     // A picture is fetched twice at double rate: which fetch this is shows in what has changed since the
@@ -304,7 +279,7 @@ uint32_t VideoDecoderBufferStream::getDecodedFrame(VideoFrameBuffer& target) {
     const bool doubled = row.secondFetch != SecondFetch::kNone && deinterlaceDoubleRate != 0;
     if (doubled || deinterlace != 0) flags &= ~(kFrameFlagInterlaced | kFrameFlagBottomFieldFirst);
     const uint32_t result = doubled ? fetchDoubleRate(target.getFrame(), second, &timecode)
-                                    : send(GET_PIC, 0, &target.getFrame(), sizeof(mc_frame_t));
+                                    : vid_dec.send(GET_PIC, 0, &target.getFrame(), sizeof(mc_frame_t));
     target.setFrameType(decodedFrameType);
     target.setTimecode(timecode);
     target.setDisplayWidth(static_cast<int32_t>(getDisplayWidth()));
@@ -318,8 +293,7 @@ uint32_t VideoDecoderBufferStream::getDecodedFrame(VideoFrameBuffer& target) {
 }
 
 uint32_t VideoDecoderBufferStream::fetchDoubleRate(mc_frame_t& frame, bool second, uint64_t* timecode) {
-  mc_pic_params_ex_t* picture = nullptr;
-  send(GET_PIC_PARAMSPEX, 0, &picture, sizeof picture);
+  const auto* picture = vid_dec.ask<mc_pic_params_ex_t>(GET_PIC_PARAMSPEX);
   // First the field that was first in time.
   uint32_t selection = 0;
   if (picture != nullptr && picture->progressive_frame == 0) {
@@ -328,42 +302,21 @@ uint32_t VideoDecoderBufferStream::fetchDoubleRate(mc_frame_t& frame, bool secon
   }
   const double rate = getFrameRate() > 0 ? getFrameRate() : kUsualFrameRate;
   if (second) *timecode += static_cast<uint64_t>(1000.0 / (2 * rate));
-  return send(GET_PIC, selection, &frame, sizeof frame);
+  return vid_dec.send(GET_PIC, selection, &frame, sizeof frame);
 }
 
-const VideoDecoderBufferStream::Parameter* VideoDecoderBufferStream::parameterOf(uint32_t key) {
-  for (const Parameter& parameter : commonParameters) {
-    if (parameter.key == key) return &parameter;
-  }
-  for (const Parameter& parameter : codecParameters()) {
-    if (parameter.key == key) return &parameter;
-  }
-  return nullptr;
-}
-
-uint32_t VideoDecoderBufferStream::setParameterValue(uint32_t key, int64_t value) {
-  const Parameter* parameter = parameterOf(key);
-  if (parameter == nullptr) return kSuccess;
-  if (parameter->isSigned) {
-    *static_cast<int*>(parameter->field) = static_cast<int>(value);
-  } else {
-    *static_cast<uint32_t*>(parameter->field) = static_cast<uint32_t>(value);
-  }
-  return kSuccess;
-}
-
-uint32_t VideoDecoderBufferStream::getParameterValueType(uint32_t key, uint32_t* arrayLength) {
-  clear(arrayLength);
-  return parameterOf(key) != nullptr ? kParameterLong : kParameterUnknown;
-}
-
-uint32_t VideoDecoderBufferStream::getParameterValue(uint32_t key, int64_t* value) {
-  clear(value);
-  const Parameter* parameter = parameterOf(key);
-  if (parameter == nullptr || value == nullptr) return kSuccess;
-  *value = parameter->isSigned ? int64_t{*static_cast<int*>(parameter->field)}
-                               : int64_t{*static_cast<uint32_t*>(parameter->field)};
-  return kSuccess;
+const VideoDecoderBufferStream::Parameter* VideoDecoderBufferStream::parameterOf(uint32_t key) const {
+  using This = VideoDecoderBufferStream;
+  static constexpr Parameter kRows[] = {
+      parameterField<This, &This::deinterlace>(kKeyDeinterlace),
+      parameterField<This, &This::deinterlaceDoubleRate>(kKeyDeinterlaceDoubleRate),
+      parameterField<This, &This::optCPUNum>(kKeyOptCPUNum),
+      parameterField<This, &This::optSMPMode>(kKeyOptSMPMode),
+      parameterField<This, &This::optACCMode>(kKeyOptACCMode),
+      parameterField<This, &This::endOfStream>(kKeyEndOfStream),
+  };
+  const Parameter* common = findParameter(kRows, key);
+  return common != nullptr ? common : codecParameter(key);
 }
 
 }  // namespace qvs

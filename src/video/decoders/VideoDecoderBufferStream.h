@@ -3,11 +3,12 @@
 #include <mc_dec_video.h>
 #include <mc_frame.h>
 
-#include <array>
 #include <memory>
 #include <span>
 #include <string>
 
+#include "bufstream/BufStreamDecoder.h"
+#include "platform/ParameterTable.h"
 #include "platform/RingQueue.h"
 #include "video/decoders/BufStreamCodec.h"
 #include "video/decoders/ByteBlock.h"
@@ -21,7 +22,7 @@ namespace qvs {
 /// `decode` feeds blocks until the back end has finished a picture or the list has run dry. Pictures come in
 /// presentation order, each with the time and type that were attached to its unit; a codec that reorders
 /// holds some back.
-class VideoDecoderBufferStream : public VideoDecoderBase {
+class VideoDecoderBufferStream : public WithParameters<VideoDecoderBufferStream, VideoDecoderBase> {
  public:
   /// Parameter keys; a class answers to those that it serves. They take effect with the first configuration.
   enum Key : uint32_t {
@@ -43,8 +44,7 @@ class VideoDecoderBufferStream : public VideoDecoderBase {
   ~VideoDecoderBufferStream() override;
 
   using VideoDecoderBase::decode;
-  using VideoDecoderBase::getParameterValue;
-  using VideoDecoderBase::setParameterValue;
+  using Parameter = ParameterRow<VideoDecoderBufferStream>;
 
   uint32_t initialize() override;
   uint32_t setGPUID(int32_t) override { return 0; }
@@ -54,22 +54,13 @@ class VideoDecoderBufferStream : public VideoDecoderBase {
   uint32_t getDecodedFrameSize(uint32_t* frameWidth, uint32_t* frameHeight, uint32_t* displayWidth,
                                uint32_t* displayHeight) override;
   uint32_t getDecodedFrame(VideoFrameBuffer& target) override;
-  uint32_t setParameterValue(uint32_t key, int64_t value) override;
-  uint32_t getParameterValueType(uint32_t key, uint32_t* arrayLength) override;
-  uint32_t getParameterValue(uint32_t key, int64_t* value) override;
+  const Parameter* parameterOf(uint32_t key) const;
 
   /// Takes what the back end still holds at the end of a stream: one picture a call, reported in `flags` as
   /// by `decode`; DecodeFlagFlushed when nothing further comes.
   uint32_t flush(uint32_t* flags);
 
  protected:
-  /// Where a parameter lives: as many bytes as an int.
-  struct Parameter {
-    uint32_t key;
-    void* field;
-    bool isSigned;
-  };
-
   explicit VideoDecoderBufferStream(const BufStreamCodec& row);
 
   /// A new back end, or null.
@@ -78,27 +69,29 @@ class VideoDecoderBufferStream : public VideoDecoderBase {
   virtual void readDisplaySize(const mc_seq_params_ex_t& info, uint32_t* width, uint32_t* height) const = 0;
   /// How the log line of `updateDecodeInfo` begins: the aspect.
   virtual std::string describeAspect(const mc_seq_params_ex_t& info) const = 0;
-  virtual std::span<const Parameter> codecParameters() { return {}; }
+  /// The row of a key that not all of the codecs have.
+  virtual const Parameter* codecParameter(uint32_t) const { return nullptr; }
 
-  uint32_t send(uint32_t code, uint32_t value = 0, void* data = nullptr, uint32_t size = 0);
-  /// Sends a setting unless it is negative.
-  void sendSetting(uint32_t code, int value);
   void sendWorkers();
   /// The value that asks the back end to deinterlace; 0 when off.
   uint32_t deinterlaceOption() const;
-  /// Feeds whole bytes, as far as the back end takes them.
-  void feedAll(uint8_t* bytes, uint32_t len);
   /// Set-up of codecs whose configuration is a header of the stream itself. `suffix`: bytes behind it that
   /// make the parser finish. -2 where it isn't understood, -3 without memory.
-  uint32_t setUpWithHeader(const uint8_t* record, uint32_t len, std::span<const uint8_t> suffix);
-  /// Replaces a stored parameter set; queued blocks that point into the old one move to the new one.
-  void replaceSet(Bytes& stored, uint32_t& storedLen, Bytes set, uint32_t len);
+  uint32_t setUpWithHeader(ParameterSets::View record, std::span<const uint8_t> suffix);
+  /// Replaces the stored parameter sets that `read` has, and the length size; queued blocks that point into
+  /// an old set move to the new one.
+  void storeSets(ParameterSets read);
   uint32_t updateDecodeInfo();
   /// Reads the state after the header and, where it was understood, finishes the set-up; -2 otherwise.
   uint32_t finishSetUp(uint32_t state);
 
+  /// The bytes of a configuration record; none for null.
+  static ParameterSets::View recordOf(const uint8_t* buffer, uint32_t offset, uint32_t len) {
+    return buffer != nullptr ? ParameterSets::View{buffer + offset, len} : ParameterSets::View{};
+  }
+
   const BufStreamCodec& row;
-  bufstream_tt* vid_dec = nullptr;  ///< owned
+  BufStreamDecoder vid_dec{kAbortAtEnd};
   RingQueue<ByteBlock> bufferList;
   uint8_t displayInfo = 1;  ///< the next stream information is to be logged
   uint8_t isFirstCodecConfig = 1;
@@ -108,6 +101,7 @@ class VideoDecoderBufferStream : public VideoDecoderBase {
 
  private:
   static constexpr uint32_t kRoundsMax = 100;
+  static constexpr int32_t kAbortAtEnd = 1;
 
   uint32_t decodeProcess(uint32_t* flags, bool flushing);
   void decodeStep(uint32_t* flags, bool flushing);
@@ -119,13 +113,11 @@ class VideoDecoderBufferStream : public VideoDecoderBase {
   void takePictureFlags();
   uint32_t fetchDoubleRate(mc_frame_t& frame, bool second, uint64_t* timecode);
   void logDecodeInfo(const mc_seq_params_ex_t& info);
-  const Parameter* parameterOf(uint32_t key);
 
   callbacks_t callbacks{};
   uint64_t lastGetFrameTC = ~uint64_t{0};     ///< timecode of the last picture fetched
   uint64_t lastFramesDecoded = ~uint64_t{0};  ///< `framesDecoded` at the last fetch
   uint32_t endOfStream = 0;
-  std::array<Parameter, 6> commonParameters;
 };
 
 }  // namespace qvs

@@ -4,6 +4,8 @@
 #include <fmt/format.h>
 #include <mc_decoder_codes.h>
 
+#include <utility>
+
 #include "contract/FrameTypes.h"
 #include "contract/StageIds.h"
 #include "log/ILogger.h"
@@ -30,87 +32,80 @@ constexpr BufStreamCodec kRow{
 constexpr NalRules kRules{.typeShift = 0, .typeMask = 31, .delimiterType = 9, .setTypes = {7, 8, 8}};
 
 constexpr uint32_t kDelimiterLength = 6;
-constexpr uint32_t kStartCodeLength = 4;
-constexpr uint32_t kBidirectionalFrame = 3;
-constexpr uint32_t kSpsLengthAt = 6;
 
 }  // namespace
 
-VideoDecoderH264::VideoDecoderH264()
-    : VideoDecoderBufferStream(kRow),
-      splicer(kRules),
-      parameters{{{kKeyLoopFilter, &loop_filter, false},
-                  {kKeyOutput8Bit, &output_8bit, false},
-                  {kKeyMvPrecision, &mv_precision, false},
-                  {kKeyDpbSize, &dpb_size, false},
-                  {kKeyEc, &ec, false}}} {}
+VideoDecoderH264::VideoDecoderH264() : VideoDecoderBufferStream(kRow), splicer(kRules) {}
 
 bufstream_tt* VideoDecoderH264::createBackEnd(callbacks_t* callbacks) {
   return createDecoderAVC(callbacks, 0, 0);
 }
 
-bool VideoDecoderH264::reportOverrun(const char* what, uint32_t value, uint32_t len) {
+void VideoDecoderH264::reportOverrun(const ParameterSets::Overrun& overrun, size_t len) {
   getLogger()->info(
       kLogContextVideoDecoder, 0,
       fmt::format("VideoDecoderH264.decodeCodecConfig[{{context}}]: Failed to decode h.264 codec config. "
                   "{} ({}) overruns buffer of len ({})",
-                  what, value, len));
-  return false;
-}
-
-bool VideoDecoderH264::storeSets(const uint8_t* record, uint32_t len) {
-  nalUnitLen = len > 4 ? (record[4] & 3u) + 1 : 4;
-  if (len < kSpsLengthAt + 2) return reportOverrun("spsOffset", kSpsLengthAt, len);
-  const uint32_t spsLen = readWord(record + kSpsLengthAt);
-  const uint32_t spsAt = kSpsLengthAt + 2;
-  if (spsLen == 0 || spsAt + spsLen + 3 > len) return reportOverrun("spsLen", spsLen, len);
-  // Behind the set: the count of picture sets, taken for one, and the length of the first.
-  const uint32_t ppsAt = spsAt + spsLen + 3;
-  const uint32_t ppsLen = readWord(record + ppsAt - 2);
-  if (ppsLen == 0 || ppsAt + ppsLen > len) return reportOverrun("ppsLen", ppsLen, len);
-  replaceSet(spsFrame, spsFrameLen, withStartCode(record + spsAt, spsLen), spsLen + kStartCodeLength);
-  replaceSet(ppsFrame, ppsFrameLen, withStartCode(record + ppsAt, ppsLen), ppsLen + kStartCodeLength);
-  return true;
+                  overrun.field, overrun.value, len));
 }
 
 uint32_t VideoDecoderH264::decodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) {
   return guarded(kRow.labels.decodeCodecConfig, [&]() -> uint32_t {
-    if (vid_dec == nullptr) return kSuccess;
-    // A bad record is no failure: the decoder goes on with what it has.
-    if (!storeSets(buffer + offset, buffer != nullptr ? len : 0)) return kSuccess;
+    if (!vid_dec) return kSuccess;
+    const ParameterSets::View record = recordOf(buffer, offset, len);
+    ParameterSets read;
+    const ParameterSets::Overrun overrun = read.readAvcRecord(record);
+    storeSets(std::move(read));
+    if (overrun.field != nullptr) {
+      reportOverrun(overrun, record.size());  // no failure: the decoder goes on with what it has
+      return kSuccess;
+    }
     return isFirstCodecConfig != 0 ? setUp() : kSuccess;
   });
 }
 
 uint32_t VideoDecoderH264::setUp() {
-  send(PARSE_INIT);
-  send(PARSE_OPTIONS, kOptionAlways | deinterlaceOption());
+  vid_dec.send(PARSE_INIT);
+  vid_dec.send(PARSE_OPTIONS, kOptionAlways | deinterlaceOption());
   sendWorkers();
-  send(SET_LOOP_FILTER_MODE, loop_filter);
-  send(SET_OUTPUT_8BIT, output_8bit);
-  send(SET_MV_PRECISION, mv_precision);
-  send(SET_DPB_SIZE, dpb_size);
-  send(SET_ERROR_CONCEALMENT, ec);
-  send(PARSE_SEQ_HDR);
-  feedAll(spsFrame.get(), spsFrameLen);
-  send(CLEAN_PARSE_STATE);  // what the first set alone gives doesn't count
-  feedAll(ppsFrame.get(), ppsFrameLen);
-  return finishSetUp(send(CLEAN_PARSE_STATE));
+  vid_dec.send(SET_LOOP_FILTER_MODE, loop_filter);
+  vid_dec.send(SET_OUTPUT_8BIT, output_8bit);
+  vid_dec.send(SET_MV_PRECISION, mv_precision);
+  vid_dec.send(SET_DPB_SIZE, dpb_size);
+  vid_dec.send(SET_ERROR_CONCEALMENT, ec);
+  vid_dec.send(PARSE_SEQ_HDR);
+  vid_dec.feedAll(parameterSets.spsFrame);
+  vid_dec.send(CLEAN_PARSE_STATE);  // what the first set alone gives doesn't count
+  vid_dec.feedAll(parameterSets.ppsFrame);
+  return finishSetUp(vid_dec.send(CLEAN_PARSE_STATE));
 }
 
 uint32_t VideoDecoderH264::addFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
                                     uint32_t frameType) {
   return guarded(kRow.labels.addFrame, [&]() -> uint32_t {
     lastTimecodeDebug = timecode;
-    uint8_t* delimiter = frameType == kFrameTypeKey         ? audKFrame.get()
-                         : frameType == kBidirectionalFrame ? audBFrame.get()
-                                                            : audPFrame.get();
+    uint8_t* delimiter = frameType == kFrameTypeKey             ? audKFrame.get()
+                         : frameType == kFrameTypeBidirectional ? audBFrame.get()
+                                                                : audPFrame.get();
     const NalSplices splices{headerBuffer.get(),
                              {delimiter, kDelimiterLength},
-                             {{{spsFrame.get(), spsFrameLen}, {ppsFrame.get(), ppsFrameLen}, {}}}};
-    return splicer.splice({buffer + offset, buffer != nullptr ? len : 0, nalUnitLen, timecode, frameType},
-                          splices, bufferList);
+                             {spliced(parameterSets.spsFrame), spliced(parameterSets.ppsFrame)}};
+    return splicer.splice(
+        {buffer + offset, buffer != nullptr ? len : 0, parameterSets.nalUnitLen, timecode, frameType},
+        splices, bufferList);
   });
+}
+
+const VideoDecoderH264::Parameter* VideoDecoderH264::codecParameter(uint32_t key) const {
+  using This = VideoDecoderH264;
+  static constexpr Parameter kRows[] = {
+      parameterField<VideoDecoderBufferStream, &This::loop_filter>(kKeyLoopFilter),
+      parameterField<VideoDecoderBufferStream, &This::output_8bit>(kKeyOutput8Bit),
+      parameterField<VideoDecoderBufferStream, &This::mv_precision>(kKeyMvPrecision),
+      parameterField<VideoDecoderBufferStream, &This::dpb_size>(kKeyDpbSize),
+      parameterField<VideoDecoderBufferStream, &This::ec>(kKeyEc),
+  };
+  return findParameter(kRows, key);
 }
 
 void VideoDecoderH264::readDisplaySize(const mc_seq_params_ex_t& info, uint32_t* width,

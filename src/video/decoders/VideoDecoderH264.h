@@ -25,14 +25,12 @@ class VideoDecoderH264 : public VideoDecoderBufferStream {
   bufstream_tt* createBackEnd(callbacks_t* callbacks) override;
   void readDisplaySize(const mc_seq_params_ex_t& info, uint32_t* width, uint32_t* height) const override;
   std::string describeAspect(const mc_seq_params_ex_t& info) const override;
-  std::span<const Parameter> codecParameters() override { return parameters; }
+  const Parameter* codecParameter(uint32_t key) const override;
 
  private:
-  bool storeSets(const uint8_t* record, uint32_t len);
-  bool reportOverrun(const char* what, uint32_t value, uint32_t len);
+  void reportOverrun(const ParameterSets::Overrun& overrun, size_t len);
   uint32_t setUp();
 
-  uint32_t nalUnitLen = 4;  ///< bytes of a length prefix
   uint32_t loop_filter = 1;
   uint32_t output_8bit = 0;
   uint32_t mv_precision = H264VD_MV_PRECISION_QUARTER;
@@ -40,7 +38,6 @@ class VideoDecoderH264 : public VideoDecoderBufferStream {
   uint32_t ec = 0;                 ///< error concealment mode
   uint64_t lastTimecodeDebug = 0;  ///< of the last `addFrame`
   NalUnitSplicer splicer;
-  std::array<Parameter, 5> parameters;
 };
 
 }  // namespace qvs

@@ -24,14 +24,11 @@ class VideoDecoderH265 : public VideoDecoderBufferStream {
   bufstream_tt* createBackEnd(callbacks_t* callbacks) override;
   void readDisplaySize(const mc_seq_params_ex_t& info, uint32_t* width, uint32_t* height) const override;
   std::string describeAspect(const mc_seq_params_ex_t& info) const override;
-  std::span<const Parameter> codecParameters() override { return parameters; }
+  const Parameter* codecParameter(uint32_t key) const override;
 
  private:
-  void decodeHVCC(const uint8_t* record, uint32_t len);
-  void storeSet(uint32_t type, const uint8_t* set, uint32_t len);
   void setUp();
 
-  uint32_t nalUnitLen = 4;  ///< bytes of a length prefix
   int maxTemporalLayer = 8;
   uint32_t loop_filter = 1;
   uint32_t output_8bit = 0;  ///< this, dpb_size and ec are kept and not sent
@@ -39,7 +36,6 @@ class VideoDecoderH265 : public VideoDecoderBufferStream {
   uint32_t dpb_size = 0;
   uint32_t ec = 0;
   NalUnitSplicer splicer;
-  std::array<Parameter, 6> parameters;
 };
 
 }  // namespace qvs

@@ -52,9 +52,8 @@ bufstream_tt* VideoDecoderMP2::createBackEnd(callbacks_t* callbacks) {
 }
 
 uint32_t VideoDecoderMP2::decodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) {
-  return guarded(kRow.labels.decodeCodecConfig, [&]() -> uint32_t {
-    return setUpWithHeader(buffer != nullptr ? buffer + offset : nullptr, len, kSuffix);
-  });
+  return guarded(kRow.labels.decodeCodecConfig,
+                 [&]() -> uint32_t { return setUpWithHeader(recordOf(buffer, offset, len), kSuffix); });
 }
 
 // Only the block added last is still the caller's: those before it were copied in their turn. A unit that is

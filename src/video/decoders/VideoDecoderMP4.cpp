@@ -38,9 +38,8 @@ bufstream_tt* VideoDecoderMP4::createBackEnd(callbacks_t* callbacks) {
 }
 
 uint32_t VideoDecoderMP4::decodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) {
-  return guarded(kRow.labels.decodeCodecConfig, [&]() -> uint32_t {
-    return setUpWithHeader(buffer != nullptr ? buffer + offset : nullptr, len, kSuffix);
-  });
+  return guarded(kRow.labels.decodeCodecConfig,
+                 [&]() -> uint32_t { return setUpWithHeader(recordOf(buffer, offset, len), kSuffix); });
 }
 
 uint32_t VideoDecoderMP4::addFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,

@@ -134,11 +134,7 @@ uint32_t VideoDecoderVPX::getDecodedFrameSize(uint32_t* frameWidthOut, uint32_t*
 
 uint32_t VideoDecoderVPX::getDecodedFrame(VideoFrameBuffer& target) {
   return guarded("VideoDecoderVPX::getDecodedFrame", [&]() -> uint32_t {
-    if (decodedImage.fmt != VPX_IMG_FMT_I420) {
-      reportFormat("Image format is not supported: ", static_cast<uint32_t>(decodedImage.fmt));
-    } else if (!VPXImageCopy::copy(decodedImage, target)) {
-      reportFormat("Frame format is not supported: ", target.getFourCC());
-    }
+    writeImage(target);
     if (decodedImage.user_priv != nullptr) {
       const auto& sent = *static_cast<const VPXDecodeUserData*>(decodedImage.user_priv);
       decodedFrameType = sent.frameType;
@@ -158,6 +154,17 @@ uint32_t VideoDecoderVPX::getDecodedFrame(VideoFrameBuffer& target) {
   });
 }
 
+void VideoDecoderVPX::writeImage(VideoFrameBuffer& target) {
+  const bool plain = decodedImage.fmt == VPX_IMG_FMT_I420;
+  if (!plain && (convertFormats == 0 || !VPXImageConversion::takes(decodedImage))) {
+    reportFormat("Image format is not supported: ", static_cast<uint32_t>(decodedImage.fmt));
+    return;
+  }
+  const bool written =
+      plain ? VPXImageCopy::copy(decodedImage, target) : conversion.convert(decodedImage, target);
+  if (!written) reportFormat("Frame format is not supported: ", target.getFourCC());
+}
+
 void VideoDecoderVPX::reportFormat(const char* text, uint32_t format) {
   if (showImageFormatError == 0) return;
   showImageFormatError = 0;
@@ -165,31 +172,14 @@ void VideoDecoderVPX::reportFormat(const char* text, uint32_t format) {
                     fmt::format("VideoDecoderVPX.getDecodedFrame[{{context}}]: {}{}", text, format));
 }
 
-uint32_t* VideoDecoderVPX::parameterField(uint32_t key) {
-  switch (key) {
-    case kKeyDeinterlace:
-      return &deinterlace;
-    case kKeyDeinterlaceDoubleRate:
-      return &deinterlaceDoubleRate;
-    default:
-      return nullptr;
-  }
-}
-
-uint32_t VideoDecoderVPX::setParameterValue(uint32_t key, int64_t value) {
-  if (uint32_t* field = parameterField(key)) *field = static_cast<uint32_t>(value);
-  return kSuccess;
-}
-
-uint32_t VideoDecoderVPX::getParameterValueType(uint32_t key, uint32_t* arrayLength) {
-  clear(arrayLength);
-  return parameterField(key) != nullptr ? kParameterLong : kParameterUnknown;
-}
-
-uint32_t VideoDecoderVPX::getParameterValue(uint32_t key, int64_t* value) {
-  clear(value);
-  if (const uint32_t* field = parameterField(key); field != nullptr && value != nullptr) *value = *field;
-  return kSuccess;
+const ParameterRow<VideoDecoderVPX>* VideoDecoderVPX::parameterOf(uint32_t key) {
+  using This = VideoDecoderVPX;
+  static constexpr ParameterRow<This> kRows[] = {
+      parameterField<This, &This::deinterlace>(kKeyDeinterlace),
+      parameterField<This, &This::deinterlaceDoubleRate>(kKeyDeinterlaceDoubleRate),
+      parameterField<This, &This::convertFormats>(kKeyConvertFormats),
+  };
+  return findParameter(kRows, key);
 }
 
 }  // namespace qvs

@@ -6,8 +6,10 @@
 #include <array>
 #include <vector>
 
+#include "platform/ParameterTable.h"
 #include "video/decoders/ByteBlock.h"
 #include "video/decoders/VideoDecoderBase.h"
+#include "video/decoders/VPXImageConversion.h"
 
 namespace qvs {
 
@@ -18,19 +20,20 @@ struct VPXDecodeUserData {
 };
 
 /// VP8 (codec version 8) and VP9 (9) by libvpx: one coded frame in, at most one picture out, no
-/// configuration. Bad input yields no picture and no failure; the stream goes on with the next unit.
-class VideoDecoderVPX : public VideoDecoderBase {
+/// configuration. Bad input yields no picture and no failure; the stream goes on with the next unit. Pictures
+/// of another form than 8-bit 4:2:0 leave the target's planes as they are, unless `convertFormats` is set.
+class VideoDecoderVPX : public WithParameters<VideoDecoderVPX, VideoDecoderBase> {
  public:
   static constexpr uint32_t kVersionVP9 = 9;  ///< every other version is taken for VP8
   static constexpr uint32_t kKeyDeinterlace = 0;
   static constexpr uint32_t kKeyDeinterlaceDoubleRate = 1;
+  /// Extension: non-zero brings pictures of other depths and chroma shapes, and RGB, to 8-bit 4:2:0.
+  static constexpr uint32_t kKeyConvertFormats = 100201;
 
   VideoDecoderVPX();
   ~VideoDecoderVPX() override;
 
   using VideoDecoderBase::decode;
-  using VideoDecoderBase::getParameterValue;
-  using VideoDecoderBase::setParameterValue;
 
   uint32_t initialize() override;
   uint32_t setGPUID(int32_t) override { return 0; }
@@ -43,16 +46,14 @@ class VideoDecoderVPX : public VideoDecoderBase {
   uint32_t getDecodedFrameSize(uint32_t* frameWidth, uint32_t* frameHeight, uint32_t* displayWidth,
                                uint32_t* displayHeight) override;
   uint32_t getDecodedFrame(VideoFrameBuffer& target) override;
-  uint32_t setParameterValue(uint32_t key, int64_t value) override;
-  uint32_t getParameterValueType(uint32_t key, uint32_t* arrayLength) override;
-  uint32_t getParameterValue(uint32_t key, int64_t* value) override;
+  static const ParameterRow<VideoDecoderVPX>* parameterOf(uint32_t key);
 
  private:
   vpx_codec_iface_t* codecInterface() const;
-  uint32_t* parameterField(uint32_t key);
   void restartAtKeyFrame(const ByteBlock& block);
   uint32_t takeImage();
   void forgetImagePlanes();
+  void writeImage(VideoFrameBuffer& target);
   void reportFormat(const char* text, uint32_t format);
 
   vpx_codec_ctx_t decoderContext{};               ///< its `iface` is null while the decoder is closed
@@ -60,6 +61,8 @@ class VideoDecoderVPX : public VideoDecoderBase {
   uint64_t frameCount = 0;                        ///< units given to libvpx
   std::array<VPXDecodeUserData, 128> userData{};  ///< only the first serves: one frame is in flight at a time
   uint8_t showImageFormatError = 1;
+  uint32_t convertFormats = 0;
+  VPXImageConversion conversion;
   uint8_t pictureSeen = 0;     ///< some unit has given a picture since `initialize`
   uint8_t spoiled = 0;         ///< units failed before that
   vpx_image_t decodedImage{};  ///< header of the last image; its planes are libvpx's and cleared before the

@@ -82,6 +82,9 @@ class IVideoEncoder {
   virtual FrameAllocProvider getAllocProvider() = 0;
   virtual FrameFreeProvider getFreeProvider() = 0;
   virtual MediaStreamContext* getMediaStreamContext() = 0;
+
+  /// Returns when no frame is in work any more. An encoder that encodes within `addFrame` has nothing to do.
+  virtual void finish() {}
 };
 
 }  // namespace qvs

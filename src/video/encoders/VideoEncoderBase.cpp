@@ -14,6 +14,17 @@ uint32_t VideoEncoderBase::skipFrame(VideoFrameBuffer&, uint32_t, uint64_t) {
   return 0;
 }
 
+// A frame in work may log.
+void VideoEncoderBase::setLogger(ILogger* value) {
+  finish();
+  logger = value;
+}
+
+void VideoEncoderBase::setSessionIndex(uint32_t value) {
+  finish();
+  sessionIndex = value;
+}
+
 void VideoEncoderBase::setNativePath(char*) {}
 
 ILogger* VideoEncoderBase::getLogger() const {

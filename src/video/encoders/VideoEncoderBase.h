@@ -28,9 +28,9 @@ class VideoEncoderBase : public WithoutParameters<IVideoEncoder> {
   void setFrameIndex(int32_t value) override { frameIndex = value; }
   int32_t getFrameIndex() override { return frameIndex; }
   uint32_t skipFrame(VideoFrameBuffer& frame, uint32_t frameType, uint64_t timecode) override;
-  void setLogger(ILogger* value) override { logger = value; }
+  void setLogger(ILogger* value) override;
   uint32_t getSessionIndex() override { return sessionIndex; }
-  void setSessionIndex(uint32_t value) override { sessionIndex = value; }
+  void setSessionIndex(uint32_t value) override;
   void setNativePath(char* nativePath) override;
   uint32_t createDone() override { return 0; }
   FrameAllocProvider getAllocProvider() override { return {}; }

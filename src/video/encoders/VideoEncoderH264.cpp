@@ -79,7 +79,9 @@ void VideoEncoderH264::closeLibrary() {
   bufferStream.close();
 }
 
+// Every setter waits: the frame in work reads what they write.
 uint32_t VideoEncoderH264::setDefaults(int32_t videoType, int32_t pal) {
+  finish();
   video_type = videoType;
   PAL = pal;
   for (const DefaultMark& row : kDefaultMarks) mark(row.key, row.value);
@@ -87,6 +89,7 @@ uint32_t VideoEncoderH264::setDefaults(int32_t videoType, int32_t pal) {
 }
 
 uint32_t VideoEncoderH264::setFrameSize(uint32_t frameWidth, uint32_t frameHeight) {
+  finish();
   width = frameWidth;
   height = frameHeight;
   return kSuccess;
@@ -95,12 +98,14 @@ uint32_t VideoEncoderH264::setFrameSize(uint32_t frameWidth, uint32_t frameHeigh
 uint32_t VideoEncoderH264::setFrameRate(double rate) {
   const double duration = std::ceil(0.5 + kTimeUnitsPerSecond / rate);
   if (!(rate > 0) || !(duration < 1e18)) return kFailure;
+  finish();
   frameRate = rate;
   timePerFrame = static_cast<uint64_t>(duration);
   return kSuccess;
 }
 
 uint32_t VideoEncoderH264::setBitrate(uint32_t value) {
+  finish();
   bitrate = value;
   const Rates rates = ratesOf(value);
   mark(kKeyBitRateMode, kBitRateModeVariable);
@@ -112,7 +117,7 @@ uint32_t VideoEncoderH264::setBitrate(uint32_t value) {
 
 uint32_t VideoEncoderH264::updateBitrate(uint32_t value) {
   return guarded("VideoEncoderH264::updateBitrate", [&]() -> uint32_t {
-    waitForWorker();
+    finish();
     bitrate = value;
     const Rates rates = ratesOf(value);
     v_settings->bit_rate = rates.target;
@@ -126,7 +131,7 @@ uint32_t VideoEncoderH264::updateBitrate(uint32_t value) {
 
 uint32_t VideoEncoderH264::applyParameters() {
   return guarded("VideoEncoderH264::applyParameters", [&]() -> uint32_t {
-    waitForWorker();
+    finish();
     const auto interlaceMode = static_cast<int32_t>(valueOf(kKeyInterlaceMode, 0));
     h264OutVideoDefaultSettings(v_settings, video_type, static_cast<int32_t>(width),
                                 static_cast<int32_t>(height), interlaceMode, &callbacks);
@@ -152,9 +157,9 @@ void VideoEncoderH264::warn(const char* text) const {
 uint32_t VideoEncoderH264::initialize() {
   return guarded("VideoEncoderH264::initialize", [&]() -> uint32_t {
     closeLibrary();  // of an earlier call
-    flushed = refusalTold = false;
+    flushed = refusalLogged = false;
     if (!openLibrary()) return kFailure;
-    if (asynchronous != 0) {
+    if (valueOf(kKeyAsynchronous, 0) != 0) {
       worker = std::make_unique<EncodeWorker<Job>>(
           [this](const Job& job) { guarded("VideoEncoderH264::addFrame", [&] { encode(job); }); });
     }
@@ -218,8 +223,8 @@ void VideoEncoderH264::encode(const Job& job) {
 
 void VideoEncoderH264::refuse(const frame_tt& picture) {
   bufferStream.dropFrameTimecode();  // else later units would get the times of earlier frames
-  if (refusalTold) return;
-  refusalTold = true;
+  if (refusalLogged) return;
+  refusalLogged = true;
   warn(fmt::format("VideoEncoderH264.addFrame[{{context}}]: Frame is not a 4:2:0 picture of {}x{}: {}x{}",
                    v_settings->def_horizontal_size, v_settings->def_vertical_size, picture.width,
                    picture.height)
@@ -227,23 +232,23 @@ void VideoEncoderH264::refuse(const frame_tt& picture) {
 }
 
 void VideoEncoderH264::flush() {
-  waitForWorker();
+  finish();
   if (v_encoder == nullptr || flushed) return;
   flushed = true;
   h264OutVideoDone(v_encoder, 0);
 }
 
-void VideoEncoderH264::waitForWorker() const {
+void VideoEncoderH264::finish() {
   if (worker) worker->wait();
 }
 
 uint32_t VideoEncoderH264::getEncodedFrameCount() {
-  waitForWorker();
+  finish();
   return bufferStream.getEncodedFrameCount();
 }
 
 uint32_t VideoEncoderH264::getEncodedFrames(std::vector<VideoFrameEncoded>& out) {
-  waitForWorker();
+  finish();
   return bufferStream.getEncodedFrames(out);
 }
 

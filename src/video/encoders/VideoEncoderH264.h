@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/ParameterTable.h"
 #include "video/encoders/EncodeWorker.h"
 #include "video/encoders/VideoEncoderBase.h"
 #include "video/encoders/VideoEncoderBufferStream.h"
@@ -28,9 +29,9 @@ struct ParameterValueEncoder {
 /// Keys from 10200 on are off by default: `asynchronous` (non-zero, before `initialize`: `addFrame` keeps the
 /// frame and returns while the work pool encodes it; `getEncodedFrames` waits for it; the units are the same
 /// to the bit), `flush` (any value: pictures held back for look-ahead or reordering come out with the next
-/// `getEncodedFrames`; further pictures are then refused), `colourCodePoints` (an array of four in the order
-/// of `mc_colorimetry_t`: colours that no description of keys 10134 and 10135 names; it outranks both).
-class VideoEncoderH264 : public VideoEncoderBase {
+/// `getEncodedFrames`; further pictures are then refused), `colorCodePoints` (an array of four in the order
+/// of `mc_colorimetry_t`: colors that no description of keys 10134 and 10135 names; it outranks both).
+class VideoEncoderH264 : public WithParameters<VideoEncoderH264, VideoEncoderBase> {
  public:
   static constexpr uint32_t kFirstKey = 10000;
   static constexpr uint32_t kKeyCount = 139;
@@ -45,7 +46,7 @@ class VideoEncoderH264 : public VideoEncoderBase {
   static constexpr uint32_t kKeyMaintainOriginPTS = 10131;
   static constexpr uint32_t kKeyAsynchronous = 10200;
   static constexpr uint32_t kKeyFlush = 10201;
-  static constexpr uint32_t kKeyColourCodePoints = 10202;
+  static constexpr uint32_t kKeyColorCodePoints = 10202;
 
   VideoEncoderH264();
   ~VideoEncoderH264() override;
@@ -63,23 +64,19 @@ class VideoEncoderH264 : public VideoEncoderBase {
   uint32_t addFrame(VideoFrameBuffer& frame, uint32_t frameType, uint64_t timecode) override;
   uint32_t getEncodedFrameCount() override;
   uint32_t getEncodedFrames(std::vector<VideoFrameEncoded>& out) override;
+  using WithParameters::setParameterValue;
   uint32_t setParameterValue(uint32_t key, int64_t value) override;
-  uint32_t setParameterValue(uint32_t key, int64_t* values, uint32_t count) override;
   uint32_t setParameterValue(uint32_t key, double value) override;
-  uint32_t setParameterValue(uint32_t key, double* values, uint32_t count) override;
-  uint32_t getParameterValueType(uint32_t key, uint32_t* arrayLength) override;
-  uint32_t getParameterValue(uint32_t key, int64_t* value) override;
-  uint32_t getParameterValue(uint32_t key, int64_t* values, uint32_t* count) override;
-  uint32_t getParameterValue(uint32_t key, double* value) override;
-  uint32_t getParameterValue(uint32_t key, double* values, uint32_t* count) override;
+  static const ParameterRow<VideoEncoderH264>* parameterOf(uint32_t key);
+  void finish() override;
 
   const h264_v_settings& getSettings() const { return params; }
   uint32_t getStreamBufferSize() const { return bufferStream.getBufferSize(); }
 
  private:
   struct Parameter;
-  /// Keys that set the record: those from kFirstKey on and kKeyColourCodePoints.
-  static constexpr uint32_t kParameterCount = kKeyCount + 1;
+  /// The keys from kFirstKey on and the three opt-in ones.
+  static constexpr uint32_t kParameterCount = kKeyCount + 3;
 
   /// One frame on its way into the library.
   struct Job {
@@ -97,7 +94,6 @@ class VideoEncoderH264 : public VideoEncoderBase {
   void encode(const Job& job);
   void refuse(const frame_tt& picture);
   void flush();
-  void waitForWorker() const;
   void warn(const char* text) const;
 
   h264_v_settings params{};      ///< in force
@@ -116,9 +112,8 @@ class VideoEncoderH264 : public VideoEncoderBase {
   double frameRate = 30.0;
   uint32_t bitrate = 850000;
   mc_callbacks_t callbacks{};
-  int64_t asynchronous = 0;
   bool flushed = false;
-  bool refusalTold = false;                   ///< one line an encoder
+  bool refusalLogged = false;                 ///< one line an encoder
   std::unique_ptr<EncodeWorker<Job>> worker;  ///< while asynchronous; it then has the library to itself
 };
 

@@ -6,48 +6,52 @@
 #include <limits>
 #include <type_traits>
 
-#include "contract/ParameterType.h"
 #include "platform/Status.h"
 #include "video/encoders/VideoEncoderH264.h"
 
 namespace qvs {
 
-/// One key: how its value is written to and read from the settings.
+/// One key: its row, and how what the host gave gets into the settings.
 struct VideoEncoderH264::Parameter {
   using S = h264_v_settings;
+  using Values = std::span<const int64_t>;
 
   struct Access {
     ParameterType type;
     uint32_t count;  ///< elements of an array, else 0
-    void (*apply)(VideoEncoderH264& encoder, uint64_t value);
     int64_t (*get)(const VideoEncoderH264& encoder, uint32_t element);
-    /// Arrays: keeps an element as the host gave it.
-    void (*keep)(VideoEncoderH264& encoder, uint32_t element, int64_t value);
+    void (*set)(VideoEncoderH264& encoder, uint32_t key, Values values);
+    /// Null where the value is no field of the settings.
+    void (*apply)(VideoEncoderH264& encoder, uint64_t value);
   };
 
-  uint32_t key;
-  Access access;
+  constexpr Parameter(uint32_t key, const Access& access)
+      : row{key, access.type, access.count, access.get, access.set}, apply(access.apply) {}
+
+  ParameterRow<VideoEncoderH264> row;
+  void (*apply)(VideoEncoderH264& encoder, uint64_t value);
+
+  static void keep(VideoEncoderH264& encoder, uint32_t key, Values values) { encoder.mark(key, values[0]); }
 
   template <auto Member>
   static constexpr Access integer() {
     return {kParameterLong, 0,
+            [](const VideoEncoderH264& encoder, uint32_t) -> int64_t { return encoder.params.*Member; }, keep,
             [](VideoEncoderH264& encoder, uint64_t value) {
               encoder.v_settings->*Member = static_cast<int32_t>(value);
-            },
-            [](const VideoEncoderH264& encoder, uint32_t) -> int64_t { return encoder.params.*Member; },
-            nullptr};
+            }};
   }
 
   template <auto Member>
   static constexpr Access real() {
     return {kParameterDouble, 0,
-            [](VideoEncoderH264& encoder, uint64_t value) {
-              encoder.v_settings->*Member = std::bit_cast<double>(value);
-            },
             [](const VideoEncoderH264& encoder, uint32_t) {
               return std::bit_cast<int64_t>(encoder.params.*Member);
             },
-            nullptr};
+            keep,
+            [](VideoEncoderH264& encoder, uint64_t value) {
+              encoder.v_settings->*Member = std::bit_cast<double>(value);
+            }};
   }
 
   template <auto Member>
@@ -56,68 +60,89 @@ struct VideoEncoderH264::Parameter {
     using Element = std::remove_extent_t<Array>;
     constexpr auto kCount = static_cast<uint32_t>(std::extent_v<Array>);
     return {kParameterLongArray, kCount,
+            [](const VideoEncoderH264& encoder, uint32_t element) -> int64_t {
+              return (encoder.params.*Member)[element];
+            },
+            [](VideoEncoderH264& encoder, uint32_t key, Values values) {
+              const auto kept = values.first(std::min<size_t>(values.size(), kCount));
+              std::transform(kept.begin(), kept.end(), std::begin(encoder.paramsUser.*Member),
+                             [](int64_t value) { return static_cast<Element>(value); });
+              encoder.mark(key, static_cast<int64_t>(values.size()));
+            },
             [](VideoEncoderH264& encoder, uint64_t value) {
               const auto count = std::min<uint64_t>(value, kCount);
               std::copy_n(std::begin(encoder.paramsUser.*Member), count,
                           std::begin(encoder.v_settings->*Member));
-            },
-            [](const VideoEncoderH264& encoder, uint32_t element) -> int64_t {
-              return (encoder.params.*Member)[element];
-            },
-            [](VideoEncoderH264& encoder, uint32_t element, int64_t value) {
-              (encoder.paramsUser.*Member)[element] = static_cast<Element>(value);
             }};
   }
 
   /// The value is a description's number; it is read back as such.
   template <auto Member, uint32_t Key>
-  static constexpr Access colour() {
+  static constexpr Access color() {
     return {kParameterLong, 0,
-            [](VideoEncoderH264& encoder, uint64_t value) {
-              set_colorimetry_from_color_description(&(encoder.v_settings->*Member),
-                                                     static_cast<int32_t>(value));
-            },
             [](const VideoEncoderH264& encoder, uint32_t) {
               return encoder.valueOf(Key, COLOR_DESCRIPTION_DEFAULT);
             },
-            nullptr};
+            keep,
+            [](VideoEncoderH264& encoder, uint64_t value) {
+              set_colorimetry_from_color_description(&(encoder.v_settings->*Member),
+                                                     static_cast<int32_t>(value));
+            }};
   }
 
   static constexpr int32_t mc_colorimetry_t::*kCodePoints[] = {
       &mc_colorimetry_t::color_primaries, &mc_colorimetry_t::transfer_characteristics,
       &mc_colorimetry_t::matrix_coefficients, &mc_colorimetry_t::signal_range};
 
-  /// Both colour fields at once, which must agree. Elements that aren't given are 0.
+  /// Both color fields at once, which must agree. Elements that aren't given are 0.
   static constexpr Access codePoints() {
     return {kParameterLongArray, static_cast<uint32_t>(std::size(kCodePoints)),
+            [](const VideoEncoderH264& encoder, uint32_t element) -> int64_t {
+              return encoder.params.colorimetry.*kCodePoints[element];
+            },
+            [](VideoEncoderH264& encoder, uint32_t key, Values values) {
+              const size_t kept = std::min(values.size(), std::size(kCodePoints));
+              for (size_t i = 0; i < kept; ++i)
+                encoder.paramsUser.colorimetry.*kCodePoints[i] = static_cast<int32_t>(values[i]);
+              encoder.mark(key, static_cast<int64_t>(values.size()));
+            },
             [](VideoEncoderH264& encoder, uint64_t value) {
               mc_colorimetry_t told{};
               const auto count = std::min<uint64_t>(value, std::size(kCodePoints));
               for (size_t i = 0; i < count; ++i)
                 told.*kCodePoints[i] = encoder.paramsUser.colorimetry.*kCodePoints[i];
               encoder.v_settings->source_colorimetry = encoder.v_settings->colorimetry = told;
-            },
-            [](const VideoEncoderH264& encoder, uint32_t element) -> int64_t {
-              return encoder.params.colorimetry.*kCodePoints[element];
-            },
-            [](VideoEncoderH264& encoder, uint32_t element, int64_t value) {
-              encoder.paramsUser.colorimetry.*kCodePoints[element] = static_cast<int32_t>(value);
             }};
   }
 
   /// The value is the encoder's own, not a field of the settings.
   template <uint32_t Key, int64_t Fallback>
   static constexpr Access own() {
-    return {kParameterLong, 0, [](VideoEncoderH264&, uint64_t) {},
-            [](const VideoEncoderH264& encoder, uint32_t) { return encoder.valueOf(Key, Fallback); },
+    return {kParameterLong, 0,
+            [](const VideoEncoderH264& encoder, uint32_t) { return encoder.valueOf(Key, Fallback); }, keep,
             nullptr};
+  }
+
+  /// Any value makes the pictures come out that are held back.
+  static constexpr Access flushing() {
+    return {kParameterLong, 0,
+            [](const VideoEncoderH264& encoder, uint32_t) -> int64_t { return encoder.flushed ? 1 : 0; },
+            [](VideoEncoderH264& encoder, uint32_t, Values) { encoder.flush(); }, nullptr};
   }
 
   /// Place of a key of the table.
   static constexpr uint32_t indexOf(uint32_t key) {
-    return key == kKeyColourCodePoints ? kKeyCount : key - kFirstKey;
+    switch (key) {
+      case kKeyColorCodePoints:
+        return kKeyCount;
+      case kKeyAsynchronous:
+        return kKeyCount + 1;
+      case kKeyFlush:
+        return kKeyCount + 2;
+      default:
+        return key - kFirstKey < kKeyCount ? key - kFirstKey : kParameterCount;
+    }
   }
-  static const Parameter* find(uint32_t key);
   static const Parameter (&table())[kParameterCount];
 };
 
@@ -257,25 +282,27 @@ const VideoEncoderH264::Parameter (&VideoEncoderH264::Parameter::table())[kParam
       {10131, own<kKeyMaintainOriginPTS, 1>()},
       {10132, integer<&S::extended_sar>()},
       {10133, integer<&S::vui_presentation>()},
-      {10134, colour<&S::source_colorimetry, 10134>()},
-      {10135, colour<&S::colorimetry, 10135>()},
+      {10134, color<&S::source_colorimetry, 10134>()},
+      {10135, color<&S::colorimetry, 10135>()},
       {10136, integer<&S::constraint_set3_flag>()},
       {10137, integer<&S::constraint_set4_flag>()},
       {10138, integer<&S::constraint_set5_flag>()},
-      {kKeyColourCodePoints, codePoints()},  // last: it outranks the descriptions
+      {kKeyColorCodePoints, codePoints()},  // behind the descriptions, which it outranks
+      {kKeyAsynchronous, own<kKeyAsynchronous, 0>()},
+      {kKeyFlush, flushing()},
   };
   static_assert([] {
     for (uint32_t i = 0; i < kParameterCount; ++i) {
-      if (indexOf(kParameters[i].key) != i) return false;
+      if (indexOf(kParameters[i].row.key) != i) return false;
     }
     return true;
   }());
   return kParameters;
 }
 
-const VideoEncoderH264::Parameter* VideoEncoderH264::Parameter::find(uint32_t key) {
-  const uint32_t index = indexOf(key);
-  return index < kParameterCount && table()[index].key == key ? &table()[index] : nullptr;
+const ParameterRow<VideoEncoderH264>* VideoEncoderH264::parameterOf(uint32_t key) {
+  const uint32_t index = Parameter::indexOf(key);
+  return index < kParameterCount ? &Parameter::table()[index].row : nullptr;
 }
 
 void VideoEncoderH264::mark(uint32_t key, int64_t value) {
@@ -289,86 +316,30 @@ int64_t VideoEncoderH264::valueOf(uint32_t key, int64_t fallback) const {
 
 void VideoEncoderH264::localApplyParameters() {
   for (const Parameter& parameter : Parameter::table()) {
-    const ParameterValueEncoder& given = parameterValues[Parameter::indexOf(parameter.key)];
-    if (given.isSet != 0) parameter.access.apply(*this, given.value);
+    const ParameterValueEncoder& given = parameterValues[Parameter::indexOf(parameter.row.key)];
+    if (given.isSet != 0 && parameter.apply != nullptr) parameter.apply(*this, given.value);
   }
 }
 
+// Numbers are taken for every key: a real one of an integer, an integer of a real one, or the count of an array.
 uint32_t VideoEncoderH264::setParameterValue(uint32_t key, int64_t value) {
-  waitForWorker();
-  if (key == kKeyAsynchronous) asynchronous = value;
-  if (key == kKeyFlush) flush();
-  const Parameter* parameter = Parameter::find(key);
-  if (parameter == nullptr) return kSuccess;
-  const bool real = parameter->access.type == kParameterDouble;
-  mark(key, real ? std::bit_cast<int64_t>(static_cast<double>(value)) : value);
+  finish();
+  const ParameterRow<VideoEncoderH264>* row = parameterOf(key);
+  if (row == nullptr) return kSuccess;
+  if (row->type == kParameterDouble) value = std::bit_cast<int64_t>(static_cast<double>(value));
+  if (row->type == kParameterLongArray) {
+    mark(key, value);
+  } else {
+    row->set(*this, key, {&value, 1});
+  }
   return kSuccess;
 }
 
 uint32_t VideoEncoderH264::setParameterValue(uint32_t key, double value) {
-  waitForWorker();
-  const Parameter* parameter = Parameter::find(key);
-  if (parameter == nullptr) return kSuccess;
-  if (parameter->access.type == kParameterDouble) {
-    mark(key, std::bit_cast<int64_t>(value));
-  } else if (std::abs(value) <= std::numeric_limits<int32_t>::max()) {
-    mark(key, std::llround(value));
-  }
-  return kSuccess;
-}
-
-uint32_t VideoEncoderH264::setParameterValue(uint32_t key, int64_t* values, uint32_t count) {
-  const Parameter* parameter = Parameter::find(key);
-  if (parameter == nullptr || parameter->access.keep == nullptr || values == nullptr) return kSuccess;
-  waitForWorker();
-  const uint32_t kept = std::min(count, parameter->access.count);
-  for (uint32_t i = 0; i < kept; ++i) parameter->access.keep(*this, i, values[i]);
-  mark(key, count);
-  return kSuccess;
-}
-
-uint32_t VideoEncoderH264::setParameterValue(uint32_t, double*, uint32_t) {
-  return kSuccess;
-}
-
-uint32_t VideoEncoderH264::getParameterValueType(uint32_t key, uint32_t* arrayLength) {
-  clear(arrayLength);
-  if (key == kKeyAsynchronous || key == kKeyFlush) return kParameterLong;
-  const Parameter* parameter = Parameter::find(key);
-  if (parameter == nullptr) return kParameterUnknown;
-  if (arrayLength != nullptr) *arrayLength = parameter->access.count;
-  return parameter->access.type;
-}
-
-uint32_t VideoEncoderH264::getParameterValue(uint32_t key, int64_t* value) {
-  clear(value);
-  if (value == nullptr) return kSuccess;
-  if (key == kKeyAsynchronous) *value = asynchronous;
-  if (key == kKeyFlush) *value = flushed ? 1 : 0;
-  const Parameter* parameter = Parameter::find(key);
-  if (parameter != nullptr && parameter->access.type == kParameterLong) {
-    *value = parameter->access.get(*this, 0);
-  }
-  return kSuccess;
-}
-
-uint32_t VideoEncoderH264::getParameterValue(uint32_t key, int64_t* values, uint32_t* count) {
-  if (count == nullptr) return kSuccess;
-  const Parameter* parameter = Parameter::find(key);
-  const uint32_t there = parameter != nullptr && values != nullptr ? parameter->access.count : 0;
-  *count = std::min(*count, there);
-  for (uint32_t i = 0; i < *count; ++i) values[i] = parameter->access.get(*this, i);
-  return kSuccess;
-}
-
-uint32_t VideoEncoderH264::getParameterValue(uint32_t key, double* value) {
-  clear(value);
-  if (key == kKeyFrameRate && value != nullptr) *value = params.frame_rate;
-  return kSuccess;
-}
-
-uint32_t VideoEncoderH264::getParameterValue(uint32_t, double*, uint32_t* count) {
-  return clear(count);
+  const ParameterRow<VideoEncoderH264>* row = parameterOf(key);
+  if (row != nullptr && row->type == kParameterDouble) return WithParameters::setParameterValue(key, value);
+  if (!(std::abs(value) <= std::numeric_limits<int32_t>::max())) return kSuccess;
+  return setParameterValue(key, int64_t{std::llround(value)});
 }
 
 }  // namespace qvs

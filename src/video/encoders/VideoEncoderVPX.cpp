@@ -50,8 +50,10 @@ vpx_codec_iface_t* VideoEncoderVPX::codecInterface() const {
   return codecVersion == kVersionVP9 ? vpx_codec_vp9_cx() : vpx_codec_vp8_cx();
 }
 
+// Every setter waits: the frame in work may read what they write.
 uint32_t VideoEncoderVPX::setDefaults(int32_t, int32_t) {
   return guarded(kLabel, [&]() -> uint32_t {
+    finish();
     if (vpx_codec_enc_config_default(codecInterface(), &vpxConfig, 0) == VPX_CODEC_OK) return kSuccess;
     getLogger()->error(kLogContextVideoEncoder, static_cast<int>(sessionIndex),
                        "VideoEncoderVPX.setDefaults[{context}]: Failed to get config");
@@ -60,6 +62,7 @@ uint32_t VideoEncoderVPX::setDefaults(int32_t, int32_t) {
 }
 
 uint32_t VideoEncoderVPX::setFrameSize(uint32_t width, uint32_t height) {
+  finish();
   vpxConfig.g_w = width;
   vpxConfig.g_h = height;
   return kSuccess;
@@ -68,12 +71,14 @@ uint32_t VideoEncoderVPX::setFrameSize(uint32_t width, uint32_t height) {
 uint32_t VideoEncoderVPX::setFrameRate(double rate) {
   const std::optional<vpx_rational_t> timebase = VPXTimebase::fromFrameRate(rate);
   if (!timebase) return kFailure;
+  finish();
   vpxConfig.g_timebase = *timebase;
   frameRate = rate;
   return kSuccess;
 }
 
 uint32_t VideoEncoderVPX::setBitrate(uint32_t bitrate) {
+  finish();
   vpxConfig.rc_target_bitrate = bitrate / 1000;
   vpxConfig.rc_end_usage = VPX_CBR;
   vpxConfig.g_lag_in_frames = 0;
@@ -85,6 +90,7 @@ uint32_t VideoEncoderVPX::updateBitrate(uint32_t) {
 }
 
 uint32_t VideoEncoderVPX::setKeyFrameFollow(uint8_t) {
+  finish();
   vpxConfig.kf_mode = VPX_KF_DISABLED;
   vpxConfig.kf_min_dist = 0;
   vpxConfig.kf_max_dist = 0;
@@ -119,7 +125,7 @@ uint32_t VideoEncoderVPX::initialize() {
       vpx_codec_control(&vpxCodec, VP8E_SET_CPUUSED, cpuUsedInForce());
     }
     if (staticThreshold != 0) vpx_codec_control(&vpxCodec, VP8E_SET_STATIC_THRESHOLD, staticThreshold);
-    stateColours();
+    writeSignalColor();
     if (asynchronous != 0) {
       worker = std::make_unique<EncodeWorker<VPXEncodeJob>>(
           [this](const VPXEncodeJob& job) { guarded(kLabel, [&] { encode(job); }); });
@@ -129,7 +135,7 @@ uint32_t VideoEncoderVPX::initialize() {
 }
 
 // libvpx takes the number of RGB too, but a stream of 4:2:0 that says so is broken.
-void VideoEncoderVPX::stateColours() {
+void VideoEncoderVPX::writeSignalColor() {
   if (codecVersion != kVersionVP9 || (colorSpace == VPX_CS_UNKNOWN && colorRange == VPX_CR_STUDIO_RANGE))
     return;
   if (colorSpace > VPX_CS_BT_2020 || colorRange > VPX_CR_FULL_RANGE) {
@@ -176,7 +182,7 @@ void VideoEncoderVPX::encode(const VPXEncodeJob& job) {
 
 bool VideoEncoderVPX::isEncodable(const VPXEncodeJob& job) {
   const vpx_image_t& image = job.image;
-  const bool planar = job.fourcc == kFourCCYV12 || job.fourcc == kFourCCI420;
+  const bool planar = job.fourcc == kFourCCYV12 || job.fourcc == kFourCCI420 || job.fourcc == kFourCCIYUV;
   const bool whole = image.planes[0] != nullptr && image.planes[1] != nullptr && image.planes[2] != nullptr;
   if (planar && whole && image.d_w == imageWidth && image.d_h == imageHeight) return true;
   if (showFrameError != 0) {
@@ -202,18 +208,18 @@ void VideoEncoderVPX::takePacket(const vpx_codec_cx_pkt_t& packet) {
   bytes.release();
 }
 
-void VideoEncoderVPX::waitForWorker() const {
+void VideoEncoderVPX::finish() {
   if (worker) worker->wait();
 }
 
 uint32_t VideoEncoderVPX::getEncodedFrameCount() {
-  waitForWorker();
+  finish();
   return static_cast<uint32_t>(frames.size());
 }
 
 uint32_t VideoEncoderVPX::getEncodedFrames(std::vector<VideoFrameEncoded>& out) {
   return guarded(kLabel, [&]() -> uint32_t {
-    waitForWorker();
+    finish();
     out.insert(out.end(), frames.begin(), frames.end());
     frames.clear();
     return kSuccess;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "frames/VideoFrameEncoded.h"
+#include "platform/ParameterTable.h"
 #include "video/encoders/EncodeWorker.h"
 #include "video/encoders/VideoEncoderBase.h"
 #include "video/encoders/VPXEncodeJob.h"
@@ -28,7 +29,7 @@ struct VPXEncoderUserData {
 /// 16), `asynchronous` (non-zero: `addFrame` keeps the frame and returns while the work pool encodes it;
 /// `getEncodedFrames` waits for it; the packets are the same to the bit), `staticThreshold`, and for VP9
 /// `colorSpace` and `colorRange` (numbers of libvpx; what the stream says its pictures are).
-class VideoEncoderVPX : public VideoEncoderBase {
+class VideoEncoderVPX : public WithParameters<VideoEncoderVPX, VideoEncoderBase> {
  public:
   static constexpr uint32_t kVersionVP8 = 8;
   static constexpr uint32_t kVersionVP9 = 9;  ///< every other version is taken for VP8
@@ -43,9 +44,6 @@ class VideoEncoderVPX : public VideoEncoderBase {
   VideoEncoderVPX();
   ~VideoEncoderVPX() override;
 
-  using VideoEncoderBase::getParameterValue;
-  using VideoEncoderBase::setParameterValue;
-
   uint32_t setDefaults(int32_t videoType, int32_t pal) override;
   uint32_t setFrameSize(uint32_t width, uint32_t height) override;
   uint32_t setFrameRate(double frameRate) override;
@@ -58,24 +56,20 @@ class VideoEncoderVPX : public VideoEncoderBase {
   uint32_t addFrame(VideoFrameBuffer& frame, uint32_t frameType, uint64_t timecode) override;
   uint32_t getEncodedFrameCount() override;
   uint32_t getEncodedFrames(std::vector<VideoFrameEncoded>& out) override;
-  uint32_t setParameterValue(uint32_t key, int64_t value) override;
-  uint32_t getParameterValueType(uint32_t key, uint32_t* arrayLength) override;
-  uint32_t getParameterValue(uint32_t key, int64_t* value) override;
+  static const ParameterRow<VideoEncoderVPX>* parameterOf(uint32_t key);
+  void finish() override;
 
   const vpx_codec_enc_cfg_t& getVPXConfig() const { return vpxConfig; }
   const vpx_codec_ctx_t& getVPXCodec() const { return vpxCodec; }
 
  private:
-  struct Parameter;
-
   vpx_codec_iface_t* codecInterface() const;
   int32_t cpuUsedInForce() const;
   void closeCodec();
-  void stateColours();
+  void writeSignalColor();
   bool isEncodable(const VPXEncodeJob& job);
   void encode(const VPXEncodeJob& job);
   void takePacket(const vpx_codec_cx_pkt_t& packet);
-  void waitForWorker() const;
 
   vpx_codec_enc_cfg_t vpxConfig{};
   vpx_codec_ctx_t vpxCodec{};

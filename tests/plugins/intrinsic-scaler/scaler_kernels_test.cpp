@@ -1,3 +1,4 @@
+#include "HalfFilter.h"
 #include "ScalerKernels.h"
 
 #include <gtest/gtest.h>

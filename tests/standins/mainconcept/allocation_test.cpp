@@ -2,72 +2,20 @@
 #include <gtest/gtest.h>
 #include <zimg.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <initializer_list>
 
+#include "support/FailingAllocator.h"
 #include "TestPicture.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define QVS_OWN_MALLOC 0
-#else
-#define QVS_OWN_MALLOC 1
-#endif
-
-#if QVS_OWN_MALLOC
-
-namespace {
-std::atomic<bool> watching{false};
-std::atomic<long> allocations{0};
-std::atomic<long> bytesAsked{0};
-std::atomic<long> failFrom{-1};  ///< number of the first allocation that fails, -1 none
-
-bool allow(size_t bytes) {
-  if (!watching) return true;
-  const long number = allocations++;
-  bytesAsked += static_cast<long>(bytes);
-  return failFrom < 0 || number < failFrom;
-}
-}  // namespace
-
-extern "C" {
-void* __libc_malloc(size_t);
-void* __libc_calloc(size_t, size_t);
-void* __libc_realloc(void*, size_t);
-void* __libc_memalign(size_t, size_t);
-
-void* malloc(size_t bytes) {
-  return allow(bytes) ? __libc_malloc(bytes) : nullptr;
-}
-void* calloc(size_t count, size_t bytes) {
-  return allow(count * bytes) ? __libc_calloc(count, bytes) : nullptr;
-}
-void* realloc(void* block, size_t bytes) {
-  return allow(bytes) ? __libc_realloc(block, bytes) : nullptr;
-}
-void* aligned_alloc(size_t alignment, size_t bytes) {
-  return allow(bytes) ? __libc_memalign(alignment, bytes) : nullptr;
-}
-int posix_memalign(void** block, size_t alignment, size_t bytes) {
-  *block = allow(bytes) ? __libc_memalign(alignment, bytes) : nullptr;
-  return *block ? 0 : 12;
-}
-}
 
 namespace qvs::test {
 namespace {
 
-// What `action` allocates, with every allocation from number `failAt` on refused.
+// What `action` allocates, with every allocation from number `failAt` on refused; 0 refuses none.
 template <class Action>
-long countAllocations(Action action, long failAt = -1) {
-  allocations = 0;
-  bytesAsked = 0;
-  failFrom = failAt;
-  watching = true;
+AllocatorReport allocationsOf(Action action, uint64_t failAt = 0) {
+  armAllocator(failAt, FailureMode::FromThen);
   action();
-  watching = false;
-  failFrom = -1;
-  return allocations;
+  return disarmAllocator();
 }
 
 struct Case {
@@ -123,8 +71,9 @@ class Job {
 
 TEST(ConverterMemory, AnUnusedInstanceIsSmall) {
   void* instance = nullptr;
-  EXPECT_EQ(countAllocations([&] { instance = UCC_Create(0); }), 1);
-  EXPECT_LE(bytesAsked, 512);
+  const AllocatorReport made = allocationsOf([&] { instance = UCC_Create(0); });
+  EXPECT_EQ(made.allocations, 1u);
+  EXPECT_LE(made.bytes, 512u);
   UCC_Destroy(instance);
 }
 
@@ -134,7 +83,8 @@ TEST(ConverterMemory, NothingIsAllocatedPerPicture) {
     void* instance = UCC_Create(0);
     ASSERT_EQ(job(instance), 0u);
     uint32_t status = 9;
-    EXPECT_EQ(countAllocations([&] { status = job(instance); }), 0) << c.target << " from " << c.source;
+    EXPECT_EQ(allocationsOf([&] { status = job(instance); }).allocations, 0u)
+        << c.target << " from " << c.source;
     EXPECT_EQ(status, 0u);
     UCC_Destroy(instance);
   }
@@ -147,12 +97,12 @@ TEST(ConverterMemory, FailureAtAnyAllocationIsAStatusAndHeals) {
     Job job(c);
     Job reference(c);
     void* good = UCC_Create(0);
-    const long needed = countAllocations([&] { reference(good); });
+    const uint64_t needed = allocationsOf([&] { reference(good); }).allocations;
     UCC_Destroy(good);
-    for (long failAt = 0; failAt < needed; ++failAt) {
+    for (uint64_t failAt = 1; failAt <= needed; ++failAt) {
       void* instance = UCC_Create(0);
       uint32_t status = 9;
-      countAllocations([&] { status = job(instance); }, failAt);
+      allocationsOf([&] { status = job(instance); }, failAt);
       EXPECT_EQ(status, 2u) << c.target << " from " << c.source << ", allocation " << failAt << " of "
                             << needed;
       EXPECT_EQ(job(instance), 0u);
@@ -160,18 +110,10 @@ TEST(ConverterMemory, FailureAtAnyAllocationIsAStatusAndHeals) {
       UCC_Destroy(instance);
     }
     void* refused = &refused;
-    countAllocations([&] { refused = UCC_Create(0); }, 0);
+    allocationsOf([&] { refused = UCC_Create(0); }, 1);
     EXPECT_EQ(refused, nullptr);
   }
 }
 
 }  // namespace
 }  // namespace qvs::test
-
-#else
-
-TEST(ConverterMemory, NeedsThePlainAllocator) {
-  GTEST_SKIP() << "sanitizers bring their own malloc";
-}
-
-#endif

@@ -2,11 +2,14 @@
 #include <gtest/gtest.h>
 #include <mc_enc_avc.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include "avc/AvcBufferGrowth.h"
 
 namespace {
 
@@ -59,6 +62,7 @@ struct Stream {
   explicit Stream(uint32_t room) : room(room) {
     table.copybytes = [](bufstream_tt* self, uint8_t*, uint32_t size) {
       Stream& stream = *static_cast<Stream*>(self->Buf_IO_struct);
+      if (stream.refusals != 0) return stream.refusals--, 0u;
       return size <= stream.room ? size : 0;
     };
     table.auxinfo = [](bufstream_tt* self, uint32_t, uint32_t code, void* info, uint32_t) -> uint32_t {
@@ -71,6 +75,7 @@ struct Stream {
   }
 
   uint32_t room;
+  uint32_t refusals = 0;  ///< calls that find no room, before all others
   bufstream_tt table{};
   std::vector<uint32_t> codes;
   std::vector<mc_v_au_struct_t> units;
@@ -118,6 +123,7 @@ TEST(AvcSettings, ThatCanNotBeServedAreRepairedOnceAndNamed) {
       {"interlace_mode can't be 1", [](auto& s) { s.interlace_mode = 1, s.def_vertical_size = 62; }},
       {"frame_rate", [](auto& s) { s.frame_rate = 1e300; }},
       {"frame_rate", [](auto& s) { s.frame_rate = -1; }},
+      {"frame_rate", [](auto& s) { s.frame_rate = 0.001; }},
       {"num_units_in_tick", [](auto& s) { s.num_units_in_tick = 1000000, s.time_scale = 1; }},
       {"max_bit_rate can't be 10, 850000 is taken", [](auto& s) { s.max_bit_rate = 10; }},
       {"hrd_maintain can't be 1", [](auto& s) { s.hrd_maintain = 1; }},
@@ -227,6 +233,40 @@ TEST(AvcEncoder, TakesTimesOfAnySize) {
   }
   EXPECT_EQ(stream.units.size(), 5u);
   h264OutVideoFree(encoder);
+}
+
+TEST(AvcEncoder, WritesTheUnitsBehindOneThatFindsNoRoomAtTheEnd) {
+  const mc_callbacks_t callbacks = makeCallbacks();
+  h264_v_settings settings = defaults();
+  settings.frame_rate = 0.05;
+  settings.reordering_delay = 4;
+  EXPECT_EQ(h264OutVideoChkSettings(&callbacks, &settings, 3, nullptr), 0);
+  h264venc_tt* encoder = h264OutVideoNew(&callbacks, &settings, 0, -1, 0, 0);
+  Stream stream(1 << 20);
+  ASSERT_EQ(h264OutVideoInit(encoder, &stream.table, 0, nullptr), 0);
+  for (uint32_t number = 0; number < 12; ++number) Picture(number).put(encoder);
+  const size_t written = stream.units.size();
+  ASSERT_LT(written, 10u);
+  stream.refusals = 1;
+  EXPECT_EQ(h264OutVideoDone(encoder, 0), 2);
+  EXPECT_EQ(stream.units.size(), 11u);
+  EXPECT_EQ(stream.units[10].DTS - stream.units[9].DTS, int64_t{27000000} * 20);
+  h264OutVideoFree(encoder);
+}
+
+// Under 10 kbit/s a tenth of a second is less than the kilobit in which the buffer is counted.
+TEST(AvcEncoder, LimitsTheBufferAtTheLowestRates) {
+  qvs::mc::AvcBufferGrowth growth;
+  growth.restart(5000);
+  int32_t last = 0;
+  for (int picture = 0; picture < 600; ++picture) {
+    growth.grow();
+    const int32_t limit = growth.limit(11);
+    EXPECT_GE(limit, std::max(last, 1));
+    EXPECT_LE(limit, 11);
+    last = limit;
+  }
+  EXPECT_EQ(last, 11);
 }
 
 }  // namespace

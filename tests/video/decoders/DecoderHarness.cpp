@@ -5,16 +5,18 @@
 #include "video/decoders/VideoDecoderH265.h"
 #include "video/decoders/VideoDecoderMP2.h"
 #include "video/decoders/VideoDecoderMP4.h"
+#include "video/decoders/VideoDecoderVPX.h"
 
 namespace qvs::test {
 
-std::unique_ptr<IVideoDecoder> makeDecoder(uint32_t codec, bool initialize) {
+std::unique_ptr<IVideoDecoder> makeDecoder(uint32_t codec, bool initialize, uint32_t version) {
   std::unique_ptr<IVideoDecoder> decoder;
   if (codec == 7) decoder = std::make_unique<VideoDecoderH264>();
   if (codec == 12) decoder = std::make_unique<VideoDecoderH265>();
   if (codec == 11) decoder = std::make_unique<VideoDecoderMP2>();
   if (codec == 10 || codec == 9 || codec == 2) decoder = std::make_unique<VideoDecoderMP4>();
-  decoder->setCodecAndVersion(codec, 0);
+  if (codec == 8) decoder = std::make_unique<VideoDecoderVPX>();
+  decoder->setCodecAndVersion(codec, version);
   if (initialize && decoder->initialize() != 0) decoder.reset();
   return decoder;
 }

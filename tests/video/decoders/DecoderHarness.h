@@ -11,7 +11,7 @@
 namespace qvs::test {
 
 /// A decoder class by its codec number, named to it and initialized.
-std::unique_ptr<IVideoDecoder> makeDecoder(uint32_t codec, bool initialize = true);
+std::unique_ptr<IVideoDecoder> makeDecoder(uint32_t codec, bool initialize = true, uint32_t version = 0);
 
 struct DecoderCounts {
   uint32_t units = 0;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/Md5.h"
+#include "support/DecodedPicture.h"
 #include "video/decoders/DecoderHarness.h"
 #include "video/decoders/UnitStream.h"
 

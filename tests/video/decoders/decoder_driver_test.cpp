@@ -8,6 +8,7 @@
 #include <new>
 #include <random>
 
+#include "bufstream/ParameterSets.h"
 #include "contract/DecodeFlags.h"
 #include "frames/VideoFrameBuffer.h"
 #include "support/MediaStream.h"
@@ -482,6 +483,39 @@ TEST(DecoderDriver, KnowsTheKeysOfItsClass) {
   EXPECT_THAT(known(h265), ElementsAre(0, 1, 10000, 10001, 10002, 10003, 10004, 10008));
   EXPECT_THAT(known(mp4), ElementsAre(0, 1, 10000, 10001, 10002));
   EXPECT_THAT(known(mp2), ElementsAre(0, 1, 10000, 10001, 10002));
+}
+
+TEST(ParameterSets, GoThroughRecordsAndAnnexB) {
+  ParameterSets avc;
+  EXPECT_EQ(avc.readAvcRecord(avcRecord(2)).field, nullptr);
+  EXPECT_EQ(avc.nalUnitLen, 2u);
+  EXPECT_EQ(avc.avcRecord(), avcRecord(2));
+  MediaBytes joined = afterCode(kSps);
+  const MediaBytes pps = afterCode(kPps);
+  joined.insert(joined.end(), pps.begin(), pps.end());
+  EXPECT_EQ(avc.annexB(), joined);
+  // What overruns a record leaves the sets as they were.
+  ParameterSets::Overrun overrun = avc.readAvcRecord(ParameterSets::View(joined).first(7));
+  EXPECT_STREQ(overrun.field, "spsOffset");
+  MediaBytes lying = avcRecord();
+  lying.pop_back();
+  overrun = avc.readAvcRecord(lying);
+  EXPECT_STREQ(overrun.field, "ppsLen");
+  EXPECT_EQ(overrun.value, kPps.size());
+  EXPECT_EQ(avc.annexB(), joined);
+  avc.spsFrame.resize(0x10004);
+  EXPECT_TRUE(avc.avcRecord().empty());
+
+  MediaBytes record(22);
+  record[21] = 1;
+  // Two sequence sets, of which the last counts, a message, and a picture set whose length lies.
+  for (const uint8_t byte :
+       {3, 33, 0, 2, 0, 2, 0x42, 6, 0, 2, 0x42, 9, 39, 0, 1, 0, 1, 7, 34, 0, 1, 0, 3, 0x44, 1})
+    record.push_back(byte);
+  ParameterSets hevc;
+  hevc.readHevcRecord(record);
+  EXPECT_EQ(hevc.nalUnitLen, 2u);
+  EXPECT_EQ(hevc.annexB(), afterCode({0x42, 9}));
 }
 
 TEST(H264Utils, BreaksAnnexBIntoUnitsUpToTheFirstSlice) {

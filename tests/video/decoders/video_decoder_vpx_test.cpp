@@ -3,14 +3,17 @@
 #include <vpx/vp8cx.h>
 #include <vpx/vpx_encoder.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <random>
 
 #include "contract/DecodeFlags.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/LogCollector.h"
-#include "support/Md5.h"
+#include "support/DecodedPicture.h"
 #include "support/TestPicture.h"
 #include "video/decoders/VideoDecoderVPX.h"
 #include "video/decoders/VPXUtils.h"
@@ -18,6 +21,7 @@
 namespace qvs {
 namespace {
 
+using test::CodedPacket;
 using test::CodedStream;
 using test::makeStream;
 using test::psnrOfPlane;
@@ -183,26 +187,180 @@ TEST_F(VideoDecoderVPXTest, FollowsASizeChange) {
   }
 }
 
-/// One VP9 picture in 4:4:4, which the decoder gives but frames can't take.
-std::vector<uint8_t> picture444() {
+/// A form of VP9 pictures that frames can't take as it is.
+struct OtherForm {
+  vpx_img_fmt_t format;
+  unsigned int profile, depth;
+  vpx_color_space_t space = VPX_CS_BT_709;
+};
+
+/// Pictures of noise in that form.
+std::vector<CodedPacket> encodeNoise(const OtherForm& form, uint32_t width, uint32_t height, uint32_t count) {
   vpx_codec_enc_cfg_t config{};
   vpx_codec_enc_config_default(vpx_codec_vp9_cx(), &config, 0);
-  config.g_w = config.g_h = 64;
-  config.g_profile = 1;
+  config.g_w = width;
+  config.g_h = height;
+  config.g_profile = form.profile;
+  config.g_bit_depth = static_cast<vpx_bit_depth_t>(form.depth);
+  config.g_input_bit_depth = form.depth;
   config.g_lag_in_frames = 0;
+  const vpx_codec_flags_t flags = form.depth > 8 ? VPX_CODEC_USE_HIGHBITDEPTH : 0;
   vpx_codec_ctx_t context{};
-  vpx_codec_enc_init(&context, vpx_codec_vp9_cx(), &config, 0);
-  vpx_image_t* image = vpx_img_alloc(nullptr, VPX_IMG_FMT_I444, 64, 64, 16);
-  for (unsigned char* plane : {image->planes[0], image->planes[1], image->planes[2]})
-    std::fill_n(plane, 64 * 64, 99);
-  vpx_codec_encode(&context, image, 0, 1, 0, VPX_DL_REALTIME);
-  vpx_codec_iter_t iterator = nullptr;
-  const vpx_codec_cx_pkt_t* packet = vpx_codec_get_cx_data(&context, &iterator);
-  const auto* bytes = static_cast<const uint8_t*>(packet->data.frame.buf);
-  std::vector<uint8_t> coded(bytes, bytes + packet->data.frame.sz);
+  EXPECT_EQ(vpx_codec_enc_init(&context, vpx_codec_vp9_cx(), &config, flags), VPX_CODEC_OK);
+  vpx_codec_control(&context, VP8E_SET_CPUUSED, 8);
+  vpx_codec_control(&context, VP9E_SET_COLOR_SPACE, static_cast<int>(form.space));
+  vpx_image_t* image = vpx_img_alloc(nullptr, form.format, width, height, 16);
+  image->bit_depth = form.depth;
+  image->cs = form.space;
+  std::mt19937 random(form.format + width);
+  std::vector<CodedPacket> packets;
+  for (uint32_t number = 0; number < count; ++number) {
+    for (int plane = 0; plane < 3; ++plane) {
+      const uint32_t rows = plane != 0 ? (height + image->y_chroma_shift) >> image->y_chroma_shift : height;
+      uint8_t* bytes = image->planes[plane];
+      const auto samples = static_cast<size_t>(image->stride[plane]) * rows / (form.depth > 8 ? 2 : 1);
+      for (size_t i = 0; i < samples; ++i) {
+        const uint32_t sample = random() & ((1u << form.depth) - 1);
+        if (form.depth > 8) {
+          reinterpret_cast<uint16_t*>(bytes)[i] = static_cast<uint16_t>(sample);
+        } else {
+          bytes[i] = static_cast<uint8_t>(sample);
+        }
+      }
+    }
+    EXPECT_EQ(vpx_codec_encode(&context, image, number, 1, 0, VPX_DL_REALTIME), VPX_CODEC_OK);
+    vpx_codec_iter_t iterator = nullptr;
+    while (const vpx_codec_cx_pkt_t* packet = vpx_codec_get_cx_data(&context, &iterator)) {
+      const auto* coded = static_cast<const uint8_t*>(packet->data.frame.buf);
+      packets.push_back({{coded, coded + packet->data.frame.sz}, number});
+    }
+  }
   vpx_img_free(image);
   vpx_codec_destroy(&context);
-  return coded;
+  return packets;
+}
+
+/// What a sample of an 8-bit 4:2:0 picture should be, in plain arithmetic and not rounded.
+class ExpectedSamples {
+ public:
+  explicit ExpectedSamples(const vpx_image_t& source) : image(source) {}
+
+  double at(int plane, int x, int y) const {
+    if (image.cs != VPX_CS_SRGB) return filtered(plane, x, y, plane != 0);
+    const double red = image.d_h >= 720 ? 0.2126 : 0.299, blue = image.d_h >= 720 ? 0.0722 : 0.114;
+    const double g = filtered(0, x, y, plane != 0), b = filtered(1, x, y, plane != 0),
+                 r = filtered(2, x, y, plane != 0);
+    const double luma = red * r + blue * b + (1 - red - blue) * g;
+    if (plane == 0) return luma;
+    return 128 + (plane == 1 ? (b - luma) / (2 * (1 - blue)) : (r - luma) / (2 * (1 - red)));
+  }
+
+ private:
+  double sample(int plane, int x, int y) const {
+    const int width =
+        plane != 0 ? (static_cast<int>(image.d_w) + shiftX()) >> shiftX() : static_cast<int>(image.d_w);
+    const int height =
+        plane != 0 ? (static_cast<int>(image.d_h) + shiftY()) >> shiftY() : static_cast<int>(image.d_h);
+    const uint8_t* row = image.planes[plane] + ptrdiff_t{std::clamp(y, 0, height - 1)} * image.stride[plane];
+    const int column = std::clamp(x, 0, width - 1);
+    if ((image.fmt & VPX_IMG_FMT_HIGHBITDEPTH) == 0) return row[column];
+    return reinterpret_cast<const uint16_t*>(row)[column] / static_cast<double>(1u << (image.bit_depth - 8));
+  }
+  double filtered(int plane, int x, int y, bool chroma) const {
+    const bool halve = chroma && shiftX() == 0, merge = chroma && shiftY() == 0;
+    const auto row = [&](int at) {
+      if (!halve) return sample(plane, x, at);
+      return (sample(plane, 2 * x - 1, at) + 2 * sample(plane, 2 * x, at) + sample(plane, 2 * x + 1, at)) / 4;
+    };
+    return merge ? (row(2 * y) + row(2 * y + 1)) / 2 : row(y);
+  }
+  int shiftX() const { return static_cast<int>(image.x_chroma_shift); }
+  int shiftY() const { return static_cast<int>(image.y_chroma_shift); }
+
+  const vpx_image_t& image;
+};
+
+/// Decodes with libvpx itself beside the decoder and compares each sample. Pictures compared.
+uint32_t compareConverted(VideoDecoderVPX& decoder, std::vector<CodedPacket> packets, uint32_t fourCC) {
+  decoder.setParameterValue(VideoDecoderVPX::kKeyConvertFormats, int64_t{1});
+  vpx_codec_ctx_t direct{};
+  vpx_codec_dec_init(&direct, vpx_codec_vp9_dx(), nullptr, 0);
+  uint32_t pictures = 0;
+  for (auto& [packet, timecode] : packets) {
+    vpx_codec_decode(&direct, packet.data(), static_cast<unsigned>(packet.size()), nullptr, 0);
+    vpx_codec_iter_t iterator = nullptr;
+    const vpx_image_t* image = vpx_codec_get_frame(&direct, &iterator);
+    uint32_t flags = 0;
+    decoder.addFrame(packet.data(), 0, static_cast<uint32_t>(packet.size()), timecode, 0);
+    decoder.decode(&flags);
+    if (image == nullptr) continue;
+    EXPECT_EQ(flags, kPicture);
+    VideoFrameBuffer frame;
+    frame.allocBuffer(image->d_w, image->d_h, fourCC, 1);
+    EXPECT_EQ(decoder.getDecodedFrame(frame), 0u);
+    VideoFrameBuffer planar;
+    if (fourCC == kFourCCNV12) {
+      planar.allocBuffer(image->d_w, image->d_h, kFourCCYV12);
+      frame.copyNV12toYV12(planar);
+    }
+    const std::vector<uint8_t> planes = test::i420Bytes(fourCC == kFourCCNV12 ? planar : frame);
+    const ExpectedSamples expected(*image);
+    const uint8_t* at = planes.data();
+    double worst = 0;
+    for (int plane = 0; plane < 3; ++plane) {
+      const int width = static_cast<int>(plane == 0 ? image->d_w : image->d_w / 2);
+      const int height = static_cast<int>(plane == 0 ? image->d_h : image->d_h / 2);
+      for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+          worst = std::max(worst, std::abs(*at++ - std::clamp(expected.at(plane, x, y), 0.0, 255.0)));
+        }
+      }
+    }
+    EXPECT_LE(worst, image->cs == VPX_CS_SRGB ? 0.51 : 0.5) << "picture " << pictures;
+    ++pictures;
+  }
+  vpx_codec_destroy(&direct);
+  return pictures;
+}
+
+TEST_F(VideoDecoderVPXTest, BringsOtherFormsTo420WhereAsked) {
+  constexpr OtherForm kForms[] = {{VPX_IMG_FMT_I444, 1, 8},
+                                  {VPX_IMG_FMT_I422, 1, 8},
+                                  {VPX_IMG_FMT_I440, 1, 8},
+                                  {VPX_IMG_FMT_I42016, 2, 10},
+                                  {VPX_IMG_FMT_I42216, 3, 12},
+                                  {VPX_IMG_FMT_I44416, 3, 10},
+                                  {VPX_IMG_FMT_I444, 1, 8, VPX_CS_SRGB},
+                                  {VPX_IMG_FMT_I44416, 3, 12, VPX_CS_SRGB}};
+  for (const OtherForm& form : kForms) {
+    SCOPED_TRACE(testing::Message() << form.format << " in " << form.depth << " bits");
+    for (const auto& [width, height] : {std::pair{66u, 50u}, {35u, 17u}, {16u, 720u}}) {
+      open(9);
+      EXPECT_EQ(compareConverted(decoder, encodeNoise(form, width, height, 2), kFourCCI420), 2u);
+    }
+    open(9);
+    EXPECT_EQ(compareConverted(decoder, encodeNoise(form, 66, 50, 1), kFourCCNV12), 1u);
+  }
+  logLines();
+  VideoFrameBuffer small;
+  small.allocBuffer(9, 5, kFourCCYV12);
+  EXPECT_EQ(decoder.getDecodedFrame(small), 0u);
+  VideoFrameBuffer packed;
+  packed.allocBuffer(66, 50, kFourCCBGRA, 1);
+  EXPECT_EQ(decoder.getDecodedFrame(packed), 0u);
+  EXPECT_EQ(logLines().size(), 1u);
+}
+
+TEST_F(VideoDecoderVPXTest, BringsRealStreamsOfOtherFormsTo420) {
+  const char* root = std::getenv("QVS_MEDIA");
+  if (root == nullptr) GTEST_SKIP() << "QVS_MEDIA names no folder with media: real streams are not checked";
+  for (const char* name : {"320-444-10bit.ivf", "320-444-12bit.ivf", "vp9-multi-tile.ivf"}) {
+    SCOPED_TRACE(name);
+    std::vector<CodedPacket> packets = test::readIvf(std::string(root) + "/clips/vp9/" + name).packets;
+    packets.resize(std::min<size_t>(packets.size(), 3));
+    open(9);
+    EXPECT_GT(compareConverted(decoder, packets, kFourCCYV12), 1u);
+  }
 }
 
 TEST_F(VideoDecoderVPXTest, WarnsOnceOfAPictureThatFramesCanNotTake) {
@@ -210,12 +368,13 @@ TEST_F(VideoDecoderVPXTest, WarnsOnceOfAPictureThatFramesCanNotTake) {
   logLines();
   VideoFrameBuffer frame;
   frame.allocBuffer(64, 64, kFourCCYV12, 1);
-  const std::vector<uint8_t> coded = picture444();
+  const std::vector<uint8_t> coded = encodeNoise({VPX_IMG_FMT_I444, 1, 8}, 64, 64, 1)[0].bytes;
   for (uint64_t timecode : {40, 80}) {
     ASSERT_EQ(decode(coded, timecode), kPicture);
     EXPECT_EQ(decoder.getDecodedFrame(frame), 0u);
     EXPECT_EQ(frame.getTimecode(), timecode);
-    EXPECT_EQ(frame.getPlane(0)[0], 0);
+    const std::vector<uint8_t> planes = test::i420Bytes(frame);
+    EXPECT_EQ(std::count(planes.begin(), planes.end(), 0), static_cast<ptrdiff_t>(planes.size()));
   }
   EXPECT_THAT(
       logLines(),

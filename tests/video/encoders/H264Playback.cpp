@@ -90,9 +90,9 @@ std::vector<int> nalTypes(const std::vector<uint8_t>& unit) {
 
 namespace {
 
-void run(Player& player, const std::vector<H264Unit>& units) {
+void run(Player& player, const std::vector<EncodedUnit>& units) {
   std::unique_ptr<AVPacket, Free> packet(av_packet_alloc());
-  for (const H264Unit& unit : units) {
+  for (const EncodedUnit& unit : units) {
     av_new_packet(packet.get(), static_cast<int>(unit.bytes.size()));
     std::memcpy(packet->data, unit.bytes.data(), unit.bytes.size());
     for (size_t at = 0; at + kLength < unit.bytes.size(); at += kLength + lengthAt(unit.bytes, at)) {
@@ -108,13 +108,13 @@ void run(Player& player, const std::vector<H264Unit>& units) {
 
 }  // namespace
 
-std::vector<H264Picture> play(const std::vector<H264Unit>& units) {
+std::vector<H264Picture> play(const std::vector<EncodedUnit>& units) {
   Player player;
   run(player, units);
   return player.ok ? player.pictures : std::vector<H264Picture>{};
 }
 
-H264Shape shapeOf(const std::vector<H264Unit>& units) {
+H264Shape shapeOf(const std::vector<EncodedUnit>& units) {
   Player player;
   run(player, units);
   return player.shape();

@@ -3,18 +3,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "support/EncodedUnit.h"
+
 namespace qvs::test {
-
-/// One access unit as an encoder gave it.
-struct H264Unit {
-  std::vector<uint8_t> bytes;
-  uint64_t timecode = 0;  ///< milliseconds
-  int64_t offset = 0;     ///< milliseconds
-  uint32_t frameType = 0;
-  bool operator==(const H264Unit&) const = default;
-
-  int64_t presentation() const { return static_cast<int64_t>(timecode) + offset; }
-};
 
 /// A decoded picture, planes Y, U, V without padding.
 struct H264Picture {
@@ -28,7 +19,7 @@ struct H264Picture {
 std::vector<int> nalTypes(const std::vector<uint8_t>& unit);
 
 /// Plays length-prefixed units with libavcodec. Empty where the decoder complains.
-std::vector<H264Picture> play(const std::vector<H264Unit>& units);
+std::vector<H264Picture> play(const std::vector<EncodedUnit>& units);
 
 /// What a stream tells about its pictures, as its decoder understood it; 0 where it told nothing.
 struct H264Shape {
@@ -38,7 +29,7 @@ struct H264Shape {
   int range = 0;  ///< 1 narrow, 2 full
   double frameRate = 0;
 };
-H264Shape shapeOf(const std::vector<H264Unit>& units);
+H264Shape shapeOf(const std::vector<EncodedUnit>& units);
 
 double psnr(const std::vector<uint8_t>& left, const std::vector<uint8_t>& right);
 

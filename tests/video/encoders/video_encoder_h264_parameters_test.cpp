@@ -3,7 +3,7 @@
 
 #include <cmath>
 #include <limits>
-#include <random>
+#include <sstream>
 
 #include "contract/ParameterType.h"
 #include "H264EncoderUnderTest.h"
@@ -21,146 +21,33 @@ constexpr uint32_t kMaxFrameSize = 10033;
 constexpr uint32_t kQuantStrength = 10116;
 constexpr uint32_t kIntra8x8List = 10127;
 
-/// Fields by key; empty where a key is no integer or array field of the library's.
-constexpr const char* kFields[kCount] = {"profile_id",
-                                         "level_id",
-                                         "idr_interval",
-                                         "reordering_delay",
-                                         "interlace_mode",
-                                         "def_horizontal_size",
-                                         "def_vertical_size",
-                                         "frame_rate",
-                                         "num_reference_frames",
-                                         "search_range",
-                                         "max_l0_active",
-                                         "max_l1_active",
-                                         "quant_pI",
-                                         "quant_pP",
-                                         "quant_pB",
-                                         "bit_rate_mode",
-                                         "bit_rate_buffer_size",
-                                         "bit_rate",
-                                         "max_bit_rate",
-                                         "inter_search_shape",
-                                         "entropy_coding_mode",
-                                         "use_hadamard_transform",
-                                         "sar_width",
-                                         "sar_height",
-                                         "video_format",
-                                         "num_units_in_tick",
-                                         "time_scale",
-                                         "vbv_buffer_fullness",
-                                         "vbv_buffer_fullness_trg",
-                                         "vbv_buffer_units",
-                                         "cpb_removal_delay",
-                                         "bit_rate_scale",
-                                         "cpb_size_scale",
-                                         "max_frame_size",
-                                         "hrd_maintain",
-                                         "min_frame_size",
-                                         "hrd_low_delay",
-                                         "smooth_factor",
-                                         "use_deblocking_filter",
-                                         "deblocking_alphaC0_offset",
-                                         "deblocking_beta_offset",
-                                         "adaptive_deblocking",
-                                         "video_type",
-                                         "video_pulldown_flag",
-                                         "overscan_appropriate_flag",
-                                         "stream_type",
-                                         "bit_depth_luma",
-                                         "bit_depth_chroma",
-                                         "chroma_format",
-                                         "write_au_delimiters",
-                                         "write_seq_end_code",
-                                         "write_timestamps",
-                                         "timestamp_offset",
-                                         "drop_frame_timecode",
-                                         "write_single_sei_per_nalu",
-                                         "write_seq_par_set",
-                                         "write_pic_par_set",
-                                         "log2_max_poc",
-                                         "log2_max_frame_num",
-                                         "pic_order_cnt_type",
-                                         "pic_order_present_flag",
-                                         "fixed_frame_rate",
-                                         "frame_based_timing",
-                                         "vcsd_mode",
-                                         "slice_arg",
-                                         "b_slice_reference",
-                                         "b_slice_pyramid",
-                                         "cb_offset",
-                                         "cr_offset",
-                                         "me_subpel_mode",
-                                         "me_weighted_p_mode",
-                                         "me_weighted_b_mode",
-                                         "enable_fast_intra_decisions",
-                                         "enable_fast_inter_decisions",
-                                         "pic_ar_x",
-                                         "pic_ar_y",
-                                         "calc_quality",
-                                         "cpu_opt",
-                                         "num_threads",
-                                         "live_mode",
-                                         "buffering",
-                                         "min_quant",
-                                         "max_quant",
-                                         "max_slice_size",
-                                         "constrained_slices",
-                                         "encoding_buffering",
-                                         "low_delay",
-                                         "air_mode",
-                                         "detach_thread",
-                                         "constrained_intra_pred",
-                                         "air_split_frequency",
-                                         "air_qp_offset",
-                                         "min_idr_interval",
-                                         "adaptive_b_frames",
-                                         "idr_frequency",
-                                         "field_order",
-                                         "fixed_i_position",
-                                         "isolated_gops",
-                                         "hierar_p_frames",
-                                         "fast_multi_ref_me",
-                                         "fast_sub_block_me",
-                                         "allow_out_of_pic_mvs",
-                                         "constrained_ref_list",
-                                         "chroma_me",
-                                         "enable_intra_big",
-                                         "enable_intra_8x8",
-                                         "enable_intra_4x4",
-                                         "enable_intra_pcm",
-                                         "enable_inter_big",
-                                         "enable_inter_8x8",
-                                         "enable_inter_4x4",
-                                         "enable_inter_pcm",
-                                         "fast_rd_optimization",
-                                         "quant_mode",
-                                         "grain_mode",
-                                         "grain_opt_strength",
-                                         "adaptive_quant_strength",
-                                         "denoise_strength_y",
-                                         "denoise_strength_c",
-                                         "black_norm_level",
-                                         "pulse_reduction",
-                                         "intra_y_4x4_scaling_list",
-                                         "intra_cb_4x4_scaling_list",
-                                         "intra_cr_4x4_scaling_list",
-                                         "inter_y_4x4_scaling_list",
-                                         "inter_cb_4x4_scaling_list",
-                                         "inter_cr_4x4_scaling_list",
-                                         "intra_y_8x8_scaling_list",
-                                         "inter_y_8x8_scaling_list",
-                                         "",
-                                         "",
-                                         "",
-                                         "extended_sar",
-                                         "vui_presentation",
-                                         "",
-                                         "",
-                                         "constraint_set3_flag",
-                                         "constraint_set4_flag",
-                                         "constraint_set5_flag"};
+/// Fields by key, from the first on; "-" where a key is no integer or array field of the library's.
+constexpr const char* kFields =
+    "profile_id level_id idr_interval reordering_delay interlace_mode def_horizontal_size "
+    "def_vertical_size frame_rate num_reference_frames search_range max_l0_active max_l1_active quant_pI "
+    "quant_pP quant_pB bit_rate_mode bit_rate_buffer_size bit_rate max_bit_rate inter_search_shape "
+    "entropy_coding_mode use_hadamard_transform sar_width sar_height video_format num_units_in_tick "
+    "time_scale vbv_buffer_fullness vbv_buffer_fullness_trg vbv_buffer_units cpb_removal_delay "
+    "bit_rate_scale cpb_size_scale max_frame_size hrd_maintain min_frame_size hrd_low_delay "
+    "smooth_factor use_deblocking_filter deblocking_alphaC0_offset deblocking_beta_offset "
+    "adaptive_deblocking video_type video_pulldown_flag overscan_appropriate_flag stream_type "
+    "bit_depth_luma bit_depth_chroma chroma_format write_au_delimiters write_seq_end_code "
+    "write_timestamps timestamp_offset drop_frame_timecode write_single_sei_per_nalu write_seq_par_set "
+    "write_pic_par_set log2_max_poc log2_max_frame_num pic_order_cnt_type pic_order_present_flag "
+    "fixed_frame_rate frame_based_timing vcsd_mode slice_arg b_slice_reference b_slice_pyramid cb_offset "
+    "cr_offset me_subpel_mode me_weighted_p_mode me_weighted_b_mode enable_fast_intra_decisions "
+    "enable_fast_inter_decisions pic_ar_x pic_ar_y calc_quality cpu_opt num_threads live_mode buffering "
+    "min_quant max_quant max_slice_size constrained_slices encoding_buffering low_delay air_mode "
+    "detach_thread constrained_intra_pred air_split_frequency air_qp_offset min_idr_interval "
+    "adaptive_b_frames idr_frequency field_order fixed_i_position isolated_gops hierar_p_frames "
+    "fast_multi_ref_me fast_sub_block_me allow_out_of_pic_mvs constrained_ref_list chroma_me "
+    "enable_intra_big enable_intra_8x8 enable_intra_4x4 enable_intra_pcm enable_inter_big "
+    "enable_inter_8x8 enable_inter_4x4 enable_inter_pcm fast_rd_optimization quant_mode grain_mode "
+    "grain_opt_strength adaptive_quant_strength denoise_strength_y denoise_strength_c black_norm_level "
+    "pulse_reduction intra_y_4x4_scaling_list intra_cb_4x4_scaling_list intra_cr_4x4_scaling_list "
+    "inter_y_4x4_scaling_list inter_cb_4x4_scaling_list inter_cr_4x4_scaling_list "
+    "intra_y_8x8_scaling_list inter_y_8x8_scaling_list - - - extended_sar vui_presentation - - "
+    "constraint_set3_flag constraint_set4_flag constraint_set5_flag";
 
 uint32_t arrayLength(uint32_t key) {
   if (key == 10033 || key == 10035) return 4;
@@ -196,9 +83,11 @@ TEST(VideoEncoderH264Parameters, TellTheirTypes) {
 
 TEST(VideoEncoderH264Parameters, ReachTheFieldOfTheirKeyAndAreRepairedByName) {
   constexpr int64_t kUnservable = -7777777;
-  for (uint32_t key = kFirst; key < kFirst + kCount; ++key) {
-    const std::string field = kFields[key - kFirst];
-    if (field.empty() || arrayLength(key) != 0 || key == 10007) continue;
+  std::istringstream fields(kFields);
+  std::string field;
+  uint32_t key = kFirst;
+  for (; fields >> field; ++key) {
+    if (field == "-" || arrayLength(key) != 0 || key == 10007) continue;
     H264EncoderUnderTest t(64, 64);
     t.set(key, kUnservable);
     testing::internal::CaptureStdout();
@@ -208,6 +97,7 @@ TEST(VideoEncoderH264Parameters, ReachTheFieldOfTheirKeyAndAreRepairedByName) {
     EXPECT_THAT(printed, HasSubstr(", " + std::to_string(t.get(key)) + " is taken")) << key;
     EXPECT_EQ(t.encoder.initialize(), 0u) << key;
   }
+  EXPECT_EQ(key, kFirst + kCount);
 }
 
 TEST(VideoEncoderH264Parameters, PassTheDefaultsUnchangedAtEverySpeed) {
@@ -345,7 +235,7 @@ TEST(VideoEncoderH264Parameters, AreTakenAsDescribedInTheStream) {
   EXPECT_NEAR(shape.frameRate, 25, 0.001);
 }
 
-constexpr uint32_t kCodePoints = VideoEncoderH264::kKeyColourCodePoints;
+constexpr uint32_t kCodePoints = VideoEncoderH264::kKeyColorCodePoints;
 
 test::H264Shape shapeOfColours(H264EncoderUnderTest& t) {
   EXPECT_EQ(t.start(), 0u);
@@ -380,30 +270,6 @@ TEST(VideoEncoderH264Parameters, LeaveColoursOpenThatCanNotBe) {
   EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("colorimetry"));
   EXPECT_THAT((std::vector{shape.primaries, shape.transfer, shape.matrix}), ElementsAre(2, 1, 2));
   EXPECT_NE(shape.range, 2);
-}
-
-/// Values of every key at random. libx264 leaks what it had taken when it refuses, so none may reach it.
-TEST(VideoEncoderH264Parameters, OfAnyValueAreRepaired) {
-  std::mt19937_64 random(7);
-  testing::internal::CaptureStdout();
-  for (int round = 0; round < 150; ++round) {
-    H264EncoderUnderTest t(64, 64);
-    for (uint32_t key = kFirst; key < kFirst + kCount; ++key) {
-      if (key == 10005 || key == 10006 || key == 10078)
-        continue;  // sizes and threads that are served, slowly
-      if (random() % 4 == 0) t.set(key, static_cast<int64_t>(random() % 12) - 2);
-      if (random() % 16 == 0) t.set(key, static_cast<int64_t>(random()));
-      int64_t values[64];
-      for (int64_t& value : values) value = static_cast<int64_t>(random() % 40);
-      if (random() % 4 == 0) t.encoder.setParameterValue(key, values, 64);
-      if (random() % 99 == 0) t.encoder.setParameterValue(kCodePoints, values, 4);
-    }
-    ASSERT_EQ(t.start(), 0u) << round;
-    VideoFrameBuffer frame;
-    frame.allocBuffer(64, 64, kFourCCYV12);
-    EXPECT_FALSE(t.encode(frame, 3).empty()) << round;
-  }
-  testing::internal::GetCapturedStdout();
 }
 
 }  // namespace

@@ -81,7 +81,7 @@ bool AacEncoder::openCodec() {
 }
 
 // Measured on music at 48 kHz stereo, user time of the fast search to that of the two-loop one and how much
-// closer (dB) its sound is to the input: 32k 0.29 / -2.4, 48k 0.38 / -4.3, 64k 0.39 to 0.56 / -1.2 to 1.8,
+// closer (dB) its output is to the input: 32k 0.29 / -2.4, 48k 0.38 / -4.3, 64k 0.39 to 0.56 / -1.2 to 1.8,
 // 80k 0.39 / 3.9, 96k 0.43 / 5.6, 128k 0.55 / 5.6, 192k 0.62 / 7.6.
 bool AacEncoder::searchesFast() const {
   constexpr uint32_t kFastFrom = 32000;  // bit/s a channel

@@ -32,7 +32,7 @@ size_t tagBytes(const uint8_t*) {
   return 0;
 }
 
-bool holdsSound(std::span<const uint8_t>, const mc_aud_frame_hdr_t&) {
+bool holdsAudio(std::span<const uint8_t>, const mc_aud_frame_hdr_t&) {
   return true;
 }
 
@@ -48,7 +48,7 @@ const FrameFormat kAdtsFormat = {
     .headerBytes = kHeaderBytes,
     .readHeader = readHeader,
     .tagBytes = tagBytes,
-    .holdsSound = holdsSound,
+    .holdsAudio = holdsAudio,
 };
 
 }  // namespace qvs::mc

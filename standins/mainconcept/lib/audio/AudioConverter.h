@@ -10,7 +10,7 @@
 
 namespace qvs::mc {
 
-/// One stream of sound on its way to another format. A stream whose format stays is handed on bit for bit.
+/// One stream of audio on its way to another format. A stream whose format stays is handed on bit for bit.
 class AudioConverter {
  public:
   /// 0 or a code of mc_audio_converter.h.

@@ -21,8 +21,8 @@ AudioStreamDecoder& decoderOf(bufstream_tt* stream) {
 }  // namespace
 
 AudioStreamDecoder::AudioStreamDecoder(const FrameFormat& frameFormat, const callbacks_t* hostCallbacks,
-                                       std::unique_ptr<SoundCodec> soundCodec)
-    : format(frameFormat), codec(std::move(soundCodec)), assembler(frameFormat, codec->input()) {
+                                       std::unique_ptr<AudioCodec> audioCodec)
+    : format(frameFormat), codec(std::move(audioCodec)), assembler(frameFormat, codec->input()) {
   if (hostCallbacks != nullptr) callbacks = *hostCallbacks;
   record.Buf_IO_struct = this;
   record.copybytes = [](bufstream_tt* stream, uint8_t* source, uint32_t size) {
@@ -36,7 +36,7 @@ AudioStreamDecoder::AudioStreamDecoder(const FrameFormat& frameFormat, const cal
 }
 
 bufstream_tt* AudioStreamDecoder::create(const FrameFormat& format, const callbacks_t* callbacks) {
-  auto codec = SoundCodec::open(format.codecName);
+  auto codec = AudioCodec::open(format.codecName);
   if (codec == nullptr) return nullptr;
   auto* decoder = new (std::nothrow) AudioStreamDecoder(format, callbacks, std::move(codec));
   return decoder != nullptr ? &decoder->record : nullptr;
@@ -65,12 +65,17 @@ uint32_t AudioStreamDecoder::decodeNext(std::span<const uint8_t> input) {
   blockWaits = false;
   const size_t offered = input.size();
   const size_t junk = assembler.junkBytes();
-  switch (assembler.take(input)) {
+  const size_t falseTags = assembler.falseTags();
+  const FrameAssembler::Progress progress = assembler.take(input);
+  if (assembler.falseTags() > falseTags && callbacks.wrn_printf != nullptr) {
+    callbacks.wrn_printf("%s decoder: a tag's length was wrong, frames lay in it", format.name);
+  }
+  switch (progress) {
     case FrameAssembler::Progress::kFrame:
       decodeFrame();
       break;
     case FrameAssembler::Progress::kRefused:
-      tellRefusal();
+      warnRefused();
       state = PARSE_ERR_FLAG;
       break;
     case FrameAssembler::Progress::kNeedsBytes:
@@ -83,10 +88,10 @@ void AudioStreamDecoder::decodeFrame() {
   const mc_aud_frame_hdr_t coded = assembler.header();
   header = coded;
   headerKnown = true;
-  const SoundCodec::Result result = codec->decode(assembler.frame().size());
+  const AudioCodec::Result result = codec->decode(assembler.frame().size());
   assembler.clear();
-  if (result != SoundCodec::Result::kBlock) {
-    state = result == SoundCodec::Result::kSilent ? PARSE_DONE_FLAG : PARSE_ERR_FLAG;
+  if (result != AudioCodec::Result::kBlock) {
+    state = result == AudioCodec::Result::kSilent ? PARSE_DONE_FLAG : PARSE_ERR_FLAG;
     return;
   }
   header.sample_rate = codec->sampleRate();
@@ -102,9 +107,9 @@ void AudioStreamDecoder::decodeFrame() {
 // extensions of HE, and the codec would stay with them.
 bool AudioStreamDecoder::isPlausible(const mc_aud_frame_hdr_t& coded) {
   const bool sameHeader = coded.sample_rate == lastCoded.sample_rate && coded.channels == lastCoded.channels;
-  const bool sameSound =
+  const bool sameAudio =
       header.sample_rate == lastDecoded.sample_rate && header.channels == lastDecoded.channels;
-  if (sameHeader && !sameSound) return false;
+  if (sameHeader && !sameAudio) return false;
   lastCoded = coded;
   lastDecoded = header;
   return true;
@@ -162,8 +167,8 @@ uint32_t AudioStreamDecoder::tellHeader(void* info) const {
   return kDone;
 }
 
-void AudioStreamDecoder::tellRefusal() {
-  if (callbacks.wrn_printf == nullptr || std::exchange(refusalTold, true)) return;
+void AudioStreamDecoder::warnRefused() {
+  if (callbacks.wrn_printf == nullptr || std::exchange(refusedWarned, true)) return;
   callbacks.wrn_printf("%s decoder: %s", format.name, format.refusedText);
 }
 

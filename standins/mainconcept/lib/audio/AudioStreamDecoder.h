@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "audio/AudioCodec.h"
 #include "audio/FrameAssembler.h"
-#include "audio/SoundCodec.h"
 #include "mc_audio.h"
 #include "mc_bufstream.h"
 #include "mc_callbacks.h"
@@ -20,7 +20,7 @@ class AudioStreamDecoder {
 
  private:
   AudioStreamDecoder(const FrameFormat& frameFormat, const callbacks_t* hostCallbacks,
-                     std::unique_ptr<SoundCodec> soundCodec);
+                     std::unique_ptr<AudioCodec> audioCodec);
 
   uint32_t copyBytes(std::span<const uint8_t> input);
   uint32_t auxInfo(uint32_t code, void* info, uint32_t size);
@@ -31,12 +31,12 @@ class AudioStreamDecoder {
   void deliver();
   uint32_t serves(const void* config, uint32_t size) const;
   uint32_t tellHeader(void* info) const;
-  void tellRefusal();
+  void warnRefused();
 
   bufstream_tt record{};
   const FrameFormat& format;
   callbacks_t callbacks{};
-  std::unique_ptr<SoundCodec> codec;
+  std::unique_ptr<AudioCodec> codec;
   FrameAssembler assembler;
   aud_bfr_tt* target = nullptr;  ///< the caller's
   uint32_t room = 0;             ///< bytes that the target had when the call began
@@ -47,7 +47,7 @@ class AudioStreamDecoder {
   bool headerKnown = false;
   bool headerOnly = false;  ///< the next call reads a header
   bool blockWaits = false;  ///< for room
-  bool refusalTold = false;
+  bool refusedWarned = false;
 };
 
 }  // namespace qvs::mc

@@ -16,7 +16,7 @@ FrameAssembler::Progress FrameAssembler::take(std::span<const uint8_t>& input) {
       input = {};
       return Progress::kRefused;
     }
-    if (format.holdsSound(frame(), frameHeader)) {
+    if (format.holdsAudio(frame(), frameHeader)) {
       junk = 0;
       return Progress::kFrame;
     }
@@ -43,10 +43,13 @@ bool FrameAssembler::endsWell(std::span<const uint8_t> input, size_t end) const 
 }
 
 bool FrameAssembler::skipTag(std::span<const uint8_t>& input) {
-  const size_t skipped = std::min(tagLeft, input.size());
-  input = input.subspan(skipped);
-  tagLeft -= skipped;
-  return tagLeft == 0;
+  if (tag.isDone()) return true;
+  if (!tag.skip(input)) return false;
+  const std::span<const uint8_t> begun = tag.begun();
+  std::copy(begun.begin(), begun.end(), bytes.begin());
+  held = begun.size();
+  if (held > 0) ++falseTagCount;
+  return true;
 }
 
 bool FrameAssembler::gather(size_t count, std::span<const uint8_t>& input) {
@@ -60,8 +63,8 @@ bool FrameAssembler::gather(size_t count, std::span<const uint8_t>& input) {
 /// What the bytes at hand begin: a tag, a frame, or junk of which one byte is passed over. False: a frame
 /// that isn't served.
 bool FrameAssembler::examineHeader(std::span<const uint8_t> input) {
-  if (const size_t tag = format.tagBytes(bytes.data()); tag > 0) {
-    tagLeft = tag - held;
+  if (const size_t size = format.tagBytes(bytes.data()); size > 0) {
+    tag.begin(size - held);
     held = 0;
     return true;
   }
@@ -92,8 +95,12 @@ bool FrameAssembler::findHeader(std::span<const uint8_t> input, mc_aud_frame_hdr
   for (size_t at = 0; at + kShortestHeader <= input.size(); ++at) {
     std::array<uint8_t, kLongestHeader> window{};
     std::memcpy(window.data(), input.data() + at, std::min(window.size(), input.size() - at));
-    if (const size_t tag = format.tagBytes(window.data()); tag > 0) {
-      at += tag - 1;
+    if (const size_t size = format.tagBytes(window.data()); size > 0) {
+      std::span<const uint8_t> rest = input.subspan(at);
+      TagSkipper skipper(format);
+      skipper.begin(size);
+      if (!skipper.skip(rest)) return false;
+      at = input.size() - rest.size() - skipper.begun().size() - 1;
       continue;
     }
     size_t length = 0;

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "audio/FrameFormat.h"
+#include "audio/TagSkipper.h"
 
 namespace qvs::mc {
 
@@ -16,7 +17,7 @@ class FrameAssembler {
 
   /// Gathers in `memory`, at least kMaxFrameBytes; borrowed.
   FrameAssembler(const FrameFormat& frameFormat, std::span<uint8_t> memory)
-      : format(frameFormat), bytes(memory) {}
+      : format(frameFormat), bytes(memory), tag(frameFormat) {}
 
   /// Takes from the front of `input` up to the end of the next frame. A refused frame takes all.
   Progress take(std::span<const uint8_t>& input);
@@ -30,6 +31,9 @@ class FrameAssembler {
 
   /// Bytes passed over since the last frame.
   size_t junkBytes() const { return junk; }
+
+  /// Tags so far that held frames: their length was wrong.
+  size_t falseTags() const { return falseTagCount; }
 
   /// Forgets the frame, or its begin.
   void clear() { held = frameBytes = 0; }
@@ -48,8 +52,9 @@ class FrameAssembler {
   mc_aud_frame_hdr_t frameHeader{};
   size_t held = 0;
   size_t frameBytes = 0;  ///< 0 while the header isn't whole
-  size_t tagLeft = 0;
+  TagSkipper tag;
   size_t junk = 0;
+  size_t falseTagCount = 0;
 };
 
 }  // namespace qvs::mc

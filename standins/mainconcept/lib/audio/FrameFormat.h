@@ -28,8 +28,8 @@ struct FrameFormat {
   /// Length of a file's tag that begins here, 0 where none does.
   size_t (*tagBytes)(const uint8_t* bytes);
 
-  /// Whether a whole frame holds sound; a table of contents doesn't.
-  bool (*holdsSound)(std::span<const uint8_t> frame, const mc_aud_frame_hdr_t& header);
+  /// Whether a whole frame holds audio; a table of contents doesn't.
+  bool (*holdsAudio)(std::span<const uint8_t> frame, const mc_aud_frame_hdr_t& header);
 };
 
 extern const FrameFormat kAdtsFormat;

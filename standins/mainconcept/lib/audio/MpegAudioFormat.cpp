@@ -72,7 +72,7 @@ size_t tagBytes(const uint8_t* bytes) {
 }
 
 // A file's table of contents lies in a layer III frame of silence, behind an empty side information.
-bool holdsSound(std::span<const uint8_t> frame, const mc_aud_frame_hdr_t& header) {
+bool holdsAudio(std::span<const uint8_t> frame, const mc_aud_frame_hdr_t& header) {
   constexpr size_t kSideInfoBytes[2][2] = {{17, 32}, {9, 17}};  // [MPEG-1 or later][mono or stereo]
   constexpr size_t kWordBytes = 4;
   constexpr size_t kVbriAt = 36;
@@ -102,7 +102,7 @@ const FrameFormat kMpegAudioFormat = {
     .headerBytes = kHeaderBytes,
     .readHeader = readHeader,
     .tagBytes = tagBytes,
-    .holdsSound = holdsSound,
+    .holdsAudio = holdsAudio,
 };
 
 }  // namespace qvs::mc

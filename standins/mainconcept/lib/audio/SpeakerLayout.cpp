@@ -8,6 +8,7 @@ extern "C" {
 }
 
 #include <bit>
+#include <iterator>
 
 namespace qvs::mc {
 
@@ -31,6 +32,19 @@ constexpr Speaker kSpeakers[] = {
 };
 constexpr uint32_t kKnownFlags = 0xFF;
 
+// By channel count; as `kDefaultMasks` of the resampler where that tells more than C.
+constexpr uint64_t kUsual[] = {
+    0,
+    AV_CH_FRONT_CENTER,
+    AV_CH_LAYOUT_STEREO,
+    AV_CH_LAYOUT_SURROUND,
+    AV_CH_LAYOUT_3POINT1,
+    AV_CH_LAYOUT_5POINT0_BACK,
+    AV_CH_LAYOUT_5POINT1_BACK,
+    AV_CH_LAYOUT_6POINT1,
+    AV_CH_LAYOUT_7POINT1,
+};
+
 uint64_t speakersOf(uint32_t flags) {
   uint64_t mask = 0;
   for (const Speaker& speaker : kSpeakers) {
@@ -42,7 +56,7 @@ uint64_t speakersOf(uint32_t flags) {
 constexpr uint32_t kPairs[] = {CHANNEL_FLAG_L | CHANNEL_FLAG_R, CHANNEL_FLAG_Ls | CHANNEL_FLAG_Rs,
                                CHANNEL_FLAG_Lrs | CHANNEL_FLAG_Rrs};
 
-// Sound is mixed between rooms that have a front and both speakers of each pair.
+// Audio is mixed between rooms that have a front and both speakers of each pair.
 bool canBeMixed(uint32_t flags) {
   for (const uint32_t pair : kPairs) {
     if ((flags & pair) != 0 && (flags & pair) != pair) return false;
@@ -55,10 +69,12 @@ bool canBeMixed(uint32_t flags) {
 SpeakerLayout layoutOf(uint32_t channels, uint32_t flags) {
   if (channels == 0 || channels > kChannelsMax) return {};
   const bool untold = channels >= kUntoldFrom && flags == CHANNEL_FLAG_C;
-  if (untold && channels == 7) return {AV_CH_LAYOUT_6POINT1, true};
-  if (untold && channels == 8) return {AV_CH_LAYOUT_7POINT1, true};
-  if (!untold && static_cast<uint32_t>(std::popcount(flags)) != channels) return {};
-  if (canBeMixed(flags) && !untold) return {speakersOf(flags), true};
+  // A mask for another count tells nothing, as when a stream's count changes: the usual layout it is.
+  if (untold || static_cast<uint32_t>(std::popcount(flags)) != channels) {
+    if (channels < std::size(kUsual)) return {kUsual[channels], true};
+  } else if (canBeMixed(flags)) {
+    return {speakersOf(flags), true};
+  }
   return {(uint64_t{1} << channels) - 1, false};
 }
 

@@ -10,7 +10,8 @@ struct SpeakerLayout {
   bool mixable = false;  ///< speakers are known; others can only be carried over as they are
 };
 
-/// The layout of `channels` interleaved channels with a mask of audio_flag_t bits.
+/// The layout of `channels` interleaved channels with a mask of audio_flag_t bits; the usual one of the count
+/// where the mask is for another.
 SpeakerLayout layoutOf(uint32_t channels, uint32_t flags);
 
 }  // namespace qvs::mc

@@ -15,7 +15,7 @@ struct AudioFormat {
   SpeakerLayout layout;
 };
 
-/// libswresample for interleaved 16-bit sound: mixes and filters in float, rounds to the nearest at the end.
+/// libswresample for interleaved 16-bit audio: mixes and filters in float, rounds to the nearest at the end.
 /// Frames are one sample of each channel.
 class SwrEngine {
  public:

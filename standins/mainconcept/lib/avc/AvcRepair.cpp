@@ -8,7 +8,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "avc/AvcColour.h"
+#include "avc/AvcColor.h"
 #include "avc/AvcScalingLists.h"
 #include "avc/AvcSettingTable.h"
 
@@ -43,7 +43,7 @@ int32_t AvcRepair::run() {
   repairRates();
   repairPictureTypes();
   repairArrays();
-  repairColours();
+  repairColors();
   return changes;
 }
 
@@ -150,7 +150,7 @@ void AvcRepair::repairArrays() {
   force("max_quant", &h264_v_settings::max_quant, std::max(settings.max_quant, kLeastMaxQuantOfLists));
 }
 
-void AvcRepair::repairColours() {
+void AvcRepair::repairColors() {
   if (repairColorimetry(settings.source_colorimetry)) report("source_colorimetry");
   if (repairColorimetry(settings.colorimetry)) report("colorimetry");
   mc_colorimetry_t unspecified;

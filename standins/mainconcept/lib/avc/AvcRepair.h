@@ -24,7 +24,7 @@ class AvcRepair {
   void repairRates();
   void repairPictureTypes();
   void repairArrays();
-  void repairColours();
+  void repairColors();
 
   h264_v_settings& settings;
   const mc_callbacks_t* callbacks;

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <thread>
 
-#include "avc/AvcColour.h"
+#include "avc/AvcColor.h"
 #include "avc/AvcScalingLists.h"
 #include "avc/AvcSettingTable.h"
 #include "avc/AvcSpeed.h"

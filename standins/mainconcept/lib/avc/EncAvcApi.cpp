@@ -5,7 +5,7 @@
 #include <memory>
 #include <new>
 
-#include "avc/AvcColour.h"
+#include "avc/AvcColor.h"
 #include "avc/AvcEncoder.h"
 #include "avc/AvcRepair.h"
 #include "avc/AvcSettings.h"

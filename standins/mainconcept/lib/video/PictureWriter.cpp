@@ -10,7 +10,7 @@ namespace qvs::mc {
 
 namespace {
 
-constexpr uint8_t kNoColour = 128;
+constexpr uint8_t kNoColor = 128;
 
 constexpr uint32_t code(const char (&name)[5]) {
   return static_cast<uint32_t>(name[0]) | static_cast<uint32_t>(name[1]) << 8 |
@@ -60,7 +60,7 @@ void writePlane(const PlaneWay& way, int step, std::vector<uint8_t>& scratch) {
 
 void clearPlane(uint8_t* to, ptrdiff_t stride, size_t bytes, size_t rows) {
   for (size_t row = 0; to != nullptr && row < rows; ++row)
-    std::memset(to + static_cast<ptrdiff_t>(row) * stride, kNoColour, bytes);
+    std::memset(to + static_cast<ptrdiff_t>(row) * stride, kNoColor, bytes);
 }
 
 // Forms whose samples lie one by one, low bits first, with chroma at half or full size.

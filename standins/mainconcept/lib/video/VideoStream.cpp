@@ -86,7 +86,7 @@ void VideoStream::endUnit() {
       aspectCode = info->aspectCode;
       newSize = sequenceKnown && (info->width != sequence.width || info->height != sequence.height);
     }
-    if (pairing.isBrokenBy(unit.data(), unit.size())) mendPair();
+    if (pairing.isBrokenBy(unit.data(), unit.size())) dropLoneField();
   }
   records[static_cast<size_t>(unitNumber) % kUnitsInFlight] = lastRecord;
   if (openCodec())
@@ -96,7 +96,7 @@ void VideoStream::endUnit() {
 }
 
 // The codec forgets the field that it waits for where a group of pictures begins.
-void VideoStream::mendPair() {
+void VideoStream::dropLoneField() {
   static constexpr uint8_t kGroupHeader[] = {0, 0, 1, 0xB8, 0, 8, 0, 0};
   unit.prepend(kGroupHeader, sizeof kGroupHeader);
   if (unitNumber != 0) records[static_cast<size_t>(unitNumber - 1) % kUnitsInFlight].damaged = true;

@@ -50,7 +50,7 @@ class VideoStream {
   bool openCodec();
   void beginUnit(const void* record, uint32_t size);
   void endUnit();
-  void mendPair();
+  void dropLoneField();
   uint32_t drain();
   void announce(CodecResult result);
   void announcePicture();

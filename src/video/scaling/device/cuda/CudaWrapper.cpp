@@ -11,25 +11,19 @@ namespace {
 
 struct LoadedDriver {
   SharedLibrary library;
-  CudaDriver operations;
+  CudaDriver functions;
 };
 
 std::unique_ptr<LoadedDriver> loadDriver() {
   auto driver = std::make_unique<LoadedDriver>();
   if (!driver->library.open("libcuda.so.1")) return nullptr;
   bool complete = true;
-  const auto resolve = [&](auto& function, const char* name) {
-    function = driver->library.symbol<std::remove_reference_t<decltype(function)>>(name);
-    complete = complete && function != nullptr;
-  };
-  CudaDriver& operations = driver->operations;
-  resolve(operations.cuInit, "cuInit");
-  resolve(operations.cuDeviceGetCount, "cuDeviceGetCount");
-  resolve(operations.cuDeviceGet, "cuDeviceGet");
-  resolve(operations.cuDeviceComputeCapability, "cuDeviceComputeCapability");
-  // The plain names are those of the first version, whose handles are 32 bits wide.
-  resolve(operations.cuCtxPushCurrent, "cuCtxPushCurrent_v2");
-  resolve(operations.cuCtxPopCurrent, "cuCtxPopCurrent_v2");
+  CudaDriver& functions = driver->functions;
+#define QVS_RESOLVE(name, symbolName, parameters)                                \
+  functions.name = driver->library.symbol<decltype(functions.name)>(symbolName); \
+  complete = complete && functions.name != nullptr;
+  QVS_CUDA_FUNCTIONS(QVS_RESOLVE)
+#undef QVS_RESOLVE
   return complete ? std::move(driver) : nullptr;
 }
 
@@ -38,7 +32,7 @@ std::unique_ptr<LoadedDriver> loadDriver() {
 const CudaDriver* cudaDriver() {
   // Never unloaded: its own threads may outlive any call of ours.
   static const LoadedDriver* const driver = loadDriver().release();
-  return driver != nullptr ? &driver->operations : nullptr;
+  return driver != nullptr ? &driver->functions : nullptr;
 }
 
 uint32_t cudaWrapperInit() {

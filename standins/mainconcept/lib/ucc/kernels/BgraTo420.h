@@ -4,24 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "RgbYuv.h"
+
 namespace qvs::ucc {
-
-/// Byte positions of the components in a four-byte pixel.
-struct RgbOrder {
-  uint8_t red, green, blue, alpha;
-};
-
-inline constexpr RgbOrder kBgraOrder{2, 1, 0, 3};
-inline constexpr RgbOrder kArgbOrder{1, 2, 3, 0};
-
-/// Y = (y . RGB + rounding) / 16384 + yOffset; U and V alike around 128. The absolute values of a row sum up
-/// to at most 16384.
-struct RgbToYuvMatrix {
-  int16_t y[3];  ///< weights of red, green, blue; 16384 is 1
-  int16_t u[3];
-  int16_t v[3];
-  uint8_t yOffset;
-};
 
 /// Matrix from the luma weights of red and blue (0.2126 and 0.0722 for BT.709), for 0 to 255 or for 16 to 235
 /// and 16 to 240.

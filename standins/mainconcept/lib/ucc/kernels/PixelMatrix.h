@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "BgraTo420.h"
+#include "RgbYuv.h"
 
 namespace qvs::ucc {
 

@@ -42,6 +42,7 @@ public final class TranscodeSession implements AutoCloseable {
   private static final int KEY_DEINTERLACE = 0;
   private static final int KEY_DEINTERLACE_DOUBLE_RATE = 1;
   private static final int KEY_END_OF_STREAM = 100200;
+  private static final int KEY_CONVERT_FORMATS = 100201;
   private static final int LOG_FETCH_INTERVAL_FRAMES = 250;
   // A decoder that neither takes input nor gives pictures would spin for ever.
   private static final int MAX_IDLE_STEPS = 64;
@@ -76,10 +77,18 @@ public final class TranscodeSession implements AutoCloseable {
     boolean ready = false;
     try {
       if (settings.codec() != null) wireVideo();
-      if (settings.audio() != null) audio = new AudioPath(owner, settings.audio(), feed);
+      if (settings.audio() != null) audio = openAudio(feed);
       ready = true;
     } finally {
       if (!ready) close();
+    }
+  }
+
+  private AudioPath openAudio(PacketLookahead feed) throws HostException, MediaException {
+    try {
+      return new AudioPath(owner, settings.audio(), feed);
+    } catch (HostException e) {
+      throw new AudioRefusedException(e.getMessage());
     }
   }
 
@@ -215,7 +224,7 @@ public final class TranscodeSession implements AutoCloseable {
     check(videoDecoderCreate(session, 0, codec.id, codec.version, BIT_DEPTH, 0, FOURCC_YV12, owner.context("")), what);
     source = new VideoSource(codec, settings.config());
     times = new TimecodeMap(codec.reorders(), settings.source().timeBase(), settings.source().frameRate());
-    if (!codec.wantsNoConfig()) check(videoDecoderSetParameterValues(session, decoderParameters()), what);
+    check(videoDecoderSetParameterValues(session, decoderParameters()), what);
     check(videoDecoderApplyParameters(session), what);
     videoDecoderSetGPUID(session, -1);
     check(videoDecoderInitialize(session), what);
@@ -226,6 +235,7 @@ public final class TranscodeSession implements AutoCloseable {
     return new NativeParameters()
         .set(KEY_DEINTERLACE, wanted.mode)
         .set(KEY_DEINTERLACE_DOUBLE_RATE, wanted.doubleRate)
+        .set(KEY_CONVERT_FORMATS, 1)
         .toArray();
   }
 

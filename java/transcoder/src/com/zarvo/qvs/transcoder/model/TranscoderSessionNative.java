@@ -21,10 +21,11 @@ import java.util.List;
 
 /**
  * The native transcoder. All calls are plain functions: a session is named by the number that {@code createInstance}
- * gave, and a number that no session has any more must not be passed. Handle 0 is refused.
+ * gave. A number that no session has, or has any more, is refused from any thread: -1 and a line in the process's log.
  *
  * <p>Results are 0 for success. A failure inside the session comes back as 4294967295, a failure of the call itself as
- * -1: test for non-zero. Nothing is thrown. Calls on the video side of one session must not overlap, nor those on its
+ * -1: test for non-zero. Each failure is told in the session's log, one that comes again and again each time its count
+ * has doubled. Nothing is thrown. Calls on the video side of one session must not overlap, nor those on its
  * audio side; the two sides may run on two threads.
  */
 public final class TranscoderSessionNative {
@@ -61,7 +62,7 @@ public final class TranscoderSessionNative {
   /** Takes paths and hardware into the session; call before any stage is made. Gives 0. */
   public static native long initInstance(long classPtr);
 
-  /** Ends the session; the handle is dead afterwards. Gives 0. */
+  /** Ends the session, or leaves that to the last call at work on it; the handle is dead at once. Gives 0. */
   public static native long destroyInstance(long classPtr);
 
   /** Takes the video side down; the session stays. */

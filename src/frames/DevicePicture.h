@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include <qvs/video_frame.h>
+#include "frames/geometry/FitPlacement.h"
+
+namespace qvs {
+
+class VideoOverlayFrame;
+struct OverlayPlacement;
+struct VideoScaleSetData;
+
+/// A frame's picture in a device's memory, and all that knows of the device: storage, copies from and to the
+/// host, scaling, drawing. One class for each kind of device; a frame whose pool has no device has none, and
+/// does without.
+///
+/// Used by one thread at a time, as its frame is. Operations that fail leave the picture as it was. It may
+/// outlive its pool.
+class DevicePicture {
+ public:
+  virtual ~DevicePicture() = default;
+
+  /// The host's copy, one block of `size` bytes.
+  struct HostPicture {
+    uint8_t* bytes;
+    size_t size;
+    int32_t stride;  ///< bytes of the first plane
+    PixelSize pixels;
+  };
+
+  /// Storage for pictures of this size in place of the old one. kFailure, and no picture, where there is
+  /// none.
+  virtual uint32_t allocate(PixelSize size) = 0;
+  /// Whether it has storage.
+  virtual bool hasStorage() const = 0;
+  virtual PixelSize getSize() const = 0;
+
+  /// Done on return.
+  virtual void upload(const HostPicture& host) = 0;
+  virtual void download(const HostPicture& host) = 0;
+
+  /// May be done only when a later operation of the picture is.
+  virtual void fillBlack() = 0;
+
+  /// Scales `source`, a picture on the same device, here. Pictures of equal size are copied whole.
+  virtual uint32_t place(const DevicePicture& source, const Placement& placement) = 0;
+
+  /// Draws an overlay that fits.
+  virtual uint32_t drawOverlay(VideoOverlayFrame& overlay, const OverlayPlacement& placement) = 0;
+
+  /// The picture as encoder plug-ins see it; all but the format.
+  virtual PluginVideoFrameBufferCUDA pluginRecord() const = 0;
+};
+
+/// A picture, without storage, on the device of the pool whose data this is; null where the pool has none.
+std::unique_ptr<DevicePicture> makeDevicePicture(const std::shared_ptr<VideoScaleSetData>& pool);
+
+}  // namespace qvs

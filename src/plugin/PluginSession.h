@@ -1,0 +1,96 @@
+#pragma once
+
+#include <qvs/plugin.h>
+
+#include <cstdint>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "platform/SharedLibrary.h"
+
+namespace qvs {
+
+/// How a plug-in gets the memory of what it hands out.
+struct PluginAllocator {
+  QvsByteArrayNew create;
+  QvsByteArrayFree release;
+  QvsByteArrayLock lock;
+  QvsByteArrayUnlock unlock;
+};
+
+/// malloc and free, so that whoever takes a coded frame over can free it.
+const PluginAllocator& nativePluginAllocator();
+
+/// A plug-in library with one session in it: what every kind of plug-in host is made of. `Table` is the family's
+/// record of entry points, whose fields are called func_NAME. A missing library, entry point or session makes the
+/// calls no-ops. Not for two threads at once.
+template <typename Table>
+class PluginSession {
+ public:
+  using Resolver = int (*)(Table* table, QvsFindSymbol find, void* library, const char* prefix);
+
+  PluginSession() = default;
+  ~PluginSession() { close(); }
+  PluginSession(const PluginSession&) = delete;
+  PluginSession& operator=(const PluginSession&) = delete;
+
+  /// Opens the library lazily and finds what it offers; false, with the reason in `lastError`, where it can't be
+  /// loaded. `flags` as for dlopen, 0 for the usual ones.
+  bool load(const std::string& path, Resolver resolve, const char* prefix, int flags = 0) {
+    close();
+    if (!library.open(path, flags != 0 ? flags : SharedLibrary::kLazy)) return false;
+    resolve(&table, findSymbol, &library, prefix);
+    return true;
+  }
+  const std::string& lastError() const { return library.lastError(); }
+  bool isLoaded() const { return library.isOpen(); }
+  const Table& entryPoints() const { return table; }
+
+  /// Makes the session and tells it `host` with the allocator, in the form with a free callback where the plug-in has
+  /// that. Gives the status of the making.
+  int32_t create(void* host, const PluginAllocator& allocator) {
+    if (table.func_create == nullptr) return 0;
+    const int32_t status = table.func_create(&session);
+    if (session == nullptr) return status;
+    if (table.func_setAllocator2 != nullptr) {
+      table.func_setAllocator2(session, host, allocator.create, allocator.release, allocator.lock,
+                               allocator.unlock);
+    } else if (table.func_setAllocator != nullptr) {
+      table.func_setAllocator(session, host, allocator.create, allocator.lock, allocator.unlock);
+    }
+    return status;
+  }
+  void* getSession() const { return session; }
+
+  template <typename Entry>
+  bool offers(Entry Table::*entry) const {
+    return session != nullptr && table.*entry != nullptr;
+  }
+
+  /// Calls an entry point on the session. 0, and nothing done, where one of them is missing.
+  template <typename Result, typename... Parameters, typename... Arguments>
+  Result call(Result (*Table::*entry)(void*, Parameters...), Arguments&&... arguments) {
+    if (offers(entry)) return (table.*entry)(session, std::forward<Arguments>(arguments)...);
+    if constexpr (!std::is_void_v<Result>) return Result{};
+  }
+
+  /// Destroys the session and closes the library.
+  void close() {
+    if (offers(&Table::func_destroy)) table.func_destroy(session);
+    session = nullptr;
+    table = {};
+    library.close();
+  }
+
+ private:
+  static void* findSymbol(void* library, const char* symbol) {
+    return static_cast<SharedLibrary*>(library)->template symbol<void*>(symbol);
+  }
+
+  SharedLibrary library;
+  Table table{};
+  void* session = nullptr;  ///< owned, freed by the plug-in
+};
+
+}  // namespace qvs

@@ -1,0 +1,35 @@
+// The encoder plug-ins that the transcoder knows, a row each.
+#include "video/encoders/hosts/PluginEncoderRow.h"
+
+#include "contract/StageIds.h"
+
+namespace qvs {
+namespace {
+
+// The words of the first host of the family; all hosts keep them, so that one search finds every status line.
+constexpr const char* kStatus = "QuickSync on Linux: ";
+constexpr const char* kUnknown = "X264: Unknown error.";
+constexpr const char* kUnknownX265 = "X265: Unknown error.";
+
+#define QVS_HOST_NAMES(name) name, name "::addFrame"
+
+}  // namespace
+
+// clang-format off
+constexpr PluginEncoderRow kEncoderH264X264{
+    QVS_HOST_NAMES("VideoEncoderH264X264Host"), kVideoCodecH264, "/libqvs-vencoder-h264-x264.so", kStatus, kUnknown};
+constexpr PluginEncoderRow kEncoderH265X265{
+    QVS_HOST_NAMES("VideoEncoderH265X265Host"), kVideoCodecH265, "/libqvs-vencoder-h265-x265.so", kStatus, kUnknownX265};
+constexpr PluginEncoderRow kEncoderH26XAdvantechVega{
+    QVS_HOST_NAMES("VideoEncoderH26XAdvantechVegaHost"), kVideoCodecH264, "/libqvs-vencoder-h26x-advantechvega.so", kStatus, kUnknown, true};
+constexpr PluginEncoderRow kEncoderH265MainConcept{
+    QVS_HOST_NAMES("VideoEncoderH265MainConceptHost"), kVideoCodecH265, "/libqvs-vencoder-h265-mainconcept.so", kStatus, kUnknown};
+constexpr PluginEncoderRow kEncoderH264VAAPI{
+    QVS_HOST_NAMES("VideoEncoderH264VAAPIHost"), kVideoCodecH264, "/libqvs-vencoder-h264-vaapi.so", kStatus, kUnknown};
+constexpr PluginEncoderRow kEncoderH265VAAPI{
+    QVS_HOST_NAMES("VideoEncoderH265VAAPIHost"), kVideoCodecH265, "/libqvs-vencoder-h265-vaapi.so", kStatus, kUnknown};
+constexpr PluginEncoderRow kEncoderVP9VAAPI{
+    QVS_HOST_NAMES("VideoEncoderVP9VAAPIHost"), kVideoCodecVPX, "/libqvs-vencoder-vp9-vaapi.so", kStatus, kUnknown};
+// clang-format on
+
+}  // namespace qvs
