@@ -106,27 +106,6 @@ class HostileUnits : public testing::TestWithParam<uint32_t> {
   PictureMap expected;
 };
 
-TEST_P(HostileUnits, LossesEndWithTheNextKeyFrame) {
-  std::mt19937 random(5);
-  for (int round = 0; round < 20; ++round) {
-    UnitRun run(GetParam());
-    run.configure(stream.config);
-    for (size_t i = 0; i < kLastKey; ++i) {
-      if (random() % 3 != 0) run.feed(stream.units[i]);
-    }
-    run.feedAll(stream, kLastKey);
-    expectRightFrom(kLastKey, run.pictures, "round " + std::to_string(round));
-  }
-}
-
-TEST_P(HostileUnits, AStartBetweenKeyFramesShowsNothingBeforeTheNext) {
-  UnitRun run(GetParam());
-  run.configure(stream.config);
-  run.feedAll(stream, 2);
-  EXPECT_EQ(run.pictures.begin()->first, stream.units[kKeyInterval].timecode);
-  expectRightFrom(kKeyInterval, run.pictures, "a late start");
-}
-
 TEST_P(HostileUnits, MissingParameterSetsEndWithTheirRecord) {
   UnitRun run(GetParam());
   for (size_t i = 0; i < kKeyInterval; ++i) {

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -16,47 +15,15 @@
 #include "frames/VideoFrameBuffer.h"
 #include "frames/VideoFrameBufferSet.h"
 #include "frames/VideoOverlayFrame.h"
+#include "support/FrameSamples.h"
 
 namespace qvs::test {
-
-/// A colour in 8-bit YUV, whatever the picture keeps.
-struct Yuv {
-  int y, u, v;
-};
-inline std::ostream& operator<<(std::ostream& out, const Yuv& c) {
-  return out << "(" << c.y << "," << c.u << "," << c.v << ")";
-}
 
 // BT.709, full range.
 inline constexpr Yuv kRed{54, 99, 255};
 inline constexpr Yuv kBlue{18, 255, 117};
 inline constexpr Yuv kGreen{182, 30, 12};
 inline constexpr Yuv kBlack{0, 128, 128};
-
-/// Where a planar or two-plane picture keeps a sample; told here by itself, so that a swap in the product is
-/// seen.
-struct Samples {
-  explicit Samples(const VideoFrameBuffer& frame) : frame(frame) {
-    const uint32_t code = frame.getFourCC();
-    vFirst = code == fourcc("YV12") || code == fourcc("YV16");
-    pairs = code == fourcc("NV12");
-    fullHeight = code == fourcc("YV16");
-  }
-  uint8_t& y(uint32_t x, uint32_t row) const { return frame.getPlane(0)[row * frame.getStride(0) + x]; }
-  uint8_t& u(uint32_t x, uint32_t row) const { return chroma(x, row, vFirst ? 2 : 1, 0); }
-  uint8_t& v(uint32_t x, uint32_t row) const { return chroma(x, row, vFirst ? 1 : 2, 1); }
-  Yuv at(uint32_t x, uint32_t row) const { return {y(x, row), u(x, row), v(x, row)}; }
-
- private:
-  uint8_t& chroma(uint32_t x, uint32_t row, uint32_t plane, uint32_t place) const {
-    const uint32_t chromaRow = fullHeight ? row : row / 2;
-    if (pairs) return frame.getPlane(1)[chromaRow * frame.getStride(1) + x / 2 * 2 + place];
-    return frame.getPlane(plane)[chromaRow * frame.getStride(plane) + x / 2];
-  }
-
-  const VideoFrameBuffer& frame;
-  bool vFirst, pairs, fullHeight;
-};
 
 inline void paint(VideoFrameBuffer& frame, Yuv colour, uint32_t left = 0, uint32_t top = 0,
                   uint32_t right = UINT32_MAX, uint32_t bottom = UINT32_MAX) {

@@ -7,8 +7,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "frames/geometry/ChromaOrder.h"
-#include "frames/VideoFrameBuffer.h"
+#include "support/FrameSamples.h"
 
 namespace qvs::test {
 
@@ -37,18 +36,13 @@ void paint(vpx_image_t& image, uint32_t time) {
   }
 }
 
-uint32_t planeIndex(const VideoFrameBuffer& frame, char plane) {
-  const ChromaOrder order = chromaOrder(frame.getFourCC());
-  return plane == 'Y' ? 0 : plane == 'U' ? order.u : order.v;
-}
-
 template <typename Visit>
 void forEachSample(const VideoFrameBuffer& frame, char plane, Visit visit) {
-  const uint32_t index = planeIndex(frame, plane);
+  const Samples samples(frame);
   const uint32_t step = plane == 'Y' ? 1 : 2;
-  for (uint32_t y = 0; y < frame.getHeight() / step; ++y) {
-    uint8_t* row = frame.getPlane(index) + static_cast<ptrdiff_t>(y) * frame.getStride(index);
-    for (uint32_t x = 0; x < frame.getWidth() / step; ++x) visit(row[x], x * step, y * step);
+  for (uint32_t y = 0; y + step <= frame.getHeight(); y += step) {
+    for (uint32_t x = 0; x + step <= frame.getWidth(); x += step)
+      visit(plane == 'Y' ? samples.y(x, y) : plane == 'U' ? samples.u(x, y) : samples.v(x, y), x, y);
   }
 }
 

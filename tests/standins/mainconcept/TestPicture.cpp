@@ -1,8 +1,5 @@
 #include "TestPicture.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -12,8 +9,6 @@
 
 namespace qvs::test {
 namespace {
-
-constexpr uint8_t kPaddingByte = 0xA5;
 
 template <size_t Numerator, size_t Denominator = 1>
 size_t scaledRow(size_t width) {
@@ -110,20 +105,6 @@ Rgb smoothScene(double x, double y) {
           0.5 + 0.4 * std::sin(3 * y - 2 * x + 4)};
 }
 
-GuardedBlock::GuardedBlock(size_t bytes) {
-  const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-  const size_t usable = (bytes + page - 1) / page * page;
-  mapped_ = usable + page;
-  mapping_ = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (mapping_ == MAP_FAILED) std::abort();
-  mprotect(static_cast<uint8_t*>(mapping_) + usable, page, PROT_NONE);
-  data_ = static_cast<uint8_t*>(mapping_) + usable - bytes;
-}
-
-GuardedBlock::~GuardedBlock() {
-  if (mapping_) munmap(mapping_, mapped_);
-}
-
 TestPicture::TestPicture(const TestFormat& format, uint32_t width, uint32_t height, size_t padding,
                          bool bottomUp)
     : format_(format) {
@@ -136,10 +117,9 @@ TestPicture::TestPicture(const TestFormat& format, uint32_t width, uint32_t heig
     const size_t stride = bytesInRow(p) + padding;
     const size_t rows = rowsOfPlane(p);
     const size_t size = rows ? (rows - 1) * stride + bytesInRow(p) : 0;
-    storage_[p] = GuardedBlock(size);
-    std::memset(storage_[p].get(), kPaddingByte, size);
+    storage_[p] = std::make_unique<GuardedBytes>(size);
     frame_.stride[p] = static_cast<int32_t>(bottomUp ? -static_cast<ptrdiff_t>(stride) : stride);
-    frame_.plane[p] = storage_[p].get() + (bottomUp && rows ? (rows - 1) * stride : 0);
+    frame_.plane[p] = storage_[p]->data() + (bottomUp && rows ? (rows - 1) * stride : 0);
   }
 }
 
@@ -274,9 +254,9 @@ bool TestPicture::paddingIntact() const {
   for (int p = 0; p < format_.planes; ++p) {
     const size_t stride = std::abs(frame_.stride[p]);
     for (size_t y = 0; y + 1 < rowsOfPlane(p); ++y) {
-      const uint8_t* row = storage_[p].get() + y * stride;
+      const uint8_t* row = storage_[p]->data() + y * stride;
       const bool intact =
-          std::all_of(row + bytesInRow(p), row + stride, [](uint8_t b) { return b == kPaddingByte; });
+          std::all_of(row + bytesInRow(p), row + stride, [](uint8_t b) { return b == GuardedBytes::kFill; });
       if (!intact) return false;
     }
   }

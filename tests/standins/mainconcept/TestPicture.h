@@ -5,11 +5,12 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "mc_ucc.h"
+#include "support/GuardedBytes.h"
 
 namespace qvs::test {
 
@@ -48,30 +49,6 @@ Rgb smoothScene(double x, double y);
 
 constexpr uint32_t kFull709[4] = {1, 1, MATRIX_COEFFICIENTS_BT709_6, PIC_SIGNAL_RANGE_FULL};
 
-/// Memory whose last byte is followed by a page that may not be touched, by any library.
-class GuardedBlock {
- public:
-  GuardedBlock() = default;
-  explicit GuardedBlock(size_t bytes);
-  GuardedBlock(GuardedBlock&& other) noexcept { swap(other); }
-  GuardedBlock& operator=(GuardedBlock&& other) noexcept {
-    swap(other);
-    return *this;
-  }
-  ~GuardedBlock();
-  uint8_t* get() const { return data_; }
-
- private:
-  void swap(GuardedBlock& other) noexcept {
-    std::swap(data_, other.data_);
-    std::swap(mapping_, other.mapping_);
-    std::swap(mapped_, other.mapped_);
-  }
-  uint8_t* data_ = nullptr;
-  void* mapping_ = nullptr;
-  size_t mapped_ = 0;
-};
-
 class TestPicture {
  public:
   /// Each plane has storage of its own that ends with its last row, before a guard page. Rows are `padding`
@@ -106,7 +83,7 @@ class TestPicture {
 
   const TestFormat& format_;
   ucc_frame_t frame_{};
-  GuardedBlock storage_[3];
+  std::unique_ptr<GuardedBytes> storage_[3];
 };
 
 }  // namespace qvs::test

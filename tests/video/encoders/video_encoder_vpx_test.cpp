@@ -9,6 +9,8 @@
 #include "contract/DecodeFlags.h"
 #include "contract/StageIds.h"
 #include "EncoderUnderTest.h"
+#include "frames/geometry/FourCC.h"
+#include "frames/VideoFrameBuffer.h"
 #include "support/TestPicture.h"
 #include "video/decoders/VideoDecoderVPX.h"
 #include "video/encoders/VideoEncoderVPX.h"

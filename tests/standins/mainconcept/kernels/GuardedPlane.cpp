@@ -1,40 +1,16 @@
 #include "GuardedPlane.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 namespace qvs::ucc {
-namespace {
-
-constexpr uint8_t kCanary = 0xA5;
-
-size_t pageBytes() {
-  return static_cast<size_t>(sysconf(_SC_PAGESIZE));
-}
-
-}  // namespace
 
 GuardedPlane::GuardedPlane(size_t rowBytes, uint32_t rows, size_t gap, Guard guard)
-    : rowBytes_(rowBytes), rows_(rows), stride_(rowBytes + gap) {
-  const size_t used = rows == 0 ? 0 : stride_ * (rows - 1) + rowBytes;
-  const size_t page = pageBytes();
-  const size_t inner = (used + page - 1) / page * page;
-  mappedBytes_ = inner + 2 * page;
-  void* mapping = mmap(nullptr, mappedBytes_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (mapping == MAP_FAILED) std::abort();
-  mapping_ = static_cast<uint8_t*>(mapping);
-  if (inner != 0 && mprotect(mapping_ + page, inner, PROT_READ | PROT_WRITE) != 0) std::abort();
-  std::memset(mapping_ + page, kCanary, inner);
-  data_ = guard == Guard::kBehind ? mapping_ + page + inner - used : mapping_ + page;
-}
-
-GuardedPlane::~GuardedPlane() {
-  munmap(mapping_, mappedBytes_);
-}
+    : rowBytes_(rowBytes),
+      rows_(rows),
+      stride_(rowBytes + gap),
+      bytes_(rows == 0 ? 0 : stride_ * (rows - 1) + rowBytes,
+             guard == Guard::kBehind ? test::GuardedBytes::kEnd : test::GuardedBytes::kStart) {}
 
 void GuardedPlane::fill(uint8_t value) {
   for (uint32_t y = 0; y < rows_; ++y) std::memset(row(y), value, rowBytes_);
@@ -65,10 +41,11 @@ std::vector<uint8_t> GuardedPlane::pixels() const {
 bool GuardedPlane::gapsIntact() const {
   for (uint32_t y = 0; y + 1 < rows_; ++y) {
     const uint8_t* gap = row(y) + rowBytes_;
-    if (!std::all_of(gap, gap + (stride_ - rowBytes_), [](uint8_t byte) { return byte == kCanary; }))
+    if (!std::all_of(gap, gap + (stride_ - rowBytes_),
+                     [](uint8_t byte) { return byte == test::GuardedBytes::kFill; }))
       return false;
   }
-  return true;
+  return bytes_.slackIntact();
 }
 
 std::vector<CpuLevel> vectorLevels() {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/GuardedBytes.h"
 #include "ucc/kernels/CpuDispatch.h"
 
 namespace qvs::ucc {
@@ -18,13 +19,10 @@ enum class Guard { kBefore, kBehind };
 class GuardedPlane {
  public:
   GuardedPlane(size_t rowBytes, uint32_t rows, size_t gap = 0, Guard guard = Guard::kBehind);
-  ~GuardedPlane();
-  GuardedPlane(const GuardedPlane&) = delete;
-  GuardedPlane& operator=(const GuardedPlane&) = delete;
 
-  uint8_t* data() const { return data_; }
+  uint8_t* data() const { return bytes_.data(); }
   ptrdiff_t stride() const { return static_cast<ptrdiff_t>(stride_); }
-  uint8_t* row(uint32_t y) const { return data_ + y * stride_; }
+  uint8_t* row(uint32_t y) const { return data() + y * stride_; }
   size_t rowBytes() const { return rowBytes_; }
   uint32_t rows() const { return rows_; }
 
@@ -40,9 +38,7 @@ class GuardedPlane {
   size_t rowBytes_;
   uint32_t rows_;
   size_t stride_;
-  size_t mappedBytes_;
-  uint8_t* mapping_;
-  uint8_t* data_;
+  mutable test::GuardedBytes bytes_;
 };
 
 /// Vector levels of this machine, without the plain one.
