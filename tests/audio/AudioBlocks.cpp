@@ -1,10 +1,18 @@
 #include "AudioBlocks.h"
 
+#include <gtest/gtest.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <numbers>
+#include <stdexcept>
+
+#include "support/AudioFile.h"
 
 namespace qvs::test {
 
@@ -46,15 +54,24 @@ AudioSampleBuffer* makeBlock(const AudioClip& clip, size_t from, size_t count, u
   return block.release();
 }
 
-std::vector<Unit> takeUnits(std::vector<AudioFrameEncoded>& frames) {
+namespace {
+
+std::vector<Unit> unitsOf(const std::vector<AudioFrameEncoded>& frames) {
   std::vector<Unit> units;
   for (const AudioFrameEncoded& frame : frames) {
     units.push_back({{frame.getBuffer(), frame.getBuffer() + frame.getLen()},
                      frame.getTimecode(),
                      frame.getChannels(),
                      frame.getSampleRate()});
-    std::free(frame.getBuffer());
   }
+  return units;
+}
+
+}  // namespace
+
+std::vector<Unit> takeUnits(std::vector<AudioFrameEncoded>& frames) {
+  std::vector<Unit> units = unitsOf(frames);
+  for (const AudioFrameEncoded& frame : frames) std::free(frame.getBuffer());
   frames.clear();
   return units;
 }
@@ -62,14 +79,7 @@ std::vector<Unit> takeUnits(std::vector<AudioFrameEncoded>& frames) {
 std::vector<Unit> headersOf(IAudioEncoder& encoder) {
   std::vector<AudioFrameEncoded> frames;
   encoder.getHeaders(frames);
-  std::vector<Unit> units;
-  for (const AudioFrameEncoded& frame : frames) {
-    units.push_back({{frame.getBuffer(), frame.getBuffer() + frame.getLen()},
-                     frame.getTimecode(),
-                     frame.getChannels(),
-                     frame.getSampleRate()});
-  }
-  return units;
+  return unitsOf(frames);
 }
 
 std::vector<Unit> encodeAll(IAudioEncoder& encoder, const AudioClip& clip,
@@ -93,6 +103,23 @@ double snrDb(const AudioClip& clip, const AudioClip& decoded, size_t from, size_
     noise += error * error;
   }
   return 10 * std::log10(signal / std::max(noise, 1e-9));
+}
+
+std::vector<uint8_t> joined(const std::vector<Unit>& units) {
+  std::vector<uint8_t> bytes;
+  for (const Unit& unit : units) bytes.insert(bytes.end(), unit.bytes.begin(), unit.bytes.end());
+  return bytes;
+}
+
+AudioClip decodeFile(const std::vector<uint8_t>& bytes, double* startMs) {
+  const std::string path = testing::TempDir() + "/decode-" + std::to_string(getpid());
+  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
+  const AudioFile file = readAudioFile(path);
+  AudioClip clip{file.sampleRate, file.channels, decodeWithFfmpeg(path)};
+  std::filesystem::remove(path);
+  if (clip.samples.empty() || file.packets.empty()) throw std::runtime_error("no audio comes of it");
+  if (startMs != nullptr) *startMs = file.packets[0].timecodeMs;
+  return clip;
 }
 
 size_t peakOf(const AudioClip& clip) {

@@ -57,6 +57,13 @@ std::vector<Unit> encodeAll(IAudioEncoder& encoder, const AudioClip& clip,
 /// Signal to noise in dB of `decoded` against `sound`, samples `from` to `to` of all channels.
 double snrDb(const AudioClip& clip, const AudioClip& decoded, size_t from, size_t to);
 
+/// All bytes behind each other.
+std::vector<uint8_t> joined(const std::vector<Unit>& units);
+
+/// The bytes of a file (ADTS, Ogg) as a player decodes them. `startMs`: the time of the first packet. Throws
+/// std::runtime_error where nothing comes.
+AudioClip decodeFile(const std::vector<uint8_t>& bytes, double* startMs = nullptr);
+
 /// Index of the largest magnitude in channel 0.
 size_t peakOf(const AudioClip& clip);
 
