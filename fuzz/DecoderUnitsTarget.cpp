@@ -1,6 +1,9 @@
 // Access units into the decoders, pictures fetched. Input: one byte for the codec, one for the options, the
 // configuration behind its length in two bytes, then units, each behind its length in two bytes.
 
+#include <utility>
+#include <vector>
+
 #include "contract/DecodeFlags.h"
 #include "DecoderChoice.h"
 #include "frames/geometry/FourCC.h"
@@ -43,10 +46,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   auto config = taken();
   decoder->decodeCodecConfig(config.data(), 0, static_cast<uint32_t>(config.size()));
   uint32_t flags = 0;
+  std::vector<uint8_t> unit;
   for (int count = 0; count < kMostUnits && !input.empty(); ++count) {
-    auto unit = taken();
-    decoder->addFrame(unit.data(), 0, static_cast<uint32_t>(unit.size()), static_cast<uint64_t>(count) * 40,
+    auto next = taken();
+    decoder->addFrame(next.data(), 0, static_cast<uint32_t>(next.size()), static_cast<uint64_t>(count) * 40,
                       count == 0 ? 1 : count % 4);
+    unit = std::move(next);  // the bytes of the one before go when the next one has been added
+    if ((options & 8) != 0 && count % 3 != 2) continue;
     do {
       decoder->decode(&flags);
       fetch(*decoder, frame, flags);

@@ -27,7 +27,9 @@ VideoOverlayFrame* takeOverlay(FuzzInput& input) {
                                           fourcc("YV12"), fourcc("BGR3"), fourcc("YUY2")};
   const auto kind = input.take<uint8_t>();
   const uint32_t format = kind < 250 ? kFormats[kind % std::size(kFormats)] : input.take<uint32_t>();
-  const uint32_t stride = dimension(input), offset = dimension(input);
+  uint32_t stride = dimension(input);
+  if (kind >= 200 && kind < 250) stride = 0u - stride;  // bottom-up
+  const uint32_t offset = dimension(input);
   const uint32_t width = dimension(input), height = dimension(input);
   const uint32_t x = dimension(input), y = dimension(input);
   const uint32_t targetWidth = dimension(input), targetHeight = dimension(input);

@@ -20,8 +20,11 @@ void takeRectangle(FuzzInput& input, VideoFrameBuffer& frame,
 }
 
 void takeStorage(FuzzInput& input, VideoFrameBuffer& frame) {
+  // The first five are the corpus's; behind them are those without a storage rule, and odd groups.
   static constexpr uint32_t kFormats[] = {fourcc("YV12"), fourcc("I420"), fourcc("NV12"), fourcc("BGRA"),
-                                          fourcc("YUY2")};
+                                          fourcc("YUY2"), fourcc("YV16"), fourcc("BGR3"), fourcc("v210"),
+                                          fourcc("AYUV"), fourcc("VUYA"), fourcc("Y210"), fourcc("R565"),
+                                          fourcc("Y41P"), fourcc("P010"), fourcc("P210")};
   const uint32_t width = 1 + input.take<uint16_t>() % kLargestSide;
   const uint32_t height = 1 + input.take<uint16_t>() % kLargestSide;
   frame.allocBuffer(width, height, kFormats[input.take<uint8_t>() % std::size(kFormats)]);

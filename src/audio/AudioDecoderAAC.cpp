@@ -52,8 +52,8 @@ uint32_t AudioDecoderAAC::initialize() {
     close();
     init_callbacks(callbacks);
     timecodeDelay[0] = timecodeDelay[1] = {};
-    decoder = createDecoderAAC(&callbacks, 0, 0);
-    return isOpen() ? kSuccess : fail("initialize", "Error opening decoder");
+    return decoder.open(createDecoderAAC(&callbacks, 0, 0)) ? kSuccess
+                                                            : fail("initialize", "Error opening decoder");
   });
 }
 
@@ -113,13 +113,13 @@ std::span<uint8_t> AudioDecoderAAC::frameOf(uint8_t* buffer, uint32_t offset, ui
 
 uint32_t AudioDecoderAAC::decodeFirstFrame(uint8_t* buffer, uint32_t offset, uint32_t len) {
   return guarded("AudioDecoderAAC::decodeFirstFrame", [&]() -> uint32_t {
-    if (!isOpen()) return kFailure;
+    if (!decoder) return kFailure;
     const std::span<uint8_t> frame = frameOf(buffer, offset, len);
-    command(PARSE_AUD_HDR);
-    if (decoder->copybytes(decoder, frame.data(), static_cast<uint32_t>(frame.size())) == 0) {
+    decoder.send(PARSE_AUD_HDR);
+    if (decoder.feed(frame.data(), static_cast<uint32_t>(frame.size())) == 0) {
       return fail("decodeFirstFrame", "Decode failed");
     }
-    if (command(INIT_FRAME_PARSER, &aacConfig, sizeof aacConfig) != 0) {
+    if (decoder.send(INIT_FRAME_PARSER, 0, &aacConfig, sizeof aacConfig) != 0) {
       return fail("decodeFirstFrame", "Initialize failed");
     }
     firstFrameDecoded = 1;
@@ -130,7 +130,7 @@ uint32_t AudioDecoderAAC::decodeFirstFrame(uint8_t* buffer, uint32_t offset, uin
 uint32_t AudioDecoderAAC::decodeFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
                                       AudioSampleBuffer& out) {
   return guarded("AudioDecoderAAC::decodeFrame", [&]() -> uint32_t {
-    if (!isOpen()) return kFailure;
+    if (!decoder) return kFailure;
     const std::span<uint8_t> frame = frameOf(buffer, offset, len);
     if (frame.empty()) return fail("decodeFrame", "Decode failed", out);
     announceTarget();

@@ -17,62 +17,18 @@ namespace {
 constexpr uint32_t kBytesPerSample = 2;
 }
 
-struct AudioDecoderBufferStream::Parameter {
-  uint32_t key;
-  uint32_t AudioDecoderBufferStream::*field;
-
-  static const Parameter* find(uint32_t key);
-};
-
-const AudioDecoderBufferStream::Parameter* AudioDecoderBufferStream::Parameter::find(uint32_t key) {
-  static constexpr Parameter kParameters[] = {
-      {kKeyScaleChannels, &AudioDecoderBufferStream::scaleChannels},
-      {kKeyScaleSampleRate, &AudioDecoderBufferStream::scaleSampleRate},
+const ParameterRow<AudioDecoderBufferStream>* AudioDecoderBufferStream::parameterOf(uint32_t key) {
+  using This = AudioDecoderBufferStream;
+  static constexpr ParameterRow<This> kParameters[] = {
+      parameterField<This, &This::scaleChannels>(kKeyScaleChannels),
+      parameterField<This, &This::scaleSampleRate>(kKeyScaleSampleRate),
   };
-  const auto* found = std::find_if(std::begin(kParameters), std::end(kParameters),
-                                   [&](const Parameter& parameter) { return parameter.key == key; });
-  return found != std::end(kParameters) ? found : nullptr;
-}
-
-AudioDecoderBufferStream::~AudioDecoderBufferStream() {
-  AudioDecoderBufferStream::close();
-}
-
-uint32_t AudioDecoderBufferStream::setParameterValue(uint32_t key, int64_t value) {
-  if (const Parameter* parameter = Parameter::find(key)) {
-    this->*parameter->field = static_cast<uint32_t>(value);
-  }
-  return kSuccess;
-}
-
-uint32_t AudioDecoderBufferStream::getParameterValueType(uint32_t key, uint32_t* arrayLength) {
-  clear(arrayLength);
-  return Parameter::find(key) != nullptr ? kParameterLong : kParameterUnknown;
-}
-
-uint32_t AudioDecoderBufferStream::getParameterValue(uint32_t key, int64_t* value) {
-  const Parameter* parameter = Parameter::find(key);
-  if (value != nullptr) *value = parameter != nullptr ? this->*parameter->field : 0;
-  return kSuccess;
+  return findParameter(kParameters, key);
 }
 
 uint32_t AudioDecoderBufferStream::close() {
-  if (decoder != nullptr) {
-    decoder->done(decoder, 0);
-    decoder->free(decoder);
-    decoder = nullptr;
-  }
+  decoder.close();
   return kSuccess;
-}
-
-uint32_t AudioDecoderBufferStream::command(uint32_t code, void* info, uint32_t size) {
-  return decoder->auxinfo(decoder, 0, code, info, size);
-}
-
-const mc_aud_frame_hdr_t* AudioDecoderBufferStream::frameHeader() {
-  const mc_aud_frame_hdr_t* header = nullptr;
-  command(GET_PIC_PARAMSP, &header, sizeof header);
-  return header;
 }
 
 void AudioDecoderBufferStream::offerRoom(AudioSampleBuffer& out, uint32_t position) {
@@ -83,15 +39,15 @@ void AudioDecoderBufferStream::offerRoom(AudioSampleBuffer& out, uint32_t positi
 
 uint32_t AudioDecoderBufferStream::feed(std::span<uint8_t> bytes, AudioSampleBuffer& out, uint32_t position) {
   offerRoom(out, position);
-  const uint32_t taken = decoder->copybytes(decoder, bytes.data(), static_cast<uint32_t>(bytes.size()));
-  parseState = command(GET_PARSE_STATE);
+  const uint32_t taken = decoder.feed(bytes.data(), static_cast<uint32_t>(bytes.size()));
+  parseState = decoder.send(GET_PARSE_STATE);
   const mc_aud_frame_hdr_t* header = (parseState & AUD_NO_ROOM_FLAG) != 0 ? frameHeader() : nullptr;
   if (header == nullptr) return taken;
   const uint64_t blockBytes = uint64_t{header->samples} * header->channels * kBytesPerSample;
   if (!grow(out, position, position + blockBytes, header->channels, header->sample_rate)) return taken;
   offerRoom(out, position);
-  decoder->copybytes(decoder, nullptr, 0);
-  parseState = command(GET_PARSE_STATE);
+  decoder.feed(nullptr, 0);
+  parseState = decoder.send(GET_PARSE_STATE);
   return taken;
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <mc_audio.h>
-#include <mc_bufstream.h>
 #include <mc_callbacks.h>
 #include <mc_decoder_codes.h>
 
@@ -10,6 +9,8 @@
 #include <vector>
 
 #include "audio/AudioDecoderBase.h"
+#include "bufstream/BufStreamDecoder.h"
+#include "platform/ParameterTable.h"
 
 namespace qvs {
 
@@ -18,34 +19,25 @@ namespace qvs {
 ///
 /// Keys (integers): 0 `scaleChannels`: 2 makes two channels of one, any other value changes nothing; 1
 /// `scaleSampleRate`: kept, without effect.
-class AudioDecoderBufferStream : public AudioDecoderBase {
+class AudioDecoderBufferStream : public WithParameters<AudioDecoderBufferStream, AudioDecoderBase> {
  public:
   static constexpr uint32_t kKeyScaleChannels = 0;
   static constexpr uint32_t kKeyScaleSampleRate = 1;
 
-  ~AudioDecoderBufferStream() override;
-
-  using AudioDecoderBase::getParameterValue;
-  using AudioDecoderBase::setParameterValue;
-
-  uint32_t setParameterValue(uint32_t key, int64_t value) override;
-  uint32_t getParameterValueType(uint32_t key, uint32_t* arrayLength) override;
-  uint32_t getParameterValue(uint32_t key, int64_t* value) override;
   uint32_t close() override;
+  static const ParameterRow<AudioDecoderBufferStream>* parameterOf(uint32_t key);
 
  protected:
   /// `className` in log lines; a literal.
   explicit AudioDecoderBufferStream(const char* className) : name(className) {}
 
-  bool isOpen() const { return decoder != nullptr; }
   bool wantsStereo() const { return scaleChannels == 2; }
-  uint32_t command(uint32_t code, void* info = nullptr, uint32_t size = 0);
 
   /// Header of the last frame, null before the first. The library's.
-  const mc_aud_frame_hdr_t* frameHeader();
+  const mc_aud_frame_hdr_t* frameHeader() { return decoder.ask<const mc_aud_frame_hdr_t>(GET_PIC_PARAMSP); }
 
   /// Names `dst_bfr` as the place of all blocks to come.
-  void announceTarget() { command(PARSE_FRAMES, &dst_bfr, sizeof dst_bfr); }
+  void announceTarget() { decoder.send(PARSE_FRAMES, 0, &dst_bfr, sizeof dst_bfr); }
 
   /// Feeds bytes up to the end of the next frame and answers how many. Its block goes to byte `position` of
   /// `out`, which grows where it must, and `parseState` and `dst_bfr.bfr_size` tell what came.
@@ -59,13 +51,13 @@ class AudioDecoderBufferStream : public AudioDecoderBase {
   uint32_t fail(const char* method, const char* text, AudioSampleBuffer& out) const;
   static void markEmpty(AudioSampleBuffer& out);
 
-  bufstream_tt* decoder = nullptr;  ///< owned
+  BufStreamDecoder decoder{kFinishAtEnd};
   callbacks_t callbacks{};
   aud_bfr_tt dst_bfr{};
   uint32_t parseState = 0;
 
  private:
-  struct Parameter;
+  static constexpr int32_t kFinishAtEnd = 0;
 
   void offerRoom(AudioSampleBuffer& out, uint32_t position);
   bool grow(AudioSampleBuffer& out, uint32_t kept, uint64_t bytes, uint32_t channels, uint32_t rate);

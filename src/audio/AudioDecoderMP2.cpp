@@ -31,9 +31,9 @@ uint32_t AudioDecoderMP2::initialize() {
     init_callbacks(callbacks);
     lastTimecode = ~uint64_t{0};
     frameBegun = targetAnnounced = false;
-    decoder = createDecoderMpegAudio(&callbacks, 0, 0);
-    if (!isOpen()) return fail("initialize", "Error opening decoder");
-    command(PARSE_INIT, &mpa_config, sizeof mpa_config);
+    if (!decoder.open(createDecoderMpegAudio(&callbacks, 0, 0)))
+      return fail("initialize", "Error opening decoder");
+    decoder.send(PARSE_INIT, 0, &mpa_config, sizeof mpa_config);
     return kSuccess;
   });
 }
@@ -59,12 +59,12 @@ void AudioDecoderMP2::takeFormat(const mc_aud_frame_hdr_t& header) {
 uint32_t AudioDecoderMP2::decodeFirstFrame(uint8_t* buffer, uint32_t offset, uint32_t len) {
   constexpr const char* kMethod = "decodeFirstFrame";
   return guarded("AudioDecoderMP2::decodeFirstFrame", [&]() -> uint32_t {
-    if (!isOpen()) return fail(kMethod, "Decoder nullptr");
+    if (!decoder) return fail(kMethod, "Decoder nullptr");
     if (buffer == nullptr || len <= 3) return fail(kMethod, "Not enough data to decode");
     readFormat(buffer + offset);
-    command(PARSE_AUD_HDR);
-    const uint32_t taken = decoder->copybytes(decoder, buffer + offset, len);
-    const bool isDone = taken > 0 && (command(GET_PARSE_STATE) & PARSE_DONE_FLAG) != 0;
+    decoder.send(PARSE_AUD_HDR);
+    const uint32_t taken = decoder.feed(buffer + offset, len);
+    const bool isDone = taken > 0 && (decoder.send(GET_PARSE_STATE) & PARSE_DONE_FLAG) != 0;
     const mc_aud_frame_hdr_t* header = isDone ? frameHeader() : nullptr;
     if (header == nullptr) return fail(kMethod, "Decode failed");
     takeFormat(*header);
@@ -73,7 +73,7 @@ uint32_t AudioDecoderMP2::decodeFirstFrame(uint8_t* buffer, uint32_t offset, uin
         fmt::format("AudioDecoderMP2.decodeFirstFrame[{{context}}]: sampleRate:{} channels:{} bitRate:{} "
                     "version:{} layer:{}",
                     header->sample_rate, header->channels, header->bit_rate, header->version, header->layer));
-    if (command(INIT_FRAME_PARSER) != 0) return fail(kMethod, "Initialize failed");
+    if (decoder.send(INIT_FRAME_PARSER) != 0) return fail(kMethod, "Initialize failed");
     firstFrameDecoded = 1;
     return kSuccess;
   });
@@ -82,7 +82,7 @@ uint32_t AudioDecoderMP2::decodeFirstFrame(uint8_t* buffer, uint32_t offset, uin
 uint32_t AudioDecoderMP2::decodeFrame(uint8_t* buffer, uint32_t offset, uint32_t len, uint64_t timecode,
                                       AudioSampleBuffer& out) {
   return guarded("AudioDecoderMP2::decodeFrame", [&]() -> uint32_t {
-    if (!isOpen()) return fail("decodeFrame", "Decoder nullptr", out);
+    if (!decoder) return fail("decodeFrame", "Decoder nullptr", out);
     if (buffer == nullptr || len == 0) return fail("decodeFrame", "Decode failed", out);
     if (!std::exchange(targetAnnounced, true)) announceTarget();
     const bool wasBegun = frameBegun;

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <type_traits>
 
 #include "audio/AACUtils.h"
 #include "audio/BitrateLimits.h"
@@ -191,71 +190,30 @@ void AudioEncoderAAC::closeEncoder() {
   bufferStream.close();
 }
 
-/// One integer key: how its value is read and written.
-struct AudioEncoderAAC::Parameter {
-  uint32_t key;
-  int64_t (*get)(const AudioEncoderAAC&);
-  void (*set)(AudioEncoderAAC&, int64_t);
-
-  /// Field of the library's settings.
-  template <auto Member>
-  static constexpr Parameter setting(uint32_t key) {
-    using Field = std::remove_reference_t<decltype(std::declval<aac_a_settings>().*Member)>;
-    return {
-        key,
-        [](const AudioEncoderAAC& encoder) { return static_cast<int64_t>(encoder.encodesettings.*Member); },
-        [](AudioEncoderAAC& encoder, int64_t value) {
-          encoder.encodesettings.*Member = static_cast<Field>(value);
-        }};
-  }
-
-  static const Parameter* find(uint32_t key);
-};
-
-const AudioEncoderAAC::Parameter* AudioEncoderAAC::Parameter::find(uint32_t key) {
+const ParameterRow<AudioEncoderAAC>* AudioEncoderAAC::parameterOf(uint32_t key) {
+  using This = AudioEncoderAAC;
   using Settings = aac_a_settings;
-  static constexpr Parameter kParameters[] = {
-      setting<&Settings::mpeg_version>(40000),
-      setting<&Settings::aac_object_type>(40001),
-      setting<&Settings::hf_cutoff>(40002),
-      setting<&Settings::vbr>(40003),
-      setting<&Settings::he>(40004),
-      setting<&Settings::protect_adts_stream>(40005),
-      setting<&Settings::tns>(40006),
-      {40007, [](const AudioEncoderAAC& encoder) -> int64_t { return encoder.channelCopy; },
-       [](AudioEncoderAAC& encoder, int64_t value) { encoder.channelCopy = static_cast<uint32_t>(value); }},
-      setting<&Settings::input_channels>(40008),
-      setting<&Settings::audio_bitrate_index>(40009),
-      setting<&Settings::header_type>(40010),
-      setting<&Settings::bits_per_sample>(40011),
-      setting<&Settings::pts_offset>(40012),
-      setting<&Settings::pts_units>(40013),
-      setting<&Settings::ch_mode>(40014),
-      setting<&Settings::LFE_filtering>(40015),
-      setting<&Settings::restart_interval>(40016),
-      setting<&Settings::audio_bitrate_custom>(40017),
+  static constexpr ParameterRow<This> kParameters[] = {
+      parameterField<This, &This::encodesettings, &Settings::mpeg_version>(40000),
+      parameterField<This, &This::encodesettings, &Settings::aac_object_type>(40001),
+      parameterField<This, &This::encodesettings, &Settings::hf_cutoff>(40002),
+      parameterField<This, &This::encodesettings, &Settings::vbr>(40003),
+      parameterField<This, &This::encodesettings, &Settings::he>(40004),
+      parameterField<This, &This::encodesettings, &Settings::protect_adts_stream>(40005),
+      parameterField<This, &This::encodesettings, &Settings::tns>(40006),
+      parameterField<This, &This::channelCopy>(40007),
+      parameterField<This, &This::encodesettings, &Settings::input_channels>(40008),
+      parameterField<This, &This::encodesettings, &Settings::audio_bitrate_index>(40009),
+      parameterField<This, &This::encodesettings, &Settings::header_type>(40010),
+      parameterField<This, &This::encodesettings, &Settings::bits_per_sample>(40011),
+      parameterField<This, &This::encodesettings, &Settings::pts_offset>(40012),
+      parameterField<This, &This::encodesettings, &Settings::pts_units>(40013),
+      parameterField<This, &This::encodesettings, &Settings::ch_mode>(40014),
+      parameterField<This, &This::encodesettings, &Settings::LFE_filtering>(40015),
+      parameterField<This, &This::encodesettings, &Settings::restart_interval>(40016),
+      parameterField<This, &This::encodesettings, &Settings::audio_bitrate_custom>(40017),
   };
-  for (const Parameter& parameter : kParameters) {
-    if (parameter.key == key) return &parameter;
-  }
-  return nullptr;
-}
-
-uint32_t AudioEncoderAAC::setParameterValue(uint32_t key, int64_t value) {
-  if (const Parameter* parameter = Parameter::find(key)) parameter->set(*this, value);
-  return kSuccess;
-}
-
-uint32_t AudioEncoderAAC::getParameterValueType(uint32_t key, uint32_t* arrayLength) {
-  clear(arrayLength);
-  return Parameter::find(key) != nullptr ? kParameterLong : kParameterUnknown;
-}
-
-uint32_t AudioEncoderAAC::getParameterValue(uint32_t key, int64_t* value) {
-  clear(value);
-  const Parameter* parameter = Parameter::find(key);
-  if (parameter != nullptr && value != nullptr) *value = parameter->get(*this);
-  return kSuccess;
+  return findParameter(kParameters, key);
 }
 
 }  // namespace qvs

@@ -8,6 +8,7 @@
 #include "audio/AudioEncoderBase.h"
 #include "audio/AudioEncoderBufferStream.h"
 #include "audio/AudioFrameAssembler.h"
+#include "platform/ParameterTable.h"
 
 namespace qvs {
 
@@ -19,7 +20,7 @@ namespace qvs {
 /// Keys 40000 to 40017, long values, are the library's settings by name; `channelCopy` (40007) puts the left
 /// (1) or the right channel (another number but 0) of stereo on both sides. They take effect at `initialize`,
 /// which sets `bits_per_sample`, `input_channels` and `audio_bitrate_index` itself.
-class AudioEncoderAAC : public AudioEncoderBase {
+class AudioEncoderAAC : public WithParameters<AudioEncoderAAC, AudioEncoderBase> {
  public:
   static constexpr uint32_t kSettingsRefused = 0xFFFFFFFEu;  ///< `initialize`: the library won't serve them
   static constexpr uint32_t kNoEncoder = 0xFFFFFFFDu;        ///< `initialize`: no instance
@@ -28,20 +29,13 @@ class AudioEncoderAAC : public AudioEncoderBase {
   AudioEncoderAAC();
   ~AudioEncoderAAC() override;
 
-  using AudioEncoderBase::getParameterValue;
-  using AudioEncoderBase::setParameterValue;
-
   uint32_t initialize() override;
   uint32_t getHeaders(std::vector<AudioFrameEncoded>&) override { return 0; }
   uint32_t addSampleBuffer(AudioSampleBuffer* buffer, std::vector<AudioFrameEncoded>& out) override;
   uint32_t close() override;
-  uint32_t setParameterValue(uint32_t key, int64_t value) override;
-  uint32_t getParameterValueType(uint32_t key, uint32_t* arrayLength) override;
-  uint32_t getParameterValue(uint32_t key, int64_t* value) override;
+  static const ParameterRow<AudioEncoderAAC>* parameterOf(uint32_t key);
 
  private:
-  struct Parameter;
-
   void checkSampleRate() const;
   void limitBitrate();
   uint32_t openEncoder();

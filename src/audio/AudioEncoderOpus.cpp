@@ -137,32 +137,17 @@ void AudioEncoderOpus::closeEncoder() {
   preSkip = 0;
 }
 
-uint32_t AudioEncoderOpus::setParameterValue(uint32_t key, int64_t value) {
-  if (key == kKeyPreSkip) preSkipInHeader = value != 0;
-  return kSuccess;
-}
-
-uint32_t AudioEncoderOpus::setParameterValue(uint32_t key, double value) {
-  if (key == kKeyGain) gain = value;
-  return kSuccess;
-}
-
-uint32_t AudioEncoderOpus::getParameterValueType(uint32_t key, uint32_t* arrayLength) {
-  clear(arrayLength);
-  if (key == kKeyGain) return kParameterDouble;
-  return key == kKeyPreSkip ? kParameterLong : kParameterUnknown;
-}
-
-uint32_t AudioEncoderOpus::getParameterValue(uint32_t key, int64_t* value) {
-  clear(value);
-  if (key == kKeyPreSkip && value != nullptr) *value = preSkip;
-  return kSuccess;
-}
-
-uint32_t AudioEncoderOpus::getParameterValue(uint32_t key, double* value) {
-  clear(value);
-  if (key == kKeyGain && value != nullptr) *value = gain;
-  return kSuccess;
+const ParameterRow<AudioEncoderOpus>* AudioEncoderOpus::parameterOf(uint32_t key) {
+  using This = AudioEncoderOpus;
+  static constexpr ParameterRow<This> kParameters[] = {
+      parameterField<This, &This::gain>(kKeyGain),
+      // Asked for by a flag, answered with the samples.
+      {kKeyPreSkip, kParameterLong, 0, [](const This& encoder, uint32_t) { return int64_t{encoder.preSkip}; },
+       [](This& encoder, uint32_t, std::span<const int64_t> values) {
+         encoder.preSkipInHeader = values[0] != 0;
+       }},
+  };
+  return findParameter(kParameters, key);
 }
 
 }  // namespace qvs

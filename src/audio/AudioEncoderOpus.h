@@ -8,6 +8,7 @@
 #include "audio/AudioEncoderBase.h"
 #include "audio/AudioFrameAssembler.h"
 #include "contract/StageIds.h"
+#include "platform/ParameterTable.h"
 
 namespace qvs {
 
@@ -21,7 +22,7 @@ namespace qvs {
 /// Keys: 190000 (double) `gain`, dB, for the header; 190001 (long) `preSkip`: set to non-zero before
 /// `initialize`, the header carries the pre-skip; get gives its samples at 48 kHz, 0 until the encoder is
 /// open.
-class AudioEncoderOpus : public AudioEncoderBase {
+class AudioEncoderOpus : public WithParameters<AudioEncoderOpus, AudioEncoderBase> {
  public:
   static constexpr uint32_t kKeyGain = 190000;
   static constexpr uint32_t kKeyPreSkip = 190001;
@@ -29,18 +30,11 @@ class AudioEncoderOpus : public AudioEncoderBase {
   AudioEncoderOpus() { codec = kAudioCodecOpus; }
   ~AudioEncoderOpus() override;
 
-  using AudioEncoderBase::getParameterValue;
-  using AudioEncoderBase::setParameterValue;
-
   uint32_t initialize() override;
   uint32_t getHeaders(std::vector<AudioFrameEncoded>& out) override;
   uint32_t addSampleBuffer(AudioSampleBuffer* buffer, std::vector<AudioFrameEncoded>& out) override;
   uint32_t close() override;
-  uint32_t setParameterValue(uint32_t key, int64_t value) override;
-  uint32_t setParameterValue(uint32_t key, double value) override;
-  uint32_t getParameterValueType(uint32_t key, uint32_t* arrayLength) override;
-  uint32_t getParameterValue(uint32_t key, int64_t* value) override;
-  uint32_t getParameterValue(uint32_t key, double* value) override;
+  static const ParameterRow<AudioEncoderOpus>* parameterOf(uint32_t key);
 
  private:
   struct Destroy {

@@ -248,20 +248,10 @@ uint32_t AudioEncoderVorbis::close() {
   });
 }
 
-uint32_t AudioEncoderVorbis::setParameterValue(uint32_t key, int64_t value) {
-  if (key == kKeyUnmanaged) unmanaged = value != 0;
-  return kSuccess;
-}
-
-uint32_t AudioEncoderVorbis::getParameterValueType(uint32_t key, uint32_t* arrayLength) {
-  clear(arrayLength);
-  return key == kKeyUnmanaged ? kParameterLong : kParameterUnknown;
-}
-
-uint32_t AudioEncoderVorbis::getParameterValue(uint32_t key, int64_t* value) {
-  clear(value);
-  if (key == kKeyUnmanaged && value != nullptr) *value = unmanaged ? 1 : 0;
-  return kSuccess;
+const ParameterRow<AudioEncoderVorbis>* AudioEncoderVorbis::parameterOf(uint32_t key) {
+  using This = AudioEncoderVorbis;
+  static constexpr ParameterRow<This> kParameters[] = {parameterField<This, &This::unmanaged>(kKeyUnmanaged)};
+  return findParameter(kParameters, key);
 }
 
 void AudioEncoderVorbis::closeEncoder() {

@@ -8,6 +8,7 @@
 #include "audio/AudioEncoderBase.h"
 #include "audio/AudioSampleHolder.h"
 #include "contract/StageIds.h"
+#include "platform/ParameterTable.h"
 #include "platform/RingQueue.h"
 
 namespace qvs {
@@ -21,23 +22,18 @@ namespace qvs {
 ///
 /// Key 190100 (long) `unmanaged`, before `initialize`: non-zero takes the bit rate for an estimate by which
 /// the library sets its quality, instead of managing it, in a third of the time.
-class AudioEncoderVorbis : public AudioEncoderBase {
+class AudioEncoderVorbis : public WithParameters<AudioEncoderVorbis, AudioEncoderBase> {
  public:
   static constexpr uint32_t kKeyUnmanaged = 190100;
 
   AudioEncoderVorbis() { codec = kAudioCodecVorbis; }
   ~AudioEncoderVorbis() override;
 
-  using AudioEncoderBase::getParameterValue;
-  using AudioEncoderBase::setParameterValue;
-
   uint32_t initialize() override;
   uint32_t getHeaders(std::vector<AudioFrameEncoded>& out) override;
   uint32_t addSampleBuffer(AudioSampleBuffer* buffer, std::vector<AudioFrameEncoded>& out) override;
   uint32_t close() override;
-  uint32_t setParameterValue(uint32_t key, int64_t value) override;
-  uint32_t getParameterValueType(uint32_t key, uint32_t* arrayLength) override;
-  uint32_t getParameterValue(uint32_t key, int64_t* value) override;
+  static const ParameterRow<AudioEncoderVorbis>* parameterOf(uint32_t key);
 
  private:
   void limitBitrate();

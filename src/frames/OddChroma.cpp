@@ -11,7 +11,7 @@ namespace {
 
 constexpr uint8_t kNoChroma = 128;
 
-/// `count` bytes from a neighbour, or no colour where there is none.
+/// `count` bytes from a neighbour, or no color where there is none.
 void copyOrClear(uint8_t* to, const uint8_t* from, size_t count) {
   if (from != nullptr) {
     std::memcpy(to, from, count);

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include <qvs/video_frame.h>
+#include "bufstream/UccInstance.h"
 #include "contract/FrameTypes.h"
 #include "frames/DevicePicture.h"
 #include "frames/FractionalFrames.h"
@@ -16,7 +17,6 @@
 #include "frames/IntrinsicScalerSession.h"
 #include "frames/LetterboxBars.h"
 #include "frames/PlacementSettings.h"
-#include "frames/UccInstance.h"
 #include "log/ILogger.h"
 #include "mc_frame.h"
 #include "platform/Status.h"
@@ -132,7 +132,7 @@ class VideoFrameBuffer : public FrameProperties,
   uint32_t getWidth() const { return frame.width; }
   uint32_t getHeight() const { return frame.height; }
   uint32_t getFourCC() const { return frame.four_cc; }
-  void setFourCC(uint32_t value) { frame.four_cc = value; }
+  void setFourCC(uint32_t value) { frame.four_cc = value; }  ///< the label alone: planes stay where they lie
   uint8_t* getPlane(uint32_t index) const { return index < 4 ? frame.plane[index] : nullptr; }
   int32_t getStride(uint32_t index) const { return index < 4 ? frame.stride[index] : 0; }
   int32_t getStride() const { return stride; }

@@ -6,6 +6,7 @@
 #include "contract/ScaleIds.h"
 #include "frames/BlackPainter.h"
 #include "frames/geometry/ColorspaceInfo.h"
+#include "frames/geometry/PictureTurn.h"
 #include "frames/geometry/UccFormat.h"
 #include "frames/OddChroma.h"
 #include "frames/VideoFrameBuffer.h"
@@ -65,12 +66,13 @@ uint32_t VideoFrameBuffer::transferFrame(VideoFrameBuffer& source, uint32_t /*mo
     setTimecode(source.getTimecode());
     copyTimecodeInfo(source);
 
-    const PixelSize display = displaySizeOf(source);
-    const Placement placement =
-        placeFrame(sizeOf(source.frame), display, sizeOf(frame), getPlacementRequest());
     const bool onCpu = implementation != kScaleCUDA && implementation != kScaleOpenCL;
-    return onCpu ? placeOnCpu(source, placement, display, force)
-                 : placeOnDevice(source, placement, display, force);
+    const PictureTurn turn = onCpu ? PictureTurn::of(source.getScaleFlags()) : PictureTurn{};
+    const PixelSize shown = turn.shownSize(displaySizeOf(source));
+    const Placement placement =
+        placeFrame(turn.shownSize(sizeOf(source.frame)), shown, sizeOf(frame), getPlacementRequest());
+    return onCpu ? placeOnCpu(source, placement, shown, force)
+                 : placeOnDevice(source, placement, shown, force);
   });
 }
 
@@ -92,7 +94,9 @@ uint32_t VideoFrameBuffer::placeOnCpu(VideoFrameBuffer& source, const Placement&
   PixelRect from = wholeOf(source.frame);
   PixelRect to = wholeOf(frame);
   if (placed && placement.hasSource) {
-    from = clipRect(placement.source, sizeOf(source.frame), placementStep(source.frame.four_cc));
+    const PictureTurn turn = PictureTurn::of(source.getScaleFlags());
+    const PixelSize size = sizeOf(source.frame);
+    from = clipRect(turn.codedRect(placement.source, size), size, placementStep(source.frame.four_cc));
   }
   if (placed && placement.hasTarget)
     to = clipRect(placement.target, sizeOf(frame), placementStep(frame.four_cc));
@@ -119,7 +123,8 @@ uint32_t VideoFrameBuffer::scaleFrom(const VideoFrameBuffer& source, const Pixel
   if (uccViewOfRect(&sourceView, source.frame, from) == 0 || uccViewOfRect(&targetView, frame, to) == 0) {
     return refuseGeometry();
   }
-  const ucc_config_t config{};
+  ucc_config_t config{};
+  config.orientation = PictureTurn::of(source.getScaleFlags()).orientation();
   const uint32_t status = UCC_Transform(ucc_s.get(), &targetView, &sourceView, &config);
   if (status == kUccNoMemory) throw std::bad_alloc();
   if (status != 0) return kRefused;

@@ -1,9 +1,9 @@
 // One-off format conversions of tightly packed pictures.
 #include "frames/VideoFrameUtils.h"
 
+#include "bufstream/UccInstance.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/geometry/UccFormat.h"
-#include "frames/UccInstance.h"
 
 namespace qvs {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <cstdint>
 
+#include "bufstream/UccInstance.h"
 #include "frames/FrameMemory.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/geometry/OverlayPlacement.h"
-#include "frames/UccInstance.h"
 #include "frames/VideoScaleFrameData.h"
 #include "mc_ucc.h"
 

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "hardware/HardwareReport.h"
+#include "log/LogGlobalLogger.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
 namespace qvs {
@@ -31,9 +32,16 @@ HardwareInspector* HardwareInspector::getInstance() {
 }
 
 void HardwareInspector::setNativePath(long index, const char* path) {
-  if (path == nullptr || index < 0 || index >= kPathCount) return;
+  if (path == nullptr) return;
   const size_t len = std::strlen(path);
-  if (len >= kPathSize) return;
+  if (index < 0 || index >= kPathCount || len >= kPathSize) {
+    const bool unknown = index < 0 || index >= kPathCount;
+    LogGlobalLogger::getInstance()->tell(
+        "HardwareInspector::setNativePath",
+        {.reason = unknown ? "There is no path with this number" : "A path of this length is not taken",
+         .number = unknown ? index : static_cast<int64_t>(len)});
+    return;
+  }
   std::copy_n(path, len + 1, paths[static_cast<size_t>(index)].begin());
 }
 
@@ -50,7 +58,9 @@ void HardwareInspector::inspect() {
   }
   clearInfo();
   // Back ends whose hosts are not part of this build don't answer and stay at zero.
-  std::fputs("U30 Firmware loading unsuccessful - U30 availability is disabled\n", stderr);
+  constexpr const char* kNoU30 = "U30 Firmware loading unsuccessful - U30 availability is disabled";
+  std::fprintf(stderr, "%s\n", kNoU30);
+  LogGlobalLogger::getLogger()->info(std::string("HardwareInspector.inspect[{context}]: ") + kNoU30);
   intrinsicScaler = VideoFrameIntrinsicScalerSingleton::getInstance()->isAvailable() ? 1 : 0;
 }
 

@@ -19,8 +19,9 @@ uint32_t FailureLog::count(const char* label, const char* reason) {
   return 1;
 }
 
-void FailureLog::tell(ILogger& logger, const char* label, const Failure& failure) {
+void FailureLog::tell(LogCollector& log, const char* label, const Failure& failure) {
   const uint32_t times = count(label, failure.reason);
+  log.countTrouble();
   if (!std::has_single_bit(times)) return;
   std::string operation = label;
   if (const size_t colons = operation.find("::"); colons != std::string::npos)
@@ -28,7 +29,7 @@ void FailureLog::tell(ILogger& logger, const char* label, const Failure& failure
   std::string line = fmt::format("{}[{{context}}]: {}", operation, failure.reason);
   if (failure.number) line += fmt::format(": {}", *failure.number);
   if (times > 1) line += fmt::format(" ({} times)", times);
-  logger.error(failure.context, failure.index, line);
+  log.log(failure.context, failure.index, failure.level, line);
 }
 
 }  // namespace qvs

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "log/ILogger.h"
+#include "log/LogCollector.h"
 
 namespace qvs {
 
@@ -15,6 +15,7 @@ struct Failure {
   LogContext context = kLogContextNone;
   int index = 0;                       ///< of the context
   std::optional<int64_t> number = {};  ///< what was refused; stands behind the reason
+  LogLevel level = kLogError;
 };
 
 /// Tells failures without flooding the log: what one operation meets for one reason again and again is told
@@ -22,7 +23,7 @@ struct Failure {
 class FailureLog {
  public:
   /// `label` is "Class::operation", a literal.
-  void tell(ILogger& logger, const char* label, const Failure& failure);
+  void tell(LogCollector& log, const char* label, const Failure& failure);
 
  private:
   struct Row {

@@ -16,6 +16,7 @@ LogCollector::~LogCollector() {
 
 void LogCollector::log(int contextType, int contextIndex, int level, const std::string& str) {
   if (isActive == 0) return;
+  if (level >= kLogWarn) countTrouble();
   guarded("LogCollector::log", [&] {
     const ScopedLock guard(*lock);
     if (items.size() < kMaxStatements) items.emplace_back(contextType, contextIndex, level, str);

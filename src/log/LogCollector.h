@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -34,12 +35,18 @@ class LogCollector final : public ILogger {
 
   void log(int contextType, int contextIndex, int level, const std::string& str);
 
+  /// Warnings and worse since the beginning, and failures that were not told again: by it a caller sees that
+  /// what it called has told its trouble.
+  uint32_t getTroubleCount() const { return troubleCount.load(std::memory_order_relaxed); }
+  void countTrouble() { troubleCount.fetch_add(1, std::memory_order_relaxed); }
+
   /// Moves all statements out, behind what `statements` holds.
   void getLogStatements(std::vector<LogStatement>& statements);
 
  private:
   std::vector<LogStatement> items;
   std::unique_ptr<IConcurrentLock> lock;
+  std::atomic<uint32_t> troubleCount{0};
   std::atomic<int> isActive{1};  ///< 0 once destruction begins: late calls of other threads return at once
 };
 

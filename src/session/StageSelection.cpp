@@ -33,7 +33,7 @@ std::unique_ptr<Stage> make() {
   return std::make_unique<Class>();
 }
 
-using Words = HardwareAvailability;
+using Availability = HardwareAvailability;
 constexpr PluginPath kNative = PluginPath::kNative;
 constexpr PluginPath kQuickSync = PluginPath::kQuickSync;
 constexpr PluginPath kVaapi = PluginPath::kVaapi;
@@ -48,41 +48,41 @@ constexpr VideoDecoderRow kCaptureVideoDecoder =
 
 constexpr VideoDecoderRow kVideoDecoders[] = {
     {kVideoCodecSorenson, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "SorensonSpark: default", make<IVideoDecoder, VideoDecoderMP4>},
-    {kVideoCodecH264, 1, &Words::quickSyncAvailable, kQuickSyncAvailable, kQuickSync, "VideoDecoderH264QuickSyncHost", "H.264: QuickSync"},
-    {kVideoCodecH264, 4, &Words::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]"},
-    {kVideoCodecH264, 3, &Words::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]"},
-    {kVideoCodecH264, 5, &Words::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.264: U30"},
+    {kVideoCodecH264, 1, &Availability::quickSyncAvailable, kQuickSyncAvailable, kQuickSync, "VideoDecoderH264QuickSyncHost", "H.264: QuickSync"},
+    {kVideoCodecH264, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]"},
+    {kVideoCodecH264, 3, &Availability::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]"},
+    {kVideoCodecH264, 5, &Availability::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.264: U30"},
     {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoDecoderH264", "H.264: default", make<IVideoDecoder, VideoDecoderH264>},
     {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoDecoderVPX", "VPX[{}]: default", make<IVideoDecoder, VideoDecoderVPX>},
     {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "H.263: default", make<IVideoDecoder, VideoDecoderMP4>},
     {kVideoCodecMP4, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "MP4: default", make<IVideoDecoder, VideoDecoderMP4>},
-    {kVideoCodecMPEG2, 1, &Words::quickSyncAvailable, kQuickSyncDecodeMP2, kQuickSync, "VideoDecoderMP2QuickSyncHost", "MPEG2: QuickSync"},
-    {kVideoCodecMPEG2, 4, &Words::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]"},
-    {kVideoCodecMPEG2, 3, &Words::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]"},
+    {kVideoCodecMPEG2, 1, &Availability::quickSyncAvailable, kQuickSyncDecodeMP2, kQuickSync, "VideoDecoderMP2QuickSyncHost", "MPEG2: QuickSync"},
+    {kVideoCodecMPEG2, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]"},
+    {kVideoCodecMPEG2, 3, &Availability::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]"},
     {kVideoCodecMPEG2, kAny, nullptr, 0, kNative, "VideoDecoderMP2", "MPEG2: default", make<IVideoDecoder, VideoDecoderMP2>},
-    {kVideoCodecH265, 4, &Words::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.265: NVCUVID[NVDEC]"},
+    {kVideoCodecH265, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.265: NVCUVID[NVDEC]"},
     // One host serves both codecs of that card.
-    {kVideoCodecH265, 5, &Words::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.265: U30"},
+    {kVideoCodecH265, 5, &Availability::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.265: U30"},
     {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoDecoderH265", "H.265: default", make<IVideoDecoder, VideoDecoderH265>},
 };
 
 constexpr VideoEncoderRow kVideoEncoders[] = {
-    {kVideoCodecH265, 9, &Words::cudaAvailable, kNvencH265, kNative, "VideoEncoderH26XNVENC12Host", "H.265: NVENC12"},
-    {kVideoCodecH265, 8, &Words::quickSyncAvailable, kQuickSyncEncodeH265, kQuickSync, "VideoEncoderH265QuickSyncHost", "H.265: QuickSync"},
-    {kVideoCodecH265, 11, &Words::x265Available, kAnyBit, kNative, "VideoEncoderH265X265Host", "H.265: X265"},
-    {kVideoCodecH265, 15, &Words::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.265: AdvantechVega"},
-    {kVideoCodecH265, 16, &Words::vaapiAvailable, kVaapiEncodeH265, kVaapi, "VideoEncoderH265VAAPIHost", "H.265: VAAPI"},
-    {kVideoCodecH265, 18, &Words::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.265: U30"},
+    {kVideoCodecH265, 9, &Availability::cudaAvailable, kNvencH265, kNative, "VideoEncoderH26XNVENC12Host", "H.265: NVENC12"},
+    {kVideoCodecH265, 8, &Availability::quickSyncAvailable, kQuickSyncEncodeH265, kQuickSync, "VideoEncoderH265QuickSyncHost", "H.265: QuickSync"},
+    {kVideoCodecH265, 11, &Availability::x265Available, kAnyBit, kNative, "VideoEncoderH265X265Host", "H.265: X265"},
+    {kVideoCodecH265, 15, &Availability::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.265: AdvantechVega"},
+    {kVideoCodecH265, 16, &Availability::vaapiAvailable, kVaapiEncodeH265, kVaapi, "VideoEncoderH265VAAPIHost", "H.265: VAAPI"},
+    {kVideoCodecH265, 18, &Availability::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.265: U30"},
     {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoEncoderH265MainConceptHost", "H.265: default"},
     {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoEncoderH263IPP", "H263: default"},
-    {kVideoCodecVPX, 12, &Words::vaapiAvailable, kVaapiEncodeVP9, kVaapi, "VideoEncoderVP9VAAPIHost", "VPX[{}]: VAAPI"},
+    {kVideoCodecVPX, 12, &Availability::vaapiAvailable, kVaapiEncodeVP9, kVaapi, "VideoEncoderVP9VAAPIHost", "VPX[{}]: VAAPI"},
     {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoEncoderVPX", "VPX[{}]: default", make<IVideoEncoder, VideoEncoderVPX>},
-    {kVideoCodecH264, 1, &Words::quickSyncAvailable, kQuickSyncEncodeH264, kQuickSync, "VideoEncoderH264QuickSyncHost", "H.264: QuickSync"},
-    {kVideoCodecH264, 6, &Words::cudaAvailable, kNvencH264, kNative, "VideoEncoderH26XNVENC12Host", "H.264: NVENC12"},
-    {kVideoCodecH264, 10, &Words::vaapiAvailable, kVaapiEncodeH264, kVaapi, "VideoEncoderH264VAAPIHost", "H.264: VAAPI"},
-    {kVideoCodecH264, 7, &Words::x264Available, kAnyBit, kNative, "VideoEncoderH264X264Host", "H.264: X264"},
-    {kVideoCodecH264, 14, &Words::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.264: AdvantechVega"},
-    {kVideoCodecH264, 17, &Words::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.264: U30"},
+    {kVideoCodecH264, 1, &Availability::quickSyncAvailable, kQuickSyncEncodeH264, kQuickSync, "VideoEncoderH264QuickSyncHost", "H.264: QuickSync"},
+    {kVideoCodecH264, 6, &Availability::cudaAvailable, kNvencH264, kNative, "VideoEncoderH26XNVENC12Host", "H.264: NVENC12"},
+    {kVideoCodecH264, 10, &Availability::vaapiAvailable, kVaapiEncodeH264, kVaapi, "VideoEncoderH264VAAPIHost", "H.264: VAAPI"},
+    {kVideoCodecH264, 7, &Availability::x264Available, kAnyBit, kNative, "VideoEncoderH264X264Host", "H.264: X264"},
+    {kVideoCodecH264, 14, &Availability::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.264: AdvantechVega"},
+    {kVideoCodecH264, 17, &Availability::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.264: U30"},
     {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoEncoderH264", "H.264: default", make<IVideoEncoder, VideoEncoderH264>},
 };
 
@@ -109,7 +109,7 @@ constexpr AudioEncoderRow kAudioEncoders[] = {
 // clang-format on
 
 template <typename Stage>
-bool isThere(const StageRow<Stage>& row, const HardwareAvailability& availability) {
+bool isAvailable(const StageRow<Stage>& row, const HardwareAvailability& availability) {
   if (row.word == nullptr) return true;
   const uint32_t word = availability.*row.word;
   return row.bits == kAnyBit ? word != 0 : (word & row.bits) == row.bits;
@@ -120,12 +120,19 @@ const StageRow<Stage>* select(std::span<const StageRow<Stage>> rows, uint32_t co
                               const HardwareAvailability& availability) {
   for (const StageRow<Stage>& row : rows) {
     const bool named = row.implementation == kAnyImplementation || row.implementation == implementation;
-    if (row.codec == codec && named && isThere(row, availability)) return &row;
+    if (row.codec == codec && named && isAvailable(row, availability)) return &row;
   }
   return nullptr;
 }
 
 }  // namespace
+
+template <typename Stage>
+std::unique_ptr<Stage> StageRow<Stage>::create(const HardwareAvailability& availability) const {
+  std::unique_ptr<Stage> stage = make != nullptr ? make() : nullptr;
+  if (stage && prepare != nullptr) prepare(*stage, availability);
+  return stage;
+}
 
 template <typename Stage>
 std::string StageRow<Stage>::logTextOf(uint32_t codecVersion) const {

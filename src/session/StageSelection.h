@@ -31,6 +31,11 @@ struct StageRow {
   const char* logText = "";                    ///< "{}" in it stands for the codec version
   std::unique_ptr<Stage> (*make)() = nullptr;  ///< null: the class is not part of this build
 
+  /// What the class alone wants to know of the machine, such as how its hardware is reached; mostly null.
+  void (*prepare)(Stage& stage, const HardwareAvailability& availability) = nullptr;
+
+  /// A new object of the class, prepared; null where it is not part of this build.
+  std::unique_ptr<Stage> create(const HardwareAvailability& availability) const;
   std::string logTextOf(uint32_t codecVersion) const;
 };
 

@@ -247,10 +247,11 @@ class TranscoderSession : public TranscoderSessionBase {
   int32_t videoEncoderGetEncoderFrameIndex(uint32_t frameIndex) const;
   void prepareFractionalFrames(VideoFrameBuffer& frame, std::span<const uint32_t> encoderBufferIndexes);
   bool gatherScalerTargets(const VideoFrameBuffer& source, std::span<const uint32_t> encoderBufferIndexes);
+  /// Null, and told, where there is no such frame.
+  VideoFrameBuffer* targetFrame(const char* label, uint32_t setIndex, uint32_t bufferIndex);
   bool isVideoEncoderSlot(int32_t indexEncoder) const;
   void clearVideoEncoderSlot(int32_t indexEncoder);
   int32_t storeVideoEncoder(std::unique_ptr<IVideoEncoder> encoder, int32_t indexEncoder);
-  AudioEncoderWrapper* audioEncoderWrapper(uint32_t indexEncoder);
   static uint32_t resampleRendition(AudioEncoderWrapper& rendition);
 
   Path nativePath{};

@@ -51,6 +51,10 @@ IAudioEncoder* TranscoderSessionBase::getAudioEncoder(uint32_t indexEncoder) con
   return wrapper != nullptr ? wrapper->audioEncoder.get() : nullptr;
 }
 
+StageRef<AudioEncoderWrapper> TranscoderSessionBase::renditionRef(uint32_t index) {
+  return {at(audioEncoders, index), static_cast<int>(index)};
+}
+
 AudioSampleBuffer* TranscoderSessionBase::getAudioEncoderEncodeBuffer(uint32_t indexEncoder) const {
   const AudioEncoderWrapper* wrapper = at(audioEncoders, indexEncoder);
   return wrapper != nullptr ? wrapper->encodeAudioBuffer.get() : nullptr;

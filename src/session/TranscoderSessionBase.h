@@ -19,6 +19,13 @@
 
 namespace qvs {
 
+/// A stage of a session that an operation is meant for.
+template <typename Stage>
+struct StageRef {
+  Stage* stage;  ///< null where the session has none
+  int index;     ///< as the host numbers it
+};
+
 /// What a session owns: its stages, the pools between them and its log. Indices past the end give null.
 class TranscoderSessionBase : public ITranscoderSession {
  public:
@@ -59,6 +66,16 @@ class TranscoderSessionBase : public ITranscoderSession {
 
  protected:
   TranscoderSessionBase() = default;
+
+  StageRef<IVideoDecoder> videoDecoderRef() const { return {getVideoDecoder(), 0}; }
+  StageRef<IAudioDecoder> audioDecoderRef() const { return {getAudioDecoder(), 0}; }
+  StageRef<IVideoEncoder> videoEncoderRef(uint32_t index) const {
+    return {getVideoEncoder(index), static_cast<int>(index)};
+  }
+  StageRef<IAudioEncoder> audioEncoderRef(uint32_t index) const {
+    return {getAudioEncoder(index), static_cast<int>(index)};
+  }
+  StageRef<AudioEncoderWrapper> renditionRef(uint32_t index);
 
   /// Waits until no encoder reads a frame any more: before pools or frame storage go.
   void finishVideoEncoders();

@@ -1,13 +1,14 @@
 // The session's video operations per frame: decode, overlay, transfer to renditions, encode.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "contract/DecodeFlags.h"
 #include "frames/VideoFrameBuffer.h"
 #include "frames/VideoFrameBufferAllocation.h"
 #include "frames/VideoFrameBufferAllocator.h"
-#include "platform/Guard.h"
+#include "session/Forward.h"
 #include "session/notify/TranscoderSessionNotifyManager.h"
 #include "session/TranscoderSession.h"
 
@@ -18,36 +19,50 @@ namespace {
 constexpr uint32_t kScalerStatusSourceDone = 1;
 constexpr uint32_t kScalerStatusFramesReady = 2;
 
-uint32_t allocateFrom(VideoFrameBufferSet& set, uint32_t* bufferIndex) {
+constexpr Failure kNoVideoScaler = {.reason = "The scaler implementation has no scaler of its own",
+                                    .context = kLogContextVideoScaler};
+
+Failure noPicture(uint32_t bufferIndex) {
+  return {.reason = "This frame could not be read as BGRA", .number = bufferIndex};
+}
+
+constexpr Failure kNotDrawn = {.reason = "An overlay could not be drawn", .context = kLogContextVideoDecoder};
+
+Failure notTransferred(bool scaled, uint32_t encoderIndex) {
+  return {
+      .reason = scaled ? "An overlay could not be drawn" : "The frame could not be scaled into its target",
+      .context = kLogContextVideoEncoder,
+      .index = static_cast<int>(encoderIndex)};
+}
+
+Failure tooManyTargets(size_t count) {
+  return {.reason = "More targets than there are buffer sets",
+          .context = kLogContextVideoScaler,
+          .number = static_cast<int64_t>(count)};
+}
+
+uint32_t allocateFrom(TranscoderSessionBase& session, const char* label, LogContext context,
+                      VideoFrameBufferSet& set, uint32_t* bufferIndex) {
   const auto allocation = set.getVideoFrameBufferAllocator()->allocate();
-  if (!allocation) return kFailure;
+  if (!allocation) {
+    if (set.size() == 0) return session.fail(label, {.reason = "The pool has no frames", .context = context});
+    // A host may take this for the sign to wait.
+    return session.fail(
+        label, {.reason = "All frames of the pool are taken", .context = context, .level = kLogInfo});
+  }
   VideoFrameBuffer& frame = **allocation;
   frame.createJavaBufferAllocation();
   *bufferIndex = frame.getBufferIndex();
   return kSuccess;
 }
 
-uint32_t acquire(VideoFrameBuffer* frame) {
-  if (frame == nullptr) return kFailure;
-  frame->createJavaBufferAllocation();
-  return kSuccess;
-}
-
-uint32_t release(VideoFrameBuffer* frame) {
-  if (frame == nullptr) return kFailure;
-  frame->releaseJavaBufferAllocation();
-  return kSuccess;
-}
-
-uint32_t setOverlay(VideoOverlayFrames* overlays, uint32_t overlayIndex, VideoOverlayFrame* frame) {
-  std::unique_ptr<VideoOverlayFrame> owned(frame);
-  if (overlays == nullptr) return kFailure;
-  if (owned) {
-    overlays->putFrame(overlayIndex, owned.release());
+void setOverlay(VideoOverlayFrames& overlays, uint32_t overlayIndex,
+                std::unique_ptr<VideoOverlayFrame> frame) {
+  if (frame) {
+    overlays.putFrame(overlayIndex, frame.release());
   } else {
-    overlays->clearFrame(overlayIndex);
+    overlays.clearFrame(overlayIndex);
   }
-  return kSuccess;
 }
 
 }  // namespace
@@ -70,9 +85,11 @@ bool TranscoderSession::isDecoderFrameSizeValid(uint32_t width, uint32_t height)
 }
 
 uint32_t TranscoderSession::videoDecoderDecodeCodecConfig(uint8_t* buffer, uint32_t offset, uint32_t len) {
-  return guarded("TranscoderSession::videoDecoderDecodeCodecConfig", [&]() -> uint32_t {
-    if (!videoDecoder) return kFailure;
-    const uint32_t result = videoDecoder->decodeCodecConfig(buffer, offset, len);
+  constexpr const char* kLabel = "TranscoderSession::videoDecoderDecodeCodecConfig";
+  return guarded(kLabel, [&]() -> uint32_t {
+    const uint32_t result = forward(*this, kLabel, videoDecoderRef(), [&](auto& stage) {
+      return stage.decodeCodecConfig(buffer, offset, len);
+    });
     if (result != kSuccess || videoDecoderFrameBuffersInited != 0) return result;
     const FrameAllocProvider alloc = videoDecoder->getAllocProvider();
     const FrameFreeProvider free = videoDecoder->getFreeProvider();
@@ -89,12 +106,11 @@ uint32_t TranscoderSession::videoDecoderDecodeCodecConfig(uint8_t* buffer, uint3
 }
 
 uint32_t TranscoderSession::videoDecoderAddFrame(CodedBlock block, uint64_t timecode, uint32_t frameType) {
-  return guarded("TranscoderSession::videoDecoderAddFrame", [&]() -> uint32_t {
-    if (!videoDecoder) return kFailure;
+  return forward(*this, "TranscoderSession::videoDecoderAddFrame", videoDecoderRef(), [&](auto& stage) {
     // Freed at the end: until it has the new block the decoder may read the one before.
     const CodedBlock before = std::exchange(currVideoDecodeBuffer, std::move(block));
     const CodedBlock& now = currVideoDecodeBuffer;
-    return videoDecoder->addFrame(now.getMemory(), now.getOffset(), now.getLen(), timecode, frameType);
+    return stage.addFrame(now.getMemory(), now.getOffset(), now.getLen(), timecode, frameType);
   });
 }
 
@@ -102,11 +118,13 @@ uint32_t TranscoderSession::videoDecoderDecode(uint32_t bufferIndex, uint32_t* d
                                                uint64_t* timecode,
                                                std::vector<VideoFrameAncillaryData>& ancillaryData,
                                                TranscoderVideoDecoderFrameInfo& frameInfo) {
-  return guarded("TranscoderSession::videoDecoderDecode", [&]() -> uint32_t {
-    if (!videoDecoder) return kFailure;
-    const uint32_t result = videoDecoder->decode(decoderStatus);
+  constexpr const char* kLabel = "TranscoderSession::videoDecoderDecode";
+  return guarded(kLabel, [&]() -> uint32_t {
+    const uint32_t result =
+        forward(*this, kLabel, videoDecoderRef(), [&](auto& stage) { return stage.decode(decoderStatus); });
+    if (!videoDecoder) return result;
     VideoFrameBuffer* frame = getVideoDecoderBuffer(bufferIndex);
-    if (frame == nullptr) return kFailure;
+    if (frame == nullptr) return fail(kLabel, noDecodedFrame(bufferIndex));
     const uint32_t status = *decoderStatus;
     if ((status & DecodeFlagFrameAvailable) == 0 || (status & DecodeFlagFrameNotReady) != 0) return result;
     const uint32_t fetched = fetchDecodedFrame(*frame, timecode, ancillaryData, frameInfo);
@@ -121,7 +139,9 @@ uint32_t TranscoderSession::fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t*
                                     &info.displayHeight);
   if (info.frameWidth != 0 && info.frameHeight != 0 &&
       frame.allocBuffer(info.frameWidth, info.frameHeight, videoDecoderFourcc) != kSuccess) {
-    return kFailure;
+    return fail("TranscoderSession::videoDecoderDecode", {.reason = "No storage for a frame of this width",
+                                                          .context = kLogContextVideoDecoder,
+                                                          .number = info.frameWidth});
   }
   videoDecoder->getDecodedFrame(frame);
   info.frameRate = videoDecoder->getFrameRate();
@@ -149,9 +169,11 @@ void TranscoderSession::logFrameSize(const TranscoderVideoDecoderFrameInfo& info
 }
 
 uint32_t TranscoderSession::videoDecoderGetFrame(uint32_t bufferIndex, uint64_t* timecode) {
-  return guarded("TranscoderSession::videoDecoderGetFrame", [&]() -> uint32_t {
+  constexpr const char* kLabel = "TranscoderSession::videoDecoderGetFrame";
+  return guarded(kLabel, [&]() -> uint32_t {
     VideoFrameBuffer* frame = getVideoDecoderBuffer(bufferIndex);
-    if (!videoDecoder || frame == nullptr) return kFailure;
+    if (!videoDecoder) return fail(kLabel, kNoVideoDecoder);
+    if (frame == nullptr) return fail(kLabel, noDecodedFrame(bufferIndex));
     const uint32_t result = videoDecoder->getDecodedFrame(*frame);
     frame->setFrameRate(videoDecoder->getFrameRate());
     *timecode = frame->getTimecode();
@@ -160,33 +182,51 @@ uint32_t TranscoderSession::videoDecoderGetFrame(uint32_t bufferIndex, uint64_t*
 }
 
 uint32_t TranscoderSession::videoDecoderBufferAllocate(uint32_t* bufferIndex) {
-  return guarded("TranscoderSession::videoDecoderBufferAllocate",
-                 [&]() -> uint32_t { return allocateFrom(videoDecoderBuffers, bufferIndex); });
+  constexpr const char* kLabel = "TranscoderSession::videoDecoderBufferAllocate";
+  return guarded(kLabel, [&]() -> uint32_t {
+    return allocateFrom(*this, kLabel, kLogContextVideoDecoder, videoDecoderBuffers, bufferIndex);
+  });
 }
 
 uint32_t TranscoderSession::videoDecoderBufferAcquire(uint32_t bufferIndex) {
-  return guarded("TranscoderSession::videoDecoderBufferAcquire",
-                 [&]() -> uint32_t { return acquire(getVideoDecoderBuffer(bufferIndex)); });
+  constexpr const char* kLabel = "TranscoderSession::videoDecoderBufferAcquire";
+  return guarded(kLabel, [&]() -> uint32_t {
+    VideoFrameBuffer* frame = getVideoDecoderBuffer(bufferIndex);
+    if (frame == nullptr) return fail(kLabel, noDecodedFrame(bufferIndex));
+    frame->createJavaBufferAllocation();
+    return kSuccess;
+  });
 }
 
 uint32_t TranscoderSession::videoDecoderBufferRelease(uint32_t bufferIndex) {
-  return guarded("TranscoderSession::videoDecoderBufferRelease",
-                 [&]() -> uint32_t { return release(getVideoDecoderBuffer(bufferIndex)); });
+  constexpr const char* kLabel = "TranscoderSession::videoDecoderBufferRelease";
+  return guarded(kLabel, [&]() -> uint32_t {
+    VideoFrameBuffer* frame = getVideoDecoderBuffer(bufferIndex);
+    if (frame == nullptr) return fail(kLabel, noDecodedFrame(bufferIndex));
+    frame->releaseJavaBufferAllocation();
+    return kSuccess;
+  });
 }
 
 uint32_t TranscoderSession::videoDecoderBufferSetOverlayVideoFrame(uint32_t overlayIndex,
                                                                    VideoOverlayFrame* frame) {
   // Both overlay operations report under one name.
   return guarded("TranscoderSession::videoEncoderBufferSetOverlayVideoFrame", [&]() -> uint32_t {
-    return setOverlay(&videoDecoderBuffers.getOverlayFrames(), overlayIndex, frame);
+    setOverlay(videoDecoderBuffers.getOverlayFrames(), overlayIndex,
+               std::unique_ptr<VideoOverlayFrame>(frame));
+    return kSuccess;
   });
 }
 
 uint32_t TranscoderSession::videoDecoderTransferFrameStart(uint32_t decoderBufferIndex,
                                                            std::span<const uint32_t> encoderBufferIndexes) {
-  return guarded("TranscoderSession::videoDecoderTransferFrameStart", [&]() -> uint32_t {
+  constexpr const char* kLabel = "TranscoderSession::videoDecoderTransferFrameStart";
+  return guarded(kLabel, [&]() -> uint32_t {
     VideoFrameBuffer* frame = getVideoDecoderBuffer(decoderBufferIndex);
-    if (encoderBufferIndexes.size() > videoEncoderBufferSets.size() || frame == nullptr) return kFailure;
+    if (encoderBufferIndexes.size() > videoEncoderBufferSets.size()) {
+      return fail(kLabel, tooManyTargets(encoderBufferIndexes.size()));
+    }
+    if (frame == nullptr) return fail(kLabel, noDecodedFrame(decoderBufferIndex));
     if (!isDecoderFrameSizeValid(frame->getWidth(), frame->getHeight())) {
       return reportFrameSizeOutOfRange(frame->getWidth(), frame->getHeight());
     }
@@ -198,7 +238,7 @@ uint32_t TranscoderSession::videoDecoderTransferFrameStart(uint32_t decoderBuffe
     const uint32_t drawn = videoDecoderBuffers.applyOverlays(*frame, overlays);
     listeners.notifyVideoFrameDecodeListenersAfterOverlay(getSessionId(), videoDecoder.get(), frame);
     prepareFractionalFrames(*frame, encoderBufferIndexes);
-    return drawn;
+    return drawn == kSuccess ? drawn : fail(kLabel, kNotDrawn);
   });
 }
 
@@ -234,13 +274,16 @@ void TranscoderSession::prepareFractionalFrames(VideoFrameBuffer& frame,
 
 uint32_t TranscoderSession::videoDecoderTransferFrame(uint32_t decoderFrameIndex, uint32_t encoderFrameIndex,
                                                       uint32_t encoderIndex) {
-  return guarded("TranscoderSession::videoDecoderTransferFrame", [&]() -> uint32_t {
+  constexpr const char* kLabel = "TranscoderSession::videoDecoderTransferFrame";
+  return guarded(kLabel, [&]() -> uint32_t {
     // Encoder i reads set i.
     VideoFrameBuffer* source = getVideoDecoderBuffer(decoderFrameIndex);
-    VideoFrameBufferSet* set = getVideoEncoderBufferSet(encoderIndex);
-    VideoFrameBuffer* target = getVideoEncoderBuffer(encoderIndex, encoderFrameIndex);
+    if (source == nullptr) return fail(kLabel, noDecodedFrame(decoderFrameIndex));
+    VideoFrameBuffer* target = targetFrame(kLabel, encoderIndex, encoderFrameIndex);
+    if (target == nullptr) return kFailure;
     IVideoEncoder* encoder = getVideoEncoder(encoderIndex);
-    if (source == nullptr || set == nullptr || target == nullptr || encoder == nullptr) return kFailure;
+    if (encoder == nullptr) return fail(kLabel, noVideoEncoder(encoderIndex));
+    VideoFrameBufferSet* set = getVideoEncoderBufferSet(encoderIndex);
     VideoOverlayFrames& overlays = set->getOverlayFrames();
     TranscoderSessionNotifyManager& listeners = *TranscoderSessionNotifyManager::getInstance();
     set->setScaleFlags(source->getScaleFlags());
@@ -248,27 +291,34 @@ uint32_t TranscoderSession::videoDecoderTransferFrame(uint32_t decoderFrameIndex
     listeners.notifyVideoFrameEncodeListenersBeforeOverlay(getSessionId(), encoder, source, target);
     const uint32_t drawn = set->applyOverlays(*target, overlays);
     listeners.notifyVideoFrameEncodeListenersAfterOverlay(getSessionId(), encoder, source, target);
-    return transferred != kSuccess ? transferred : drawn;
+    if (transferred != kSuccess || drawn != kSuccess) {
+      return fail(kLabel, notTransferred(transferred == kSuccess, encoderIndex));
+    }
+    return kSuccess;
   });
 }
 
 uint32_t TranscoderSession::videoScalerScaleFrame(uint32_t decoderFrameIndex,
                                                   std::span<const uint32_t> encoderBufferIndexes,
                                                   uint32_t encoderCount, uint32_t* scalerStatus) {
-  return guarded("TranscoderSession::videoScalerScaleFrame", [&]() -> uint32_t {
+  constexpr const char* kLabel = "TranscoderSession::videoScalerScaleFrame";
+  return guarded(kLabel, [&]() -> uint32_t {
     *scalerStatus = 0;
-    VideoFrameBuffer* source = getVideoDecoderBuffer(decoderFrameIndex);
-    if (encoderBufferIndexes.size() > videoEncoderBufferSets.size() || !videoScaler ||
-        encoderCount > kScalerTargetsMax || source == nullptr) {
-      return kFailure;
+    if (!videoScaler) return fail(kLabel, kNoVideoScaler);
+    if (encoderBufferIndexes.size() > videoEncoderBufferSets.size() || encoderCount > kScalerTargetsMax) {
+      return fail(kLabel, tooManyTargets(std::max<size_t>(encoderBufferIndexes.size(), encoderCount)));
     }
+    VideoFrameBuffer* source = getVideoDecoderBuffer(decoderFrameIndex);
+    if (source == nullptr) return fail(kLabel, noDecodedFrame(decoderFrameIndex));
     TranscoderSessionNotifyManager& listeners = *TranscoderSessionNotifyManager::getInstance();
-    // No overlay runs between the two on this road.
+    // No overlay runs between the two on this path.
     listeners.notifyVideoFrameDecodeListenersBeforeOverlay(getSessionId(), videoDecoder.get(), source);
     listeners.notifyVideoFrameDecodeListenersAfterOverlay(getSessionId(), videoDecoder.get(), source);
     if (!gatherScalerTargets(*source, encoderBufferIndexes)) return kFailure;
     uint32_t count = encoderCount;
-    videoScaler->scaleFrame(source, &scalerTargets, &count);
+    if (videoScaler->scaleFrame(source, &scalerTargets, &count) != kSuccess) {
+      fail(kLabel, {.reason = "The scaler failed", .context = kLogContextVideoScaler});  // told, and no more
+    }
     for (size_t index = 0; index < scalerTargets.size(); ++index) {
       IVideoEncoder* encoder = getVideoEncoder(static_cast<uint32_t>(index));
       VideoFrameBuffer* target = scalerTargets[index].frame;
@@ -282,11 +332,16 @@ uint32_t TranscoderSession::videoScalerScaleFrame(uint32_t decoderFrameIndex,
 
 bool TranscoderSession::gatherScalerTargets(const VideoFrameBuffer& source,
                                             std::span<const uint32_t> encoderBufferIndexes) {
+  constexpr const char* kLabel = "TranscoderSession::videoScalerScaleFrame";
   scalerTargets.clear();
   for (uint32_t index = 0; index < encoderBufferIndexes.size(); ++index) {
+    VideoFrameBuffer* target = targetFrame(kLabel, index, encoderBufferIndexes[index]);
+    if (target == nullptr) return false;
+    if (getVideoEncoder(index) == nullptr) {
+      fail(kLabel, noVideoEncoder(index));
+      return false;
+    }
     VideoFrameBufferSet* set = getVideoEncoderBufferSet(index);
-    VideoFrameBuffer* target = getVideoEncoderBuffer(index, encoderBufferIndexes[index]);
-    if (set == nullptr || target == nullptr || getVideoEncoder(index) == nullptr) return false;
     set->setScaleFlags(source.getScaleFlags());
     if (scalerTargets.size() < kScalerTargetsMax) scalerTargets.push_back({target, &set->getOverlayFrames()});
   }
@@ -303,71 +358,98 @@ uint32_t TranscoderSession::videoScalerFreeFrame(uint32_t decodeFrameIndex) {
 }
 
 uint32_t TranscoderSession::videoEncoderBufferAllocate(uint32_t setIndex, uint32_t* bufferIndex) {
-  return guarded("TranscoderSession::videoEncoderBufferAllocate", [&]() -> uint32_t {
+  constexpr const char* kLabel = "TranscoderSession::videoEncoderBufferAllocate";
+  return guarded(kLabel, [&]() -> uint32_t {
     VideoFrameBufferSet* set = getVideoEncoderBufferSet(setIndex);
-    return set != nullptr ? allocateFrom(*set, bufferIndex) : kFailure;
+    if (set == nullptr) return fail(kLabel, noBufferSet(setIndex));
+    return allocateFrom(*this, kLabel, kLogContextVideoEncoder, *set, bufferIndex);
   });
 }
 
+VideoFrameBuffer* TranscoderSession::targetFrame(const char* label, uint32_t setIndex, uint32_t bufferIndex) {
+  VideoFrameBufferSet* set = getVideoEncoderBufferSet(setIndex);
+  VideoFrameBuffer* frame = set != nullptr ? set->getVideoFrameBuffer(bufferIndex) : nullptr;
+  if (set == nullptr) fail(label, noBufferSet(setIndex));
+  if (set != nullptr && frame == nullptr) fail(label, noTargetFrame(bufferIndex));
+  return frame;
+}
+
 uint32_t TranscoderSession::videoEncoderBufferAcquire(uint32_t setIndex, uint32_t bufferIndex) {
-  return guarded("TranscoderSession::videoEncoderBufferAcquire",
-                 [&]() -> uint32_t { return acquire(getVideoEncoderBuffer(setIndex, bufferIndex)); });
+  constexpr const char* kLabel = "TranscoderSession::videoEncoderBufferAcquire";
+  return guarded(kLabel, [&]() -> uint32_t {
+    VideoFrameBuffer* frame = targetFrame(kLabel, setIndex, bufferIndex);
+    if (frame == nullptr) return kFailure;
+    frame->createJavaBufferAllocation();
+    return kSuccess;
+  });
 }
 
 uint32_t TranscoderSession::videoEncoderBufferRelease(uint32_t setIndex, uint32_t bufferIndex) {
-  return guarded("TranscoderSession::videoEncoderBufferRelease",
-                 [&]() -> uint32_t { return release(getVideoEncoderBuffer(setIndex, bufferIndex)); });
+  constexpr const char* kLabel = "TranscoderSession::videoEncoderBufferRelease";
+  return guarded(kLabel, [&]() -> uint32_t {
+    VideoFrameBuffer* frame = targetFrame(kLabel, setIndex, bufferIndex);
+    if (frame == nullptr) return kFailure;
+    frame->releaseJavaBufferAllocation();
+    return kSuccess;
+  });
 }
 
 uint32_t TranscoderSession::videoEncoderBufferSetOverlayVideoFrame(uint32_t setIndex, uint32_t overlayIndex,
                                                                    VideoOverlayFrame* frame) {
-  return guarded("TranscoderSession::videoEncoderBufferSetOverlayVideoFrame", [&]() -> uint32_t {
-    return setOverlay(getVideoEncoderOverlayFrames(setIndex), overlayIndex, frame);
+  constexpr const char* kLabel = "TranscoderSession::videoEncoderBufferSetOverlayVideoFrame";
+  return guarded(kLabel, [&]() -> uint32_t {
+    std::unique_ptr<VideoOverlayFrame> owned(frame);
+    VideoOverlayFrames* overlays = getVideoEncoderOverlayFrames(setIndex);
+    if (overlays == nullptr) return fail(kLabel, noBufferSet(setIndex));
+    setOverlay(*overlays, overlayIndex, std::move(owned));
+    return kSuccess;
   });
 }
 
 uint32_t TranscoderSession::videoEncoderAddFrame(uint32_t indexEncoder, uint32_t indexBuffer,
                                                  uint32_t setIndex, uint32_t frameType, uint64_t timecode) {
-  return guarded("TranscoderSession::videoEncoderAddFrame", [&]() -> uint32_t {
-    IVideoEncoder* encoder = getVideoEncoder(indexEncoder);
-    VideoFrameBuffer* frame = getVideoEncoderBuffer(setIndex, indexBuffer);
-    if (encoder == nullptr || frame == nullptr) return kFailure;
-    return encoder->addFrame(*frame, frameType, timecode);
+  constexpr const char* kLabel = "TranscoderSession::videoEncoderAddFrame";
+  return forward(*this, kLabel, videoEncoderRef(indexEncoder), [&](auto& stage) -> uint32_t {
+    VideoFrameBuffer* frame = targetFrame(kLabel, setIndex, indexBuffer);
+    return frame != nullptr ? stage.addFrame(*frame, frameType, timecode) : kFailure;
   });
 }
 
 uint32_t TranscoderSession::videoEncoderSkipFrame(uint32_t indexEncoder, uint32_t indexBuffer,
                                                   uint32_t setIndex, uint32_t frameType, uint64_t timecode) {
-  return guarded("TranscoderSession::videoEncoderSkipFrame", [&]() -> uint32_t {
-    IVideoEncoder* encoder = getVideoEncoder(indexEncoder);
-    VideoFrameBuffer* frame = getVideoEncoderBuffer(setIndex, indexBuffer);
-    if (encoder == nullptr || frame == nullptr) return kFailure;
-    return encoder->skipFrame(*frame, frameType, timecode);
+  constexpr const char* kLabel = "TranscoderSession::videoEncoderSkipFrame";
+  return forward(*this, kLabel, videoEncoderRef(indexEncoder), [&](auto& stage) -> uint32_t {
+    VideoFrameBuffer* frame = targetFrame(kLabel, setIndex, indexBuffer);
+    return frame != nullptr ? stage.skipFrame(*frame, frameType, timecode) : kFailure;
   });
 }
 
 uint32_t TranscoderSession::videoEncoderGetEncodedFrames(uint32_t indexEncoder,
                                                          std::vector<VideoFrameEncoded>& encodedFrames) {
-  return guarded("TranscoderSession::videoEncoderGetEncodedFrames", [&]() -> uint32_t {
-    IVideoEncoder* encoder = getVideoEncoder(indexEncoder);
-    return encoder != nullptr ? encoder->getEncodedFrames(encodedFrames) : kFailure;
-  });
+  return forward(*this, "TranscoderSession::videoEncoderGetEncodedFrames", videoEncoderRef(indexEncoder),
+                 [&](auto& stage) { return stage.getEncodedFrames(encodedFrames); });
 }
 
 uint32_t TranscoderSession::videoDecoderGetFrameBGRA(uint32_t bufferIndex, uint8_t** buffer, uint32_t* len,
                                                      uint32_t* width, uint32_t* height, uint64_t* timecode) {
-  return guarded("TranscoderSession::videoDecoderGetFrameBGRA", [&]() -> uint32_t {
+  constexpr const char* kLabel = "TranscoderSession::videoDecoderGetFrameBGRA";
+  return guarded(kLabel, [&]() -> uint32_t {
     VideoFrameBuffer* frame = getVideoDecoderBuffer(bufferIndex);
-    return frame != nullptr ? frame->getFrameBGRA(buffer, len, width, height, timecode) : kFailure;
+    if (frame == nullptr) return fail(kLabel, noDecodedFrame(bufferIndex));
+    const uint32_t result = frame->getFrameBGRA(buffer, len, width, height, timecode);
+    return result == kSuccess ? result : fail(kLabel, noPicture(bufferIndex));
   });
 }
 
 uint32_t TranscoderSession::videoEncoderGetFrameBGRA(uint32_t setIndex, uint32_t bufferIndex,
                                                      uint8_t** buffer, uint32_t* len, uint32_t* width,
                                                      uint32_t* height, uint64_t* timecode) {
-  return guarded("TranscoderSession::videoEncoderGetFrameBGRA", [&]() -> uint32_t {
-    VideoFrameBuffer* frame = getVideoEncoderBuffer(setIndex, bufferIndex);
-    return frame != nullptr ? frame->getFrameBGRA(buffer, len, width, height, timecode) : kFailure;
+  constexpr const char* kLabel = "TranscoderSession::videoEncoderGetFrameBGRA";
+  return guarded(kLabel, [&]() -> uint32_t {
+    VideoFrameBuffer* frame = targetFrame(kLabel, setIndex, bufferIndex);
+    if (frame == nullptr) return kFailure;
+    const uint32_t result = frame->getFrameBGRA(buffer, len, width, height, timecode);
+    return result == kSuccess ? result : fail(kLabel, noPicture(bufferIndex));
   });
 }
 

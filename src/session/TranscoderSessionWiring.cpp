@@ -1,8 +1,11 @@
 // Making a session's stages and pools and tying them to each other.
 #include <fmt/format.h>
 
+#include <cstring>
+
 #include "contract/HardwareInfo.h"
 #include "platform/Guard.h"
+#include "session/FailureReasons.h"
 #include "session/StageSelection.h"
 #include "session/TranscoderSession.h"
 
@@ -30,30 +33,39 @@ std::string scalerName(uint32_t implementation) {
 
 /// Where log lines of one kind of stage go and how they name it.
 struct StageLog {
-  int context;
-  const char* operation;
+  LogContext context;
+  const char* label;    ///< "TranscoderSession::videoDecoderCreate"
   const char* name;     ///< "Video decoder"
   const char* created;  ///< "video decoder"
+
+  const char* operation() const { return label + std::strlen("TranscoderSession::"); }
 };
 
-constexpr StageLog kVideoDecoderLog = {kLogContextVideoDecoder, "videoDecoderCreate", "Video decoder",
-                                       "video decoder"};
-constexpr StageLog kVideoEncoderLog = {kLogContextVideoEncoder, "videoEncoderAdd", "Video encoder",
-                                       "video encoder"};
-constexpr StageLog kAudioDecoderLog = {kLogContextAudioDecoder, "audioDecoderCreate", "Audio decoder",
-                                       "audio decoder"};
-constexpr StageLog kAudioEncoderLog = {kLogContextAudioEncoder, "audioEncoderAdd", "Audio encoder",
-                                       "audio encoder"};
+constexpr StageLog kVideoDecoderLog = {kLogContextVideoDecoder, "TranscoderSession::videoDecoderCreate",
+                                       "Video decoder", "video decoder"};
+constexpr StageLog kVideoEncoderLog = {kLogContextVideoEncoder, "TranscoderSession::videoEncoderAdd",
+                                       "Video encoder", "video encoder"};
+constexpr StageLog kAudioDecoderLog = {kLogContextAudioDecoder, "TranscoderSession::audioDecoderCreate",
+                                       "Audio decoder", "audio decoder"};
+constexpr StageLog kAudioEncoderLog = {kLogContextAudioEncoder, "TranscoderSession::audioEncoderAdd",
+                                       "Audio encoder", "audio encoder"};
 
-/// A new object of the row's class. Null without a row, or, with a line that says so, without the class.
+/// A new object of the row's class, ready but for `createDone`. Null, with a line that says so, without a row
+/// for the codec or without the class.
 template <typename Stage>
-std::unique_ptr<Stage> makeStage(ILogger& log, const StageLog& stage, int index, const StageRow<Stage>* row,
-                                 uint32_t codecVersion) {
-  if (row == nullptr) return nullptr;
-  if (row->make != nullptr) return row->make();
-  log.error(stage.context, index,
-            fmt::format("TranscoderSession.{}[{{context}}]: {} is not built in: {}", stage.operation,
-                        stage.name, row->logTextOf(codecVersion)));
+std::unique_ptr<Stage> makeStage(TranscoderSession& session, const StageLog& stage, int index,
+                                 const StageRow<Stage>* row, uint32_t codec, uint32_t codecVersion) {
+  if (row == nullptr) {
+    session.fail(stage.label, unknownCodec(stage.context, index, codec));
+    return nullptr;
+  }
+  if (std::unique_ptr<Stage> made = row->create(session.getAvailability())) {
+    made->setLogger(session.getLogger());
+    return made;
+  }
+  session.getLogger()->error(stage.context, index,
+                             fmt::format("TranscoderSession.{}[{{context}}]: {} is not built in: {}",
+                                         stage.operation(), stage.name, row->logTextOf(codecVersion)));
   return nullptr;
 }
 
@@ -61,7 +73,7 @@ template <typename Stage>
 void logCreated(ILogger& log, const StageLog& stage, int index, const StageRow<Stage>& row,
                 uint32_t codecVersion) {
   log.info(stage.context, index,
-           fmt::format("TranscoderSession.{}[{{context}}]: Create {}: {}", stage.operation, stage.created,
+           fmt::format("TranscoderSession.{}[{{context}}]: Create {}: {}", stage.operation(), stage.created,
                        row.logTextOf(codecVersion)));
 }
 
@@ -73,9 +85,8 @@ uint32_t TranscoderSession::videoDecoderCreate(uint32_t decoderType, uint32_t co
     videoDecoderFourcc = fourcc;
     const VideoDecoderRow* row =
         StageSelection::videoDecoder(decoderType, codec, implementation, availability);
-    std::unique_ptr<IVideoDecoder> created = makeStage(logCollector, kVideoDecoderLog, 0, row, codecVersion);
+    std::unique_ptr<IVideoDecoder> created = makeStage(*this, kVideoDecoderLog, 0, row, codec, codecVersion);
     if (!created) return kFailure;
-    created->setLogger(&logCollector);
     videoDecoder = std::move(created);
     logCreated(logCollector, kVideoDecoderLog, 0, *row, codecVersion);
     videoDecoder->setNativePath(pluginPath(row->path));
@@ -89,8 +100,9 @@ uint32_t TranscoderSession::videoDecoderCreate(uint32_t decoderType, uint32_t co
 }
 
 uint32_t TranscoderSession::videoDecoderBuffersCreate(uint32_t count) {
-  return guarded("TranscoderSession::videoDecoderBuffersCreate", [&]() -> uint32_t {
-    if (count > kPoolFramesMax) return kFailure;
+  constexpr const char* kLabel = "TranscoderSession::videoDecoderBuffersCreate";
+  return guarded(kLabel, [&]() -> uint32_t {
+    if (count > kPoolFramesMax) return fail(kLabel, poolTooLarge(kLogContextVideoDecoder, count));
     videoDecoderBuffers.setLogger(&logCollector);
     videoDecoderBuffers.setScaleImplementation(videoScalerImplementation);
     videoDecoderBuffers.setScaleCUDADeviceID(videoScalerGPUID);
@@ -111,9 +123,8 @@ uint32_t TranscoderSession::videoEncoderAdd(uint32_t codec, uint32_t codecVersio
     clearVideoEncoderSlot(*indexEncoder);
     const VideoEncoderRow* row = StageSelection::videoEncoder(codec, implementation, availability);
     std::unique_ptr<IVideoEncoder> created =
-        makeStage(logCollector, kVideoEncoderLog, *indexEncoder, row, codecVersion);
+        makeStage(*this, kVideoEncoderLog, *indexEncoder, row, codec, codecVersion);
     if (!created) return kFailure;
-    created->setLogger(&logCollector);
     *indexEncoder = storeVideoEncoder(std::move(created), *indexEncoder);
     IVideoEncoder& encoder = *getVideoEncoder(static_cast<uint32_t>(*indexEncoder));
     encoder.setSessionIndex(static_cast<uint32_t>(*indexEncoder));
@@ -218,8 +229,11 @@ uint32_t TranscoderSession::videoEncoderBufferSetsCreate(uint32_t bufferCount) {
 }
 
 uint32_t TranscoderSession::videoEncoderBufferSetAlloc(uint32_t* indexBuffer) {
-  return guarded("TranscoderSession::videoEncoderBufferSetAlloc", [&]() -> uint32_t {
-    if (videoEncoderBufferCount > kPoolFramesMax) return kFailure;
+  constexpr const char* kLabel = "TranscoderSession::videoEncoderBufferSetAlloc";
+  return guarded(kLabel, [&]() -> uint32_t {
+    if (videoEncoderBufferCount > kPoolFramesMax) {
+      return fail(kLabel, poolTooLarge(kLogContextVideoEncoder, videoEncoderBufferCount));
+    }
     auto set = std::make_unique<VideoFrameBufferSet>();
     set->setLogger(&logCollector);
     set->setScaleImplementation(videoScalerImplementation);
@@ -242,22 +256,35 @@ int32_t TranscoderSession::videoEncoderGetEncoderFrameIndex(uint32_t frameIndex)
 
 uint32_t TranscoderSession::videoEncoderBufferAdd(uint32_t width, uint32_t height, uint32_t fitMode, uint32_t,
                                                   uint32_t, uint32_t indexBuffer) {
+  constexpr const char* kLabel = "TranscoderSession::videoEncoderBufferAdd";
+  // Exceptions are printed with a capital, as hosts know them.
   return guarded("TranscoderSession::VideoEncoderBufferAdd", [&]() -> uint32_t {
     VideoFrameBufferSet* set = getVideoEncoderBufferSet(indexBuffer);
+    if (set == nullptr) return fail(kLabel, noBufferSet(indexBuffer));
     const int32_t indexEncoder = videoEncoderGetEncoderFrameIndex(indexBuffer);
-    if (set == nullptr || indexEncoder < 0) return kFailure;
+    if (indexEncoder < 0) {
+      return fail(kLabel, {.reason = "No encoder has this frame index",
+                           .context = kLogContextVideoEncoder,
+                           .number = indexBuffer});
+    }
     IVideoEncoder& encoder = *videoEncoders[static_cast<size_t>(indexEncoder)].videoEncoder;
     const FrameAllocProvider alloc = encoder.getAllocProvider();
     const FrameFreeProvider free = encoder.getFreeProvider();
+    uint32_t result = kSuccess;
     finishVideoEncoders();  // a new size frees the storage that an encoder may still read
     for (const auto& frame : *set) {
       frame->setLogger(&logCollector);
       frame->setFitMode(fitMode);
       frame->setAllocProvider(alloc, free);
-      frame->allocBuffer(width, height, videoEncoderFourcc);
+      if (frame->allocBuffer(width, height, videoEncoderFourcc) != kSuccess) {
+        result = fail(kLabel, {.reason = "No storage for frames of this width",
+                               .context = kLogContextVideoEncoder,
+                               .index = indexEncoder,
+                               .number = width});
+      }
       frame->initialize();
     }
-    return kSuccess;
+    return result;
   });
 }
 
@@ -265,9 +292,8 @@ uint32_t TranscoderSession::audioDecoderCreate(uint32_t decoderType, uint32_t co
                                                uint32_t implementation) {
   return guarded("TranscoderSession::audioDecoderCreate", [&]() -> uint32_t {
     const AudioDecoderRow* row = StageSelection::audioDecoder(decoderType, codec, implementation);
-    std::unique_ptr<IAudioDecoder> created = makeStage(logCollector, kAudioDecoderLog, 0, row, 0);
+    std::unique_ptr<IAudioDecoder> created = makeStage(*this, kAudioDecoderLog, 0, row, codec, 0);
     if (!created) return kFailure;
-    created->setLogger(&logCollector);
     created->setDecodeParameters(audioDecoderFormat);
     audioDecodeFrameHeaderSize = created->getDecodeFrameHeaderSize();
     audioDecoder = std::move(created);
@@ -283,10 +309,9 @@ uint32_t TranscoderSession::audioEncoderAdd(uint32_t codec, uint32_t, int32_t* i
     const AudioEncoderRow* row = StageSelection::audioEncoder(codec);
     const auto index = static_cast<int32_t>(audioEncoders.size());
     AudioEncoderWrapper wrapper;
-    wrapper.audioEncoder = makeStage(logCollector, kAudioEncoderLog, index, row, 0);
+    wrapper.audioEncoder = makeStage(*this, kAudioEncoderLog, index, row, codec, 0);
     if (!wrapper.audioEncoder) return kFailure;
     IAudioEncoder& encoder = *wrapper.audioEncoder;
-    encoder.setLogger(&logCollector);
     audioEncoders.push_back(std::move(wrapper));
     *indexEncoder = index;
     encoder.setSessionIndex(static_cast<uint32_t>(index));

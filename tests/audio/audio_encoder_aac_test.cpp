@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "audio/AACUtils.h"
 #include "AudioBlocks.h"
 #include "contract/ParameterType.h"
 #include "log/LogCollector.h"
@@ -173,14 +172,6 @@ TEST_F(AacEncoder, SettingsThatAreServedChangeWhatIsCoded) {
   }
 }
 
-TEST_F(AacEncoder, BitrateIndexIsTheLastNotAbove) {
-  EXPECT_EQ(AACUtils::encoderBitrateToIndex(128), 19u);
-  EXPECT_EQ(AACUtils::encoderBitrateToIndex(127), 18u);
-  EXPECT_EQ(AACUtils::encoderBitrateToIndex(0), 0u);
-  EXPECT_EQ(AACUtils::encoderBitrateToIndex(5), 0u);
-  EXPECT_EQ(AACUtils::encoderBitrateToIndex(~0u), 28u);
-}
-
 TEST_F(AacEncoder, KeysReadBackAndOthersAreUnknown) {
   uint32_t length = 7;
   for (uint32_t key = 40000; key <= 40017; ++key) {
@@ -197,26 +188,6 @@ TEST_F(AacEncoder, KeysReadBackAndOthersAreUnknown) {
     EXPECT_EQ(value, 0);
   }
   EXPECT_EQ(length, 0u);
-}
-
-TEST_F(AacEncoder, AShortBlockWaitsAndTheNextCompletesItsFrame) {
-  ASSERT_EQ(encoder->initialize(), 0u);
-  const AudioClip clip = makeSweep(48000, 2, 8 * kFrame);
-  const auto units = encodeAll(*encoder, clip, {1000}, 5000);
-  ASSERT_EQ(units.size(), 6u) << "eight whole frames, of which the codec keeps two";
-  for (size_t i = 0; i < units.size(); ++i) EXPECT_EQ(units[i].timecode, 5000 + i * kFrame);
-}
-
-TEST_F(AacEncoder, TheSameAudioInAnyBlocksIsCodedTheSame) {
-  ASSERT_EQ(encoder->initialize(), 0u);
-  const AudioClip clip = makeSweep(48000, 2, 20 * kFrame);
-  const auto direct = encodeAll(*encoder, clip, {kFrame}, 77);
-  ASSERT_EQ(direct.size(), 18u);
-  for (const std::vector<size_t>& sizes :
-       {std::vector<size_t>{1}, {441}, {1000, 24, 4096}, {3 * kFrame}, {20 * kFrame}}) {
-    ASSERT_EQ(encoder->initialize(), 0u) << "a second initialize starts anew";
-    EXPECT_EQ(encodeAll(*encoder, clip, sizes, 77), direct);
-  }
 }
 
 TEST_F(AacEncoder, AGapInTheInputShowsInTheTimecodes) {
@@ -299,44 +270,6 @@ TEST_F(AacEncoder, ChannelCopyPutsOneChannelOnBothSides) {
     }
     for (int peak : peaks) EXPECT_EQ(peak > 14000, loud) << peak;
   }
-}
-
-TEST_F(AacEncoder, BlocksOfAnotherFormatAreDroppedWithOneLineAndTheNextGoodOneIsCoded) {
-  ASSERT_EQ(encoder->initialize(), 0u);
-  std::vector<AudioFrameEncoded> frames;
-  const AudioClip good = makeSweep(48000, 2, 4 * kFrame);
-  for (const auto& [rate, channels] : {std::pair{48000u, 1u}, {48000u, 8u}, {44100u, 2u}}) {
-    EXPECT_EQ(encoder->addSampleBuffer(makeBlock(makeSweep(rate, channels, kFrame), 0, kFrame, 0), frames),
-              0xFFFFFFFFu);
-  }
-  EXPECT_THAT(complaints(), ElementsAre(HasSubstr("addSampleBuffer[{context}]: Block dropped: channels:1")));
-  encoder->addSampleBuffer(makeBlock(good, 0, 4 * kFrame, 9), frames);
-  ASSERT_EQ(frames.size(), 2u);
-  EXPECT_EQ(frames[0].getTimecode(), 9u);
-  takeUnits(frames);
-}
-
-TEST_F(AacEncoder, EmptyLyingAndEarlyBlocksAreHarmless) {
-  std::vector<AudioFrameEncoded> frames;
-  const AudioClip clip = makeSweep(48000, 2, 8 * kFrame);
-  EXPECT_EQ(encoder->addSampleBuffer(makeBlock(clip, 0, kFrame, 0), frames), 0xFFFFFFFFu) << "not opened";
-  ASSERT_EQ(encoder->initialize(), 0u);
-  EXPECT_EQ(encoder->addSampleBuffer(nullptr, frames), 0u);
-  EXPECT_EQ(encoder->addSampleBuffer(new AudioSampleBuffer, frames), 0u) << "1024 samples told, none there";
-  EXPECT_EQ(encoder->addSampleBuffer(makeBlock(clip, 0, 0, 0), frames), 0u);
-  AudioSampleBuffer* lying = makeBlock(clip, 0, 4 * kFrame, 0);
-  lying->setSampleCount(0xFFFFFFFFu);
-  EXPECT_EQ(encoder->addSampleBuffer(lying, frames), 0u);
-  EXPECT_EQ(takeUnits(frames).size(), 2u) << "as many as its memory holds";
-  AudioSampleBuffer* started = makeBlock(clip, 0, 2 * kFrame, 50);
-  started->setSampleIndex(kFrame);
-  encoder->addSampleBuffer(started, frames);
-  encoder->addSampleBuffer(makeBlock(clip, 0, 2 * kFrame, 8000), frames);
-  const auto units = takeUnits(frames);
-  ASSERT_EQ(units.size(), 3u);
-  EXPECT_EQ(units[2].timecode, 50 + kFrame) << "a block counts from its sample index on";
-  EXPECT_EQ(encoder->close(), 0u);
-  EXPECT_EQ(encoder->addSampleBuffer(makeBlock(clip, 0, kFrame, 0), frames), 0xFFFFFFFFu) << "closed";
 }
 
 }  // namespace

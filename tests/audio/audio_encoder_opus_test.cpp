@@ -13,13 +13,13 @@
 #include "AudioBlocks.h"
 #include "contract/ParameterType.h"
 #include "log/LogCollector.h"
+#include "SampleBlocks.h"
 
 namespace qvs {
 namespace {
 
 using namespace test;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 /// What a decoder makes of packets, without any pre-skip taken off.
@@ -52,14 +52,6 @@ class OpusEncoderClass : public testing::Test {
     encoder->setBitrate(bitrate);
   }
 
-  std::vector<std::string> lines() {
-    std::vector<LogStatement> statements;
-    log.getLogStatements(statements);
-    std::vector<std::string> texts;
-    for (const LogStatement& statement : statements) texts.push_back(statement.str);
-    return texts;
-  }
-
   LogCollector log;
   std::unique_ptr<AudioEncoderOpus> encoder;
 };
@@ -68,7 +60,8 @@ TEST_F(OpusEncoderClass, HeaderIsTheIdentificationHeader) {
   setUp(16000, 1, 32000);
   encoder->setParameterValue(AudioEncoderOpus::kKeyGain, -1.5);
   ASSERT_EQ(encoder->initialize(), 0u);
-  EXPECT_THAT(lines(), ElementsAre("AudioEncoderOpus.initialize[{context}]: Audio gain is set to: -1.5 dB"));
+  EXPECT_THAT(linesOf(log),
+              ElementsAre("AudioEncoderOpus.initialize[{context}]: Audio gain is set to: -1.5 dB"));
   const auto headers = headersOf(*encoder);
   ASSERT_EQ(headers.size(), 1u);
   EXPECT_EQ(headers[0].timecode, 0u);
@@ -90,31 +83,6 @@ TEST_F(OpusEncoderClass, KeysHaveTheirTypes) {
   encoder->setParameterValue(190000, 2.5);
   encoder->getParameterValue(190000, &gain);
   EXPECT_EQ(gain, 2.5);
-}
-
-TEST_F(OpusEncoderClass, TwoHalfBlocksMakeAPacketWithTheFirstOnesTimecode) {
-  ASSERT_EQ(encoder->initialize(), 0u);
-  const AudioClip clip = makeSweep(48000, 2, 1440);
-  std::vector<AudioFrameEncoded> frames;
-  encoder->addSampleBuffer(makeBlock(clip, 0, 480, 1000), frames);
-  EXPECT_THAT(frames, IsEmpty());
-  encoder->addSampleBuffer(makeBlock(clip, 480, 480, 1480), frames);
-  const auto units = takeUnits(frames);
-  ASSERT_EQ(units.size(), 1u);
-  EXPECT_EQ(units[0].timecode, 1000u);
-  EXPECT_EQ(units[0].channels, 2u);
-  EXPECT_EQ(units[0].sampleRate, 48000u);
-}
-
-TEST_F(OpusEncoderClass, TheSameAudioInAnyBlocksIsCodedTheSame) {
-  ASSERT_EQ(encoder->initialize(), 0u);
-  const AudioClip clip = makeSweep(48000, 2, 20 * 960);
-  const auto whole = encodeAll(*encoder, clip, {960});
-  ASSERT_EQ(whole.size(), 20u);
-  for (const std::vector<size_t>& sizes : {std::vector<size_t>{7}, {1024}, {20 * 960}, {960, 1, 959}}) {
-    ASSERT_EQ(encoder->initialize(), 0u);
-    EXPECT_EQ(encodeAll(*encoder, clip, sizes), whole);
-  }
 }
 
 TEST_F(OpusEncoderClass, DecodedAudioIsLateByThePreSkipAndByNothingElse) {
@@ -161,24 +129,12 @@ TEST_F(OpusEncoderClass, WhatTheCodecRefusesHasALineAndDropsBlocks) {
   for (const Case& c : kCases) {
     setUp(c.sampleRate, c.channels, c.bitrate);
     EXPECT_EQ(encoder->initialize(), 0u);
-    EXPECT_THAT(lines(), ElementsAre(std::string("AudioEncoderOpus.initialize[{context}]: ") + c.line));
+    EXPECT_THAT(linesOf(log), ElementsAre(std::string("AudioEncoderOpus.initialize[{context}]: ") + c.line));
     EXPECT_THAT(headersOf(*encoder), IsEmpty());
     std::vector<AudioFrameEncoded> frames;
     EXPECT_EQ(encoder->addSampleBuffer(makeBlock(makeSweep(48000, 2, 960), 0, 960, 0), frames), 0u);
     EXPECT_THAT(frames, IsEmpty());
   }
-}
-
-TEST_F(OpusEncoderClass, BlocksOfAnotherFormatAreDroppedWithOneLine) {
-  ASSERT_EQ(encoder->initialize(), 0u);
-  std::vector<AudioFrameEncoded> frames;
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(encoder->addSampleBuffer(makeBlock(makeSweep(48000, 1, 960), 0, 960, 0), frames), 0xFFFFFFFFu);
-  }
-  EXPECT_THAT(lines(), ElementsAre(HasSubstr("AudioEncoderOpus.addSampleBuffer[{context}]: Block dropped")));
-  encoder->addSampleBuffer(nullptr, frames);
-  encoder->addSampleBuffer(makeBlock(makeSweep(48000, 2, 960), 0, 960, 0), frames);
-  EXPECT_EQ(takeUnits(frames).size(), 1u);
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ uint64_t allocationsOf(Action action) {
 }
 
 TEST(AudioSteadyState, DecodingAllocatesNothing) {
-  for (const char* codec : {"opus", "speex", "vorbis", "pcm_alaw"}) {
+  for (const char* codec : {"opus", "speex", "vorbis", "pcm_alaw", "pcm_s16le"}) {
     AudioFile file = makeCodedAudio(codec);
     file.codec = codec;
     if (file.codec == "pcm_alaw") file.config.clear();
@@ -69,10 +69,10 @@ TEST(AudioSteadyState, EncodingAllocatesOnlyThePackets) {
   encoder.setChannels(2);
   encoder.setBitrate(96000);
   encoder.initialize();
-  const Sound sound = makeSweep(48000, 2, 2 * kBlocks * kBlock);
+  const AudioClip audio = makeSweep(48000, 2, 2 * kBlocks * kBlock);
   encodeAll(encoder, makeSweep(48000, 2, 10 * kBlock), {kBlock});
   std::array<AudioSampleBuffer*, kBlocks> blocks;
-  for (size_t i = 0; i < kBlocks; ++i) blocks[i] = makeBlock(sound, i * kBlock, kBlock, i * kBlock);
+  for (size_t i = 0; i < kBlocks; ++i) blocks[i] = makeBlock(audio, i * kBlock, kBlock, i * kBlock);
   std::vector<AudioFrameEncoded> packets;
   packets.reserve(2 * kBlocks);
   const uint64_t made = allocationsOf([&] {

@@ -37,6 +37,7 @@ constexpr OverlayShape kHostile[] = {
     {"stride times height overflows 32 bits", 1024, 0x10000001u, 0, 16, 16, 16, 16},
     {"width times four overflows 32 bits", 1024, 64, 0, 0x40000001u, 1, 16, 16},
     {"stride shorter than a row", 1024, 4, 0, 16, 16, 16, 16},
+    {"rows that go back before the image", 1024, 0u - 64, 0, 16, 16, 16, 16},
     {"larger than the picture", 1024, 64, 0, 16, 16, 4000, 4000},
     {"larger than any picture", 1024, 64, 0, 16, 16, kMax, kMax},
     {"no target", 1024, 64, 0, 16, 16, 0, 0},

@@ -12,8 +12,8 @@ namespace qvs::test {
 namespace {
 
 /// A picture in green, and what is drawn on it.
-struct OverlayRoad {
-  explicit OverlayRoad(uint32_t code = kFourCCYV12, uint32_t width = 128, uint32_t height = 64)
+struct OverlaidPicture {
+  explicit OverlaidPicture(uint32_t code = kFourCCYV12, uint32_t width = 128, uint32_t height = 64)
       : pool(width, height, code) {
     pool.frame().setLogger(&log);
     paint(pool.frame(), kGreen);
@@ -37,9 +37,9 @@ struct OverlayRoad {
 TEST(Overlay, IsDrawnInItsColourAtItsPlaceOnEveryFormat) {
   for (uint32_t code : {kFourCCYV12, kFourCCI420, kFourCCYV16, kFourCCNV12}) {
     SCOPED_TRACE(code);
-    OverlayRoad road(code);
-    ASSERT_EQ(road.draw(makeOverlay(32, 16, kOpaqueRed, 12), 16, 8, 32, 16), kSuccess);
-    const VideoFrameBuffer& frame = road.pool.frame();
+    OverlaidPicture drawn(code);
+    ASSERT_EQ(drawn.draw(makeOverlay(32, 16, kOpaqueRed, 12), 16, 8, 32, 16), kSuccess);
+    const VideoFrameBuffer& frame = drawn.pool.frame();
     EXPECT_TRUE(isColour(frame, kRed, 16, 8, 48, 24));
     EXPECT_TRUE(isColour(frame, kGreen, 0, 0, 128, 8));
     EXPECT_TRUE(isColour(frame, kGreen, 0, 24, 128, 64));
@@ -49,57 +49,57 @@ TEST(Overlay, IsDrawnInItsColourAtItsPlaceOnEveryFormat) {
 }
 
 TEST(Overlay, IsScaledToItsDestination) {
-  OverlayRoad road;
-  ASSERT_EQ(road.draw(makeOverlay(100, 30, kOpaqueBlue), 0, 0, 40, 20, kAlignCenter | kAlignMiddle),
+  OverlaidPicture drawn;
+  ASSERT_EQ(drawn.draw(makeOverlay(100, 30, kOpaqueBlue), 0, 0, 40, 20, kAlignCenter | kAlignMiddle),
             kSuccess);
-  EXPECT_TRUE(isColour(road.pool.frame(), kBlue, 44, 22, 84, 42));
-  EXPECT_TRUE(isColour(road.pool.frame(), kGreen, 0, 0, 44, 64));
-  EXPECT_TRUE(isColour(road.pool.frame(), kGreen, 84, 0, 128, 64));
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kBlue, 44, 22, 84, 42));
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen, 0, 0, 44, 64));
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen, 84, 0, 128, 64));
 }
 
 TEST(Overlay, RightAndBottomOffsetsAreInsets) {
-  OverlayRoad road;
-  ASSERT_EQ(road.draw(makeOverlay(20, 10, kOpaqueRed), 10, 6, 20, 10, kAlignRight | kAlignBottom), kSuccess);
-  EXPECT_TRUE(isColour(road.pool.frame(), kRed, 98, 48, 118, 58));
-  EXPECT_TRUE(isColour(road.pool.frame(), kGreen, 118, 0, 128, 64));
+  OverlaidPicture drawn;
+  ASSERT_EQ(drawn.draw(makeOverlay(20, 10, kOpaqueRed), 10, 6, 20, 10, kAlignRight | kAlignBottom), kSuccess);
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kRed, 98, 48, 118, 58));
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen, 118, 0, 128, 64));
 }
 
 TEST(Overlay, IsClippedAtTheEdgeAndSkippedWhenLargerThanThePicture) {
-  OverlayRoad road;
-  ASSERT_EQ(road.draw(makeOverlay(32, 16, kOpaqueRed), -20, -8, 32, 16), kSuccess);
-  EXPECT_TRUE(isColour(road.pool.frame(), kRed, 0, 0, 12, 8));
-  EXPECT_TRUE(isColour(road.pool.frame(), kGreen, 12, 0, 128, 64));
-  ASSERT_EQ(road.draw(makeOverlay(32, 16, kOpaqueBlue), 0, 0, 130, 16), kSuccess);
-  ASSERT_EQ(road.draw(makeOverlay(32, 16, kOpaqueBlue), 0, 0, 0, 16), kSuccess);
-  ASSERT_EQ(road.draw(makeOverlay(32, 16, kOpaqueBlue), INT32_MAX, INT32_MIN, 32, 16, 4 + 64), kSuccess);
-  EXPECT_TRUE(isColour(road.pool.frame(), kGreen, 12, 0, 128, 64));
+  OverlaidPicture drawn;
+  ASSERT_EQ(drawn.draw(makeOverlay(32, 16, kOpaqueRed), -20, -8, 32, 16), kSuccess);
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kRed, 0, 0, 12, 8));
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen, 12, 0, 128, 64));
+  ASSERT_EQ(drawn.draw(makeOverlay(32, 16, kOpaqueBlue), 0, 0, 130, 16), kSuccess);
+  ASSERT_EQ(drawn.draw(makeOverlay(32, 16, kOpaqueBlue), 0, 0, 0, 16), kSuccess);
+  ASSERT_EQ(drawn.draw(makeOverlay(32, 16, kOpaqueBlue), INT32_MAX, INT32_MIN, 32, 16, 4 + 64), kSuccess);
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen, 12, 0, 128, 64));
 }
 
 TEST(Overlay, ClearPixelsShowThePicture) {
-  OverlayRoad road;
-  ASSERT_EQ(road.draw(makeOverlay(64, 32, kClearRed), 0, 0, 64, 32), kSuccess);
-  EXPECT_TRUE(isColour(road.pool.frame(), kGreen));
+  OverlaidPicture drawn;
+  ASSERT_EQ(drawn.draw(makeOverlay(64, 32, kClearRed), 0, 0, 64, 32), kSuccess);
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen));
 }
 
 /// The kept, converted image must never outlive the pixels, the size or the target format it was made for.
 TEST(Overlay, FollowsANewImageSizeAndFormat) {
-  OverlayRoad road;
+  OverlaidPicture drawn;
   VideoOverlayFrame* overlay = makeOverlay(32, 16, kOpaqueRed);
-  ASSERT_EQ(road.draw(overlay, 0, 0, 32, 16), kSuccess);
-  EXPECT_TRUE(isColour(road.pool.frame(), kRed, 0, 0, 32, 16));
-  VideoOverlayFrames& overlays = road.pool.set.getOverlayFrames();
+  ASSERT_EQ(drawn.draw(overlay, 0, 0, 32, 16), kSuccess);
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kRed, 0, 0, 32, 16));
+  VideoOverlayFrames& overlays = drawn.pool.set.getOverlayFrames();
 
   auto* blue = static_cast<uint8_t*>(std::malloc(32 * 16 * 4));
   for (uint32_t i = 0; i < 32 * 16; ++i) std::memcpy(blue + i * 4, &kOpaqueBlue, 4);
   overlay->setFrame(kFourCCBGRA, blue, 32 * 16 * 4, 128, 0, 32, 16);
   EXPECT_EQ(overlay->getDstWidth(), 0u) << "a new image has no destination yet";
   overlay->setDestinationLocation(0, 0, 32, 16, 17);
-  ASSERT_EQ(road.pool.frame().applyOverlay(overlays), kSuccess);
-  EXPECT_TRUE(isColour(road.pool.frame(), kBlue, 0, 0, 32, 16));
+  ASSERT_EQ(drawn.pool.frame().applyOverlay(overlays), kSuccess);
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kBlue, 0, 0, 32, 16));
 
   overlay->setDestinationLocation(64, 0, 64, 64, 17);
-  ASSERT_EQ(road.pool.frame().applyOverlay(overlays), kSuccess);
-  EXPECT_TRUE(isColour(road.pool.frame(), kBlue, 64, 0, 128, 64));
+  ASSERT_EQ(drawn.pool.frame().applyOverlay(overlays), kSuccess);
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kBlue, 64, 0, 128, 64));
 
   OneFramePool pairs(128, 64, kFourCCNV12);
   paint(pairs.frame(), kGreen);
@@ -109,23 +109,23 @@ TEST(Overlay, FollowsANewImageSizeAndFormat) {
 }
 
 TEST(Overlay, SlotsAreDrawnInTheirOrder) {
-  OverlayRoad road;
-  VideoOverlayFrames& overlays = road.pool.set.getOverlayFrames();
+  OverlaidPicture drawn;
+  VideoOverlayFrames& overlays = drawn.pool.set.getOverlayFrames();
   for (uint32_t slot : {9u, 2u}) {
     VideoOverlayFrame* overlay = makeOverlay(32, 16, slot == 9 ? kOpaqueBlue : kOpaqueRed);
     overlay->setDestinationLocation(0, 0, 32, 16, 17);
     overlays.putFrame(slot, overlay);
   }
   EXPECT_EQ(overlays.getFrameCount(), 2u);
-  ASSERT_EQ(road.pool.set.applyOverlays(road.pool.frame(), overlays), kSuccess);
-  EXPECT_TRUE(isColour(road.pool.frame(), kBlue, 0, 0, 32, 16));
+  ASSERT_EQ(drawn.pool.set.applyOverlays(drawn.pool.frame(), overlays), kSuccess);
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kBlue, 0, 0, 32, 16));
   overlays.clearFrame(9);
   overlays.clearFrame(77);
-  road.pool.frame().applyOverlay(overlays);
-  EXPECT_TRUE(isColour(road.pool.frame(), kRed, 0, 0, 32, 16));
+  drawn.pool.frame().applyOverlay(overlays);
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kRed, 0, 0, 32, 16));
   overlays.clearAllFrames();
-  EXPECT_EQ(road.pool.frame().applyOverlay(overlays), kFailure);
-  EXPECT_EQ(road.pool.set.applyOverlays(road.pool.frame(), overlays), kSuccess);
+  EXPECT_EQ(drawn.pool.frame().applyOverlay(overlays), kFailure);
+  EXPECT_EQ(drawn.pool.set.applyOverlays(drawn.pool.frame(), overlays), kSuccess);
 }
 
 struct HostileImage {
@@ -152,31 +152,31 @@ constexpr HostileImage kHostileImages[] = {
 TEST(Overlay, ImagesThatTheirBytesDontCoverAreKeptAndNotDrawn) {
   for (const HostileImage& image : kHostileImages) {
     SCOPED_TRACE(image.what);
-    OverlayRoad road;
+    OverlaidPicture drawn;
     auto* bytes = static_cast<uint8_t*>(std::malloc(image.bytes));
     std::memset(bytes, 0xFF, image.bytes);
     auto* overlay = new VideoOverlayFrame(image.fourcc, bytes, image.bytes, image.stride, image.offset,
                                           image.width, image.height);
     VideoOverlayFrame* sound = makeOverlay(16, 8, kOpaqueRed);
     sound->setDestinationLocation(64, 0, 16, 8, 17);
-    road.pool.set.getOverlayFrames().putFrame(1, sound);
-    EXPECT_EQ(road.draw(overlay, 0, 0, 32, 16), image.result);
-    EXPECT_EQ(road.pool.frame().applyOverlay(road.pool.set.getOverlayFrames()), image.result);
-    EXPECT_EQ(road.linesLogged(), image.result == 0 ? 1u : 0u) << "told once";
-    EXPECT_TRUE(isColour(road.pool.frame(), kGreen, 0, 0, 64, 64));
-    EXPECT_TRUE(isColour(road.pool.frame(), kRed, 64, 0, 80, 8)) << "the sound one beside it";
+    drawn.pool.set.getOverlayFrames().putFrame(1, sound);
+    EXPECT_EQ(drawn.draw(overlay, 0, 0, 32, 16), image.result);
+    EXPECT_EQ(drawn.pool.frame().applyOverlay(drawn.pool.set.getOverlayFrames()), image.result);
+    EXPECT_EQ(drawn.linesLogged(), image.result == 0 ? 1u : 0u) << "told once";
+    EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen, 0, 0, 64, 64));
+    EXPECT_TRUE(isColour(drawn.pool.frame(), kRed, 64, 0, 80, 8)) << "the sound one beside it";
     overlay->convertFrameToVUYA();
     EXPECT_EQ(overlay->getBufferYUVA(), nullptr);
 
     // Another thread gets the lock: no return left it held.
     auto other =
-        std::async(std::launch::async, [&] { return road.pool.set.getOverlayFrames().getFrameCount(); });
+        std::async(std::launch::async, [&] { return drawn.pool.set.getOverlayFrames().getFrameCount(); });
     ASSERT_EQ(other.wait_for(std::chrono::seconds(10)), std::future_status::ready);
   }
 }
 
 TEST(Overlay, LastRowMayEndWithItsLastPixel) {
-  OverlayRoad road;
+  OverlaidPicture drawn;
   const uint32_t stride = 200;
   const uint32_t bytes = stride * 15 + 32 * 4;
   auto* image = static_cast<uint8_t*>(std::malloc(8 + bytes));
@@ -184,13 +184,13 @@ TEST(Overlay, LastRowMayEndWithItsLastPixel) {
     for (uint32_t x = 0; x < 32; ++x) std::memcpy(image + 8 + row * stride + x * 4, &kOpaqueRed, 4);
   }
   auto* overlay = new VideoOverlayFrame(kFourCCBGRA, image, 8 + bytes, stride, 8, 32, 16);
-  ASSERT_EQ(road.draw(overlay, 0, 0, 32, 16), kSuccess);
-  EXPECT_TRUE(isColour(road.pool.frame(), kRed, 0, 0, 32, 16));
+  ASSERT_EQ(drawn.draw(overlay, 0, 0, 32, 16), kSuccess);
+  EXPECT_TRUE(isColour(drawn.pool.frame(), kRed, 0, 0, 32, 16));
 }
 
 TEST(Overlay, BottomUpImagesStandUpright) {
   for (const bool clear : {false, true}) {
-    OverlayRoad road;
+    OverlaidPicture drawn;
     const uint32_t row = 32 * 4, bytes = row * 16;
     auto* image = static_cast<uint8_t*>(std::malloc(bytes));
     for (uint32_t i = 0; i < 32 * 16; ++i) {  // its first eight rows are the last in memory
@@ -198,17 +198,17 @@ TEST(Overlay, BottomUpImagesStandUpright) {
     }
     auto* overlay = new VideoOverlayFrame(kFourCCBGRA, image, bytes, 0u - row, bytes - row, 32, 16);
     EXPECT_EQ(overlay->isTransparent(), clear);
-    ASSERT_EQ(road.draw(overlay, 0, 0, 32, 16), kSuccess);
-    EXPECT_TRUE(isColour(road.pool.frame(), clear ? kGreen : kRed, 0, 0, 32, 8));
-    EXPECT_TRUE(isColour(road.pool.frame(), kBlue, 0, 8, 32, 16));
-    EXPECT_EQ(road.linesLogged(), 0u);
+    ASSERT_EQ(drawn.draw(overlay, 0, 0, 32, 16), kSuccess);
+    EXPECT_TRUE(isColour(drawn.pool.frame(), clear ? kGreen : kRed, 0, 0, 32, 8));
+    EXPECT_TRUE(isColour(drawn.pool.frame(), kBlue, 0, 8, 32, 16));
+    EXPECT_EQ(drawn.linesLogged(), 0u);
   }
 }
 
 /// One thread draws while another takes the overlay away: either it is drawn or it isn't.
 TEST(Overlay, MayBeClearedAtAnyTime) {
-  OverlayRoad road(kFourCCYV12, 32, 16);
-  VideoOverlayFrames& overlays = road.pool.set.getOverlayFrames();
+  OverlaidPicture drawn(kFourCCYV12, 32, 16);
+  VideoOverlayFrames& overlays = drawn.pool.set.getOverlayFrames();
   std::atomic<bool> done{false};
   auto other = std::async(std::launch::async, [&] {
     while (!done) {
@@ -219,7 +219,7 @@ TEST(Overlay, MayBeClearedAtAnyTime) {
     }
   });
   uint32_t failures = 0;
-  for (int i = 0; i < 5000; ++i) failures += road.pool.set.applyOverlays(road.pool.frame(), overlays) != 0;
+  for (int i = 0; i < 5000; ++i) failures += drawn.pool.set.applyOverlays(drawn.pool.frame(), overlays) != 0;
   done = true;
   EXPECT_EQ(failures, 0u);
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "Pictures.h"
 
 namespace qvs::test {
@@ -143,7 +145,7 @@ TEST(Transfer, CarriesTypeAndTimesOnly) {
   source.set.setScaleImplementation(kScaleU30);
   source.frame().setTimecode(100);
   EXPECT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
-  EXPECT_EQ(target.frame().getTimecode(), 99u) << "another road's pictures don't pass here";
+  EXPECT_EQ(target.frame().getTimecode(), 99u) << "a card's pictures don't pass here";
 }
 
 TEST(Transfer, FramesWithoutStorageAreLeftAlone) {
@@ -161,7 +163,7 @@ TEST(Transfer, FramesWithoutStorageAreLeftAlone) {
   EXPECT_EQ(full.frame().transferFrame(empty, true), 1u);
 }
 
-TEST(Transfer, DeviceRoadWithoutADeviceOnlyClaims) {
+TEST(Transfer, DevicePathWithoutADeviceOnlyClaims) {
   OneFramePool source(64, 32, kFourCCYV12);
   OneFramePool target(64, 32, kFourCCYV12);
   source.set.setScaleImplementation(kScaleCUDA);
@@ -234,6 +236,69 @@ TEST(Placement, CropToFillShowsTheMiddle) {
   EXPECT_TRUE(isColour(target.frame(), kBlue, 34, 0, 64, 64));
 }
 
+/// Four colours, and where they are after a turn.
+struct Quarters {
+  std::array<std::array<Yuv, 2>, 2> at{{{kRed, kBlue}, {kGreen, kBlack}}};
+
+  explicit Quarters(uint64_t flags) {
+    if (flags & kScaleFlagMirror) at = {{{at[0][1], at[0][0]}, {at[1][1], at[1][0]}}};
+    const int turns = (flags & kScaleFlagTurn90 ? 1 : 0) + (flags & kScaleFlagTurn180 ? 2 : 0);
+    for (int i = 0; i < turns; ++i) at = {{{at[1][0], at[0][0]}, {at[1][1], at[0][1]}}};
+  }
+  /// Whether they fill a rectangle of the frame; a few pixels beside the edges between them are mixed.
+  void expectIn(const VideoFrameBuffer& frame, uint32_t left, uint32_t top, uint32_t width,
+                uint32_t height) const {
+    constexpr uint32_t kMixed = 4;
+    for (const uint32_t row : {0u, 1u}) {
+      for (const uint32_t column : {0u, 1u}) {
+        const uint32_t x = left + column * (width / 2 + kMixed), y = top + row * (height / 2 + kMixed);
+        EXPECT_TRUE(isColour(frame, at[row][column], x, y, x + width / 2 - kMixed, y + height / 2 - kMixed));
+      }
+    }
+  }
+};
+
+TEST(Turn, SizesFitsAndRectanglesCountInTheShownPicture) {
+  for (uint64_t turn = 0; turn < 8; ++turn) {
+    const uint64_t flags = turn * kScaleFlagTurn90;
+    for (const uint32_t code : {kFourCCYV12, kFourCCI420, kFourCCNV12}) {
+      SCOPED_TRACE(nameOf(code) + " " + std::to_string(turn));
+      const bool onSide = (flags & kScaleFlagTurn90) != 0;
+      OneFramePool source(96, 64, code, flags | kScaleFlagPlaceOnCpu);
+      const Yuv(&quarters)[2][2] = {{kRed, kBlue}, {kGreen, kBlack}};
+      for (const uint32_t row : {0u, 1u}) {
+        for (const uint32_t column : {0u, 1u})
+          paint(source.frame(), quarters[row][column], column * 48, row * 32, column * 48 + 48,
+                row * 32 + 32);
+      }
+      const Quarters shown(flags);
+      const uint32_t width = onSide ? 64 : 96, height = onSide ? 96 : 64;
+
+      OneFramePool whole(width, height, kFourCCYV12);
+      ASSERT_EQ(whole.frame().transferFrame(source.frame(), false), kSuccess);
+      shown.expectIn(whole.frame(), 0, 0, width, height);
+
+      OneFramePool square(120, 120, kFourCCYV12);
+      paint(square.frame(), kGreen);
+      square.frame().setFitMode(kFitLetterbox);
+      ASSERT_EQ(square.frame().transferFrame(source.frame(), false), kSuccess);
+      shown.expectIn(square.frame(), onSide ? 20 : 0, onSide ? 0 : 20, onSide ? 80 : 120, onSide ? 120 : 80);
+      EXPECT_TRUE(isColour(square.frame(), kBlack, 0, 0, onSide ? 20 : 120, onSide ? 120 : 20));
+
+      source.frame().setDisplayWidth(96);  // as coded: a picture twice as high as before
+      source.frame().setDisplayHeight(128);
+      ASSERT_EQ(square.frame().transferFrame(source.frame(), false), kSuccess);
+      shown.expectIn(square.frame(), onSide ? 0 : 15 + 1, onSide ? 15 + 1 : 0, onSide ? 120 : 88,
+                     onSide ? 88 : 120);
+
+      const uint32_t topRight[4] = {width / 2, 0, width / 2, height / 2};
+      whole.frame().setSrcRect(topRight);
+      ASSERT_EQ(whole.frame().transferFrame(source.frame(), false), kSuccess);
+      EXPECT_TRUE(isColour(whole.frame(), shown.at[0][1]));
+    }
+  }
+}
+
 TEST(Placement, EmptyRectanglesFailAndTouchNothing) {
   const uint32_t rows[][4] = {
       {0, 0, 0, 0}, {128, 0, 8, 8}, {0, 0, 1, 1}, {0xFFFFFFFF, 0xFFFFFFFF, 8, 8}, {5, 5, 2, 2}};
@@ -282,7 +347,8 @@ TEST_P(PlacementInFormat, StaysInsideOfTheStorage) {
   for (const bool isTarget : {true, false}) {
     for (const uint32_t rows : {96u, 47u}) {
       const uint32_t columns = rows == 96 ? 96 : 95;
-      OneFramePool source(96, 96, kFourCCYV12, kScaleFlagPlaceOnCpu);
+      const uint64_t turn = (rows == 47 ? kScaleFlagTurn90 : 0) | (isTarget ? 0 : kScaleFlagMirror);
+      OneFramePool source(96, 96, kFourCCYV12, kScaleFlagPlaceOnCpu | turn);
       OneFramePool target(96, 32, kFourCCYV12);
       source.frame().setDisplayWidth(48);  // bars at the sides
       source.frame().setDisplayHeight(96);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "session/StageSelection.h"
+#include "video/decoders/VideoDecoderVPX.h"
 
 namespace qvs {
 namespace {
@@ -97,6 +98,17 @@ TEST(StageSelection, ChoosesAudioStages) {
   EXPECT_STREQ(StageSelection::audioDecoder(0, 2, 1)->logText, "MPEG1 Part 1/2: default");
   EXPECT_EQ(StageSelection::audioDecoder(0, 1, 0), nullptr);
   EXPECT_EQ(StageSelection::audioEncoder(7), nullptr);
+}
+
+TEST(StageSelection, TellsAClassOfTheMachineBeforeASessionHasTheStage) {
+  VideoDecoderRow row{.codec = 8, .implementation = kAnyImplementation};
+  row.prepare = [](IVideoDecoder& stage, const HardwareAvailability& machine) {
+    stage.setBitDepth(machine.quickSyncHardwareAccess);
+  };
+  const HardwareAvailability machine{.quickSyncHardwareAccess = 6};
+  EXPECT_EQ(row.create(machine), nullptr);
+  row.make = [] { return std::unique_ptr<IVideoDecoder>(std::make_unique<VideoDecoderVPX>()); };
+  EXPECT_EQ(row.create(machine)->getBitDepth(), 6u);
 }
 
 }  // namespace

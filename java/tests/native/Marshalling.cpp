@@ -95,8 +95,8 @@ extern "C" JNIEXPORT void JNICALL Java_com_zarvo_qvs_transcoder_test_Marshalling
                                                                                       jobjectArray sent,
                                                                                       jobjectArray asked) {
   EchoStage stage;
-  setParameters(env, sent, &stage, 0);
-  getParameters(env, asked, &stage, 0);
+  ParameterArray(env, sent).set(stage);
+  ParameterArray(env, asked).get(stage);
 }
 
 /// Reports a picture of 7x5 with that many timecode and ancillary records, the i-th with numbers that start

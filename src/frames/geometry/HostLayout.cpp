@@ -43,7 +43,7 @@ struct ChromaPlanes {
   uint64_t rows;
 };
 
-/// Odd sizes round up, so that the last column and row have colour.
+/// Odd sizes round up, so that the last column and row have color.
 ChromaPlanes chromaOf(Planes planes, uint32_t width, uint32_t height) {
   const uint64_t halfWidth = (uint64_t{width} + 1) / 2;
   const uint64_t halfHeight = (uint64_t{height} + 1) / 2;

@@ -15,7 +15,7 @@ uint32_t fourCCtoUCCFormat(uint32_t fourcc, uint32_t* format);
 /// frame untouched, for an unknown format.
 uint32_t initUCCFrame(ucc_frame_t* frame, uint32_t format, uint32_t width, uint32_t height, uint8_t* memory);
 
-/// The colours of every conversion in the system: BT.709, full range, progressive.
+/// The colors of every conversion in the system: BT.709, full range, progressive.
 void setUCCColorimetry(ucc_frame_t* frame);
 
 /// The whole picture as the converter sees it: its planes named Y, U, V whatever their order in memory, with

@@ -4,6 +4,7 @@
 // freed when the call returns: no audio decoder keeps its input. The parameter entries answer 0 for handle 0.
 
 #include "audio/AudioResampler.h"
+#include "session/FailureReasons.h"
 #include "session/jni/AudioBlocks.h"
 #include "session/jni/Holders.h"
 #include "session/jni/JavaArrays.h"
@@ -32,7 +33,9 @@ QVS_NATIVE(audioDecoderApplyParameters)(JNIEnv*, jobject, jlong classPtr) {
   return withSession(QVS_LABEL(audioDecoderApplyParameters), classPtr,
                      [](TranscoderSession& session) -> jlong {
                        IAudioDecoder* decoder = session.getAudioDecoder();
-                       return decoder != nullptr ? jlong{decoder->applyParameters()} : kEntryFailure;
+                       if (decoder == nullptr)
+                         return failEntry(session, QVS_LABEL(audioDecoderApplyParameters), kNoAudioDecoder);
+                       return decoder->applyParameters();
                      });
 }
 
@@ -43,14 +46,16 @@ QVS_NATIVE(audioDecoderSetCaptureDevice)(JNIEnv*, jobject, jlong classPtr, jlong
 
 QVS_NATIVE(audioDecoderSetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
   const auto set = [&](TranscoderSession& session) {
-    return setParameters(env, parametersArr, session.getAudioDecoder(), kEntryFailure);
+    return setParameters(env, session, QVS_LABEL(audioDecoderSetParameterValues), parametersArr,
+                         session.getAudioDecoder(), kNoAudioDecoder);
   };
   return withSession(QVS_LABEL(audioDecoderSetParameterValues), classPtr, set, 0);
 }
 
 QVS_NATIVE(audioDecoderGetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
   const auto get = [&](TranscoderSession& session) {
-    return getParameters(env, parametersArr, session.getAudioDecoder(), kEntryFailure);
+    return getParameters(env, session, QVS_LABEL(audioDecoderGetParameterValues), parametersArr,
+                         session.getAudioDecoder(), kNoAudioDecoder);
   };
   return withSession(QVS_LABEL(audioDecoderGetParameterValues), classPtr, get, 0);
 }
@@ -102,9 +107,10 @@ QVS_NATIVE(audioDecoderAddAudioResampler)
 (JNIEnv* env, jobject, jlong classPtr, jobject resamplerParametersObj) {
   return withSession(QVS_LABEL(audioDecoderAddAudioResampler), classPtr, [&](TranscoderSession& session) {
     IAudioDecoder* decoder = session.getAudioDecoder();
-    if (decoder == nullptr) return kEntryFailure;
+    if (decoder == nullptr)
+      return failEntry(session, QVS_LABEL(audioDecoderAddAudioResampler), kNoAudioDecoder);
     auto resampler = makeResampler(env, "audioDecoderAddAudioResampler", resamplerParametersObj);
-    if (!resampler) return kEntryFailure;
+    if (!resampler) return failEntry(session, QVS_LABEL(audioDecoderAddAudioResampler), kNoResampler);
     decoder->setAudioResampler(resampler.release());
     return jlong{kSuccess};
   });
@@ -115,7 +121,7 @@ QVS_NATIVE(audioDecoderDecodeCodecConfig)
   return withSession(
       QVS_LABEL(audioDecoderDecodeCodecConfig), classPtr, [&](TranscoderSession& session) -> jlong {
         const MallocBytes block = copyBytes(env, buffer, offset, len);
-        if (!block) return kEntryFailure;
+        if (!block) return failEntry(session, QVS_LABEL(audioDecoderDecodeCodecConfig), kBytesOutside);
         return session.audioDecoderDecodeCodecConfig(block.get(), 0, static_cast<uint32_t>(len));
       });
 }
@@ -127,7 +133,7 @@ QVS_NATIVE(audioDecoderDecodeFirstFrame)
         // The room counts as part of the frame: the decoder writes its header there.
         const uint32_t room = session.getAudioDecodeFrameHeaderSize();
         const MallocBytes block = copyBytes(env, buffer, offset, len, room);
-        if (!block) return kEntryFailure;
+        if (!block) return failEntry(session, QVS_LABEL(audioDecoderDecodeFirstFrame), kBytesOutside);
         return session.audioDecoderDecodeFirstFrame(block.get(), 0, room + static_cast<uint32_t>(len));
       });
 }
@@ -138,7 +144,7 @@ QVS_NATIVE(audioDecoderDecodeFrame)
   return withSession(QVS_LABEL(audioDecoderDecodeFrame), classPtr, [&](TranscoderSession& session) -> jlong {
     const uint32_t room = session.getAudioDecodeFrameHeaderSize();
     const MallocBytes block = copyBytes(env, buffer, offset, len, room);
-    if (!block) return kEntryFailure;
+    if (!block) return failEntry(session, QVS_LABEL(audioDecoderDecodeFrame), kBytesOutside);
     return session.audioDecoderDecodeFrame(block.get(), 0, room + static_cast<uint32_t>(len),
                                            static_cast<uint64_t>(timecode),
                                            static_cast<uint32_t>(indexBuffer));
@@ -154,7 +160,7 @@ QVS_NATIVE(audioDecoderGetAudioFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexBuffer, jobject nativeAudioFrameObj) {
   return withSession(QVS_LABEL(audioDecoderGetAudioFrame), classPtr, [&](TranscoderSession& session) {
     return readAudioBlock(
-        env, nativeAudioFrameObj,
+        env, session, QVS_LABEL(audioDecoderGetAudioFrame), nativeAudioFrameObj,
         session.getAudioDecoderBuffers().getAudioSampleBuffer(static_cast<uint32_t>(indexBuffer)));
   });
 }
@@ -163,7 +169,7 @@ QVS_NATIVE(audioDecoderUpdateAudioFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexBuffer, jobject nativeAudioFrameObj) {
   return withSession(QVS_LABEL(audioDecoderUpdateAudioFrame), classPtr, [&](TranscoderSession& session) {
     return writeAudioBlock(
-        env, nativeAudioFrameObj,
+        env, session, QVS_LABEL(audioDecoderUpdateAudioFrame), nativeAudioFrameObj,
         session.getAudioDecoderBuffers().getAudioSampleBuffer(static_cast<uint32_t>(indexBuffer)));
   });
 }

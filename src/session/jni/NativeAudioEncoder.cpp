@@ -5,10 +5,11 @@
 
 #include "audio/AudioResampler.h"
 #include "log/ILogger.h"
+#include "session/FailureReasons.h"
 #include "session/jni/AudioBlocks.h"
+#include "session/jni/Delivery.h"
 #include "session/jni/Holders.h"
 #include "session/jni/NativeEntry.h"
-#include "session/jni/Packets.h"
 #include "session/jni/Parameters.h"
 #include "session/jni/Resamplers.h"
 #include "session/jni/StreamContext.h"
@@ -19,7 +20,7 @@ QVS_NATIVE(audioEncoderAdd)
 (JNIEnv* env, jobject, jlong classPtr, jlong codec, jlong implementation, jobject nativeMediaStreamContext,
  jobject indexEncoder) {
   return withSession(QVS_LABEL(audioEncoderAdd), classPtr, [&](TranscoderSession& session) -> jlong {
-    if (!readHolder(env, indexEncoder)) return kEntryFailure;
+    if (!readHolder(env, indexEncoder)) return failEntry(session, QVS_LABEL(audioEncoderAdd), kNoHolder);
     int32_t index = -1;
     const uint32_t result =
         session.audioEncoderAdd(static_cast<uint32_t>(codec), static_cast<uint32_t>(implementation), &index);
@@ -56,15 +57,19 @@ QVS_NATIVE(audioEncoderApplyParameters)(JNIEnv*, jobject, jlong classPtr, jlong 
   return withSession(QVS_LABEL(audioEncoderApplyParameters), classPtr,
                      [&](TranscoderSession& session) -> jlong {
                        IAudioEncoder* encoder = session.getAudioEncoder(static_cast<uint32_t>(indexEncoder));
-                       return encoder != nullptr ? jlong{encoder->applyParameters()} : kEntryFailure;
+                       if (encoder == nullptr)
+                         return failEntry(session, QVS_LABEL(audioEncoderApplyParameters),
+                                          noAudioEncoder(static_cast<uint32_t>(indexEncoder)));
+                       return encoder->applyParameters();
                      });
 }
 
 QVS_NATIVE(audioEncoderSetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
   const auto set = [&](TranscoderSession& session) {
-    return setParameters(env, parametersArr, session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)),
-                         kEntryFailure);
+    return setParameters(env, session, QVS_LABEL(audioEncoderSetParameterValues), parametersArr,
+                         session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)),
+                         noAudioEncoder(static_cast<uint32_t>(indexEncoder)));
   };
   return withSession(QVS_LABEL(audioEncoderSetParameterValues), classPtr, set, 0);
 }
@@ -72,8 +77,9 @@ QVS_NATIVE(audioEncoderSetParameterValues)
 QVS_NATIVE(audioEncoderGetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
   const auto get = [&](TranscoderSession& session) {
-    return getParameters(env, parametersArr, session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)),
-                         kEntryFailure);
+    return getParameters(env, session, QVS_LABEL(audioEncoderGetParameterValues), parametersArr,
+                         session.getAudioEncoder(static_cast<uint32_t>(indexEncoder)),
+                         noAudioEncoder(static_cast<uint32_t>(indexEncoder)));
   };
   return withSession(QVS_LABEL(audioEncoderGetParameterValues), classPtr, get, 0);
 }
@@ -88,7 +94,7 @@ QVS_NATIVE(audioEncoderGetHeaders)
   return withSession(QVS_LABEL(audioEncoderGetHeaders), classPtr, [&](TranscoderSession& session) -> jlong {
     std::vector<AudioFrameEncoded> headers;  // the bytes stay the encoder's
     const uint32_t result = session.audioEncoderGetHeaders(static_cast<uint32_t>(indexEncoder), headers);
-    return addPackets(env, encodedFrames, headers) ? jlong{result} : kEntryFailure;
+    return deliver(env, session, QVS_LABEL(audioEncoderGetHeaders), encodedFrames, headers, result);
   });
 }
 
@@ -99,7 +105,8 @@ QVS_NATIVE(audioEncoderAddSampleBuffer)
         OwnedFrames<AudioFrameEncoded> owned;
         const uint32_t result = session.audioEncoderAddSampleBuffer(
             static_cast<uint32_t>(indexEncoder), static_cast<uint32_t>(indexBuffer), owned.frames);
-        return addPackets(env, encodedFrames, owned.frames) ? jlong{result} : kEntryFailure;
+        return deliver(env, session, QVS_LABEL(audioEncoderAddSampleBuffer), encodedFrames, owned.frames,
+                       result);
       });
 }
 
@@ -107,9 +114,11 @@ QVS_NATIVE(audioEncoderAddAudioResampler)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobject resamplerParametersObj) {
   return withSession(QVS_LABEL(audioEncoderAddAudioResampler), classPtr, [&](TranscoderSession& session) {
     IAudioEncoder* encoder = session.getAudioEncoder(static_cast<uint32_t>(indexEncoder));
-    if (encoder == nullptr) return kEntryFailure;
+    if (encoder == nullptr)
+      return failEntry(session, QVS_LABEL(audioEncoderAddAudioResampler),
+                       noAudioEncoder(static_cast<uint32_t>(indexEncoder)));
     auto resampler = makeResampler(env, "audioEncoderAddAudioResampler", resamplerParametersObj);
-    if (!resampler) return kEntryFailure;
+    if (!resampler) return failEntry(session, QVS_LABEL(audioEncoderAddAudioResampler), kNoResampler);
     resampler->setLogContext(kLogContextAudioEncoder);
     resampler->setSessionIndex(encoder->getSessionIndex());
     encoder->setAudioResampler(resampler.release());
@@ -132,7 +141,7 @@ QVS_NATIVE(audioEncoderEncodeBufferDone)
 QVS_NATIVE(audioEncoderGetAudioFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jlong, jobject nativeAudioFrameObj) {
   return withSession(QVS_LABEL(audioEncoderGetAudioFrame), classPtr, [&](TranscoderSession& session) {
-    return readAudioBlock(env, nativeAudioFrameObj,
+    return readAudioBlock(env, session, QVS_LABEL(audioEncoderGetAudioFrame), nativeAudioFrameObj,
                           session.getAudioEncoderEncodeBuffer(static_cast<uint32_t>(indexEncoder)));
   });
 }
@@ -140,7 +149,7 @@ QVS_NATIVE(audioEncoderGetAudioFrame)
 QVS_NATIVE(audioEncoderUpdateAudioFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jlong, jobject nativeAudioFrameObj) {
   return withSession(QVS_LABEL(audioEncoderUpdateAudioFrame), classPtr, [&](TranscoderSession& session) {
-    return writeAudioBlock(env, nativeAudioFrameObj,
+    return writeAudioBlock(env, session, QVS_LABEL(audioEncoderUpdateAudioFrame), nativeAudioFrameObj,
                            session.getAudioEncoderEncodeBuffer(static_cast<uint32_t>(indexEncoder)));
   });
 }

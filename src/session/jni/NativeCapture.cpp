@@ -1,12 +1,18 @@
 // Capture.
 //
-// There is no capture manager yet, which every entry of the family answers with -1.
+// There is no capture manager yet, which every entry of the family answers with -1 and a line.
 
 #include "session/jni/NativeEntry.h"
 
+namespace qvs {
+
+static constexpr Failure kNoCapture = {.reason = "Capture is not built in"};
+
+}  // namespace qvs
+
 #define QVS_WITHOUT_MANAGER(name, ...)                            \
   QVS_NATIVE(name)(JNIEnv*, jobject __VA_OPT__(, ) __VA_ARGS__) { \
-    return qvs::kEntryFailure;                                    \
+    return qvs::failEntry(QVS_LABEL(name), qvs::kNoCapture);      \
   }
 
 QVS_WITHOUT_MANAGER(captureManagerInit)

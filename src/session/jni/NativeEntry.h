@@ -31,6 +31,16 @@ inline jlong failEntry(const char* label, const Failure& failure) {
   return kEntryFailure;
 }
 
+/// The same through the log of a session.
+inline jlong failEntry(TranscoderSession& session, const char* label, const Failure& failure) {
+  session.fail(label, failure);
+  return kEntryFailure;
+}
+
+inline constexpr Failure kBytesOutside = {.reason =
+                                              "The array doesn't hold the bytes, or there is no memory"};
+inline constexpr Failure kNoHolder = {.reason = "The object for the number lacks its field"};
+
 /// Runs `call` on the session, which lives on until it returns. Handle 0 answers `absent`, one that names no
 /// session -1.
 template <typename Call>

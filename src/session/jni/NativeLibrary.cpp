@@ -119,7 +119,9 @@ QVS_NATIVE(getHardwareInfoJSON)(JNIEnv* env, jobject, jobject jsonObj) {
       [&]() -> jlong {
         std::string json;
         HardwareInspector::getInstance()->getJSON(json);
-        writeHolder(env, jsonObj, json);
+        if (!writeHolder(env, jsonObj, json)) {
+          failEntry(QVS_LABEL(getHardwareInfoJSON), {.reason = "The object for the report lacks its field"});
+        }
         return 0;
       },
       kEntryFailure);
@@ -164,6 +166,10 @@ QVS_NATIVE(getLogStatements)(JNIEnv* env, jobject, jlong classPtr, jobject logSt
         if (stray) failEntry(QVS_LABEL(getLogStatements), {.reason = kNoSession, .number = classPtr});
         const bool delivered =
             deliverStatements(env, session ? &session->getLogCollector() : nullptr, logStatements);
+        if (!delivered) {
+          failEntry(QVS_LABEL(getLogStatements),
+                    {.reason = "The list took less than there is; the rest waits"});
+        }
         return delivered && !stray ? 0 : kEntryFailure;
       },
       kEntryFailure);

@@ -6,6 +6,7 @@
 #include "session/jni/Parameters.h"
 #include "session/jni/Pictures.h"
 #include "session/jni/records/CaptureRecords.h"
+#include "session/jni/SessionParameters.h"
 #include "session/jni/StreamContext.h"
 
 using namespace qvs;
@@ -52,7 +53,7 @@ QVS_NATIVE(videoDecoderBufferGetVideoFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong decoderBufferSetIndex, jobject nativeVideoFrame) {
   const auto read = [&](TranscoderSession& session) {
     return readPicture(
-        env, nativeVideoFrame,
+        env, session, QVS_LABEL(videoDecoderBufferGetVideoFrame), nativeVideoFrame,
         [&](uint8_t** buffer, uint32_t* len, uint32_t* width, uint32_t* height, uint64_t* timecode) {
           return session.videoDecoderGetFrameBGRA(static_cast<uint32_t>(decoderBufferSetIndex), buffer, len,
                                                   width, height, timecode);
@@ -65,7 +66,10 @@ QVS_NATIVE(videoDecoderBufferSetOverlayVideoFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong overlayIndex, jobject nativeVideoFrame) {
   withSession(QVS_LABEL(videoDecoderBufferSetOverlayVideoFrame), classPtr, [&](TranscoderSession& session) {
     return session.videoDecoderBufferSetOverlayVideoFrame(
-        static_cast<uint32_t>(overlayIndex), convertToVideoOverlayFrame(env, nativeVideoFrame).release());
+        static_cast<uint32_t>(overlayIndex),
+        convertToVideoOverlayFrame(env, session, QVS_LABEL(videoDecoderBufferSetOverlayVideoFrame),
+                                   nativeVideoFrame)
+            .release());
   });
   return 0;
 }
@@ -87,7 +91,12 @@ QVS_NATIVE(videoDecoderGetCaptureInfo)
     const uint32_t result = session.videoDecoderGetCaptureInfo(&info);
     const LocalRef<jclass> cls = classOf(env, videoDecoderCaptureInfo);
     const RecordFields fields(env, cls.get(), kCaptureInfo);
-    if (fields.complete()) fields.write(videoDecoderCaptureInfo, info);
+    if (!fields.complete()) {
+      session.fail(QVS_LABEL(videoDecoderGetCaptureInfo),
+                   {.reason = "The object for the figures lacks a field"});
+    } else {
+      fields.write(videoDecoderCaptureInfo, info);
+    }
     return result;
   });
 }
@@ -99,14 +108,18 @@ QVS_NATIVE(videoDecoderApplyParameters)(JNIEnv*, jobject, jlong classPtr) {
 
 QVS_NATIVE(videoDecoderSetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
   const auto set = [&](TranscoderSession& session) {
-    return setParameters(env, parametersArr, session.getVideoDecoder(), jlong{0});
+    VideoDecoderParameters decoder(session);
+    return setParameters(env, session, QVS_LABEL(videoDecoderSetParameterValues), parametersArr, &decoder,
+                         {});
   };
   return withSession(QVS_LABEL(videoDecoderSetParameterValues), classPtr, set, 0);
 }
 
 QVS_NATIVE(videoDecoderGetParameterValues)(JNIEnv* env, jobject, jlong classPtr, jobjectArray parametersArr) {
   const auto get = [&](TranscoderSession& session) {
-    return getParameters(env, parametersArr, session.getVideoDecoder(), jlong{0});
+    VideoDecoderParameters decoder(session);
+    return getParameters(env, session, QVS_LABEL(videoDecoderGetParameterValues), parametersArr, &decoder,
+                         {});
   };
   return withSession(QVS_LABEL(videoDecoderGetParameterValues), classPtr, get, 0);
 }

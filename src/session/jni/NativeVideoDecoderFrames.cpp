@@ -16,7 +16,7 @@ QVS_NATIVE(videoDecoderDecodeCodecConfig)
   return withSession(
       QVS_LABEL(videoDecoderDecodeCodecConfig), classPtr, [&](TranscoderSession& session) -> jlong {
         const MallocBytes block = copyBytes(env, buffer, offset, len);
-        if (!block) return kEntryFailure;
+        if (!block) return failEntry(session, QVS_LABEL(videoDecoderDecodeCodecConfig), kBytesOutside);
         return session.videoDecoderDecodeCodecConfig(block.get(), 0, static_cast<uint32_t>(len));
       });
 }
@@ -26,7 +26,7 @@ QVS_NATIVE(videoDecoderAddFrame)
  jlong frameType) {
   return withSession(QVS_LABEL(videoDecoderAddFrame), classPtr, [&](TranscoderSession& session) -> jlong {
     MallocBytes block = copyBytes(env, buffer, offset, len);
-    if (!block) return kEntryFailure;
+    if (!block) return failEntry(session, QVS_LABEL(videoDecoderAddFrame), kBytesOutside);
     return session.videoDecoderAddFrame({std::move(block), 0, static_cast<uint32_t>(len)},
                                         static_cast<uint64_t>(timecode), static_cast<uint32_t>(frameType));
   });

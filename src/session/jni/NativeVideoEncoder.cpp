@@ -3,10 +3,11 @@
 // Numbers of encoders that name none fail in the session. The parameter entries answer 0 then, and for handle
 // 0.
 
+#include "session/jni/Delivery.h"
 #include "session/jni/Holders.h"
 #include "session/jni/NativeEntry.h"
-#include "session/jni/Packets.h"
 #include "session/jni/Parameters.h"
+#include "session/jni/SessionParameters.h"
 #include "session/jni/StreamContext.h"
 
 using namespace qvs;
@@ -17,7 +18,7 @@ QVS_NATIVE(videoEncoderAdd)
   return withSession(QVS_LABEL(videoEncoderAdd), classPtr, [&](TranscoderSession& session) -> jlong {
     // Without a number to write back the host could never name the encoder: none is made.
     const std::optional<int64_t> wanted = readHolder(env, indexEncoder);
-    if (!wanted) return kEntryFailure;
+    if (!wanted) return failEntry(session, QVS_LABEL(videoEncoderAdd), kNoHolder);
     auto index = static_cast<int32_t>(*wanted);
     const uint32_t result = session.videoEncoderAdd(
         static_cast<uint32_t>(codec), static_cast<uint32_t>(codecVersion), static_cast<uint32_t>(bitDepth),
@@ -83,8 +84,9 @@ QVS_NATIVE(videoEncoderApplyParameters)(JNIEnv*, jobject, jlong classPtr, jlong 
 QVS_NATIVE(videoEncoderSetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
   const auto set = [&](TranscoderSession& session) {
-    return setParameters(env, parametersArr, session.getVideoEncoder(static_cast<uint32_t>(indexEncoder)),
-                         jlong{0});
+    VideoEncoderParameters encoder(session, indexEncoder);
+    return setParameters(env, session, QVS_LABEL(videoEncoderSetParameterValues), parametersArr, &encoder,
+                         {});
   };
   return withSession(QVS_LABEL(videoEncoderSetParameterValues), classPtr, set, 0);
 }
@@ -92,8 +94,9 @@ QVS_NATIVE(videoEncoderSetParameterValues)
 QVS_NATIVE(videoEncoderGetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
   const auto get = [&](TranscoderSession& session) {
-    return getParameters(env, parametersArr, session.getVideoEncoder(static_cast<uint32_t>(indexEncoder)),
-                         jlong{0});
+    VideoEncoderParameters encoder(session, indexEncoder);
+    return getParameters(env, session, QVS_LABEL(videoEncoderGetParameterValues), parametersArr, &encoder,
+                         {});
   };
   return withSession(QVS_LABEL(videoEncoderGetParameterValues), classPtr, get, 0);
 }
@@ -133,6 +136,7 @@ QVS_NATIVE(videoEncoderGetEncodedFrames)
         const uint32_t result =
             session.videoEncoderGetEncodedFrames(static_cast<uint32_t>(indexEncoder), owned.frames);
         if (result != kSuccess) return result;
-        return addPackets(env, encodedFrames, owned.frames) ? jlong{result} : kEntryFailure;
+        return deliver(env, session, QVS_LABEL(videoEncoderGetEncodedFrames), encodedFrames, owned.frames,
+                       result);
       });
 }

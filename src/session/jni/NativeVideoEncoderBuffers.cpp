@@ -20,8 +20,8 @@ jlong setRectangle(JNIEnv* env, const char* label, jlong classPtr, jlong setInde
     std::array<uint32_t, 4> values{};
     const IndexList given(env, rect, values.size());
     std::copy(given.get().begin(), given.get().end(), values.begin());
-    return (session.*operation)(static_cast<uint32_t>(setIndex),
-                                given.get().empty() ? nullptr : values.data());
+    (session.*operation)(static_cast<uint32_t>(setIndex), given.get().empty() ? nullptr : values.data());
+    return 0;
   });
   return 0;
 }
@@ -39,7 +39,9 @@ QVS_NATIVE(videoEncoderBufferSetsCreate)(JNIEnv*, jobject, jlong classPtr, jlong
 QVS_NATIVE(videoEncoderBufferSetAlloc)(JNIEnv* env, jobject, jlong classPtr, jobject indexBuffer) {
   return withSession(QVS_LABEL(videoEncoderBufferSetAlloc), classPtr,
                      [&](TranscoderSession& session) -> jlong {
-                       if (!readHolder(env, indexBuffer)) return kEntryFailure;
+                       if (!readHolder(env, indexBuffer)) {
+                         return failEntry(session, QVS_LABEL(videoEncoderBufferSetAlloc), kNoHolder);
+                       }
                        uint32_t index = 0;
                        const uint32_t result = session.videoEncoderBufferSetAlloc(&index);
                        if (result == kSuccess) writeHolder(env, indexBuffer, int64_t{index});
@@ -84,7 +86,7 @@ QVS_NATIVE(videoEncoderBufferGetVideoFrame)
  jobject nativeVideoFrame) {
   const auto read = [&](TranscoderSession& session) {
     return readPicture(
-        env, nativeVideoFrame,
+        env, session, QVS_LABEL(videoEncoderBufferGetVideoFrame), nativeVideoFrame,
         [&](uint8_t** buffer, uint32_t* len, uint32_t* width, uint32_t* height, uint64_t* timecode) {
           return session.videoEncoderGetFrameBGRA(static_cast<uint32_t>(encoderBufferSetIndex),
                                                   static_cast<uint32_t>(encoderBufferIndex), buffer, len,
@@ -100,7 +102,9 @@ QVS_NATIVE(videoEncoderBufferSetOverlayVideoFrame)
   withSession(QVS_LABEL(videoEncoderBufferSetOverlayVideoFrame), classPtr, [&](TranscoderSession& session) {
     return session.videoEncoderBufferSetOverlayVideoFrame(
         static_cast<uint32_t>(encoderBufferSetIndex), static_cast<uint32_t>(overlayIndex),
-        convertToVideoOverlayFrame(env, nativeVideoFrame).release());
+        convertToVideoOverlayFrame(env, session, QVS_LABEL(videoEncoderBufferSetOverlayVideoFrame),
+                                   nativeVideoFrame)
+            .release());
   });
   return 0;
 }

@@ -28,27 +28,30 @@ JavaAudioPacket packetOf(AudioFrameEncoded& frame) {
 }
 
 template <const auto& kTable, typename Frame>
-bool addPacketsOf(JNIEnv* env, jobject javaList, std::vector<Frame>& frames) {
-  if (frames.empty()) return true;
+PacketsAdded addPacketsOf(JNIEnv* env, jobject javaList, std::vector<Frame>& frames) {
+  if (frames.empty()) return PacketsAdded::kAll;
   const JavaList list(env, javaList);
   const LocalRef<jclass> cls = findClass(env, kTable.className);
   const jmethodID init = findMethod(env, cls.get(), "<init>", "()V");
   const RecordFields fields(env, cls.get(), kTable);
-  if (!list || init == nullptr || !fields.complete()) return true;
+  if (!list || init == nullptr || !fields.complete()) return PacketsAdded::kNone;
 
   for (Frame& frame : frames) {
     if (frame.getBuffer() == nullptr || frame.getLen() == 0) continue;  // nothing that a host could send on
     // References go with each turn: an encoder may hand over more packets than the frame of a native call
     // holds.
     const LocalRef<jobject> packet(env, env->NewObject(cls.get(), init));
-    if (!packet) return !clearFailure(env);
+    if (!packet) {
+      clearFailure(env);
+      return PacketsAdded::kSome;
+    }
     const LocalRef<jbyteArray> bytes = newByteArray(env, {frame.getBuffer(), frame.getLen()});
-    if (!bytes) return false;
+    if (!bytes) return PacketsAdded::kSome;
     fields.write(packet.get(), packetOf(frame));
     env->SetObjectField(packet.get(), fields.id(kTable.index("buffer")), bytes.get());
-    if (!list.add(packet.get())) return false;
+    if (!list.add(packet.get())) return PacketsAdded::kSome;
   }
-  return true;
+  return PacketsAdded::kAll;
 }
 
 }  // namespace
@@ -63,11 +66,11 @@ OwnedFrames<Frame>::~OwnedFrames() {
 template class OwnedFrames<VideoFrameEncoded>;
 template class OwnedFrames<AudioFrameEncoded>;
 
-bool addPackets(JNIEnv* env, jobject list, std::vector<VideoFrameEncoded>& frames) {
+PacketsAdded addPackets(JNIEnv* env, jobject list, std::vector<VideoFrameEncoded>& frames) {
   return addPacketsOf<kVideoPacket>(env, list, frames);
 }
 
-bool addPackets(JNIEnv* env, jobject list, std::vector<AudioFrameEncoded>& frames) {
+PacketsAdded addPackets(JNIEnv* env, jobject list, std::vector<AudioFrameEncoded>& frames) {
   return addPacketsOf<kAudioPacket>(env, list, frames);
 }
 

@@ -25,10 +25,14 @@ class OwnedFrames {
   std::vector<Frame> frames;
 };
 
-/// Appends one packet per unit to a Java list, each with a copy of the bytes. False when it ended early
-/// because memory failed or the list refused; a list or class that can't be used leaves the list as it was
-/// and is no failure.
-bool addPackets(JNIEnv* env, jobject list, std::vector<VideoFrameEncoded>& frames);
-bool addPackets(JNIEnv* env, jobject list, std::vector<AudioFrameEncoded>& frames);
+enum class PacketsAdded {
+  kAll,
+  kNone,  ///< a list or class that can't be used: the list is as it was
+  kSome,  ///< memory failed, or the list refused by an exception, which stays pending
+};
+
+/// Appends one packet per unit to a Java list, each with a copy of the bytes.
+PacketsAdded addPackets(JNIEnv* env, jobject list, std::vector<VideoFrameEncoded>& frames);
+PacketsAdded addPackets(JNIEnv* env, jobject list, std::vector<AudioFrameEncoded>& frames);
 
 }  // namespace qvs

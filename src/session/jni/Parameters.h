@@ -9,6 +9,7 @@
 
 #include "contract/ParameterType.h"
 #include "session/jni/JavaArrays.h"
+#include "session/jni/NativeEntry.h"
 #include "session/jni/records/CommonRecords.h"
 
 namespace qvs {
@@ -21,6 +22,11 @@ class ParameterArray {
 
   /// Elements to serve; none where the array or a field is missing.
   jsize size() const { return count; }
+
+  /// Where an array can't be served because its class lacks a field.
+  void tellMissingField(TranscoderSession& session, const char* label) const {
+    if (array != nullptr && !fields.complete()) session.fail(label, kMissingField);
+  }
 
   /// Sends every value to the stage. What the stage answers and elements that hold nothing are passed over.
   template <typename Stage>
@@ -41,6 +47,8 @@ class ParameterArray {
   }
 
  private:
+  static constexpr Failure kMissingField = {.reason = "The class of parameters lacks a field"};
+
   template <typename Stage>
   void setElement(Stage& stage, jobject element) const {
     JavaParameterValue value;
@@ -128,22 +136,26 @@ class ParameterArray {
   jsize count = 0;
 };
 
-/// Sends the array to a stage: 0, or `absent` where there is no stage to serve a usable array.
+/// Sends the array to a stage, or says which one lacks: 0, or -1 where there is no stage for a usable array.
 template <typename Stage>
-jlong setParameters(JNIEnv* env, jobjectArray array, Stage* stage, jlong absent) {
+jlong setParameters(JNIEnv* env, TranscoderSession& session, const char* label, jobjectArray array,
+                    Stage* stage, const Failure& missing) {
   const ParameterArray parameters(env, array);
+  parameters.tellMissingField(session, label);
   if (parameters.size() == 0) return 0;
-  if (stage == nullptr) return absent;
+  if (stage == nullptr) return failEntry(session, label, missing);
   parameters.set(*stage);
   return 0;
 }
 
 /// Fills the array from a stage; results alike.
 template <typename Stage>
-jlong getParameters(JNIEnv* env, jobjectArray array, Stage* stage, jlong absent) {
+jlong getParameters(JNIEnv* env, TranscoderSession& session, const char* label, jobjectArray array,
+                    Stage* stage, const Failure& missing) {
   const ParameterArray parameters(env, array);
+  parameters.tellMissingField(session, label);
   if (parameters.size() == 0) return 0;
-  if (stage == nullptr) return absent;
+  if (stage == nullptr) return failEntry(session, label, missing);
   parameters.get(*stage);
   return 0;
 }

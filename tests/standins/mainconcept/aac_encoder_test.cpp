@@ -79,15 +79,6 @@ TEST_F(AacOut, BytesInAnyPiecesGiveTheSameFrames) {
   }
 }
 
-TEST_F(AacOut, AnAbortedEndGivesNothingMoreAndAPartialFrameIsFilledUp) {
-  Sink aborted;
-  encode(aborted, 10 * kFrame, kFrame * 4, 1);
-  EXPECT_EQ(aborted.frames.size(), 8u);
-  Sink partial;
-  encode(partial, 9 * kFrame + 5, kFrame * 4, 0);
-  EXPECT_EQ(partial.frames.size(), 10u);
-}
-
 TEST_F(AacOut, FramesAreToldWithLengthAndTime) {
   settings.pts_offset = -1000;
   settings.pts_units = 90000;

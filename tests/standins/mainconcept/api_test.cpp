@@ -46,6 +46,9 @@ TEST(ConverterApi, RefusesBadArgumentsAndLeavesTheTargetAlone) {
   overlay.frame = &source.frame();
   overlay.width = 0;
   EXPECT_EQ(UCC_Transform(instance, &target.frame(), &source.frame(), &config), 1u);
+  config = {};
+  config.orientation = 8;
+  EXPECT_EQ(UCC_Transform(instance, &target.frame(), &source.frame(), &config), 1u);
   EXPECT_EQ(target.bytes(), before);
   EXPECT_TRUE(target.paddingIntact());
 

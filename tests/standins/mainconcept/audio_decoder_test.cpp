@@ -89,29 +89,6 @@ TEST(AudioDecoderLibrary, ABlockWaitsForRoom) {
   }
 }
 
-TEST(AudioDecoderLibrary, AFrameMayGoNowhere) {
-  const Stream mpa(createDecoderMpegAudio(nullptr, 0, 0));
-  EXPECT_EQ(feed(mpa, silence()), 96u);
-  EXPECT_EQ(command(mpa, GET_PARSE_STATE), static_cast<uint32_t>(PARSE_DONE_FLAG));
-}
-
-TEST(AudioDecoderLibrary, AHeaderCanBeReadAhead) {
-  const Stream mpa(createDecoderMpegAudio(nullptr, 0, 0));
-  std::vector<uint8_t> bytes(50, 0x11);
-  command(mpa, PARSE_AUD_HDR);
-  EXPECT_EQ(feed(mpa, bytes), 0u);
-  EXPECT_EQ(command(mpa, GET_PARSE_STATE), static_cast<uint32_t>(PARSE_ERR_FLAG));
-  const auto frame = silence();
-  bytes.insert(bytes.end(), frame.begin(), frame.begin() + 4);
-  command(mpa, PARSE_AUD_HDR);
-  EXPECT_EQ(feed(mpa, bytes), 54u);
-  EXPECT_EQ(headerOf(mpa)->sample_rate, 48000u);
-  EXPECT_EQ(headerOf(mpa)->bit_rate, 32000u);
-  EXPECT_EQ(headerOf(mpa)->layer, 2u);
-  EXPECT_EQ(feed(mpa, frame), 96u) << "nothing of it was kept";
-  EXPECT_EQ(command(mpa, GET_PARSE_STATE), static_cast<uint32_t>(PARSE_DONE_FLAG));
-}
-
 TEST(SampleWriter, RoundsClampsAndSilencesWhatIsNoNumber) {
   const float infinity = std::numeric_limits<float>::infinity(), none = std::nanf("");
   constexpr float kStep = 1.0f / 32768;

@@ -17,8 +17,10 @@ constexpr uint32_t kShort = PIC_SIGNAL_RANGE_SHORT;
 class Instance {
  public:
   ~Instance() { UCC_Destroy(handle_); }
-  uint32_t operator()(TestPicture& target, TestPicture& source) {
-    return UCC_Transform(handle_, &target.frame(), &source.frame(), nullptr);
+  uint32_t operator()(TestPicture& target, TestPicture& source, uint32_t orientation = 0) {
+    ucc_config_t config{};
+    config.orientation = orientation;
+    return UCC_Transform(handle_, &target.frame(), &source.frame(), &config);
   }
 
  private:
@@ -132,6 +134,40 @@ TEST(Conversion, EveryPairScales) {
   }
 }
 
+// The scene as it is shown, by the definition: mirrored, then turned clockwise a quarter at a time.
+Scene turned(Scene scene, uint32_t orientation) {
+  if (orientation & UCC_ORIENTATION_MIRROR) {
+    scene = [scene](double x, double y) { return scene(1 - x, y); };
+  }
+  const int quarters = static_cast<int>(orientation & 3);
+  for (int i = 0; i < quarters; ++i) {
+    scene = [scene](double x, double y) { return scene(y, 1 - x); };
+  }
+  return scene;
+}
+
+TEST(Conversion, EveryPairTurns) {
+  Instance convert;
+  uint32_t orientation = 0;
+  for (const bool scaled : {false, true}) {
+    for (const TestFormat& from : testFormats()) {
+      for (const TestFormat& to : testFormats()) {
+        orientation = orientation % 7 + 1;
+        TestPicture source(from, 80, 64);
+        const bool onSide = (orientation & UCC_ORIENTATION_TURN_90) != 0;
+        TestPicture target(to, scaled ? 56 : onSide ? 64 : 80, scaled ? 92 : onSide ? 80 : 64);
+        source.paint(smoothScene);
+        ASSERT_EQ(convert(target, source, orientation), 0u);
+        // On its side the scene is narrower, so one chroma column in four leaves less of it.
+        const double bound = boundFor(to, from) - (to.shiftX == 2 && onSide ? 1 : 0);
+        EXPECT_GE(target.psnrAgainst(turned(smoothScene, orientation)), bound)
+            << from.name << " to " << to.name << " by " << orientation;
+        EXPECT_TRUE(target.paddingIntact());
+      }
+    }
+  }
+}
+
 // Odd and tiny sizes: rows end where the geometry says, and a flat grey stays flat grey.
 TEST(Conversion, OddSizesStayInsideAndFlat) {
   Instance convert;
@@ -142,14 +178,23 @@ TEST(Conversion, OddSizesStayInsideAndFlat) {
     const TestFormat& to = testFormats()[random() % testFormats().size()];
     const uint32_t width = pick(20), height = pick(20);
     const bool scaled = random() % 2;
+    const uint32_t orientation = random() % 16 / 2 * (random() % 2);
+    const bool onSide = (orientation & UCC_ORIENTATION_TURN_90) != 0;
     TestPicture source(from, width, height, random() % 4);
-    TestPicture target(to, scaled ? pick(20) : width, scaled ? pick(20) : height, random() % 4, random() % 2);
+    TestPicture target(to,
+                       scaled   ? pick(20)
+                       : onSide ? height
+                                : width,
+                       scaled   ? pick(20)
+                       : onSide ? width
+                                : height,
+                       random() % 4, random() % 2);
     SCOPED_TRACE(std::string(from.name) + " " + std::to_string(width) + "x" + std::to_string(height) +
                  " to " + to.name + " " + std::to_string(target.columns(0)) + "x" +
-                 std::to_string(target.rows(0)));
+                 std::to_string(target.rows(0)) + " by " + std::to_string(orientation));
     source.randomize(1);
     source.paint([](double, double) { return Rgb{0.5, 0.5, 0.5}; });
-    ASSERT_EQ(convert(target, source), 0u);
+    ASSERT_EQ(convert(target, source, orientation), 0u);
     ASSERT_TRUE(target.paddingIntact());
     const double grey = from.field(0, 0).bits == 5 ? 16.0 / 31 : 0.5;
     for (uint32_t y = 0; y < target.rows(0); ++y) {
@@ -317,8 +362,9 @@ TEST(Conversion, InstanceFollowsChanges) {
     target.randomize(1);
     fresh.randomize(1);
     Instance once;
-    ASSERT_EQ(lasting(target, source), 0u);
-    ASSERT_EQ(once(fresh, source), 0u);
+    const uint32_t orientation = random() % 8;
+    ASSERT_EQ(lasting(target, source, orientation), 0u);
+    ASSERT_EQ(once(fresh, source, orientation), 0u);
     ASSERT_EQ(target.bytes(), fresh.bytes()) << from.name << " to " << to.name;
   }
 }

@@ -18,7 +18,6 @@ namespace {
 constexpr StreamKind kKinds[] = {StreamKind::kVideo, StreamKind::kAudio};
 // Lengths in headers are rounded and count a last picture in one way or another.
 constexpr int64_t kShortfallMs = 500, kShortfallShare = 100;
-constexpr AVMediaType kTypes[] = {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO};
 
 // Some containers (raw streams, AVI) leave the presentation time out; counting on is the best guess then.
 int64_t timeOf(const AVPacket& packet, int64_t guess, InputFile::TimeKind* kind) {
@@ -28,6 +27,10 @@ int64_t timeOf(const AVPacket& packet, int64_t guess, InputFile::TimeKind* kind)
   if (packet.dts != AV_NOPTS_VALUE) return packet.dts;
   *kind = InputFile::TimeKind::kGuessed;
   return guess;
+}
+
+bool isTimed(const AVStream& stream) {
+  return stream.time_base.num > 0 && stream.time_base.den > 0;
 }
 
 }  // namespace
@@ -43,9 +46,8 @@ MediaStatus InputFile::open(const std::string& path, bool live) {
   if (!status.ok()) return status;
   format_->flags |= AVFMT_FLAG_GENPTS;
   status = MediaStatus::fromCode(avformat_find_stream_info(format_, nullptr), "cannot read the streams");
-  if (status.ok()) status = select();
-  if (status.ok() && live) countFromStart();
-  return status;
+  countsFromStart_ = live;
+  return status.ok() ? select() : status;
 }
 
 MediaStatus InputFile::openContainer(const std::string& path, bool live) {
@@ -60,27 +62,57 @@ MediaStatus InputFile::openContainer(const std::string& path, bool live) {
 }
 
 // A feed may have run for days before it is joined: files are not to start with as long a gap.
-void InputFile::countFromStart() {
-  if (format_->start_time == AV_NOPTS_VALUE) return;
-  for (const StreamKind kind : kKinds)
-    if (has(kind))
-      selected(kind).origin = av_rescale_q(format_->start_time, {1, AV_TIME_BASE}, stream(kind).time_base);
+void InputFile::countFromStart(StreamKind kind) {
+  if (format_->start_time != AV_NOPTS_VALUE)
+    selected(kind).origin = av_rescale_q(format_->start_time, {1, AV_TIME_BASE}, stream(kind).time_base);
 }
 
 MediaStatus InputFile::select() {
-  for (unsigned i = 0; i < format_->nb_streams; i++) format_->streams[i]->discard = AVDISCARD_ALL;
-  for (const StreamKind kind : kKinds) {
-    const int index = av_find_best_stream(format_, kTypes[static_cast<size_t>(kind)], -1, -1, nullptr, 0);
-    // A cover picture beside sound is no video.
-    if (index < 0 || format_->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) continue;
-    AVStream& stream = *format_->streams[index];
-    if (stream.time_base.num <= 0 || stream.time_base.den <= 0) continue;
-    stream.discard = AVDISCARD_DEFAULT;
-    selected(kind).index = index;
+  for (unsigned i = 0; i < format_->nb_streams; i++) {
+    AVStream& stream = *format_->streams[i];
+    stream.discard = AVDISCARD_ALL;
+    if (stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO && isTimed(stream)) audioTracks_.push_back(i);
   }
+  const int video = av_find_best_stream(format_, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  // A cover picture beside sound is no video.
+  if (video >= 0 && isTimed(*format_->streams[video]) &&
+      !(format_->streams[video]->disposition & AV_DISPOSITION_ATTACHED_PIC))
+    take(StreamKind::kVideo, video);
+  if (!audioTracks_.empty()) take(StreamKind::kAudio, firstAudioOf(selected(StreamKind::kVideo).index));
   if (!has(StreamKind::kVideo) && !has(StreamKind::kAudio))
     return MediaStatus::failure("no video or audio stream in it");
   return {};
+}
+
+void InputFile::take(StreamKind kind, int index) {
+  format_->streams[index]->discard = AVDISCARD_DEFAULT;
+  selected(kind).index = index;
+  if (countsFromStart_) countFromStart(kind);
+}
+
+// A transmission may hold several programs.
+int InputFile::firstAudioOf(int video) const {
+  const AVProgram* program = video < 0 ? nullptr : av_find_program_from_stream(format_, nullptr, video);
+  for (unsigned i = 0; program && i < program->nb_stream_indexes; i++)
+    if (std::find(audioTracks_.begin(), audioTracks_.end(), program->stream_index[i]) != audioTracks_.end())
+      return static_cast<int>(program->stream_index[i]);
+  return static_cast<int>(audioTracks_.front());
+}
+
+int InputFile::selectedAudio() const {
+  const int index = selected(StreamKind::kAudio).index;
+  const auto found = std::find(audioTracks_.begin(), audioTracks_.end(), static_cast<unsigned>(index));
+  return index < 0 ? -1 : static_cast<int>(found - audioTracks_.begin());
+}
+
+void InputFile::selectAudio(size_t track) {
+  ignore(StreamKind::kAudio);
+  take(StreamKind::kAudio, static_cast<int>(audioTracks_[track]));
+}
+
+std::string InputFile::language(size_t track) const {
+  const AVDictionaryEntry* tag = av_dict_get(audioTrack(track).metadata, "language", nullptr, 0);
+  return tag ? tag->value : "";
 }
 
 void InputFile::ignore(StreamKind kind) {
@@ -200,8 +232,7 @@ const char* InputFile::pixelFormatName() const {
   return name ? name : "";
 }
 
-int64_t InputFile::durationMs(StreamKind kind) const {
-  const AVStream& of = stream(kind);
+int64_t InputFile::durationMs(const AVStream& of) const {
   if (of.duration != AV_NOPTS_VALUE && of.duration > 0)
     return av_rescale_q(of.duration, of.time_base, {1, 1000});
   if (format_->duration != AV_NOPTS_VALUE && format_->duration > 0)

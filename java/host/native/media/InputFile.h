@@ -9,13 +9,15 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace qvs::host {
 
 /// What a stream carries; the numbers are those of MediaKind on the Java side.
 enum class StreamKind { kVideo = 0, kAudio = 1 };
 
-/// Reads the packets of the best video and the best audio stream of a container file, in file order.
+/// Reads the packets of the best video stream and of one audio stream of a container file, in file order. Of several
+/// audio streams it is the first that belongs to the pictures, unless another is selected.
 class InputFile {
  public:
   InputFile() = default;
@@ -30,6 +32,16 @@ class InputFile {
   void stop() { live_.stop(); }
 
   bool has(StreamKind kind) const { return selected(kind).index >= 0; }
+  /// All audio streams of the file, in its order.
+  size_t audioTracks() const { return audioTracks_.size(); }
+  const AVStream& audioTrack(size_t track) const { return *format_->streams[audioTracks_[track]]; }
+  /// As the container names it, mostly in three letters; "" when it does not.
+  std::string language(size_t track) const;
+  /// -1 when there is none.
+  int selectedAudio() const;
+  /// Takes another audio stream; before the first packet.
+  void selectAudio(size_t track);
+
   /// Leaves the packets of a stream out from now on.
   void ignore(StreamKind kind);
 
@@ -60,7 +72,7 @@ class InputFile {
   const AVStream& stream(StreamKind kind) const { return *format_->streams[selected(kind).index]; }
   const char* codecName(StreamKind kind) const;
   /// Milliseconds, -1 when unknown.
-  int64_t durationMs(StreamKind kind) const;
+  int64_t durationMs(const AVStream& of) const;
   /// "" when the container does not tell.
   const char* pixelFormatName() const;
   AVRational frameRate() const;
@@ -85,7 +97,9 @@ class InputFile {
   const Selected& selected(StreamKind kind) const { return selected_[static_cast<size_t>(kind)]; }
   MediaStatus openContainer(const std::string& path, bool live);
   MediaStatus select();
-  void countFromStart();
+  int firstAudioOf(int video) const;
+  void take(StreamKind kind, int index);
+  void countFromStart(StreamKind kind);
   void noteEnd(Selected& of);
   int64_t promisedMs(StreamKind kind) const;
   bool isReadWhole() const;
@@ -96,6 +110,8 @@ class InputFile {
   AVFormatContext* format_ = nullptr;
   AvPacketPtr packet_;
   std::array<Selected, 2> selected_;
+  std::vector<unsigned> audioTracks_;
+  bool countsFromStart_ = false;
   StreamKind kind_ = StreamKind::kVideo;
   TimeKind timeKind_ = TimeKind::kShown;
 };

@@ -2,6 +2,8 @@
 
 #include <jni.h>
 
+#include "media/MediaStatus.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -28,6 +30,24 @@ inline std::string toString(JNIEnv* env, jstring text) {
   }
   env->ReleaseStringChars(text, units);
   return out;
+}
+
+/// A native object by the handle that Java keeps.
+template <typename T>
+T* object(jlong handle) {
+  return reinterpret_cast<T*>(static_cast<intptr_t>(handle));
+}
+
+inline jlong handleOf(void* pointer) {
+  return static_cast<jlong>(reinterpret_cast<intptr_t>(pointer));
+}
+
+/// Raises a MediaException for a failure; true when the caller may go on.
+inline bool passed(JNIEnv* env, const MediaStatus& status) {
+  if (status.ok()) return true;
+  const jclass type = env->FindClass("com/zarvo/qvs/host/media/MediaException");
+  if (type) env->ThrowNew(type, status.text().c_str());
+  return false;
 }
 
 /// A copy of a byte array's elements; empty for null.

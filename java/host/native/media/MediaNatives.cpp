@@ -18,42 +18,24 @@ using qvs::host::ComparisonResult;
 using qvs::host::DisplayMatrix;
 using qvs::host::ExcludedArea;
 using qvs::host::FrameComparison;
+using qvs::host::handleOf;
 using qvs::host::InputFile;
 using qvs::host::JavaRecord;
 using qvs::host::MediaStatus;
+using qvs::host::object;
 using qvs::host::OutputFile;
 using qvs::host::OutputPacket;
 using qvs::host::OutputStream;
+using qvs::host::passed;
 using qvs::host::ReadBytes;
 using qvs::host::StreamKind;
 using qvs::host::toArray;
 using qvs::host::toBytes;
 using qvs::host::toString;
 
-namespace {
-
 // Where Java keeps a packet's facts, by the names that it gives to the places.
 #define FACT(name) com_zarvo_qvs_host_media_MediaReader_FACT_##name
 #define FLAG(name) com_zarvo_qvs_host_media_MediaReader_FLAG_##name
-
-template <typename T>
-T* object(jlong handle) {
-  return reinterpret_cast<T*>(static_cast<intptr_t>(handle));
-}
-
-jlong handleOf(void* pointer) {
-  return static_cast<jlong>(reinterpret_cast<intptr_t>(pointer));
-}
-
-/// Raises a MediaException for a failure; true when the caller may go on.
-bool passed(JNIEnv* env, const MediaStatus& status) {
-  if (status.ok()) return true;
-  const jclass type = env->FindClass("com/zarvo/qvs/host/media/MediaException");
-  if (type) env->ThrowNew(type, status.text().c_str());
-  return false;
-}
-
-}  // namespace
 
 JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_media_MediaReader_create(JNIEnv* env, jclass) {
   av_log_set_level(AV_LOG_QUIET);
@@ -85,14 +67,14 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_ignore(JNIEnv*,
   object<InputFile>(handle)->ignore(static_cast<StreamKind>(kind));
 }
 
-JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_codecName(JNIEnv* env, jclass,
-                                                                              jlong handle, jint kind) {
-  return env->NewStringUTF(object<InputFile>(handle)->codecName(static_cast<StreamKind>(kind)));
+JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_videoCodecName(JNIEnv* env, jclass,
+                                                                                   jlong handle) {
+  return env->NewStringUTF(object<InputFile>(handle)->codecName(StreamKind::kVideo));
 }
 
-JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_codecConfig(JNIEnv* env, jclass,
-                                                                                   jlong handle, jint kind) {
-  const AVCodecParameters& codec = *object<InputFile>(handle)->stream(static_cast<StreamKind>(kind)).codecpar;
+JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_videoConfig(JNIEnv* env, jclass,
+                                                                                   jlong handle) {
+  const AVCodecParameters& codec = *object<InputFile>(handle)->stream(StreamKind::kVideo).codecpar;
   return toArray(env, codec.extradata, codec.extradata ? codec.extradata_size : 0);
 }
 
@@ -115,7 +97,7 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_videoProperties
   record.set("frameRateDen", file.frameRate().den);
   record.set("timeBaseNum", stream.time_base.num);
   record.set("timeBaseDen", stream.time_base.den);
-  record.set("durationMs", file.durationMs(StreamKind::kVideo));
+  record.set("durationMs", file.durationMs(stream));
   record.set("pixelAspectNum", file.pixelAspect().num);
   record.set("pixelAspectDen", file.pixelAspect().den);
   record.set("bitRate", file.bitRate());
@@ -129,17 +111,57 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_videoProperties
   record.set("displayD", display[3]);
 }
 
+JNIEXPORT jint JNICALL Java_com_zarvo_qvs_host_media_MediaReader_audioTracks(JNIEnv*, jclass, jlong handle) {
+  return static_cast<jint>(object<InputFile>(handle)->audioTracks());
+}
+
+JNIEXPORT jint JNICALL Java_com_zarvo_qvs_host_media_MediaReader_selectedAudio(JNIEnv*, jclass,
+                                                                               jlong handle) {
+  return object<InputFile>(handle)->selectedAudio();
+}
+
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_selectAudio(JNIEnv*, jclass, jlong handle,
+                                                                             jint track) {
+  object<InputFile>(handle)->selectAudio(static_cast<size_t>(track));
+}
+
+JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_audioCodecName(JNIEnv* env, jclass,
+                                                                                   jlong handle, jint track) {
+  const AVStream& stream = object<InputFile>(handle)->audioTrack(static_cast<size_t>(track));
+  return env->NewStringUTF(avcodec_get_name(stream.codecpar->codec_id));
+}
+
+JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_audioLanguage(JNIEnv* env, jclass,
+                                                                                  jlong handle, jint track) {
+  return env->NewStringUTF(object<InputFile>(handle)->language(static_cast<size_t>(track)).c_str());
+}
+
+JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_audioConfig(JNIEnv* env, jclass,
+                                                                                   jlong handle, jint track) {
+  const AVCodecParameters& codec =
+      *object<InputFile>(handle)->audioTrack(static_cast<size_t>(track)).codecpar;
+  return toArray(env, codec.extradata, codec.extradata ? codec.extradata_size : 0);
+}
+
 JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_audioProperties(JNIEnv* env, jclass,
-                                                                                 jlong handle,
+                                                                                 jlong handle, jint track,
                                                                                  jobject properties) {
   const InputFile& file = *object<InputFile>(handle);
-  const AVStream& stream = file.stream(StreamKind::kAudio);
+  const AVStream& stream = file.audioTrack(static_cast<size_t>(track));
+  const AVCodecParameters& codec = *stream.codecpar;
   const JavaRecord record(env, properties);
-  record.set("sampleRate", stream.codecpar->sample_rate);
-  record.set("channels", stream.codecpar->ch_layout.nb_channels);
+  record.set("sampleRate", codec.sample_rate);
+  record.set("channels", codec.ch_layout.nb_channels);
   record.set("timeBaseNum", stream.time_base.num);
   record.set("timeBaseDen", stream.time_base.den);
-  record.set("durationMs", file.durationMs(StreamKind::kAudio));
+  record.set("durationMs", file.durationMs(stream));
+  record.set("channelMask", codec.ch_layout.order == AV_CHANNEL_ORDER_NATIVE
+                                ? static_cast<int64_t>(codec.ch_layout.u.mask)
+                                : 0);
+  record.set("blockAlign", codec.block_align);
+  record.set("bitsPerSample", codec.bits_per_coded_sample);
+  record.set("bitRate", codec.bit_rate);
+  record.set("codecTag", codec.codec_tag);
 }
 
 JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_read(JNIEnv* env, jclass, jlong handle,

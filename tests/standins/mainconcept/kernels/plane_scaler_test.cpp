@@ -15,11 +15,13 @@ namespace {
 
 struct Shape {
   uint32_t srcWidth, srcHeight, dstWidth, dstHeight, components = 1;
+  Orientation orientation = {};
 };
 
 std::ostream& operator<<(std::ostream& out, const Shape& s) {
   return out << s.srcWidth << "x" << s.srcHeight << " to " << s.dstWidth << "x" << s.dstHeight << " by "
-             << s.components;
+             << s.components << " reversed " << s.orientation.columnsReversed << s.orientation.rowsReversed
+             << (s.orientation.transposed ? " transposed" : "");
 }
 
 std::vector<uint8_t> scale(CpuLevel level, const Shape& shape, const GuardedPlane& src,
@@ -27,8 +29,8 @@ std::vector<uint8_t> scale(CpuLevel level, const Shape& shape, const GuardedPlan
   const ForcedLevel forced(level);
   GuardedPlane dst(size_t{shape.dstWidth} * shape.components, shape.dstHeight, 3, guard);
   PlaneScaler scaler;
-  EXPECT_TRUE(
-      scaler.configure(shape.srcWidth, shape.srcHeight, shape.dstWidth, shape.dstHeight, shape.components));
+  EXPECT_TRUE(scaler.configure(shape.srcWidth, shape.srcHeight, shape.dstWidth, shape.dstHeight,
+                               shape.components, shape.orientation));
   scaler.run(src.data(), src.stride(), dst.data(), dst.stride());
   EXPECT_TRUE(dst.gapsIntact()) << shape;
   return dst.pixels();
@@ -161,6 +163,49 @@ std::vector<double> reference(const std::vector<uint8_t>& pixels, const Shape& s
   return out;
 }
 
+/// A plane of values, turned step by step.
+struct Values {
+  uint32_t width, height, components;
+  std::vector<double> at;
+
+  void mirror() {
+    move(width, height, [this](uint32_t x, uint32_t y) { return std::pair{width - 1 - x, y}; });
+  }
+  void turnClockwise() {
+    move(height, width, [this](uint32_t x, uint32_t y) { return std::pair{y, height - 1 - x}; });
+  }
+
+ private:
+  template <class From>
+  void move(uint32_t newWidth, uint32_t newHeight, From from) {
+    std::vector<double> moved;
+    for (uint32_t y = 0; y < newHeight; ++y) {
+      for (uint32_t x = 0; x < newWidth; ++x) {
+        const auto [fromX, fromY] = from(x, y);
+        for (uint32_t c = 0; c < components; ++c)
+          moved.push_back(at[(size_t{fromY} * width + fromX) * components + c]);
+      }
+    }
+    at = std::move(moved);
+    width = newWidth;
+    height = newHeight;
+  }
+};
+
+/// `shape` is upright. Components are scaled each by itself.
+Values scaledValues(const Shape& shape, const GuardedPlane& src) {
+  Values values{shape.dstWidth, shape.dstHeight, shape.components, {}};
+  const auto pixels = src.pixels();
+  values.at.resize(size_t{shape.dstWidth} * shape.dstHeight * shape.components);
+  for (uint32_t c = 0; c < shape.components; ++c) {
+    std::vector<uint8_t> one;
+    for (size_t i = c; i < pixels.size(); i += shape.components) one.push_back(pixels[i]);
+    const auto scaled = reference(one, shape, cubicKernel, 2);
+    for (size_t i = 0; i < scaled.size(); ++i) values.at[i * shape.components + c] = scaled[i];
+  }
+  return values;
+}
+
 struct Difference {
   double psnr, worst;
 };
@@ -188,6 +233,53 @@ TEST(PlaneScaler, IsAsExactAsEightBitsAllow) {
         compare(scale(detectedCpuLevel(), shape, src), reference(src.pixels(), shape, cubicKernel, 2));
     EXPECT_GT(difference.psnr, 57.5) << shape;
     EXPECT_LT(difference.worst, 0.75) << shape;
+  }
+}
+
+TEST(PlaneScaler, EveryTurnEqualsTurningTheScaledPicture) {
+  std::mt19937 random(6);
+  for (Shape shape :
+       {Shape{150, 90, 100, 60}, Shape{151, 91, 99, 133}, Shape{151, 91, 41, 23, 2}, Shape{300, 200, 9, 7},
+        Shape{97, 330, 80, 280, 2}, Shape{5, 3, 70, 90}, Shape{1, 1, 3, 2}, Shape{67, 131, 67, 131},
+        Shape{130, 77, 130, 77, 2}, Shape{7, 9, 7, 9}}) {
+    GuardedPlane src(size_t{shape.srcWidth} * shape.components, shape.srcHeight);
+    src.fillRandom(random);
+    const Values upright = scaledValues(shape, src);
+    for (int turn = 0; turn < 8; ++turn) {
+      Values wanted = upright;
+      if (turn & 4) wanted.mirror();
+      for (int i = 0; i < (turn & 3); ++i) wanted.turnClockwise();
+      shape.orientation = makeOrientation(turn & 4, turn & 1, turn & 2);
+      shape.dstWidth = wanted.width;
+      shape.dstHeight = wanted.height;
+      EXPECT_LT(compare(scale(detectedCpuLevel(), shape, src), wanted.at).worst, 0.75) << shape;
+      expectLevelsAgree(shape, random);
+    }
+  }
+}
+
+// Whole tiles, what is left of them, and planes smaller than a tile.
+TEST(PlaneScaler, TurnsPlanesOfAnySizeUnscaled) {
+  std::mt19937 random(7);
+  for (const uint32_t components : {1u, 2u}) {
+    for (const uint32_t width : {1u, 7u, 16u, 31u, 32u, 33u, 64u, 95u, 130u}) {
+      for (const uint32_t height : {1u, 8u, 15u, 16u, 17u, 64u, 65u, 100u}) {
+        GuardedPlane src(size_t{width} * components, height);
+        src.fillRandom(random);
+        Values wanted{width, height, components, {}};
+        for (const uint8_t sample : src.pixels()) wanted.at.push_back(sample);
+        for (int turn = 1; turn < 4; ++turn) {
+          wanted.turnClockwise();
+          const Shape shape{width,         height,     wanted.width,
+                            wanted.height, components, makeOrientation(false, turn & 1, turn & 2)};
+          for (const CpuLevel level : {CpuLevel::kPlain, CpuLevel::kAvx2, CpuLevel::kAvx512}) {
+            const auto got = scale(level, shape, src, Guard::kBefore);
+            ASSERT_TRUE(std::equal(got.begin(), got.end(), wanted.at.begin(), wanted.at.end()))
+                << shape << " " << nameOf(level);
+          }
+        }
+      }
+    }
   }
 }
 

@@ -32,7 +32,7 @@ struct Window {
     begin = static_cast<int64_t>(std::ceil(centre - kSupport * scale));
     end = static_cast<int64_t>(std::floor(centre + kSupport * scale)) + 1;
   }
-  double weight(int64_t position) const { return cubic((position - centre) / scale); }
+  double weight(int64_t position) const { return cubic((static_cast<double>(position) - centre) / scale); }
 };
 
 }  // namespace

@@ -10,7 +10,7 @@ import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.session.AudioSettings;
-import com.zarvo.qvs.host.session.AudioSource;
+import com.zarvo.qvs.host.session.AudioSources;
 import com.zarvo.qvs.host.session.SessionLog;
 import com.zarvo.qvs.host.session.SessionOutput;
 import com.zarvo.qvs.host.session.SessionSettings;
@@ -48,6 +48,12 @@ final class DecodeCommand implements Callable<Integer> {
       description = "What becomes of interlaced pictures: on (default), off, or double for a picture a field.")
   private Deinterlace deinterlace;
 
+  @Option(
+      names = "--audio-track",
+      paramLabel = "N|LANG",
+      description = "For --pcm: the audio track, by its number (from 1) or its language; the first by default.")
+  private String audioTrack;
+
   @Mixin private AudioConversionOptions conversion;
 
   @Override
@@ -77,8 +83,9 @@ final class DecodeCommand implements Callable<Integer> {
   }
 
   private int decodeAudio(MediaReader reader) throws HostException, IOException {
+    if (audioTrack != null) reader.selectAudio(audioTrack);
     if (reader.audio() == null) throw new HostException(input + ": no audio stream in it");
-    AudioSource.check(input, reader.audio());
+    AudioSources.check(input, reader.audio());
     if (Files.exists(pcm) && Files.exists(input) && Files.isSameFile(pcm, input))
       throw new HostException(pcm + ": is the input itself");
     reader.ignore(MediaKind.VIDEO);

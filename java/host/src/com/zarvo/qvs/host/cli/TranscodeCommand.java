@@ -82,9 +82,15 @@ final class TranscodeCommand implements Callable<Integer> {
       })
   private List<AudioSpec> audioRenditions = new ArrayList<>();
 
+  @Option(
+      names = "--audio-track",
+      paramLabel = "N|LANG",
+      description = "The audio track to take, by its number (from 1) or its language (de, deu); the first by default.")
+  private String audioTrack;
+
   @Mixin private AudioConversionOptions conversion;
 
-  @Option(names = "--no-audio", description = "Leave sound out; else it goes along as AAC where the format holds it.")
+  @Option(names = "--no-audio", description = "Leave sound out; else it goes along, as AAC or Opus where the format holds it.")
   private boolean noAudio;
 
   @Option(names = "--no-video", description = "Leave pictures out.")
@@ -172,6 +178,7 @@ final class TranscodeCommand implements Callable<Integer> {
             .conversion(conversion.wanted())
             .video(!noVideo)
             .audioAlong(!noAudio)
+            .audioTrack(audioTrack)
             .deinterlace(deinterlace)
             .frameRate(frameRate)
             .preset(preset)
@@ -223,6 +230,7 @@ final class TranscodeCommand implements Callable<Integer> {
   }
 
   private void printApart(JobResult result) {
+    for (JobResult.LeftOutAudio leftOut : result.leftOutAudio()) System.err.println("qvs: " + leftOut);
     if (result.damagedFrames() > 0) System.err.println("qvs: damaged pictures: " + result.damagedFrames());
     if (result.damagedAudioPackets() > 0)
       System.err.println("qvs: " + result.damagedAudioPackets() + " packets of sound were damaged and left out");

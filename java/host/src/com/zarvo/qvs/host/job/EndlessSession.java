@@ -13,7 +13,7 @@ import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.AudioSettings;
-import com.zarvo.qvs.host.session.AudioSource;
+import com.zarvo.qvs.host.session.AudioSources;
 import com.zarvo.qvs.host.session.SessionOutput;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
@@ -54,7 +54,7 @@ public final class EndlessSession implements SessionOutput, AutoCloseable {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(input)) {
       if (reader.audio() == null) throw new HostException(input + ": no audio stream in it");
-      AudioSource.check(input, reader.audio());
+      AudioSources.check(input, reader.audio());
       VideoCodec codec = withVideo ? VideoSource.codecOf(input, reader.video()) : null;
       if (!withVideo) reader.ignore(MediaKind.VIDEO);
       audio = new EndlessStream(reader.audio().timeBase());

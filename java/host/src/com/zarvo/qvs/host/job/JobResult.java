@@ -27,6 +27,8 @@ public final class JobResult {
   Path contactSheet;
   String inputTrouble;
   List<SessionLog.Line> log = List.of();
+  String audioDecoder;
+  private final List<LeftOutAudio> leftOutAudio = new ArrayList<>();
   private String failure;
 
   JobResult(JobSettings settings) {
@@ -81,6 +83,22 @@ public final class JobResult {
     return log;
   }
 
+  /** Audio of the input that is in no output, and why. */
+  public record LeftOutAudio(AudioStreamInfo track, String reason) {
+    @Override
+    public String toString() {
+      return "audio " + track + " is left out: " + reason;
+    }
+  }
+
+  public List<LeftOutAudio> leftOutAudio() {
+    return leftOutAudio;
+  }
+
+  void leaveOut(AudioStreamInfo track, String reason) {
+    leftOutAudio.add(new LeftOutAudio(track, reason));
+  }
+
   /** One finished file. */
   public record Rendition(RenditionSpec spec, Path file, long frames, long keyFrames, long bytes) {
     public double bitRate(long mediaMs) {
@@ -121,7 +139,10 @@ public final class JobResult {
       input.put("damagedPictures", damagedFrames);
     }
     if (audioSource != null) {
+      input.put("audioTrack", audioSource.number());
+      input.put("audioLanguage", audioSource.language());
       input.put("audioCodec", audioSource.codecName());
+      input.put("audioDecoder", audioDecoder);
       input.put("sampleRate", audioSource.sampleRate());
       input.put("channels", audioSource.channels());
       input.put("damagedAudioPackets", damagedAudioPackets);
@@ -138,12 +159,22 @@ public final class JobResult {
     report.put("input", input);
     report.put("renditions", files);
     report.put("audio", audio);
+    report.put("leftOutAudio", leftOutAudio.stream().map(JobResult::toMap).toList());
     report.put("wallSeconds", wallSeconds);
     report.put("speed", speed());
     report.put("parallel", settings.parallel());
     report.put("contactSheet", contactSheet);
     report.put("log", log);
     return Json.write(report);
+  }
+
+  private static Map<String, Object> toMap(LeftOutAudio leftOut) {
+    Map<String, Object> map = new LinkedHashMap<>();
+    map.put("track", leftOut.track().number());
+    map.put("language", leftOut.track().language());
+    map.put("codec", leftOut.track().codecName());
+    map.put("reason", leftOut.reason());
+    return map;
   }
 
   private Map<String, Object> toMap(Rendition rendition) {

@@ -29,6 +29,7 @@ public final class JobSettings {
   private boolean parallel = true;
   private double keyFrameSeconds = 2;
   private long maxMilliseconds = Long.MAX_VALUE;
+  private String audioTrack;
   private Overwrite overwrite = Overwrite.NEVER;
 
   private JobSettings(Path input, Path directory) {
@@ -120,6 +121,11 @@ public final class JobSettings {
     return maxMilliseconds;
   }
 
+  /** Number or language of the audio track that is taken, null for the first. */
+  public String audioTrack() {
+    return audioTrack;
+  }
+
   public Overwrite overwrite() {
     return overwrite;
   }
@@ -204,6 +210,11 @@ public final class JobSettings {
 
     public Builder maxMilliseconds(long milliseconds) {
       made.maxMilliseconds = milliseconds;
+      return this;
+    }
+
+    public Builder audioTrack(String track) {
+      made.audioTrack = track;
       return this;
     }
 

@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.job;
 
+import com.zarvo.qvs.host.media.AudioStreamInfo;
 import com.zarvo.qvs.host.media.Interruption;
 import com.zarvo.qvs.host.media.MediaFeed;
 import com.zarvo.qvs.host.media.MediaKind;
@@ -13,8 +14,9 @@ import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
+import com.zarvo.qvs.host.session.AudioRefusedException;
 import com.zarvo.qvs.host.session.AudioSettings;
-import com.zarvo.qvs.host.session.AudioSource;
+import com.zarvo.qvs.host.session.AudioSources;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
 import com.zarvo.qvs.host.session.VideoSource;
@@ -28,6 +30,7 @@ public final class TranscodeJob {
   private final Function<Long, Progress> progressOf;
   private final Interruption interruption;
   private final JobResult result;
+  private List<AudioSpec> audioSpecs = List.of();
 
   /** `progressOf` makes the progress display for a length in milliseconds, -1 when unknown. */
   public TranscodeJob(JobSettings settings, Function<Long, Progress> progressOf, Interruption interruption) {
@@ -49,6 +52,8 @@ public final class TranscodeJob {
   public JobResult run() throws HostException, IOException {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(settings.input(), interruption)) {
+      if (settings.audioTrack() != null) reader.selectAudio(settings.audioTrack());
+      audioSpecs = chooseAudio(reader);
       boolean video = selectStreams(reader);
       StreamInfo source = video ? reader.video() : null;
       result.source = source;
@@ -56,41 +61,54 @@ public final class TranscodeJob {
       List<RenditionSpec> renditions = video ? settled(codec, source) : List.of();
       checkOverlays(renditions.size());
       for (RenditionSpec rendition : renditions) checkContainer(rendition.codec());
-      SessionSettings.Builder session =
-          SessionSettings.of(MediaReader.nameOf(settings.input()))
-              .audio(audioSettings(reader))
-              .deinterlace(settings.deinterlace())
-              .renditions(renditions)
-              .overlays(settings.overlays())
-              .parallel(settings.parallel())
-              .keyFrameSeconds(settings.keyFrameSeconds())
-              .previewWidth(ContactSheet.CELL_WIDTH);
-      if (video) session.video(reader);
       MediaFeed feed = new MediaFeed(reader);
       try (RenditionFiles files = new RenditionFiles(settings, source, renditions);
-          TranscodeSession opened = new TranscodeSession(session.build(), files, feed)) {
-        if (opened.audio() != null) result.audioSource = reader.audio();
+          TranscodeSession session = open(reader, feed, files, renditions)) {
         try {
-          files.open(opened.audio(), feed);
-          pump(reader, feed, opened);
-          finish(opened, files);
+          files.open(session.audio(), feed);
+          pump(reader, feed, session);
+          finish(session, files);
         } finally {
-          note(opened, feed);
+          note(session, feed);
         }
         return result;
       }
     }
   }
 
+  private TranscodeSession open(
+      MediaReader reader, MediaFeed feed, RenditionFiles files, List<RenditionSpec> renditions)
+      throws HostException, IOException {
+    SessionSettings.Builder session =
+        SessionSettings.of(MediaReader.nameOf(settings.input()))
+            .deinterlace(settings.deinterlace())
+            .renditions(renditions)
+            .overlays(settings.overlays())
+            .parallel(settings.parallel())
+            .keyFrameSeconds(settings.keyFrameSeconds())
+            .previewWidth(ContactSheet.CELL_WIDTH);
+    if (result.source != null) session.video(reader);
+    if (audioSpecs.isEmpty()) return new TranscodeSession(session.build(), files, feed);
+    result.audioSource = reader.audio();
+    session.audio(new AudioSettings(reader.audio(), settings.conversion(), audioSpecs));
+    try {
+      return new TranscodeSession(session.build(), files, feed);
+    } catch (AudioRefusedException e) {
+      if (!settings.audioRenditions().isEmpty() || result.source == null) throw e;
+      result.audioSource = null;
+      result.leaveOut(reader.audio(), e.getMessage());
+      return new TranscodeSession(session.audio(null).build(), files, feed);
+    }
+  }
+
   /** Settles which streams are read; true when pictures are among them. */
   private boolean selectStreams(MediaReader reader) throws HostException {
     String name = settings.input() + ": ";
-    boolean audio = !audioRenditions(reader).isEmpty();
+    boolean audio = !audioSpecs.isEmpty();
     if (audio && reader.audio() == null) throw new HostException(name + "no audio stream in it");
     boolean wanted = settings.video() && settings.format().holdsVideo();
     boolean video = wanted && reader.video() != null;
-    if (!video && !audio)
-      throw new HostException(name + (wanted ? "no video stream in it" : "nothing to do, neither pictures nor sound"));
+    if (!video && !audio) throw new HostException(name + whyNothing(wanted));
     if (!video && settings.hlsWindow() > 0) throw new HostException(name + "no pictures for --hls-window");
     if (!video && !settings.renditions().isEmpty())
       throw new HostException(
@@ -100,23 +118,36 @@ public final class TranscodeJob {
     return video;
   }
 
-  private AudioSettings audioSettings(MediaReader reader) throws HostException {
-    List<AudioSpec> audioRenditions = audioRenditions(reader);
-    if (audioRenditions.isEmpty()) return null;
-    AudioSource.check(settings.input(), reader.audio());
-    return new AudioSettings(reader.audio(), settings.conversion(), audioRenditions);
+  private String whyNothing(boolean videoWanted) {
+    List<JobResult.LeftOutAudio> leftOut = result.leftOutAudio();
+    String audio = leftOut.isEmpty() ? "" : ", " + leftOut.get(leftOut.size() - 1);
+    return (videoWanted ? "no video stream in it" : "nothing to do, neither pictures nor sound") + audio;
   }
 
-  // Sound that nobody asked for must not keep the pictures from being made.
-  private List<AudioSpec> audioRenditions(MediaReader reader) {
-    boolean along = settings.audioAlong() && settings.format().takesAudioAlong() && reader.audio() != null;
-    if (!settings.audioRenditions().isEmpty() || !along) return settings.audioRenditions();
-    try {
-      AudioSource.check(settings.input(), reader.audio());
-      return List.of(AudioSpec.parse(AudioCodec.AAC.codecName));
-    } catch (HostException e) {
-      return List.of();
+  /** The audio renditions. Sound that nobody asked for must not keep the pictures from being made. */
+  private List<AudioSpec> chooseAudio(MediaReader reader) throws HostException {
+    AudioStreamInfo track = reader.audio();
+    for (AudioStreamInfo other : reader.audioTracks())
+      if (other.number() != track.number()) result.leaveOut(other, "track " + track.number() + " is taken");
+    if (track == null) return settings.audioRenditions();
+    if (!settings.audioRenditions().isEmpty()) {
+      result.audioDecoder = AudioSources.check(settings.input(), track);
+      return settings.audioRenditions();
     }
+    AudioCodec usual = settings.format().usualAudio();
+    if (!settings.audioAlong()) {
+      result.leaveOut(track, "as asked for");
+    } else if (usual == null) {
+      result.leaveOut(track, settings.format().label() + " holds no audio");
+    } else {
+      try {
+        result.audioDecoder = AudioSources.check(settings.input(), track);
+        return List.of(AudioSpec.parse(usual.codecName));
+      } catch (HostException e) {
+        result.leaveOut(track, e.getMessage());
+      }
+    }
+    return List.of();
   }
 
   private List<RenditionSpec> settled(VideoCodec codec, StreamInfo source) {
@@ -157,7 +188,7 @@ public final class TranscodeJob {
         if (interruption.requested() && !reader.isLive())
           throw new HostException(settings.input() + ": interrupted, its renditions were dropped");
         if (packet.kind() == MediaKind.VIDEO) session.push(packet);
-        else session.audio().push(packet, feed.following(MediaKind.AUDIO));
+        else if (session.audio() != null) session.audio().push(packet, feed.following(MediaKind.AUDIO));
         result.mediaMs = Math.max(result.mediaMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
         progress.update(result.mediaMs, session.frames());
       }

@@ -11,8 +11,25 @@ final class AudioProperties {
   long durationMs;
   long frameSamples;
   long delaySamples;
+  long channelMask;
+  long blockAlign;
+  long bitsPerSample;
+  long bitRate;
+  long codecTag;
 
   AudioProperties() {}
+
+  AudioProperties(AudioStreamInfo info) {
+    sampleRate = info.sampleRate();
+    channels = info.channels();
+    timeBaseNum = info.timeBase().num();
+    timeBaseDen = info.timeBase().den();
+    channelMask = info.coding().channelMask();
+    blockAlign = info.coding().blockAlign();
+    bitsPerSample = info.coding().bitsPerSample();
+    bitRate = info.coding().bitRate();
+    codecTag = info.coding().codecTag();
+  }
 
   AudioProperties(OutputTrack.Audio track) {
     sampleRate = track.sampleRate();
@@ -23,9 +40,16 @@ final class AudioProperties {
     delaySamples = track.delaySamples();
   }
 
-  AudioStreamInfo toInfo(String codecName, byte[] config) {
+  AudioStreamInfo toInfo(int number, String language, String codecName, byte[] config) {
     return new AudioStreamInfo(
-        codecName, (int) sampleRate, (int) channels, new Rational((int) timeBaseNum, (int) timeBaseDen), durationMs,
-        config);
+        number,
+        language,
+        codecName,
+        (int) sampleRate,
+        (int) channels,
+        new Rational((int) timeBaseNum, (int) timeBaseDen),
+        durationMs,
+        config,
+        new AudioStreamInfo.Coding(channelMask, (int) blockAlign, (int) bitsPerSample, bitRate, codecTag));
   }
 }

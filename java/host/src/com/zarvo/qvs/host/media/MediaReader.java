@@ -3,6 +3,9 @@ package com.zarvo.qvs.host.media;
 import com.zarvo.qvs.host.model.Rational;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.stream.Collectors;
 
 /** Reads the packets of the best video and audio stream of any container that libavformat knows, in file order. */
 public final class MediaReader implements AutoCloseable {
@@ -26,7 +29,8 @@ public final class MediaReader implements AutoCloseable {
   private static final Path STANDARD_INPUT = Path.of("-");
 
   private final StreamInfo video;
-  private final AudioStreamInfo audio;
+  private final List<AudioStreamInfo> audioTracks;
+  private AudioStreamInfo audio;
   private final byte[] videoConfig;
   private final long[] facts = new long[FACTS];
   private final Path path;
@@ -43,21 +47,27 @@ public final class MediaReader implements AutoCloseable {
     this.interruption = interruption;
     boolean frames = has(handle, MediaKind.VIDEO.ordinal());
     this.video = frames ? videoInfo(handle) : null;
-    this.videoConfig = frames ? codecConfig(handle, MediaKind.VIDEO.ordinal()) : null;
-    this.audio = has(handle, MediaKind.AUDIO.ordinal()) ? audioInfo(handle) : null;
+    this.videoConfig = frames ? videoConfig(handle) : null;
+    this.audioTracks = audioInfos(handle);
+    int selected = selectedAudio(handle);
+    this.audio = selected < 0 ? null : audioTracks.get(selected);
   }
 
   private static StreamInfo videoInfo(long handle) {
     VideoProperties properties = new VideoProperties();
     videoProperties(handle, properties);
-    return properties.toInfo(codecName(handle, MediaKind.VIDEO.ordinal()), pixelFormat(handle));
+    return properties.toInfo(videoCodecName(handle), pixelFormat(handle));
   }
 
-  private static AudioStreamInfo audioInfo(long handle) {
-    AudioProperties properties = new AudioProperties();
-    audioProperties(handle, properties);
-    int kind = MediaKind.AUDIO.ordinal();
-    return properties.toInfo(codecName(handle, kind), codecConfig(handle, kind));
+  private static List<AudioStreamInfo> audioInfos(long handle) {
+    List<AudioStreamInfo> tracks = new ArrayList<>();
+    for (int i = 0; i < audioTracks(handle); i++) {
+      AudioProperties properties = new AudioProperties();
+      audioProperties(handle, i, properties);
+      tracks.add(
+          properties.toInfo(i + 1, audioLanguage(handle, i), audioCodecName(handle, i), audioConfig(handle, i)));
+    }
+    return tracks;
   }
 
   /** Opens a file, or standard input for "-"; the exception's message names it and says what is wrong. */
@@ -127,7 +137,24 @@ public final class MediaReader implements AutoCloseable {
     return videoConfig;
   }
 
-  /** The audio stream, null when there is none. */
+  /** All audio streams of the file. */
+  public List<AudioStreamInfo> audioTracks() {
+    return List.copyOf(audioTracks);
+  }
+
+  /** Takes one of them, named by its number or its language, in place of the first; before the first packet. */
+  public void selectAudio(String wanted) throws MediaException {
+    for (AudioStreamInfo track : audioTracks) {
+      if (!wanted.equals(Integer.toString(track.number())) && !track.speaks(wanted)) continue;
+      selectAudio(handle, track.number() - 1);
+      audio = track;
+      return;
+    }
+    String there = audioTracks.stream().map(AudioStreamInfo::toString).collect(Collectors.joining(", "));
+    throw new MediaException(path + ": no audio track '" + wanted + "' in it, " + (there.isEmpty() ? "nor any" : "take " + there));
+  }
+
+  /** The selected audio stream, null when there is none. */
   public AudioStreamInfo audio() {
     return audio;
   }
@@ -201,15 +228,29 @@ public final class MediaReader implements AutoCloseable {
 
   private static native void ignore(long handle, int kind);
 
-  private static native String codecName(long handle, int kind);
+  private static native String videoCodecName(long handle);
 
-  private static native byte[] codecConfig(long handle, int kind);
+  private static native byte[] videoConfig(long handle);
+
+  /** Number of audio streams. */
+  private static native int audioTracks(long handle);
+
+  /** The selected one, counted from 0; -1 when there is none. */
+  private static native int selectedAudio(long handle);
+
+  private static native void selectAudio(long handle, int track);
+
+  private static native String audioCodecName(long handle, int track);
+
+  private static native String audioLanguage(long handle, int track);
+
+  private static native byte[] audioConfig(long handle, int track);
 
   private static native String pixelFormat(long handle);
 
   private static native void videoProperties(long handle, VideoProperties properties);
 
-  private static native void audioProperties(long handle, AudioProperties properties);
+  private static native void audioProperties(long handle, int track, AudioProperties properties);
 
   /** Returns null at the end; fills the facts. */
   private static native byte[] read(long handle, long[] facts) throws MediaException;

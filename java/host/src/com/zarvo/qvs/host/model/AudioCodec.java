@@ -14,7 +14,9 @@ public enum AudioCodec {
       "aac", 10, 0, 2048, 1024, 0, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000, 64000, 88200,
       96000),
   SPEEX("speex", 11, 0, 8192),
-  OPUS("opus", 12, 0, 5760, 0, 0, 8000, 12000, 16000, 24000, 48000);
+  OPUS("opus", 12, 0, 5760, 0, 0, 8000, 12000, 16000, 24000, 48000),
+  /** Samples that the host has decoded itself: interleaved, 16 bits. */
+  PCM("pcm", 100, 0, 4096);
 
   private static final int OPUS_PACKETS_A_SECOND = 50;
   // What libopus holds back in its mode for all kinds of sound: 6.5 ms.

@@ -73,9 +73,9 @@ public enum Container {
     return holds(VideoCodec.H264) ? VideoCodec.H264 : VideoCodec.VP8;
   }
 
-  /** True where a source's sound goes along without being asked for, as AAC. */
-  public boolean takesAudioAlong() {
-    return holdsVideo() && holds(AudioCodec.AAC);
+  /** The codec in which a source's sound goes along without being asked for; null where it cannot. */
+  public AudioCodec usualAudio() {
+    return holds(AudioCodec.AAC) ? AudioCodec.AAC : holds(AudioCodec.OPUS) ? AudioCodec.OPUS : null;
   }
 
   /** Where sound goes alone: this container where it can hold it, else the codec's own. */

@@ -1,7 +1,7 @@
 package com.zarvo.qvs.host.model;
 
 /** What the user asked for cannot be done. The message is one line that says why. */
-public final class HostException extends Exception {
+public class HostException extends Exception {
   private static final long serialVersionUID = 1L;
 
   public HostException(String message) {

@@ -30,13 +30,15 @@ public final class AudioClock {
   }
 
   /**
-   * The time to give to the native side with a packet.
+   * The time to give to the native side with a frame.
    *
-   * @param durationMs of the packet's sound, 0 when unknown
+   * @param packet that brought the frame
+   * @param pts the frame's time
+   * @param durationMs of the frame, 0 when unknown
    * @param following the next packet, null when there is none
    */
-  long timecodeMs(MediaPacket packet, double durationMs, MediaPacket following) {
-    double ms = exactMs(packet.pts());
+  long timecodeMs(MediaPacket packet, long pts, double durationMs, MediaPacket following) {
+    double ms = exactMs(pts);
     double toldMs = packet.duration() * 1000.0 * unit.num() / unit.den();
     boolean counted =
         durationMs > 0 && Math.abs(toldMs - durationMs) > TOLERANCE_MS && Math.abs(ms - countedMs) <= COUNTED_ON_MS;
@@ -47,6 +49,13 @@ public final class AudioClock {
     if ((alone || counted) && !Double.isNaN(expectedMs)) ms = expectedMs;
     expectedMs = durationMs > 0 ? ms + durationMs : Double.NaN;
     return Math.max(1, BASE_MS + Math.round(ms));
+  }
+
+  /** The same for a further frame of a packet, which has no time of its own. */
+  double expectedMs(double durationMs) {
+    double ms = Double.isNaN(expectedMs) ? 0 : expectedMs;
+    expectedMs = ms + durationMs;
+    return Math.max(1, BASE_MS + ms);
   }
 
   /** Time of the first packet in samples. */

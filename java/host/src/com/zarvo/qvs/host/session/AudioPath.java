@@ -29,8 +29,6 @@ public final class AudioPath implements AutoCloseable {
   private static final int OPUS_RATE = 48_000;
   private static final int MIN_CHANNELS = 2;
   private static final int MAX_FIRST_FRAMES = 64;
-  // G.711 packets of files may be longer than a block.
-  private static final int G711_PIECE = 4000;
   private static final int MAX_SILENT_BLOCKS = 200;
 
   private final NativeSession owner;
@@ -39,6 +37,7 @@ public final class AudioPath implements AutoCloseable {
   private final AudioClock clock;
   private final List<AudioRenditionPath> renditions = new ArrayList<>();
   private final TranscoderNativeAudioFrame frame = new TranscoderNativeAudioFrame();
+  private MediaPacket lastPacket;
   private int paddingEnd;
   private long frames;
   private long failures;
@@ -48,7 +47,7 @@ public final class AudioPath implements AutoCloseable {
       throws HostException, MediaException {
     this.owner = owner;
     this.settings = settings;
-    this.source = new AudioSource(settings.source());
+    this.source = AudioSources.open(settings.source());
     boolean ready = false;
     try {
       MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
@@ -110,25 +109,28 @@ public final class AudioPath implements AutoCloseable {
    * @param following the next packet of sound, null when there is none
    */
   public void push(MediaPacket packet, MediaPacket following) throws HostException, IOException {
-    byte[] data = packet.data();
-    if (!source.accept(data)) return;
+    if (!source.send(packet)) failures++;
     boolean hidden = packet.paddingEnd() > 0 && packet.paddingEnd() >= samplesOf(packet);
     paddingEnd = packet.paddingEnd() + (hidden ? paddingEnd : 0);
+    while (source.receive()) take(packet, following);
+    lastPacket = packet;
+  }
+
+  private void take(MediaPacket packet, MediaPacket following) throws HostException, IOException {
     if (source.configChanged()) {
       byte[] config = source.config();
       owner.check(
           audioDecoderDecodeCodecConfig(owner.handle(), config, 0, config.length),
           owner.name() + ": a new " + source.codec().codecName + " configuration in it was refused");
     }
-    long timecode = clock.timecodeMs(packet, source.durationMs(packet), following);
-    if (source.codec().isG711()) decodePieces(data, timecode);
-    else decode(data, source.offset(), data.length - source.offset(), timecode);
-  }
-
-  private void decodePieces(byte[] data, long timecode) throws HostException, IOException {
-    long rate = settings.source().sampleRate();
-    for (int at = 0; at < data.length; at += G711_PIECE)
-      decode(data, at, Math.min(G711_PIECE, data.length - at), timecode + Math.round(at * 1000.0 / rate));
+    double durationMs = source.durationMs();
+    double timecode =
+        source.hasPts() ? clock.timecodeMs(packet, source.pts(), durationMs, following) : clock.expectedMs(durationMs);
+    int end = source.offset() + source.length();
+    for (int at = source.offset(), size; at < end; at += size) {
+      size = Math.min(source.pieceBytes(), end - at);
+      decode(source.data(), at, size, Math.round(timecode + (at - source.offset()) / source.bytesAMs()));
+    }
   }
 
   private void decode(byte[] data, int offset, int length, long timecode) throws HostException, IOException {
@@ -146,6 +148,8 @@ public final class AudioPath implements AutoCloseable {
 
   /** Fills the encoders up with silence until all sound that went in has come out. */
   void drain() throws HostException, IOException {
+    source.sendEnd();
+    while (lastPacket != null && source.receive()) take(lastPacket, null);
     for (int i = 0; i < renditions.size(); i++) {
       // Without a last block, its packet being damaged, nothing tells the end: what came out so far has to do.
       boolean known = audioDecoderGetAudioFrame(owner.handle(), BLOCK, frame) == 0;
@@ -174,25 +178,29 @@ public final class AudioPath implements AutoCloseable {
     owner.check(audioDecoderInitialize(session), what);
   }
 
+  // By a source of its own: the packets come again.
   private void decodeFirstFrame(PacketLookahead feed) throws HostException, MediaException {
     long session = owner.handle();
     boolean configured = false;
-    for (int n = 0; n < MAX_FIRST_FRAMES && audioDecoderIsFirstFrameDecoded(session) == 0; n++) {
-      MediaPacket packet = feed.peek(MediaKind.AUDIO, n);
-      if (packet == null) break;
-      if (!source.accept(packet.data())) continue;
-      byte[] config = source.config();
-      if (config.length > 0 && (!configured || source.configChanged()))
-        owner.check(
-            audioDecoderDecodeCodecConfig(session, config, 0, config.length),
-            owner.name() + ": its " + source.codec().codecName + " configuration was refused");
-      configured = true;
-      byte[] first = source.firstFrame(packet.data());
-      audioDecoderDecodeFirstFrame(session, first, 0, first.length);
+    try (AudioSource ahead = AudioSources.open(settings.source())) {
+      for (int n = 0; n < MAX_FIRST_FRAMES && audioDecoderIsFirstFrameDecoded(session) == 0; n++) {
+        MediaPacket packet = feed.peek(MediaKind.AUDIO, n);
+        if (packet == null) break;
+        ahead.send(packet);
+        if (!ahead.receive()) continue;
+        byte[] config = ahead.config();
+        if (config.length > 0 && (!configured || ahead.configChanged()))
+          owner.check(
+              audioDecoderDecodeCodecConfig(session, config, 0, config.length),
+              owner.name() + ": its " + ahead.codec().codecName + " configuration was refused");
+        configured = true;
+        byte[] first = ahead.firstFrame();
+        audioDecoderDecodeFirstFrame(session, first, 0, first.length);
+      }
     }
     owner.check(
         audioDecoderIsFirstFrameDecoded(session) == 0 ? -1 : 0,
-        owner.name() + ": no " + source.codec().codecName + " sound in it could be decoded");
+        owner.name() + ": no " + settings.source().codecName() + " sound in it could be decoded");
   }
 
   private void allocateBlocks() throws HostException {
@@ -201,10 +209,10 @@ public final class AudioPath implements AutoCloseable {
     TranscoderNativeLong channels = new TranscoderNativeLong();
     owner.check(audioDecoderGetSampleRate(session, rate), owner.name() + ": the rate of its sound is not known");
     owner.check(audioDecoderGetChannels(session, channels), owner.name() + ": the channels of its sound are not known");
-    owner.check(audioDecoderBuffersCreate(session, 1), owner.name() + ": no memory for decoded sound");
     long most = Math.max(MIN_CHANNELS, channels.value);
-    owner.check(
-        audioDecoderBuffersAllocate(session, source.codec().blockSamples, most, rate.value), owner.name() + ": no memory for decoded sound");
+    String what = owner.name() + ": no memory for decoded sound";
+    owner.check(audioDecoderBuffersCreate(session, 1), what);
+    owner.check(audioDecoderBuffersAllocate(session, source.codec().blockSamples, most, rate.value), what);
   }
 
   private void addConverter() throws HostException {
@@ -227,7 +235,7 @@ public final class AudioPath implements AutoCloseable {
     if (wanted > 0) return wanted;
     if (source.codec() == AudioCodec.OPUS) return OPUS_RATE;
     TranscoderNativeLong rate = new TranscoderNativeLong();
-    int told = settings.source().sampleRate();
+    int told = source.codec() == AudioCodec.PCM ? 0 : settings.source().sampleRate();
     return told > 0 || audioDecoderGetSampleRate(owner.handle(), rate) != 0 ? told : (int) rate.value;
   }
 

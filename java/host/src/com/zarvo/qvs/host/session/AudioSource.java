@@ -1,154 +1,57 @@
 package com.zarvo.qvs.host.session;
 
-import com.zarvo.qvs.host.bitstream.AacConfig;
-import com.zarvo.qvs.host.bitstream.VorbisHeaders;
-import com.zarvo.qvs.host.media.AudioStreamInfo;
-import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaPacket;
-import com.zarvo.qvs.host.media.VorbisDurations;
 import com.zarvo.qvs.host.model.AudioCodec;
 import com.zarvo.qvs.host.model.HostException;
-import java.nio.ByteBuffer;
-import java.nio.ByteOrder;
-import java.nio.file.Path;
-import java.util.Arrays;
 
-/** Turns what a container holds of a coded sound into what the session's decoders take. */
-public final class AudioSource implements AutoCloseable {
-  private static final int OPUS_RATE_AT = 12;
-  private static final int OPUS_HEAD_LENGTH = 19;
-  private static final int OPUS_RATE = 48_000;
-  private static final int OPUS_MIN_FIRST = 4;
-  private static final int SPEEX_MODE_AT = 40;
-  private static final int SPEEX_WIDEBAND = 1;
-  private static final int SPEEX_RATE = 16_000;
+/**
+ * Turns the packets of a container's audio stream into frames that a decoder of the session takes: each packet is sent,
+ * then its frames are received, mostly one.
+ */
+interface AudioSource extends AutoCloseable {
+  /** Of the frames. */
+  AudioCodec codec();
 
-  private final AudioStreamInfo info;
-  private final AudioCodec codec;
-  private byte[] config = {};
-  private AacConfig aac;
-  private int offset;
-  private boolean configChanged;
-  private VorbisDurations durations;
+  /** False when the packet is damaged. */
+  boolean send(MediaPacket packet) throws HostException;
 
-  /** Refuses what no decoder of the session can serve. */
-  AudioSource(AudioStreamInfo info) throws HostException, MediaException {
-    this.info = info;
-    this.codec = AudioCodec.ofStream(info.codecName());
-    switch (codec) {
-      case AAC -> {
-        if (info.config().length > 0) setAac(AacConfig.ofContainer(info.config()));
-      }
-      case VORBIS -> {
-        config = VorbisHeaders.forDecoder(info.config());
-        durations = new VorbisDurations(info.config());
-      }
-      case OPUS -> config = opusHead();
-      case SPEEX -> readSpeexHeader();
-      case ALAW, MULAW -> checkG711();
-      default -> {}
-    }
-  }
+  /** No packet follows. */
+  void sendEnd();
 
-  /** Refuses audio that a session cannot take, in a line that names `input`. */
-  public static void check(Path input, AudioStreamInfo source) throws HostException {
-    try (AudioSource tried = new AudioSource(source)) {
-      tried.codec();
-    } catch (HostException | MediaException e) {
-      throw new HostException(input + ": " + e.getMessage());
-    }
-  }
+  /** Moves to the next frame of what was sent; false when there is none. */
+  boolean receive();
 
-  AudioCodec codec() {
-    return codec;
-  }
+  /** What the decoder is given before the first frame and whenever it has changed; may be empty. */
+  byte[] config();
 
-  /** What the decoder is given before the first frame and whenever `accept` says so; may be empty. */
-  byte[] config() {
-    return config;
-  }
+  /** True when the packet or frame brought a new configuration. */
+  boolean configChanged();
 
-  /** Looks at a packet. False when there is nothing in it to decode. */
-  boolean accept(byte[] data) throws HostException {
-    offset = 0;
-    configChanged = false;
-    if (codec == AudioCodec.AAC && info.config().length == 0) return acceptHeader(data);
-    return data.length > 0;
-  }
+  /** What the decoder learns the stream's form from, made of the current frame. */
+  byte[] firstFrame();
 
-  /** True when the packet last accepted brought a new configuration. */
-  boolean configChanged() {
-    return configChanged;
-  }
+  /** Holds the current frame, which begins at {@link #offset}. */
+  byte[] data();
 
-  /** Where the frame begins in the packet last accepted. */
-  int offset() {
-    return offset;
-  }
+  int offset();
 
-  /** Length of the packet's sound, 0 when unknown. Each packet is asked for once, in order. */
-  double durationMs(MediaPacket packet) {
-    if (durations != null) return 1000.0 * durations.next(packet.data()) / Math.max(1, info.sampleRate());
-    // The frame itself knows better than a reader that has learnt the rate from the first.
-    if (offset > 0) return aac.frameMs();
-    return 1000.0 * packet.duration() * info.timeBase().num() / info.timeBase().den();
-  }
+  int length();
+
+  /** Most bytes that the decoder is to be given at once. */
+  int pieceBytes();
+
+  /** Where a frame is given in pieces: bytes of a millisecond of it. */
+  double bytesAMs();
+
+  /** True when the current frame has a time of its own; otherwise it follows the one before. */
+  boolean hasPts();
+
+  /** In the stream's time base. */
+  long pts();
+
+  /** Length of the current frame, 0 when unknown. Asked once for each frame. */
+  double durationMs();
 
   @Override
-  public void close() {
-    if (durations != null) durations.close();
-  }
-
-  /** What the decoder learns the stream's form from, made of the packet last accepted. */
-  byte[] firstFrame(byte[] data) {
-    if (codec.isG711())
-      return ByteBuffer.allocate(9).put((byte) 0).putInt(info.sampleRate()).putInt(info.channels()).array();
-    if (codec == AudioCodec.OPUS && data.length < OPUS_MIN_FIRST) return Arrays.copyOf(data, OPUS_MIN_FIRST);
-    return Arrays.copyOfRange(data, offset, data.length);
-  }
-
-  private boolean acceptHeader(byte[] data) throws HostException {
-    if (!AacConfig.hasHeader(data, 0, data.length)) return false;
-    offset = AacConfig.headerLength(data, 0);
-    if (data.length <= offset) return false;
-    AacConfig found = AacConfig.ofHeader(data, 0);
-    if (!found.equals(aac)) {
-      if (aac == null) found.checked();
-      else if (found.rateIndex() > 12 || found.channels() == 0) return false;
-      configChanged = aac != null;
-      setAac(found);
-    }
-    return true;
-  }
-
-  private void setAac(AacConfig found) {
-    aac = found;
-    config = found.toBytes();
-  }
-
-  // The head tells the rate before coding, which need not be one that Opus decodes to; it decodes best to its own.
-  private byte[] opusHead() throws HostException {
-    byte[] head = info.config();
-    if (head.length < OPUS_HEAD_LENGTH) throw new HostException("its Opus header is missing");
-    byte[] changed = head.clone();
-    ByteBuffer.wrap(changed).order(ByteOrder.LITTLE_ENDIAN).putInt(OPUS_RATE_AT, OPUS_RATE);
-    return changed;
-  }
-
-  private void readSpeexHeader() throws HostException {
-    byte[] header = info.config();
-    boolean there = header.length >= SPEEX_MODE_AT + 4;
-    int mode = info.sampleRate() < SPEEX_RATE ? 0 : SPEEX_WIDEBAND;
-    if (there) mode = ByteBuffer.wrap(header).order(ByteOrder.LITTLE_ENDIAN).getInt(SPEEX_MODE_AT);
-    if (mode < SPEEX_WIDEBAND)
-      throw new HostException(
-          "Speex at " + info.sampleRate() + " Hz is not supported, only wideband (16000 Hz) and above is");
-    if (there) config = header;
-  }
-
-  private void checkG711() throws HostException {
-    if (info.channels() != 1)
-      throw new HostException(codec.codecName + " with " + info.channels() + " channels is not supported, only mono is");
-    if (info.sampleRate() <= 0) throw new HostException(codec.codecName + " without a sample rate");
-  }
+  void close();
 }

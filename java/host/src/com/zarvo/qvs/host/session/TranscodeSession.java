@@ -77,10 +77,18 @@ public final class TranscodeSession implements AutoCloseable {
     boolean ready = false;
     try {
       if (settings.codec() != null) wireVideo();
-      if (settings.audio() != null) audio = new AudioPath(owner, settings.audio(), feed);
+      if (settings.audio() != null) audio = openAudio(feed);
       ready = true;
     } finally {
       if (!ready) close();
+    }
+  }
+
+  private AudioPath openAudio(PacketLookahead feed) throws HostException, MediaException {
+    try {
+      return new AudioPath(owner, settings.audio(), feed);
+    } catch (HostException e) {
+      throw new AudioRefusedException(e.getMessage());
     }
   }
 

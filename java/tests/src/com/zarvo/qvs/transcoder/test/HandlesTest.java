@@ -42,7 +42,7 @@ class HandlesTest {
   }
 
   /** All natives whose first argument is a session. */
-  private static List<Method> sessionNatives() {
+  static List<Method> sessionNatives() {
     return Arrays.stream(TranscoderSessionNative.class.getDeclaredMethods())
         .filter(m -> Modifier.isNative(m.getModifiers()) && m.getParameterCount() > 0)
         .filter(m -> m.getParameterTypes()[0] == long.class && !m.getName().startsWith("capture"))

@@ -37,6 +37,11 @@ class LogsTest {
     }
   }
 
+  /** Without the process's lines, among them the one that tells of the list. */
+  private static List<TranscoderLogStatement> own(List<TranscoderLogStatement> lines) {
+    return lines.stream().filter(line -> line.contextType != -1).toList();
+  }
+
   @Test
   void thousandLinesWaitAndTheNewestIsDropped() {
     write(0, 1001);
@@ -66,7 +71,7 @@ class LogsTest {
   void listThatCannotBeUsedFailsAndLosesNothing() {
     write(0, 3);
     assertEquals(-1, getLogStatements(session, null));
-    assertEquals(3, Library.logs(session).size());
+    assertEquals(3, own(Library.logs(session)).size());
   }
 
   @Test
@@ -93,6 +98,6 @@ class LogsTest {
     write(0, 5);
     assertEquals("full", assertThrows(IllegalStateException.class, () -> getLogStatements(session, picky)).getMessage());
     assertEquals(2, taken.size());
-    assertEquals(3, Library.logs(session).size(), "what it refused waits on");
+    assertEquals(3, own(Library.logs(session)).size(), "what it refused waits on");
   }
 }

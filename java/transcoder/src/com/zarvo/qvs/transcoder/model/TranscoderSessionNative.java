@@ -24,7 +24,8 @@ import java.util.List;
  * gave. A number that no session has, or has any more, is refused from any thread: -1 and a line in the process's log.
  *
  * <p>Results are 0 for success. A failure inside the session comes back as 4294967295, a failure of the call itself as
- * -1: test for non-zero. Nothing is thrown. Calls on the video side of one session must not overlap, nor those on its
+ * -1: test for non-zero. Each failure is told in the session's log, one that comes again and again each time its count
+ * has doubled. Nothing is thrown. Calls on the video side of one session must not overlap, nor those on its
  * audio side; the two sides may run on two threads.
  */
 public final class TranscoderSessionNative {

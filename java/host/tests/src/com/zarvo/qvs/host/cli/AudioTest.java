@@ -77,6 +77,59 @@ class AudioTest {
     }
   }
 
+  /** Codecs that the session has no decoder for: the host decodes them, and WebM takes Opus of whatever comes. */
+  @ParameterizedTest
+  @CsvSource({
+    "ac3.ts,ac3,48000", "eac3.mkv,eac3,44100", "deep.wav,pcm_s24le,44100", "float.mkv,pcm_f32le,48000",
+    "own.flac,flac,96000", "boxed.m4a,alac,48000", "small.wav,adpcm_ms,22050", "cinema.mkv,dca -strict -2,48000",
+    "narrow.spx,libspeex,8000", "two.wav,pcm_alaw -ac 2,8000"
+  })
+  void whatTheSessionDoesNotDecodeComesOutAtItsTime(String name, String codec, int rate) throws Exception {
+    Path source = beeps(name, codec, rate, 3);
+    Path report = folder.resolve(name + ".json");
+    Path out = folder.resolve("by-host-" + name);
+    transcode(source, out, "--report", report.toString());
+    Path file = out.resolve(name.substring(0, name.indexOf('.')) + "_opus_128k.webm");
+    Beeps.assertSame(Beeps.in(source, 0), Beeps.in(file, 0), name);
+    int before = Beeps.samples(source, 0, "-ar 48000 -ac 1").length;
+    assertEquals(before, Beeps.samples(file, 0, "-ar 48000 -ac 1").length, 48 * 30, name);
+    String json = Files.readString(report);
+    assertTrue(json.contains("\"audioDecoder\": \"libavcodec\"") && json.contains("\"leftOutAudio\": []"), json);
+  }
+
+  @Test
+  void oneOfSeveralTracksIsTakenAndTheOthersAreNamed() throws Exception {
+    String tones = "-f lavfi -i " + Beeps.source(48000, 3) + " -f lavfi -i anullsrc=r=44100:cl=mono -t 3";
+    Path source =
+        Clips.make(
+            "-f lavfi -i testsrc2=size=64x48:rate=25 " + tones + " -map 0 -map 2 -map 1 -c:v libx264 -c:a:0 ac3 -c:a:1 aac"
+                + " -metadata:s:a:0 language=ger -metadata:s:a:1 language=eng",
+            folder.resolve("tracks.mkv"));
+    Path first = folder.resolve("first");
+    Captured run = transcode(source, first, "--format", "mp4", "--rendition", "64x48");
+    assertTrue(
+        run.err().contains("audio track 2 (aac, 48000 Hz, 1 channel, eng) is left out: track 1 is taken"), run.err());
+    assertEquals(List.of(), Beeps.in(first.resolve("tracks_64x48.mp4"), 0));
+    for (String wanted : List.of("2", "eng", "en")) {
+      Path out = folder.resolve("track-" + wanted);
+      Path report = folder.resolve("tracks.json");
+      run =
+          transcode(
+              source, out, "--format", "mp4", "--rendition", "64x48", "--audio-track", wanted, "--report",
+              report.toString());
+      assertTrue(run.err().contains("audio track 1 (ac3, 44100 Hz, 1 channel, ger) is left out"), run.err());
+      Beeps.assertSame(Beeps.in(source, 1), Beeps.in(out.resolve("tracks_64x48.mp4"), 0), wanted);
+      String json = Files.readString(report).replaceAll("\\s+", " ");
+      assertTrue(json.contains("{ \"track\": 1, \"language\": \"ger\", \"codec\": \"ac3\""), json);
+    }
+    refused("no audio track 'fr' in it, take track 1 (ac3", source, "--audio-track", "fr");
+    run = transcode(source, folder.resolve("mute"), "--format", "mp4", "--rendition", "64x48", "--no-audio");
+    assertTrue(run.err().contains("audio track 1 (ac3, 44100 Hz, 1 channel, ger) is left out: as asked for"), run.err());
+    run = transcode(source, folder.resolve("none"), "--format", "ivf", "--rendition", "64x48");
+    assertTrue(run.err().contains("is left out: ivf holds no audio"), run.err());
+    assertEquals(List.of("tracks_64x48.ivf"), Clips.namesIn(folder.resolve("none")));
+  }
+
   @ParameterizedTest
   @CsvSource({
     "late.webm,-itsoffset 1.25,-c:v libvpx -c:a libvorbis",
@@ -164,6 +217,15 @@ class AudioTest {
       assertEquals(expected.length, found.length, codec);
       // The decoders differ by design in the smallest steps, by less than half of one.
       for (int i = 0; i < found.length; i++) assertEquals(expected[i], found[i], 8, codec + " sample " + i);
+    }
+    // Channels that differ show their order.
+    String six = "-f lavfi -i aevalsrc=0.1*sin(t*900)|0.2*sin(t*800)|0.3*sin(t*700)|0.4*sin(t*60)|0.5*sin(t*500)|0.6*sin(t*400):c=5.1:d=1";
+    for (String coder : List.of("flac", "ac3")) {
+      Path source = Clips.make(six + " -c:a " + coder, folder.resolve("six-" + coder + ".mkv"));
+      short[] expected = Beeps.samples(source, 0, "");
+      short[] found = decoded(source);
+      assertEquals(expected.length, found.length, coder);
+      for (int i = 0; i < found.length; i++) assertEquals(expected[i], found[i], 1, coder + " sample " + i);
     }
     Path mp2 = beeps("exact.mp2", "mp2", 48000, 1);
     short[] expected = Beeps.samples(mp2, 0, "");
@@ -271,13 +333,8 @@ class AudioTest {
 
   @Test
   void whatCannotBeServedIsSaidInOneLine() throws Exception {
-    Path tone = beeps("tone.flac", "flac", 48000, 0.2);
-    refused("flac", tone, "--audio", "opus");
-    refused("no video stream", tone);
+    refused("no video stream", beeps("tone.flac", "flac", 48000, 0.2), "--no-audio");
     refused("no video stream", beeps("tone.mp3", "libmp3lame", 48000, 0.2), "--audio", "opus", "--rendition", "64x48");
-    refused("Speex at 8000 Hz", beeps("narrow.spx", "libspeex", 8000, 0.4), "--audio", "opus");
-    Path stereo = Clips.make("-f lavfi -i sine=r=8000 -t 0.2 -ac 2 -c:a pcm_alaw", folder.resolve("stereo.wav"));
-    refused("2 channels", stereo, "--audio", "opus");
     Path silent = Clips.testVideo(folder.resolve("silent.webm"), "64x48", "25", 3, "");
     refused("no audio stream", silent, "--audio", "aac");
     refused("mp4 cannot hold vp8", silent, "--format", "mp4", "--rendition", "64x48,codec=vp8");
@@ -293,7 +350,8 @@ class AudioTest {
     String[][] clips = {
       {"hurt.mp3", "libmp3lame", "48000"}, {"hurt.aac", "aac", "44100"}, {"hurt.ts", "mp2", "48000"},
       {"hurt.ogg", "libvorbis", "44100"}, {"hurt.spx", "libspeex", "16000"}, {"hurt.webm", "libopus", "48000"},
-      {"hurt.m4a", "aac", "48000"}, {"hurt.wav", "pcm_mulaw", "8000"}
+      {"hurt.m4a", "aac", "48000"}, {"hurt.wav", "pcm_mulaw", "8000"},
+      {"hurt.flac", "flac", "48000"}, {"hurt.ac3", "ac3", "48000"}
     };
     for (String[] clip : clips) {
       byte[] bytes = Files.readAllBytes(beeps(clip[0], clip[1], Integer.parseInt(clip[2]), 2));
@@ -304,7 +362,7 @@ class AudioTest {
         Captured run =
             Captured.run(
                 "transcode", hurt.toString(), "-o", folder.resolve("hurt").toString(), "--audio", "opus@48k",
-                "--audio", "aac@64k");
+                "--audio", "aac@64k", "--overwrite");
         assertFalse(run.err().contains("\tat ") || run.err().contains("internal error"), hurt + ": " + run.err());
       }
     }
@@ -321,7 +379,8 @@ class AudioTest {
     String[] clips = {
       "audio/aac/loudsoftaac.aac", "audio/aac/sinesweep51m4a.m4a", "audio/aac/bear-640x360-aac_he-silent_right.mp4",
       "audio/mp3/bear-vbr-xing-header.mp3", "audio/vorbis/loudsoftogg.ogg", "audio/opus/sample_opus.mp4",
-      "audio/speex/speex-with-comments.spx", "audio/g711/addf8-mulaw-GW.wav", "clips/mpeg2/bear.m2ts",
+      "audio/speex/speex-with-comments.spx", "audio/g711/addf8-mulaw-GW.wav", "clips/mpeg2/bear.m2ts", "clips/h263/testvideo.3gp",
+      "audio/g711/M1F1-Alaw-AFsp.wav", "audio/speex/female_scrub.spx",
       "clips/vp9/serenity_train_vp9_opus.webm"
     };
     for (String clip : clips) {

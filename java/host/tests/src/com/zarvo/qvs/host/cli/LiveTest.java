@@ -205,10 +205,14 @@ class LiveTest {
     assertTrue(Files.notExists(out));
   }
 
+  private static boolean hasBytes(Path path) throws IOException {
+    return Files.isDirectory(path) ? Files.exists(path.resolve("segment_00000.ts")) : Files.size(path) > 0;
+  }
+
   /** True once bytes of an unfinished file are there. */
-  private static boolean isBegun(Path out) throws IOException {
+  private static boolean isBegun(Path out, String beginning) throws IOException {
     for (String name : Clips.namesIn(out))
-      if (name.startsWith("stdin_160x90.mp4.") && name.endsWith(".part") && Files.size(out.resolve(name)) > 0) return true;
+      if (name.startsWith(beginning) && name.endsWith(".part") && hasBytes(out.resolve(name))) return true;
     return false;
   }
 
@@ -226,7 +230,7 @@ class LiveTest {
       if (fed) {
         in.write(bytes, 0, bytes.length * 3 / 4);
         in.flush();
-        await(() -> isBegun(out));
+        await(() -> isBegun(out, "stdin_160x90.mp4."));
       } else {
         // Past the start of the virtual machine, at the wait for the first byte.
         Thread.sleep(2000);
@@ -254,7 +258,7 @@ class LiveTest {
             said, "transcode", source.toString(), "-o", out.toString(), "--format", "hls", "--rendition",
             "1280x720@2M,preset=medium");
     process.getOutputStream().close();
-    await(() -> Files.exists(out.resolve("stopped_1280x720.part/segment_00000.ts")));
+    await(() -> isBegun(out, "stopped_1280x720."));
     Clips.run("kill", "-INT", Long.toString(process.pid()));
     assertEquals(130, process.waitFor());
     assertTrue(Files.readString(said).contains("stopped.ts: interrupted"), Files.readString(said));

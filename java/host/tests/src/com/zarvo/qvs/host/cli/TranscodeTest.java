@@ -219,7 +219,10 @@ class TranscodeTest {
     Path cut = Files.write(folder.resolve("cut.ivf"), Arrays.copyOf(bytes, bytes.length * 2 / 3));
     for (int i = 700; i < bytes.length; i += 997) bytes[i] ^= 0x5a;
     Path flipped = Files.write(folder.resolve("flipped.ivf"), bytes);
-    transcode(cut, outOf("cut"), "--rendition", "64x48@90k");
+    Captured early =
+        Captured.run(
+            "transcode", cut.toString(), "-o", outOf("cut").toString(), "--format", "webm", "--rendition", "64x48@90k");
+    assertTrue(early.code() == 1 && early.err().contains("cut.ivf: ended early at 0.9 s, within a packet"), early.err());
     assertTrue(Clips.times(outOf("cut").resolve("cut_64x48.webm")).size() >= 20);
     Captured run =
         Captured.run("transcode", flipped.toString(), "-o", outOf("flipped").toString(), "--rendition", "64x48");

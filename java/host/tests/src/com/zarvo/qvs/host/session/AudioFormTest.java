@@ -105,6 +105,10 @@ class AudioFormTest {
       assertThrows(HostException.class, () -> new OggPages().packets(cut, 0, length));
   }
 
+  private static long timecodeMs(AudioClock clock, MediaPacket packet, double durationMs, MediaPacket following) {
+    return clock.timecodeMs(packet, packet.pts(), durationMs, following);
+  }
+
   private static MediaPacket packet(MediaKind kind, Rational unit, long pts) {
     long duration = Math.round(0.02 * unit.den() / unit.num());
     return new MediaPacket(kind, new byte[0], pts, unit.toMilliseconds(pts), duration, 0, 0, true);
@@ -133,9 +137,9 @@ class AudioFormTest {
     // Packets are 10 ms long and told as 20; every fourth one has a time of its own.
     for (int i = 0; i < 40; i++) {
       long told = i / 4 * 40 + i % 4 * 20;
-      assertEquals(AudioClock.BASE_MS + i * 10, clock.timecodeMs(packet(MediaKind.AUDIO, ms, told), 10, null));
+      assertEquals(AudioClock.BASE_MS + i * 10, timecodeMs(clock, packet(MediaKind.AUDIO, ms, told), 10, null));
     }
-    assertEquals(AudioClock.BASE_MS + 700, clock.timecodeMs(packet(MediaKind.AUDIO, ms, 700), 10, null), "a gap");
+    assertEquals(AudioClock.BASE_MS + 700, timecodeMs(clock, packet(MediaKind.AUDIO, ms, 700), 10, null), "a gap");
   }
 
   @Test
@@ -147,12 +151,12 @@ class AudioFormTest {
       long pts = -312 + i * 960L;
       long told = i > 0 && random.nextInt(5) == 0 ? pts + 448 : pts;
       MediaPacket following = packet(MediaKind.AUDIO, fine, pts + 960);
-      assertEquals(AudioClock.BASE_MS + i * 20, clock.timecodeMs(packet(MediaKind.AUDIO, fine, told), 20, following));
+      assertEquals(AudioClock.BASE_MS + i * 20, timecodeMs(clock, packet(MediaKind.AUDIO, fine, told), 20, following));
     }
     long jumped = -312 + 500 * 960L + 4800;
     assertEquals(
         AudioClock.BASE_MS + 10_100,
-        clock.timecodeMs(
+        timecodeMs(clock, 
             packet(MediaKind.AUDIO, fine, jumped), 20, packet(MediaKind.AUDIO, fine, jumped + 960)));
     assertEquals(-312 + 960, clock.toContainer(AudioClock.BASE_MS * 48 + 960, 48_000));
   }
