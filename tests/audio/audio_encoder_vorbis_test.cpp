@@ -200,8 +200,7 @@ TEST_F(VorbisEncoder, TakesTheFirstTwoChannelsAndDoublesASingleOne) {
   const auto tone = [](size_t i, uint32_t) { return 0.3 * std::sin(static_cast<double>(i) * 0.03); };
   setUp(48000, 2, 192000);
   ASSERT_EQ(encoder->initialize(), 0u);
-  const AudioClip doubled =
-      decodeFile(fileOf(encodeAll(*encoder, makeClip(48000, 1, 20000, tone), {1024})));
+  const AudioClip doubled = decodeFile(fileOf(encodeAll(*encoder, makeClip(48000, 1, 20000, tone), {1024})));
   EXPECT_GT(snrDb(makeClip(48000, 2, 20000, tone), doubled, 0, 15000), 15.0);
 }
 

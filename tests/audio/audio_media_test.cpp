@@ -15,9 +15,10 @@
 namespace qvs::test {
 namespace {
 
-#define NEED_MEDIA()                                                                                    \
-  if (mediaFolder().empty()) GTEST_SKIP() << "QVS_MEDIA names no folder with media: real audio is not " \
-                                             "checked"
+#define NEED_MEDIA()                                                         \
+  if (mediaFolder().empty())                                                 \
+  GTEST_SKIP() << "QVS_MEDIA names no folder with media: real audio is not " \
+                  "checked"
 
 AudioFile readAudio(const std::string& name) {
   AudioFile file = readAudioFile(mediaFolder() + name);
