@@ -207,7 +207,7 @@ uint32_t transcodeAudio(TranscoderSession& session, const AudioFile& audio) {
   return frameCount;
 }
 
-/// The audio road of a session runs beside its video road; a third thread fetches the log.
+/// The audio calls of a session run beside its video calls; a third thread fetches the log.
 TEST(SessionThreads, VideoAndAudioRoadsAndTheLogSideBySide) {
   const auto packets = stream();
   const AudioFile audioFile = makeOpus(2);
