@@ -30,7 +30,7 @@ final class SessionDriver implements AutoCloseable {
   SessionDriver(int width, int height) {
     long yv12 = Library.fourcc("YV12");
     TranscoderNativeStreamContext context = new TranscoderNativeStreamContext();
-    context.streamName = "driver";
+    context.streamName = "session";
     assertEquals(0, videoDecoderCreate(handle, 0, Library.VPX, Library.VP8, 8, 0, yv12, context));
     assertEquals(0, videoDecoderInitialize(handle));
     videoScalerCreate(handle, yv12, 8);
