@@ -44,35 +44,6 @@ TEST_F(AudioBufferStream, TheNthFrameTakesTheNthTimecodeAndZeroWhereThereIsNone)
   for (auto& frame : frames) std::free(frame.getBuffer());
 }
 
-TEST_F(AudioBufferStream, TakesWhatFitsToTheByteAndNothingBeyond) {
-  ASSERT_EQ(stream->chunksize(stream), 8192u);
-  EXPECT_EQ(copy(8193), 0u);
-  EXPECT_EQ(stream->usable_bytes(stream), 0u);
-  uint8_t* place = stream->request(stream, 100000);
-  ASSERT_NE(place, nullptr);
-  EXPECT_EQ(stream->confirm(stream, 92), 92u);
-  EXPECT_EQ(stream->request(stream, 0), place + 92);
-  EXPECT_EQ(copy(8100), 8100u);
-  EXPECT_EQ(stream->chunksize(stream), 0u);
-  EXPECT_EQ(stream->request(stream, 1), nullptr);
-  EXPECT_EQ(copy(1), 0u);
-  EXPECT_EQ(stream->usable_bytes(stream), 8192u);
-  EXPECT_EQ(stream->confirm(stream, 500), 500u);
-  EXPECT_EQ(stream->usable_bytes(stream), 8192u) << "a codec that confirms too much overruns nothing";
-}
-
-TEST_F(AudioBufferStream, OtherSlotsAreHarmless) {
-  copy(5);
-  for (uint32_t code : {0u, 0xF0001u, 0x100u, 0xFFFFFFFFu}) {
-    EXPECT_EQ(stream->auxinfo(stream, 0, code, nullptr, 0), 0u);
-  }
-  stream->done(stream, 1);
-  EXPECT_EQ(stream->split, nullptr);
-  EXPECT_EQ(stream->free, nullptr);
-  EXPECT_EQ(stream->drive_ptr, nullptr);
-  EXPECT_EQ(stream->usable_bytes(stream), 5u);
-}
-
 TEST_F(AudioBufferStream, CloseForgetsFramesAndTimecodesOfTheOldRun) {
   sink.addTimecode(1);
   sink.addTimecode(2);
