@@ -164,7 +164,7 @@ TEST_F(VideoDecoderVPXTest, SurvivesDamageAndGoesOn) {
       std::vector<uint8_t> bytes = stream.packets[random() % 6].bytes;
       bytes.resize(random() % (bytes.size() + 1));
       for (int flips = 0; flips < 4 && !bytes.empty(); ++flips)
-        bytes[random() % bytes.size()] ^= 1 << random() % 8;
+        bytes[random() % bytes.size()] ^= static_cast<uint8_t>(1 << random() % 8);
       uint32_t size[4] = {};
       decode(bytes);
       decoder.getDecodedFrameSize(&size[0], &size[1], &size[2], &size[3]);
@@ -220,7 +220,7 @@ std::vector<CodedPacket> encodeNoise(const OtherForm& form, uint32_t width, uint
       uint8_t* bytes = image->planes[plane];
       const auto samples = static_cast<size_t>(image->stride[plane]) * rows / (form.depth > 8 ? 2 : 1);
       for (size_t i = 0; i < samples; ++i) {
-        const uint32_t sample = random() & ((1u << form.depth) - 1);
+        const auto sample = static_cast<uint32_t>(random() & ((1u << form.depth) - 1));
         if (form.depth > 8) {
           reinterpret_cast<uint16_t*>(bytes)[i] = static_cast<uint16_t>(sample);
         } else {
