@@ -173,19 +173,19 @@ TEST(DecoderStreams, SetUpH263AndSorensonWithoutConfiguration) {
       const MediaBytes* record;
       uint32_t result;
       uint32_t width;
-    } records[] = {{"none", nullptr, 0, 0},
-                   {"empty", &stream.config, 0, 0},
-                   {"first picture", &first, 0, 176},
-                   {"rubbish", &rubbish, static_cast<uint32_t>(-2), 0}};
-    for (const auto& row : records) {
-      SCOPED_TRACE(row.what);
+    } setUps[] = {{"none", nullptr, 0, 0},
+                  {"empty", &stream.config, 0, 0},
+                  {"first picture", &first, 0, 176},
+                  {"rubbish", &rubbish, static_cast<uint32_t>(-2), 0}};
+    for (const auto& setUp : setUps) {
+      SCOPED_TRACE(setUp.what);
       DecoderRun run(codec);
-      if (row.record != nullptr) run.harness.config(*row.record);
-      EXPECT_EQ(run.harness.getConfigResult(), row.result);
-      EXPECT_EQ(run.decoder->getFrameWidth(), row.width);
+      if (setUp.record != nullptr) run.harness.config(*setUp.record);
+      EXPECT_EQ(run.harness.getConfigResult(), setUp.result);
+      EXPECT_EQ(run.decoder->getFrameWidth(), setUp.width);
       // Behind a refused header the units come without a type, which would announce them.
       for (MediaUnit& unit : stream.units)
-        run.harness.feed(unit.bytes, unit.timecode, row.result == 0 ? unit.frameType : 0);
+        run.harness.feed(unit.bytes, unit.timecode, setUp.result == 0 ? unit.frameType : 0);
       run.harness.drain();
       EXPECT_EQ(run.pictures.size(), 3u);
     }

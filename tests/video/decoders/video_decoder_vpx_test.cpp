@@ -14,6 +14,7 @@
 #include "frames/VideoFrameBuffer.h"
 #include "log/LogCollector.h"
 #include "support/DecodedPicture.h"
+#include "support/MediaStream.h"
 #include "support/TestPicture.h"
 #include "video/decoders/VideoDecoderVPX.h"
 #include "video/decoders/VPXUtils.h"
@@ -151,40 +152,6 @@ TEST_F(VideoDecoderVPXTest, NeverOverrunsATargetOfAnotherSize) {
   }
   VideoFrameBuffer none;
   EXPECT_EQ(decoder.getDecodedFrame(none), 0u);
-}
-
-TEST_F(VideoDecoderVPXTest, SurvivesDamageAndGoesOn) {
-  std::mt19937 random(5);
-  for (uint32_t codecVersion : {8u, 9u}) {
-    const CodedStream stream = makeStream(codecVersion, 96, 80, 6);
-    open(codecVersion);
-    VideoFrameBuffer frame;
-    frame.allocBuffer(96, 80, kFourCCYV12);
-    for (int round = 0; round < 200; ++round) {
-      std::vector<uint8_t> bytes = stream.packets[random() % 6].bytes;
-      bytes.resize(random() % (bytes.size() + 1));
-      for (int flips = 0; flips < 4 && !bytes.empty(); ++flips)
-        bytes[random() % bytes.size()] ^= static_cast<uint8_t>(1 << random() % 8);
-      uint32_t size[4] = {};
-      decode(bytes);
-      decoder.getDecodedFrameSize(&size[0], &size[1], &size[2], &size[3]);
-      decoder.getDecodedFrame(frame);  // also where there is no picture
-    }
-    ASSERT_EQ(decode(stream.packets[0].bytes), kPicture);
-    decoder.getDecodedFrame(frame);
-    EXPECT_GT(psnrOfPlane(frame, 'Y', 0), 34);
-  }
-}
-
-TEST_F(VideoDecoderVPXTest, FollowsASizeChange) {
-  open(8);
-  uint32_t width = 0, height = 0, displayWidth = 0, displayHeight = 0;
-  for (const auto& [w, h] : {std::pair{64u, 48u}, {176u, 144u}, {33u, 17u}}) {
-    ASSERT_EQ(decode(makeStream(8, w, h, 1).packets[0].bytes), kPicture);
-    decoder.getDecodedFrameSize(&width, &height, &displayWidth, &displayHeight);
-    EXPECT_EQ(std::make_pair(width, height), std::make_pair(w, h));
-    EXPECT_EQ(std::make_pair(displayWidth, displayHeight), std::make_pair(w, h));
-  }
 }
 
 /// A form of VP9 pictures that frames can't take as it is.
@@ -356,8 +323,10 @@ TEST_F(VideoDecoderVPXTest, BringsRealStreamsOfOtherFormsTo420) {
   if (root == nullptr) GTEST_SKIP() << "QVS_MEDIA names no folder with media: real streams are not checked";
   for (const char* name : {"320-444-10bit.ivf", "320-444-12bit.ivf", "vp9-multi-tile.ivf"}) {
     SCOPED_TRACE(name);
-    std::vector<CodedPacket> packets = test::readIvf(std::string(root) + "/clips/vp9/" + name).packets;
-    packets.resize(std::min<size_t>(packets.size(), 3));
+    test::MediaStream stream(std::string(root) + "/clips/vp9/" + name);
+    std::vector<CodedPacket> packets;
+    for (test::MediaUnit unit; packets.size() < 3 && stream.next(unit);)
+      packets.push_back({unit.bytes, unit.timecode});
     open(9);
     EXPECT_GT(compareConverted(decoder, packets, kFourCCYV12), 1u);
   }

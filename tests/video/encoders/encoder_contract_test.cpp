@@ -221,6 +221,34 @@ TEST_P(EncoderContract, KeepsAFrameOutOfItsPoolWhileItReadsAndFinishesItInEveryS
   }
 }
 
+// The frame in work goes back to its pool on the thread that waits for it, so that the pool tells who waited.
+TEST_P(EncoderContract, FinishesTheFrameInWorkBeforeASetterReturns) {
+  using Call = void (*)(IVideoEncoder&, uint32_t asynchronousKey);
+  constexpr Call kCalls[] = {
+      [](IVideoEncoder& encoder, uint32_t) { encoder.finish(); },
+      [](IVideoEncoder& encoder, uint32_t) { encoder.setDefaults(0, 0); },
+      [](IVideoEncoder& encoder, uint32_t) { encoder.setFrameSize(32, 32); },
+      [](IVideoEncoder& encoder, uint32_t) { encoder.setFrameRate(50); },
+      [](IVideoEncoder& encoder, uint32_t) { encoder.setBitrate(100000); },
+      [](IVideoEncoder& encoder, uint32_t key) { encoder.setParameterValue(key, int64_t{1}); },
+      [](IVideoEncoder& encoder, uint32_t) { encoder.setSessionIndex(2); },
+      [](IVideoEncoder& encoder, uint32_t) { encoder.setLogger(nullptr); },
+  };
+  for (size_t number = 0; number < std::size(kCalls); ++number) {
+    Run run(GetParam(), 64, 64, true);
+    ASSERT_EQ(run.start(), 0u);
+    VideoFrameBufferSet pool;
+    pool.initialize(1);
+    auto token = pool.getVideoFrameBufferAllocator()->allocate();
+    run.paint(**token, 0);
+    run.encoder.addFrame(**token, 0, 0);
+    token.reset();
+    EXPECT_EQ(pool.getVideoFrameBufferAllocator()->allocate(), nullptr) << "call " << number;
+    kCalls[number](run.encoder, GetParam().asynchronousKey);
+    EXPECT_NE(pool.getVideoFrameBufferAllocator()->allocate(), nullptr) << "call " << number;
+  }
+}
+
 TEST_P(EncoderContract, ReadsAFrameOutsideAPoolBeforeItReturns) {
   std::vector<std::vector<EncodedUnit>> both;
   for (const bool asynchronous : {false, true}) {

@@ -43,8 +43,10 @@ public final class WholeFile implements AutoCloseable {
     return part;
   }
 
-  private static String reasonOf(FileSystemException e) {
-    String reason = e.getReason();
+  /** Why a file operation failed, without the file's name. */
+  static String reasonOf(IOException e) {
+    if (!(e instanceof FileSystemException system)) return e.getMessage();
+    String reason = system.getReason();
     return reason != null ? reason : e.getClass().getSimpleName().replace("Exception", "");
   }
 
@@ -55,7 +57,11 @@ public final class WholeFile implements AutoCloseable {
 
   /** All bytes at once. */
   public void write(String text) throws IOException {
-    Files.writeString(part, text);
+    try {
+      Files.writeString(part, text);
+    } catch (IOException e) {
+      throw new FileSystemException(target.toString(), null, "cannot be written (" + reasonOf(e) + ")");
+    }
     finish();
   }
 

@@ -172,12 +172,12 @@ class WrongStateTest {
   }
 
   private static void assertTold(long expected, String line, LongUnaryOperator call) {
-    Road road = new Road(64, 48);
-    Library.logs(road.handle);
-    assertEquals(expected, call.applyAsLong(road.handle), line);
-    List<TranscoderLogStatement> lines = Library.logs(road.handle);
+    SessionDriver driver = new SessionDriver(64, 48);
+    Library.logs(driver.handle);
+    assertEquals(expected, call.applyAsLong(driver.handle), line);
+    List<TranscoderLogStatement> lines = Library.logs(driver.handle);
     assertTrue(texts(lines).contains(line), () -> line + " not in " + texts(lines));
-    road.close();
+    driver.close();
   }
 
   @ParameterizedTest
@@ -195,7 +195,7 @@ class WrongStateTest {
 
   @Test
   void badArgumentsOfAWiredSessionAreTold() {
-    TranscoderNativeParameterValue[] values = {Road.number(100033, 5)};
+    TranscoderNativeParameterValue[] values = {SessionDriver.number(100033, 5)};
     assertTold(-1, "The array doesn't hold the bytes", s -> videoDecoderAddFrame(s, BYTES, 4, 8, 0, 1));
     assertTold(-1, "The array doesn't hold the bytes", s -> audioDecoderDecodeFrame(s, BYTES, -1, 8, 0, 0));
     assertTold(Library.FAILED, "The decoder's pool has no frame with this number: 4", s -> videoDecoderBufferRelease(s, 4));
