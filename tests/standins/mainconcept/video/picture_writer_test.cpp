@@ -7,6 +7,8 @@
 #include <random>
 #include <vector>
 
+#include "support/Expected420.h"
+
 namespace qvs::mc {
 namespace {
 
@@ -30,63 +32,39 @@ constexpr Form kForms[] = {{AV_PIX_FMT_YUV420P, 8, 1, 1},
                            {AV_PIX_FMT_GBRP, 8, 0, 0, true, AVCOL_RANGE_JPEG},
                            {AV_PIX_FMT_GBRP10LE, 10, 0, 0, true, AVCOL_RANGE_JPEG}};
 
-/// A picture of noise and what of it should come out, in plain arithmetic.
-class NoisePicture {
- public:
-  NoisePicture(const Form& pictureForm, int pictureWidth, int pictureHeight)
-      : form(pictureForm), width(pictureWidth), height(pictureHeight) {
+/// A picture of noise.
+struct NoisePicture {
+  NoisePicture(const Form& form, int width, int height) {
     std::mt19937 random(static_cast<uint32_t>(form.format + height));
     const uint32_t last = (1u << form.depth) - 1;
+    const bool wide = form.depth > 8;
     for (size_t plane = 0; plane < 3; ++plane) {
-      const bool chroma = plane != 0;
-      planes[plane].resize(static_cast<size_t>(widthOf(chroma)) * static_cast<size_t>(heightOf(chroma)));
-      for (uint16_t& sample : planes[plane]) sample = static_cast<uint16_t>(random() & last);
-      planes[plane].back() = static_cast<uint16_t>(last);
-      bytes[plane].assign(planes[plane].begin(), planes[plane].end());
-      const bool wide = form.depth > 8;
-      frame.data[plane] = wide ? reinterpret_cast<uint8_t*>(planes[plane].data()) : bytes[plane].data();
-      frame.linesize[plane] = widthOf(chroma) * (wide ? 2 : 1);
+      const int columns = plane != 0 ? (width + form.shiftX) >> form.shiftX : width;
+      const int rows = plane != 0 ? (height + form.shiftY) >> form.shiftY : height;
+      words[plane].resize(static_cast<size_t>(columns) * static_cast<size_t>(rows));
+      for (uint16_t& sample : words[plane]) sample = static_cast<uint16_t>(random() & last);
+      words[plane].back() = static_cast<uint16_t>(last);
+      bytes[plane].assign(words[plane].begin(), words[plane].end());
+      frame.data[plane] = wide ? reinterpret_cast<uint8_t*>(words[plane].data()) : bytes[plane].data();
+      frame.linesize[plane] = columns * (wide ? 2 : 1);
+      expected.planes[plane] = frame.data[plane];
+      expected.strides[plane] = frame.linesize[plane];
     }
     frame.format = form.format;
-    frame.width = width;
-    frame.height = height;
+    frame.width = expected.width = width;
+    frame.height = expected.height = height;
     frame.color_range = form.range;
-  }
-
-  double expected(int plane, int x, int y) const {
-    if (!form.rgb) return std::min(filtered(static_cast<size_t>(plane), x, y, plane != 0), 255.0);
-    const double red = height >= 720 ? 0.2126 : 0.299, blue = height >= 720 ? 0.0722 : 0.114;
-    const double g = filtered(0, x, y, plane != 0), b = filtered(1, x, y, plane != 0),
-                 r = filtered(2, x, y, plane != 0);
-    const double luma = red * r + blue * b + (1 - red - blue) * g;
-    const double difference = plane == 1 ? (b - luma) / (2 * (1 - blue)) : (r - luma) / (2 * (1 - red));
-    const double room = form.range == AVCOL_RANGE_JPEG ? 1 : 224.0 / 219.0;
-    return std::clamp(plane == 0 ? luma : 128 + difference * room, 0.0, 255.0);
+    expected.depth = static_cast<uint32_t>(form.depth);
+    expected.wide = wide;
+    expected.shiftX = form.shiftX;
+    expected.shiftY = form.shiftY;
+    expected.rgb = form.rgb;
+    expected.fullRange = form.range == AVCOL_RANGE_JPEG;
   }
 
   AVFrame frame{};
-
- private:
-  int widthOf(bool chroma) const { return chroma ? (width + form.shiftX) >> form.shiftX : width; }
-  int heightOf(bool chroma) const { return chroma ? (height + form.shiftY) >> form.shiftY : height; }
-
-  double filtered(size_t plane, int x, int y, bool chroma) const {
-    const auto at = [&](int column, int row) {
-      const int columns = widthOf(plane != 0);
-      const int index =
-          std::min(row, heightOf(plane != 0) - 1) * columns + std::clamp(column, 0, columns - 1);
-      return planes[plane][static_cast<size_t>(index)] / static_cast<double>(1 << (form.depth - 8));
-    };
-    const auto inRow = [&](int row) {
-      if (!chroma || form.shiftX == 1) return at(x, row);
-      return (at(2 * x - 1, row) + 2 * at(2 * x, row) + at(2 * x + 1, row)) / 4;
-    };
-    return chroma && form.shiftY == 0 ? (inRow(2 * y) + inRow(2 * y + 1)) / 2 : inRow(y);
-  }
-
-  Form form;
-  int width, height;
-  std::vector<uint16_t> planes[3];
+  test::Expected420 expected{};
+  std::vector<uint16_t> words[3];
   std::vector<uint8_t> bytes[3];
 };
 
@@ -111,7 +89,7 @@ TEST(PictureWriter, RoundsOnceToTheNearestInEveryForm) {
         for (int y = 0; y < (plane != 0 ? height / 2 : height); ++y) {
           for (int x = 0; x < target.stride[plane]; ++x) {
             const uint8_t written = planes[plane][static_cast<size_t>(y * target.stride[plane] + x)];
-            worst = std::max(worst, std::abs(written - picture.expected(plane, x, y)));
+            worst = std::max(worst, std::abs(written - picture.expected.at(plane, x, y)));
           }
         }
       }
