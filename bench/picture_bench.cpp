@@ -1,4 +1,4 @@
-// The converter's kernels against what they are measured by: zimg, memcpy and libavfilter. One JSON line a
+// The converter's kernels against what they are measured by: zimg, memcpy, libavfilter and themselves. One JSON line a
 // figure: medians over alternating pairs of CPU time of this thread, with the spread.
 //
 //   QVS_MEDIA=FOLDER build/release/bench/picture-bench
@@ -218,6 +218,42 @@ void measureScaler(const Picture420<uint8_t>& src) {
   print("scaler.zimg_bicubic.psnr_db", "value", {lumaPsnr(theirs, floatDst)});
 }
 
+/// Scalers of a 1080p picture's planes.
+struct PictureScaler {
+  PictureScaler(uint32_t width, uint32_t height, Orientation orientation) : dst(width, height) {
+    if (!luma.configure(kWidth, kHeight, width, height, 1, orientation) ||
+        !chroma.configure(kWidth / 2, kHeight / 2, width / 2, height / 2, 1, orientation)) {
+      std::exit(1);
+    }
+  }
+  void run(const Picture420<uint8_t>& src) {
+    for (int p = 0; p < 3; ++p) {
+      (p ? chroma : luma).run(src.row(p, 0), src.strides[p], dst.row(p, 0), dst.strides[p]);
+    }
+  }
+
+  PlaneScaler luma, chroma;
+  Picture420<uint8_t> dst;
+};
+
+/// A clockwise quarter turn of the picture against what it costs to lay it in unturned.
+void measureTurns(const Picture420<uint8_t>& src) {
+  struct Row {
+    const char* name;
+    uint32_t width, height, straightWidth, straightHeight;
+  };
+  constexpr Row kRows[] = {{"picture.turn_vs_straight", 1080, 1920, 1080, 1920},
+                           {"picture.turn_720_vs_straight", 720, 1280, 1280, 720},
+                           {"picture.turn_vs_copy", 1080, 1920, 1920, 1080}};
+  for (const Row& row : kRows) {
+    PictureScaler turned(row.width, row.height, makeOrientation(false, true, false));
+    PictureScaler straight(row.straightWidth, row.straightHeight, {});
+    const auto times = alternate([&] { turned.run(src); }, [&] { straight.run(src); }, 20);
+    print(row.name, "ratio", times.ratio);
+    print(std::string(row.name) + ".ms", "ms", times.ours);
+  }
+}
+
 void measureBgra() {
   constexpr size_t kBgraBytes = size_t{4} * kWidth * kHeight;
   // A copy of n bytes moves 2 n: as many are read and written here.
@@ -299,6 +335,7 @@ int main() {
     makeFrame(picture);
   }
   measureScaler(picture);
+  measureTurns(picture);
   measureBgra();
   measureOverlay(picture);
 }

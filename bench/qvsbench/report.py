@@ -27,6 +27,9 @@ FIGURES = {
     **{f"h264_quality.{clip}_vs_x264_db": ("min", -0.05, "luma PSNR, session less x264 command line, equal size and preset")
        for clip in ("crowd", "bear", "sintel")},
     "scaler.yv12_1080_720_vs_zimg": ("max", 0.85, "1080p to 720p YV12, bicubic / zimg bicubic, same instruction set"),
+    "picture.turn_vs_straight": ("max", 1.25, "1080p to 1080x1920 YV12, turned by a quarter / the same sizes unturned"),
+    "picture.turn_720_vs_straight": ("max", 1.4, "1080p to 720x1280 YV12, turned by a quarter / to 1280x720"),
+    "picture.turn_vs_copy": (None, 0, "1080p to 1080x1920 YV12, turned by a quarter, unscaled / a copy"),
     "yv12_to_nv12.vs_memcpy": ("max", 1.06, "1080p, / memcpy of the same bytes"),
     "nv12_to_yv12.vs_memcpy": ("max", 1.06, "1080p, / memcpy of the same bytes"),
     "bgra_to_yv12.vs_memcpy": ("max", 2.2, "1080p, BT.709 full range, / memcpy of the bytes moved"),

@@ -126,25 +126,6 @@ TEST(Overlay, BlendsInPlaceOnEveryFormatAtEveryEdge) {
   }
 }
 
-TEST(Overlay, RoundsExactlyWhereNoConversionIsNeeded) {
-  TestPicture overlay(testFormat(UCC_FORMAT_BGRA), 256, 64);
-  TestPicture target(testFormat(UCC_FORMAT_BGR4), 256, 64), before(testFormat(UCC_FORMAT_BGR4), 256, 64);
-  overlay.randomize(1);
-  target.randomize(2);
-  before.randomize(2);
-  Painter painter;
-  ASSERT_EQ(painter.onto(target, target, overlay, {0, 0}, 0, 256, 64), 0u);
-  for (uint32_t y = 0; y < 64; ++y) {
-    for (uint32_t x = 0; x < 256; ++x) {
-      const double alpha = overlay.get(3, x, y);
-      for (int c = 0; c < 3; ++c) {
-        const double exact = (overlay.get(c, x, y) * alpha + before.get(c, x, y) * (255 - alpha)) / 255;
-        ASSERT_EQ(target.get(c, x, y), std::lround(exact));
-      }
-    }
-  }
-}
-
 TEST(Overlay, OtherOverlayFormatsAndSeparateTarget) {
   for (const uint32_t id :
        {UCC_FORMAT_VUYA, UCC_FORMAT_AYUV, UCC_FORMAT_ARGB, UCC_FORMAT_BGR3, UCC_FORMAT_I420}) {

@@ -58,7 +58,7 @@ bool PlaneScaler::allocateScratch() {
   if (!orientation.transposed || sameSize) return true;
   // An odd number of cache lines: else the rows of a band would fight for the same places of the cache.
   bandStride = (roundUp(rowBytes(), kCacheLine) / kCacheLine | 1) * kCacheLine;
-  return band.allocate(bandStride * std::min(kBandRows, vertical.dstSize()));
+  return band.allocate(bandStride * std::min(2 * kBandRows, vertical.dstSize()));
 }
 
 void PlaneScaler::run(const uint8_t* src, ptrdiff_t srcStride, uint8_t* dst, ptrdiff_t dstStride) {
@@ -80,8 +80,9 @@ void PlaneScaler::runTransposed(const uint8_t* src, ptrdiff_t srcStride, uint8_t
   if (orientation.columnsReversed) turnOver(dst, dstStride, horizontal.dstSize());
   auto* scaled = band.as<uint8_t>();
   const auto scaledStride = static_cast<ptrdiff_t>(bandStride);
-  for (uint32_t first = 0; first < rows; first += kBandRows) {
-    const uint32_t end = std::min(first + kBandRows, rows);
+  for (uint32_t first = 0, end = 0; first < rows; first = end) {
+    // The last band takes what would be too little for whole tiles.
+    end = rows - first < 2 * kBandRows ? rows : first + kBandRows;
     scaleRows(src, srcStride, scaled, scaledStride, first, end);
     transposePlane(scaled, scaledStride, dst + static_cast<size_t>(first) * components, dstStride,
                    horizontal.dstSize(), end - first, components);

@@ -9,12 +9,12 @@ namespace {
 
 struct Avx2 {
   using Reg = __m256i;
-  static constexpr uint32_t kBytes = 32;
+  static constexpr uint32_t kLanes = 2;
 
-  static void prefetch(const uint8_t* from) {
-    _mm_prefetch(reinterpret_cast<const char*>(from), _MM_HINT_T0);
+  /// A register's lanes from places `step` apart.
+  static Reg loadLanes(const uint8_t* from, ptrdiff_t step) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(lane(from)), lane(from + step), 1);
   }
-  static Reg load(const uint8_t* from) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)); }
   template <int ElementBytes>
   static Reg unpackLow(Reg a, Reg b) {
     return ElementBytes == 1 ? _mm256_unpacklo_epi8(a, b) : _mm256_unpacklo_epi16(a, b);
@@ -23,10 +23,10 @@ struct Avx2 {
   static Reg unpackHigh(Reg a, Reg b) {
     return ElementBytes == 1 ? _mm256_unpackhi_epi8(a, b) : _mm256_unpackhi_epi16(a, b);
   }
-  static void storeLanes(uint8_t* to, ptrdiff_t step, Reg value) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm256_castsi256_si128(value));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(to + step), _mm256_extracti128_si256(value, 1));
-  }
+  static void store(uint8_t* to, Reg value) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), value); }
+
+ private:
+  static __m128i lane(const uint8_t* from) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)); }
 };
 
 }  // namespace

@@ -9,12 +9,15 @@ namespace {
 
 struct Avx512 {
   using Reg = __m512i;
-  static constexpr uint32_t kBytes = 64;
+  static constexpr uint32_t kLanes = 4;
 
-  static void prefetch(const uint8_t* from) {
-    _mm_prefetch(reinterpret_cast<const char*>(from), _MM_HINT_T0);
+  /// A register's lanes from places `step` apart.
+  static Reg loadLanes(const uint8_t* from, ptrdiff_t step) {
+    Reg lanes = _mm512_castsi128_si512(lane(from));
+    lanes = _mm512_inserti32x4(lanes, lane(from + step), 1);
+    lanes = _mm512_inserti32x4(lanes, lane(from + 2 * step), 2);
+    return _mm512_inserti32x4(lanes, lane(from + 3 * step), 3);
   }
-  static Reg load(const uint8_t* from) { return _mm512_loadu_si512(from); }
   template <int ElementBytes>
   static Reg unpackLow(Reg a, Reg b) {
     return ElementBytes == 1 ? _mm512_unpacklo_epi8(a, b) : _mm512_unpacklo_epi16(a, b);
@@ -23,17 +26,10 @@ struct Avx512 {
   static Reg unpackHigh(Reg a, Reg b) {
     return ElementBytes == 1 ? _mm512_unpackhi_epi8(a, b) : _mm512_unpackhi_epi16(a, b);
   }
-  static void storeLanes(uint8_t* to, ptrdiff_t step, Reg value) {
-    storeLane(to, _mm512_castsi512_si128(value));
-    storeLane(to + step, _mm512_extracti32x4_epi32(value, 1));
-    storeLane(to + 2 * step, _mm512_extracti32x4_epi32(value, 2));
-    storeLane(to + 3 * step, _mm512_extracti32x4_epi32(value, 3));
-  }
+  static void store(uint8_t* to, Reg value) { _mm512_storeu_si512(to, value); }
 
  private:
-  static void storeLane(uint8_t* to, __m128i value) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), value);
-  }
+  static __m128i lane(const uint8_t* from) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)); }
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 package com.zarvo.qvs.host.media;
 
 import java.io.IOException;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.FileSystemException;
 import java.nio.file.Files;
 import java.nio.file.LinkOption;
@@ -55,10 +56,15 @@ public final class WholeFile implements AutoCloseable {
     return part;
   }
 
-  /** All bytes at once. */
+  /** All of a text at once. */
   public void write(String text) throws IOException {
+    write(text.getBytes(StandardCharsets.UTF_8));
+  }
+
+  /** All bytes at once. */
+  public void write(byte[] bytes) throws IOException {
     try {
-      Files.writeString(part, text);
+      Files.write(part, bytes);
     } catch (IOException e) {
       throw new FileSystemException(target.toString(), null, "cannot be written (" + reasonOf(e) + ")");
     }
