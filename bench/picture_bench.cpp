@@ -138,14 +138,14 @@ class ZimgScaler {
     zimg_graph_builder_params_default(&params, ZIMG_API_VERSION);
     params.resample_filter = params.resample_filter_uv = filter;
     params.cpu_type = cpu;
-    graph_ = zimg_filter_graph_build(&src, &dst, &params);
+    graph = zimg_filter_graph_build(&src, &dst, &params);
     size_t bytes = 0;
-    zimg_filter_graph_get_tmp_size(graph_, &bytes);
-    scratch_.allocate(bytes);
+    zimg_filter_graph_get_tmp_size(graph, &bytes);
+    scratch.allocate(bytes);
   }
   ZimgScaler(const ZimgScaler&) = delete;
   ZimgScaler& operator=(const ZimgScaler&) = delete;
-  ~ZimgScaler() { zimg_filter_graph_free(graph_); }
+  ~ZimgScaler() { zimg_filter_graph_free(graph); }
 
   template <class Sample>
   void run(const Picture420<Sample>& src, const Picture420<Sample>& dst) {
@@ -155,12 +155,12 @@ class ZimgScaler {
       from.plane[p] = {src.row(p, 0), src.strides[p], ZIMG_BUFFER_MAX};
       to.plane[p] = {dst.row(p, 0), dst.strides[p], ZIMG_BUFFER_MAX};
     }
-    zimg_filter_graph_process(graph_, &from, &to, scratch_.as<void>(), nullptr, nullptr, nullptr, nullptr);
+    zimg_filter_graph_process(graph, &from, &to, scratch.as<void>(), nullptr, nullptr, nullptr, nullptr);
   }
 
  private:
-  zimg_filter_graph* graph_;
-  AlignedBuffer scratch_;
+  zimg_filter_graph* graph;
+  AlignedBuffer scratch;
 };
 
 double lumaPsnr(const Picture420<uint8_t>& picture, const Picture420<float>& wanted) {

@@ -16,15 +16,15 @@ constexpr uint32_t kShort = PIC_SIGNAL_RANGE_SHORT;
 
 class Instance {
  public:
-  ~Instance() { UCC_Destroy(handle_); }
+  ~Instance() { UCC_Destroy(handle); }
   uint32_t operator()(TestPicture& target, TestPicture& source, uint32_t orientation = 0) {
     ucc_config_t config{};
     config.orientation = orientation;
-    return UCC_Transform(handle_, &target.frame(), &source.frame(), &config);
+    return UCC_Transform(handle, &target.frame(), &source.frame(), &config);
   }
 
  private:
-  void* handle_ = UCC_Create(0);
+  void* handle = UCC_Create(0);
 };
 
 bool sameSamples(const TestFormat& a, const TestFormat& b) {

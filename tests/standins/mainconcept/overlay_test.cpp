@@ -36,7 +36,7 @@ TestPicture makeOverlay(uint32_t format, uint32_t width = kOverlayWidth, uint32_
 
 class Painter {
  public:
-  ~Painter() { UCC_Destroy(handle_); }
+  ~Painter() { UCC_Destroy(handle); }
   uint32_t inPlace(TestPicture& target, TestPicture& overlay, Place place, uint64_t contentId = 0) {
     return onto(target, target, overlay, place, contentId);
   }
@@ -45,11 +45,11 @@ class Painter {
     ucc_overlay_config_t settings{2, &overlay.frame(), place.x, place.y, width, height, contentId};
     ucc_config_t config{};
     config.overlay = &settings;
-    return UCC_Transform(handle_, &target.frame(), &source.frame(), &config);
+    return UCC_Transform(handle, &target.frame(), &source.frame(), &config);
   }
 
  private:
-  void* handle_ = UCC_Create(0);
+  void* handle = UCC_Create(0);
 };
 
 // Sums over the luma pixels that one sample of a component covers: the definition of the blend, block by
