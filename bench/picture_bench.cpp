@@ -38,7 +38,7 @@ constexpr int kPairs = 15;
 double cpuMilliseconds() {
   timespec now;
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return now.tv_sec * 1e3 + now.tv_nsec * 1e-6;
+  return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) * 1e-6;
 }
 
 double median(std::vector<double> values) {
@@ -115,7 +115,7 @@ void makeFrame(const Picture420<uint8_t>& picture) {
     for (uint32_t y = 0; y < picture.heights[p]; ++y) {
       for (uint32_t x = 0; x < picture.widths[p]; ++x) {
         const double wave = 90 * std::sin(x * 0.11 + y * 0.031) * std::cos(y * 0.17 - x * 0.013);
-        picture.row(p, y)[x] = static_cast<uint8_t>(128 + wave + random() % 16);
+        picture.row(p, y)[x] = static_cast<uint8_t>(128 + wave + static_cast<double>(random() % 16));
       }
     }
   }

@@ -17,7 +17,7 @@ find_library(YUV_LIBRARY yuv REQUIRED)
 add_library(qvs-options INTERFACE)
 target_compile_options(qvs-options INTERFACE -Wall -Wextra -fno-strict-aliasing)
 target_compile_options(qvs-options INTERFACE
-  "$<$<COMPILE_LANGUAGE:CXX>:-Wconversion;-Wold-style-cast;-Wnon-virtual-dtor>")
+  "$<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast;-Wnon-virtual-dtor>")
 # -Wrestrict of GCC 12 misfires on the concatenation of strings.
 target_compile_options(qvs-options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 if(QVS_WERROR)

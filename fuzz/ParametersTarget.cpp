@@ -1,9 +1,12 @@
-// Parameter values of every type and key into a session's decoder, and into its encoder before and after its
-// initialisation; frames through whatever came of them.
+// Parameter values of every type and key into a session's decoder and encoder, before and after its
+// initialisation, through what the natives use; frames through whatever came of them.
 
+#include <algorithm>
 #include <array>
+#include <vector>
 
 #include "FuzzInput.h"
+#include "session/SessionParameters.h"
 #include "support/SessionDriver.h"
 #include "support/TestPicture.h"
 #include "video/encoders/VideoEncoderVPX.h"
@@ -14,6 +17,7 @@ using namespace qvs;
 using fuzz::FuzzInput;
 
 constexpr uint32_t kSide = 64;
+constexpr uint32_t kLongestList = 4096;
 
 /// Memory and threads that a value may ask for stay within what a fuzz run can pay; everything else is free.
 int64_t affordable(uint32_t key, int64_t value) {
@@ -32,6 +36,31 @@ int64_t affordable(uint32_t key, int64_t value) {
   }
 }
 
+/// Gets a list as the natives do: in an array of the length that the type query told.
+template <typename Value, typename Parameters>
+void getList(Parameters& parameters, uint32_t key, uint32_t length) {
+  std::vector<Value> values(std::min(length, kLongestList));
+  auto count = static_cast<uint32_t>(values.size());
+  if (count != 0) parameters.getParameterValue(key, values.data(), &count);
+}
+
+/// All forms of a key, in blocks of exactly the length that is told.
+template <typename Parameters>
+void exchange(Parameters parameters, uint32_t key, int64_t integer, double real, uint32_t length) {
+  std::vector<int64_t> integers(length, integer);
+  std::vector<double> reals(length, real);
+  parameters.setParameterValue(key, integer);
+  parameters.setParameterValue(key, integers.data(), length);
+  parameters.setParameterValue(key, real);
+  parameters.setParameterValue(key, reals.data(), length);
+  uint32_t told = 0;
+  parameters.getParameterValueType(key, &told);
+  parameters.getParameterValue(key, &integer);
+  parameters.getParameterValue(key, &real);
+  getList<int64_t>(parameters, key, told);
+  getList<double>(parameters, key, told);
+}
+
 void setAndGet(TranscoderSession& session, FuzzInput& input) {
   static constexpr uint32_t kBases[] = {0, 10000, 20000, 100000, 100000, 100100};
   const auto kind = input.take<uint8_t>();
@@ -39,25 +68,9 @@ void setAndGet(TranscoderSession& session, FuzzInput& input) {
       kind < 250 ? kBases[kind % std::size(kBases)] + input.take<uint8_t>() % 40 : input.take<uint32_t>();
   int64_t integer = input.take<uint8_t>() < 200 ? input.take<int8_t>() : input.take<int64_t>();
   integer = affordable(key, integer);
-  auto real = input.take<double>();
-  int64_t integers[4] = {integer, 0, -1, integer};
-  double reals[4] = {real, 0.0, -1.0, real};
-  uint32_t length = 4;
-  session.videoEncoderSetParameterValueLong(0, key, integer);
-  session.videoEncoderSetParameterValueLongArray(0, key, integers, 4);
-  session.videoEncoderSetParameterValueDouble(0, key, real);
-  session.videoEncoderSetParameterValueDoubleArray(0, key, reals, 4);
-  session.videoEncoderGetParameterValueType(0, key, &length);
-  session.videoEncoderGetParameterValueLong(0, key, &integer);
-  length = 4;
-  session.videoEncoderGetParameterValueLongArray(0, key, integers, &length);
-  session.videoEncoderGetParameterValueDouble(0, key, &real);
-  length = 4;
-  session.videoEncoderGetParameterValueDoubleArray(0, key, reals, &length);
-  session.videoDecoderSetParameterValueLong(key, integer);
-  session.videoDecoderSetParameterValueDouble(key, real);
-  session.videoDecoderGetParameterValueType(key, &length);
-  session.videoDecoderGetParameterValueLong(key, &integer);
+  const auto real = input.take<double>();
+  exchange(VideoEncoderParameters(session, 0), key, integer, real, 1 + kind % 9);
+  exchange(VideoDecoderParameters(session), key, integer, real, 1 + kind % 9);
 }
 
 }  // namespace

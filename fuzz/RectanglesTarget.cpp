@@ -1,5 +1,5 @@
 // Crop, source rectangle, padding, destination rectangle, fit mode and sizes of one transfer from frame to
-// frame, with the scale flags that make the CPU road honour them.
+// frame, with the scale flags that make the CPU honour them.
 
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoFrameBufferSet.h"

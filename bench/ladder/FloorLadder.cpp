@@ -1,6 +1,6 @@
 // The least that any program can do to make a ladder: the codec library called directly with the encoder
 // settings of a session, on one source frame at a time, and one zimg bicubic scale for each rung of another
-// size. No pool, no copy of a picture, no packet list: what is above this is the price of a frame road.
+// size. No pool, no copy of a picture, no packet list: what is above this is the price of frames and pools.
 //
 //   qvs-bench-floor[-h264] INPUT [--ladder NAME] [--frames N] [--out DIR]    or    qvs-bench-floor --spec
 //   NAME

@@ -36,7 +36,7 @@ def _ffmpeg(source, folder=None):
 
 
 def _road(report, bin_folder, work_folder, pairs):
-    session, floor = (os.path.join(bin_folder, name) for name in ("qvs-bench-audio-road", "qvs-bench-audio-floor"))
+    session, floor = (os.path.join(bin_folder, name) for name in ("qvs-bench-audio-session", "qvs-bench-audio-floor"))
     if not os.path.exists(session) or not os.path.exists(floor):
         print("bench: the audio road is not built, its figures are left out", file=sys.stderr)
         return

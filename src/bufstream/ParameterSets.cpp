@@ -49,10 +49,8 @@ void appendSet(ParameterSets::Bytes& record, ParameterSets::View set) {
 }  // namespace
 
 ParameterSets::Bytes ParameterSets::withStartCode(View set) {
-  Bytes bytes;
-  bytes.reserve(sizeof kStartCode + set.size());
-  append(bytes, kStartCode);
-  append(bytes, set);
+  Bytes bytes(sizeof kStartCode + set.size());
+  std::copy(set.begin(), set.end(), std::copy(std::begin(kStartCode), std::end(kStartCode), bytes.begin()));
   return bytes;
 }
 

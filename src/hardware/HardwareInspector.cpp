@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "hardware/HardwareReport.h"
 #include "log/LogGlobalLogger.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
@@ -81,10 +80,6 @@ int32_t HardwareInspector::getCUDANVENCVersion(int32_t gpu) const {
   const bool newDriver =
       compareVersions(infoCUDA.driverVersionMajor, infoCUDA.driverVersionMinor, kNvenc5DriverMajor, 0) >= 0;
   return newDriver || capability >= kComputeCapabilityH265 ? 5 : 4;
-}
-
-void HardwareInspector::getJSON(std::string& json) const {
-  json = HardwareReport::write(*this);
 }
 
 }  // namespace qvs

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <string>
 
+#include "platform/Guard.h"
+
 namespace qvs {
 
 uint32_t FailureLog::count(const char* label, const char* reason) {
@@ -20,16 +22,19 @@ uint32_t FailureLog::count(const char* label, const char* reason) {
 }
 
 void FailureLog::tell(LogCollector& log, const char* label, const Failure& failure) {
-  const uint32_t times = count(label, failure.reason);
   log.countTrouble();
-  if (!std::has_single_bit(times)) return;
-  std::string operation = label;
-  if (const size_t colons = operation.find("::"); colons != std::string::npos)
-    operation.replace(colons, 2, ".");
-  std::string line = fmt::format("{}[{{context}}]: {}", operation, failure.reason);
-  if (failure.number) line += fmt::format(": {}", *failure.number);
-  if (times > 1) line += fmt::format(" ({} times)", times);
-  log.log(failure.context, failure.index, failure.level, line);
+  guarded("FailureLog::tell", [&] {
+    const uint32_t times = count(label, failure.reason);
+    if (!std::has_single_bit(times)) return;
+    std::string operation = label;
+    if (const size_t colons = operation.find("::"); colons != std::string::npos) {
+      operation.replace(colons, 2, ".");
+    }
+    std::string line = fmt::format("{}[{{context}}]: {}", operation, failure.reason);
+    if (failure.number) line += fmt::format(": {}", *failure.number);
+    if (times > 1) line += fmt::format(" ({} times)", times);
+    log.log(failure.context, failure.index, failure.level, line);
+  });
 }
 
 }  // namespace qvs

@@ -19,7 +19,8 @@ struct Failure {
 };
 
 /// Tells failures without flooding the log: what one operation meets for one reason again and again is told
-/// the first time, and then each time its count has doubled. Any thread may call.
+/// the first time, and then each time its count has doubled. Any thread may call; nothing is
+/// thrown.
 class FailureLog {
  public:
   /// `label` is "Class::operation", a literal.

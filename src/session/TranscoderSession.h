@@ -7,10 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "frames/AudioFrameEncoded.h"
+#include "frames/EncodedUnits.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoFrameAncillaryData.h"
-#include "frames/VideoFrameEncoded.h"
 #include "frames/VideoOverlayFrame.h"
 #include "platform/CodedBlock.h"
 #include "platform/FreeDeleter.h"
@@ -25,8 +24,8 @@ class HardwareInspector;
 enum class PluginPath : uint32_t;
 struct TranscoderVideoDecoderCaptureInfo;
 
-/// The whole media pipeline of one stream. Runs on the caller's thread; calls on one road must not overlap,
-/// while the video and the audio road may run on two threads.
+/// The whole media pipeline of one stream. Runs on the caller's thread; calls on one side must not overlap,
+/// while the video and the audio side may run on two threads.
 ///
 /// Results are 0 for success, 0xFFFFFFFF for failure, or the number of the stage that an operation forwards
 /// to. Nothing is thrown out of an operation. Indices that name nothing fail. Pointers for results must not
@@ -149,8 +148,8 @@ class TranscoderSession : public TranscoderSessionBase {
   uint32_t videoEncoderSkipFrame(uint32_t indexEncoder, uint32_t indexBuffer, uint32_t setIndex,
                                  uint32_t frameType, uint64_t timecode);
 
-  /// Appends the units that are ready; the caller frees their bytes where `isAllocated`.
-  uint32_t videoEncoderGetEncodedFrames(uint32_t indexEncoder, std::vector<VideoFrameEncoded>& encodedFrames);
+  /// Appends the units that are ready.
+  uint32_t videoEncoderGetEncodedFrames(uint32_t indexEncoder, EncodedVideoUnits& encodedFrames);
 
   // Parameter values. Without the decoder or encoder: 0.
   uint32_t videoDecoderApplyParameters();
@@ -216,9 +215,8 @@ class TranscoderSession : public TranscoderSessionBase {
   uint32_t audioEncoderEncodeBufferStart(uint32_t indexEncoder, uint32_t indexBuffer);
   uint32_t audioEncoderResampleFrame(uint32_t indexEncoder, uint32_t indexBuffer);
 
-  /// The caller frees the bytes of `frames`.
   uint32_t audioEncoderAddSampleBuffer(uint32_t indexEncoder, uint32_t indexBuffer,
-                                       std::vector<AudioFrameEncoded>& frames);
+                                       EncodedAudioUnits& frames);
   uint32_t audioEncoderEncodeBufferDone(uint32_t indexEncoder, uint32_t indexBuffer);
 
  protected:

@@ -208,7 +208,7 @@ uint32_t TranscoderSession::resampleRendition(AudioEncoderWrapper& rendition) {
 }
 
 uint32_t TranscoderSession::audioEncoderAddSampleBuffer(uint32_t indexEncoder, uint32_t,
-                                                        std::vector<AudioFrameEncoded>& frames) {
+                                                        EncodedAudioUnits& frames) {
   constexpr const char* kLabel = "TranscoderSession::audioEncoderAddSampleBuffer";
   return forward(*this, kLabel, renditionRef(indexEncoder), [&](AudioEncoderWrapper& rendition) -> uint32_t {
     if (!rendition.encodeAudioBuffer) {
@@ -218,7 +218,7 @@ uint32_t TranscoderSession::audioEncoderAddSampleBuffer(uint32_t indexEncoder, u
     }
     // The encoder owns the block once the call has returned; after an exception it stays here.
     const uint32_t result =
-        rendition.audioEncoder->addSampleBuffer(rendition.encodeAudioBuffer.get(), frames);
+        rendition.audioEncoder->addSampleBuffer(rendition.encodeAudioBuffer.get(), frames.list());
     static_cast<void>(rendition.encodeAudioBuffer.release());
     return result;
   });

@@ -61,7 +61,7 @@ class TranscoderSessionBase : public ITranscoderSession {
   LogCollector& getLogCollector() { return logCollector; }
   ILogger* getLogger() { return &logCollector; }
 
-  /// kFailure, and a line in the session's log unless it has told the like a moment before.
+  /// kFailure; told in the session's log.
   uint32_t fail(const char* label, const Failure& failure);
 
  protected:

@@ -425,9 +425,9 @@ uint32_t TranscoderSession::videoEncoderSkipFrame(uint32_t indexEncoder, uint32_
 }
 
 uint32_t TranscoderSession::videoEncoderGetEncodedFrames(uint32_t indexEncoder,
-                                                         std::vector<VideoFrameEncoded>& encodedFrames) {
+                                                         EncodedVideoUnits& encodedFrames) {
   return forward(*this, "TranscoderSession::videoEncoderGetEncodedFrames", videoEncoderRef(indexEncoder),
-                 [&](auto& stage) { return stage.getEncodedFrames(encodedFrames); });
+                 [&](auto& stage) { return stage.getEncodedFrames(encodedFrames.list()); });
 }
 
 uint32_t TranscoderSession::videoDecoderGetFrameBGRA(uint32_t bufferIndex, uint8_t** buffer, uint32_t* len,

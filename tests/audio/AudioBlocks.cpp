@@ -1,10 +1,17 @@
 #include "AudioBlocks.h"
 
+#include <gtest/gtest.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <numbers>
+
+#include "support/AudioFile.h"
 
 namespace qvs::test {
 
@@ -84,15 +91,28 @@ std::vector<Unit> encodeAll(IAudioEncoder& encoder, const AudioClip& clip,
   return takeUnits(frames);
 }
 
+std::vector<uint8_t> joined(const std::vector<Unit>& units) {
+  std::vector<uint8_t> bytes;
+  for (const Unit& unit : units) bytes.insert(bytes.end(), unit.bytes.begin(), unit.bytes.end());
+  return bytes;
+}
+
+AudioClip decodeFile(const std::vector<uint8_t>& bytes, const std::string& ending, int64_t* start) {
+  const std::string path = testing::TempDir() + "qvs-audio-" + std::to_string(getpid()) + "." + ending;
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  const AudioFile file = readAudioFile(path);
+  AudioClip clip{file.sampleRate, file.channels, decodeWithFfmpeg(path)};
+  std::remove(path.c_str());
+  if (start != nullptr) *start = std::llround(file.packets.at(0).timecodeMs * file.sampleRate / 1000);
+  return clip;
+}
+
 double snrDb(const AudioClip& clip, const AudioClip& decoded, size_t from, size_t to) {
-  double signal = 0, noise = 0;
-  to = std::min({to, clip.length(), decoded.length()});
-  for (size_t i = from * clip.channels; i < to * clip.channels; ++i) {
-    const double error = decoded.samples[i] - clip.samples[i];
-    signal += double{1} * clip.samples[i] * clip.samples[i];
-    noise += error * error;
-  }
-  return 10 * std::log10(signal / std::max(noise, 1e-9));
+  const size_t begin = from * clip.channels,
+               end = std::min({to, clip.length(), decoded.length()}) * clip.channels;
+  return snrDb(std::span(clip.samples).subspan(begin, end - begin),
+               std::span(decoded.samples).subspan(begin, end - begin));
 }
 
 size_t peakOf(const AudioClip& clip) {

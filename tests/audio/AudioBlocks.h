@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "audio/IAudioEncoder.h"
@@ -53,6 +54,13 @@ std::vector<Unit> headersOf(IAudioEncoder& encoder);
 /// All of `sound` through the encoder in blocks of the sizes given in turn, timecodes from `start` on.
 std::vector<Unit> encodeAll(IAudioEncoder& encoder, const AudioClip& clip,
                             const std::vector<size_t>& blockSizes, uint64_t start = 0);
+
+/// All bytes behind each other.
+std::vector<uint8_t> joined(const std::vector<Unit>& units);
+
+/// What the ffmpeg command makes of the bytes of a file with that ending (aac, ogg). `start` is the time of its
+/// first packet, in samples.
+AudioClip decodeFile(const std::vector<uint8_t>& bytes, const std::string& ending, int64_t* start = nullptr);
 
 /// Signal to noise in dB of `decoded` against `sound`, samples `from` to `to` of all channels.
 double snrDb(const AudioClip& clip, const AudioClip& decoded, size_t from, size_t to);

@@ -11,7 +11,6 @@
 
 #include "AudioBlocks.h"
 #include "contract/ParameterType.h"
-#include "LibavDecoder.h"
 #include "log/LogCollector.h"
 
 namespace qvs {

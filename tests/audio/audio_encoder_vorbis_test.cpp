@@ -13,7 +13,6 @@
 
 #include "AudioBlocks.h"
 #include "contract/ParameterType.h"
-#include "LibavDecoder.h"
 #include "log/LogCollector.h"
 #include "SampleBlocks.h"
 
@@ -173,7 +172,7 @@ TEST_F(VorbisEncoder, HeadersAndFramesPlayAsOneStreamWithTheAudioInPlace) {
   const AudioClip clip = makeSweep(48000, 2, 96000);
   int64_t start = -1;
   const AudioClip decoded = decodeFile(fileOf(encodeAll(*encoder, clip, {1024})), "ogg", &start);
-  EXPECT_EQ(start, 0);
+  EXPECT_EQ(start, -128) << "of the first packet, which gives nothing; the audio starts at 0";
   EXPECT_EQ(decoded.channels, 2u);
   EXPECT_GT(decoded.length(), 96000u - 4096);
   EXPECT_GT(snrDb(clip, decoded, 0, 90000), 15.0) << "from the first sample on";

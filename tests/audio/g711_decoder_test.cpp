@@ -77,22 +77,6 @@ TEST_P(G711, BlocksAreRecordedAndAResetKeepsTheStream) {
   EXPECT_EQ(run.block().getSampleCount(), 0u) << "and none of the old sound again";
 }
 
-TEST_P(G711, ABlockThatIsTooSmallGrowsAndKeepsAllAudio) {
-  ASSERT_TRUE(run.open(file));
-  AudioSampleBuffer small;
-  small.allocBuffer(10, 1, 8000);
-  std::vector<uint8_t> bytes(5000, 0x33);
-  for (AudioSampleBuffer* block : {&small, &run.block()}) {
-    EXPECT_EQ(run.decoder().decodeFrame(bytes.data(), 0, 5000, 0, *block), 0u);
-    EXPECT_EQ(block->getSampleCount(), 5000u);
-    ASSERT_GE(block->getLen(), 10000u);
-    EXPECT_EQ(reinterpret_cast<int16_t*>(block->getBuffer())[4999], GetParam().expected(0x33));
-  }
-  AudioSampleBuffer none;
-  EXPECT_EQ(run.decoder().decodeFrame(bytes.data(), 4000, 1000, 0, none), 0u);
-  EXPECT_EQ(none.getSampleCount(), 1000u);
-}
-
 TEST_P(G711, SeveralChannelsNeverReachPastTheBlock) {
   const auto format = [](uint32_t rate, uint32_t channels) {
     std::vector<uint8_t> bytes{0};

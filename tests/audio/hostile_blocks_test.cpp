@@ -61,37 +61,6 @@ TEST(HostileBlocks, FormatsThatLieLeaveTheNextGoodBlockAlone) {
   }
 }
 
-TEST(HostileBlocks, AnySizeAndAnyJumpKeepsTheCount) {
-  std::mt19937 random(4);
-  for (const auto& [from, to] :
-       {std::pair{44100u, 48000u}, {48000u, 16000u}, {8000u, 48000u}, {48000u, 48000u}}) {
-    AudioResampler resampler;
-    setTarget(resampler, to, 2);
-    AudioSampleBuffer in, out;
-    std::vector<int16_t> samples(4096 * 2);
-    uint64_t timecode = 0, segment = 0, made = 0, wanted = 0;
-    for (int block = 0; block < 3000; ++block) {
-      const uint32_t count = 1 + random() % 4096;
-      for (int16_t& sample : samples) sample = static_cast<int16_t>(random());
-      if (random() % 10 == 0) {
-        timecode += 1 + random() % 100000;
-        wanted += (2 * segment * to + from - 1) / (2 * uint64_t{from});
-        segment = 0;
-      }
-      fillBlock(in, samples.data(), count, 2, from, timecode);
-      resampler.resample(in, out);
-      made += out.getSampleCount();
-      segment += count;
-      timecode += count;
-    }
-    wanted += (2 * segment * to + from - 1) / (2 * uint64_t{from});
-    AudioSampleBuffer tail;
-    tail.setSampleCount(0);
-    resampler.flush(tail);
-    EXPECT_EQ(made + tail.getSampleCount(), wanted) << from << " to " << to;
-  }
-}
-
 TEST(HostileBlocks, SettersOfALiveConverterDivideByNothing) {
   AudioResampler resampler;
   AudioSampleBuffer in, out;

@@ -8,9 +8,6 @@
 
 #include "audio/AudioDecoderAAC.h"
 #include "frames/AudioSampleBuffer.h"
-#ifdef QVS_COUNTS_ALLOCATIONS
-#include "support/AllocationCounter.h"
-#endif
 
 namespace {
 
@@ -153,15 +150,6 @@ TEST_F(LateAacLibrary, TakesTheFormatThatComesWithTheBlock) {
   EXPECT_EQ(out.getSampleRate(), 44100u);
   EXPECT_EQ(out.getTimecode(), 44100u);
 }
-
-#ifdef QVS_COUNTS_ALLOCATIONS
-TEST_F(LateAacLibrary, NoBlockAllocates) {
-  for (int i = 0; i < 3; ++i) feed(static_cast<uint64_t>(i) * 23);
-  const uint64_t before = test::allocationsSoFar();
-  for (int i = 3; i < 50; ++i) feed(static_cast<uint64_t>(i) * 23);
-  EXPECT_EQ(test::allocationsSoFar(), before);
-}
-#endif
 
 TEST_F(LateAacLibrary, FailuresOfTheLibraryAreTold) {
   uint8_t packet[20] = {};

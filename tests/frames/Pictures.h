@@ -16,6 +16,7 @@
 #include "frames/VideoFrameBufferSet.h"
 #include "frames/VideoOverlayFrame.h"
 #include "support/FrameSamples.h"
+#include "support/GuardedBytes.h"
 
 namespace qvs::test {
 
@@ -25,20 +26,20 @@ inline constexpr Yuv kBlue{18, 255, 117};
 inline constexpr Yuv kGreen{182, 30, 12};
 inline constexpr Yuv kBlack{0, 128, 128};
 
-inline void paint(VideoFrameBuffer& frame, Yuv colour, uint32_t left = 0, uint32_t top = 0,
+inline void paint(VideoFrameBuffer& frame, Yuv color, uint32_t left = 0, uint32_t top = 0,
                   uint32_t right = UINT32_MAX, uint32_t bottom = UINT32_MAX) {
   const Samples samples(frame);
   for (uint32_t row = top; row < std::min(bottom, frame.getHeight()); ++row) {
     for (uint32_t x = left; x < std::min(right, frame.getWidth()); ++x) {
-      samples.y(x, row) = static_cast<uint8_t>(colour.y);
-      samples.u(x, row) = static_cast<uint8_t>(colour.u);
-      samples.v(x, row) = static_cast<uint8_t>(colour.v);
+      samples.y(x, row) = static_cast<uint8_t>(color.y);
+      samples.u(x, row) = static_cast<uint8_t>(color.u);
+      samples.v(x, row) = static_cast<uint8_t>(color.v);
     }
   }
 }
 
-inline testing::AssertionResult isColour(const VideoFrameBuffer& frame, Yuv wanted, uint32_t left,
-                                         uint32_t top, uint32_t right, uint32_t bottom, int tolerance = 3) {
+inline testing::AssertionResult isColor(const VideoFrameBuffer& frame, Yuv wanted, uint32_t left,
+                                        uint32_t top, uint32_t right, uint32_t bottom, int tolerance = 3) {
   const Samples samples(frame);
   for (uint32_t row = top; row < bottom; ++row) {
     for (uint32_t x = left; x < right; ++x) {
@@ -53,8 +54,8 @@ inline testing::AssertionResult isColour(const VideoFrameBuffer& frame, Yuv want
   return testing::AssertionSuccess();
 }
 
-inline testing::AssertionResult isColour(const VideoFrameBuffer& frame, Yuv wanted) {
-  return isColour(frame, wanted, 0, 0, frame.getWidth(), frame.getHeight());
+inline testing::AssertionResult isColor(const VideoFrameBuffer& frame, Yuv wanted) {
+  return isColor(frame, wanted, 0, 0, frame.getWidth(), frame.getHeight());
 }
 
 /// A pool of one frame.
@@ -69,28 +70,21 @@ struct OneFramePool {
   VideoFrameBufferSet set;
 };
 
-/// Gives a frame storage of exactly what its format needs, between guards.
+/// Gives a frame storage of exactly what its format needs, against a page that nobody may touch.
 class Guard {
  public:
   Guard(VideoFrameBuffer& frame, uint32_t width, uint32_t height, uint32_t code)
-      : size(hostLayout(width, height, code).storageSize) {
-    base = static_cast<uint8_t*>(std::malloc(size + 2 * kGuard));
-    std::memset(base, kPattern, size + 2 * kGuard);
-    frame.setStorage(FrameMemory(base + kGuard, [memory = base](uint8_t*) { std::free(memory); }), width,
-                     height, code);
+      : bytes(std::make_shared<GuardedBytes>(hostLayout(width, height, code).storageSize)) {
+    frame.setStorage(FrameMemory(bytes->data(), [keep = bytes](uint8_t*) {}), width, height, code);
   }
-  bool isWhole() const { return untouched(0, kGuard) && untouched(kGuard + size, 2 * kGuard + size); }
-  bool isStorageUntouched() const { return untouched(kGuard, kGuard + size); }
+  bool isWhole() const { return bytes->slackIntact(); }
+  bool isStorageUntouched() const {
+    return std::all_of(bytes->data(), bytes->data() + bytes->size(),
+                       [](uint8_t byte) { return byte == GuardedBytes::kFill; });
+  }
 
  private:
-  static constexpr size_t kGuard = 1024;
-  static constexpr uint8_t kPattern = 0xA5;
-  bool untouched(size_t from, size_t to) const {
-    return std::all_of(base + from, base + to, [](uint8_t byte) { return byte == kPattern; });
-  }
-
-  size_t size;
-  uint8_t* base;
+  std::shared_ptr<GuardedBytes> bytes;
 };
 
 /// Every format of which the converter knows a name, and two that it doesn't.
@@ -105,7 +99,7 @@ inline std::string nameOf(uint32_t code) {
   return std::string(reinterpret_cast<const char*>(&code), 4);
 }
 
-/// A "BGRA" overlay of one colour.
+/// A "BGRA" overlay of one color.
 inline VideoOverlayFrame* makeOverlay(uint32_t width, uint32_t height, uint32_t bgra, uint32_t slack = 0) {
   const uint32_t stride = width * 4 + slack;
   auto* bytes = static_cast<uint8_t*>(std::malloc(size_t{stride} * height));

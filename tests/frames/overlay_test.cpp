@@ -34,17 +34,17 @@ struct OverlaidPicture {
   OneFramePool pool;
 };
 
-TEST(Overlay, IsDrawnInItsColourAtItsPlaceOnEveryFormat) {
+TEST(Overlay, IsDrawnInItsColorAtItsPlaceOnEveryFormat) {
   for (uint32_t code : {kFourCCYV12, kFourCCI420, kFourCCYV16, kFourCCNV12}) {
     SCOPED_TRACE(code);
     OverlaidPicture drawn(code);
     ASSERT_EQ(drawn.draw(makeOverlay(32, 16, kOpaqueRed, 12), 16, 8, 32, 16), kSuccess);
     const VideoFrameBuffer& frame = drawn.pool.frame();
-    EXPECT_TRUE(isColour(frame, kRed, 16, 8, 48, 24));
-    EXPECT_TRUE(isColour(frame, kGreen, 0, 0, 128, 8));
-    EXPECT_TRUE(isColour(frame, kGreen, 0, 24, 128, 64));
-    EXPECT_TRUE(isColour(frame, kGreen, 0, 8, 16, 24));
-    EXPECT_TRUE(isColour(frame, kGreen, 48, 8, 128, 24));
+    EXPECT_TRUE(isColor(frame, kRed, 16, 8, 48, 24));
+    EXPECT_TRUE(isColor(frame, kGreen, 0, 0, 128, 8));
+    EXPECT_TRUE(isColor(frame, kGreen, 0, 24, 128, 64));
+    EXPECT_TRUE(isColor(frame, kGreen, 0, 8, 16, 24));
+    EXPECT_TRUE(isColor(frame, kGreen, 48, 8, 128, 24));
   }
 }
 
@@ -52,33 +52,33 @@ TEST(Overlay, IsScaledToItsDestination) {
   OverlaidPicture drawn;
   ASSERT_EQ(drawn.draw(makeOverlay(100, 30, kOpaqueBlue), 0, 0, 40, 20, kAlignCenter | kAlignMiddle),
             kSuccess);
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kBlue, 44, 22, 84, 42));
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen, 0, 0, 44, 64));
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen, 84, 0, 128, 64));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kBlue, 44, 22, 84, 42));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kGreen, 0, 0, 44, 64));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kGreen, 84, 0, 128, 64));
 }
 
 TEST(Overlay, RightAndBottomOffsetsAreInsets) {
   OverlaidPicture drawn;
   ASSERT_EQ(drawn.draw(makeOverlay(20, 10, kOpaqueRed), 10, 6, 20, 10, kAlignRight | kAlignBottom), kSuccess);
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kRed, 98, 48, 118, 58));
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen, 118, 0, 128, 64));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kRed, 98, 48, 118, 58));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kGreen, 118, 0, 128, 64));
 }
 
 TEST(Overlay, IsClippedAtTheEdgeAndSkippedWhenLargerThanThePicture) {
   OverlaidPicture drawn;
   ASSERT_EQ(drawn.draw(makeOverlay(32, 16, kOpaqueRed), -20, -8, 32, 16), kSuccess);
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kRed, 0, 0, 12, 8));
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen, 12, 0, 128, 64));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kRed, 0, 0, 12, 8));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kGreen, 12, 0, 128, 64));
   ASSERT_EQ(drawn.draw(makeOverlay(32, 16, kOpaqueBlue), 0, 0, 130, 16), kSuccess);
   ASSERT_EQ(drawn.draw(makeOverlay(32, 16, kOpaqueBlue), 0, 0, 0, 16), kSuccess);
   ASSERT_EQ(drawn.draw(makeOverlay(32, 16, kOpaqueBlue), INT32_MAX, INT32_MIN, 32, 16, 4 + 64), kSuccess);
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen, 12, 0, 128, 64));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kGreen, 12, 0, 128, 64));
 }
 
 TEST(Overlay, ClearPixelsShowThePicture) {
   OverlaidPicture drawn;
   ASSERT_EQ(drawn.draw(makeOverlay(64, 32, kClearRed), 0, 0, 64, 32), kSuccess);
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kGreen));
 }
 
 /// The kept, converted image must never outlive the pixels, the size or the target format it was made for.
@@ -86,7 +86,7 @@ TEST(Overlay, FollowsANewImageSizeAndFormat) {
   OverlaidPicture drawn;
   VideoOverlayFrame* overlay = makeOverlay(32, 16, kOpaqueRed);
   ASSERT_EQ(drawn.draw(overlay, 0, 0, 32, 16), kSuccess);
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kRed, 0, 0, 32, 16));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kRed, 0, 0, 32, 16));
   VideoOverlayFrames& overlays = drawn.pool.set.getOverlayFrames();
 
   auto* blue = static_cast<uint8_t*>(std::malloc(32 * 16 * 4));
@@ -95,17 +95,17 @@ TEST(Overlay, FollowsANewImageSizeAndFormat) {
   EXPECT_EQ(overlay->getDstWidth(), 0u) << "a new image has no destination yet";
   overlay->setDestinationLocation(0, 0, 32, 16, 17);
   ASSERT_EQ(drawn.pool.frame().applyOverlay(overlays), kSuccess);
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kBlue, 0, 0, 32, 16));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kBlue, 0, 0, 32, 16));
 
   overlay->setDestinationLocation(64, 0, 64, 64, 17);
   ASSERT_EQ(drawn.pool.frame().applyOverlay(overlays), kSuccess);
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kBlue, 64, 0, 128, 64));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kBlue, 64, 0, 128, 64));
 
   OneFramePool pairs(128, 64, kFourCCNV12);
   paint(pairs.frame(), kGreen);
   ASSERT_EQ(pairs.frame().applyOverlay(overlays), kSuccess);
-  EXPECT_TRUE(isColour(pairs.frame(), kBlue, 64, 0, 128, 64));
-  EXPECT_TRUE(isColour(pairs.frame(), kGreen, 0, 0, 64, 64));
+  EXPECT_TRUE(isColor(pairs.frame(), kBlue, 64, 0, 128, 64));
+  EXPECT_TRUE(isColor(pairs.frame(), kGreen, 0, 0, 64, 64));
 }
 
 TEST(Overlay, SlotsAreDrawnInTheirOrder) {
@@ -118,11 +118,11 @@ TEST(Overlay, SlotsAreDrawnInTheirOrder) {
   }
   EXPECT_EQ(overlays.getFrameCount(), 2u);
   ASSERT_EQ(drawn.pool.set.applyOverlays(drawn.pool.frame(), overlays), kSuccess);
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kBlue, 0, 0, 32, 16));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kBlue, 0, 0, 32, 16));
   overlays.clearFrame(9);
   overlays.clearFrame(77);
   drawn.pool.frame().applyOverlay(overlays);
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kRed, 0, 0, 32, 16));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kRed, 0, 0, 32, 16));
   overlays.clearAllFrames();
   EXPECT_EQ(drawn.pool.frame().applyOverlay(overlays), kFailure);
   EXPECT_EQ(drawn.pool.set.applyOverlays(drawn.pool.frame(), overlays), kSuccess);
@@ -163,8 +163,8 @@ TEST(Overlay, ImagesThatTheirBytesDontCoverAreKeptAndNotDrawn) {
     EXPECT_EQ(drawn.draw(overlay, 0, 0, 32, 16), image.result);
     EXPECT_EQ(drawn.pool.frame().applyOverlay(drawn.pool.set.getOverlayFrames()), image.result);
     EXPECT_EQ(drawn.linesLogged(), image.result == 0 ? 1u : 0u) << "told once";
-    EXPECT_TRUE(isColour(drawn.pool.frame(), kGreen, 0, 0, 64, 64));
-    EXPECT_TRUE(isColour(drawn.pool.frame(), kRed, 64, 0, 80, 8)) << "the sound one beside it";
+    EXPECT_TRUE(isColor(drawn.pool.frame(), kGreen, 0, 0, 64, 64));
+    EXPECT_TRUE(isColor(drawn.pool.frame(), kRed, 64, 0, 80, 8)) << "the sound one beside it";
     overlay->convertFrameToVUYA();
     EXPECT_EQ(overlay->getBufferYUVA(), nullptr);
 
@@ -185,7 +185,7 @@ TEST(Overlay, LastRowMayEndWithItsLastPixel) {
   }
   auto* overlay = new VideoOverlayFrame(kFourCCBGRA, image, 8 + bytes, stride, 8, 32, 16);
   ASSERT_EQ(drawn.draw(overlay, 0, 0, 32, 16), kSuccess);
-  EXPECT_TRUE(isColour(drawn.pool.frame(), kRed, 0, 0, 32, 16));
+  EXPECT_TRUE(isColor(drawn.pool.frame(), kRed, 0, 0, 32, 16));
 }
 
 TEST(Overlay, BottomUpImagesStandUpright) {
@@ -199,8 +199,8 @@ TEST(Overlay, BottomUpImagesStandUpright) {
     auto* overlay = new VideoOverlayFrame(kFourCCBGRA, image, bytes, 0u - row, bytes - row, 32, 16);
     EXPECT_EQ(overlay->isTransparent(), clear);
     ASSERT_EQ(drawn.draw(overlay, 0, 0, 32, 16), kSuccess);
-    EXPECT_TRUE(isColour(drawn.pool.frame(), clear ? kGreen : kRed, 0, 0, 32, 8));
-    EXPECT_TRUE(isColour(drawn.pool.frame(), kBlue, 0, 8, 32, 16));
+    EXPECT_TRUE(isColor(drawn.pool.frame(), clear ? kGreen : kRed, 0, 0, 32, 8));
+    EXPECT_TRUE(isColor(drawn.pool.frame(), kBlue, 0, 8, 32, 16));
     EXPECT_EQ(drawn.linesLogged(), 0u);
   }
 }
@@ -244,7 +244,7 @@ TEST(Overlay, OnlyAPixelThatIsNotOpaqueMakesItTransparent) {
   EXPECT_EQ(height, 100u);
 }
 
-TEST(Overlay, VuyaCopyHasTheColours) {
+TEST(Overlay, VuyaCopyHasTheColors) {
   const std::unique_ptr<VideoOverlayFrame> overlay(makeOverlay(6, 4, kOpaqueRed, 20));
   overlay->convertFrameToVUYA();
   const uint8_t* pixel = overlay->getBufferYUVA();

@@ -81,7 +81,7 @@ TEST(Pool, TokenOutlivesItsPool) {
   paint(source, kRed);
   EXPECT_EQ((*held)->transferFrame(source, false), kSuccess);
   EXPECT_EQ(source.transferFrame(**held, false), kSuccess);
-  EXPECT_TRUE(isColour(source, kRed));
+  EXPECT_TRUE(isColor(source, kRed));
 }
 
 /// An encoder's thread drops the last reference while the server takes another.

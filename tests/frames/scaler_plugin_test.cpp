@@ -168,11 +168,11 @@ TEST_F(WithPlugin, OverlaysLookAsTheConverterDrawsThem) {
       draw(*pool, overlay, row.x, row.y, 17);
       EXPECT_EQ(overlay->getBufferYUVA() != nullptr, row.suits && pool == &byPlugin);
     }
-    EXPECT_FALSE(isColour(byPlugin.frame(), kGreen)) << "nothing was drawn";
+    EXPECT_FALSE(isColor(byPlugin.frame(), kGreen)) << "nothing was drawn";
     for (uint32_t y = 0; y < 64; ++y) {
       for (uint32_t x = 0; x < 128; ++x) {
         const Yuv wanted = Samples(byConverter.frame()).at(x, y);
-        ASSERT_TRUE(isColour(byPlugin.frame(), wanted, x, y, x + 1, y + 1, row.suits ? 2 : 0));
+        ASSERT_TRUE(isColor(byPlugin.frame(), wanted, x, y, x + 1, y + 1, row.suits ? 2 : 0));
       }
     }
   }
@@ -184,13 +184,13 @@ TEST_F(WithPlugin, OverlaysAreDrawnWhereTheAlignmentPutsThem) {
   OneFramePool plugin(320, 180, kFourCCYV12, kScaleFlagPluginOverlays), converter(320, 180, kFourCCYV12);
   draw(plugin, makeOverlay(40, 20, kOpaqueRed), 10, 0, 4 | 16);
   draw(converter, makeOverlay(40, 20, kOpaqueRed), 10, 0, 4 | 16);
-  EXPECT_TRUE(isColour(plugin.frame(), kRed, 290, 0, 320, 20));
-  EXPECT_TRUE(isColour(plugin.frame(), kGreen, 0, 0, 290, 180));
-  EXPECT_TRUE(isColour(converter.frame(), kRed, 270, 0, 310, 20));
+  EXPECT_TRUE(isColor(plugin.frame(), kRed, 290, 0, 320, 20));
+  EXPECT_TRUE(isColor(plugin.frame(), kGreen, 0, 0, 290, 180));
+  EXPECT_TRUE(isColor(converter.frame(), kRed, 270, 0, 310, 20));
 
   draw(plugin, makeOverlay(40, 20, kOpaqueRed), -20, -10, 17);
-  EXPECT_TRUE(isColour(plugin.frame(), kRed, 0, 0, 20, 10));
-  EXPECT_TRUE(isColour(plugin.frame(), kGreen, 20, 0, 320, 180));
+  EXPECT_TRUE(isColor(plugin.frame(), kRed, 0, 0, 20, 10));
+  EXPECT_TRUE(isColor(plugin.frame(), kGreen, 20, 0, 320, 180));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Nothing on a picture's road may allocate once the first pictures of a size have passed.
+// Nothing on a picture's way may allocate once the first pictures of a size have passed.
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,7 @@ namespace qvs::test {
 namespace {
 
 /// Every pair of formats in every fit keeps red red: a swap of U and V anywhere shows.
-TEST(Transfer, KeepsColoursBetweenAllFormats) {
+TEST(Transfer, KeepsColorsBetweenAllFormats) {
   const uint32_t codes[] = {kFourCCYV12, kFourCCI420, kFourCCYV16, kFourCCNV12};
   for (uint32_t from : codes) {
     for (uint32_t to : codes) {
@@ -21,9 +21,9 @@ TEST(Transfer, KeepsColoursBetweenAllFormats) {
           paint(source.frame(), kRed);
           ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
           const uint32_t bars = mode == kFitLetterbox && targetWidth == 96 ? 18 : 0;
-          EXPECT_TRUE(isColour(target.frame(), kRed, 0, bars, targetWidth, 90 - bars));
-          EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 0, targetWidth, bars));
-          EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 90 - bars, targetWidth, 90));
+          EXPECT_TRUE(isColor(target.frame(), kRed, 0, bars, targetWidth, 90 - bars));
+          EXPECT_TRUE(isColor(target.frame(), kBlack, 0, 0, targetWidth, bars));
+          EXPECT_TRUE(isColor(target.frame(), kBlack, 0, 90 - bars, targetWidth, 90));
           EXPECT_EQ(target.frame().getLocations(), 1u);
         }
       }
@@ -40,7 +40,7 @@ TEST(Transfer, ScalesBetweenPackedAndPlanar) {
   EXPECT_GE(packed.frame().getPlane(0)[0], 250) << "blue comes first";
   EXPECT_LE(packed.frame().getPlane(0)[2], 5);
   ASSERT_EQ(again.frame().transferFrame(packed.frame(), false), kSuccess);
-  EXPECT_TRUE(isColour(again.frame(), kBlue));
+  EXPECT_TRUE(isColor(again.frame(), kBlue));
 }
 
 TEST(Transfer, ReadsTheLastColumnAndRowOfOddSources) {
@@ -55,11 +55,11 @@ TEST(Transfer, ReadsTheLastColumnAndRowOfOddSources) {
       target.frame().setFitMode(mode);
       ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
       const uint32_t bars = mode == kFitLetterbox ? 14 : 0;  // 292 wide between them
-      EXPECT_TRUE(isColour(target.frame(), kGreen, bars, 0, 320 - bars, 240));
+      EXPECT_TRUE(isColor(target.frame(), kGreen, bars, 0, 320 - bars, 240));
     }
     OneFramePool same(175, 143, code);
     ASSERT_EQ(same.frame().transferFrame(source.frame(), false), kSuccess);
-    EXPECT_TRUE(isColour(same.frame(), kGreen));
+    EXPECT_TRUE(isColor(same.frame(), kGreen));
   }
 }
 
@@ -73,7 +73,7 @@ TEST(Transfer, WritesTheLastColumnAndRowOfOddTargets) {
         OneFramePool target(width, height, code);
         ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
         if (width == 1) continue;  // no chroma column of its own to scale from
-        EXPECT_TRUE(isColour(target.frame(), kGreen));
+        EXPECT_TRUE(isColor(target.frame(), kGreen));
       }
     }
   }
@@ -95,7 +95,7 @@ TEST(Transfer, BarsAreRepaintedWhenTheyMayHaveChanged) {
   const auto barsAfter = [&](bool force) {
     paint(frame, kGreen);
     EXPECT_EQ(frame.transferFrame(source.frame(), force), kSuccess);
-    EXPECT_TRUE(isColour(frame, kRed, 0, 16, 64, 48));
+    EXPECT_TRUE(isColor(frame, kRed, 0, 16, 64, 48));
     return Samples(frame).at(3, 3).y == kBlack.y;
   };
   EXPECT_TRUE(barsAfter(false)) << "first picture";
@@ -119,8 +119,8 @@ TEST(Transfer, BarsAreRepaintedWhenTheyMayHaveChanged) {
   source.frame().setDisplayHeight(32);
   paint(frame, kGreen);
   frame.transferFrame(source.frame(), false);
-  EXPECT_TRUE(isColour(frame, kBlack, 0, 0, 64, 24)) << "another display size";
-  EXPECT_TRUE(isColour(frame, kRed, 0, 24, 64, 40));
+  EXPECT_TRUE(isColor(frame, kBlack, 0, 0, 64, 24)) << "another display size";
+  EXPECT_TRUE(isColor(frame, kRed, 0, 24, 64, 40));
 }
 
 TEST(Transfer, CarriesTypeAndTimesOnly) {
@@ -171,12 +171,12 @@ TEST(Transfer, DevicePathWithoutADeviceOnlyClaims) {
   paint(target.frame(), kGreen);
   EXPECT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
   EXPECT_EQ(target.frame().getLocations(), 2u);
-  EXPECT_TRUE(isColour(target.frame(), kGreen));
+  EXPECT_TRUE(isColor(target.frame(), kGreen));
 }
 
 /// Left half red, right half blue.
-struct TwoColours : OneFramePool {
-  explicit TwoColours(uint64_t flags) : OneFramePool(128, 64, kFourCCYV12, flags) {
+struct TwoColors : OneFramePool {
+  explicit TwoColors(uint64_t flags) : OneFramePool(128, 64, kFourCCYV12, flags) {
     paint(frame(), kRed, 0, 0, 64);
     paint(frame(), kBlue, 64);
   }
@@ -186,21 +186,21 @@ TEST(Placement, RectanglesCountOnlyWithTheFlag) {
   const uint32_t leftHalf[4] = {0, 0, 64, 64};
   const uint32_t middle[4] = {16, 16, 32, 32};
   for (uint64_t flags : {uint64_t{0}, kScaleFlagPlaceOnCpu}) {
-    TwoColours source(flags);
+    TwoColors source(flags);
     OneFramePool target(64, 64, kFourCCNV12);
     paint(target.frame(), kGreen);
     target.frame().setSrcRect(leftHalf);
     target.frame().setDstRect(middle);
     ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
     if (flags != 0) {
-      EXPECT_TRUE(isColour(target.frame(), kRed, 16, 16, 48, 48));
-      EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 0, 64, 16));
-      EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 48, 64, 64));
-      EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 16, 16, 48));
-      EXPECT_TRUE(isColour(target.frame(), kBlack, 48, 16, 64, 48));
+      EXPECT_TRUE(isColor(target.frame(), kRed, 16, 16, 48, 48));
+      EXPECT_TRUE(isColor(target.frame(), kBlack, 0, 0, 64, 16));
+      EXPECT_TRUE(isColor(target.frame(), kBlack, 0, 48, 64, 64));
+      EXPECT_TRUE(isColor(target.frame(), kBlack, 0, 16, 16, 48));
+      EXPECT_TRUE(isColor(target.frame(), kBlack, 48, 16, 64, 48));
     } else {
-      EXPECT_TRUE(isColour(target.frame(), kRed, 0, 0, 24, 64));
-      EXPECT_TRUE(isColour(target.frame(), kBlue, 40, 0, 64, 64));
+      EXPECT_TRUE(isColor(target.frame(), kRed, 0, 0, 24, 64));
+      EXPECT_TRUE(isColor(target.frame(), kBlue, 40, 0, 64, 64));
     }
     target.frame().setSrcRect(nullptr);
     EXPECT_FALSE(target.frame().isSrcRect());
@@ -208,35 +208,35 @@ TEST(Placement, RectanglesCountOnlyWithTheFlag) {
 }
 
 TEST(Placement, CropGoesBeforePictureAndIntoLetterboxes) {
-  TwoColours source(kScaleFlagPlaceOnCpu);
+  TwoColors source(kScaleFlagPlaceOnCpu);
   OneFramePool target(128, 128, kFourCCYV12);
   const uint32_t crop[4] = {64, 0, 0, 0};
   target.frame().setCrop(crop);
   target.frame().setFitMode(kFitLetterbox);
   ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
-  EXPECT_TRUE(isColour(target.frame(), kBlue, 0, 32, 128, 96));
-  EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 0, 128, 32));
+  EXPECT_TRUE(isColor(target.frame(), kBlue, 0, 32, 128, 96));
+  EXPECT_TRUE(isColor(target.frame(), kBlack, 0, 0, 128, 32));
   const uint32_t padding[4] = {32, 0, 0, 64};
   target.frame().setFitMode(kFitStretch);
   target.frame().setPadding(padding);
   ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
-  EXPECT_TRUE(isColour(target.frame(), kBlue, 32, 0, 128, 64));
-  EXPECT_TRUE(isColour(target.frame(), kBlack, 0, 0, 32, 128));
-  EXPECT_TRUE(isColour(target.frame(), kBlack, 32, 64, 128, 128));
+  EXPECT_TRUE(isColor(target.frame(), kBlue, 32, 0, 128, 64));
+  EXPECT_TRUE(isColor(target.frame(), kBlack, 0, 0, 32, 128));
+  EXPECT_TRUE(isColor(target.frame(), kBlack, 32, 64, 128, 128));
 }
 
 TEST(Placement, CropToFillShowsTheMiddle) {
-  TwoColours source(kScaleFlagPlaceOnCpu);
+  TwoColors source(kScaleFlagPlaceOnCpu);
   paint(source.frame(), kGreen, 0, 0, 32);
   paint(source.frame(), kGreen, 96);
   OneFramePool target(64, 64, kFourCCYV12);
   target.frame().setFitMode(kFitCropToFill);
   ASSERT_EQ(target.frame().transferFrame(source.frame(), false), kSuccess);
-  EXPECT_TRUE(isColour(target.frame(), kRed, 0, 0, 30, 64));
-  EXPECT_TRUE(isColour(target.frame(), kBlue, 34, 0, 64, 64));
+  EXPECT_TRUE(isColor(target.frame(), kRed, 0, 0, 30, 64));
+  EXPECT_TRUE(isColor(target.frame(), kBlue, 34, 0, 64, 64));
 }
 
-/// Four colours, and where they are after a turn.
+/// Four colors, and where they are after a turn.
 struct Quarters {
   std::array<std::array<Yuv, 2>, 2> at{{{kRed, kBlue}, {kGreen, kBlack}}};
 
@@ -252,7 +252,7 @@ struct Quarters {
     for (const uint32_t row : {0u, 1u}) {
       for (const uint32_t column : {0u, 1u}) {
         const uint32_t x = left + column * (width / 2 + kMixed), y = top + row * (height / 2 + kMixed);
-        EXPECT_TRUE(isColour(frame, at[row][column], x, y, x + width / 2 - kMixed, y + height / 2 - kMixed));
+        EXPECT_TRUE(isColor(frame, at[row][column], x, y, x + width / 2 - kMixed, y + height / 2 - kMixed));
       }
     }
   }
@@ -283,7 +283,7 @@ TEST(Turn, SizesFitsAndRectanglesCountInTheShownPicture) {
       square.frame().setFitMode(kFitLetterbox);
       ASSERT_EQ(square.frame().transferFrame(source.frame(), false), kSuccess);
       shown.expectIn(square.frame(), onSide ? 20 : 0, onSide ? 0 : 20, onSide ? 80 : 120, onSide ? 120 : 80);
-      EXPECT_TRUE(isColour(square.frame(), kBlack, 0, 0, onSide ? 20 : 120, onSide ? 120 : 20));
+      EXPECT_TRUE(isColor(square.frame(), kBlack, 0, 0, onSide ? 20 : 120, onSide ? 120 : 20));
 
       source.frame().setDisplayWidth(96);  // as coded: a picture twice as high as before
       source.frame().setDisplayHeight(128);
@@ -294,7 +294,7 @@ TEST(Turn, SizesFitsAndRectanglesCountInTheShownPicture) {
       const uint32_t topRight[4] = {width / 2, 0, width / 2, height / 2};
       whole.frame().setSrcRect(topRight);
       ASSERT_EQ(whole.frame().transferFrame(source.frame(), false), kSuccess);
-      EXPECT_TRUE(isColour(whole.frame(), shown.at[0][1]));
+      EXPECT_TRUE(isColor(whole.frame(), shown.at[0][1]));
     }
   }
 }
@@ -304,16 +304,16 @@ TEST(Placement, EmptyRectanglesFailAndTouchNothing) {
       {0, 0, 0, 0}, {128, 0, 8, 8}, {0, 0, 1, 1}, {0xFFFFFFFF, 0xFFFFFFFF, 8, 8}, {5, 5, 2, 2}};
   for (const auto& rect : rows) {
     for (bool isSource : {true, false}) {
-      TwoColours source(kScaleFlagPlaceOnCpu);
+      TwoColors source(kScaleFlagPlaceOnCpu);
       OneFramePool target(128, 64, kFourCCYV12);
       paint(target.frame(), kGreen);
       isSource ? target.frame().setSrcRect(rect) : target.frame().setDstRect(rect);
       EXPECT_EQ(target.frame().transferFrame(source.frame(), false), kFailure) << rect[0] << " " << isSource;
-      EXPECT_TRUE(isColour(target.frame(), kGreen));
+      EXPECT_TRUE(isColor(target.frame(), kGreen));
     }
   }
   const uint32_t crop[4] = {100, 100, 0, 0};
-  TwoColours source(kScaleFlagPlaceOnCpu);
+  TwoColors source(kScaleFlagPlaceOnCpu);
   OneFramePool target(128, 64, kFourCCYV12);
   target.frame().setCrop(crop);
   EXPECT_EQ(target.frame().transferFrame(source.frame(), false), kFailure);

@@ -19,7 +19,7 @@ TEST(VideoFrameBuffer, KeepsStorageOfTheSameSize) {
   EXPECT_EQ(frame.allocBuffer(64, 32, kFourCCBGRA), kSuccess);
   EXPECT_EQ(frame.getBuffer(), before);
   EXPECT_EQ(frame.getFourCC(), kFourCCYV12);
-  EXPECT_TRUE(isColour(frame, kRed));
+  EXPECT_TRUE(isColor(frame, kRed));
   EXPECT_EQ(frame.allocBuffer(32, 64), kSuccess);
   EXPECT_EQ(frame.getFourCC(), kFourCCYV12);
   EXPECT_EQ(frame.getHeight(), 64u);
@@ -72,7 +72,7 @@ TEST(VideoFrameBuffer, BlackFillStaysInsideEveryFormatsStorage) {
       frame.blackFill();
       EXPECT_TRUE(guard.isWhole());
       if (code == kFourCCYV12 || code == kFourCCNV12 || code == kFourCCYV16) {
-        EXPECT_TRUE(isColour(frame, kBlack));
+        EXPECT_TRUE(isColor(frame, kBlack));
       }
     }
   }
@@ -206,7 +206,7 @@ TEST(VideoFrameBuffer, AsksItsDevicePictureForWhatIsMissing) {
   EXPECT_EQ(record.frameCUDA.four_cc, kFourCCNV12);
 }
 
-TEST(VideoFrameBuffer, PreviewsTakeTheAspectAndTheColour) {
+TEST(VideoFrameBuffer, PreviewsTakeTheAspectAndTheColor) {
   VideoFrameBuffer frame;
   frame.allocBuffer(1280, 720, kFourCCYV12);
   frame.setTimecode(42);
@@ -243,7 +243,7 @@ TEST(VideoFrameBuffer, PreviewsOfNothingFailWithoutMemory) {
   EXPECT_EQ(buffer, nullptr);
 }
 
-TEST(VideoFrameBuffer, CopiesToNV12AndBackKeepTheColour) {
+TEST(VideoFrameBuffer, CopiesToNV12AndBackKeepTheColor) {
   for (uint32_t code : {kFourCCYV12, kFourCCI420}) {
     VideoFrameBuffer planar, pairs, again;
     planar.allocBuffer(66, 34, code);
@@ -251,9 +251,9 @@ TEST(VideoFrameBuffer, CopiesToNV12AndBackKeepTheColour) {
     again.allocBuffer(66, 34, code);
     paint(planar, kRed);
     ASSERT_EQ(planar.copyYV12toNV12(pairs), kSuccess);
-    EXPECT_TRUE(isColour(pairs, kRed));
+    EXPECT_TRUE(isColor(pairs, kRed));
     ASSERT_EQ(pairs.copyNV12toYV12(again), kSuccess);
-    EXPECT_TRUE(isColour(again, kRed));
+    EXPECT_TRUE(isColor(again, kRed));
   }
 }
 

@@ -8,7 +8,7 @@
 
 namespace qvs::test {
 
-/// A colour in 8-bit YUV, whatever the picture keeps.
+/// A color in 8-bit YUV, whatever the picture keeps.
 struct Yuv {
   int y, u, v;
 };

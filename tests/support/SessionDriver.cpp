@@ -183,7 +183,6 @@ void SessionDriver::takeUnits(uint32_t rung) {
     } else {
       kept[rung].push_back(encodedUnit(unit));
     }
-    if (unit.isAllocated()) std::free(unit.getBuffer());
   }
 }
 

@@ -129,8 +129,8 @@ class SessionDriver {
   uint64_t timecodeOfDecoded = 0;
   uint64_t packets = 0;
   TranscoderVideoDecoderFrameInfo info;
-  std::vector<uint32_t> targets;           ///< by rung
-  std::vector<VideoFrameEncoded> encoded;  ///< this and the next: kept between packets for their storage
+  std::vector<uint32_t> targets;  ///< by rung
+  EncodedVideoUnits encoded;      ///< this and the next: kept between packets for their storage
   std::vector<VideoFrameAncillaryData> ancillaryData;
   std::vector<std::vector<EncodedUnit>> kept;  ///< by rung
 };

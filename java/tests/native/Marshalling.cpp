@@ -4,6 +4,7 @@
 #include <map>
 #include <variant>
 
+#include "frames/EncodedUnits.h"
 #include "session/jni/DecodeReport.h"
 #include "session/jni/Packets.h"
 #include "session/jni/Parameters.h"
@@ -123,14 +124,18 @@ extern "C" JNIEXPORT jboolean JNICALL Java_com_zarvo_qvs_transcoder_test_Marshal
   return reportDecode(env, frameInfo, info, ancillary) ? JNI_TRUE : JNI_FALSE;
 }
 
-/// Adds a packet of video, one without bytes that is passed over, and a packet of audio.
+/// Adds a packet of video, one without bytes that is passed over, one whose bytes are the Java array, and a
+/// packet of audio.
 extern "C" JNIEXPORT void JNICALL Java_com_zarvo_qvs_transcoder_test_Marshalling_packets(JNIEnv* env, jclass,
-                                                                                         jobject list) {
-  OwnedFrames<VideoFrameEncoded> video;
-  video.frames.emplace_back(bytesOf("video"), 5, 1ull << 40, -40, 3, true);
-  video.frames.emplace_back(nullptr, 5, 1, 1, true);
-  addPackets(env, list, video.frames);
-  OwnedFrames<AudioFrameEncoded> audio;
-  audio.frames.emplace_back(bytesOf("sound"), 5, 48000, 2, 44100);
-  addPackets(env, list, audio.frames);
+                                                                                         jobject list,
+                                                                                         jbyteArray array) {
+  EncodedVideoUnits video;
+  video.list().emplace_back(bytesOf("video"), 5, 1ull << 40, -40, 3, true);
+  video.list().emplace_back(nullptr, 5, 1, 1, true);
+  video.list().emplace_back(nullptr, 3, 7, 1, false);
+  video.list().back().setJBuffer(array);
+  addPackets(env, list, video);
+  EncodedAudioUnits audio;
+  audio.list().emplace_back(bytesOf("sound"), 5, 48000, 2, 44100);
+  addPackets(env, list, audio);
 }

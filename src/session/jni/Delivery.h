@@ -7,10 +7,10 @@ namespace qvs {
 
 /// Appends the units to a Java list: `result`, or -1 when it ended early. Packets that Java didn't get are
 /// told.
-template <typename Frame>
-jlong deliver(JNIEnv* env, TranscoderSession& session, const char* label, jobject list,
-              std::vector<Frame>& frames, uint32_t result) {
-  switch (addPackets(env, list, frames)) {
+template <typename Units>
+jlong deliver(JNIEnv* env, TranscoderSession& session, const char* label, jobject list, const Units& units,
+              uint32_t result) {
+  switch (addPackets(env, list, units)) {
     case PacketsAdded::kAll:
       return result;
     case PacketsAdded::kNone:

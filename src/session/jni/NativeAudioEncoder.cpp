@@ -102,11 +102,10 @@ QVS_NATIVE(audioEncoderAddSampleBuffer)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jlong indexBuffer, jobject encodedFrames) {
   return withSession(
       QVS_LABEL(audioEncoderAddSampleBuffer), classPtr, [&](TranscoderSession& session) -> jlong {
-        OwnedFrames<AudioFrameEncoded> owned;
+        EncodedAudioUnits units;
         const uint32_t result = session.audioEncoderAddSampleBuffer(
-            static_cast<uint32_t>(indexEncoder), static_cast<uint32_t>(indexBuffer), owned.frames);
-        return deliver(env, session, QVS_LABEL(audioEncoderAddSampleBuffer), encodedFrames, owned.frames,
-                       result);
+            static_cast<uint32_t>(indexEncoder), static_cast<uint32_t>(indexBuffer), units);
+        return deliver(env, session, QVS_LABEL(audioEncoderAddSampleBuffer), encodedFrames, units, result);
       });
 }
 

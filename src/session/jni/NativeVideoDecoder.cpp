@@ -6,8 +6,8 @@
 #include "session/jni/Parameters.h"
 #include "session/jni/Pictures.h"
 #include "session/jni/records/CaptureRecords.h"
-#include "session/jni/SessionParameters.h"
 #include "session/jni/StreamContext.h"
+#include "session/SessionParameters.h"
 
 using namespace qvs;
 

@@ -7,8 +7,8 @@
 #include "session/jni/Holders.h"
 #include "session/jni/NativeEntry.h"
 #include "session/jni/Parameters.h"
-#include "session/jni/SessionParameters.h"
 #include "session/jni/StreamContext.h"
+#include "session/SessionParameters.h"
 
 using namespace qvs;
 
@@ -84,7 +84,7 @@ QVS_NATIVE(videoEncoderApplyParameters)(JNIEnv*, jobject, jlong classPtr, jlong 
 QVS_NATIVE(videoEncoderSetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
   const auto set = [&](TranscoderSession& session) {
-    VideoEncoderParameters encoder(session, indexEncoder);
+    VideoEncoderParameters encoder(session, static_cast<uint32_t>(indexEncoder));
     return setParameters(env, session, QVS_LABEL(videoEncoderSetParameterValues), parametersArr, &encoder,
                          {});
   };
@@ -94,7 +94,7 @@ QVS_NATIVE(videoEncoderSetParameterValues)
 QVS_NATIVE(videoEncoderGetParameterValues)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobjectArray parametersArr) {
   const auto get = [&](TranscoderSession& session) {
-    VideoEncoderParameters encoder(session, indexEncoder);
+    VideoEncoderParameters encoder(session, static_cast<uint32_t>(indexEncoder));
     return getParameters(env, session, QVS_LABEL(videoEncoderGetParameterValues), parametersArr, &encoder,
                          {});
   };
@@ -132,11 +132,10 @@ QVS_NATIVE(videoEncoderGetEncodedFrames)
 (JNIEnv* env, jobject, jlong classPtr, jlong indexEncoder, jobject encodedFrames) {
   return withSession(
       QVS_LABEL(videoEncoderGetEncodedFrames), classPtr, [&](TranscoderSession& session) -> jlong {
-        OwnedFrames<VideoFrameEncoded> owned;
+        EncodedVideoUnits units;
         const uint32_t result =
-            session.videoEncoderGetEncodedFrames(static_cast<uint32_t>(indexEncoder), owned.frames);
+            session.videoEncoderGetEncodedFrames(static_cast<uint32_t>(indexEncoder), units);
         if (result != kSuccess) return result;
-        return deliver(env, session, QVS_LABEL(videoEncoderGetEncodedFrames), encodedFrames, owned.frames,
-                       result);
+        return deliver(env, session, QVS_LABEL(videoEncoderGetEncodedFrames), encodedFrames, units, result);
       });
 }

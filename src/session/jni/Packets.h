@@ -2,7 +2,7 @@
 
 #include <jni.h>
 
-#include <vector>
+#include <span>
 
 #include "frames/AudioFrameEncoded.h"
 #include "frames/VideoFrameEncoded.h"
@@ -13,26 +13,15 @@ namespace qvs {
 inline constexpr uint32_t kPacketTypeAudio = 8;
 inline constexpr uint32_t kPacketTypeVideo = 9;
 
-/// Coded units on their way to Java; their bytes are freed with it.
-template <typename Frame>
-class OwnedFrames {
- public:
-  OwnedFrames() = default;
-  ~OwnedFrames();
-  OwnedFrames(const OwnedFrames&) = delete;
-  OwnedFrames& operator=(const OwnedFrames&) = delete;
-
-  std::vector<Frame> frames;
-};
-
 enum class PacketsAdded {
   kAll,
   kNone,  ///< a list or class that can't be used: the list is as it was
   kSome,  ///< memory failed, or the list refused by an exception, which stays pending
 };
 
-/// Appends one packet per unit to a Java list, each with a copy of the bytes.
-PacketsAdded addPackets(JNIEnv* env, jobject list, std::vector<VideoFrameEncoded>& frames);
-PacketsAdded addPackets(JNIEnv* env, jobject list, std::vector<AudioFrameEncoded>& frames);
+/// Appends one packet per unit to a Java list, with a copy of the bytes, or with the Java array itself that an
+/// encoder wrote to.
+PacketsAdded addPackets(JNIEnv* env, jobject list, std::span<const VideoFrameEncoded> units);
+PacketsAdded addPackets(JNIEnv* env, jobject list, std::span<const AudioFrameEncoded> units);
 
 }  // namespace qvs

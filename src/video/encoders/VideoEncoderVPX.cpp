@@ -141,7 +141,7 @@ void VideoEncoderVPX::writeSignalColor() {
   if (colorSpace > VPX_CS_BT_2020 || colorRange > VPX_CR_FULL_RANGE) {
     getLogger()->warn(
         kLogContextVideoEncoder, static_cast<int>(sessionIndex),
-        fmt::format("VideoEncoderVPX.initialize[{{context}}]: no colour space {} and range {}: none is told",
+        fmt::format("VideoEncoderVPX.initialize[{{context}}]: no color space {} and range {}: none is told",
                     colorSpace, colorRange));
     return;
   }

@@ -180,7 +180,7 @@ void TestPicture::randomize(uint32_t seed) {
   }
   for (int c = 0; c < (kind.alpha ? 4 : 3); ++c) {
     for (uint32_t y = 0; y < rows(c); ++y) {
-      for (uint32_t x = 0; x < columns(c); ++x) set(c, x, y, random() & max(c));
+      for (uint32_t x = 0; x < columns(c); ++x) set(c, x, y, static_cast<uint32_t>(random()) & max(c));
     }
   }
 }

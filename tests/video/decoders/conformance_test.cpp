@@ -19,6 +19,7 @@ extern "C" {
 #include "support/Md5.h"
 #include "support/SessionDriver.h"
 #include "video/decoders/DecoderHarness.h"
+#include "video/decoders/VideoDecoderVPX.h"
 
 namespace qvs::test {
 namespace {
@@ -149,6 +150,7 @@ Row decodeFile(const std::filesystem::path& path, MediaStream& stream, bool comp
   if (compare) reference = std::make_unique<ReferencePictures>(path);
   auto decoder = makeDecoder(stream.getCodec(), true, stream.getCodecVersion());
   decoder->setParameterValue(0, int64_t{0});
+  if (stream.getCodec() == 8) decoder->setParameterValue(VideoDecoderVPX::kKeyConvertFormats, int64_t{1});
   DecoderHarness harness(*decoder, [&](VideoFrameBuffer& frame) {
     const MediaBytes bytes = i420Bytes(frame);
     sum.add(bytes);

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <deque>
 #include <new>
-#include <random>
 
 #include "bufstream/ParameterSets.h"
 #include "contract/DecodeFlags.h"
@@ -241,28 +240,6 @@ TEST(DecoderDriver, SetsTheH264BackEndUpOnceAndReplacesSetsLater) {
   H264 refused;
   refused.fake.states = {0, PARSE_DONE_FLAG};
   EXPECT_EQ(refused.configure(avcRecord()), static_cast<uint32_t>(-2));
-}
-
-TEST(DecoderDriver, ReadsRecordsOfEveryLength) {
-  std::mt19937 random(1);
-  const MediaBytes avc = avcRecord();
-  const MediaBytes hevc = makeHevcRecord({{0x40, 1}, {0x42, 1, 2}, {0x44, 1, 3}});
-  for (size_t len = 0; len <= 64; ++len) {
-    for (int round = 0; round < 40; ++round) {
-      // An own block to the byte, so that a read behind it is seen.
-      MediaBytes noise(len);
-      for (uint8_t& byte : noise) byte = static_cast<uint8_t>(round % 2 ? random() : random() % 8);
-      MediaBytes cutAvc(avc.begin(), avc.begin() + static_cast<ptrdiff_t>(std::min(len, avc.size())));
-      MediaBytes cutHevc(hevc.begin(), hevc.begin() + static_cast<ptrdiff_t>(std::min(len, hevc.size())));
-      for (const MediaBytes& record : {noise, cutAvc, cutHevc}) {
-        H264 h264;
-        h264.fake.states = {0, kSetUpDone};
-        EXPECT_EQ(h264.configure(MediaBytes(record.begin(), record.end())), 0u);
-        H265 h265;
-        EXPECT_EQ(h265.configure(MediaBytes(record.begin(), record.end())), 0u);
-      }
-    }
-  }
 }
 
 TEST(DecoderDriver, GivesAUnitUpAfterAHundredRounds) {

@@ -8,7 +8,7 @@
 #include "contract/StageIds.h"
 #include "frames/geometry/ChromaOrder.h"
 #include "session/TranscoderSession.h"
-#include "video/decoders/DecoderRoad.h"
+#include "video/decoders/DecoderRun.h"
 #include "video/decoders/UnitStream.h"
 #include "video/decoders/VideoDecoderBufferStream.h"
 
@@ -36,7 +36,7 @@ INSTANTIATE_TEST_SUITE_P(Codecs, EachCodec, testing::ValuesIn(kAllCodecs));
 
 TEST_P(EachCodec, GivesEachPictureInTheCallThatBringsItsUnit) {
   UnitStream stream = makeUnitStream(setupOf(GetParam()));
-  DecoderRoad run(GetParam());
+  DecoderRun run(GetParam());
   run.harness.config(stream.config);
   for (size_t i = 0; i < stream.units.size(); ++i) {
     MediaUnit& unit = stream.units[i];
@@ -52,11 +52,11 @@ TEST_P(EachCodec, GivesEachPictureInTheCallThatBringsItsUnit) {
   EXPECT_EQ(run.pictures[0].frameType, 1u);
 }
 
-TEST_P(EachCodec, KeepsColoursByTheLabelOfTheTarget) {
+TEST_P(EachCodec, KeepsColorsByTheLabelOfTheTarget) {
   UnitStream stream = makeUnitStream(setupOf(GetParam(), 2));
   MediaBytes first;
   for (const uint32_t fourCC : {kFourCCYV12, kFourCCI420, kFourCCNV12}) {
-    DecoderRoad run(GetParam());
+    DecoderRun run(GetParam());
     MediaBytes u, v;
     DecoderHarness harness(*run.decoder, [&](VideoFrameBuffer& frame) {
       const bool paired = fourCC == kFourCCNV12;
@@ -80,10 +80,10 @@ TEST_P(EachCodec, SurvivesLossAndIsRightAgainFromTheNextKeyFrame) {
   CodedSetup setup = setupOf(GetParam(), 30);
   setup.keyInterval = 10;
   UnitStream stream = makeUnitStream(setup);
-  DecoderRoad whole(GetParam());
+  DecoderRun whole(GetParam());
   whole.feed(stream);
   whole.harness.drain();
-  DecoderRoad torn(GetParam());
+  DecoderRun torn(GetParam());
   torn.harness.config(stream.config);
   for (size_t i = 0; i < stream.units.size(); ++i) {
     MediaUnit unit = stream.units[i];
@@ -96,7 +96,7 @@ TEST_P(EachCodec, SurvivesLossAndIsRightAgainFromTheNextKeyFrame) {
   const bool waits = GetParam() == 7 || GetParam() == 11 || GetParam() == 12;
   EXPECT_EQ(torn.pictures.front().timecode, 1000u + 40 * (waits ? 10 : 1));
   EXPECT_GT(torn.harness.getCounts().concealed + torn.harness.getCounts().refused, 0u);
-  const auto from = [](const DecoderRoad& run, uint64_t time) {
+  const auto from = [](const DecoderRun& run, uint64_t time) {
     std::vector<MediaBytes> pictures;
     for (const Picture& picture : run.pictures) {
       if (picture.timecode >= time) pictures.push_back(picture.bytes);
@@ -114,7 +114,7 @@ TEST_P(EachCodec, FollowsASizeChangeAndTimesThatJumpBack) {
   setup.height = 288;
   setup.sets = true;
   UnitStream large = makeUnitStream(setup);
-  DecoderRoad run(GetParam());
+  DecoderRun run(GetParam());
   run.feed(small);
   // Where the header is not part of the stream it reaches a decoder inside the first unit of the new size.
   if (GetParam() == 10 || GetParam() == 11)
@@ -150,7 +150,7 @@ TEST(DecoderStreams, PutTimesBackInOrderWhereFramesAreReordered) {
     CodedSetup setup = setupOf(codec, 16);
     setup.bFrames = 2;
     UnitStream stream = makeUnitStream(setup);
-    DecoderRoad run(codec);
+    DecoderRun run(codec);
     run.feed(stream);
     EXPECT_LT(run.pictures.size(), 16u);
     run.harness.drain();
@@ -173,19 +173,19 @@ TEST(DecoderStreams, SetUpH263AndSorensonWithoutConfiguration) {
       const MediaBytes* record;
       uint32_t result;
       uint32_t width;
-    } roads[] = {{"none", nullptr, 0, 0},
-                 {"empty", &stream.config, 0, 0},
-                 {"first picture", &first, 0, 176},
-                 {"rubbish", &rubbish, static_cast<uint32_t>(-2), 0}};
-    for (const auto& road : roads) {
-      SCOPED_TRACE(road.what);
-      DecoderRoad run(codec);
-      if (road.record != nullptr) run.harness.config(*road.record);
-      EXPECT_EQ(run.harness.getConfigResult(), road.result);
-      EXPECT_EQ(run.decoder->getFrameWidth(), road.width);
+    } setUps[] = {{"none", nullptr, 0, 0},
+                  {"empty", &stream.config, 0, 0},
+                  {"first picture", &first, 0, 176},
+                  {"rubbish", &rubbish, static_cast<uint32_t>(-2), 0}};
+    for (const auto& setUp : setUps) {
+      SCOPED_TRACE(setUp.what);
+      DecoderRun run(codec);
+      if (setUp.record != nullptr) run.harness.config(*setUp.record);
+      EXPECT_EQ(run.harness.getConfigResult(), setUp.result);
+      EXPECT_EQ(run.decoder->getFrameWidth(), setUp.width);
       // Behind a refused header the units come without a type, which would announce them.
       for (MediaUnit& unit : stream.units)
-        run.harness.feed(unit.bytes, unit.timecode, road.result == 0 ? unit.frameType : 0);
+        run.harness.feed(unit.bytes, unit.timecode, setUp.result == 0 ? unit.frameType : 0);
       run.harness.drain();
       EXPECT_EQ(run.pictures.size(), 3u);
     }
@@ -196,7 +196,7 @@ TEST(DecoderStreams, TellSizeAndRateWithTheConfiguration) {
   for (const uint32_t codec : {7u, 10u, 11u}) {
     SCOPED_TRACE(codec);
     UnitStream stream = makeUnitStream(setupOf(codec, 2));
-    DecoderRoad run(codec);
+    DecoderRun run(codec);
     run.harness.config(stream.config);
     EXPECT_EQ(run.harness.getConfigResult(), 0u);
     EXPECT_EQ(run.decoder->getFrameWidth(), 176u);
@@ -208,7 +208,7 @@ TEST(DecoderStreams, TellSizeAndRateWithTheConfiguration) {
     for (MediaUnit& unit : stream.units)
       EXPECT_EQ(run.harness.feed(unit.bytes, 0, 1) & DecodeFlagInfoUpdated, 0u);
     if (codec == 7) continue;  // its record has a form of its own
-    DecoderRoad other(codec);
+    DecoderRun other(codec);
     other.harness.config(MediaBytes(20, 0x11));
     EXPECT_EQ(other.harness.getConfigResult(), static_cast<uint32_t>(-2));
   }
@@ -218,7 +218,7 @@ TEST(DecoderStreams, ReportRefusedUnitsWithoutAPicture) {
   for (const uint32_t codec : {7u, 12u}) {
     SCOPED_TRACE(codec);
     UnitStream stream = makeUnitStream(setupOf(codec, 2));
-    DecoderRoad run(codec);  // no parameter sets ever come
+    DecoderRun run(codec);  // no parameter sets ever come
     const uint32_t status = run.harness.feed(stream.units[1].bytes, 0, 2);
     EXPECT_EQ(status,
               DecodeFlagInputDone | DecodeFlagPictureDone | DecodeFlagFrameNotReady | DecodeFlagFrameError);
@@ -246,7 +246,7 @@ TEST(DecoderStreams, DeinterlaceInterlacedPicturesAlone) {
     CodedSetup setup = setupOf(codec, 8);
     setup.interlaced = true;
     UnitStream stream = makeUnitStream(setup);
-    DecoderRoad woven(codec, 0), single(codec, 1);
+    DecoderRun woven(codec, 0), single(codec, 1);
     woven.feed(stream);
     single.feed(stream);
     ASSERT_GE(woven.pictures.size(), 7u);
@@ -259,7 +259,7 @@ TEST(DecoderStreams, DeinterlaceInterlacedPicturesAlone) {
 
     setup.interlaced = false;
     UnitStream whole = makeUnitStream(setup);
-    DecoderRoad plain(codec, 0), asked(codec, 1);
+    DecoderRun plain(codec, 0), asked(codec, 1);
     plain.feed(whole);
     asked.feed(whole);
     for (size_t i = 0; i < plain.pictures.size(); ++i)
@@ -280,7 +280,7 @@ TEST(DecoderStreams, DoubleRateGivesEachFieldHalfAFrameApart) {
     CodedSetup setup = setupOf(codec, 6);
     setup.interlaced = true;
     UnitStream stream = makeUnitStream(setup);
-    DecoderRoad run(codec, 1);
+    DecoderRun run(codec, 1);
     run.decoder->setParameterValue(1, int64_t{1});
     VideoFrameBuffer second;
     DecoderHarness harness(*run.decoder, [&](VideoFrameBuffer& frame) {

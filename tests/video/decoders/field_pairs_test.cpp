@@ -6,7 +6,7 @@
 #include <random>
 
 #include "contract/DecodeFlags.h"
-#include "video/decoders/DecoderRoad.h"
+#include "video/decoders/DecoderRun.h"
 #include "video/decoders/FieldStream.h"
 
 namespace qvs::test {
@@ -62,8 +62,8 @@ void expectSoundStatus(uint32_t status) {
   EXPECT_EQ((status & DecodeFlagFrameNotReady) != 0, refused) << std::hex << status;
 }
 
-struct FieldRoad : DecoderRoad {
-  using DecoderRoad::DecoderRoad;
+struct FieldRun : DecoderRun {
+  using DecoderRun::DecoderRun;
 
   void feed(std::vector<MediaUnit> units) {
     for (MediaUnit& unit : units) expectSoundStatus(harness.feed(unit.bytes, unit.timecode, unit.frameType));
@@ -71,9 +71,9 @@ struct FieldRoad : DecoderRoad {
 };
 
 /// The pictures from a time on are those of a stream.
-void expectRightFrom(uint32_t pair, const FieldRoad& road, const FieldStream& stream) {
+void expectRightFrom(uint32_t pair, const FieldRun& run, const FieldStream& stream) {
   std::vector<uint64_t> times, expected;
-  for (const Picture& picture : road.pictures) {
+  for (const Picture& picture : run.pictures) {
     if (picture.timecode < timeOf(pair)) continue;
     times.push_back(picture.timecode);
     const auto number = static_cast<size_t>((picture.timecode - 1000) / 40);
@@ -144,14 +144,14 @@ INSTANTIATE_TEST_SUITE_P(Streams, FieldPairs,
                          });
 
 TEST_P(FieldPairs, WeaveIntoFrames) {
-  FieldRoad road(setup().codec);
-  road.harness.config(stream.config);
-  EXPECT_EQ(road.harness.getConfigResult(), 0u);
-  road.feed(pack(stream.fields, packing()));
-  road.harness.drain();
-  expectRightFrom(0, road, stream);
-  for (const Picture& picture : road.pictures) EXPECT_EQ(picture.flags, setup().bottomFirst ? 6u : 2u);
-  EXPECT_EQ(road.harness.getCounts().concealed + road.harness.getCounts().refused, 0u);
+  FieldRun run(setup().codec);
+  run.harness.config(stream.config);
+  EXPECT_EQ(run.harness.getConfigResult(), 0u);
+  run.feed(pack(stream.fields, packing()));
+  run.harness.drain();
+  expectRightFrom(0, run, stream);
+  for (const Picture& picture : run.pictures) EXPECT_EQ(picture.flags, setup().bottomFirst ? 6u : 2u);
+  EXPECT_EQ(run.harness.getCounts().concealed + run.harness.getCounts().refused, 0u);
 }
 
 TEST_P(FieldPairs, AreRightAgainFromTheKeyFrameBehindDamage) {
@@ -159,25 +159,25 @@ TEST_P(FieldPairs, AreRightAgainFromTheKeyFrameBehindDamage) {
     SCOPED_TRACE(damage.name);
     Fields fields = stream.fields;
     damage.apply(fields);
-    FieldRoad road(setup().codec);
-    road.harness.config(stream.config);
-    road.feed(pack(fields, packing()));
-    road.harness.drain();
-    expectRightFrom(damage.rightFrom, road, stream);
+    FieldRun run(setup().codec);
+    run.harness.config(stream.config);
+    run.feed(pack(fields, packing()));
+    run.harness.drain();
+    expectRightFrom(damage.rightFrom, run, stream);
     // One field more or less hurts the pictures up to there but stops none, and is told of.
     const bool oneField =
         fields.size() + 1 == stream.fields.size() || fields.size() == stream.fields.size() + 1;
     if (setup().codec == 11 && oneField) {
-      EXPECT_GE(road.pictures.size(), setup().pairs - 1);
-      EXPECT_EQ(road.harness.getCounts().concealed, 1u);
+      EXPECT_GE(run.pictures.size(), setup().pairs - 1);
+      EXPECT_EQ(run.harness.getCounts().concealed, 1u);
     }
     // Nothing is shown that was made from pictures which never came.
     if (fields.front().pair != 0) {
-      EXPECT_EQ(road.timecodes().front(), timeOf(damage.rightFrom));
+      EXPECT_EQ(run.timecodes().front(), timeOf(damage.rightFrom));
     }
     // Where half of a key frame is lost, H.264 orders the pictures of both sequences by one count.
     if (damage.rightFrom != 6) continue;
-    const auto times = road.timecodes();
+    const auto times = run.timecodes();
     EXPECT_TRUE(std::is_sorted(times.begin(), times.end())) << testing::PrintToString(times);
   }
 }
@@ -187,11 +187,11 @@ TEST_P(FieldPairs, KeepTimesThatJumpBackToAFrame) {
   std::vector<uint64_t> times;
   for (uint32_t pair = 0; pair < setup().pairs; ++pair) times.push_back(timeOf(pair) - (pair >= 9 ? 320 : 0));
   for (MediaUnit& unit : units) unit.timecode -= unit.timecode >= timeOf(9) ? 320 : 0;
-  FieldRoad road(setup().codec);
-  road.harness.config(stream.config);
-  road.feed(units);
-  road.harness.drain();
-  EXPECT_THAT(road.timecodes(), ElementsAreArray(times));
+  FieldRun run(setup().codec);
+  run.harness.config(stream.config);
+  run.feed(units);
+  run.harness.drain();
+  EXPECT_THAT(run.timecodes(), ElementsAreArray(times));
 }
 
 TEST_P(FieldPairs, AreDeinterlacedThroughDamage) {
@@ -200,30 +200,30 @@ TEST_P(FieldPairs, AreDeinterlacedThroughDamage) {
       SCOPED_TRACE(damage.name);
       Fields fields = stream.fields;
       damage.apply(fields);
-      FieldRoad road(setup().codec, 1);
-      road.decoder->setParameterValue(1, int64_t{doubled});
+      FieldRun run(setup().codec, 1);
+      run.decoder->setParameterValue(1, int64_t{doubled});
       VideoFrameBuffer second;
-      DecoderHarness harness(*road.decoder, [&](VideoFrameBuffer& frame) {
-        road.keep(frame);
+      DecoderHarness harness(*run.decoder, [&](VideoFrameBuffer& frame) {
+        run.keep(frame);
         EXPECT_EQ(frame.getFlags(), 0u);
         if (!doubled) return;
         second.allocBuffer(frame.getWidth(), frame.getHeight(), frame.getFourCC());
-        EXPECT_EQ(road.decoder->getDecodedFrame(second), 0u);
+        EXPECT_EQ(run.decoder->getDecodedFrame(second), 0u);
         EXPECT_GE(second.getTimecode(), frame.getTimecode());
       });
       harness.config(stream.config);
       for (MediaUnit& unit : pack(fields, packing())) harness.feed(unit.bytes, unit.timecode, unit.frameType);
       harness.drain();
-      EXPECT_GE(road.pictures.size(), setup().pairs - damage.rightFrom);
-      EXPECT_EQ(road.pictures.back().timecode, timeOf(setup().pairs - 1));
+      EXPECT_GE(run.pictures.size(), setup().pairs - damage.rightFrom);
+      EXPECT_EQ(run.pictures.back().timecode, timeOf(setup().pairs - 1));
     }
   }
 }
 
 TEST_P(FieldPairs, SurviveDisorderAndFlippedBits) {
   std::mt19937 random(3);
-  FieldRoad road(setup().codec);
-  road.harness.config(stream.config);
+  FieldRun run(setup().codec);
+  run.harness.config(stream.config);
   for (int round = 0; round < 60; ++round) {
     Fields fields = stream.fields;
     for (int change = 0; change < 4; ++change) {
@@ -235,11 +235,11 @@ TEST_P(FieldPairs, SurviveDisorderAndFlippedBits) {
         field.bytes[random() % field.bytes.size()] ^= static_cast<uint8_t>(1u << random() % 8);
       if (round % 3 == 2) field.bytes.resize(random() % field.bytes.size() + 1);
     }
-    for (MediaUnit& unit : pack(fields, packing())) road.harness.feed(unit.bytes, 0, unit.frameType);
+    for (MediaUnit& unit : pack(fields, packing())) run.harness.feed(unit.bytes, 0, unit.frameType);
   }
-  road.feed(pack(stream.fields, packing()));
-  road.harness.drain();
-  expectRightFrom(6, road, stream);
+  run.feed(pack(stream.fields, packing()));
+  run.harness.drain();
+  expectRightFrom(6, run, stream);
 }
 
 }  // namespace

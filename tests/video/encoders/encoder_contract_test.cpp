@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "contract/StageIds.h"
 #include "EncoderUnderTest.h"
 #include "frames/VideoFrameBufferSet.h"
@@ -191,18 +193,60 @@ TEST_P(EncoderContract, GivesTheSamePacketsToTheBitWhenAsynchronous) {
   }
 }
 
-TEST_P(EncoderContract, KeepsAFrameOutOfItsPoolWhileItReads) {
-  Run run(GetParam(), 640, 480, true);
-  ASSERT_EQ(run.start(), 0u);
-  VideoFrameBufferSet pool;
-  pool.initialize(1);
-  auto token = pool.getVideoFrameBufferAllocator()->allocate();
-  run.paint(**token, 0);
-  run.encoder.addFrame(**token, 0, 0);
-  token.reset();
-  EXPECT_EQ(pool.getVideoFrameBufferAllocator()->allocate(), nullptr);
-  EXPECT_EQ(run.finish().size(), 1u);
-  EXPECT_NE(pool.getVideoFrameBufferAllocator()->allocate(), nullptr);
+// The frame in work goes back to its pool on the thread that waits for it, so that the pool tells who waited.
+TEST_P(EncoderContract, KeepsAFrameOutOfItsPoolWhileItReadsAndFinishesItInEverySetter) {
+  const std::function<void(Run&)> calls[] = {
+      [](Run& run) { run.encoder.finish(); },
+      [](Run& run) { EXPECT_EQ(run.finish().size(), 1u); },
+      [](Run& run) { run.encoder.setDefaults(0, 0); },
+      [](Run& run) { run.encoder.setFrameSize(32, 32); },
+      [](Run& run) { run.encoder.setFrameRate(50); },
+      [](Run& run) { run.encoder.setBitrate(100000); },
+      [](Run& run) { run.set(run.row.asynchronousKey, 1); },
+      [](Run& run) { run.encoder.setSessionIndex(2); },
+      [](Run& run) { run.encoder.setLogger(nullptr); },
+  };
+  for (size_t number = 0; number < std::size(calls); ++number) {
+    Run run(GetParam(), 64, 64, true);
+    ASSERT_EQ(run.start(), 0u);
+    VideoFrameBufferSet pool;
+    pool.initialize(1);
+    auto token = pool.getVideoFrameBufferAllocator()->allocate();
+    run.paint(**token, 0);
+    run.encoder.addFrame(**token, 0, 0);
+    token.reset();
+    EXPECT_EQ(pool.getVideoFrameBufferAllocator()->allocate(), nullptr) << "call " << number;
+    calls[number](run);
+    EXPECT_NE(pool.getVideoFrameBufferAllocator()->allocate(), nullptr) << "call " << number;
+  }
+}
+
+// The frame in work goes back to its pool on the thread that waits for it, so that the pool tells who waited.
+TEST_P(EncoderContract, FinishesTheFrameInWorkBeforeASetterReturns) {
+  using Call = void (*)(IVideoEncoder&, uint32_t asynchronousKey);
+  constexpr Call kCalls[] = {
+      [](IVideoEncoder& encoder, uint32_t) { encoder.finish(); },
+      [](IVideoEncoder& encoder, uint32_t) { encoder.setDefaults(0, 0); },
+      [](IVideoEncoder& encoder, uint32_t) { encoder.setFrameSize(32, 32); },
+      [](IVideoEncoder& encoder, uint32_t) { encoder.setFrameRate(50); },
+      [](IVideoEncoder& encoder, uint32_t) { encoder.setBitrate(100000); },
+      [](IVideoEncoder& encoder, uint32_t key) { encoder.setParameterValue(key, int64_t{1}); },
+      [](IVideoEncoder& encoder, uint32_t) { encoder.setSessionIndex(2); },
+      [](IVideoEncoder& encoder, uint32_t) { encoder.setLogger(nullptr); },
+  };
+  for (size_t number = 0; number < std::size(kCalls); ++number) {
+    Run run(GetParam(), 64, 64, true);
+    ASSERT_EQ(run.start(), 0u);
+    VideoFrameBufferSet pool;
+    pool.initialize(1);
+    auto token = pool.getVideoFrameBufferAllocator()->allocate();
+    run.paint(**token, 0);
+    run.encoder.addFrame(**token, 0, 0);
+    token.reset();
+    EXPECT_EQ(pool.getVideoFrameBufferAllocator()->allocate(), nullptr) << "call " << number;
+    kCalls[number](run.encoder, GetParam().asynchronousKey);
+    EXPECT_NE(pool.getVideoFrameBufferAllocator()->allocate(), nullptr) << "call " << number;
+  }
 }
 
 TEST_P(EncoderContract, ReadsAFrameOutsideAPoolBeforeItReturns) {

@@ -237,19 +237,19 @@ TEST(VideoEncoderH264Parameters, AreTakenAsDescribedInTheStream) {
 
 constexpr uint32_t kCodePoints = VideoEncoderH264::kKeyColorCodePoints;
 
-test::H264Shape shapeOfColours(H264EncoderUnderTest& t) {
+test::H264Shape shapeOfColors(H264EncoderUnderTest& t) {
   EXPECT_EQ(t.start(), 0u);
   VideoFrameBuffer frame;
   frame.allocBuffer(64, 64, kFourCCYV12);
   return test::shapeOf(t.encode(frame, 1));
 }
 
-TEST(VideoEncoderH264Parameters, TellColoursThatNoDescriptionNames) {
+TEST(VideoEncoderH264Parameters, TellColorsThatNoDescriptionNames) {
   H264EncoderUnderTest t(64, 64);
   int64_t phone[] = {5, 6, 6, 2};
   t.encoder.setParameterValue(kCodePoints, phone, 4);
   for (uint32_t key : {10134, 10135}) t.set(key, COLOR_DESCRIPTION_BT709);
-  const test::H264Shape shape = shapeOfColours(t);
+  const test::H264Shape shape = shapeOfColors(t);
   EXPECT_THAT((std::vector{shape.primaries, shape.transfer, shape.matrix, shape.range}),
               ElementsAre(5, 6, 6, 2));
   EXPECT_THAT(t.logLines(), ElementsAre(HasSubstr("result: 0")));
@@ -261,12 +261,12 @@ TEST(VideoEncoderH264Parameters, TellColoursThatNoDescriptionNames) {
   EXPECT_EQ(count, 4u);
 }
 
-TEST(VideoEncoderH264Parameters, LeaveColoursOpenThatCanNotBe) {
+TEST(VideoEncoderH264Parameters, LeaveColorsOpenThatCanNotBe) {
   H264EncoderUnderTest t(64, 64);
   int64_t impossible[] = {99, 1, -1, 7, 1000};
   t.encoder.setParameterValue(kCodePoints, impossible, 5);
   testing::internal::CaptureStdout();
-  const test::H264Shape shape = shapeOfColours(t);
+  const test::H264Shape shape = shapeOfColors(t);
   EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("colorimetry"));
   EXPECT_THAT((std::vector{shape.primaries, shape.transfer, shape.matrix}), ElementsAre(2, 1, 2));
   EXPECT_NE(shape.range, 2);

@@ -55,7 +55,7 @@ struct PictureCase {
 
 class VideoEncoderH264Pictures : public testing::TestWithParam<PictureCase> {};
 
-TEST_P(VideoEncoderH264Pictures, PlayWithRightColours) {
+TEST_P(VideoEncoderH264Pictures, PlayWithRightColors) {
   const PictureCase c = GetParam();
   H264EncoderUnderTest t(c.width, c.height);
   VideoFrameBuffer frame;

@@ -161,9 +161,9 @@ void expectPictures(uint32_t codecVersion, const std::vector<EncodedUnit>& units
   }
 }
 
-/// What libvpx reads of the colours of a stream's first picture.
-std::pair<vpx_color_space_t, vpx_color_range_t> coloursOf(uint32_t codecVersion, int64_t space,
-                                                          int64_t range) {
+/// What libvpx reads of the colors of a stream's first picture.
+std::pair<vpx_color_space_t, vpx_color_range_t> colorsOf(uint32_t codecVersion, int64_t space,
+                                                         int64_t range) {
   VpxUnderTest t(codecVersion, 64, 64);
   t.encoder.setParameterValue(VideoEncoderVPX::kKeyColorSpace, space);
   t.encoder.setParameterValue(VideoEncoderVPX::kKeyColorRange, range);
@@ -182,18 +182,18 @@ std::pair<vpx_color_space_t, vpx_color_range_t> coloursOf(uint32_t codecVersion,
   vpx_codec_iter_t iterator = nullptr;
   const vpx_image_t* image = vpx_codec_get_frame(&decoder, &iterator);
   EXPECT_NE(image, nullptr);
-  const std::pair colours{image ? image->cs : VPX_CS_RESERVED, image ? image->range : VPX_CR_STUDIO_RANGE};
+  const std::pair colors{image ? image->cs : VPX_CS_RESERVED, image ? image->range : VPX_CR_STUDIO_RANGE};
   vpx_codec_destroy(&decoder);
-  return colours;
+  return colors;
 }
 
-TEST(VideoEncoderVPX, TellsColoursInVP9AlonePossibleOnesOnly) {
-  EXPECT_EQ(coloursOf(9, 0, 0), std::make_pair(VPX_CS_UNKNOWN, VPX_CR_STUDIO_RANGE));
-  EXPECT_EQ(coloursOf(9, VPX_CS_BT_709, 0), std::make_pair(VPX_CS_BT_709, VPX_CR_STUDIO_RANGE));
-  EXPECT_EQ(coloursOf(9, VPX_CS_BT_2020, 1), std::make_pair(VPX_CS_BT_2020, VPX_CR_FULL_RANGE));
+TEST(VideoEncoderVPX, TellsColorsInVP9AlonePossibleOnesOnly) {
+  EXPECT_EQ(colorsOf(9, 0, 0), std::make_pair(VPX_CS_UNKNOWN, VPX_CR_STUDIO_RANGE));
+  EXPECT_EQ(colorsOf(9, VPX_CS_BT_709, 0), std::make_pair(VPX_CS_BT_709, VPX_CR_STUDIO_RANGE));
+  EXPECT_EQ(colorsOf(9, VPX_CS_BT_2020, 1), std::make_pair(VPX_CS_BT_2020, VPX_CR_FULL_RANGE));
   for (int64_t impossible : {int64_t{VPX_CS_SRGB}, int64_t{6}, int64_t{1} << 31})
-    EXPECT_EQ(coloursOf(9, impossible, 1), std::make_pair(VPX_CS_UNKNOWN, VPX_CR_STUDIO_RANGE));
-  EXPECT_EQ(coloursOf(8, VPX_CS_BT_709, 1), std::make_pair(VPX_CS_UNKNOWN, VPX_CR_STUDIO_RANGE));
+    EXPECT_EQ(colorsOf(9, impossible, 1), std::make_pair(VPX_CS_UNKNOWN, VPX_CR_STUDIO_RANGE));
+  EXPECT_EQ(colorsOf(8, VPX_CS_BT_709, 1), std::make_pair(VPX_CS_UNKNOWN, VPX_CR_STUDIO_RANGE));
 }
 
 struct PictureCase {
@@ -202,7 +202,7 @@ struct PictureCase {
 
 class VideoEncoderVPXPictures : public testing::TestWithParam<PictureCase> {};
 
-TEST_P(VideoEncoderVPXPictures, EncodesRightColours) {
+TEST_P(VideoEncoderVPXPictures, EncodesRightColors) {
   const PictureCase c = GetParam();
   VpxUnderTest t(c.codecVersion, c.width, c.height);
   ASSERT_EQ(t.encoder.initialize(), 0u);

@@ -3,7 +3,7 @@
 
 #include "com_zarvo_qvs_host_job_VideoQuality.h"
 #include "com_zarvo_qvs_host_media_MediaReader.h"
-#include "com_zarvo_qvs_host_media_MediaWriter.h"
+#include "com_zarvo_qvs_host_media_Muxer.h"
 
 #include "media/FrameComparison.h"
 #include "media/InputFile.h"
@@ -202,18 +202,19 @@ JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_shortfall(JN
   return env->NewStringUTF(object<InputFile>(handle)->shortfall().c_str());
 }
 
-JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_create(JNIEnv* env, jclass, jstring path,
-                                                                         jstring format) {
+JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_media_Muxer_create(JNIEnv* env, jclass, jstring path,
+                                                                   jstring format, jboolean segmented) {
   av_log_set_level(AV_LOG_QUIET);
   std::unique_ptr<OutputFile> file(new (std::nothrow) OutputFile);
   const MediaStatus status =
-      file ? file->create(toString(env, path), toString(env, format)) : MediaStatus::failure("out of memory");
+      file ? file->create(toString(env, path), toString(env, format), segmented == JNI_TRUE)
+           : MediaStatus::failure("out of memory");
   return passed(env, status) ? handleOf(file.release()) : 0;
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_addVideo(JNIEnv* env, jclass, jlong handle,
-                                                                          jstring codec, jbyteArray config,
-                                                                          jobject properties) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_Muxer_addVideo(JNIEnv* env, jclass, jlong handle,
+                                                                    jstring codec, jbyteArray config,
+                                                                    jobject properties) {
   OutputStream stream;
   stream.codecName = toString(env, codec);
   stream.config = toBytes(env, config);
@@ -233,9 +234,9 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_addVideo(JNIEnv
   passed(env, object<OutputFile>(handle)->addStream(stream));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_addAudio(JNIEnv* env, jclass, jlong handle,
-                                                                          jstring codec, jbyteArray config,
-                                                                          jobject properties) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_Muxer_addAudio(JNIEnv* env, jclass, jlong handle,
+                                                                    jstring codec, jbyteArray config,
+                                                                    jobject properties) {
   OutputStream stream;
   stream.codecName = toString(env, codec);
   stream.config = toBytes(env, config);
@@ -249,21 +250,21 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_addAudio(JNIEnv
   passed(env, object<OutputFile>(handle)->addStream(stream));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_setOption(JNIEnv* env, jclass, jlong handle,
-                                                                           jstring name, jstring value) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_Muxer_setOption(JNIEnv* env, jclass, jlong handle,
+                                                                     jstring name, jstring value) {
   object<OutputFile>(handle)->setOption(toString(env, name), toString(env, value));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_begin(JNIEnv* env, jclass, jlong handle,
-                                                                       jboolean keepTimes) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_Muxer_begin(JNIEnv* env, jclass, jlong handle,
+                                                                 jboolean keepTimes) {
   passed(env, object<OutputFile>(handle)->begin(keepTimes));
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_write(JNIEnv* env, jclass, jlong handle,
-                                                                       jint stream, jbyteArray bytes,
-                                                                       jint offset, jint length, jlong pts,
-                                                                       jlong dts, jlong duration,
-                                                                       jlong discard, jboolean key) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_Muxer_write(JNIEnv* env, jclass, jlong handle,
+                                                                 jint stream, jbyteArray bytes, jint offset,
+                                                                 jint length, jlong pts, jlong dts,
+                                                                 jlong duration, jlong discard,
+                                                                 jboolean key) {
   if (!bytes || offset < 0 || length < 0 ||
       static_cast<jlong>(offset) + length > env->GetArrayLength(bytes)) {
     passed(env, MediaStatus::failure("packet range lies outside its array"));
@@ -286,11 +287,16 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_write(JNIEnv* e
   passed(env, status);
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_finish(JNIEnv* env, jclass, jlong handle) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_Muxer_cut(JNIEnv* env, jclass, jlong handle,
+                                                               jstring nextPath) {
+  passed(env, object<OutputFile>(handle)->cut(toString(env, nextPath)));
+}
+
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_Muxer_finish(JNIEnv* env, jclass, jlong handle) {
   passed(env, object<OutputFile>(handle)->finish());
 }
 
-JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaWriter_close(JNIEnv*, jclass, jlong handle) {
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_Muxer_close(JNIEnv*, jclass, jlong handle) {
   delete object<OutputFile>(handle);
 }
 

@@ -9,6 +9,7 @@ extern "C" {
 #include <libavutil/channel_layout.h>
 #include <libavutil/intreadwrite.h>
 #include <libavutil/mem.h>
+#include <libavutil/opt.h>
 }
 
 namespace qvs::host {
@@ -77,13 +78,13 @@ void OutputFile::closeFile() {
   format_ = nullptr;
 }
 
-MediaStatus OutputFile::create(const std::string& path, const std::string& format) {
+MediaStatus OutputFile::create(const std::string& path, const std::string& format, bool segmented) {
+  interleaves_ = !segmented;
   packet_.reset(av_packet_alloc());
   if (!packet_) return MediaStatus::failure("out of memory");
   MediaStatus status = MediaStatus::fromCode(
       avformat_alloc_output_context2(&format_, nullptr, format.c_str(), path.c_str()), "no such container");
-  // Some muxers open files of their own.
-  if (!status.ok() || (format_->oformat->flags & AVFMT_NOFILE) != 0) return status;
+  if (!status.ok()) return status;
   return MediaStatus::fromCode(avio_open(&format_->pb, path.c_str(), AVIO_FLAG_WRITE), "cannot create");
 }
 
@@ -150,24 +151,46 @@ MediaStatus OutputFile::write(const OutputPacket& packet) {
   if (packet.length > static_cast<size_t>(INT_MAX)) return MediaStatus::failure("packet too large");
   MediaStatus status = fill(packet);
   if (status.ok()) {
-    const bool single = tracks_.size() == 1;
+    const bool inOrder = tracks_.size() == 1 || !interleaves_;
     const int code =
-        single ? av_write_frame(format_, packet_.get()) : av_interleaved_write_frame(format_, packet_.get());
+        inOrder ? av_write_frame(format_, packet_.get()) : av_interleaved_write_frame(format_, packet_.get());
     status = MediaStatus::fromCode(code, "cannot write a packet");
   }
   av_packet_unref(packet_.get());
   return status;
 }
 
+// A full disk shows only in what was buffered: the I/O context keeps the first error.
+MediaStatus OutputFile::closeIo() {
+  if (!format_->pb) return {};
+  avio_flush(format_->pb);
+  const MediaStatus status = MediaStatus::fromCode(format_->pb->error, "cannot write");
+  const MediaStatus closed = MediaStatus::fromCode(avio_closep(&format_->pb), "cannot close");
+  return status.ok() ? closed : status;
+}
+
+MediaStatus OutputFile::cut(const std::string& nextPath) {
+  if (!headerWritten_) return MediaStatus::failure("the file is not open for writing");
+  MediaStatus status = MediaStatus::fromCode(av_write_frame(format_, nullptr), "cannot write");
+  const MediaStatus closed = closeIo();
+  if (status.ok()) status = closed;
+  if (status.ok()) status = openNext(nextPath);
+  headerWritten_ = status.ok();
+  return status;
+}
+
+MediaStatus OutputFile::openNext(const std::string& path) {
+  // The tables that a segment begins with.
+  av_opt_set(format_->priv_data, "mpegts_flags", "resend_headers", 0);
+  return MediaStatus::fromCode(avio_open(&format_->pb, path.c_str(), AVIO_FLAG_WRITE), "cannot create");
+}
+
 MediaStatus OutputFile::finish() {
   if (!headerWritten_) return MediaStatus::failure("the file is not open for writing");
   headerWritten_ = false;
   MediaStatus status = MediaStatus::fromCode(av_write_trailer(format_), "cannot finish the file");
-  // A full disk shows only in what was buffered: the I/O context keeps the first error.
-  if (status.ok() && format_->pb)
-    status = MediaStatus::fromCode(format_->pb->error, "cannot finish the file");
-  if (status.ok() && format_->pb)
-    status = MediaStatus::fromCode(avio_closep(&format_->pb), "cannot close the file");
+  const MediaStatus closed = closeIo();
+  if (status.ok()) status = closed;
   closeFile();
   return status;
 }

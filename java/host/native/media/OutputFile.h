@@ -51,21 +51,28 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  /// Creates the file. `format`: a muxer name of libavformat.
-  MediaStatus create(const std::string& path, const std::string& format);
+  /// Creates the file. `format`: a muxer name of libavformat. `segmented`: packets go out in the order in which they
+  /// come, for `cut`.
+  MediaStatus create(const std::string& path, const std::string& format, bool segmented = false);
   /// All streams come before `begin`; their numbers count from 0.
   MediaStatus addStream(const OutputStream& stream);
   /// A setting of the muxer itself, by its name; comes before `begin`, which refuses unknown ones.
   void setOption(const std::string& name, const std::string& value);
   /// `keepTimes`: no packet's time lies before 0 but by a codec's delay, so the container is not to move any.
   MediaStatus begin(bool keepTimes);
+  /// Packets of one stream come in their order; those of several are interleaved here, but in segments.
   MediaStatus write(const OutputPacket& packet);
+  /// MPEG transport streams: ends the file, which is whole then, and goes on in another one that can be read on its
+  /// own.
+  MediaStatus cut(const std::string& nextPath);
   /// Writes what the container keeps for its end and closes the file.
   MediaStatus finish();
 
  private:
   int64_t shiftOf(const OutputStream& stream) const;
   MediaStatus fill(const OutputPacket& packet);
+  MediaStatus closeIo();
+  MediaStatus openNext(const std::string& path);
   void closeFile();
 
   AVFormatContext* format_ = nullptr;
@@ -78,6 +85,7 @@ class OutputFile {
 
   std::vector<Track> tracks_;
   bool headerWritten_ = false;
+  bool interleaves_ = true;
 };
 
 }  // namespace qvs::host

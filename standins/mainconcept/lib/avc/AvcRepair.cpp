@@ -157,7 +157,7 @@ void AvcRepair::repairColors() {
   colorimetryOf(COLOR_DESCRIPTION_UNSPECIFIED, unspecified);
   if (equal(settings.source_colorimetry, unspecified)) return;
   const bool other = !equal(settings.colorimetry, settings.source_colorimetry);
-  // Colours aren't converted here: the stream must tell what the pictures are.
+  // Colors aren't converted here: the stream must tell what the pictures are.
   if (other && !equal(settings.colorimetry, unspecified)) report("colorimetry");
   settings.colorimetry = settings.source_colorimetry;
 }

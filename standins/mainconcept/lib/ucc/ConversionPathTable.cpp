@@ -57,6 +57,10 @@ ConversionPath* makeKernelPath(const PathRow& row) {
   return new (std::nothrow) KernelPath(row.kernel);
 }
 
+ConversionPath* makeVia420Path(const PathRow&) {
+  return new (std::nothrow) Via420Path(choosePath);
+}
+
 // Short names for the adaptors: planes of the source, planes of the target.
 template <auto F>
 constexpr PictureKernel k1to1 = libyuvKernel<F, 1, 1>;
@@ -134,18 +138,18 @@ constexpr PathRow kPaths[] = {
     {UCC_FORMAT_NV12, UCC_FORMAT_NV12, kSameColor, makePath<PlaneScalePath>},
     {UCC_FORMAT_NV21, UCC_FORMAT_NV21, kSameColor, makePath<PlaneScalePath>},
     // g 0.3, from RGB 0.08, NV12 0.95; s 0.23 to 0.34, from RGB 0.04.
-    {UCC_FORMAT_BGRA, UCC_FORMAT_I420, kRgbFromScaled, makePath<Via420Path>},
-    {UCC_FORMAT_BGR4, UCC_FORMAT_I420, kRgbFromScaled, makePath<Via420Path>},
-    {UCC_FORMAT_BGR3, UCC_FORMAT_I420, kRgbFromScaled, makePath<Via420Path>},
-    {UCC_FORMAT_NV12, UCC_FORMAT_I420, kSameColor | kEvenTarget, makePath<Via420Path>},
-    {UCC_FORMAT_I420, UCC_FORMAT_NV12, kSameColor | kEvenSource, makePath<Via420Path>},
-    {UCC_FORMAT_I420, UCC_FORMAT_NV21, kSameColor | kEvenSource, makePath<Via420Path>},
-    {UCC_FORMAT_I420, UCC_FORMAT_UYVY, kSameColor | kEvenSource, makePath<Via420Path>},
-    {UCC_FORMAT_I420, UCC_FORMAT_YUY2, kSameColor | kEvenSource, makePath<Via420Path>},
-    {UCC_FORMAT_I420, UCC_FORMAT_I422, kSameColor | kEvenSource, makePath<Via420Path>},
-    {UCC_FORMAT_I420, UCC_FORMAT_BGRA, kFullRangeRgb, makePath<Via420Path>},
-    {UCC_FORMAT_I420, UCC_FORMAT_BGR4, kFullRangeRgb, makePath<Via420Path>},
-    {UCC_FORMAT_I420, UCC_FORMAT_ARGB, kFullRangeRgb, makePath<Via420Path>},
+    {UCC_FORMAT_BGRA, UCC_FORMAT_I420, kRgbFromScaled, makeVia420Path},
+    {UCC_FORMAT_BGR4, UCC_FORMAT_I420, kRgbFromScaled, makeVia420Path},
+    {UCC_FORMAT_BGR3, UCC_FORMAT_I420, kRgbFromScaled, makeVia420Path},
+    {UCC_FORMAT_NV12, UCC_FORMAT_I420, kSameColor | kEvenTarget, makeVia420Path},
+    {UCC_FORMAT_I420, UCC_FORMAT_NV12, kSameColor | kEvenSource, makeVia420Path},
+    {UCC_FORMAT_I420, UCC_FORMAT_NV21, kSameColor | kEvenSource, makeVia420Path},
+    {UCC_FORMAT_I420, UCC_FORMAT_UYVY, kSameColor | kEvenSource, makeVia420Path},
+    {UCC_FORMAT_I420, UCC_FORMAT_YUY2, kSameColor | kEvenSource, makeVia420Path},
+    {UCC_FORMAT_I420, UCC_FORMAT_I422, kSameColor | kEvenSource, makeVia420Path},
+    {UCC_FORMAT_I420, UCC_FORMAT_BGRA, kFullRangeRgb, makeVia420Path},
+    {UCC_FORMAT_I420, UCC_FORMAT_BGR4, kFullRangeRgb, makeVia420Path},
+    {UCC_FORMAT_I420, UCC_FORMAT_ARGB, kFullRangeRgb, makeVia420Path},
 
     {kAny, kAny, kSame | kSameForm, makePath<RepackPath>},
     {kAny, kAny, 0, makePath<GraphPath>},

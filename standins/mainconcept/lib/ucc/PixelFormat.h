@@ -6,19 +6,11 @@
 
 #include "mc_frame.h"
 #include "mc_ucc.h"
+#include "ucc/Rows.h"
 
 namespace qvs::ucc {
 
 enum class Family : uint8_t { kYuv, kRgb };
-
-/// One row of each component: Y, U, V, A or R, G, B, A. Samples are bytes up to a depth of 8 and 16-bit words
-/// above, alpha always bytes. Unpacking skips a null component; packing takes a null alpha as opaque.
-struct Rows {
-  uint8_t* component[4];
-};
-
-using UnpackRow = void (*)(const uint8_t* row, const Rows& out, uint32_t samples);
-using PackRow = void (*)(uint8_t* row, const Rows& in, uint32_t samples);
 
 /// One plane in memory. `groupBytes` hold `groupSamples`; a plane of chroma counts chroma samples, any other
 /// pixels.

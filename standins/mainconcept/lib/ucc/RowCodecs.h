@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "ucc/PixelFormat.h"
+#include "ucc/Rows.h"
 
 namespace qvs::ucc {
 

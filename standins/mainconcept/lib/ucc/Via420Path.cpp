@@ -1,8 +1,6 @@
 // Two conversions by way of planar 4:2:0.
 #include "ucc/Via420Path.h"
 
-#include "ucc/ConversionPathTable.h"
-
 namespace qvs::ucc {
 
 bool Via420Path::prepare(const Task& task) {
@@ -24,10 +22,10 @@ bool Via420Path::prepare(const Task& task) {
     middle.stride[i] = static_cast<int32_t>(between.plane(i).stride);
   }
   // Each half finds its own row of the table, one of them the plane scaler; no half leads back here.
-  first = choosePath({planar, task.source, width, height, task.sourceWidth, task.sourceHeight, color,
-                      task.sourceColor, scaleFirst ? task.orientation : Orientation{}});
-  second = choosePath({task.target, planar, task.targetWidth, task.targetHeight, width, height,
-                       task.targetColor, color, scaleFirst ? Orientation{} : task.orientation});
+  first = choose({planar, task.source, width, height, task.sourceWidth, task.sourceHeight, color,
+                  task.sourceColor, scaleFirst ? task.orientation : Orientation{}});
+  second = choose({task.target, planar, task.targetWidth, task.targetHeight, width, height, task.targetColor,
+                   color, scaleFirst ? Orientation{} : task.orientation});
   return first && second;
 }
 

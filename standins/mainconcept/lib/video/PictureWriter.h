@@ -9,7 +9,7 @@
 namespace qvs::mc {
 
 /// Writes decoded pictures into frames of 8-bit 4:2:0: "YV12", "I420", "IYUV" or "NV12". Pictures of other
-/// planar YUV forms, and grey ones, are converted on the way; see SampleRows for how.
+/// planar forms, RGB and grey ones among them, are converted on the way; see SampleRows for how.
 class PictureWriter {
  public:
   /// Where sizes differ the common top left part is written, never more than the target has. False for a

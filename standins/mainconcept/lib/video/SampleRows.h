@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -20,5 +21,16 @@ using RowKernel = void (*)(const SampleRows& rows, uint32_t depth, uint8_t* to, 
 /// the column that 4:2:0 keeps, which leaves chroma sited with the left luma column. `mergeRows`: full
 /// height; rows are averaged in pairs. Both are for chroma only.
 RowKernel rowKernel(uint32_t depth, bool halveColumns, bool mergeRows);
+
+/// What each of three planes counts in a mixed sample, in 65536ths, and what is added to it.
+struct SampleMix {
+  std::array<int32_t, 3> weights;
+  int32_t offset;
+};
+
+/// The same for a sample that is mixed of three planes.
+using MixKernel = void (*)(const std::array<SampleRows, 3>& rows, const SampleMix& mix, uint32_t depth,
+                           uint8_t* to, size_t count);
+MixKernel mixKernel(uint32_t depth, bool halveColumns, bool mergeRows);
 
 }  // namespace qvs::mc

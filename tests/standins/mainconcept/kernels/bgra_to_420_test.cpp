@@ -90,30 +90,5 @@ TEST(BgraTo420, GreyIsGreyInBothRanges) {
   }
 }
 
-TEST(BgraTo420, PrimariesLandInTheirPlanesInEitherByteOrder) {
-  struct Primary {
-    uint8_t red, green, blue, y, u, v;
-  };
-  for (const Primary& p :
-       {Primary{255, 0, 0, 54, 99, 255}, Primary{0, 255, 0, 182, 30, 12}, Primary{0, 0, 255, 18, 255, 116}}) {
-    for (const RgbOrder& order : {kBgraOrder, kArgbOrder}) {
-      GuardedPlane src(4 * 66, 2);
-      for (uint32_t y = 0; y < 2; ++y) {
-        for (uint32_t x = 0; x < 66; ++x) {
-          uint8_t* pixel = src.row(y) + 4 * x;
-          pixel[order.red] = p.red;
-          pixel[order.green] = p.green;
-          pixel[order.blue] = p.blue;
-          pixel[order.alpha] = static_cast<uint8_t>(x);
-        }
-      }
-      const Yuv got = convert(detectedCpuLevel(), src, k709Full, order);
-      EXPECT_THAT(got.y, testing::Each(p.y));
-      EXPECT_THAT(got.u, testing::Each(p.u));
-      EXPECT_THAT(got.v, testing::Each(p.v));
-    }
-  }
-}
-
 }  // namespace
 }  // namespace qvs::ucc

@@ -37,6 +37,7 @@ final class AudioOutput implements AutoCloseable {
   private final List<Sink> sinks = new ArrayList<>();
   private final OggPages pages = new OggPages();
   private final int rate;
+  private final long audibleSamples;
   private final int frameSamples;
   private final int delaySamples;
   private VorbisDurations durations;
@@ -61,6 +62,7 @@ final class AudioOutput implements AutoCloseable {
     this.spec = spec;
     this.clock = clock;
     this.rate = spec.sampleRate();
+    this.audibleSamples = audibleSamples;
     this.frameSamples = spec.codec().frameSamples(rate);
     this.delaySamples = spec.codec().delaySamples(rate);
     long origin = clock.originSamples(rate);
@@ -99,6 +101,11 @@ final class AudioOutput implements AutoCloseable {
     } else {
       throw new HostException("the encoder for " + spec.codec().codecName + " gave no headers");
     }
+  }
+
+  /** When the first sound is heard, in seconds of the source. */
+  double firstSeconds() {
+    return (double) audibleSamples / rate;
   }
 
   /** What a container is told of this rendition. */

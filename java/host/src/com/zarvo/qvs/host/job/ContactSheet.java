@@ -6,6 +6,7 @@ import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import java.awt.Color;
 import java.awt.Graphics2D;
 import java.awt.image.BufferedImage;
+import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.nio.file.Path;
 import java.util.ArrayList;
@@ -52,9 +53,10 @@ final class ContactSheet {
       y += rowHeight(row);
     }
     graphics.dispose();
+    ByteArrayOutputStream png = new ByteArrayOutputStream();
+    ImageIO.write(sheet, "png", png);
     try (WholeFile whole = WholeFile.create(file)) {
-      ImageIO.write(sheet, "png", whole.part().toFile());
-      whole.finish();
+      whole.write(png.toByteArray());
     }
     return true;
   }

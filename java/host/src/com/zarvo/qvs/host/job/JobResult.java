@@ -16,6 +16,8 @@ import java.util.Map;
 public final class JobResult {
   private final JobSettings settings;
   StreamInfo source;
+  /** How the container wants the coded pictures shown. */
+  DisplayMatrix display;
   AudioStreamInfo audioSource;
   List<Rendition> renditions = List.of();
   List<AudioRendition> audioRenditions = List.of();
@@ -25,6 +27,7 @@ public final class JobResult {
   long mediaMs;
   double wallSeconds;
   Path contactSheet;
+  PaceWatch pace;
   String inputTrouble;
   List<SessionLog.Line> log = List.of();
   String audioDecoder;
@@ -40,7 +43,7 @@ public final class JobResult {
     failure = why;
   }
 
-  /** Null where pictures were left out, or none were found yet. */
+  /** As shown. Null where pictures were left out, or none were found yet. */
   public StreamInfo source() {
     return source;
   }
@@ -134,7 +137,7 @@ public final class JobResult {
       input.put("frameRate", source.frameRate());
       input.put("timeBase", source.timeBase());
       input.put("colours", source.colors().toMap());
-      input.put("display", source.display());
+      input.put("display", display);
       input.put("pictures", frames);
       input.put("damagedPictures", damagedFrames);
     }
@@ -162,6 +165,10 @@ public final class JobResult {
     report.put("leftOutAudio", leftOutAudio.stream().map(JobResult::toMap).toList());
     report.put("wallSeconds", wallSeconds);
     report.put("speed", speed());
+    if (pace != null) {
+      report.put("slowestSpeed", pace.slowest());
+      report.put("secondsBehind", pace.behindSeconds());
+    }
     report.put("parallel", settings.parallel());
     report.put("contactSheet", contactSheet);
     report.put("log", log);

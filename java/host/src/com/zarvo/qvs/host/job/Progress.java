@@ -36,6 +36,12 @@ public final class Progress {
     close();
   }
 
+  /** Says something in a line of its own. */
+  void say(String line) {
+    close();
+    out.println("qvs: " + line);
+  }
+
   /** Leaves the line of the bar, so that what is printed next starts on a line of its own. */
   void close() {
     if (barShown) out.println();

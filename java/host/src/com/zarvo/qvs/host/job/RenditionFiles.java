@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.job;
 
+import com.zarvo.qvs.host.media.HlsWriter;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaFeed;
 import com.zarvo.qvs.host.media.MediaKind;
@@ -9,6 +10,7 @@ import com.zarvo.qvs.host.media.MediaWriter;
 import com.zarvo.qvs.host.media.OutputPacket;
 import com.zarvo.qvs.host.media.OutputTrack;
 import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.media.TrackWriter;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.Deinterlace;
@@ -37,6 +39,7 @@ import java.util.Set;
  */
 public final class RenditionFiles implements SessionOutput, AutoCloseable {
   private static final int VIDEO_TRACK = 0;
+  private static final int REORDERED_FRAMES = 8;
   private static final Rational SQUARE = new Rational(1, 1);
   // What segments add to coded bits, and how far these may exceed what was asked for.
   private static final double LIVE_RATE_MARGIN = 1.2;
@@ -44,13 +47,15 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   private final JobSettings settings;
   private final StreamInfo source;
   private final List<RenditionSpec> renditions;
-  private final List<MediaWriter> writers = new ArrayList<>();
+  private final List<TrackWriter> writers = new ArrayList<>();
   private final List<AudioOutput> audioRenditions = new ArrayList<>();
   private final List<List<Path>> audioFiles = new ArrayList<>();
   private final Set<Path> taken = new HashSet<>();
   private final List<Path> replaceable = new ArrayList<>();
   private final ContactSheet sheet;
   private final long[] keyFrames;
+  private FileClock clock = FileClock.AS_GIVEN;
+  private long lastFrameEnd = Long.MIN_VALUE / 2;
   private Path master;
 
   /** `renditions` is empty and `source` not used where pictures are left out. */
@@ -71,14 +76,13 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     }
     if (settings.format().isFolder()) clearMaster();
     taken.add(settings.input().toAbsolutePath().normalize());
-    MediaPacket firstFrame = renditions.isEmpty() ? null : feed.peek(MediaKind.VIDEO, 0);
-    boolean keepTimes = firstFrame == null || firstFrame.timecodeMs() >= 0;
-    if (audio != null) prepareAudio(audio, feed, keepTimes);
+    if (audio != null) prepareAudio(audio, feed);
+    clock = FileClock.startingAt(firstSeconds(feed));
     List<Path> names = chooseNames();
     if (!isLive()) checkReplaced(names);
-    for (int i = 0; i < renditions.size(); i++) openVideo(renditions.get(i), names.get(i), keepTimes && audio != null);
+    for (int i = 0; i < renditions.size(); i++) openVideo(renditions.get(i), names.get(i), audio != null);
     for (int i = 0, own = renditions.size(); i < audioRenditions.size(); i++)
-      if (audioFiles.get(i).isEmpty()) openAudio(i, names.get(own++), keepTimes);
+      if (audioFiles.get(i).isEmpty()) openAudio(i, names.get(own++));
   }
 
   /** Names of all files: first those of pictures, then those of audio renditions that no such file takes. */
@@ -108,13 +112,28 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     replaceable.addAll(existing);
   }
 
-  private void prepareAudio(AudioPath audio, MediaFeed feed, boolean keepTimes) throws HostException, IOException {
+  // Where the first picture is shown or the first sound heard, in seconds of the source.
+  private double firstSeconds(MediaFeed feed) throws MediaException {
+    double first = Double.POSITIVE_INFINITY;
+    for (AudioOutput audio : audioRenditions) first = Math.min(first, audio.firstSeconds());
+    // Pictures that are coded after the first may be shown before it.
+    for (int i = 0; !renditions.isEmpty() && i < REORDERED_FRAMES; i++) {
+      MediaPacket frame = feed.peek(MediaKind.VIDEO, i);
+      if (frame == null) break;
+      if (!frame.hidden()) first = Math.min(first, source.timeBase().toSeconds(frame.pts()));
+    }
+    return first;
+  }
+
+  private void prepareAudio(AudioPath audio, MediaFeed feed) throws HostException, IOException {
     MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
+    MediaPacket firstFrame = renditions.isEmpty() ? null : feed.peek(MediaKind.VIDEO, 0);
+    boolean fromZero = firstFrame == null || firstFrame.timecodeMs() >= 0;
     for (int i = 0; i < audio.renditions(); i++) {
       AudioRenditionPath path = audio.rendition(i);
       int rate = path.spec().sampleRate();
       long audible = audio.clock().originSamples(rate) + audio.atRate(first.paddingStart(), rate);
-      if (keepTimes) audible = Math.max(0, audible);
+      if (fromZero) audible = Math.max(0, audible);
       audioRenditions.add(new AudioOutput(path.spec(), audio.clock(), audible, path.headers()));
       audioFiles.add(new ArrayList<>());
     }
@@ -129,24 +148,25 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
             SQUARE, source.colors(), source.display()));
     List<AudioOutput> held = audioRenditions.stream().filter(audio -> container.holds(audio.spec().codec())).toList();
     for (AudioOutput audio : held) tracks.add(audio.track());
-    MediaWriter writer =
-        MediaWriter.create(
-            name, container, settings.keyFrameSeconds(), settings.hlsWindow(), tracks,
-            keepTimes);
+    TrackWriter writer =
+        container.isFolder()
+            ? HlsWriter.create(name, settings.keyFrameSeconds(), settings.hlsWindow(), tracks)
+            : MediaWriter.create(name, container, tracks, keepTimes);
     writers.add(writer);
     for (int i = 0; i < held.size(); i++) connect(held.get(i), writer, i + 1);
   }
 
-  private void openAudio(int index, Path name, boolean keepTimes) throws MediaException {
+  private void openAudio(int index, Path name) throws MediaException {
     AudioOutput audio = audioRenditions.get(index);
     Container container = settings.format().forAudioAlone(audio.spec().codec());
-    MediaWriter writer = MediaWriter.create(name, container.muxer, List.of(audio.track()), keepTimes);
+    TrackWriter writer = MediaWriter.create(name, container, List.of(audio.track()), true);
     writers.add(writer);
     connect(audio, writer, 0);
   }
 
-  private void connect(AudioOutput audio, MediaWriter writer, int track) {
-    audio.addSink(packet -> writer.write(track, packet));
+  private void connect(AudioOutput audio, TrackWriter writer, int track) {
+    Rational unit = writer.track(track).timeBase();
+    audio.addSink(packet -> writer.write(track, clock.place(packet, unit)));
     audioFiles.get(audioRenditions.indexOf(audio)).add(writer.target());
   }
 
@@ -170,12 +190,17 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     return dot > 0 ? name.substring(0, dot) : name;
   }
 
+  /** A coded picture of the source went in, or will. */
+  void note(MediaPacket frame) {
+    if (!frame.hidden()) lastFrameEnd = Math.max(lastFrameEnd, frame.pts() + frame.duration());
+  }
+
   @Override
   public void packet(int rendition, TranscoderPacket packet, long pts, long dts) throws HostException, IOException {
     boolean key = packet.frameType == RenditionPath.FRAME_KEY;
     if (key) keyFrames[rendition]++;
     OutputPacket coded = new OutputPacket(packet.buffer, packet.offset, (int) packet.len, pts, dts, 0, 0, key);
-    writers.get(rendition).write(VIDEO_TRACK, coded);
+    writers.get(rendition).write(VIDEO_TRACK, clock.place(coded, source.timeBase()));
     if (isLive() && master == null && keyFrames[rendition] > 1) writeLiveMaster();
   }
 
@@ -219,8 +244,10 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
       boolean whole = audio.packets() > 0 && audio.isComplete();
       session.check(whole ? 0 : -1, audioFiles.get(i).get(0) + ": its sound is not whole");
     }
-    if (!isLive()) checkReplaced(writers.stream().map(MediaWriter::target).toList());
-    for (MediaWriter writer : writers) writer.finish();
+    if (!isLive()) checkReplaced(writers.stream().map(TrackWriter::target).toList());
+    for (int i = 0; i < renditions.size(); i++)
+      writers.get(i).endAt(VIDEO_TRACK, clock.place(lastFrameEnd, source.timeBase()));
+    for (TrackWriter writer : writers) writer.finish();
     if (settings.format().isFolder() && !renditions.isEmpty() && master == null) writeMaster();
   }
 
@@ -271,7 +298,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   List<JobResult.Rendition> results() {
     List<JobResult.Rendition> results = new ArrayList<>();
     for (int i = 0; i < renditions.size(); i++) {
-      MediaWriter writer = writers.get(i);
+      TrackWriter writer = writers.get(i);
       results.add(
           new JobResult.Rendition(
               renditions.get(i),
@@ -298,7 +325,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
 
   @Override
   public void close() {
-    for (MediaWriter writer : writers) writer.close();
+    for (TrackWriter writer : writers) writer.close();
     for (AudioOutput audio : audioRenditions) audio.close();
   }
 }

@@ -55,8 +55,9 @@ public final class TranscodeJob {
       if (settings.audioTrack() != null) reader.selectAudio(settings.audioTrack());
       audioSpecs = chooseAudio(reader);
       boolean video = selectStreams(reader);
-      StreamInfo source = video ? reader.video() : null;
+      StreamInfo source = video ? reader.video().upright() : null;
       result.source = source;
+      result.display = video ? reader.video().display() : null;
       VideoCodec codec = video ? VideoSource.codecOf(settings.input(), source) : null;
       List<RenditionSpec> renditions = video ? settled(codec, source) : List.of();
       checkOverlays(renditions.size());
@@ -66,7 +67,7 @@ public final class TranscodeJob {
           TranscodeSession session = open(reader, feed, files, renditions)) {
         try {
           files.open(session.audio(), feed);
-          pump(reader, feed, session);
+          pump(reader, feed, session, files);
           finish(session, files);
         } finally {
           note(session, feed);
@@ -127,9 +128,11 @@ public final class TranscodeJob {
   /** The audio renditions. Sound that nobody asked for must not keep the pictures from being made. */
   private List<AudioSpec> chooseAudio(MediaReader reader) throws HostException {
     AudioStreamInfo track = reader.audio();
-    for (AudioStreamInfo other : reader.audioTracks())
-      if (other.number() != track.number()) result.leaveOut(other, "track " + track.number() + " is taken");
     if (track == null) return settings.audioRenditions();
+    boolean wanted = settings.audioAlong() || !settings.audioRenditions().isEmpty();
+    for (AudioStreamInfo other : reader.audioTracks())
+      if (other.number() != track.number())
+        result.leaveOut(other, wanted ? "track " + track.number() + " is taken" : "as asked for");
     if (!settings.audioRenditions().isEmpty()) {
       result.audioDecoder = AudioSources.check(settings.input(), track);
       return settings.audioRenditions();
@@ -177,9 +180,11 @@ public final class TranscodeJob {
             "overlay on=" + overlay.rendition() + ": there are only renditions 0 to " + (renditions - 1));
   }
 
-  private void pump(MediaReader reader, MediaFeed feed, TranscodeSession session) throws HostException, IOException {
+  private void pump(MediaReader reader, MediaFeed feed, TranscodeSession session, RenditionFiles files)
+      throws HostException, IOException {
     long startNs = System.nanoTime();
     Progress progress = progressOf.apply(result.source != null ? result.source.durationMs() : reader.audio().durationMs());
+    PaceWatch pace = new PaceWatch();
     long firstMs = Long.MIN_VALUE;
     try {
       for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
@@ -187,9 +192,17 @@ public final class TranscodeJob {
         if (packet.timecodeMs() - firstMs >= settings.maxMilliseconds()) break;
         if (interruption.requested() && !reader.isLive())
           throw new HostException(settings.input() + ": interrupted, its renditions were dropped");
-        if (packet.kind() == MediaKind.VIDEO) session.push(packet);
-        else if (session.audio() != null) session.audio().push(packet, feed.following(MediaKind.AUDIO));
+        MediaPacket following = packet.kind() == MediaKind.AUDIO ? feed.following(MediaKind.AUDIO) : null;
+        long beforeNs = System.nanoTime();
+        if (packet.kind() == MediaKind.VIDEO) {
+          files.note(packet);
+          session.push(packet);
+        } else if (session.audio() != null) {
+          session.audio().push(packet, following);
+        }
         result.mediaMs = Math.max(result.mediaMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
+        String news = reader.isLive() ? pace.worked(System.nanoTime() - beforeNs, result.mediaMs) : null;
+        if (news != null) progress.say(settings.input() + ": " + news);
         progress.update(result.mediaMs, session.frames());
       }
       session.drain();
@@ -197,6 +210,7 @@ public final class TranscodeJob {
     } finally {
       progress.close();
       result.wallSeconds = (System.nanoTime() - startNs) / 1e9;
+      if (reader.isLive()) result.pace = pace;
     }
   }
 

@@ -14,4 +14,14 @@ public record OutputPacket(
   static OutputPacket inOrder(byte[] data, int offset, int length, long pts, boolean key) {
     return new OutputPacket(data, offset, length, pts, pts, 0, 0, key);
   }
+
+  /** The same, lasting so long. */
+  OutputPacket lasting(long units) {
+    return new OutputPacket(data, offset, length, pts, dts, units, discard, key);
+  }
+
+  /** The same at other times. */
+  public OutputPacket at(long otherPts, long otherDts) {
+    return new OutputPacket(data, offset, length, otherPts, otherDts, duration, discard, key);
+  }
 }

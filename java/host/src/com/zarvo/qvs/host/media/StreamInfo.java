@@ -2,6 +2,7 @@ package com.zarvo.qvs.host.media;
 
 import com.zarvo.qvs.host.model.Colors;
 import com.zarvo.qvs.host.model.DisplayMatrix;
+import com.zarvo.qvs.host.model.Orientation;
 import com.zarvo.qvs.host.model.Rational;
 
 /**
@@ -58,6 +59,23 @@ public record StreamInfo(
     double across = 1 - (double) (crop[0] + crop[1]) / width;
     double down = 1 - (double) (crop[2] + crop[3]) / height;
     return displayAspect() * across / down;
+  }
+
+  /** The same stream brought upright where quarter turns do it; otherwise it stays as coded. */
+  public StreamInfo upright() {
+    Orientation turn = orientation();
+    if (turn.equals(Orientation.UPRIGHT)) return this;
+    boolean swapped = turn.swapsSides();
+    Rational aspect = swapped && pixelAspect.num() > 0 ? new Rational(pixelAspect.den(), pixelAspect.num()) : pixelAspect;
+    return new StreamInfo(
+        codecName, pixelFormat, swapped ? height : width, swapped ? width : height, frameRate, timeBase, durationMs,
+        aspect, bitRate, colors, DisplayMatrix.AS_CODED);
+  }
+
+  /** What brings its pictures upright; nothing where quarter turns don't. */
+  public Orientation orientation() {
+    Orientation turn = Orientation.of(display);
+    return turn != null ? turn : Orientation.UPRIGHT;
   }
 
   /** Milliseconds of a time in units of {@code timeBase}, rounded to the nearest. */

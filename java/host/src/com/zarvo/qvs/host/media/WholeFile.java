@@ -1,6 +1,7 @@
 package com.zarvo.qvs.host.media;
 
 import java.io.IOException;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.FileSystemException;
 import java.nio.file.Files;
 import java.nio.file.LinkOption;
@@ -43,8 +44,10 @@ public final class WholeFile implements AutoCloseable {
     return part;
   }
 
-  private static String reasonOf(FileSystemException e) {
-    String reason = e.getReason();
+  /** Why a file operation failed, without the file's name. */
+  static String reasonOf(IOException e) {
+    if (!(e instanceof FileSystemException system)) return e.getMessage();
+    String reason = system.getReason();
     return reason != null ? reason : e.getClass().getSimpleName().replace("Exception", "");
   }
 
@@ -53,9 +56,18 @@ public final class WholeFile implements AutoCloseable {
     return part;
   }
 
-  /** All bytes at once. */
+  /** All of a text at once. */
   public void write(String text) throws IOException {
-    Files.writeString(part, text);
+    write(text.getBytes(StandardCharsets.UTF_8));
+  }
+
+  /** All bytes at once. */
+  public void write(byte[] bytes) throws IOException {
+    try {
+      Files.write(part, bytes);
+    } catch (IOException e) {
+      throw new FileSystemException(target.toString(), null, "cannot be written (" + reasonOf(e) + ")");
+    }
     finish();
   }
 

@@ -1,8 +1,6 @@
 package com.zarvo.qvs.host.model;
 
-import java.nio.file.Path;
 import java.util.EnumSet;
-import java.util.LinkedHashMap;
 import java.util.Locale;
 import java.util.Map;
 import java.util.Set;
@@ -21,10 +19,6 @@ public enum Container {
   OGG("ogg", EnumSet.noneOf(VideoCodec.class), EnumSet.of(AudioCodec.OPUS, AudioCodec.VORBIS)),
   AAC("adts", EnumSet.noneOf(VideoCodec.class), EnumSet.of(AudioCodec.AAC));
 
-  // A key picture that comes a rounding early still ends a segment.
-  private static final double SEGMENT_TOLERANCE_SECONDS = 0.01;
-  // Where one stream of a live feed falls silent the others wait for it no longer than this: microseconds.
-  private static final String MAX_LIVE_WAIT_US = "1000000";
   public static final String PLAYLIST = "index.m3u8";
 
   /** As libavformat names it. */
@@ -84,25 +78,12 @@ public enum Container {
     return codec == AudioCodec.AAC ? AAC : OGG;
   }
 
-  /** Settings of the muxer for a file or folder; `window`: segments that a playlist names at a time, 0 for all. */
-  public Map<String, String> options(Path target, double keyFrameSeconds, int window) {
-    Map<String, String> options = new LinkedHashMap<>();
-    // Edit lists count in these units; the usual millisecond would move sound against pictures by as much.
-    if (this == MP4) options.put("movie_timescale", "90000");
-    if (this != HLS) return options;
-    double seconds = Math.max(SEGMENT_TOLERANCE_SECONDS, keyFrameSeconds - SEGMENT_TOLERANCE_SECONDS);
-    options.put("hls_time", String.format(Locale.ROOT, "%.3f", seconds));
-    options.put("hls_list_size", Integer.toString(window));
-    options.put("hls_flags", window > 0 ? "independent_segments+delete_segments+temp_file" : "independent_segments");
-    options.put("hls_segment_filename", target + "/segment_%05d.ts");
-    if (window == 0) {
-      options.put("hls_playlist_type", "vod");
-      return options;
-    }
-    // Who fetched a playlist may still fetch all that it named.
-    options.put("hls_delete_threshold", Integer.toString(window));
-    options.put("max_interleave_delta", MAX_LIVE_WAIT_US);
-    return options;
+  /** Settings of the muxer. */
+  public Map<String, String> options() {
+    if (this != MP4) return Map.of();
+    // Edit lists count in the first's units; the usual millisecond would move sound against pictures by as much. The
+    // index goes in front, so that players can start before they have all.
+    return Map.of("movie_timescale", "90000", "movflags", "+faststart");
   }
 
   public static Container of(String text) {

@@ -12,6 +12,11 @@ public record Rational(int num, int den) {
     return Math.floorDiv(scaled + den / 2, den);
   }
 
+  /** Seconds of a time in this unit. */
+  public double toSeconds(long time) {
+    return (double) time * num / den;
+  }
+
   /** A time of whole milliseconds in this unit, rounded to the nearest. */
   public long ofMilliseconds(long ms) {
     return Math.round((double) ms * den / (1000.0 * num));

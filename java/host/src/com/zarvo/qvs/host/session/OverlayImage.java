@@ -1,6 +1,8 @@
 package com.zarvo.qvs.host.session;
 
+import com.zarvo.qvs.host.model.Align;
 import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.Orientation;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import java.awt.image.BufferedImage;
@@ -42,17 +44,51 @@ final class OverlayImage {
   /** The native record of this image at a place on pictures of the given size. */
   TranscoderNativeVideoFrame placed(OverlaySpec spec, int frameWidth, int frameHeight) {
     OverlayPlacement placement = new OverlayPlacement(spec, width(), height(), frameWidth, frameHeight);
+    TranscoderNativeVideoFrame frame = frame();
+    frame.dstX = spec.x();
+    frame.dstY = spec.y();
+    frame.dstWidth = placement.width;
+    frame.dstHeight = placement.height;
+    frame.dstAlign = spec.align().bits;
+    return frame;
+  }
+
+  /**
+   * The same for pictures that are drawn on as coded and brought upright afterwards: the image is turned the other way,
+   * and lies where its place on the upright picture, whose size is given, will come from.
+   */
+  TranscoderNativeVideoFrame placedOnCoded(OverlaySpec spec, int frameWidth, int frameHeight, Orientation turn) {
+    if (turn.equals(Orientation.UPRIGHT)) return placed(spec, frameWidth, frameHeight);
+    OverlayPlacement placement = new OverlayPlacement(spec, width(), height(), frameWidth, frameHeight);
+    Orientation.Area area = turn.toCoded(placement.area(frameWidth, frameHeight), frameWidth, frameHeight);
+    TranscoderNativeVideoFrame frame = new OverlayImage(turnedBack(turn)).frame();
+    frame.dstX = area.x();
+    frame.dstY = area.y();
+    frame.dstWidth = area.width();
+    frame.dstHeight = area.height();
+    frame.dstAlign = Align.TOP_LEFT.bits;
+    return frame;
+  }
+
+  private BufferedImage turnedBack(Orientation turn) {
+    boolean swaps = turn.swapsSides();
+    BufferedImage turned =
+        new BufferedImage(swaps ? height() : width(), swaps ? width() : height(), BufferedImage.TYPE_INT_ARGB);
+    for (int y = 0; y < height(); y++)
+      for (int x = 0; x < width(); x++) {
+        Orientation.Area to = turn.toCoded(new Orientation.Area(x, y, 1, 1), width(), height());
+        turned.setRGB(to.x(), to.y(), image.getRGB(x, y));
+      }
+    return turned;
+  }
+
+  private TranscoderNativeVideoFrame frame() {
     TranscoderNativeVideoFrame frame = new TranscoderNativeVideoFrame();
     frame.fourcc = FOURCC_BGRA;
     frame.bytes = bgra();
     frame.stride = 4L * width();
     frame.width = width();
     frame.height = height();
-    frame.dstX = spec.x();
-    frame.dstY = spec.y();
-    frame.dstWidth = placement.width;
-    frame.dstHeight = placement.height;
-    frame.dstAlign = spec.align().bits;
     return frame;
   }
 

@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.session;
 
+import com.zarvo.qvs.host.model.Orientation;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import java.awt.Rectangle;
 
@@ -22,9 +23,16 @@ public final class OverlayPlacement {
 
   /** The rectangle that gets covered, cut to the picture. */
   public Rectangle areaOn(int frameWidth, int frameHeight) {
+    Orientation.Area area = area(frameWidth, frameHeight);
+    return new Rectangle(area.x(), area.y(), area.width(), area.height())
+        .intersection(new Rectangle(0, 0, frameWidth, frameHeight));
+  }
+
+  /** The overlay's whole rectangle, which may reach beyond the picture. */
+  Orientation.Area area(int frameWidth, int frameHeight) {
     int x = start(spec.align().column(), spec.x(), width, frameWidth);
     int y = start(spec.align().row(), spec.y(), height, frameHeight);
-    return new Rectangle(x, y, width, height).intersection(new Rectangle(0, 0, frameWidth, frameHeight));
+    return new Orientation.Area(x, y, width, height);
   }
 
   private static int start(int side, int offset, int size, int room) {

@@ -5,6 +5,7 @@ import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.PacketLookahead;
+import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
@@ -31,6 +32,8 @@ public final class TranscodeSession implements AutoCloseable {
   private static final int DECODER_FRAMES = 4;
   private static final int RENDITION_FRAMES = 3;
   private static final long MAX_FRAME_SIDE = 8192;
+  // Half-size copies and overlays by the scaler plug-in, where there is one.
+  private static final long SCALE_FLAGS_PLUGIN = 0x3;
   // Lets the CPU honour crop, padding and fill, which it otherwise leaves to devices.
   private static final long SCALE_FLAG_PLACE_ON_CPU = 0x10000;
   private static final long STATUS_INPUT_USED = 0x01;
@@ -202,11 +205,10 @@ public final class TranscodeSession implements AutoCloseable {
 
   private void wireVideo() throws HostException {
     wireDecoder();
-    boolean placement = settings.renditions().stream().anyMatch(RenditionSpec::needsPlacement);
     String scaler = settings.name() + ": the scaler could not be set up";
     check(videoScalerCreate(session, FOURCC_YV12, BIT_DEPTH), scaler);
     check(videoScalerSetImplementation(session, SCALER_CPU, -1), scaler);
-    check(videoScalerSetFlags(session, placement ? SCALE_FLAG_PLACE_ON_CPU : 0), scaler);
+    check(videoScalerSetFlags(session, scaleFlags()), scaler);
     check(videoDecoderBuffersCreate(session, DECODER_FRAMES), settings.name() + ": no memory for decoded pictures");
     check(videoDecoderSetFrameSizeLimits(session, MAX_FRAME_SIDE, MAX_FRAME_SIDE, 1, 1), settings.name() + ": no limits for picture sizes");
     check(videoEncoderBufferSetsCreate(session, RENDITION_FRAMES), settings.name() + ": no memory for renditions");
@@ -216,6 +218,12 @@ public final class TranscodeSession implements AutoCloseable {
     check(videoScalerInitialize(session), scaler);
     if (source.config() != null) configure();
     placeOverlays();
+  }
+
+  private long scaleFlags() {
+    boolean placement = settings.renditions().stream().anyMatch(RenditionSpec::needsPlacement);
+    long flags = placement ? SCALE_FLAGS_PLUGIN | SCALE_FLAG_PLACE_ON_CPU : SCALE_FLAGS_PLUGIN;
+    return flags | settings.source().orientation().scaleFlags();
   }
 
   private void wireDecoder() throws HostException {
@@ -241,11 +249,12 @@ public final class TranscodeSession implements AutoCloseable {
 
   private void placeOverlays() throws HostException {
     int slot = 0;
+    StreamInfo upright = settings.source().upright();
     for (OverlaySpec spec : settings.overlays()) {
       OverlayImage image = OverlayImage.load(spec.image());
       if (spec.rendition() == OverlaySpec.ON_DECODER) {
         TranscoderNativeVideoFrame frame =
-            image.placed(spec, settings.source().width(), settings.source().height());
+            image.placedOnCoded(spec, upright.width(), upright.height(), settings.source().orientation());
         check(videoDecoderBufferSetOverlayVideoFrame(session, slot++, frame), spec.image() + ": refused as an overlay");
       } else {
         paths.get(spec.rendition()).setOverlay(slot++, spec, image);

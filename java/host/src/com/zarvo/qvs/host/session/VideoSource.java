@@ -17,7 +17,6 @@ import java.util.List;
  */
 public final class VideoSource {
   private static final byte[] NONE = {};
-  private static final String SUPPORTED_PIXELS = "yuv420p";
 
   private final VideoCodec codec;
   private final boolean hevc;
@@ -41,13 +40,6 @@ public final class VideoSource {
     }
     if (source.width() > RenditionSpec.MAX_SIZE || source.height() > RenditionSpec.MAX_SIZE)
       throw new HostException(name + "pictures of " + source.width() + "x" + source.height() + " are too large");
-    // The range variant names the same layout; others that the decoder does not convert would come out empty.
-    if (codec.wantsNoConfig()
-        && !source.pixelFormat().isEmpty()
-        && !source.pixelFormat().equals(SUPPORTED_PIXELS)
-        && !source.pixelFormat().equals("yuvj420p"))
-      throw new HostException(
-          name + "pixel format " + source.pixelFormat() + " is not supported, only 8-bit 4:2:0 is");
     return codec;
   }
 

@@ -2,7 +2,6 @@ package com.zarvo.qvs.transcoder.test;
 
 import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
 import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertNotEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.zarvo.qvs.transcoder.model.TranscoderLogStatement;
@@ -141,7 +140,6 @@ class HandlesTest {
     for (Future<Integer> result : pool.invokeAll(threads)) answered += result.get();
     pool.shutdown();
     assertTrue(answered > 800, "calls: " + answered);
-    assertNotEquals(0, Library.logs(0).size());
   }
 
   @Test

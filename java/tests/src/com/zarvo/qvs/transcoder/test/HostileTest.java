@@ -29,21 +29,21 @@ import org.junit.jupiter.params.provider.ValueSource;
 
 /** Input that a host should not send, on a live session that must go on afterwards. */
 class HostileTest {
-  private static Road road;
+  private static SessionDriver driver;
   private static List<byte[]> clip;
 
   @BeforeAll
   static void open() throws Exception {
     clip = Ivf.halves(320, 180, 3);
-    road = new Road(160, 90);
+    driver = new SessionDriver(160, 90);
   }
 
   @AfterAll
   static void goodFrameStillComesOutRight() {
-    long picture = road.decode(clip.get(0), 0, Library.KEY_FRAME);
-    Road.assertHalves(road.encode(picture, 0, Library.KEY_FRAME));
-    videoDecoderBufferRelease(road.handle, picture);
-    road.close();
+    long picture = driver.decode(clip.get(0), 0, Library.KEY_FRAME);
+    SessionDriver.assertHalves(driver.encode(picture, 0, Library.KEY_FRAME));
+    videoDecoderBufferRelease(driver.handle, picture);
+    driver.close();
   }
 
   @Test
@@ -54,13 +54,13 @@ class HostileTest {
       {Integer.MAX_VALUE, 16}, {1L << 32, 4}, {0, 1L << 32}
     };
     for (long[] part : parts) {
-      assertEquals(-1, videoDecoderAddFrame(road.handle, coded, part[0], part[1], 0, 1));
-      assertEquals(-1, videoDecoderDecodeCodecConfig(road.handle, coded, part[0], part[1]));
-      assertEquals(-1, audioDecoderDecodeFrame(road.handle, coded, part[0], part[1], 0, 0));
-      assertEquals(-1, audioDecoderDecodeFirstFrame(road.handle, coded, part[0], part[1]));
-      assertEquals(-1, audioDecoderDecodeCodecConfig(road.handle, coded, part[0], part[1]));
+      assertEquals(-1, videoDecoderAddFrame(driver.handle, coded, part[0], part[1], 0, 1));
+      assertEquals(-1, videoDecoderDecodeCodecConfig(driver.handle, coded, part[0], part[1]));
+      assertEquals(-1, audioDecoderDecodeFrame(driver.handle, coded, part[0], part[1], 0, 0));
+      assertEquals(-1, audioDecoderDecodeFirstFrame(driver.handle, coded, part[0], part[1]));
+      assertEquals(-1, audioDecoderDecodeCodecConfig(driver.handle, coded, part[0], part[1]));
     }
-    assertEquals(-1, videoDecoderAddFrame(road.handle, null, 0, 1, 0, 1));
+    assertEquals(-1, videoDecoderAddFrame(driver.handle, null, 0, 1, 0, 1));
   }
 
   @ParameterizedTest
@@ -68,32 +68,32 @@ class HostileTest {
   void rectanglesOfAnyLengthAreTaken(int length) {
     long[] rect = new long[length];
     for (int i = 0; i < length; ++i) rect[i] = i % 2 == 0 ? Long.MAX_VALUE : -1;
-    assertEquals(0, videoEncoderBufferSetCrop(road.handle, road.set, rect));
-    assertEquals(0, videoEncoderBufferSetSourceRect(road.handle, road.set, rect));
-    assertEquals(0, videoEncoderBufferSetPadding(road.handle, road.set, rect));
-    assertEquals(0, videoEncoderBufferSetDestinationRect(road.handle, road.set, rect));
+    assertEquals(0, videoEncoderBufferSetCrop(driver.handle, driver.set, rect));
+    assertEquals(0, videoEncoderBufferSetSourceRect(driver.handle, driver.set, rect));
+    assertEquals(0, videoEncoderBufferSetPadding(driver.handle, driver.set, rect));
+    assertEquals(0, videoEncoderBufferSetDestinationRect(driver.handle, driver.set, rect));
     clearRectangles();
   }
 
   private static void clearRectangles() {
-    for (long set : new long[] {road.set, -1, 77, 1L << 40}) {
-      assertEquals(0, videoEncoderBufferSetCrop(road.handle, set, null));
-      assertEquals(0, videoEncoderBufferSetSourceRect(road.handle, set, null));
-      assertEquals(0, videoEncoderBufferSetPadding(road.handle, set, null));
-      assertEquals(0, videoEncoderBufferSetDestinationRect(road.handle, set, null));
+    for (long set : new long[] {driver.set, -1, 77, 1L << 40}) {
+      assertEquals(0, videoEncoderBufferSetCrop(driver.handle, set, null));
+      assertEquals(0, videoEncoderBufferSetSourceRect(driver.handle, set, null));
+      assertEquals(0, videoEncoderBufferSetPadding(driver.handle, set, null));
+      assertEquals(0, videoEncoderBufferSetDestinationRect(driver.handle, set, null));
     }
   }
 
   @Test
   void listsOfTargetsMayHaveAnyLength() {
-    long picture = road.decode(clip.get(0), 0, Library.KEY_FRAME);
+    long picture = driver.decode(clip.get(0), 0, Library.KEY_FRAME);
     for (long[] indexes : new long[][] {null, {}, {-1}, {99}, {Long.MIN_VALUE}}) {
-      assertEquals(0, videoDecoderTransferFrameStart(road.handle, picture, indexes));
+      assertEquals(0, videoDecoderTransferFrameStart(driver.handle, picture, indexes));
     }
-    assertEquals(Library.FAILED, videoDecoderTransferFrameStart(road.handle, picture, new long[2]));
-    assertEquals(Library.FAILED, videoDecoderTransferFrameStart(road.handle, picture, new long[100_000]));
-    assertEquals(Library.FAILED, videoScalerScaleFrame(road.handle, picture, new long[100_000], 1, null));
-    videoDecoderBufferRelease(road.handle, picture);
+    assertEquals(Library.FAILED, videoDecoderTransferFrameStart(driver.handle, picture, new long[2]));
+    assertEquals(Library.FAILED, videoDecoderTransferFrameStart(driver.handle, picture, new long[100_000]));
+    assertEquals(Library.FAILED, videoScalerScaleFrame(driver.handle, picture, new long[100_000], 1, null));
+    videoDecoderBufferRelease(driver.handle, picture);
   }
 
   @Test
@@ -126,15 +126,15 @@ class HostileTest {
       overlay.dstWidth = 32;
       overlay.dstHeight = 32;
       overlay.dstAlign = 17;
-      assertEquals(0, videoDecoderBufferSetOverlayVideoFrame(road.handle, 3, overlay));
-      assertEquals(0, videoEncoderBufferSetOverlayVideoFrame(road.handle, road.set, 3, overlay));
-      long picture = road.decode(clip.get(0), 0, Library.KEY_FRAME);
-      Road.assertHalves(road.encode(picture, 0, Library.KEY_FRAME));
-      videoDecoderBufferRelease(road.handle, picture);
+      assertEquals(0, videoDecoderBufferSetOverlayVideoFrame(driver.handle, 3, overlay));
+      assertEquals(0, videoEncoderBufferSetOverlayVideoFrame(driver.handle, driver.set, 3, overlay));
+      long picture = driver.decode(clip.get(0), 0, Library.KEY_FRAME);
+      SessionDriver.assertHalves(driver.encode(picture, 0, Library.KEY_FRAME));
+      videoDecoderBufferRelease(driver.handle, picture);
     }
-    assertEquals(0, videoDecoderBufferSetOverlayVideoFrame(road.handle, 3, null));
-    assertEquals(0, videoEncoderBufferSetOverlayVideoFrame(road.handle, road.set, 3, null));
-    assertEquals(0, videoEncoderBufferSetOverlayVideoFrame(road.handle, 99, 3, null));
+    assertEquals(0, videoDecoderBufferSetOverlayVideoFrame(driver.handle, 3, null));
+    assertEquals(0, videoEncoderBufferSetOverlayVideoFrame(driver.handle, driver.set, 3, null));
+    assertEquals(0, videoEncoderBufferSetOverlayVideoFrame(driver.handle, 99, 3, null));
   }
 
   @Test
@@ -142,7 +142,7 @@ class HostileTest {
     List<TranscoderNativeParameterValue> list = new ArrayList<>();
     for (int key : new int[] {0, 100033, 10003, -1, Integer.MAX_VALUE}) {
       for (int type = -1; type <= 6; ++type) {
-        TranscoderNativeParameterValue value = Road.number(key, Long.MIN_VALUE);
+        TranscoderNativeParameterValue value = SessionDriver.number(key, Long.MIN_VALUE);
         value.dataType = type;
         value.larValue = type == 2 ? new long[1000] : null;
         value.darValue = type == 4 ? new double[] {Double.NaN} : null;
@@ -152,71 +152,71 @@ class HostileTest {
     list.add(3, null);
     TranscoderNativeParameterValue[] all = list.toArray(new TranscoderNativeParameterValue[0]);
     for (TranscoderNativeParameterValue[] array : new TranscoderNativeParameterValue[][] {null, {}, {null}}) {
-      assertEquals(0, videoDecoderSetParameterValues(road.handle, array));
-      assertEquals(0, videoEncoderGetParameterValues(road.handle, road.encoder, array));
-      assertEquals(0, videoEncoderSetParameterValues(road.handle, 12345, array));
+      assertEquals(0, videoDecoderSetParameterValues(driver.handle, array));
+      assertEquals(0, videoEncoderGetParameterValues(driver.handle, driver.encoder, array));
+      assertEquals(0, videoEncoderSetParameterValues(driver.handle, 12345, array));
     }
-    assertEquals(0, videoDecoderSetParameterValues(road.handle, all));
-    assertEquals(0, videoDecoderGetParameterValues(road.handle, all));
-    assertEquals(-1, audioDecoderSetParameterValues(road.handle, all));
-    assertEquals(-1, audioEncoderGetParameterValues(road.handle, 0, all));
+    assertEquals(0, videoDecoderSetParameterValues(driver.handle, all));
+    assertEquals(0, videoDecoderGetParameterValues(driver.handle, all));
+    assertEquals(-1, audioDecoderSetParameterValues(driver.handle, all));
+    assertEquals(-1, audioEncoderGetParameterValues(driver.handle, 0, all));
 
-    TranscoderNativeParameterValue unknown = Road.number(77, 5);
+    TranscoderNativeParameterValue unknown = SessionDriver.number(77, 5);
     unknown.dataType = 3;
-    TranscoderNativeParameterValue known = Road.number(100033, 5);
+    TranscoderNativeParameterValue known = SessionDriver.number(100033, 5);
     known.dataType = 0;
-    videoEncoderSetParameterValues(road.handle, road.encoder, new TranscoderNativeParameterValue[] {Road.number(100033, -8)});
-    videoEncoderGetParameterValues(road.handle, road.encoder, new TranscoderNativeParameterValue[] {unknown, null, known});
+    videoEncoderSetParameterValues(driver.handle, driver.encoder, new TranscoderNativeParameterValue[] {SessionDriver.number(100033, -8)});
+    videoEncoderGetParameterValues(driver.handle, driver.encoder, new TranscoderNativeParameterValue[] {unknown, null, known});
     assertEquals(List.of(3, 5L), List.of(unknown.dataType, unknown.lValue), "an unknown key stays as it was");
     assertEquals(List.of(1, -8L), List.of(known.dataType, known.lValue));
   }
 
   @Test
   void packetListsThatRefuseAreTheHostsOwnBusiness() {
-    long picture = road.decode(clip.get(0), 0, Library.KEY_FRAME);
-    long target = videoEncoderBufferAllocate(road.handle, road.set);
-    videoDecoderTransferFrameStart(road.handle, picture, new long[] {target});
-    videoDecoderTransferFrameSingle(road.handle, picture, target, road.set);
+    long picture = driver.decode(clip.get(0), 0, Library.KEY_FRAME);
+    long target = videoEncoderBufferAllocate(driver.handle, driver.set);
+    videoDecoderTransferFrameStart(driver.handle, picture, new long[] {target});
+    videoDecoderTransferFrameSingle(driver.handle, picture, target, driver.set);
     for (List<TranscoderPacket> list : new ArrayList<>(java.util.Arrays.asList(null, Collections.<TranscoderPacket>emptyList()))) {
-      assertEquals(0, videoEncoderAddFrame(road.handle, road.encoder, target, road.set, Library.KEY_FRAME, 0));
+      assertEquals(0, videoEncoderAddFrame(driver.handle, driver.encoder, target, driver.set, Library.KEY_FRAME, 0));
       boolean refused = false;
       try {
-        assertEquals(0, videoEncoderGetEncodedFrames(road.handle, road.encoder, list));
+        assertEquals(0, videoEncoderGetEncodedFrames(driver.handle, driver.encoder, list));
       } catch (UnsupportedOperationException e) {
         refused = true;
       }
       assertEquals(list != null, refused);
     }
-    videoEncoderBufferRelease(road.handle, road.set, target);
-    videoDecoderBufferRelease(road.handle, picture);
+    videoEncoderBufferRelease(driver.handle, driver.set, target);
+    videoDecoderBufferRelease(driver.handle, picture);
   }
 
   @Test
   void audioBlocksAreBounded() {
-    audioDecoderBuffersCreate(road.handle, 1);
-    assertEquals(0, audioDecoderBuffersAllocate(road.handle, 100, 2, 48000));
+    audioDecoderBuffersCreate(driver.handle, 1);
+    assertEquals(0, audioDecoderBuffersAllocate(driver.handle, 100, 2, 48000));
     TranscoderNativeAudioFrame frame = new TranscoderNativeAudioFrame();
-    assertEquals(0, audioDecoderGetAudioFrame(road.handle, 0, frame));
+    assertEquals(0, audioDecoderGetAudioFrame(driver.handle, 0, frame));
     assertEquals(List.of(48000L, 2L, 100L, 400), List.of(frame.sampleRate, frame.channels, frame.sampleCount, frame.buffer.length));
     frame.buffer[399] = 17;
-    assertEquals(0, audioDecoderUpdateAudioFrame(road.handle, 0, frame));
+    assertEquals(0, audioDecoderUpdateAudioFrame(driver.handle, 0, frame));
     TranscoderNativeAudioFrame again = new TranscoderNativeAudioFrame();
-    assertEquals(0, audioDecoderGetAudioFrame(road.handle, 0, again));
+    assertEquals(0, audioDecoderGetAudioFrame(driver.handle, 0, again));
     assertEquals(17, again.buffer[399]);
 
     frame.buffer = new byte[399];
-    assertEquals(-1, audioDecoderUpdateAudioFrame(road.handle, 0, frame), "too short");
+    assertEquals(-1, audioDecoderUpdateAudioFrame(driver.handle, 0, frame), "too short");
     frame.buffer = null;
-    assertEquals(-1, audioDecoderUpdateAudioFrame(road.handle, 0, frame), "none");
+    assertEquals(-1, audioDecoderUpdateAudioFrame(driver.handle, 0, frame), "none");
     frame.buffer = new byte[400];
     frame.sampleRate = 44100;
-    assertEquals(-1, audioDecoderUpdateAudioFrame(road.handle, 0, frame), "other rate");
+    assertEquals(-1, audioDecoderUpdateAudioFrame(driver.handle, 0, frame), "other rate");
     frame.sampleRate = 48000;
     frame.sampleCount = (1L << 31) + 50;
     frame.channels = 1L << 31;
-    assertEquals(-1, audioDecoderUpdateAudioFrame(road.handle, 0, frame), "product beyond 64 bits of bytes");
-    assertEquals(-1, audioDecoderGetAudioFrame(road.handle, 1, frame));
-    assertEquals(-1, audioEncoderGetAudioFrame(road.handle, 0, 0, frame));
+    assertEquals(-1, audioDecoderUpdateAudioFrame(driver.handle, 0, frame), "product beyond 64 bits of bytes");
+    assertEquals(-1, audioDecoderGetAudioFrame(driver.handle, 1, frame));
+    assertEquals(-1, audioEncoderGetAudioFrame(driver.handle, 0, 0, frame));
   }
 
   @Test
@@ -232,9 +232,9 @@ class HostileTest {
         request.packets = new ThumbnailerRequestPacket[] {new ThumbnailerRequestPacket(), null};
         request.packets[0].packetData = ByteBuffer.allocateDirect(8);
       }
-      Library.logs(road.handle);
-      assertEquals(0, thumbnailerGetVideoFrame(road.handle, (ThumbnailerRequest) calls[i][0], (ThumbnailerResponse) calls[i][1]));
-      var lines = Library.logs(road.handle);
+      Library.logs(driver.handle);
+      assertEquals(0, thumbnailerGetVideoFrame(driver.handle, (ThumbnailerRequest) calls[i][0], (ThumbnailerResponse) calls[i][1]));
+      var lines = Library.logs(driver.handle);
       assertEquals(expected[i] == null ? 0 : 1, lines.size());
       if (expected[i] != null) assertEquals("TranscoderSessionNative::thumbnailerGetVideoFrame" + expected[i], lines.get(0).statement);
       assertEquals(null, response.pictureData);
@@ -258,7 +258,7 @@ class HostileTest {
     Random random = new Random(20240607);
     int calls = 0;
     for (int round = 0; round < 3; ++round) {
-      try (Road own = new Road(64, 64)) {
+      try (SessionDriver own = new SessionDriver(64, 64)) {
         List<Method> methods = new ArrayList<>(List.of(TranscoderSessionNative.class.getDeclaredMethods()));
         methods.removeIf(m -> !Modifier.isNative(m.getModifiers()) || SIZED.contains(m.getName()));
         methods.sort((a, b) -> a.toString().compareTo(b.toString()));

@@ -28,13 +28,13 @@ class LeakTest {
 
   @Test
   void refusedBytesAreFreed() throws Exception {
-    try (Road road = new Road(64, 48)) {
+    try (SessionDriver driver = new SessionDriver(64, 48)) {
       byte[] bytes = new byte[BLOCK];
       assertNoLeak("coded bytes of no codec", () -> {
-        videoDecoderAddFrame(road.handle, bytes, 0, bytes.length, 0, Library.KEY_FRAME);
-        videoDecoderDecodeCodecConfig(road.handle, bytes, 0, bytes.length);
-        audioDecoderDecodeFrame(road.handle, bytes, 0, bytes.length, 0, 0);
-        audioDecoderDecodeCodecConfig(road.handle, bytes, 0, bytes.length);
+        videoDecoderAddFrame(driver.handle, bytes, 0, bytes.length, 0, Library.KEY_FRAME);
+        videoDecoderDecodeCodecConfig(driver.handle, bytes, 0, bytes.length);
+        audioDecoderDecodeFrame(driver.handle, bytes, 0, bytes.length, 0, 0);
+        audioDecoderDecodeCodecConfig(driver.handle, bytes, 0, bytes.length);
       });
       assertNoLeak("coded bytes for no session", () -> videoDecoderAddFrame(0, bytes, 0, bytes.length, 0, 1));
     }
@@ -42,18 +42,18 @@ class LeakTest {
 
   @Test
   void overlaysAreFreedWhenReplacedRefusedAndRemoved() {
-    try (Road road = new Road(64, 48)) {
+    try (SessionDriver driver = new SessionDriver(64, 48)) {
       TranscoderNativeVideoFrame overlay = new TranscoderNativeVideoFrame();
       overlay.fourcc = Library.fourcc("BGRA");
       overlay.width = overlay.height = 32;
       overlay.stride = 128;
       overlay.bytes = new byte[BLOCK];
       assertNoLeak("overlays", () -> {
-        videoDecoderBufferSetOverlayVideoFrame(road.handle, 0, overlay);
-        videoEncoderBufferSetOverlayVideoFrame(road.handle, road.set, 0, overlay);
-        videoEncoderBufferSetOverlayVideoFrame(road.handle, 99, 0, overlay);
-        videoDecoderBufferSetOverlayVideoFrame(road.handle, Long.MAX_VALUE, overlay);
-        videoDecoderBufferSetOverlayVideoFrame(road.handle, 0, null);
+        videoDecoderBufferSetOverlayVideoFrame(driver.handle, 0, overlay);
+        videoEncoderBufferSetOverlayVideoFrame(driver.handle, driver.set, 0, overlay);
+        videoEncoderBufferSetOverlayVideoFrame(driver.handle, 99, 0, overlay);
+        videoDecoderBufferSetOverlayVideoFrame(driver.handle, Long.MAX_VALUE, overlay);
+        videoDecoderBufferSetOverlayVideoFrame(driver.handle, 0, null);
       });
     }
   }
@@ -61,12 +61,12 @@ class LeakTest {
   @Test
   void aPictureLeavesNothingBehind() throws Exception {
     List<byte[]> clip = Ivf.halves(64, 48, 2);
-    try (Road road = new Road(64, 48)) {
+    try (SessionDriver driver = new SessionDriver(64, 48)) {
       assertNoLeak("pictures", () -> {
-        road.packets.clear();
-        long picture = road.decode(clip.get(0), 0, Library.KEY_FRAME);
-        road.encode(picture, 0, Library.KEY_FRAME);
-        videoDecoderBufferRelease(road.handle, picture);
+        driver.packets.clear();
+        long picture = driver.decode(clip.get(0), 0, Library.KEY_FRAME);
+        driver.encode(picture, 0, Library.KEY_FRAME);
+        videoDecoderBufferRelease(driver.handle, picture);
       });
     }
   }

@@ -22,6 +22,6 @@ final class Marshalling {
   /** Reports a picture of 7x5; the i-th record's numbers start at 10 i, the first packet has no words. */
   static native boolean report(TranscoderNativeVideoDecodeFrameInfo info, int timecodes, int packets);
 
-  /** Adds a packet of video, "video", and one of audio, "sound". */
-  static native void packets(List<TranscoderPacket> list);
+  /** Adds a packet of video, "video", one whose bytes an encoder wrote into the array, and one of audio, "sound". */
+  static native void packets(List<TranscoderPacket> list, byte[] array);
 }

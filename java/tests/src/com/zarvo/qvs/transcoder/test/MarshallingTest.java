@@ -2,6 +2,7 @@ package com.zarvo.qvs.transcoder.test;
 
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertSame;
 import static org.junit.jupiter.api.Assertions.assertNull;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
@@ -75,13 +76,15 @@ class MarshallingTest {
   @Test
   void packetsCarryEveryField() {
     List<TranscoderPacket> list = new ArrayList<>();
-    Marshalling.packets(list);
-    assertEquals(2, list.size(), "a unit without bytes is passed over");
+    byte[] written = {1, 2, 3};
+    Marshalling.packets(list, written);
+    assertEquals(3, list.size(), "a unit without bytes is passed over");
+    assertSame(written, list.get(1).buffer, "no copy of what is Java's already");
     TranscoderPacket video = list.get(0);
     assertArrayEquals("video".getBytes(), video.buffer);
     assertEquals(
         List.of(5L, 9, 1L << 40, -40, 3), List.of(video.len, video.type, video.timecode, video.timecodeOffset, video.frameType));
-    TranscoderPacket audio = list.get(1);
+    TranscoderPacket audio = list.get(2);
     assertArrayEquals("sound".getBytes(), audio.buffer);
     assertEquals(
         List.of(5L, 8, 48000L, 0, 44100, 2),

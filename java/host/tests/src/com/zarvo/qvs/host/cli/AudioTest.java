@@ -20,6 +20,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.ValueSource;
 
 /** Sound through the whole transcoder: what comes out, and when, seen by the ffmpeg tools. */
 class AudioTest {
@@ -171,6 +172,19 @@ class AudioTest {
       assertEquals(once.get(i), all.get(i), 1, "before the jump");
       assertEquals(once.get(i) + 2000, all.get(i + 2), 40, "after the jump, within a packet");
     }
+  }
+
+  @ParameterizedTest
+  @ValueSource(strings = {"libopus", "libvorbis", "flac"})
+  void allLinksOfAChainedOggAreHeard(String codec) throws Exception {
+    ByteArrayOutputStream chain = new ByteArrayOutputStream();
+    for (int i = 0; i < 3; i++) chain.write(Files.readAllBytes(beeps("link.ogg", codec, 48000, 0.8)));
+    Path source = Files.write(folder.resolve("chain-" + codec + ".ogg"), chain.toByteArray());
+    Path out = folder.resolve("chain-" + codec);
+    transcode(source, out);
+    List<Double> heard = Beeps.in(out.resolve("chain-" + codec + "_opus_128k.webm"), 0);
+    assertEquals(3, heard.size(), heard.toString());
+    for (int i = 0; i < 3; i++) assertEquals(500 + 800 * i, heard.get(i), 30, "within a packet: " + heard);
   }
 
   @Test

@@ -82,6 +82,25 @@ class LayoutTest {
   }
 
   @Test
+  void slowWorkIsToldOnceAndSoIsItsEnd() {
+    PaceWatch watch = new PaceWatch();
+    List<String> said = new ArrayList<>();
+    long mediaMs = 0;
+    // Work on 40 ms of input takes 20 ms, then 50 ms, then 20 ms, each for 40 s of input.
+    for (int part = 0; part < 3; part++)
+      for (int i = 0; i < 1000; i++) {
+        mediaMs += 40;
+        String line = watch.worked((part == 1 ? 50 : 20) * 1_000_000L, mediaMs);
+        if (line != null) said.add(line);
+      }
+    assertEquals(2, said.size(), said.toString());
+    assertTrue(said.get(0).contains("slower than real time (0.80x at 44 s)"), said.get(0));
+    assertTrue(said.get(1).contains("in real time again"), said.get(1));
+    assertEquals(0.8, watch.slowest(), 1e-9);
+    assertEquals(50, watch.behindSeconds(), 5);
+  }
+
+  @Test
   void aStripSpreadsItsPicturesOverAnyLength() {
     for (long length : new long[] {100, 3000, 60_000, 3_600_000}) {
       FrameStrip strip = new FrameStrip();

@@ -4,7 +4,7 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 
 /** Raw pictures of one size, one after the other: planes Y, U, V. */
 public record I420(byte[] bytes, int width, int height) {
-  int frames() {
+  public int frames() {
     return bytes.length / frameBytes();
   }
 

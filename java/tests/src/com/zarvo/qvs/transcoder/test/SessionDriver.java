@@ -14,7 +14,7 @@ import java.util.ArrayList;
 import java.util.List;
 
 /** A session wired from VP8 to one VP8 rendition, driven call by call. */
-final class Road implements AutoCloseable {
+final class SessionDriver implements AutoCloseable {
   static final int DECODER_PICTURES = 4;
   static final int STATUS_PICTURE = 4;
   static final int STATUS_INCOMPLETE = 8;
@@ -27,10 +27,10 @@ final class Road implements AutoCloseable {
   final TranscoderNativeLong status = new TranscoderNativeLong();
   final TranscoderNativeLong timecode = new TranscoderNativeLong();
 
-  Road(int width, int height) {
+  SessionDriver(int width, int height) {
     long yv12 = Library.fourcc("YV12");
     TranscoderNativeStreamContext context = new TranscoderNativeStreamContext();
-    context.streamName = "road";
+    context.streamName = "session";
     assertEquals(0, videoDecoderCreate(handle, 0, Library.VPX, Library.VP8, 8, 0, yv12, context));
     assertEquals(0, videoDecoderInitialize(handle));
     videoScalerCreate(handle, yv12, 8);

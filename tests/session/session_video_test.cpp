@@ -32,7 +32,7 @@ void expectColours(uint32_t codecVersion, const std::vector<EncodedUnit>& units,
   }
 }
 
-TEST(SessionRoad, MakesALadderWithRightColoursAndTimecodes) {
+TEST(SessionVideo, MakesALadderWithRightColoursAndTimecodes) {
   const CodedStream stream = makeStream(8, 320, 240, 8);
   SessionDriver ladder({.rungs = {{.width = 320, .height = 240},
                                   {.width = 160, .height = 120, .codecVersion = 9},
@@ -51,7 +51,7 @@ TEST(SessionRoad, MakesALadderWithRightColoursAndTimecodes) {
   }
 }
 
-TEST(SessionRoad, MakesKeyFramesOnRequestAndFromTheInput) {
+TEST(SessionVideo, MakesKeyFramesOnRequestAndFromTheInput) {
   const CodedStream stream = makeStream(8, 64, 64, 6);
   SessionDriver ladder({.rungs = {{.width = 64, .height = 64}}});
   for (uint32_t number = 0; number < 6; ++number) {
@@ -64,7 +64,7 @@ TEST(SessionRoad, MakesKeyFramesOnRequestAndFromTheInput) {
   EXPECT_THAT(types, testing::ElementsAre(1, 2, 1, 2, 1, 2));
 }
 
-TEST(SessionRoad, RunsRungsSideBySideWithTheSamePackets) {
+TEST(SessionVideo, RunsRungsSideBySideWithTheSamePackets) {
   const CodedStream stream = makeStream(8, 320, 240, 10);
   const auto run = [&](bool asynchronous) {
     SessionDriver ladder(
@@ -83,7 +83,7 @@ TEST(SessionRoad, RunsRungsSideBySideWithTheSamePackets) {
   EXPECT_EQ(run(true), plain);
 }
 
-TEST(SessionRoad, EndsAndResetsWithFramesInWork) {
+TEST(SessionVideo, EndsAndResetsWithFramesInWork) {
   const CodedStream stream = makeStream(8, 320, 240, 1);
   for (bool reset : {false, true}) {
     SessionDriver ladder({.rungs = {{.width = 320,
@@ -106,7 +106,7 @@ TEST(SessionRoad, EndsAndResetsWithFramesInWork) {
   }
 }
 
-TEST(SessionRoad, FollowsSizeChanges) {
+TEST(SessionVideo, FollowsSizeChanges) {
   SessionDriver ladder({.rungs = {{.width = 160, .height = 120}}});
   ladder.session().videoDecoderSetFrameSizeLimits(8192, 4320, 32, 32);
   uint64_t timecode = 0;
@@ -134,7 +134,7 @@ TEST(SessionRoad, FollowsSizeChanges) {
   EXPECT_EQ(std::count_if(lines.begin(), lines.end(), outOfRange), 1);
 }
 
-TEST(SessionRoad, ReportsOneLineForARunOfBadSizes) {
+TEST(SessionVideo, ReportsOneLineForARunOfBadSizes) {
   const CodedStream stream = makeStream(8, 64, 48, 1);
   SessionDriver ladder({});
   TranscoderSession& session = ladder.session();
@@ -159,7 +159,7 @@ TEST(SessionRoad, ReportsOneLineForARunOfBadSizes) {
   EXPECT_EQ(session.videoDecoderTransferFrameStart(index, {}), 0u);
 }
 
-TEST(SessionRoad, HandsOutEachFrameOnceAndTakesItBackAtTheLastRelease) {
+TEST(SessionVideo, HandsOutEachFrameOnceAndTakesItBackAtTheLastRelease) {
   SessionDriver ladder({.rungs = {{.width = 64, .height = 64}}});
   TranscoderSession& session = ladder.session();
   uint32_t first = 9, second = 9, third = 9;
@@ -177,7 +177,7 @@ TEST(SessionRoad, HandsOutEachFrameOnceAndTakesItBackAtTheLastRelease) {
   EXPECT_EQ(third, first);
 }
 
-TEST(SessionRoad, AdvancesTheDecoderEvenWithoutAnEntry) {
+TEST(SessionVideo, AdvancesTheDecoderEvenWithoutAnEntry) {
   const CodedStream stream = makeStream(8, 64, 64, 2);
   SessionDriver ladder({});
   TranscoderSession& session = ladder.session();
@@ -193,7 +193,7 @@ TEST(SessionRoad, AdvancesTheDecoderEvenWithoutAnEntry) {
   EXPECT_TRUE(ladder.decode(stream.packets[1].bytes, 40));  // it has seen the key frame
 }
 
-TEST(SessionRoad, KeepsGoingAfterBadPackets) {
+TEST(SessionVideo, KeepsGoingAfterBadPackets) {
   const CodedStream stream = makeStream(8, 160, 120, 4);
   const CodedStream other = makeStream(9, 160, 120, 1);
   SessionDriver ladder({.rungs = {{.width = 160, .height = 120}}});
@@ -207,7 +207,7 @@ TEST(SessionRoad, KeepsGoingAfterBadPackets) {
   EXPECT_GT(psnrOfPlane(*ladder.decodedFrame(), 'V', 0), 34);
 }
 
-TEST(SessionRoad, WiresThePoolWithTheFirstConfigurationOnly) {
+TEST(SessionVideo, WiresThePoolWithTheFirstConfigurationOnly) {
   SessionDriver ladder({.rungs = {{.width = 64, .height = 64, .frameRate = 25}}});
   TranscoderSession& session = ladder.session();
   session.videoEncoderSetFrameRate(0, 50);
@@ -217,7 +217,7 @@ TEST(SessionRoad, WiresThePoolWithTheFirstConfigurationOnly) {
   EXPECT_EQ(denominator, 50);  // a stream without a rate, and a second configuration, leave the encoder alone
 }
 
-TEST(SessionRoad, PassesParametersThrough) {
+TEST(SessionVideo, PassesParametersThrough) {
   SessionDriver ladder({.rungs = {{.width = 64, .height = 64}}});
   TranscoderSession& session = ladder.session();
   uint32_t length = 5;
@@ -268,7 +268,7 @@ class Painter : public ITranscoderSessionNotifyVideoFrameDecode,
   std::string seen;
 };
 
-TEST(SessionRoad, LetsListenersTouchThePicture) {
+TEST(SessionVideo, LetsListenersTouchThePicture) {
   const CodedStream stream = makeStream(8, 64, 64, 1);
   SessionDriver ladder({.rungs = {{.width = 64, .height = 64}, {.width = 32, .height = 32}}});
   Painter painter;
@@ -284,7 +284,7 @@ TEST(SessionRoad, LetsListenersTouchThePicture) {
   EXPECT_GT(psnrOfPlane(*check.decodedFrame(), 'Y', 20), 28);
 }
 
-TEST(SessionRoad, DropsLinesBeyondItsLimitAndStartsAnewAfterAFetch) {
+TEST(SessionVideo, DropsLinesBeyondItsLimitAndStartsAnewAfterAFetch) {
   SessionDriver ladder({});
   ladder.takeLog();
   for (int i = 0; i < 1100; ++i) ladder.session().videoScalerSetSource(1, 2, 3);

@@ -1,6 +1,5 @@
-// The inventory as JSON text.
-#include "hardware/HardwareReport.h"
-
+// The inventory as JSON: no white space, no escaping. Sections that are present open with the key "availabe", misspelt
+// as hosts expect it; absent sections, the U30 and the intrinsic scaler use "available".
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -106,17 +105,14 @@ std::string u30Text(const HardwareInspector& inspector) {
 
 }  // namespace
 
-std::string HardwareReport::write(const HardwareInspector& inspector) {
-  const bool scaler = inspector.isIntrinsicScalerAvailable();
-  return fmt::format(
+void HardwareInspector::getJSON(std::string& json) const {
+  json = fmt::format(
       "{{\"infoCUDA\":{{{}}},\"infoQuickSync\":{{{}}},\"infoVAAPI\":{{{}}},\"infoXilinxU30\":{{{}}},"
       "\"infoX264\":{{{}}},\"infoX265\":{{{}}},\"infoAdvantechVega\":{{{}}},\"infoIntrinsicScaler\":{{{}}}}}",
-      cudaText(inspector), quickSyncText(inspector),
-      pluginText(inspector.isVAAPIAvailable(), inspector.getInfoVAAPI()), u30Text(inspector),
-      pluginText(inspector.isX264Available(), inspector.getInfoX264()),
-      pluginText(inspector.isX265Available(), inspector.getInfoX265()),
-      pluginText(inspector.isAdvantechVegaAvailable(), inspector.getInfoAdvantechVega()),
-      ObjectWriter().member("available", scaler).get());
+      cudaText(*this), quickSyncText(*this), pluginText(isVAAPIAvailable(), getInfoVAAPI()), u30Text(*this),
+      pluginText(isX264Available(), getInfoX264()), pluginText(isX265Available(), getInfoX265()),
+      pluginText(isAdvantechVegaAvailable(), getInfoAdvantechVega()),
+      ObjectWriter().member("available", isIntrinsicScalerAvailable()).get());
 }
 
 }  // namespace qvs

@@ -1,4 +1,4 @@
-// The least that any program can do to make the audio road's renditions: libopus, libswresample and
+// The least that any program can do to make the audio renditions: libopus, libswresample and
 // libavcodec's AAC encoder called directly with the settings of a session, one packet at a time.
 //
 //   qvs-bench-audio-floor INPUT.opus
@@ -16,7 +16,7 @@ extern "C" {
 #include <cstdlib>
 #include <memory>
 
-#include "audio/AudioRoadSpec.h"
+#include "audio/AudioSpec.h"
 #include "audio/OpusFile.h"
 
 namespace qvs::bench {

@@ -5,10 +5,10 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "audio/AudioDecoderBase.h"
+#include "audio/AudioEncoderBase.h"
 #include "audio/AudioResampler.h"
 #include "frames/AudioFrameEncoded.h"
-#include "platform/WithoutParameters.h"
-#include "session/MediaStreamContext.h"
 #include "session/notify/TranscoderSessionNotifyManager.h"
 #include "session/TranscoderSession.h"
 
@@ -26,18 +26,13 @@ AudioResampler* makeMonoResampler() {
 }
 
 /// A decoder that writes its packet's first byte into every sample.
-class FakeAudioDecoder : public WithoutParameters<IAudioDecoder> {
+class FakeAudioDecoder : public AudioDecoderBase {
  public:
-  uint32_t getCodec() override { return 0; }
-  uint32_t getDecodedChannels() override { return 2; }
-  uint32_t getDecodedSampleRate() override { return 48000; }
-  uint32_t getDecodedSampleCount() override { return 0; }
-  uint32_t getDecodedSampleSize() override { return 0; }
-  uint64_t getDecodedTimecode() override { return 0; }
-  uint32_t setDecodeParameters(uint32_t) override { return 0; }
-  uint32_t setDecodeParameters(int32_t, int32_t, uint32_t) override { return 0; }
-  uint32_t initialize() override { return 0; }
-  uint32_t decodeCodecConfig(uint8_t*, uint32_t, uint32_t) override { return 0; }
+  FakeAudioDecoder() {
+    decodedSampleRate = 48000;
+    decodedChannels = 2;
+    firstFrameDecoded = 1;
+  }
   uint32_t decodeFirstFrame(uint8_t*, uint32_t, uint32_t) override { return 0; }
   uint32_t decodeFrame(uint8_t* buffer, uint32_t offset, uint32_t, uint64_t timecode,
                        AudioSampleBuffer& out) override {
@@ -46,40 +41,12 @@ class FakeAudioDecoder : public WithoutParameters<IAudioDecoder> {
     out.setTimecode(timecode * 48);
     return 0;
   }
-  uint32_t captureFrame(AudioSampleBuffer&, uint32_t*, int64_t*) override { return 0; }
-  void resetDecodedFrameState() override {}
-  uint32_t close() override { return 0; }
   uint32_t getDecodeFrameHeaderSize() override { return 7; }
-  uint32_t getChannels() override { return 2; }
-  int32_t getSampleRate() override { return 48000; }
-  uint32_t getSamplesPerFrame() override { return 4; }
-  uint32_t getFramesDecoded() override { return 0; }
-  uint8_t isFirstFrameDecoded() override { return 1; }
-  void setLogger(ILogger*) override {}
-  void setAudioResampler(AudioResampler* value) override { resampler.reset(value); }
-  AudioResampler* getAudioResampler() override { return resampler.get(); }
-  void setNativePath(char*) override {}
-  uint32_t createDone() override { return 0; }
-  uint32_t setCaptureDevice(int32_t) override { return 0; }
-  MediaStreamContext* getMediaStreamContext() override { return &context; }
-
- private:
-  std::unique_ptr<AudioResampler> resampler;
-  MediaStreamContext context;
 };
 
 /// An encoder whose packets are the samples themselves.
-class FakeAudioEncoder : public WithoutParameters<IAudioEncoder> {
+class FakeAudioEncoder : public AudioEncoderBase {
  public:
-  uint32_t getCodec() override { return 0; }
-  double getQuality() override { return quality; }
-  void setQuality(double value) override { quality = value; }
-  uint32_t getBitrate() override { return bitrate; }
-  void setBitrate(uint32_t value) override { bitrate = value; }
-  uint32_t getChannels() override { return 2; }
-  void setChannels(uint32_t) override {}
-  uint32_t getSampleRate() override { return 48000; }
-  void setSampleRate(uint32_t) override {}
   uint32_t initialize() override { return 0; }
   uint32_t getHeaders(std::vector<AudioFrameEncoded>&) override { return 0; }
   uint32_t addSampleBuffer(AudioSampleBuffer* block, std::vector<AudioFrameEncoded>& out) override {
@@ -91,24 +58,8 @@ class FakeAudioEncoder : public WithoutParameters<IAudioEncoder> {
     return 0;
   }
   uint32_t close() override { return 0; }
-  void setLogger(ILogger*) override {}
-  void setAudioResampler(AudioResampler* value) override { resampler.reset(value); }
-  AudioResampler* getAudioResampler() override { return resampler.get(); }
-  void setAudioSampleBuffer(AudioSampleBuffer*) override {}
-  AudioSampleBuffer* getAudioSampleBuffer() override { return nullptr; }
-  uint32_t getSessionIndex() override { return 0; }
-  void setSessionIndex(uint32_t) override {}
-  void setNativePath(char*) override {}
-  uint32_t createDone() override { return 0; }
-  MediaStreamContext* getMediaStreamContext() override { return &context; }
 
   bool broken = false;
-
- private:
-  std::unique_ptr<AudioResampler> resampler;
-  MediaStreamContext context;
-  double quality = 0;
-  uint32_t bitrate = 0;
 };
 
 class AudioSession : public TranscoderSession {
@@ -122,22 +73,18 @@ class AudioSession : public TranscoderSession {
   FakeAudioEncoder& encoder() { return static_cast<FakeAudioEncoder&>(*getAudioEncoder(0)); }
 };
 
-class AudioRoad : public testing::Test {
+class SessionAudio : public testing::Test {
  protected:
-  ~AudioRoad() override {
-    for (AudioFrameEncoded& packet : packets) std::free(packet.getBuffer());
-  }
-
   void decode(uint8_t sample) {
     uint8_t bytes[] = {0, sample};
     ASSERT_EQ(session.audioDecoderDecodeFrame(bytes, 1, 1, 10, 0), 0u);
   }
 
   AudioSession session;
-  std::vector<AudioFrameEncoded> packets;
+  EncodedAudioUnits packets;
 };
 
-TEST_F(AudioRoad, CarriesABlockToAPacketOfItsOwn) {
+TEST_F(SessionAudio, CarriesABlockToAPacketOfItsOwn) {
   decode(5);
   EXPECT_EQ(session.audioEncoderEncodeBufferStart(0, 0), 0u);
   decode(6);  // must not reach the copy
@@ -150,7 +97,7 @@ TEST_F(AudioRoad, CarriesABlockToAPacketOfItsOwn) {
   EXPECT_EQ(session.audioEncoderEncodeBufferDone(0, 0), 0u);
 }
 
-TEST_F(AudioRoad, FreesWhatIsReplacedSkippedOrLeft) {
+TEST_F(SessionAudio, FreesWhatIsReplacedSkippedOrLeft) {
   decode(5);
   session.audioEncoderEncodeBufferStart(0, 0);
   session.audioEncoderEncodeBufferStart(0, 1);
@@ -162,7 +109,7 @@ TEST_F(AudioRoad, FreesWhatIsReplacedSkippedOrLeft) {
   session.audioEncoderEncodeBufferStart(0, 0);
 }
 
-TEST_F(AudioRoad, KeepsTheBlockWhenTheEncoderThrows) {
+TEST_F(SessionAudio, KeepsTheBlockWhenTheEncoderThrows) {
   session.audioEncoderEncodeBufferStart(0, 0);
   session.encoder().broken = true;
   testing::internal::CaptureStdout();
@@ -172,7 +119,7 @@ TEST_F(AudioRoad, KeepsTheBlockWhenTheEncoderThrows) {
   EXPECT_NE(session.getAudioEncoderEncodeBuffer(0), nullptr);
 }
 
-TEST_F(AudioRoad, ResamplesInPlaceAndIntoANewBlock) {
+TEST_F(SessionAudio, ResamplesInPlaceAndIntoANewBlock) {
   decode(5);
   EXPECT_EQ(session.audioEncoderResampleFrame(0, 0), 0u);  // nothing pending
   session.audioEncoderEncodeBufferStart(0, 0);
@@ -192,7 +139,7 @@ TEST_F(AudioRoad, ResamplesInPlaceAndIntoANewBlock) {
   EXPECT_EQ(block.getBuffer()[6], 5);
 }
 
-TEST_F(AudioRoad, SaysOnTheConsoleWhichBlockIsMissing) {
+TEST_F(SessionAudio, SaysOnTheConsoleWhichBlockIsMissing) {
   uint32_t status = 0;
   int64_t timecode = 0;
   testing::internal::CaptureStdout();
@@ -207,7 +154,7 @@ TEST_F(AudioRoad, SaysOnTheConsoleWhichBlockIsMissing) {
             "TranscoderSession::audioDecoderDecodeFrame: no bytes\n");
 }
 
-TEST_F(AudioRoad, ForwardsFormatQueriesAndSettings) {
+TEST_F(SessionAudio, ForwardsFormatQueriesAndSettings) {
   uint32_t rate = 0, channels = 0;
   EXPECT_EQ(session.audioDecoderGetSampleRate(&rate), 0u);
   EXPECT_EQ(session.audioDecoderGetChannels(&channels), 0u);
@@ -237,7 +184,7 @@ class AudioListener : public ITranscoderSessionNotifyAudioFrameEncode {
   uint32_t after = 0;
 };
 
-TEST_F(AudioRoad, ShowsListenersTheBlockThatIsCurrent) {
+TEST_F(SessionAudio, ShowsListenersTheBlockThatIsCurrent) {
   AudioListener listener;
   TranscoderSessionNotifyManager& manager = *TranscoderSessionNotifyManager::getInstance();
   manager.addAudioFrameEncodeListener(session.getSessionId(), &listener);

@@ -14,8 +14,8 @@ struct Picture {
 };
 
 /// A decoder with a collection of what came out.
-struct DecoderRoad {
-  explicit DecoderRoad(uint32_t codec, uint32_t deinterlace = 0)
+struct DecoderRun {
+  explicit DecoderRun(uint32_t codec, uint32_t deinterlace = 0)
       : decoder(makeDecoder(codec)), harness(*decoder, [this](VideoFrameBuffer& frame) { keep(frame); }) {
     decoder->setParameterValue(0, int64_t{deinterlace});
   }

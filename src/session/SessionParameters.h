@@ -46,8 +46,8 @@ class VideoDecoderParameters {
 
 class VideoEncoderParameters {
  public:
-  VideoEncoderParameters(TranscoderSession& session, jlong indexEncoder)
-      : session(session), index(static_cast<uint32_t>(indexEncoder)) {}
+  VideoEncoderParameters(TranscoderSession& session, uint32_t indexEncoder)
+      : session(session), index(indexEncoder) {}
 
   void setParameterValue(uint32_t key, int64_t value) {
     session.videoEncoderSetParameterValueLong(index, key, value);

@@ -56,7 +56,7 @@ class ScalerSession : public TranscoderSession {
   FakeScaler* scaler;
 };
 
-TEST(ScalerRoad, GivesAllTargetsAtOnce) {
+TEST(SessionScaler, GivesAllTargetsAtOnce) {
   ScalerSession session;
   const std::vector<uint32_t> targets(3, 0);
   uint32_t status = 9;
@@ -76,7 +76,7 @@ TEST(ScalerRoad, GivesAllTargetsAtOnce) {
   EXPECT_EQ(session.scaler->asked, (std::vector<uint32_t>{3, 3, 0, 0}));
 }
 
-TEST(ScalerRoad, RefusesWhatItCanNotServe) {
+TEST(SessionScaler, RefusesWhatItCanNotServe) {
   ScalerSession session;
   uint32_t status = 9;
   EXPECT_EQ(session.videoScalerScaleFrame(1, {}, 9, &status), kFail);
@@ -90,7 +90,7 @@ TEST(ScalerRoad, RefusesWhatItCanNotServe) {
   EXPECT_TRUE(session.scaler->counts.empty());
 }
 
-TEST(ScalerRoad, ForgetsFramesOneByOneAndAllAtAReset) {
+TEST(SessionScaler, ForgetsFramesOneByOneAndAllAtAReset) {
   ScalerSession session;
   EXPECT_EQ(session.videoScalerFreeFrame(1), 5u);
   EXPECT_EQ(session.videoScalerFreeFrame(2), 0u);

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <random>
 
 #include "support/SessionDriver.h"
 #include "video/decoders/UnitStream.h"
@@ -136,30 +135,6 @@ TEST_P(HostileUnits, LengthsThatLieCostTheirPicturesOnly) {
     }
     run.feedAll(stream, kLastKey);
     expectRightFrom(kLastKey, run.pictures, "length " + std::to_string(lie));
-  }
-}
-
-TEST_P(HostileUnits, RecordsOfEveryLengthLeaveAWayForTheRightOne) {
-  std::mt19937 random(9);
-  for (size_t len = 0; len <= 64; ++len) {
-    MediaBytes noise(len), cut(stream.config), lies(stream.config);
-    for (uint8_t& byte : noise) byte = static_cast<uint8_t>(random());
-    cut.resize(len);  // or zeros behind it
-    lies.resize(len, 0xFF);
-    for (size_t i = 5; i < len; i += 3) lies[i] ^= static_cast<uint8_t>(random() % 4);
-    for (const MediaBytes& record : {noise, cut, lies}) {
-      UnitRun run(GetParam());
-      run.configure(record);
-      for (size_t i = 0; i < 3; ++i) run.feed(stream.units[i]);
-      run.configure(stream.config);
-      run.feedAll(stream, kKeyInterval);
-      run.configure(record);
-      run.feed(stream.units[0]);
-      run.configure(stream.config);
-      run.feedAll(stream, kLastKey);
-      expectRightFrom(kLastKey, run.pictures, "a record of " + std::to_string(len) + " bytes");
-      if (HasFailure()) return;
-    }
   }
 }
 

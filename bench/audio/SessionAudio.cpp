@@ -1,8 +1,8 @@
-// The audio road of a session, driven the way a server drives it, without a virtual machine: Opus in,
+// The audio calls of a session, driven the way a server drives it, without a virtual machine: Opus in,
 // resampled for one rendition, AAC and Opus out. Prints what came out as one JSON line; a build without the
 // stages says so there.
 //
-//   qvs-bench-audio-road INPUT.opus [--memory]
+//   qvs-bench-audio-session INPUT.opus [--memory]
 
 #include <cstdio>
 #include <cstdlib>
@@ -12,7 +12,7 @@
 #include <string_view>
 
 #include "audio/AudioResampler.h"
-#include "audio/AudioRoadSpec.h"
+#include "audio/AudioSpec.h"
 #include "audio/IAudioEncoder.h"
 #include "audio/OpusFile.h"
 #include "contract/StageIds.h"
@@ -32,7 +32,7 @@ constexpr uint32_t kDecoderBlocks = 1;
 
 void check(uint32_t status, const char* what) {
   if (status == 0) return;
-  std::fprintf(stderr, "qvs-bench-audio-road: %s gave %u\n", what, status);
+  std::fprintf(stderr, "qvs-bench-audio-session: %s gave %u\n", what, status);
   std::exit(1);
 }
 
@@ -48,9 +48,9 @@ struct Rendition {
 constexpr Rendition kRenditions[] = {{"aac", kAudioCodecAAC, kAacRate, kAacBitrate},
                                      {"opus", kAudioCodecOpus, kSourceRate, kOpusBitrate}};
 
-class SessionRoad {
+class SessionAudio {
  public:
-  explicit SessionRoad(const OpusFile& file) {
+  explicit SessionAudio(const OpusFile& file) {
     session.initialize();
     if (session.audioDecoderCreate(0, kAudioCodecOpus, kDefault) != 0) leave("the Opus decoder");
     QVS_BENCH_CALL(audioDecoderInitialize());
@@ -103,15 +103,14 @@ class SessionRoad {
     session.audioEncoderResampleFrame(rendition, 0);  // fails where there is no resampler, as a server knows
     encoded.clear();
     QVS_BENCH_CALL(audioEncoderAddSampleBuffer(rendition, 0, encoded));
-    for (AudioFrameEncoded& frame : encoded) {
+    for (const AudioFrameEncoded& frame : encoded) {
       bytes[rendition] += frame.getLen();
       ++packets[rendition];
-      std::free(frame.getBuffer());
     }
   }
 
   TranscoderSession session;
-  std::vector<AudioFrameEncoded> encoded;
+  EncodedAudioUnits encoded;
   uint64_t timecode = 0;  ///< milliseconds
   size_t bytes[2] = {};
   size_t packets[2] = {};
@@ -152,9 +151,10 @@ void printMemory(const OpusFile& file) {
   const auto second = usedResampler();
   grown("resample.further_stream_mib");
   const auto transcodeSome = [&] {
-    auto road = std::make_unique<SessionRoad>(file);
-    for (size_t i = 0; i < std::min<size_t>(file.packets.size(), 500); ++i) road->transcode(file.packets[i]);
-    return road;
+    auto session = std::make_unique<SessionAudio>(file);
+    for (size_t i = 0; i < std::min<size_t>(file.packets.size(), 500); ++i)
+      session->transcode(file.packets[i]);
+    return session;
   };
   const auto one = transcodeSome();
   grown("audio_road.first_stream_mib");
@@ -176,8 +176,8 @@ int main(int argc, char** argv) {
     printMemory(file);
     return 0;
   }
-  SessionRoad road(file);
-  for (const Packet& packet : file.packets) road.transcode(packet);
-  road.print();
+  SessionAudio session(file);
+  for (const Packet& packet : file.packets) session.transcode(packet);
+  session.print();
   return 0;
 }

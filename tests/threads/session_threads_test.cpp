@@ -195,11 +195,10 @@ uint32_t transcodeAudio(TranscoderSession& session, const AudioFile& audio) {
         0u);
     session.audioDecoderResampleFrame(timecode, 0);
     for (uint32_t index = 0; index < 2; ++index) {
-      std::vector<AudioFrameEncoded> frames;
+      EncodedAudioUnits frames;
       EXPECT_EQ(session.audioEncoderEncodeBufferStart(index, 0), 0u);
       EXPECT_EQ(session.audioEncoderResampleFrame(index, 0), 0u);
       EXPECT_EQ(session.audioEncoderAddSampleBuffer(index, 0, frames), 0u);
-      for (AudioFrameEncoded& frame : frames) std::free(frame.getBuffer());
       frameCount += static_cast<uint32_t>(frames.size());
     }
     timecode += 20;
@@ -207,8 +206,8 @@ uint32_t transcodeAudio(TranscoderSession& session, const AudioFile& audio) {
   return frameCount;
 }
 
-/// The audio road of a session runs beside its video road; a third thread fetches the log.
-TEST(SessionThreads, VideoAndAudioRoadsAndTheLogSideBySide) {
+/// The audio side of a session runs beside its video side; a third thread fetches the log.
+TEST(SessionThreads, VideoAudioAndTheLogSideBySide) {
   const auto packets = stream();
   const AudioFile audioFile = makeOpus(2);
   SessionDriver driver({.rungs = {{}}});

@@ -1,0 +1,267 @@
+package com.zarvo.qvs.host.media;
+
+import java.io.IOException;
+import java.nio.file.DirectoryStream;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.StandardCopyOption;
+import java.time.Instant;
+import java.util.ArrayDeque;
+import java.util.ArrayList;
+import java.util.Deque;
+import java.util.HashSet;
+import java.util.List;
+import java.util.Set;
+
+/**
+ * Writes streams as a folder of MPEG-TS segments with a playlist. A segment begins at a key picture; where there are no
+ * pictures, before the first or after the last, at sound. Its length is told from the packets' own times.
+ *
+ * <p>A recording lies in a folder with an own ending until it is whole. A live folder has its own name from the start:
+ * segments and playlist appear in it whole, the last ones are kept, and a run goes on where a former one stopped.
+ */
+public final class HlsWriter extends TrackWriter {
+  // A key picture that comes a rounding early still ends a segment.
+  private static final double TOLERANCE_SECONDS = 0.01;
+  // Where one stream of a live run falls silent the others wait for it no longer than this and two of its pictures; in
+  // a recording as long as what waits is no more than so many bytes.
+  private static final double MAX_WAIT_SECONDS = 1;
+  private static final long MAX_WAITING_BYTES = 64L << 20;
+  // Pictures that stay away for more than this many segments have stopped.
+  private static final double MAX_VIDEO_GAP_SEGMENTS = 2;
+
+  private final Path folder;
+  private final int window;
+  private final double targetSeconds;
+  private final HlsPlaylist playlist;
+  private final List<Deque<OutputPacket>> queues = new ArrayList<>();
+  private final Deque<String> expired = new ArrayDeque<>();
+  private final int videoTrack;
+  private Muxer muxer;
+  private String segmentName;
+  private long waitingBytes;
+  private boolean firstSegment = true;
+  private double segmentStart = Double.NaN;
+  private double end = Double.NEGATIVE_INFINITY;
+  private boolean segmentHasVideo;
+  private boolean videoOver;
+  private double lastVideo = Double.NaN;
+  private double frameSeconds;
+  private boolean afterBreak;
+  private Instant zero;
+
+  /**
+   * Creates the folder.
+   *
+   * @param keyFrameSeconds distance of key pictures, and so the length of a segment
+   * @param window how many segments a live playlist names; 0 for a recording
+   */
+  public static HlsWriter create(
+      Path target, double keyFrameSeconds, int window, List<? extends OutputTrack> tracks) throws MediaException {
+    Path folder = window > 0 ? target : WholeFile.partOf(target);
+    HlsWriter writer = null;
+    try {
+      if (window == 0) deleteAll(folder);
+      Files.createDirectories(folder);
+      writer = new HlsWriter(target, folder, keyFrameSeconds, window, tracks);
+      if (window > 0) writer.resume();
+      writer.beginIfKnown();
+      return writer;
+    } catch (IOException e) {
+      if (writer != null) writer.close();
+      throw new MediaException(target + ": cannot create: " + WholeFile.reasonOf(e));
+    }
+  }
+
+  private HlsWriter(
+      Path target, Path folder, double keyFrameSeconds, int window, List<? extends OutputTrack> tracks) {
+    super(target, tracks);
+    this.folder = folder;
+    this.window = window;
+    this.targetSeconds = Math.max(TOLERANCE_SECONDS, keyFrameSeconds - TOLERANCE_SECONDS);
+    this.playlist = new HlsPlaylist(keyFrameSeconds);
+    int video = -1;
+    for (int i = 0; i < tracks.size(); i++) {
+      queues.add(new ArrayDeque<>());
+      if (tracks.get(i) instanceof OutputTrack.Video) video = i;
+    }
+    this.videoTrack = video;
+    if (window == 0) folder.toFile().deleteOnExit();
+  }
+
+  private void resume() throws IOException {
+    playlist.resume(HlsPlaylist.in(folder));
+    afterBreak = !playlist.isEmpty();
+    Set<String> kept = new HashSet<>();
+    playlist.segments().forEach(segment -> kept.add(segment.name()));
+    try (DirectoryStream<Path> files = Files.newDirectoryStream(folder, "segment_*.ts*")) {
+      for (Path file : files) if (!kept.contains(file.getFileName().toString())) Files.deleteIfExists(file);
+    }
+  }
+
+  @Override
+  void begin(List<OutputTrack> known) throws IOException {
+    segmentName = nextName();
+    try {
+      muxer = Muxer.open(partOf(segmentName), "mpegts", true);
+      for (OutputTrack track : known) muxer.add(track);
+      muxer.begin(false);
+    } catch (MediaException e) {
+      throw named(e);
+    }
+  }
+
+  private String nextName() {
+    return String.format("segment_%05d.ts", playlist.nextSequence());
+  }
+
+  private String partOf(String name) {
+    return folder.resolve(name + ".part").toString();
+  }
+
+  @Override
+  void deliver(int track, OutputPacket packet) throws IOException {
+    queues.get(track).add(packet);
+    waitingBytes += packet.length();
+    drain(false);
+  }
+
+  // By time of decoding over all streams, as far as every stream has told what it has at that time.
+  private void drain(boolean all) throws IOException {
+    for (int track = earliest(); track >= 0 && (all || isDue(track)); track = earliest()) {
+      if (videoTrack >= 0 && all) videoOver = queues.get(videoTrack).isEmpty();
+      OutputPacket packet = queues.get(track).remove();
+      waitingBytes -= packet.length();
+      put(track, packet);
+    }
+  }
+
+  private int earliest() {
+    int earliest = -1;
+    for (int i = 0; i < queues.size(); i++) {
+      OutputPacket head = queues.get(i).peek();
+      if (head != null && (earliest < 0 || seconds(i, head.dts()) < seconds(earliest, queues.get(earliest).peek().dts())))
+        earliest = i;
+    }
+    return earliest;
+  }
+
+  private boolean isDue(int track) {
+    double head = seconds(track, queues.get(track).peek().dts());
+    double newest = head;
+    boolean allTold = true;
+    for (int i = 0; i < queues.size(); i++) {
+      if (packets(i) == 0) {
+        allTold = false;
+        continue;
+      }
+      double told = seconds(i, lastDts(i));
+      allTold &= !queues.get(i).isEmpty() || told > head;
+      newest = Math.max(newest, told);
+    }
+    if (allTold) return true;
+    return window > 0 ? newest - head > MAX_WAIT_SECONDS + 2 * frameSeconds : waitingBytes > MAX_WAITING_BYTES;
+  }
+
+  private double seconds(int track, long units) {
+    return (double) units * track(track).timeBase().num() / track(track).timeBase().den();
+  }
+
+  private void put(int track, OutputPacket packet) throws IOException {
+    double start = seconds(track, packet.pts());
+    if (Double.isNaN(segmentStart)) {
+      segmentStart = start;
+      if (window > 0) zero = Instant.now().minusNanos(Math.round(start * 1e9));
+    } else if (beginsSegment(track, packet, start)) {
+      endSegment(start, true);
+    }
+    // Pictures that are coded after the first may be shown before it.
+    if (firstSegment) segmentStart = Math.min(segmentStart, start);
+    if (track == videoTrack) {
+      segmentHasVideo = true;
+      lastVideo = start;
+      frameSeconds = seconds(track, packet.duration());
+    }
+    end = Math.max(end, start + seconds(track, packet.duration()));
+    try {
+      muxer.write(track, packet);
+    } catch (MediaException e) {
+      throw named(e);
+    }
+  }
+
+  private boolean beginsSegment(int track, OutputPacket packet, double start) {
+    double length = start - segmentStart;
+    boolean lasted = length >= targetSeconds;
+    // What precedes the first picture is a segment of its own unless it is short.
+    if (track == videoTrack) return packet.key() && (lasted || !segmentHasVideo && length >= targetSeconds / 2);
+    if (videoOver) return lasted && restSeconds(track, start) >= targetSeconds / 2;
+    boolean stopped = start - lastVideo > MAX_VIDEO_GAP_SEGMENTS * targetSeconds + MAX_WAIT_SECONDS;
+    return lasted && (videoTrack < 0 || !segmentHasVideo || stopped);
+  }
+
+  private double restSeconds(int track, double start) {
+    OutputPacket last = queues.get(track).peekLast();
+    return last == null ? 0 : seconds(track, last.pts() + last.duration()) - start;
+  }
+
+  private void endSegment(double nextStart, boolean more) throws IOException {
+    String name = segmentName;
+    HlsPlaylist.Segment segment =
+        new HlsPlaylist.Segment(
+            name,
+            Math.max(0, nextStart - segmentStart),
+            zero == null ? null : zero.plusNanos(Math.round(segmentStart * 1e9)),
+            afterBreak);
+    playlist.add(segment);
+    segmentName = nextName();
+    try {
+      if (more) muxer.cut(partOf(segmentName));
+      else muxer.finish();
+    } catch (MediaException e) {
+      throw new MediaException(target().resolve(name) + ": " + e.getMessage());
+    }
+    Files.move(Path.of(partOf(name)), folder.resolve(name), StandardCopyOption.REPLACE_EXISTING);
+    afterBreak = false;
+    segmentStart = nextStart;
+    firstSegment = false;
+    segmentHasVideo = false;
+    if (window > 0) publish(!more);
+  }
+
+  private void publish(boolean ended) throws IOException {
+    for (HlsPlaylist.Segment gone : playlist.keepLast(window)) expired.add(gone.name());
+    writePlaylist(ended);
+    // Who fetched a playlist may still fetch all that it named.
+    while (expired.size() > window) Files.deleteIfExists(folder.resolve(expired.remove()));
+  }
+
+  private void writePlaylist(boolean ended) throws IOException {
+    try (WholeFile file = WholeFile.create(HlsPlaylist.in(folder))) {
+      file.write(playlist.text(ended, window == 0));
+    }
+  }
+
+  private MediaException named(MediaException e) {
+    return new MediaException(target().resolve(segmentName) + ": " + e.getMessage());
+  }
+
+  @Override
+  void complete() throws IOException {
+    drain(true);
+    if (!Double.isNaN(segmentStart)) endSegment(end, false);
+    muxer.close();
+    if (window > 0) return;
+    writePlaylist(true);
+    deleteAll(target());
+    Files.move(folder, target(), StandardCopyOption.REPLACE_EXISTING);
+  }
+
+  @Override
+  public void close() {
+    if (muxer != null) muxer.close();
+    if (isFinished()) return;
+    if (window == 0) dropUnfinished(folder);
+    else if (segmentName != null) dropUnfinished(Path.of(partOf(segmentName)));
+  }
+}
