@@ -3,6 +3,7 @@ package com.zarvo.qvs.host.cli;
 import com.zarvo.qvs.host.job.JobResult;
 import com.zarvo.qvs.host.job.Progress;
 import com.zarvo.qvs.host.media.MediaException;
+import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.session.SessionLog;
 import java.io.IOException;
@@ -52,7 +53,12 @@ final class Console {
         audio.packets(),
         audio.bitRate(result.mediaMs()) / 1000,
         result.speed(),
-        audio.files().stream().map(file -> file.getFileName().toString()).collect(Collectors.joining(", ")));
+        audio.files().stream().map(Console::shortName).collect(Collectors.joining(", ")));
+  }
+
+  private static String shortName(Path file) {
+    String name = file.getFileName().toString();
+    return name.equals(Container.PLAYLIST) ? file.getParent().getFileName() + "/" + name : name;
   }
 
   /** A failure in one line for the user. */

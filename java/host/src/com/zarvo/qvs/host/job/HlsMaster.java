@@ -33,6 +33,15 @@ final class HlsMaster {
     text.append(folder.getFileName()).append('/').append(Container.PLAYLIST).append('\n');
   }
 
+  /** The same of sound alone. */
+  void addAudio(Path folder) throws IOException {
+    Rates rates = Rates.of(folder);
+    text.append("#EXT-X-STREAM-INF:BANDWIDTH=").append(rates.peak);
+    text.append(",AVERAGE-BANDWIDTH=").append(rates.average);
+    text.append(",CODECS=\"").append(AAC_LOW_COMPLEXITY).append("\"\n");
+    text.append(folder.getFileName()).append('/').append(Container.PLAYLIST).append('\n');
+  }
+
   /** Players may be reading the file: they see it whole or not at all. */
   void write(Path file) throws IOException {
     try (WholeFile whole = WholeFile.create(file)) {

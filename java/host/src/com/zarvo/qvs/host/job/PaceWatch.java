@@ -35,7 +35,8 @@ final class PaceWatch {
     behind = speed < KEEPS_UP;
     if (behind) behindSeconds += seconds;
     if (behind && !was)
-      return String.format(Locale.ROOT, "slower than real time (%.2fx at %.0f s): the feed has to wait", speed, mediaMs / 1000.0);
+      return String.format(
+          Locale.ROOT, "slower than real time (%.2fx at %.0f s): the feed has to wait", speed, mediaMs / 1000.0);
     return was && !behind ? String.format(Locale.ROOT, "in real time again at %.0f s", mediaMs / 1000.0) : null;
   }
 

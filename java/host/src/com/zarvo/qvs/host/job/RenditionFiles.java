@@ -148,20 +148,24 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
             SQUARE, source.colors(), source.display()));
     List<AudioOutput> held = audioRenditions.stream().filter(audio -> container.holds(audio.spec().codec())).toList();
     for (AudioOutput audio : held) tracks.add(audio.track());
-    TrackWriter writer =
-        container.isFolder()
-            ? HlsWriter.create(name, settings.keyFrameSeconds(), settings.hlsWindow(), tracks)
-            : MediaWriter.create(name, container, tracks, keepTimes);
-    writers.add(writer);
+    TrackWriter writer = openWriter(name, container, tracks, keepTimes);
     for (int i = 0; i < held.size(); i++) connect(held.get(i), writer, i + 1);
   }
 
   private void openAudio(int index, Path name) throws MediaException {
     AudioOutput audio = audioRenditions.get(index);
     Container container = settings.format().forAudioAlone(audio.spec().codec());
-    TrackWriter writer = MediaWriter.create(name, container, List.of(audio.track()), true);
+    connect(audio, openWriter(name, container, List.of(audio.track()), true), 0);
+  }
+
+  private TrackWriter openWriter(Path name, Container container, List<OutputTrack> tracks, boolean keepTimes)
+      throws MediaException {
+    TrackWriter writer =
+        container.isFolder()
+            ? HlsWriter.create(name, settings.keyFrameSeconds(), settings.hlsWindow(), tracks)
+            : MediaWriter.create(name, container, tracks, keepTimes);
     writers.add(writer);
-    connect(audio, writer, 0);
+    return writer;
   }
 
   private void connect(AudioOutput audio, TrackWriter writer, int track) {
@@ -248,7 +252,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     for (int i = 0; i < renditions.size(); i++)
       writers.get(i).endAt(VIDEO_TRACK, clock.place(lastFrameEnd, source.timeBase()));
     for (TrackWriter writer : writers) writer.finish();
-    if (settings.format().isFolder() && !renditions.isEmpty() && master == null) writeMaster();
+    if (settings.format().isFolder() && master == null) writeMaster();
   }
 
   // In a live run that of a former one would send players to folders that are only being filled.
@@ -280,6 +284,9 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
       OutputTrack.Video track = (OutputTrack.Video) writers.get(i).track(VIDEO_TRACK);
       playlist.add(writers.get(i).target(), track, !held.isEmpty(), Math.round(expected));
     }
+    if (renditions.isEmpty())
+      for (TrackWriter writer : writers)
+        if (Files.isDirectory(writer.target())) playlist.addAudio(writer.target());
     playlist.write(masterPath());
     master = masterPath();
   }
@@ -314,9 +321,14 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     List<JobResult.AudioRendition> results = new ArrayList<>();
     for (int i = 0; i < audioRenditions.size(); i++) {
       AudioOutput audio = audioRenditions.get(i);
-      results.add(new JobResult.AudioRendition(audio.spec(), audioFiles.get(i), audio.packets(), audio.bytes()));
+      List<Path> files = audioFiles.get(i).stream().map(RenditionFiles::playable).toList();
+      results.add(new JobResult.AudioRendition(audio.spec(), files, audio.packets(), audio.bytes()));
     }
     return results;
+  }
+
+  private static Path playable(Path target) {
+    return Files.isDirectory(target) ? target.resolve(Container.PLAYLIST) : target;
   }
 
   Path writeSheet() throws IOException {

@@ -183,7 +183,8 @@ public final class TranscodeJob {
   private void pump(MediaReader reader, MediaFeed feed, TranscodeSession session, RenditionFiles files)
       throws HostException, IOException {
     long startNs = System.nanoTime();
-    Progress progress = progressOf.apply(result.source != null ? result.source.durationMs() : reader.audio().durationMs());
+    long durationMs = result.source != null ? result.source.durationMs() : reader.audio().durationMs();
+    Progress progress = progressOf.apply(durationMs);
     PaceWatch pace = new PaceWatch();
     long firstMs = Long.MIN_VALUE;
     try {

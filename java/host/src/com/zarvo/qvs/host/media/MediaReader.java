@@ -151,7 +151,8 @@ public final class MediaReader implements AutoCloseable {
       return;
     }
     String there = audioTracks.stream().map(AudioStreamInfo::toString).collect(Collectors.joining(", "));
-    throw new MediaException(path + ": no audio track '" + wanted + "' in it, " + (there.isEmpty() ? "nor any" : "take " + there));
+    String choice = there.isEmpty() ? "nor any" : "take " + there;
+    throw new MediaException(path + ": no audio track '" + wanted + "' in it, " + choice);
   }
 
   /** The selected audio stream, null when there is none. */

@@ -66,7 +66,8 @@ public record StreamInfo(
     Orientation turn = orientation();
     if (turn.equals(Orientation.UPRIGHT)) return this;
     boolean swapped = turn.swapsSides();
-    Rational aspect = swapped && pixelAspect.num() > 0 ? new Rational(pixelAspect.den(), pixelAspect.num()) : pixelAspect;
+    boolean inverted = swapped && pixelAspect.num() > 0;
+    Rational aspect = inverted ? new Rational(pixelAspect.den(), pixelAspect.num()) : pixelAspect;
     return new StreamInfo(
         codecName, pixelFormat, swapped ? height : width, swapped ? width : height, frameRate, timeBase, durationMs,
         aspect, bitRate, colors, DisplayMatrix.AS_CODED);

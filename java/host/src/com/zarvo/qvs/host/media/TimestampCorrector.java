@@ -12,8 +12,8 @@ public final class TimestampCorrector {
   // Further back than pictures that are shown in another order than they are coded in.
   private static final long JUMP_MS = 1000;
   private static final int REORDERED_FRAMES = 17;
-  // Sound that begins anew, as each link of a chained Ogg file does, however short the one before; packets that lie over
-  // each other do not go back as far as to the first.
+  // Sound that begins anew, as each link of a chained Ogg file does, however short the one before; packets that lie
+  // over each other do not go back as far as to the first.
   private static final long RESTART_MS = 100;
 
   private final List<Long> offsetsMs = new ArrayList<>(List.of(0L));

@@ -74,7 +74,7 @@ public enum Container {
 
   /** Where sound goes alone: this container where it can hold it, else the codec's own. */
   public Container forAudioAlone(AudioCodec codec) {
-    if (holds(codec) && !isFolder()) return this;
+    if (holds(codec)) return this;
     return codec == AudioCodec.AAC ? AAC : OGG;
   }
 

@@ -84,7 +84,8 @@ public final class RenditionPath {
 
   void setOverlay(int slot, OverlaySpec overlay, OverlayImage image) throws HostException {
     TranscoderNativeVideoFrame frame = image.placed(overlay, spec.width(), spec.height());
-    owner.check(videoEncoderBufferSetOverlayVideoFrame(owner.handle(), index, slot, frame), overlay.image() + ": refused as an overlay");
+    String what = overlay.image() + ": refused as an overlay";
+    owner.check(videoEncoderBufferSetOverlayVideoFrame(owner.handle(), index, slot, frame), what);
   }
 
   /** Takes a free picture of the pool. Returns its number, or -1 when this time is left out. */

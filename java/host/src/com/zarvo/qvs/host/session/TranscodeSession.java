@@ -174,7 +174,8 @@ public final class TranscodeSession implements AutoCloseable {
   private void drainDecoder() throws HostException, IOException {
     if (settings.codec().wantsNoConfig()) return;
     NativeParameters end = new NativeParameters().set(KEY_END_OF_STREAM, 1);
-    check(videoDecoderSetParameterValues(session, end.toArray()), settings.name() + ": its decoder could not be told the end");
+    String what = settings.name() + ": its decoder could not be told the end";
+    check(videoDecoderSetParameterValues(session, end.toArray()), what);
     for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
       if (decodeStep()) idle = 0;
       if ((status.value & STATUS_FLUSHED) != 0) return;
@@ -210,7 +211,7 @@ public final class TranscodeSession implements AutoCloseable {
     check(videoScalerSetImplementation(session, SCALER_CPU, -1), scaler);
     check(videoScalerSetFlags(session, scaleFlags()), scaler);
     check(videoDecoderBuffersCreate(session, DECODER_FRAMES), settings.name() + ": no memory for decoded pictures");
-    check(videoDecoderSetFrameSizeLimits(session, MAX_FRAME_SIDE, MAX_FRAME_SIDE, 1, 1), settings.name() + ": no limits for picture sizes");
+    check(videoDecoderSetFrameSizeLimits(session, MAX_FRAME_SIDE, MAX_FRAME_SIDE, 1, 1), scaler);
     check(videoEncoderBufferSetsCreate(session, RENDITION_FRAMES), settings.name() + ": no memory for renditions");
     for (int i = 0; i < settings.renditions().size(); i++)
       paths.add(new RenditionPath(owner, settings, i, times));

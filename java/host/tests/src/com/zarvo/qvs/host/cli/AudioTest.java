@@ -63,7 +63,7 @@ class AudioTest {
   })
   void everyCodecComesOutAtItsTime(String name, String codec, int rate) throws Exception {
     Path source = beeps(name, codec, rate, 3);
-    List<Double> expected = Beeps.in(source, 0);
+    List<Double> expected = Beeps.fromStart(source, 0);
     String stem = name.substring(0, name.indexOf('.'));
     Path out = folder.resolve("out-" + name);
     transcode(source, out, "--audio", "opus@64k", "--audio", "vorbis@64k,rate=44100");
@@ -91,7 +91,7 @@ class AudioTest {
     Path out = folder.resolve("by-host-" + name);
     transcode(source, out, "--report", report.toString());
     Path file = out.resolve(name.substring(0, name.indexOf('.')) + "_opus_128k.webm");
-    Beeps.assertSame(Beeps.in(source, 0), Beeps.in(file, 0), name);
+    Beeps.assertSame(Beeps.fromStart(source, 0), Beeps.in(file, 0), name);
     int before = Beeps.samples(source, 0, "-ar 48000 -ac 1").length;
     assertEquals(before, Beeps.samples(file, 0, "-ar 48000 -ac 1").length, 48 * 30, name);
     String json = Files.readString(report);
@@ -140,7 +140,7 @@ class AudioTest {
   })
   void soundAndPictureKeepTheirOffset(String name, String inputOptions, String options) throws Exception {
     Path source = withVideo(name, inputOptions, options);
-    List<Double> expected = Beeps.in(source, 0);
+    List<Double> expected = Beeps.fromStart(source, 0);
     List<String> frames = Clips.times(source);
     String stem = name.substring(0, name.indexOf('.'));
     Path webm = folder.resolve("webm-" + name);
@@ -165,7 +165,7 @@ class AudioTest {
     Path joined = Files.write(folder.resolve("joined.ts"), twice.toByteArray());
     Path out = folder.resolve("joined");
     transcode(joined, out, "--audio", "opus@64k");
-    List<Double> once = Beeps.in(part, 0);
+    List<Double> once = Beeps.fromStart(part, 0);
     List<Double> all = Beeps.in(out.resolve("joined_opus_64k.webm"), 0);
     assertEquals(4, all.size(), all.toString());
     for (int i = 0; i < 2; i++) {
@@ -194,8 +194,9 @@ class AudioTest {
     ByteArrayOutputStream both = new ByteArrayOutputStream();
     for (Path part : List.of(first, second)) both.write(Files.readAllBytes(part));
     Path source = Files.write(folder.resolve("overlap.ts"), both.toByteArray());
-    List<Double> expected = new ArrayList<>(Beeps.in(first, 0));
-    expected.addAll(Beeps.in(second, 0));
+    double start = Beeps.startOf(first);
+    List<Double> expected = new ArrayList<>();
+    for (Path part : List.of(first, second)) Beeps.in(part, 0).forEach(ms -> expected.add(ms - start));
     Path out = folder.resolve("overlap");
     transcode(source, out, "--audio", "opus@64k", "--audio", "vorbis@64k");
     Beeps.assertSame(expected, Beeps.in(out.resolve("overlap_opus_64k.webm"), 0), "Opus");
@@ -329,6 +330,14 @@ class AudioTest {
     Path alone = folder.resolve("alone");
     transcode(source, alone, "--no-video", "--format", "ogg", "--audio", "opus@48k");
     assertEquals(List.of("held_opus_48k.ogg"), Clips.namesIn(alone));
+    Path talk = beeps("talk.mp3", "libmp3lame", 44100, 5);
+    for (String format : List.of("ogg", "aac", "hls")) {
+      Path only = folder.resolve("only-" + format);
+      transcode(talk, only, "--format", format, "--keyframes", "2");
+      if (format.equals("hls")) assertEquals(List.of("talk.m3u8", "talk_aac_128k"), Clips.namesIn(only));
+      String name = format.equals("hls") ? "talk.m3u8" : "talk_" + (format.equals("ogg") ? "opus" : "aac") + "_128k." + format;
+      Beeps.assertSame(Beeps.fromStart(talk, 0), Beeps.in(only.resolve(name), 0), format);
+    }
     transcode(source, folder.resolve("ivf"), "--format", "ivf", "--rendition", "64x48@90k", "--audio", "opus@48k");
     assertEquals(List.of("held_64x48.ivf", "held_opus_48k.ogg"), Clips.namesIn(folder.resolve("ivf")));
   }

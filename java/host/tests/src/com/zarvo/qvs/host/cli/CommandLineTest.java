@@ -68,7 +68,7 @@ class CommandLineTest {
     for (String command : List.of("transcode", "decode")) {
       for (Path bad : List.of(folder.resolve("missing.webm"), folder, text, other, audio)) {
         if (command.equals("decode")) assertRefused(bad.getFileName().toString(), command, bad.toString());
-        else assertRefused(bad.getFileName().toString(), command, bad.toString(), "-o", out.toString());
+        else if (bad != audio) assertRefused(bad.getFileName().toString(), command, bad.toString(), "-o", out.toString());
       }
     }
     assertRefused("broken.png", "transcode", clip.toString(), "-o", out.toString(), "--overlay", frame.toString());

@@ -31,6 +31,18 @@ public final class Beeps {
     return onsets(samples(file, stream, "-af " + filter + " -ac 1")).stream().map(ms -> ms + start).toList();
   }
 
+  /** The same on a clock that starts with the file's first picture or sound, as files do that are made of it. */
+  public static List<Double> fromStart(Path file, int stream) throws Exception {
+    double start = startOf(file);
+    return in(file, stream).stream().map(ms -> ms - start).toList();
+  }
+
+  /** When a file starts, in milliseconds; what only fills a codec does not count. */
+  public static double startOf(Path file) throws Exception {
+    String told = Clips.run("ffprobe", "-v", "error", "-show_entries", "format=start_time", "-of", "csv=p=0", file.toString());
+    return told.startsWith("N/A") ? 0 : Math.max(0, 1000 * Double.parseDouble(told.strip()));
+  }
+
   private static double startMs(Path file) throws Exception {
     String first =
         Clips.run(
