@@ -34,31 +34,31 @@ AVFrame* makeFrame(int width, int height, int format) {
 }  // namespace
 
 LavOverlay::LavOverlay(int width, int height, int overlayWidth, int overlayHeight, int x, int y)
-    : graph_(avfilter_graph_alloc()) {
-  check(graph_ != nullptr, "graph");
-  graph_->nb_threads = 1;
-  mainSource_ = addSource("main", width, height, AV_PIX_FMT_YUV420P);
-  overlaySource_ = addSource("over", overlayWidth, overlayHeight, AV_PIX_FMT_YUVA420P);
+    : graph(avfilter_graph_alloc()) {
+  check(graph != nullptr, "graph");
+  graph->nb_threads = 1;
+  mainSource = addSource("main", width, height, AV_PIX_FMT_YUV420P);
+  overlaySource = addSource("over", overlayWidth, overlayHeight, AV_PIX_FMT_YUVA420P);
   AVFilterContext* blend = nullptr;
   const std::string place = "x=" + std::to_string(x) + ":y=" + std::to_string(y) + ":eval=init:format=yuv420";
   check(avfilter_graph_create_filter(&blend, avfilter_get_by_name("overlay"), "blend", place.c_str(), nullptr,
-                                     graph_) >= 0,
+                                     graph) >= 0,
         "overlay");
-  check(avfilter_graph_create_filter(&sink_, avfilter_get_by_name("buffersink"), "out", nullptr, nullptr,
-                                     graph_) >= 0,
+  check(avfilter_graph_create_filter(&sink, avfilter_get_by_name("buffersink"), "out", nullptr, nullptr,
+                                     graph) >= 0,
         "sink");
-  check(avfilter_link(mainSource_, 0, blend, 0) == 0 && avfilter_link(overlaySource_, 0, blend, 1) == 0 &&
-            avfilter_link(blend, 0, sink_, 0) == 0,
+  check(avfilter_link(mainSource, 0, blend, 0) == 0 && avfilter_link(overlaySource, 0, blend, 1) == 0 &&
+            avfilter_link(blend, 0, sink, 0) == 0,
         "link");
-  check(avfilter_graph_config(graph_, nullptr) >= 0, "configuration");
-  picture_ = makeFrame(width, height, AV_PIX_FMT_YUV420P);
-  overlay_ = makeFrame(overlayWidth, overlayHeight, AV_PIX_FMT_YUVA420P);
+  check(avfilter_graph_config(graph, nullptr) >= 0, "configuration");
+  under = makeFrame(width, height, AV_PIX_FMT_YUV420P);
+  over = makeFrame(overlayWidth, overlayHeight, AV_PIX_FMT_YUVA420P);
 }
 
 LavOverlay::~LavOverlay() {
-  av_frame_free(&picture_);
-  av_frame_free(&overlay_);
-  avfilter_graph_free(&graph_);
+  av_frame_free(&under);
+  av_frame_free(&over);
+  avfilter_graph_free(&graph);
 }
 
 AVFilterContext* LavOverlay::addSource(const char* name, int width, int height, int format) {
@@ -66,25 +66,25 @@ AVFilterContext* LavOverlay::addSource(const char* name, int width, int height, 
                                 ":pix_fmt=" + std::to_string(format) + ":time_base=1/25:pixel_aspect=1/1";
   AVFilterContext* source = nullptr;
   check(avfilter_graph_create_filter(&source, avfilter_get_by_name("buffer"), name, arguments.c_str(),
-                                     nullptr, graph_) >= 0,
+                                     nullptr, graph) >= 0,
         "source");
   return source;
 }
 
 void LavOverlay::process() {
-  if (pictures_ == 0) {
-    overlay_->pts = 0;
-    check(av_buffersrc_add_frame_flags(overlaySource_, overlay_, AV_BUFFERSRC_FLAG_KEEP_REF) >= 0,
+  if (count == 0) {
+    over->pts = 0;
+    check(av_buffersrc_add_frame_flags(overlaySource, over, AV_BUFFERSRC_FLAG_KEEP_REF) >= 0,
           "overlay frame");
-    check(av_buffersrc_add_frame(overlaySource_, nullptr) >= 0, "overlay end");
+    check(av_buffersrc_add_frame(overlaySource, nullptr) >= 0, "overlay end");
   }
   // The frame's only reference goes in and comes back, so that the filter writes into it without a copy.
-  picture_->pts = pictures_++;
-  const uint8_t* before = picture_->data[0];
-  check(av_buffersrc_add_frame(mainSource_, picture_) >= 0, "frame in");
-  check(av_buffersink_get_frame(sink_, picture_) >= 0, "frame out");
+  under->pts = count++;
+  const uint8_t* before = under->data[0];
+  check(av_buffersrc_add_frame(mainSource, under) >= 0, "frame in");
+  check(av_buffersink_get_frame(sink, under) >= 0, "frame out");
   // The first one is copied: the end of the overlay isn't known to the filter yet.
-  check(pictures_ == 1 || picture_->data[0] == before, "blending in place");
+  check(count == 1 || under->data[0] == before, "blending in place");
 }
 
 }  // namespace qvs::bench

@@ -17,8 +17,8 @@ class LavOverlay {
   ~LavOverlay();
 
   /// Planes Y, U, V, A of the overlay, to be filled before the first process().
-  AVFrame* overlay() { return overlay_; }
-  AVFrame* picture() { return picture_; }
+  AVFrame* overlay() { return over; }
+  AVFrame* picture() { return under; }
 
   /// Blends over picture() once more.
   void process();
@@ -26,13 +26,13 @@ class LavOverlay {
  private:
   AVFilterContext* addSource(const char* name, int width, int height, int format);
 
-  AVFilterGraph* graph_;
-  AVFilterContext* mainSource_ = nullptr;
-  AVFilterContext* overlaySource_ = nullptr;
-  AVFilterContext* sink_ = nullptr;
-  AVFrame* picture_ = nullptr;
-  AVFrame* overlay_ = nullptr;
-  int64_t pictures_ = 0;
+  AVFilterGraph* graph;
+  AVFilterContext* mainSource = nullptr;
+  AVFilterContext* overlaySource = nullptr;
+  AVFilterContext* sink = nullptr;
+  AVFrame* under = nullptr;
+  AVFrame* over = nullptr;
+  int64_t count = 0;
 };
 
 }  // namespace qvs::bench

@@ -88,7 +88,7 @@ double median(std::vector<double>& values) {
 void convertPair(benchmark::State& state, uint32_t to, uint32_t from, uint32_t width, uint32_t height) {
   Picture source(from, 1280, 720), target(to, width, height);
   const Color color{MATRIX_COEFFICIENTS_BT709_6, true};
-  const Task task{target.codec, source.codec, width, height, 1280, 720, color, color};
+  const Task task{target.codec, source.codec, width, height, 1280, 720, color, color, {}};
   const ConversionPathPtr chosen = choosePath(task);
   GraphPath graph;
   if (!chosen || !graph.prepare(task)) return state.SkipWithError("no memory");

@@ -38,7 +38,7 @@ constexpr int kPairs = 15;
 double cpuMilliseconds() {
   timespec now;
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return now.tv_sec * 1e3 + now.tv_nsec * 1e-6;
+  return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) * 1e-6;
 }
 
 double median(std::vector<double> values) {
@@ -115,7 +115,7 @@ void makeFrame(const Picture420<uint8_t>& picture) {
     for (uint32_t y = 0; y < picture.heights[p]; ++y) {
       for (uint32_t x = 0; x < picture.widths[p]; ++x) {
         const double wave = 90 * std::sin(x * 0.11 + y * 0.031) * std::cos(y * 0.17 - x * 0.013);
-        picture.row(p, y)[x] = static_cast<uint8_t>(128 + wave + random() % 16);
+        picture.row(p, y)[x] = static_cast<uint8_t>(128 + wave + static_cast<double>(random() % 16));
       }
     }
   }
@@ -138,14 +138,14 @@ class ZimgScaler {
     zimg_graph_builder_params_default(&params, ZIMG_API_VERSION);
     params.resample_filter = params.resample_filter_uv = filter;
     params.cpu_type = cpu;
-    graph_ = zimg_filter_graph_build(&src, &dst, &params);
+    graph = zimg_filter_graph_build(&src, &dst, &params);
     size_t bytes = 0;
-    zimg_filter_graph_get_tmp_size(graph_, &bytes);
-    scratch_.allocate(bytes);
+    zimg_filter_graph_get_tmp_size(graph, &bytes);
+    scratch.allocate(bytes);
   }
   ZimgScaler(const ZimgScaler&) = delete;
   ZimgScaler& operator=(const ZimgScaler&) = delete;
-  ~ZimgScaler() { zimg_filter_graph_free(graph_); }
+  ~ZimgScaler() { zimg_filter_graph_free(graph); }
 
   template <class Sample>
   void run(const Picture420<Sample>& src, const Picture420<Sample>& dst) {
@@ -155,12 +155,12 @@ class ZimgScaler {
       from.plane[p] = {src.row(p, 0), src.strides[p], ZIMG_BUFFER_MAX};
       to.plane[p] = {dst.row(p, 0), dst.strides[p], ZIMG_BUFFER_MAX};
     }
-    zimg_filter_graph_process(graph_, &from, &to, scratch_.as<void>(), nullptr, nullptr, nullptr, nullptr);
+    zimg_filter_graph_process(graph, &from, &to, scratch.as<void>(), nullptr, nullptr, nullptr, nullptr);
   }
 
  private:
-  zimg_filter_graph* graph_;
-  AlignedBuffer scratch_;
+  zimg_filter_graph* graph;
+  AlignedBuffer scratch;
 };
 
 double lumaPsnr(const Picture420<uint8_t>& picture, const Picture420<float>& wanted) {

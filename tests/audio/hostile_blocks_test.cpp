@@ -39,19 +39,20 @@ void expectGoodAudio(AudioResampler& resampler, AudioSampleBuffer& out) {
 }
 
 TEST(HostileBlocks, FormatsThatLieLeaveTheNextGoodBlockAlone) {
-  std::mt19937 random(3);
+  std::mt19937 engine(3);
+  const auto random = [&] { return static_cast<uint32_t>(engine()); };
   AudioSampleBuffer in, out;
   for (int round = 0; round < 60; ++round) {
     AudioResampler resampler;
     for (int block = 0; block < 60; ++block) {
-      setTarget(resampler, pick(kRates, random), pick(kChannels, random), random() % 3 == 0 ? random() : 0);
+      setTarget(resampler, pick(kRates, engine), pick(kChannels, engine), random() % 3 == 0 ? random() : 0);
       resampler.setSourceChannelMask(random() % 3 == 0 ? random() : 0);
       in = AudioSampleBuffer();
       if (random() % 8 != 0) in.allocBuffer(random() % 3000, 1 + random() % 4, 48000);
       in.setSampleCount(random() % 4 == 0 ? random() : random() % 3000);
-      in.setChannels(pick(kChannels, random));
-      in.setSampleRate(pick(kRates, random));
-      in.setTimecode(pick(kTimecodes, random));
+      in.setChannels(pick(kChannels, engine));
+      in.setSampleRate(pick(kRates, engine));
+      in.setTimecode(pick(kTimecodes, engine));
       AudioSampleBuffer& target = random() % 2 == 0 ? in : out;
       ASSERT_EQ(resampler.resample(in, target), 0u);
       ASSERT_LE(uint64_t{target.getSampleCount()} * target.getChannels() * 2,

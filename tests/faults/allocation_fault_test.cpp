@@ -122,12 +122,11 @@ Outcome encodeAudio(uint32_t codec) {
         result.failed = true;
         continue;
       }
-      std::vector<AudioFrameEncoded> frames;
+      EncodedAudioUnits frames;
       result.failed |= session.audioEncoderAddSampleBuffer(0, 0, frames) != kSuccess;
       for (const AudioFrameEncoded& frame : frames) {
         ++result.count;
         result.sum += frame.getLen();
-        std::free(frame.getBuffer());
       }
       session.audioEncoderEncodeBufferDone(0, 0);
     }

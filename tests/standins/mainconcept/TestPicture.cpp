@@ -107,57 +107,57 @@ Rgb smoothScene(double x, double y) {
 
 TestPicture::TestPicture(const TestFormat& format, uint32_t width, uint32_t height, size_t padding,
                          bool bottomUp)
-    : format_(format) {
-  frame_.pixel_format = format.id;
-  frame_.width = width;
-  frame_.height = height;
-  frame_.progressive_frame_flag = 1;
+    : kind(format) {
+  record.pixel_format = format.id;
+  record.width = width;
+  record.height = height;
+  record.progressive_frame_flag = 1;
   setColor(MATRIX_COEFFICIENTS_BT709_6, PIC_SIGNAL_RANGE_FULL);
   for (int p = 0; p < format.planes; ++p) {
     const size_t stride = bytesInRow(p) + padding;
     const size_t rows = rowsOfPlane(p);
     const size_t size = rows ? (rows - 1) * stride + bytesInRow(p) : 0;
-    storage_[p] = std::make_unique<GuardedBytes>(size);
-    frame_.stride[p] = static_cast<int32_t>(bottomUp ? -static_cast<ptrdiff_t>(stride) : stride);
-    frame_.plane[p] = storage_[p]->data() + (bottomUp && rows ? (rows - 1) * stride : 0);
+    storage[p] = std::make_unique<GuardedBytes>(size);
+    record.stride[p] = static_cast<int32_t>(bottomUp ? -static_cast<ptrdiff_t>(stride) : stride);
+    record.plane[p] = storage[p]->data() + (bottomUp && rows ? (rows - 1) * stride : 0);
   }
 }
 
 void TestPicture::setColor(uint32_t matrix, uint32_t range) {
-  frame_.colorimetry = {1, 1, matrix, range};
+  record.colorimetry = {1, 1, matrix, range};
 }
 
 uint32_t TestPicture::columns(int component) const {
-  return component == 1 || component == 2 ? frame_.width >> format_.shiftX : frame_.width;
+  return component == 1 || component == 2 ? record.width >> kind.shiftX : record.width;
 }
 
 uint32_t TestPicture::rows(int component) const {
-  return component == 1 || component == 2 ? frame_.height >> format_.shiftY : frame_.height;
+  return component == 1 || component == 2 ? record.height >> kind.shiftY : record.height;
 }
 
 uint8_t* TestPicture::rowOf(int plane, size_t y) const {
-  return frame_.plane[plane] + static_cast<ptrdiff_t>(y) * frame_.stride[plane];
+  return record.plane[plane] + static_cast<ptrdiff_t>(y) * record.stride[plane];
 }
 
 size_t TestPicture::bytesInRow(int plane) const {
-  return plane == 0 ? format_.rowBytes(frame_.width) : format_.chromaRowBytes(columns(1));
+  return plane == 0 ? kind.rowBytes(record.width) : kind.chromaRowBytes(columns(1));
 }
 
 uint32_t TestPicture::rowsOfPlane(int plane) const {
-  return plane == 0 ? frame_.height : rows(1);
+  return plane == 0 ? record.height : rows(1);
 }
 
 uint32_t TestPicture::max(int component) const {
-  return (1u << format_.field(component, 0).bits) - 1;
+  return (1u << kind.field(component, 0).bits) - 1;
 }
 
 bool TestPicture::isStored(int component, size_t x) const {
-  const SampleField field = format_.field(component, x);
+  const SampleField field = kind.field(component, x);
   return field.offset + field.bytes <= bytesInRow(field.plane);
 }
 
 uint32_t TestPicture::get(int component, size_t x, size_t y) const {
-  const SampleField field = format_.field(component, x);
+  const SampleField field = kind.field(component, x);
   uint32_t word = 0;
   std::memcpy(&word, rowOf(field.plane, y) + field.offset, field.bytes);
   return word >> field.shift & max(component);
@@ -165,7 +165,7 @@ uint32_t TestPicture::get(int component, size_t x, size_t y) const {
 
 void TestPicture::set(int component, size_t x, size_t y, uint32_t value) {
   if (!isStored(component, x)) return;
-  const SampleField field = format_.field(component, x);
+  const SampleField field = kind.field(component, x);
   uint8_t* at = rowOf(field.plane, y) + field.offset;
   uint32_t word = 0;
   std::memcpy(&word, at, field.bytes);
@@ -175,31 +175,31 @@ void TestPicture::set(int component, size_t x, size_t y, uint32_t value) {
 
 void TestPicture::randomize(uint32_t seed) {
   std::mt19937 random(seed);
-  for (int p = 0; p < format_.planes; ++p) {
+  for (int p = 0; p < kind.planes; ++p) {
     for (uint32_t y = 0; y < rowsOfPlane(p); ++y) std::memset(rowOf(p, y), 0, bytesInRow(p));
   }
-  for (int c = 0; c < (format_.alpha ? 4 : 3); ++c) {
+  for (int c = 0; c < (kind.alpha ? 4 : 3); ++c) {
     for (uint32_t y = 0; y < rows(c); ++y) {
-      for (uint32_t x = 0; x < columns(c); ++x) set(c, x, y, random() & max(c));
+      for (uint32_t x = 0; x < columns(c); ++x) set(c, x, y, static_cast<uint32_t>(random()) & max(c));
     }
   }
 }
 
 void TestPicture::paint(const Scene& scene) {
-  const bool full = frame_.colorimetry.signal_range == PIC_SIGNAL_RANGE_FULL;
-  const bool bt601 = frame_.colorimetry.matrix_coefficients == MATRIX_COEFFICIENTS_BT601_6;
+  const bool full = record.colorimetry.signal_range == PIC_SIGNAL_RANGE_FULL;
+  const bool bt601 = record.colorimetry.matrix_coefficients == MATRIX_COEFFICIENTS_BT601_6;
   const double kr = bt601 ? 0.299 : 0.2126, kb = bt601 ? 0.114 : 0.0722;
   for (int c = 0; c < 3; ++c) {
     for (uint32_t y = 0; y < rows(c); ++y) {
       for (uint32_t x = 0; x < columns(c); ++x) {
-        const double unitX = 1 << (frame_.width - columns(c) ? format_.shiftX : 0);
-        const double unitY = 1 << (frame_.height - rows(c) ? format_.shiftY : 0);
-        const Rgb rgb = scene((x + 0.5) * unitX / frame_.width, (y + 0.5) * unitY / frame_.height);
+        const double unitX = 1 << (record.width - columns(c) ? kind.shiftX : 0);
+        const double unitY = 1 << (record.height - rows(c) ? kind.shiftY : 0);
+        const Rgb rgb = scene((x + 0.5) * unitX / record.width, (y + 0.5) * unitY / record.height);
         const double luma = kr * rgb[0] + (1 - kr - kb) * rgb[1] + kb * rgb[2];
         const double unit = (max(c) + 1) / 256.0;  // of one step at 8 bits
         double value;
-        if (format_.rgb || c == 0) {
-          const double level = format_.rgb ? rgb[c] : luma;
+        if (kind.rgb || c == 0) {
+          const double level = kind.rgb ? rgb[c] : luma;
           value = full ? level * max(c) : (16 + level * 219) * unit;
         } else {
           const double difference = c == 1 ? (rgb[2] - luma) / (2 - 2 * kb) : (rgb[0] - luma) / (2 - 2 * kr);
@@ -209,30 +209,30 @@ void TestPicture::paint(const Scene& scene) {
       }
     }
   }
-  for (uint32_t y = 0; format_.alpha && y < frame_.height; ++y) {
-    for (uint32_t x = 0; x < frame_.width; ++x) set(3, x, y, 255);
+  for (uint32_t y = 0; kind.alpha && y < record.height; ++y) {
+    for (uint32_t x = 0; x < record.width; ++x) set(3, x, y, 255);
   }
 }
 
 Rgb TestPicture::rgbAt(uint32_t x, uint32_t y) const {
-  const bool full = frame_.colorimetry.signal_range == PIC_SIGNAL_RANGE_FULL;
-  const bool bt601 = frame_.colorimetry.matrix_coefficients == MATRIX_COEFFICIENTS_BT601_6;
+  const bool full = record.colorimetry.signal_range == PIC_SIGNAL_RANGE_FULL;
+  const bool bt601 = record.colorimetry.matrix_coefficients == MATRIX_COEFFICIENTS_BT601_6;
   const double kr = bt601 ? 0.299 : 0.2126, kb = bt601 ? 0.114 : 0.0722;
   double value[3];
   for (int c = 0; c < 3; ++c) {
     const double unit = (max(c) + 1) / 256.0;  // of one step at 8 bits
-    const bool chroma = !format_.rgb && c > 0;
+    const bool chroma = !kind.rgb && c > 0;
     double sample = chroma ? 128 * unit : 0;
     if (columns(c) && rows(c)) {
-      const uint32_t column = std::min(columns(c) == frame_.width ? x : x >> format_.shiftX, columns(c) - 1);
-      const uint32_t row = std::min(rows(c) == frame_.height ? y : y >> format_.shiftY, rows(c) - 1);
+      const uint32_t column = std::min(columns(c) == record.width ? x : x >> kind.shiftX, columns(c) - 1);
+      const uint32_t row = std::min(rows(c) == record.height ? y : y >> kind.shiftY, rows(c) - 1);
       sample = get(c, column, row);
     }
     const double zero = chroma ? 128 * unit : full ? 0 : 16 * unit;
     const double span = full ? max(c) : (chroma ? 224 : 219) * unit;
     value[c] = (sample - zero) / span;
   }
-  if (format_.rgb) return {value[0], value[1], value[2]};
+  if (kind.rgb) return {value[0], value[1], value[2]};
   const double red = value[0] + (2 - 2 * kr) * value[2];
   const double blue = value[0] + (2 - 2 * kb) * value[1];
   return {red, (value[0] - kr * red - kb * blue) / (1 - kr - kb), blue};
@@ -240,21 +240,21 @@ Rgb TestPicture::rgbAt(uint32_t x, uint32_t y) const {
 
 double TestPicture::psnrAgainst(const Scene& scene) const {
   double error = 0;
-  for (uint32_t y = 0; y < frame_.height; ++y) {
-    for (uint32_t x = 0; x < frame_.width; ++x) {
-      const Rgb wanted = scene((x + 0.5) / frame_.width, (y + 0.5) / frame_.height);
+  for (uint32_t y = 0; y < record.height; ++y) {
+    for (uint32_t x = 0; x < record.width; ++x) {
+      const Rgb wanted = scene((x + 0.5) / record.width, (y + 0.5) / record.height);
       const Rgb got = rgbAt(x, y);
       for (int c = 0; c < 3; ++c) error += (wanted[c] - got[c]) * (wanted[c] - got[c]);
     }
   }
-  return -10 * std::log10(error / (3.0 * frame_.width * frame_.height) + 1e-12);
+  return -10 * std::log10(error / (3.0 * record.width * record.height) + 1e-12);
 }
 
 bool TestPicture::paddingIntact() const {
-  for (int p = 0; p < format_.planes; ++p) {
-    const size_t stride = std::abs(frame_.stride[p]);
+  for (int p = 0; p < kind.planes; ++p) {
+    const size_t stride = std::abs(record.stride[p]);
     for (size_t y = 0; y + 1 < rowsOfPlane(p); ++y) {
-      const uint8_t* row = storage_[p]->data() + y * stride;
+      const uint8_t* row = storage[p]->data() + y * stride;
       const bool intact =
           std::all_of(row + bytesInRow(p), row + stride, [](uint8_t b) { return b == GuardedBytes::kFill; });
       if (!intact) return false;
@@ -265,7 +265,7 @@ bool TestPicture::paddingIntact() const {
 
 std::vector<uint8_t> TestPicture::bytes() const {
   std::vector<uint8_t> all;
-  for (int p = 0; p < format_.planes; ++p) {
+  for (int p = 0; p < kind.planes; ++p) {
     for (uint32_t y = 0; y < rowsOfPlane(p); ++y)
       all.insert(all.end(), rowOf(p, y), rowOf(p, y) + bytesInRow(p));
   }

@@ -56,8 +56,8 @@ class TestPicture {
   TestPicture(const TestFormat& format, uint32_t width, uint32_t height, size_t padding = 5,
               bool bottomUp = false);
 
-  ucc_frame_t& frame() { return frame_; }
-  const TestFormat& format() const { return format_; }
+  ucc_frame_t& frame() { return record; }
+  const TestFormat& format() const { return kind; }
   void setColor(uint32_t matrix, uint32_t range);
 
   uint32_t columns(int component) const;
@@ -81,9 +81,9 @@ class TestPicture {
   size_t bytesInRow(int plane) const;
   uint32_t rowsOfPlane(int plane) const;
 
-  const TestFormat& format_;
-  ucc_frame_t frame_{};
-  std::unique_ptr<GuardedBytes> storage_[3];
+  const TestFormat& kind;
+  ucc_frame_t record{};
+  std::unique_ptr<GuardedBytes> storage[3];
 };
 
 }  // namespace qvs::test

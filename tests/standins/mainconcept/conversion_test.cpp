@@ -16,15 +16,15 @@ constexpr uint32_t kShort = PIC_SIGNAL_RANGE_SHORT;
 
 class Instance {
  public:
-  ~Instance() { UCC_Destroy(handle_); }
+  ~Instance() { UCC_Destroy(handle); }
   uint32_t operator()(TestPicture& target, TestPicture& source, uint32_t orientation = 0) {
     ucc_config_t config{};
     config.orientation = orientation;
-    return UCC_Transform(handle_, &target.frame(), &source.frame(), &config);
+    return UCC_Transform(handle, &target.frame(), &source.frame(), &config);
   }
 
  private:
-  void* handle_ = UCC_Create(0);
+  void* handle = UCC_Create(0);
 };
 
 bool sameSamples(const TestFormat& a, const TestFormat& b) {
@@ -172,23 +172,18 @@ TEST(Conversion, EveryPairTurns) {
 TEST(Conversion, OddSizesStayInsideAndFlat) {
   Instance convert;
   std::mt19937 random(7);
-  const auto pick = [&random](uint32_t count) { return 1 + random() % count; };
+  const auto pick = [&random](uint32_t count) { return static_cast<uint32_t>(1 + random() % count); };
   for (int round = 0; round < 6000; ++round) {
     const TestFormat& from = testFormats()[random() % testFormats().size()];
     const TestFormat& to = testFormats()[random() % testFormats().size()];
     const uint32_t width = pick(20), height = pick(20);
-    const bool scaled = random() % 2;
-    const uint32_t orientation = random() % 16 / 2 * (random() % 2);
+    const bool scaled = random() % 2 != 0;
+    const uint32_t orientation = (pick(8) - 1) * (pick(2) - 1);
     const bool onSide = (orientation & UCC_ORIENTATION_TURN_90) != 0;
     TestPicture source(from, width, height, random() % 4);
-    TestPicture target(to,
-                       scaled   ? pick(20)
-                       : onSide ? height
-                                : width,
-                       scaled   ? pick(20)
-                       : onSide ? width
-                                : height,
-                       random() % 4, random() % 2);
+    TestPicture target(to, scaled || onSide ? (scaled ? pick(20) : height) : width,
+                       scaled || onSide ? (scaled ? pick(20) : width) : height, random() % 4,
+                       random() % 2 != 0);
     SCOPED_TRACE(std::string(from.name) + " " + std::to_string(width) + "x" + std::to_string(height) +
                  " to " + to.name + " " + std::to_string(target.columns(0)) + "x" +
                  std::to_string(target.rows(0)) + " by " + std::to_string(orientation));
@@ -274,13 +269,14 @@ double cubic(double x) {
 // One output sample of the bicubic definition, widened by the ratio where it shrinks.
 double scaledAt(const TestPicture& picture, int component, double x, double y, double ratioX, double ratioY) {
   const double wideX = std::max(1.0, ratioX), wideY = std::max(1.0, ratioY);
-  const int columns = picture.columns(component), rows = picture.rows(component);
+  const int64_t columns = picture.columns(component), rows = picture.rows(component);
   double sum = 0, weights = 0;
-  for (int v = std::floor(y - 2 * wideY); v <= y + 2 * wideY; ++v) {
-    for (int u = std::floor(x - 2 * wideX); u <= x + 2 * wideX; ++u) {
+  for (int v = static_cast<int>(std::floor(y - 2 * wideY)); v <= y + 2 * wideY; ++v) {
+    for (int u = static_cast<int>(std::floor(x - 2 * wideX)); u <= x + 2 * wideX; ++u) {
       const double weight = cubic((u + 0.5 - x) / wideX) * cubic((v + 0.5 - y) / wideY);
       weights += weight;
-      sum += weight * picture.get(component, std::clamp(u, 0, columns - 1), std::clamp(v, 0, rows - 1));
+      sum += weight * picture.get(component, static_cast<size_t>(std::clamp<int64_t>(u, 0, columns - 1)),
+                                  static_cast<size_t>(std::clamp<int64_t>(v, 0, rows - 1)));
     }
   }
   return sum / weights;
@@ -351,18 +347,21 @@ TEST(Conversion, StraightAlphaScalesWithoutBleedingAndUnusedAlphaKeepsColors) {
 TEST(Conversion, InstanceFollowsChanges) {
   Instance lasting;
   std::mt19937 random(5);
+  const auto pick = [&random](uint32_t first, uint32_t count) {
+    return first + static_cast<uint32_t>(random() % count);
+  };
   for (int round = 0; round < 300; ++round) {
     const TestFormat& from = testFormats()[random() % testFormats().size()];
     const TestFormat& to = testFormats()[random() % testFormats().size()];
-    TestPicture source(from, 24 + random() % 3, 16 + random() % 2);
-    TestPicture target(to, 24 + random() % 3, 16), fresh(to, target.columns(0), 16);
+    TestPicture source(from, pick(24, 3), pick(16, 2));
+    TestPicture target(to, pick(24, 3), 16), fresh(to, target.columns(0), 16);
     source.setColor(random() % 2 ? k709 : k601, random() % 2 ? kFull : kShort);
     fresh.frame().colorimetry = target.frame().colorimetry;
     source.randomize(round);
     target.randomize(1);
     fresh.randomize(1);
     Instance once;
-    const uint32_t orientation = random() % 8;
+    const uint32_t orientation = pick(0, 8);
     ASSERT_EQ(lasting(target, source, orientation), 0u);
     ASSERT_EQ(once(fresh, source, orientation), 0u);
     ASSERT_EQ(target.bytes(), fresh.bytes()) << from.name << " to " << to.name;

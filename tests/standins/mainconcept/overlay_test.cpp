@@ -36,7 +36,7 @@ TestPicture makeOverlay(uint32_t format, uint32_t width = kOverlayWidth, uint32_
 
 class Painter {
  public:
-  ~Painter() { UCC_Destroy(handle_); }
+  ~Painter() { UCC_Destroy(handle); }
   uint32_t inPlace(TestPicture& target, TestPicture& overlay, Place place, uint64_t contentId = 0) {
     return onto(target, target, overlay, place, contentId);
   }
@@ -45,11 +45,11 @@ class Painter {
     ucc_overlay_config_t settings{2, &overlay.frame(), place.x, place.y, width, height, contentId};
     ucc_config_t config{};
     config.overlay = &settings;
-    return UCC_Transform(handle_, &target.frame(), &source.frame(), &config);
+    return UCC_Transform(handle, &target.frame(), &source.frame(), &config);
   }
 
  private:
-  void* handle_ = UCC_Create(0);
+  void* handle = UCC_Create(0);
 };
 
 // Sums over the luma pixels that one sample of a component covers: the definition of the blend, block by
@@ -66,8 +66,9 @@ Block blockAt(const TestPicture& overlay, Place place, int64_t left, int64_t top
     for (int64_t x = left; x < left + columns; ++x) {
       const int64_t u = x - place.x, v = y - place.y;
       if (u < 0 || v < 0 || u >= overlay.columns(0) || v >= overlay.rows(0)) continue;
-      const double alpha = overlay.format().alpha ? overlay.get(3, u, v) / 255.0 : 1;
-      const Rgb rgb = overlay.rgbAt(u, v);
+      const double alpha =
+          overlay.format().alpha ? overlay.get(3, static_cast<size_t>(u), static_cast<size_t>(v)) / 255.0 : 1;
+      const Rgb rgb = overlay.rgbAt(static_cast<uint32_t>(u), static_cast<uint32_t>(v));
       weight += alpha;
       for (int c = 0; c < 3; ++c) block.color[c] += alpha * rgb[c];
     }

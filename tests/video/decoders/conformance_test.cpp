@@ -178,8 +178,10 @@ TEST(Conformance, EveryStreamGivesItsPublishedSum) {
     if (stream.getCodec() == 0) continue;
     SCOPED_TRACE(path.filename());
     const bool plain = isPlain420(stream);
+    // Their conversion has a test of its own; the reference here knows no color matrix.
+    const bool rgb = stream.parameters().format == AV_PIX_FMT_GBRP;
     const auto published = sums.find(path.filename());
-    Row row = decodeFile(path, stream, !plain && !damaged);
+    Row row = decodeFile(path, stream, !plain && !damaged && !rgb);
     const bool equal = published != sums.end() && published->second == row.sum;
     if (plain && !damaged && !equal) {
       MediaStream again(path);
@@ -193,11 +195,12 @@ TEST(Conformance, EveryStreamGivesItsPublishedSum) {
     const bool likeReference = row.worst == kExact;
     const std::string verdict = equal           ? "exact"
                                 : damaged       ? "damaged input"
+                                : rgb           ? "RGB, not compared"
                                 : likeReference ? "equal to the reference decoder"
                                                 : "PSNR " + std::to_string(row.worst).substr(0, 5);
     std::printf("%-70s %-6s %5u  %s\n", path.filename().c_str(),
                 avcodec_get_name(stream.parameters().codec_id), row.pictures, verdict.c_str());
-    if (damaged) continue;
+    if (damaged || rgb) continue;
     const uint32_t codec = stream.getCodec();
     const double least = !plain ? 50.0 : codec == 7 || codec == 8 || codec == 12 ? kExact : 40.0;
     EXPECT_TRUE(equal || row.worst >= least);

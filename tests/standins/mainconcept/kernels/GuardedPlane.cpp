@@ -6,46 +6,46 @@
 namespace qvs::ucc {
 
 GuardedPlane::GuardedPlane(size_t rowBytes, uint32_t rows, size_t gap, Guard guard)
-    : rowBytes_(rowBytes),
-      rows_(rows),
-      stride_(rowBytes + gap),
-      bytes_(rows == 0 ? 0 : stride_ * (rows - 1) + rowBytes,
+    : bytesInRow(rowBytes),
+      rowCount(rows),
+      step(rowBytes + gap),
+      memory(rows == 0 ? 0 : step * (rows - 1) + rowBytes,
              guard == Guard::kBehind ? test::GuardedBytes::kEnd : test::GuardedBytes::kStart) {}
 
 void GuardedPlane::fill(uint8_t value) {
-  for (uint32_t y = 0; y < rows_; ++y) std::memset(row(y), value, rowBytes_);
+  for (uint32_t y = 0; y < rowCount; ++y) std::memset(row(y), value, bytesInRow);
 }
 
 void GuardedPlane::fillRandom(std::mt19937& random) {
-  for (uint32_t y = 0; y < rows_; ++y) {
-    std::generate_n(row(y), rowBytes_, [&] { return static_cast<uint8_t>(random() >> 8); });
+  for (uint32_t y = 0; y < rowCount; ++y) {
+    std::generate_n(row(y), bytesInRow, [&] { return static_cast<uint8_t>(random() >> 8); });
   }
 }
 
 void GuardedPlane::fillExtremes(std::mt19937& random) {
-  for (uint32_t y = 0; y < rows_; ++y) {
-    std::generate_n(row(y), rowBytes_, [&] { return static_cast<uint8_t>((random() >> 8 & 1) * 255); });
+  for (uint32_t y = 0; y < rowCount; ++y) {
+    std::generate_n(row(y), bytesInRow, [&] { return static_cast<uint8_t>((random() >> 8 & 1) * 255); });
   }
 }
 
 void GuardedPlane::copyFrom(const std::vector<uint8_t>& pixels) {
-  for (uint32_t y = 0; y < rows_; ++y) std::memcpy(row(y), pixels.data() + y * rowBytes_, rowBytes_);
+  for (uint32_t y = 0; y < rowCount; ++y) std::memcpy(row(y), pixels.data() + y * bytesInRow, bytesInRow);
 }
 
 std::vector<uint8_t> GuardedPlane::pixels() const {
   std::vector<uint8_t> all;
-  for (uint32_t y = 0; y < rows_; ++y) all.insert(all.end(), row(y), row(y) + rowBytes_);
+  for (uint32_t y = 0; y < rowCount; ++y) all.insert(all.end(), row(y), row(y) + bytesInRow);
   return all;
 }
 
 bool GuardedPlane::gapsIntact() const {
-  for (uint32_t y = 0; y + 1 < rows_; ++y) {
-    const uint8_t* gap = row(y) + rowBytes_;
-    if (!std::all_of(gap, gap + (stride_ - rowBytes_),
+  for (uint32_t y = 0; y + 1 < rowCount; ++y) {
+    const uint8_t* gap = row(y) + bytesInRow;
+    if (!std::all_of(gap, gap + (step - bytesInRow),
                      [](uint8_t byte) { return byte == test::GuardedBytes::kFill; }))
       return false;
   }
-  return bytes_.slackIntact();
+  return memory.slackIntact();
 }
 
 std::vector<CpuLevel> vectorLevels() {

@@ -20,11 +20,11 @@ class GuardedPlane {
  public:
   GuardedPlane(size_t rowBytes, uint32_t rows, size_t gap = 0, Guard guard = Guard::kBehind);
 
-  uint8_t* data() const { return bytes_.data(); }
-  ptrdiff_t stride() const { return static_cast<ptrdiff_t>(stride_); }
-  uint8_t* row(uint32_t y) const { return data() + y * stride_; }
-  size_t rowBytes() const { return rowBytes_; }
-  uint32_t rows() const { return rows_; }
+  uint8_t* data() const { return memory.data(); }
+  ptrdiff_t stride() const { return static_cast<ptrdiff_t>(step); }
+  uint8_t* row(uint32_t y) const { return data() + y * step; }
+  size_t rowBytes() const { return bytesInRow; }
+  uint32_t rows() const { return rowCount; }
 
   void fill(uint8_t value);
   void fillRandom(std::mt19937& random);
@@ -35,10 +35,10 @@ class GuardedPlane {
   bool gapsIntact() const;
 
  private:
-  size_t rowBytes_;
-  uint32_t rows_;
-  size_t stride_;
-  mutable test::GuardedBytes bytes_;
+  size_t bytesInRow;
+  uint32_t rowCount;
+  size_t step;
+  mutable test::GuardedBytes memory;
 };
 
 /// Vector levels of this machine, without the plain one.

@@ -141,7 +141,7 @@ std::vector<double> resample(const std::vector<double>& in, uint32_t srcSize, ui
     std::vector<std::pair<size_t, double>> taps;
     double sum = 0;
     for (auto p = long(std::floor(centre - support * scale)); p <= long(centre + support * scale); ++p) {
-      const double weight = kernel((p + 0.5 - centre) / scale);
+      const double weight = kernel((static_cast<double>(p) + 0.5 - centre) / scale);
       taps.emplace_back(std::clamp<long>(p, 0, long(srcSize) - 1), weight);
       sum += weight;
     }
