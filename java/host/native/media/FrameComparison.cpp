@@ -73,12 +73,20 @@ MediaStatus FrameComparison::run(const std::string& sourcePath, const std::strin
   return {};
 }
 
-MediaStatus FrameComparison::advanceSourceTo(double timeMs, bool* found) {
-  while (!sourceReady_ || source_.timeMs() < timeMs - kSameTimeMs) {
+// Files start at zero whatever their source's clock says: times count from either's first picture.
+MediaStatus FrameComparison::advanceSourceTo(double renditionMs, bool* found) {
+  if (!sourceReady_) {
     bool atEnd = false;
     MediaStatus status = source_.next(&atEnd);
     if (!status.ok() || atEnd) return status;
     sourceReady_ = true;
+    shiftMs_ = source_.timeMs() - renditionMs;
+  }
+  const double timeMs = renditionMs + shiftMs_;
+  while (source_.timeMs() < timeMs - kSameTimeMs) {
+    bool atEnd = false;
+    MediaStatus status = source_.next(&atEnd);
+    if (!status.ok() || atEnd) return status;
   }
   *found = std::abs(source_.timeMs() - timeMs) <= kSameTimeMs;
   return {};

@@ -25,7 +25,7 @@ class FrameComparison {
                   const ExcludedArea& excluded, ComparisonResult* result);
 
  private:
-  MediaStatus advanceSourceTo(double timeMs, bool* found);
+  MediaStatus advanceSourceTo(double renditionMs, bool* found);
   MediaStatus scaleSource();
   void addDifference(const ExcludedArea& excluded);
 
@@ -34,6 +34,7 @@ class FrameComparison {
   AvFramePtr scaled_;
   SwsPtr scaler_;
   bool sourceReady_ = false;
+  double shiftMs_ = 0;  ///< of the source against the rendition
   uint64_t squaredError_ = 0;
   uint64_t samples_ = 0;
 };

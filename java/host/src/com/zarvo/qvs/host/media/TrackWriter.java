@@ -69,6 +69,9 @@ public abstract class TrackWriter implements AutoCloseable {
   /** Appends one packet. Containers want growing times: one that does not grow is moved behind its forerunner. */
   public final void write(int track, OutputPacket packet) throws IOException {
     if (finished) throw new MediaException(target + ": writer is closed");
+    // Pictures wait here: a range outside of their array would show only later.
+    if (packet.offset() < 0 || packet.length() < 0 || packet.offset() > packet.data().length - packet.length())
+      throw new MediaException(target + ": packet range lies outside its array");
     boolean late = packets[track] > 0 && packet.dts() <= lastDts[track];
     long dts = late ? lastDts[track] + 1 : packet.dts();
     OutputPacket placed = packet.at(Math.max(packet.pts(), dts), dts);

@@ -20,6 +20,11 @@ public record OverlaySpec(Path image, Align align, int x, int y, int width, int 
   private static final Set<String> KEYS = new TreeSet<>(Set.of("align", "x", "y", "width", "height", "on"));
   private static final int MAX_OFFSET = 8192;
 
+  /** True where it lies off the right or the bottom edge by some pixels. */
+  public boolean hangsFarWithOffset() {
+    return align.column() == 2 && x != 0 || align.row() == 2 && y != 0;
+  }
+
   /** Reads "logo.png,align=top-right,x=20,y=20,width=100,height=50,on=decoder"; all behind the file may lack. */
   public static OverlaySpec parse(String text) {
     SpecText spec = new SpecText(text, KEYS);

@@ -33,7 +33,8 @@ public final class TranscodeSession implements AutoCloseable {
   private static final int RENDITION_FRAMES = 3;
   private static final long MAX_FRAME_SIDE = 8192;
   // Half-size copies and overlays by the scaler plug-in, where there is one.
-  private static final long SCALE_FLAGS_PLUGIN = 0x3;
+  private static final long SCALE_FLAG_PLUGIN_HALVES = 0x1;
+  private static final long SCALE_FLAG_PLUGIN_OVERLAYS = 0x2;
   // Lets the CPU honour crop, padding and fill, which it otherwise leaves to devices.
   private static final long SCALE_FLAG_PLACE_ON_CPU = 0x10000;
   private static final long STATUS_INPUT_USED = 0x01;
@@ -223,7 +224,9 @@ public final class TranscodeSession implements AutoCloseable {
 
   private long scaleFlags() {
     boolean placement = settings.renditions().stream().anyMatch(RenditionSpec::needsPlacement);
-    long flags = placement ? SCALE_FLAGS_PLUGIN | SCALE_FLAG_PLACE_ON_CPU : SCALE_FLAGS_PLUGIN;
+    long flags = SCALE_FLAG_PLUGIN_HALVES | (placement ? SCALE_FLAG_PLACE_ON_CPU : 0);
+    // The plug-in's place counts an offset from the right or the bottom outwards, the converter's inwards.
+    if (settings.overlays().stream().noneMatch(OverlaySpec::hangsFarWithOffset)) flags |= SCALE_FLAG_PLUGIN_OVERLAYS;
     return flags | settings.source().orientation().scaleFlags();
   }
 

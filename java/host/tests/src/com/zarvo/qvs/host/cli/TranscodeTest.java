@@ -17,6 +17,7 @@ import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.Locale;
 import javax.imageio.ImageIO;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -80,12 +81,17 @@ class TranscodeTest {
   }
 
   @Test
-  void irregularTimesArriveUnchanged() throws Exception {
+  void irregularTimesArriveCountedFromTheFirst() throws Exception {
     Path source =
         Clips.testVideo(
             folder.resolve("vfr.webm"), "128x96", "30", 60, "-vf select=mod(n\\,5)*mod(n\\,3) -vsync vfr");
     transcode(source, outOf("vfr"), "--rendition", "64x48@100k");
-    assertEquals(Clips.times(source), Clips.times(outOf("vfr").resolve("vfr_64x48.webm")));
+    List<String> times = Clips.times(source);
+    double first = Double.parseDouble(times.get(0));
+    assertTrue(first > 0);
+    List<String> expected =
+        times.stream().map(time -> String.format(Locale.ROOT, "%.6f", Double.parseDouble(time) - first)).toList();
+    assertEquals(expected, Clips.times(outOf("vfr").resolve("vfr_64x48.webm")));
   }
 
   @Test
