@@ -13,6 +13,7 @@ import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
 import javax.imageio.ImageIO;
+import javax.imageio.stream.MemoryCacheImageOutputStream;
 
 /** One picture of all renditions: a row each, a few pictures a row, with size and times. */
 final class ContactSheet {
@@ -54,7 +55,10 @@ final class ContactSheet {
     }
     graphics.dispose();
     ByteArrayOutputStream png = new ByteArrayOutputStream();
-    ImageIO.write(sheet, "png", png);
+    // A cache of its own would want to be removed at the virtual machine's end, which a signal may have begun.
+    try (MemoryCacheImageOutputStream out = new MemoryCacheImageOutputStream(png)) {
+      ImageIO.write(sheet, "png", out);
+    }
     try (WholeFile whole = WholeFile.create(file)) {
       whole.write(png.toByteArray());
     }

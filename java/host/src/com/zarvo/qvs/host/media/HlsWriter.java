@@ -86,7 +86,6 @@ public final class HlsWriter extends TrackWriter {
       if (tracks.get(i) instanceof OutputTrack.Video) video = i;
     }
     this.videoTrack = video;
-    if (window == 0) folder.toFile().deleteOnExit();
   }
 
   private void resume() throws IOException {

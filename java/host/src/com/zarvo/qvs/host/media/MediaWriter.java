@@ -53,7 +53,7 @@ public final class MediaWriter extends TrackWriter {
     Path part = WholeFile.partOf(target);
     try {
       writer = new MediaWriter(target, part, Muxer.open(part.toString(), format, false), tracks, keepTimes);
-      part.toFile().deleteOnExit();
+      WholeFile.dropOnExit(part);
       options.forEach(writer.muxer::option);
       writer.beginIfKnown();
       return writer;

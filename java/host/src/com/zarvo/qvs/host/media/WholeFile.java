@@ -44,6 +44,16 @@ public final class WholeFile implements AutoCloseable {
     return part;
   }
 
+  /** Where the virtual machine ends before its owner can, a file that is not whole goes too. */
+  static void dropOnExit(Path part) {
+    try {
+      part.toFile().deleteOnExit();
+    } catch (IllegalStateException e) {
+      // The end has begun by a signal: the run still ends by itself, and its owner drops what is not whole.
+      assert e.getMessage() != null;
+    }
+  }
+
   /** Why a file operation failed, without the file's name. */
   static String reasonOf(IOException e) {
     if (!(e instanceof FileSystemException system)) return e.getMessage();
