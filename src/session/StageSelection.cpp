@@ -21,6 +21,7 @@
 #include "video/decoders/VideoDecoderMP2.h"
 #include "video/decoders/VideoDecoderMP4.h"
 #include "video/decoders/VideoDecoderVPX.h"
+#include "video/encoders/hosts/VideoEncoderPluginHost.h"
 #include "video/encoders/VideoEncoderH264.h"
 #include "video/encoders/VideoEncoderVPX.h"
 
@@ -69,19 +70,19 @@ constexpr VideoDecoderRow kVideoDecoders[] = {
 constexpr VideoEncoderRow kVideoEncoders[] = {
     {kVideoCodecH265, 9, &Availability::cudaAvailable, kNvencH265, kNative, "VideoEncoderH26XNVENC12Host", "H.265: NVENC12"},
     {kVideoCodecH265, 8, &Availability::quickSyncAvailable, kQuickSyncEncodeH265, kQuickSync, "VideoEncoderH265QuickSyncHost", "H.265: QuickSync"},
-    {kVideoCodecH265, 11, &Availability::x265Available, kAnyBit, kNative, "VideoEncoderH265X265Host", "H.265: X265"},
-    {kVideoCodecH265, 15, &Availability::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.265: AdvantechVega"},
-    {kVideoCodecH265, 16, &Availability::vaapiAvailable, kVaapiEncodeH265, kVaapi, "VideoEncoderH265VAAPIHost", "H.265: VAAPI"},
+    {kVideoCodecH265, 11, &Availability::x265Available, kAnyBit, kNative, "VideoEncoderH265X265Host", "H.265: X265", makePluginEncoder<kEncoderH265X265>},
+    {kVideoCodecH265, 15, &Availability::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.265: AdvantechVega", makePluginEncoder<kEncoderH26XAdvantechVega>},
+    {kVideoCodecH265, 16, &Availability::vaapiAvailable, kVaapiEncodeH265, kVaapi, "VideoEncoderH265VAAPIHost", "H.265: VAAPI", makePluginEncoder<kEncoderH265VAAPI>},
     {kVideoCodecH265, 18, &Availability::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.265: U30"},
     {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoEncoderH265MainConceptHost", "H.265: default"},
     {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoEncoderH263IPP", "H263: default"},
-    {kVideoCodecVPX, 12, &Availability::vaapiAvailable, kVaapiEncodeVP9, kVaapi, "VideoEncoderVP9VAAPIHost", "VPX[{}]: VAAPI"},
+    {kVideoCodecVPX, 12, &Availability::vaapiAvailable, kVaapiEncodeVP9, kVaapi, "VideoEncoderVP9VAAPIHost", "VPX[{}]: VAAPI", makePluginEncoder<kEncoderVP9VAAPI>},
     {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoEncoderVPX", "VPX[{}]: default", make<IVideoEncoder, VideoEncoderVPX>},
     {kVideoCodecH264, 1, &Availability::quickSyncAvailable, kQuickSyncEncodeH264, kQuickSync, "VideoEncoderH264QuickSyncHost", "H.264: QuickSync"},
     {kVideoCodecH264, 6, &Availability::cudaAvailable, kNvencH264, kNative, "VideoEncoderH26XNVENC12Host", "H.264: NVENC12"},
-    {kVideoCodecH264, 10, &Availability::vaapiAvailable, kVaapiEncodeH264, kVaapi, "VideoEncoderH264VAAPIHost", "H.264: VAAPI"},
-    {kVideoCodecH264, 7, &Availability::x264Available, kAnyBit, kNative, "VideoEncoderH264X264Host", "H.264: X264"},
-    {kVideoCodecH264, 14, &Availability::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.264: AdvantechVega"},
+    {kVideoCodecH264, 10, &Availability::vaapiAvailable, kVaapiEncodeH264, kVaapi, "VideoEncoderH264VAAPIHost", "H.264: VAAPI", makePluginEncoder<kEncoderH264VAAPI>},
+    {kVideoCodecH264, 7, &Availability::x264Available, kAnyBit, kNative, "VideoEncoderH264X264Host", "H.264: X264", makePluginEncoder<kEncoderH264X264>},
+    {kVideoCodecH264, 14, &Availability::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.264: AdvantechVega", makePluginEncoder<kEncoderH26XAdvantechVega>},
     {kVideoCodecH264, 17, &Availability::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.264: U30"},
     {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoEncoderH264", "H.264: default", make<IVideoEncoder, VideoEncoderH264>},
 };
