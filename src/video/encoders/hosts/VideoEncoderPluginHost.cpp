@@ -2,7 +2,6 @@
 #include "video/encoders/hosts/VideoEncoderPluginHost.h"
 
 #include <array>
-#include <cstdlib>
 
 #include "frames/VideoFrameBuffer.h"
 #include "log/ILogger.h"
@@ -23,10 +22,6 @@ constexpr int32_t kLevelError = 3;
 
 VideoEncoderPluginHost::VideoEncoderPluginHost(const PluginEncoderRow& hostRow) : row(hostRow) {
   codec = row.codec;
-}
-
-VideoEncoderPluginHost::~VideoEncoderPluginHost() {
-  for (const VideoFrameEncoded& frame : frames) std::free(frame.getBuffer());
 }
 
 void VideoEncoderPluginHost::logStatus(const PluginEncoderRow& row, ILogger* logger, int contextIndex,
@@ -180,8 +175,8 @@ void VideoEncoderPluginHost::takeFrames(void* const* buffers, const uint32_t* si
           std::string(row.className) + ".addFrame[{context}]: the plug-in gave a frame without bytes");
       continue;
     }
-    frames.emplace_back(static_cast<uint8_t*>(buffers[i]), sizes[i], timecodes[i],
-                        static_cast<int64_t>(timecodeOffsets[i]), frameTypes[i], true);
+    frames.list().emplace_back(static_cast<uint8_t*>(buffers[i]), sizes[i], timecodes[i],
+                               static_cast<int64_t>(timecodeOffsets[i]), frameTypes[i], true);
     ++frameCount;
   }
 }
@@ -189,7 +184,7 @@ void VideoEncoderPluginHost::takeFrames(void* const* buffers, const uint32_t* si
 uint32_t VideoEncoderPluginHost::getEncodedFrames(std::vector<VideoFrameEncoded>& out) {
   return guarded(row.label, [&]() -> uint32_t {
     out.insert(out.end(), frames.begin(), frames.end());
-    frames.clear();
+    frames.list().clear();  // the bytes are the caller's now
     return kSuccess;
   });
 }

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "frames/VideoFrameEncoded.h"
+#include "frames/EncodedUnits.h"
 #include "plugin/PluginSession.h"
 #include "video/encoders/hosts/PluginEncoderRow.h"
 #include "video/encoders/VideoEncoderBase.h"
@@ -23,7 +23,6 @@ namespace qvs {
 class VideoEncoderPluginHost : public VideoEncoderBase {
  public:
   explicit VideoEncoderPluginHost(const PluginEncoderRow& row);
-  ~VideoEncoderPluginHost() override;
 
   using VideoEncoderBase::getParameterValue;
   using VideoEncoderBase::setParameterValue;
@@ -61,9 +60,9 @@ class VideoEncoderPluginHost : public VideoEncoderBase {
  protected:
   const PluginEncoderRow& row;
   PluginSession<pluginVideoEncoder> plugin;
-  std::string nativePath;                 ///< directory of the library
-  uint32_t frameCount = 0;                ///< received from the plug-in so far
-  std::vector<VideoFrameEncoded> frames;  ///< owned until fetched
+  std::string nativePath;    ///< directory of the library
+  uint32_t frameCount = 0;   ///< received from the plug-in so far
+  EncodedVideoUnits frames;  ///< until fetched
 
   /// Writes a line for a positive status. `level` 1 debug, 3 error, else warning.
   void logStatus(int32_t status, int32_t level) const;

@@ -116,10 +116,12 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   private double firstSeconds(MediaFeed feed) throws MediaException {
     double first = Double.POSITIVE_INFINITY;
     for (AudioOutput audio : audioRenditions) first = Math.min(first, audio.firstSeconds());
-    // Pictures that are coded after the first may be shown before it.
+    // Pictures that are shown before the first coded one follow it at once: a live feed isn't waited for beyond them.
+    long coded = Long.MIN_VALUE;
     for (int i = 0; !renditions.isEmpty() && i < REORDERED_FRAMES; i++) {
       MediaPacket frame = feed.peek(MediaKind.VIDEO, i);
-      if (frame == null) break;
+      if (frame == null || i > 0 && frame.pts() >= coded) break;
+      if (i == 0) coded = frame.pts();
       if (!frame.hidden()) first = Math.min(first, source.timeBase().toSeconds(frame.pts()));
     }
     return first;

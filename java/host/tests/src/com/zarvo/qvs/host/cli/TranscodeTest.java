@@ -228,7 +228,11 @@ class TranscodeTest {
     Captured early =
         Captured.run(
             "transcode", cut.toString(), "-o", outOf("cut").toString(), "--format", "webm", "--rendition", "64x48@90k");
-    assertTrue(early.code() == 1 && early.err().contains("cut.ivf: ended early at 0.9 s, within a packet"), early.err());
+    // Where two thirds of the bytes end depends on how the realtime encoder spread them.
+    assertTrue(
+        early.code() == 1
+            && early.err().matches("(?s).*cut\\.ivf: ended early at 0\\.[6-9] s, within a packet.*"),
+        early.err());
     assertTrue(Clips.times(outOf("cut").resolve("cut_64x48.webm")).size() >= 20);
     Captured run =
         Captured.run("transcode", flipped.toString(), "-o", outOf("flipped").toString(), "--rendition", "64x48");
