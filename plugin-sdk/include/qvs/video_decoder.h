@@ -58,7 +58,8 @@ extern "C" {
  * addFrame: one coded unit                                                                              [session]
  * decode, decode2: a step; `flags` receives QVS_DECODE_ bits. `flush` 1 after the last unit             [session]
  * decodeFrames: a thumbnail request, where the library serves those                                     [session]
- * applyParameters ... getParameterValueDouble: as for encoders                                          [session]
+ * applyParameters ... getParameterValueDouble, getProblem: as for encoders                              [session]
+ * describe: as for encoders                                                                                 [any]
  */
 #define VIDEO_DECODER_ENTRY_POINTS(X)                                                                       \
   X(getVersion, 1, int32_t, (uint8_t * buffer, uint32_t bufferLen, uint32_t * major, uint32_t * minor))     \
@@ -105,7 +106,9 @@ extern "C" {
   X(setParameterValuesLong, 0, int32_t, (void* session, uint32_t key, int64_t* values, uint32_t count))     \
   X(getParameterValuesLong, 0, int32_t, (void* session, uint32_t key, int64_t* values, uint32_t* count))    \
   X(setParameterValueDouble, 0, int32_t, (void* session, uint32_t key, double value))                       \
-  X(getParameterValueDouble, 0, int32_t, (void* session, uint32_t key, double* value))
+  X(getParameterValueDouble, 0, int32_t, (void* session, uint32_t key, double* value))                      \
+  X(getProblem, 0, int32_t, (void* session, char* text, uint32_t size))                                     \
+  X(describe, 0, int32_t, (char* text, uint32_t size, uint32_t* needed))
 
 /* What a plug-in defines. */
 #define VIDEO_DECODER_DECLARE(name, needed, result, parameters) \

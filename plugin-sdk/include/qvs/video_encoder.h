@@ -21,9 +21,11 @@
  *              different sessions run at the same time.
  *   No function may throw, end the process or block for ever.
  *
- * Pictures are borrowed for the length of the call and never written. Planes of "YV12" lie as Y, V, U.
- * Coded frames are whole access units. H.264 and H.265: four bytes of length, big-endian, in front of each NAL unit,
- * and the parameter sets as units in front of every key frame.
+ * Pictures are borrowed for the length of the call and never written. addFrame2 gets "YV12" in one block: `height` rows
+ * of luma, then V, then U, each of (height + 1) / 2 rows of (stride + 1) / 2 bytes.
+ * Coded frames are whole access units, in coding order. H.264 and H.265: four bytes of length, big-endian, in front of
+ * each NAL unit, and the parameter sets as units in front of every key frame. A frame's timecode is that of its
+ * decoding, its offset what presentation lies behind that: 0 in an encoder without B pictures.
  */
 #ifndef QVS_VIDEO_ENCODER_H
 #define QVS_VIDEO_ENCODER_H
@@ -44,7 +46,7 @@ typedef struct VideoFrameEncodedData {
   void* jbuffer;   /* or an array of the host's virtual machine */
   void* nbuffer;   /* or the plug-in's own handle, given back by freeObject once the bytes have been taken */
   uint32_t len;    /* bytes */
-  uint64_t timecode;       /* milliseconds, presentation */
+  uint64_t timecode;       /* milliseconds, decoding */
   int64_t timecodeOffset;  /* milliseconds, presentation minus decoding */
   uint32_t frameType;      /* QVS_FRAME_... */
   int32_t vodPacketsIndex; /* off-line work: index of the packet it came from */
@@ -62,7 +64,8 @@ typedef struct PluginVideoEncoderOutput {
  * `needed` is 1 where a library without the function is no encoder at all.
  *
  * getVersion                                                                                                [any]
- *   Tells whether the library works on this machine and its back end's version. `buffer` may be null.
+ *   Tells whether the library works on this machine and its back end's version, in words as well where `buffer` is not
+ *   null: cut to `bufferLen`, with a zero at the end.
  * create, destroy                                                                            [any], [session]
  * setAllocator, setAllocator2                                                                           [session]
  * setReleaseFrame: the callback that frees a picture's hold on device memory, and its context           [session]
@@ -90,6 +93,13 @@ typedef struct PluginVideoEncoderOutput {
  *   array; `*arrayLength` receives the number of values of an array                                     [session]
  * setParameterValueLong ... getParameterValueDouble: keys are the plug-in's own. `*count` is the room of the
  *   array going in and the number of values coming out                                                  [session]
+ * getProblem: what the session's last status other than 0 was about, in words: the call that failed and what it
+ *   answered. Cut to `size`, with a zero at the end; empty where there is no more to say              [session]
+ * drain: no picture follows. Hands out what the encoder holds back, in the way of addFrame2; called until `*count`
+ *   comes back as 0. Then only initialize begins anew                                                  [session]
+ * describe: the plug-in as JSON: {"name", "codecs": [..], "standsOn", "maxWidth", "maxHeight", "keys": [{"key", "name",
+ *   "type": "long" or "double", "low", "high", "default", "does"}]}. Cut to `size`; `*needed`, where not null, receives
+ *   the bytes for all of it with the zero at its end                                                        [any]
  */
 #define VIDEO_ENCODER_ENTRY_POINTS(X)                                                                      \
   X(getVersion, 1, (uint8_t * buffer, uint32_t bufferLen, uint32_t * major, uint32_t * minor))             \
@@ -131,7 +141,12 @@ typedef struct PluginVideoEncoderOutput {
   X(setParameterValuesLong, 0, (void* session, uint32_t key, int64_t* values, uint32_t count))             \
   X(getParameterValuesLong, 0, (void* session, uint32_t key, int64_t* values, uint32_t* count))            \
   X(setParameterValueDouble, 0, (void* session, uint32_t key, double value))                               \
-  X(getParameterValueDouble, 0, (void* session, uint32_t key, double* value))
+  X(getParameterValueDouble, 0, (void* session, uint32_t key, double* value))                              \
+  X(getProblem, 0, (void* session, char* text, uint32_t size))                                             \
+  X(drain, 0,                                                                                              \
+    (void* session, void** frames, uint32_t* sizes, uint32_t* frameTypes, uint64_t* timecodes,             \
+     uint64_t* timecodeOffsets, uint32_t* count))                                                          \
+  X(describe, 0, (char* text, uint32_t size, uint32_t* needed))
 
 /* What a plug-in defines. */
 #define VIDEO_ENCODER_DECLARE(name, needed, parameters) \

@@ -1,0 +1,71 @@
+// The coded frames that a plug-in has ready, in memory of the transcoder.
+#include "CodedFrames.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+namespace qvs::plugins {
+
+template <typename Write>
+bool CodedFrames::make(const FrameInfo& info, uint64_t size, Write write) {
+  if (size > std::numeric_limits<uint32_t>::max()) return false;
+  const auto bytes = static_cast<uint32_t>(size);
+  void* array = allocator.create != nullptr ? allocator.create(allocator.host, bytes) : std::malloc(bytes);
+  if (array == nullptr) return false;
+  uint8_t* memory =
+      allocator.lock != nullptr ? allocator.lock(allocator.host, array) : static_cast<uint8_t*>(array);
+  write(memory);
+  if (allocator.unlock != nullptr) allocator.unlock(allocator.host, array, memory);
+  waiting.push_back({array, bytes, info});
+  return true;
+}
+
+bool CodedFrames::add(const FrameInfo& info, std::span<const std::span<const uint8_t>> parts) {
+  uint64_t size = 0;
+  for (std::span<const uint8_t> part : parts) size += part.size();
+  return make(info, size, [&](uint8_t* to) {
+    for (std::span<const uint8_t> part : parts) to = std::copy(part.begin(), part.end(), to);
+  });
+}
+
+bool CodedFrames::addAnnexB(const FrameInfo& info, std::span<const uint8_t> bytes) {
+  uint64_t size = 0;
+  forEachUnit(bytes, [&](std::span<const uint8_t> unit) { size += 4 + unit.size(); });
+  return make(info, size, [&](uint8_t* to) {
+    forEachUnit(bytes, [&](std::span<const uint8_t> unit) {
+      for (int shift = 24; shift >= 0; shift -= 8) *to++ = static_cast<uint8_t>(unit.size() >> shift);
+      to = std::copy(unit.begin(), unit.end(), to);
+    });
+  });
+}
+
+void CodedFrames::handOut(const OutputArrays& out) {
+  const uint32_t room = std::min(*out.count, QVS_VIDEO_ENCODER_FRAMES_MAX);
+  uint32_t given = 0;
+  for (; given < room && !waiting.empty(); ++given) {
+    const Frame& frame = waiting.front();
+    out.frames[given] = frame.array;
+    out.sizes[given] = frame.size;
+    out.frameTypes[given] = frame.info.frameType;
+    out.timecodes[given] = frame.info.timecode;
+    out.timecodeOffsets[given] = static_cast<uint64_t>(frame.info.timecodeOffset);
+    waiting.pop_front();
+  }
+  *out.count = given;
+}
+
+void CodedFrames::clear() {
+  for (const Frame& frame : waiting) {
+    // An allocator of the first form has no way to give back what it made; the transcoder's is malloc.
+    if (allocator.release != nullptr) {
+      allocator.release(allocator.host, frame.array);
+    } else {
+      std::free(frame.array);
+    }
+  }
+  waiting.clear();
+}
+
+}  // namespace qvs::plugins
