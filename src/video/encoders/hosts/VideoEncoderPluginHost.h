@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "frames/EncodedUnits.h"
-#include "plugin/PluginStatus.h"
+#include "plugin/PluginStatusLine.h"
 #include "plugin/PluginThread.h"
 #include "video/encoders/hosts/PluginEncoderRow.h"
 #include "video/encoders/hosts/PluginEncoderWork.h"
