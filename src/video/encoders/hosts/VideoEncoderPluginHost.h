@@ -92,7 +92,6 @@ class VideoEncoderPluginHost : public VideoEncoderBase {
   void logStatus(const PluginAnswer& answer, int32_t level) const;
 
   bool loadPlugin();
-  void tellPath();
   void closePlugin();
   void updateThread();
   void giveUp();
