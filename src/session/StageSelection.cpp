@@ -74,7 +74,7 @@ constexpr VideoEncoderRow kVideoEncoders[] = {
     {kVideoCodecH265, 15, &Availability::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.265: AdvantechVega", makePluginEncoder<kEncoderH26XAdvantechVega>},
     {kVideoCodecH265, 16, &Availability::vaapiAvailable, kVaapiEncodeH265, kVaapi, "VideoEncoderH265VAAPIHost", "H.265: VAAPI", makePluginEncoder<kEncoderH265VAAPI>},
     {kVideoCodecH265, 18, &Availability::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.265: U30"},
-    {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoEncoderH265MainConceptHost", "H.265: default"},
+    {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoEncoderH265MainConceptHost", "H.265: default", makePluginEncoder<kEncoderH265MainConcept>},
     {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoEncoderH263IPP", "H263: default"},
     {kVideoCodecVPX, 12, &Availability::vaapiAvailable, kVaapiEncodeVP9, kVaapi, "VideoEncoderVP9VAAPIHost", "VPX[{}]: VAAPI", makePluginEncoder<kEncoderVP9VAAPI>},
     {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoEncoderVPX", "VPX[{}]: default", make<IVideoEncoder, VideoEncoderVPX>},
