@@ -125,8 +125,6 @@ int64_t OutputFile::shiftOf(const OutputStream& stream) const {
 
 MediaStatus OutputFile::begin(bool keepTimes) {
   if (keepTimes) format_->avoid_negative_ts = 0;
-  // Segments of whatever form are moved alike.
-  if (!interleaves_) format_->avoid_negative_ts = AVFMT_AVOID_NEG_TS_MAKE_NON_NEGATIVE;
   const MediaStatus status =
       MediaStatus::fromCode(avformat_write_header(format_, &options_), "cannot write the header");
   headerWritten_ = status.ok();

@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.media;
 
+import com.zarvo.qvs.host.model.Rational;
 import java.io.IOException;
 import java.nio.file.DirectoryStream;
 import java.nio.file.Files;
@@ -49,6 +50,7 @@ public final class HlsWriter extends TrackWriter {
   private double end = Double.NEGATIVE_INFINITY;
   private boolean segmentHasVideo;
   private boolean videoOver;
+  private double shiftSeconds;
   private double lastVideo = Double.NaN;
   private double frameSeconds;
   private boolean afterBreak;
@@ -116,7 +118,7 @@ public final class HlsWriter extends TrackWriter {
       muxer = Muxer.open(partOf(first), form.muxer, true);
       form.options.forEach(muxer::option);
       for (OutputTrack track : known) muxer.add(track);
-      muxer.begin(false);
+      muxer.begin(form == SegmentForm.FRAGMENTS);
       if (initName != null) muxer.cut(partOf(segmentName));
     } catch (MediaException e) {
       throw named(first, e);
@@ -188,6 +190,7 @@ public final class HlsWriter extends TrackWriter {
     double start = seconds(track, packet.pts());
     if (Double.isNaN(segmentStart)) {
       segmentStart = start;
+      if (form == SegmentForm.FRAGMENTS) shiftSeconds = secondsBeforeZero(track, packet);
       if (window > 0) zero = Instant.now().minusNanos(Math.round(start * 1e9));
     } else if (beginsSegment(track, packet, start)) {
       endSegment(start, true);
@@ -201,10 +204,26 @@ public final class HlsWriter extends TrackWriter {
     }
     end = Math.max(end, start + seconds(track, packet.duration()));
     try {
-      muxer.write(track, packet);
+      muxer.write(track, placed(track, packet));
     } catch (MediaException e) {
       throw named(segmentName, e);
     }
+  }
+
+  // The muxer of fragments takes care of pictures that are decoded before zero, and nothing may be shown before it. That
+  // of transport streams moves all by what the first packet lies before zero: sound by its codec's delay.
+  private OutputPacket placed(int track, OutputPacket packet) {
+    if (shiftSeconds == 0) return packet;
+    Rational unit = track(track).timeBase();
+    long shift = Math.round(shiftSeconds * unit.den() / unit.num());
+    return packet.at(packet.pts() + shift, packet.dts() + shift);
+  }
+
+  private double secondsBeforeZero(int track, OutputPacket packet) {
+    double first = seconds(track, packet.pts());
+    for (int i = 0; i < queues.size(); i++)
+      if (!queues.get(i).isEmpty()) first = Math.min(first, seconds(i, queues.get(i).peek().pts()));
+    return Math.max(0, -first);
   }
 
   private boolean beginsSegment(int track, OutputPacket packet, double start) {

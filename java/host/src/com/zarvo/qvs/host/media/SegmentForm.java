@@ -11,7 +11,9 @@ enum SegmentForm {
   FRAGMENTS(
       "mp4",
       "m4s",
-      Map.of("movflags", "+frag_custom+empty_moov+default_base_moof+frag_discont+skip_trailer", "use_editlist", "0"));
+      Map.of(
+          "movflags", "+frag_custom+empty_moov+default_base_moof+frag_discont+skip_trailer+negative_cts_offsets",
+          "use_editlist", "0"));
 
   /** As libavformat names it. */
   final String muxer;
