@@ -30,7 +30,10 @@ final class EncoderSettings {
   private static final int H265_PROFILE = 80002;
   private static final int H265_LEVEL = 80003;
   private static final int H265_B_FRAMES = 80010;
-  private static final int H265_COLORS_AT = 80020;
+  private static final int H265_PRIMARIES = 80021;
+  private static final int H265_TRANSFER = 80022;
+  private static final int H265_MATRIX = 80023;
+  private static final int H265_FULL_RANGE = 80024;
   // The keys of whatever host drives a plug-in.
   private static final int PLUGIN_ASYNCHRONOUS = 900000;
   private static final int PLUGIN_FLUSH = 900001;
@@ -76,6 +79,8 @@ final class EncoderSettings {
     keys.set(H265_PRESET, tuning.preset().ordinal()).set(H265_B_FRAMES, tuning.bFrames());
     if (tuning.profile() != null) keys.set(H265_PROFILE, 1);
     if (tuning.level() != 0) keys.set(H265_LEVEL, tuning.level());
+    keys.set(H265_PRIMARIES, colors.primaries()).set(H265_TRANSFER, colors.transfer());
+    keys.set(H265_MATRIX, colors.matrix()).set(H265_FULL_RANGE, colors.fullRange() ? 1 : 0);
   }
 
   /** What makes an encoder hand out the pictures that it holds back; null where it holds none. */
