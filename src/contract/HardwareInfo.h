@@ -18,18 +18,27 @@ enum CudaFlag : uint32_t {
 };
 inline constexpr uint32_t kCudaGpuCountShift = 16;
 
+/// How Intel hardware is reached; also bits of the QuickSync flags.
+enum HardwareAccess : uint32_t { kHardwareAccessAny = 0, kHardwareAccessDrm = 2, kHardwareAccessX11 = 4 };
+
 /// Bits of the QuickSync flags.
 enum QuickSyncFlag : uint32_t {
-  kQuickSyncAvailable = 1,  ///< and H.264 decoding
-  kQuickSyncAccessMask = 6,
+  kQuickSyncAvailable = 1,  ///< sessions take it for H.264 decoding too
+  kQuickSyncAccessMask = kHardwareAccessDrm | kHardwareAccessX11,
   kQuickSyncEncodeH264 = 8,
   kQuickSyncEncodeH265 = 16,
+  kQuickSyncDecodeH264 = 0x80,
   kQuickSyncDecodeH265 = 0x100,
   kQuickSyncDecodeMP2 = 0x200,
 };
 
 /// Bits of the VAAPI flags.
-enum VaapiFlag : uint32_t { kVaapiEncodeH264 = 4, kVaapiEncodeH265 = 8, kVaapiEncodeVP9 = 16 };
+enum VaapiFlag : uint32_t {
+  kVaapiAvailable = 1,
+  kVaapiEncodeH264 = 4,
+  kVaapiEncodeH265 = 8,
+  kVaapiEncodeVP9 = 16
+};
 
 /// Bit of the U30 flags.
 inline constexpr uint32_t kU30Usable = 1;
