@@ -106,6 +106,9 @@ public final class HlsWriter extends TrackWriter {
     try (DirectoryStream<Path> files = Files.newDirectoryStream(folder, "{segment_*.ts*,segment_*.m4s*,init_*.mp4*}")) {
       for (Path file : files) if (!kept.contains(file.getFileName().toString())) Files.deleteIfExists(file);
     }
+    // It must not name what is gone.
+    if (playlist.isEmpty()) Files.deleteIfExists(HlsPlaylist.in(folder));
+    else writePlaylist(false);
   }
 
   @Override
