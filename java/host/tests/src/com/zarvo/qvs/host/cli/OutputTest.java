@@ -122,7 +122,7 @@ class OutputTest {
   }
 
   @ParameterizedTest
-  @ValueSource(strings = {"mp4", "mkv", "flv", "hls"})
+  @ValueSource(strings = {"mp4", "mkv", "flv", "ts", "hls"})
   void filesStartAtZero(String format) throws Exception {
     Path out = folder.resolve("zero-" + format);
     assertEquals(0, transcode(source("far"), out, "--format", format).code());
