@@ -33,12 +33,7 @@ enum QuickSyncFlag : uint32_t {
 };
 
 /// Bits of the VAAPI flags.
-enum VaapiFlag : uint32_t {
-  kVaapiAvailable = 1,
-  kVaapiEncodeH264 = 4,
-  kVaapiEncodeH265 = 8,
-  kVaapiEncodeVP9 = 16
-};
+enum VaapiFlag : uint32_t { kVaapiEncodeH264 = 4, kVaapiEncodeH265 = 8, kVaapiEncodeVP9 = 16 };
 
 /// Bit of the U30 flags.
 inline constexpr uint32_t kU30Usable = 1;
@@ -76,7 +71,10 @@ struct HardwareInfoU30 {
   uint32_t availableFlags = 0;
 };
 
-/// A back end that answers with a version; bit 0 of the flags: available.
+/// Bit of a back end's flags: a plug-in of it answered.
+inline constexpr uint32_t kPluginAvailable = 1;
+
+/// A back end that answers with a version. Flags: kPluginAvailable and the back end's own bits.
 struct HardwareInfoPlugin {
   uint32_t versionMajor = 0;
   uint32_t versionMinor = 0;

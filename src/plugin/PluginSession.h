@@ -92,12 +92,6 @@ class PluginSession {
     return answer;
   }
 
-  /// A function of the library beside the family's table; null where there is none.
-  template <typename Function>
-  Function function(const char* symbol) const {
-    return library.template symbol<Function>(symbol);
-  }
-
   /// Destroys the session and closes the library.
   void close() {
     if (offers(&Table::func_destroy)) table.func_destroy(session);

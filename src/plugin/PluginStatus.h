@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <string>
 
-#include "log/ILogger.h"
-
 namespace qvs {
 
 /// What a plug-in answered.
@@ -13,31 +11,7 @@ struct PluginAnswer {
   std::string words;  ///< its own, on a failure, where it has some
 };
 
-/// How a host words the status lines of its plug-in.
-struct PluginStatusWords {
-  const char* className;
-  const char* prefix;   ///< in front of the text
-  const char* unknown;  ///< the whole text for a number without one; null: a QuickSync host, whose texts are
-                        ///< those of QuickSyncHostUtils and which tells negative numbers too
-};
-
-/// Where lines of a host go.
-struct PluginLogPlace {
-  ILogger* logger;
-  LogContext context;
-  int index;
-};
-
-/// Levels of a status line; every other number warns.
-inline constexpr int32_t kPluginLevelDebug = 1;
-inline constexpr int32_t kPluginLevelWarn = 2;
-inline constexpr int32_t kPluginLevelError = 3;
-
 /// The text of a status that all codec plug-ins share; null for any other number.
 const char* pluginStatusText(int32_t status);
-
-/// A line for a failure, and a second one with the plug-in's own words. Nothing for a success.
-void logPluginStatus(const PluginLogPlace& place, const PluginStatusWords& words, const PluginAnswer& answer,
-                     int32_t level);
 
 }  // namespace qvs

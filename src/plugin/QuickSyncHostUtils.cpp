@@ -44,7 +44,7 @@ const char* quickSyncText(int32_t status) {
 #define QVS_STATUS_TEXT(code, name, text) \
   case code:                              \
     return text;
-    QVS_PLUGIN_QUICKSYNC_STATUS_CODES(QVS_STATUS_TEXT)
+    QVS_PLUGIN_DECODER_STATUS_CODES(QVS_STATUS_TEXT)
 #undef QVS_STATUS_TEXT
     default:
       return pluginStatusText(status);

@@ -28,7 +28,7 @@ constexpr PluginEncoderRow kEncoderH264QuickSync{
     false, kHardwareAccessDrm, "/libqvs-vencoder-h264-quicksync-x11.so"};
 constexpr PluginEncoderRow kEncoderH265QuickSync{
     QVS_HOST_NAMES("VideoEncoderH265QuickSyncHost"), kVideoCodecH265, "/libqvs-vencoder-h265-quicksync-drm.so", kQuickSync, nullptr,
-    false, kHardwareAccessDrm, "/libqvs-vencoder-h265-quicksync-x11.so", "zarvoVideoEncoder_setPluginPath"};
+    false, kHardwareAccessDrm, "/libqvs-vencoder-h265-quicksync-x11.so", true};
 constexpr PluginEncoderRow kEncoderH265MainConcept{
     QVS_HOST_NAMES("VideoEncoderH265MainConceptHost"), kVideoCodecH265, "/libqvs-vencoder-h265-mainconcept.so", kStatus, kUnknown,
     false, kHardwareAccessDrm};

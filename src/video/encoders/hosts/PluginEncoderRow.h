@@ -18,7 +18,7 @@ struct PluginEncoderRow {
   bool tellsCodec = false;                       ///< the plug-in serves more than one codec and is told which
   uint32_t hardwareAccess = kHardwareAccessAny;  ///< at construction
   const char* libraryX11 = nullptr;  ///< taken with kHardwareAccessX11; null: there is one library
-  const char* pathEntry = nullptr;   ///< a function beside the table that is told the directory; mostly null
+  bool tellsPath = false;            ///< the plug-in is told the directory of plug-ins
 };
 
 /// Rows of the hosts, in the order of the docs.

@@ -93,7 +93,10 @@ uint32_t VideoEncoderPluginHost::createDone() {
                 kPluginLevelWarn);
       logStatus(work->plugin.ask(&pluginVideoEncoder::func_createDone), kPluginLevelWarn);
     }
-    tellPath();
+    if (row.tellsPath) {
+      logStatus(work->plugin.ask(&pluginVideoEncoder::func_setPluginPath, nativePath.c_str()),
+                kPluginLevelWarn);
+    }
     updateThread();
     return kSuccess;
   });
@@ -110,13 +113,6 @@ bool VideoEncoderPluginHost::loadPlugin() {
     getLogger()->warn(kLogContextVideoEncoder, place().index, line);
   }
   return loaded;
-}
-
-void VideoEncoderPluginHost::tellPath() {
-  if (row.pathEntry == nullptr || work->plugin.getSession() == nullptr) return;
-  const auto entry = work->plugin.function<int32_t (*)(void*, const char*)>(row.pathEntry);
-  if (entry != nullptr)
-    logStatus({entry(work->plugin.getSession(), nativePath.c_str()), {}}, kPluginLevelWarn);
 }
 
 void VideoEncoderPluginHost::closePlugin() {

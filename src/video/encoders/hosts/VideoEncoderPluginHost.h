@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "frames/EncodedUnits.h"
-#include "plugin/PluginStatus.h"
+#include "plugin/PluginStatusLine.h"
 #include "plugin/PluginThread.h"
 #include "video/encoders/hosts/PluginEncoderRow.h"
 #include "video/encoders/hosts/PluginEncoderWork.h"
@@ -92,7 +92,6 @@ class VideoEncoderPluginHost : public VideoEncoderBase {
   void logStatus(const PluginAnswer& answer, int32_t level) const;
 
   bool loadPlugin();
-  void tellPath();
   void closePlugin();
   void updateThread();
   void giveUp();
