@@ -1,8 +1,8 @@
 // H.264 slice headers: reading x264's, and writing the caller's in front of x264's slice data.
 #include "fakes/vaapi/H264Rewriter.h"
 
+#include "BitWriter.h"
 #include "CodedFrames.h"
-#include "vaapi/BitWriter.h"
 
 namespace qvs::fakes {
 namespace {
