@@ -115,10 +115,10 @@ uint32_t CaptureDeviceBase::getFrameBGRA(uint8_t** data, uint32_t* width, uint32
   CaptureFrame* const frame = sink->peekCaptureFrame();
   if (frame == nullptr) return kNoPreviewPicture;
   uint32_t size = 0;
-  frame->getVideoFrameBuffer()->getFrameBGRA(data, &size, width, height, timecode);
+  const uint32_t result = frame->getVideoFrameBuffer()->getFrameBGRA(data, &size, width, height, timecode);
   if (stride != nullptr) *stride = *width * 4;
   sink->releaseCaptureFrame(frame);
-  return kSuccess;
+  return result;
 }
 
 void CaptureDeviceBase::clearPreview() {

@@ -28,7 +28,12 @@ class CaptureManager final : public ICaptureDeviceRegistry {
   /// The one that natives and decoders use; never destroyed.
   static CaptureManager* getInstance();
 
-  uint32_t init() { return kSuccess; }
+  uint32_t init() {
+    inited = true;
+    return kSuccess;
+  }
+  /// Before `init` natives have no manager.
+  bool isInited() const { return inited; }
   void setLogger(ILogger* value) { logger = value; }  ///< borrowed
   ILogger* getLogger() const override { return logger; }
   /// kFailure for a null or long path or an unknown index.
@@ -53,6 +58,7 @@ class CaptureManager final : public ICaptureDeviceRegistry {
   std::mutex devicesLock;  ///< guards `devices`; not held while a device works
   std::vector<std::unique_ptr<ICaptureDevice>> devices;
   std::atomic<uint8_t> active{1};
+  std::atomic<bool> inited{false};
 };
 
 }  // namespace qvs
