@@ -38,7 +38,7 @@ class HandleZeroTest {
     return null;
   }
 
-  private static long call(Method method) throws ReflectiveOperationException {
+  static long call(Method method) throws ReflectiveOperationException {
     Class<?>[] types = method.getParameterTypes();
     Object[] arguments = new Object[types.length];
     for (int i = 0; i < types.length; ++i) arguments[i] = nothing(types[i]);
@@ -54,6 +54,7 @@ class HandleZeroTest {
       for (Method method : cls.getDeclaredMethods()) {
         if (!Modifier.isNative(method.getModifiers())) continue;
         if (method.getName().equals("createInstance") || method.getName().equals("getLogStatements")) continue;
+        if (method.getName().startsWith("capture")) continue; // CaptureTest: the manager's state is the process's
         expected.put(method.getName(), ZERO.contains(method.getName()) ? 0L : -1L);
         actual.put(method.getName(), call(method));
       }
