@@ -1,0 +1,18 @@
+#pragma once
+
+#include "EncoderTrial.h"
+
+namespace qvs::probe {
+
+/// What is wanted of a library.
+struct ProbeRequest {
+  std::string file;
+  bool tries = false;  ///< a session is made and, of an encoder, used
+  TrialSettings settings;
+};
+
+/// Loads a library and tells what it is: "file", "state" ("available", "unavailable", "broken"), "reason", "loaded",
+/// "family", "version", "description", "trial". Runs the plug-in's code: in a process that may die of it.
+Json probe(const ProbeRequest& request, Steps& steps);
+
+}  // namespace qvs::probe
