@@ -21,12 +21,20 @@ using Clock = std::chrono::steady_clock;
 struct SharedReport {
   static constexpr size_t kRoom = 1 << 20;
   char step[64];
-  std::atomic<size_t> length;  ///< of the document, set when it is whole
+  std::atomic<bool> isDone;
+  std::atomic<size_t> length;  ///< of the document
   char document[kRoom];
 };
 
 void Steps::begin(const char* step) {
   std::strncpy(report.step, step, sizeof report.step - 1);
+}
+
+void Steps::keep(const std::string& document) {
+  if (document.size() > SharedReport::kRoom) return;
+  report.length.store(0);
+  std::memcpy(report.document, document.data(), document.size());
+  report.length.store(document.size());
 }
 
 namespace {
@@ -88,10 +96,8 @@ class Swallowed {
   for (int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) std::signal(number, SIG_DFL);
   sigprocmask(SIG_SETMASK, &mask, nullptr);
   Steps steps(report);
-  const std::string document = work(steps);
-  if (document.size() > SharedReport::kRoom) _exit(1);
-  std::memcpy(report.document, document.data(), document.size());
-  report.length.store(document.size());
+  steps.keep(work(steps));
+  report.isDone.store(true);
   _exit(0);
 }
 
@@ -117,16 +123,15 @@ std::string behind(const std::string& words, const std::string& said) {
 }
 
 Outcome outcomeOf(int status, const SharedReport& report, const Swallowed& said) {
-  if (const size_t length = report.length.load(); length > 0) {
-    return {Outcome::End::kDone, "", {report.document, length}};
-  }
+  const std::string document(report.document, report.length.load());
+  if (report.isDone.load()) return {Outcome::End::kDone, "", document};
   if (WIFSIGNALED(status)) {
     const std::string words = "crashed " + placeOf(report) + " (" + strsignal(WTERMSIG(status)) + ")";
-    return {Outcome::End::kCrashed, behind(words, said.lastLine()), ""};
+    return {Outcome::End::kCrashed, behind(words, said.lastLine()), document};
   }
   const std::string words =
       "ended the process with code " + std::to_string(WEXITSTATUS(status)) + " " + placeOf(report);
-  return {Outcome::End::kExited, behind(words, said.lastLine()), ""};
+  return {Outcome::End::kExited, behind(words, said.lastLine()), document};
 }
 
 Outcome waitFor(pid_t child, std::chrono::milliseconds deadline, const sigset_t& childSignal,
@@ -139,7 +144,8 @@ Outcome waitFor(pid_t child, std::chrono::milliseconds deadline, const sigset_t&
   const bool dead = waitUntil(Clock::now() + kTimeToDie, childSignal, child, status);
   std::string words = "hung " + placeOf(report) + " (over " + std::to_string(deadline.count()) + " ms)";
   if (!dead) words += ", and can't be killed";
-  return {Outcome::End::kHung, behind(words, said.lastLine()), ""};
+  const std::string document(report.document, report.length.load());
+  return {Outcome::End::kHung, behind(words, said.lastLine()), document};
 }
 
 }  // namespace

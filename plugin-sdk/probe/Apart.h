@@ -8,11 +8,14 @@ namespace qvs::probe {
 
 struct SharedReport;
 
-/// By which a child process says what it is about, so that a crash or a hang has a name.
+/// By which a child process says what it is about and what it knows, so that neither is lost with it.
 class Steps {
  public:
   explicit Steps(SharedReport& target) : report(target) {}
   void begin(const char* step);
+
+  /// What is known so far.
+  void keep(const std::string& document);
 
  private:
   SharedReport& report;
@@ -23,7 +26,7 @@ struct Outcome {
   enum class End { kDone, kCrashed, kExited, kHung, kNotStarted };
   End end = End::kNotStarted;
   std::string words;     ///< what happened, where it isn't kDone
-  std::string document;  ///< what `work` gave, where it is
+  std::string document;  ///< what `work` gave; what it kept, where it isn't kDone
 };
 
 /// Runs `work` in a process of its own, which neither outlives the deadline nor this process. What it prints on standard

@@ -58,17 +58,17 @@ bool readCommand(int count, char** arguments, Command& command) {
   return true;
 }
 
-std::string written(const Json& report) {
-  return report.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
 /// The report on a library that took its process with it.
 std::string reportOf(const Outcome& outcome, const std::string& file) {
   using End = Outcome::End;
   const char* state = outcome.end == End::kHung         ? "hung"
                       : outcome.end == End::kNotStarted ? "broken"
                                                         : "crashed";
-  return written({{"file", file}, {"state", state}, {"reason", outcome.words}});
+  Json report = Json::parse(outcome.document, nullptr, false);
+  if (!report.is_object()) report = {{"file", file}};
+  report["state"] = state;
+  report["reason"] = outcome.words;
+  return written(report);
 }
 
 bool works(const std::string& document) {

@@ -4,6 +4,7 @@
 #include <qvs/video_decoder.h>
 #include <qvs/video_scaler.h>
 #include <qvs/vod_transcoder.h>
+#include <unistd.h>
 
 #include <type_traits>
 
@@ -26,6 +27,10 @@ std::string statusText(int64_t status) {
 
 std::string failureText(int64_t status, const std::string& own) {
   return own.empty() ? statusText(status) : own + " [" + statusText(status) + "]";
+}
+
+std::string written(const Json& report) {
+  return report.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 namespace {
@@ -107,6 +112,7 @@ void lookAtCodec(const Family& family, const PluginLibrary& library, const Probe
   }
   const bool works = readVersion(table, report, steps);
   readDescription(table, report, steps);
+  steps.keep(written(report));
   if (!works || !request.tries) return;
   if constexpr (std::is_same_v<Table, pluginVideoEncoder>) {
     report["trial"] = tryEncoder(table, request.settings, steps);
@@ -155,7 +161,7 @@ Json probe(const ProbeRequest& request, Steps& steps) {
   Json report = {{"file", request.file}, {"state", "available"}, {"loaded", false}};
   std::string trouble = elfTrouble(request.file);
   if (!trouble.empty()) {
-    refuse(report, "broken", trouble);
+    refuse(report, access(request.file.c_str(), F_OK) == 0 ? "broken" : "missing", trouble);
     return report;
   }
   steps.begin("loading");

@@ -11,8 +11,11 @@ struct ProbeRequest {
   TrialSettings settings;
 };
 
-/// Loads a library and tells what it is: "file", "state" ("available", "unavailable", "broken"), "reason", "loaded",
+/// Loads a library and tells what it is: "file", "state" ("available", "unavailable", "missing", "broken"), "reason", "loaded",
 /// "family", "version", "description", "trial". Runs the plug-in's code: in a process that may die of it.
 Json probe(const ProbeRequest& request, Steps& steps);
+
+/// The report in one line.
+std::string written(const Json& report);
 
 }  // namespace qvs::probe
