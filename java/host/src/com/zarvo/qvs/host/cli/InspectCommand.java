@@ -101,7 +101,7 @@ final class InspectCommand implements Callable<Integer> {
   private static void print(Inventory.Entry entry) {
     PluginReport report = entry.report();
     Description description = report.description();
-    System.out.println(entry.row().name() + ": " + entry.row().kind() + ", " + state(entry));
+    System.out.println(TextTable.plain(entry.row().name() + ": " + entry.row().kind() + ", " + state(entry)));
     printLine("codecs", codecs(entry));
     printLine("library", entry.file().toString());
     printLine("version", (report.version() + " " + report.versionText()).strip());
@@ -116,7 +116,7 @@ final class InspectCommand implements Callable<Integer> {
   }
 
   private static void printLine(String what, String value) {
-    if (!value.isEmpty()) System.out.printf("  %-10s %s%n", what, value);
+    if (!value.isEmpty()) System.out.printf("  %-10s %s%n", what, TextTable.plain(value));
   }
 
   private static String codecs(Inventory.Entry entry) {
@@ -139,7 +139,12 @@ final class InspectCommand implements Callable<Integer> {
     else if (report.state() != State.CRASHED && report.state() != State.HUNG)
       words.add(report.state().name().toLowerCase(Locale.ROOT));
     if (!report.reason().isEmpty()) words.add(report.reason());
-    return String.join(": ", words) + (report.trial() == null ? "" : ", " + outcome(report.trial()));
+    if (report.trial() == null) return String.join(": ", words);
+    List<String> refused = report.trial().refused();
+    return String.join(": ", words)
+        + ", "
+        + outcome(report.trial())
+        + (refused.isEmpty() ? "" : ", refuses " + String.join(", ", refused));
   }
 
   private static String outcome(Trial trial) {

@@ -12,9 +12,14 @@ final class TextTable {
     lines.add(titles);
   }
 
-  /** A line with as many cells as there are titles. What would break a line is shown as a space. */
+  /** Text without what would break a line or reach the terminal as a command. */
+  static String plain(String text) {
+    return text.replaceAll("\\p{Cntrl}", " ");
+  }
+
+  /** A line with as many cells as there are titles. */
   void add(String... cells) {
-    for (int i = 0; i < cells.length; i++) cells[i] = cells[i].replaceAll("\\p{Cntrl}", " ");
+    for (int i = 0; i < cells.length; i++) cells[i] = plain(cells[i]);
     lines.add(cells);
   }
 

@@ -5,7 +5,6 @@ import com.google.gson.JsonElement;
 import com.google.gson.JsonObject;
 import com.google.gson.JsonParseException;
 import com.google.gson.JsonParser;
-import com.zarvo.qvs.host.model.HostException;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
@@ -14,7 +13,7 @@ import java.util.Locale;
  * What a plug-in library is, as the probe found it.
  *
  * @param loaded false where it couldn't even be loaded
- * @param reason in words, why it isn't available; "" where it is
+ * @param reason in words, why it isn't available, or what is wrong with it all the same; else ""
  * @param version numbers, with a point between; "" where it told none
  * @param versionText the back end's version in its own words, or ""
  * @param description what it tells of itself, null where it tells nothing
@@ -55,36 +54,43 @@ public record PluginReport(
    *
    * @param encodes false where the session was opened and closed only
    * @param failedIn the call that failed, "" for none
+   * @param refused settings that it didn't take
    */
   public record Trial(
-      boolean works, boolean encodes, String failedIn, String reason, long frames, long bytes, double milliseconds) {}
+      boolean works,
+      boolean encodes,
+      String failedIn,
+      String reason,
+      List<String> refused,
+      long frames,
+      long bytes,
+      double milliseconds) {}
 
   static PluginReport of(State state, String reason) {
     return new PluginReport(state, false, reason, "", "", null, null);
   }
 
-  /** Reads the document of qvs-plugin-probe. */
-  static PluginReport parse(String document) throws HostException {
+  /** Reads the document of qvs-plugin-probe. A plug-in may tell odd things of itself in it. */
+  static PluginReport parse(String document) {
     try {
       JsonObject report = JsonParser.parseString(document).getAsJsonObject();
       JsonObject version = object(report, "version");
       return new PluginReport(
           State.valueOf(text(report, "state").toUpperCase(Locale.ROOT)),
           report.has("loaded") && report.get("loaded").getAsBoolean(),
-          text(report, "reason"),
+          text(report, report.has("reason") ? "reason" : "descriptionTrouble"),
           version == null ? "" : text(version, "major") + "." + text(version, "minor"),
           version == null ? "" : text(version, "text"),
           description(object(report, "description")),
           trial(object(report, "trial")));
-    } catch (JsonParseException | IllegalStateException | IllegalArgumentException | UnsupportedOperationException e) {
-      throw new HostException("the probe of plug-ins says what nobody understands: " + e.getMessage());
+    } catch (JsonParseException | IllegalStateException | IllegalArgumentException | ClassCastException
+        | UnsupportedOperationException e) {
+      return of(State.BROKEN, "tells of itself what nobody can read");
     }
   }
 
   private static Description description(JsonObject from) {
     if (from == null) return null;
-    List<String> codecs = new ArrayList<>();
-    for (JsonElement codec : array(from, "codecs")) codecs.add(codec.getAsString());
     List<Key> keys = new ArrayList<>();
     for (JsonElement element : array(from, "keys")) {
       JsonObject key = element.getAsJsonObject();
@@ -94,7 +100,7 @@ public record PluginReport(
               text(key, "default"), text(key, "does")));
     }
     return new Description(
-        text(from, "name"), codecs, text(from, "standsOn"), number(from, "maxWidth"), number(from, "maxHeight"), keys);
+        text(from, "name"), texts(from, "codecs"), text(from, "standsOn"), number(from, "maxWidth"), number(from, "maxHeight"), keys);
   }
 
   private static Trial trial(JsonObject from) {
@@ -104,6 +110,7 @@ public record PluginReport(
         text(from, "did").equals("encode"),
         text(from, "failedIn"),
         text(from, "reason"),
+        texts(from, "refused"),
         number(from, "frames"),
         number(from, "bytes"),
         from.get("milliseconds") == null ? 0 : from.get("milliseconds").getAsDouble());
@@ -115,6 +122,12 @@ public record PluginReport(
 
   private static JsonArray array(JsonObject from, String key) {
     return from.has(key) ? from.getAsJsonArray(key) : new JsonArray();
+  }
+
+  private static List<String> texts(JsonObject from, String key) {
+    List<String> texts = new ArrayList<>();
+    for (JsonElement element : array(from, key)) texts.add(element.getAsString());
+    return texts;
   }
 
   private static String text(JsonObject from, String key) {
