@@ -74,13 +74,16 @@ public record PluginReport(
   static PluginReport parse(String document) {
     try {
       JsonObject report = JsonParser.parseString(document).getAsJsonObject();
-      JsonObject version = object(report, "version");
+      State state = State.valueOf(text(report, "state").toUpperCase(Locale.ROOT));
+      JsonObject version = report.has("version") ? report.getAsJsonObject("version") : new JsonObject();
+      String numbers = text(version, "major") + "." + text(version, "minor");
       return new PluginReport(
-          State.valueOf(text(report, "state").toUpperCase(Locale.ROOT)),
+          state,
           report.has("loaded") && report.get("loaded").getAsBoolean(),
           text(report, report.has("reason") ? "reason" : "descriptionTrouble"),
-          version == null ? "" : text(version, "major") + "." + text(version, "minor"),
-          version == null ? "" : text(version, "text"),
+          numbers.equals(".") || numbers.equals("0.0") ? "" : numbers,
+          // Of one that isn't available these are the words of the reason.
+          state == State.UNAVAILABLE ? "" : text(version, "text"),
           description(object(report, "description")),
           trial(object(report, "trial")));
     } catch (JsonParseException | IllegalStateException | IllegalArgumentException | ClassCastException

@@ -92,6 +92,10 @@ class InspectTest {
     assertEquals(0, run.code(), run.err());
     assertLine(run, "how fast", "7", "speed", "long", "0 to 9", "3");
     assertLine(run, "library ", folder.resolve("libqvs-vencoder-h264-x264.so").toString());
+    Captured shipped = Captured.run("inspect", "x265", "--probe");
+    assertEquals(0, shipped.code(), shipped.out() + shipped.err());
+    assertLine(shipped, "x265: encoder", "available, 10 frames");
+    assertLine(shipped, "80000", "preset", "long");
   }
 
   @Test
