@@ -54,6 +54,7 @@ void takeOutput(EncoderSessionTrial& trial, const char* call, CodedOutput& out) 
 void open(EncoderSessionTrial& trial, const pluginVideoEncoder& plugin, const TrialSettings& settings) {
   trial.set("setCodecAndVersion", plugin.func_setCodecAndVersion, settings.codec, settings.codecVersion);
   trial.set("createDone", plugin.func_createDone);
+  trial.set("setPluginPath", plugin.func_setPluginPath, settings.folder.c_str());
   trial.set("setGPUID", plugin.func_setGPUID, -1);
   trial.set("setFrameSize", plugin.func_setFrameSize, settings.width, settings.height);
   trial.set("setFrameRate", plugin.func_setFrameRate, kFrameRate);

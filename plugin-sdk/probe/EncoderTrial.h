@@ -12,6 +12,7 @@ struct TrialSettings {
   uint32_t codecVersion = 0;
   uint32_t width = 640;
   uint32_t height = 360;
+  std::string folder;  ///< of the plug-in, and of what its vendor puts beside it
 };
 
 /// Encodes ten pictures that move, and tells how it went..

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "Probe.h"
 
@@ -52,6 +53,7 @@ bool readCommand(int count, char** arguments, Command& command) {
   if (verb != "describe" && verb != "encode") return false;
   command.request.tries = verb == "encode";
   command.request.file = arguments[2];
+  command.request.settings.folder = std::filesystem::path(arguments[2]).parent_path();
   for (int i = 3; i < count; i += 2) {
     if (!readOption(arguments[i], arguments[i + 1], command)) return false;
   }
