@@ -87,7 +87,8 @@ TEST_F(Probe, OutlivesPluginsThatDoNot) {
       {"bad-description", R"("descriptionTrouble":"describe gives no JSON object")"},
   };
   for (const Case& one : cases) {
-    const Outcome ended = run("encode " + odd(one.name) + " --deadline 400");
+    const bool hangs = one.name == std::string("hangs-in-version");
+    const Outcome ended = run("encode " + odd(one.name) + (hangs ? " --deadline 400" : ""));
     EXPECT_THAT(ended.output, HasSubstr(one.told)) << one.name;
     EXPECT_EQ(ended.code, one.name == std::string("bad-description") ? 0 : 1) << one.name;
   }
