@@ -174,6 +174,7 @@ Json probe(const ProbeRequest& request, Steps& steps) {
   }
   if (const Family* family = familyOf(library); family != nullptr) {
     report["family"] = family->name;
+    steps.keep(written(report));
     family->look(*family, library, request, report, steps);
   } else {
     refuse(report, "broken", "is no plug-in: it exports none of their functions");

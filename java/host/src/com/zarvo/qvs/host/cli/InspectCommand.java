@@ -88,11 +88,13 @@ final class InspectCommand implements Callable<Integer> {
       throw usage("no back end is called '" + name + "', there are " + known);
     }
     boolean anyWorks = false;
+    List<Key> keys = List.of();
     for (InventoryRow row : meant) {
       Inventory.Entry entry = inventory.look(row, trial);
       PluginReport report = entry.report();
       if (row != meant.get(0)) System.out.println();
       print(entry);
+      keys = printKeys(report.description(), keys);
       anyWorks |= report.state() == State.AVAILABLE && (report.trial() == null || report.trial().works());
     }
     return anyWorks ? 0 : 1;
@@ -106,13 +108,21 @@ final class InspectCommand implements Callable<Integer> {
     printLine("library", entry.file().toString());
     printLine("version", (report.version() + " " + report.versionText()).strip());
     printLine("limit", limit(report));
-    if (description == null) return;
-    printLine("stands on", description.standsOn());
-    if (description.keys().isEmpty()) return;
-    TextTable keys = new TextTable("key", "name", "type", "range", "default", "what it does");
+    if (description != null) printLine("stands on", description.standsOn());
+  }
+
+  /** The keys of a plug-in, but for those that have been printed just now. Gives what has. */
+  private static List<Key> printKeys(Description description, List<Key> printed) {
+    if (description == null || description.keys().isEmpty()) return printed;
+    if (description.keys().equals(printed)) {
+      printLine("keys", "as above");
+      return printed;
+    }
+    TextTable table = new TextTable("key", "name", "type", "range", "default", "what it does");
     for (Key key : description.keys())
-      keys.add(key.number(), key.name(), key.type(), key.low() + " to " + key.high(), key.initial(), key.does());
-    keys.print(System.out);
+      table.add(key.number(), key.name(), key.type(), key.low() + " to " + key.high(), key.initial(), key.does());
+    table.print(System.out);
+    return description.keys();
   }
 
   private static void printLine(String what, String value) {

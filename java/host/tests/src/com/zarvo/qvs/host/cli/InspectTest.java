@@ -11,6 +11,8 @@ import java.util.List;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
 
 /** Inventories of folders with plug-ins that work, refuse, crash or hang: copies of one that does what its path says. */
 class InspectTest {
@@ -109,6 +111,30 @@ class InspectTest {
     assertEquals("", run.out());
     assertEquals("qvs: the inventory crashed: libqvs-vencoder-h264-x264.so crashed while loading (Aborted): "
         + "the driver is out of its mind\n", run.err());
+  }
+
+  /** What a driver that fails by script does to the inventory. The driver is a fake: no card has been asked. */
+  @ParameterizedTest
+  @CsvSource(
+      delimiter = '|',
+      value = {
+        "                           | 60  | available, 10 frames",
+        "vaCreateContext@1=status:2 | 60  | but initialize failed: vaCreateContext: resource allocation failed",
+        "vaInitialize@1=crash       | 60  | crashed in getVersion (",
+        "vaEndPicture@1=hang        | 1.5 | hung in addFrame2 (over 1500 ms)"
+      })
+  void aCardByScript(String faults, String deadline, String state) throws Exception {
+    String fakes = System.getProperty("qvs.test.fakes");
+    List<String> environment =
+        List.of(
+            "env", "LD_PRELOAD=" + fakes + "/fake-drm-shim.so", "LIBVA_DRIVERS_PATH=" + fakes, "LIBVA_DRIVER_NAME=fake",
+            "QVS_FAKE_FAULTS=" + (faults == null ? "" : faults));
+    Path said = root.resolve("said");
+    Process process = Captured.start(environment, said, "inspect", "vaapi", "--probe", "--deadline", deadline);
+    assertEquals(faults == null ? 0 : 1, process.waitFor());
+    List<String> states = Files.readAllLines(said).stream().filter(line -> line.startsWith("vaapi: encoder, ")).toList();
+    assertEquals(3, states.size(), "H.264, H.265, VP9");
+    for (String line : states) assertTrue(line.contains(state), line);
   }
 
   @Test
