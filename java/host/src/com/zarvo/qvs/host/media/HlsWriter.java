@@ -48,6 +48,7 @@ public final class HlsWriter extends TrackWriter {
   private double lastVideo = Double.NaN;
   private double frameSeconds;
   private boolean afterBreak;
+  private double breakFrom = Double.POSITIVE_INFINITY;
   private Instant zero;
 
   /**
@@ -119,6 +120,12 @@ public final class HlsWriter extends TrackWriter {
   }
 
   @Override
+  public void breakAtNextKey() {
+    // What was taken before may still wait.
+    if (packets(videoTrack) > 0) breakFrom = seconds(videoTrack, lastDts(videoTrack));
+  }
+
+  @Override
   void deliver(int track, OutputPacket packet) throws IOException {
     queues.get(track).add(packet);
     waitingBytes += packet.length();
@@ -171,6 +178,10 @@ public final class HlsWriter extends TrackWriter {
     if (Double.isNaN(segmentStart)) {
       segmentStart = start;
       if (window > 0) zero = Instant.now().minusNanos(Math.round(start * 1e9));
+    } else if (isBreak(track, packet)) {
+      endSegment(start, true);
+      afterBreak = true;
+      breakFrom = Double.POSITIVE_INFINITY;
     } else if (beginsSegment(track, packet, start)) {
       endSegment(start, true);
     }
@@ -187,6 +198,10 @@ public final class HlsWriter extends TrackWriter {
     } catch (MediaException e) {
       throw named(e);
     }
+  }
+
+  private boolean isBreak(int track, OutputPacket packet) {
+    return track == videoTrack && packet.key() && seconds(track, packet.dts()) > breakFrom;
   }
 
   private boolean beginsSegment(int track, OutputPacket packet, double start) {

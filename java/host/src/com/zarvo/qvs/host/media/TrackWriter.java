@@ -104,6 +104,9 @@ public abstract class TrackWriter implements AutoCloseable {
     ends[track] = time;
   }
 
+  /** The pictures taken from here on do not go on from those before: where a container can say so, it does. */
+  public void breakAtNextKey() {}
+
   /** Completes the file under its own name. */
   public final void finish() throws IOException {
     if (finished) throw new MediaException(target + ": writer is closed");

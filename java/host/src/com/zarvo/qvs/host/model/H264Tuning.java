@@ -43,15 +43,19 @@ public record H264Tuning(Preset preset, Profile profile, int level, int bFrames)
 
   /** What a decoder must be able to do. */
   public enum Profile {
-    BASELINE(0),
-    MAIN(1),
-    HIGH(3);
+    BASELINE(0, 66),
+    MAIN(1, 77),
+    HIGH(3, 100);
 
     /** Number of the native side. */
     public final long id;
 
-    Profile(long id) {
+    /** Number in the stream. */
+    final int idc;
+
+    Profile(long id, int idc) {
       this.id = id;
+      this.idc = idc;
     }
   }
 
@@ -72,6 +76,13 @@ public record H264Tuning(Preset preset, Profile profile, int level, int bFrames)
   /** The same, with a preset where none was asked for. */
   H264Tuning withUsual(Preset usual) {
     return preset != null || usual == null ? this : new H264Tuning(usual, profile, level, bFrames);
+  }
+
+  /** The same with a stream's profile_idc and level, as far as neither is asked for outright. */
+  public H264Tuning keeping(int profileIdc, int streamLevel) {
+    Profile same = profile;
+    for (Profile each : Profile.values()) if (profile == null && each.idc == profileIdc) same = each;
+    return new H264Tuning(preset, same, level != 0 ? level : streamLevel, bFrames);
   }
 
   private static int levelOf(String text) {
