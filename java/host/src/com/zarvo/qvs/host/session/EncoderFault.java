@@ -13,11 +13,19 @@ public enum EncoderFault {
   /** It failed so often that this process tries it no more. */
   QUARANTINED("quarantined");
 
+  /** What a plug-in host logs of a call that was left to its thread. */
+  private static final String LEFT_ALONE = "did not return within";
+
   /** In words. */
   public final String text;
 
   EncoderFault(String text) {
     this.text = text;
+  }
+
+  /** Of a call that was answered with a failure, of which the log says so much. */
+  static EncoderFault of(String why) {
+    return why.contains(LEFT_ALONE) ? HANG : ERROR;
   }
 
   /** True where a card is to blame, and not what it was asked for. */

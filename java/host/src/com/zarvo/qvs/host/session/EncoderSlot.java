@@ -87,7 +87,7 @@ final class EncoderSlot {
     }
     if (submit(target, time, asKey)) return;
     if (!replaceable) throw failure(time, "was refused by its encoder");
-    recover(faultNow(), reason());
+    recover(reason());
   }
 
   // The picture's number goes before the pool's: the native order.
@@ -101,7 +101,7 @@ final class EncoderSlot {
     while (!fetch()) {
       if (!replaceable)
         throw owner.failure(owner.name() + ": coded pictures of " + spec.sizeText() + " could not be fetched");
-      recover(faultNow(), reason());
+      recover(reason());
     }
     int ready = replaceable ? pending.ready() : 0;
     if (ready == 0) return;
@@ -168,7 +168,11 @@ final class EncoderSlot {
     calledNs = System.nanoTime();
     if (videoEncoderUpdateBitrate(owner.handle(), index, bitsPerSecond) == 0) return;
     if (!replaceable) throw owner.failure("the bit rate could not be changed");
-    recover(faultNow(), reason());
+    recover(reason());
+  }
+
+  private void recover(String why) throws HostException, IOException {
+    recover(EncoderFault.of(why), why);
   }
 
   /** Puts the next encoder of the list into the slot and gives it what the failed one left unanswered. */
@@ -181,8 +185,8 @@ final class EncoderSlot {
       for (int i = 0; good && i < pending.count(); i++)
         good = submit(pending.target(i), pending.time(i), i == 0 || pending.isKey(i));
       if (good) break;
-      fault = faultNow();
       why = reason();
+      fault = EncoderFault.of(why);
     }
     keyIsDue = pending.count() == 0;
   }
@@ -217,11 +221,6 @@ final class EncoderSlot {
     }
     String what = owner.name() + ": no encoder for " + spec.codec().codecName + " " + spec.sizeText() + " of " + list;
     throw new HostException(what + refusals);
-  }
-
-  private EncoderFault faultNow() {
-    long limitNs = policy.deadlineMs() * 1_000_000;
-    return encoder().hardware && System.nanoTime() - calledNs >= limitNs ? EncoderFault.HANG : EncoderFault.ERROR;
   }
 
   private String reason() {
