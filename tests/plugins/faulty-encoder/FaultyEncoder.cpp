@@ -1,16 +1,18 @@
 // An H.264 encoder plug-in over libx264 that fails as a script says; it takes the file name of a card's plug-in.
-#include <x264.h>
-
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <deque>
 #include <fstream>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <x264.h>
 
 #include "EncoderSession.h"
 
@@ -120,7 +122,7 @@ class FaultyEncoder final : public EncoderSession {
     info.frameType = out.b_keyframe != 0 ? QVS_FRAME_KEY : QVS_FRAME_PREDICTED;
     info.timecode = static_cast<uint64_t>(out.i_dts);
     info.timecodeOffset = out.i_pts - out.i_dts;
-    coded.push_back({info, {units[0].p_payload, units[0].p_payload + size}});
+    coded.push_back({info, std::vector<uint8_t>(units[0].p_payload, units[0].p_payload + size)});
   }
 
   void giveOut(size_t kept) {
