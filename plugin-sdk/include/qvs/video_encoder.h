@@ -100,6 +100,8 @@ typedef struct PluginVideoEncoderOutput {
  * describe: the plug-in as JSON: {"name", "codecs": [..], "standsOn", "maxWidth", "maxHeight", "keys": [{"key", "name",
  *   "type": "long" or "double", "low", "high", "default", "does"}]}. Cut to `size`; `*needed`, where not null, receives
  *   the bytes for all of it with the zero at its end                                                        [any]
+ * setPluginPath: the directory of the vendor's own codec modules, for a back end that loads such; before initialize
+ *                                                                                                       [session]
  */
 #define VIDEO_ENCODER_ENTRY_POINTS(X)                                                                      \
   X(getVersion, 1, (uint8_t * buffer, uint32_t bufferLen, uint32_t * major, uint32_t * minor))             \
@@ -146,7 +148,8 @@ typedef struct PluginVideoEncoderOutput {
   X(drain, 0,                                                                                              \
     (void* session, void** frames, uint32_t* sizes, uint32_t* frameTypes, uint64_t* timecodes,             \
      uint64_t* timecodeOffsets, uint32_t* count))                                                          \
-  X(describe, 0, (char* text, uint32_t size, uint32_t* needed))
+  X(describe, 0, (char* text, uint32_t size, uint32_t* needed))                                            \
+  X(setPluginPath, 0, (void* session, const char* path))
 
 /* What a plug-in defines. */
 #define VIDEO_ENCODER_DECLARE(name, needed, parameters) \
