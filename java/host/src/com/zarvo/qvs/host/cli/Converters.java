@@ -4,7 +4,7 @@ import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.EncoderList;
-import com.zarvo.qvs.host.model.H264Tuning;
+import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import java.util.function.Function;
@@ -81,10 +81,10 @@ final class Converters {
     }
   }
 
-  /** Reads a speed of H.264. */
-  static final class OfPreset extends Reader<H264Tuning.Preset> {
+  /** Reads a speed of H.264 and H.265. */
+  static final class OfPreset extends Reader<VideoTuning.Preset> {
     OfPreset() {
-      super(H264Tuning.Preset::of);
+      super(VideoTuning.Preset::of);
     }
   }
 }

@@ -18,6 +18,9 @@ final class EncoderSetup {
   private static final String CREATED = "Create video encoder: ";
   private static final String NOT_LOADED = "Loading shared library FAILED";
 
+  /** Why an encoder is not taken. */
+  record Refusal(EncoderFault fault, String why) {}
+
   private final NativeSession owner;
   private final SessionSettings settings;
   private final RenditionSpec spec;
@@ -40,8 +43,8 @@ final class EncoderSetup {
    * @param kept the profile and level of the stream so far, null at its start
    * @return why it cannot be had, null when it stands
    */
-  String open(EncoderBackend backend, long bitRate, StreamProfile kept) throws HostException {
-    if (!backend.makes(spec.codec())) return "it makes no " + spec.codec().codecName;
+  Refusal open(EncoderBackend backend, long bitRate, StreamProfile kept) throws HostException {
+    if (!backend.makes(spec.codec())) return absent("it makes no " + spec.codec().codecName);
     owner.fetchLog();
     TranscoderNativeLong number = new TranscoderNativeLong();
     number.value = slotMade ? index : -1;
@@ -51,14 +54,26 @@ final class EncoderSetup {
             backend.implementation(spec.codec()), owner.context(spec.sizeText()), number);
     slotMade |= number.value == index;
     List<SessionLog.Line> said = owner.fetchLog();
-    if (result != 0 || number.value != index) return reason(said, "the session has none");
+    if (result != 0 || number.value != index) return absent(reason(said, "the session has none"));
     String chosen = textBehind(said, CREATED);
     // Where a back end is not to be had the session takes its default without a word.
-    if (!chosen.endsWith(": " + backend.logName)) return "the session finds none here";
+    if (!chosen.endsWith(": " + backend.logName)) return absent("the session finds none here");
     String notLoaded = textBehind(said, NOT_LOADED);
-    if (!notLoaded.isEmpty()) return "its library cannot be loaded" + notLoaded;
-    if (isSet(bitRate, backend, kept) && hasPool() && videoEncoderInitialize(owner.handle(), index) == 0) return null;
-    return reason(owner.fetchLog(), "its settings are refused");
+    if (!notLoaded.isEmpty()) return absent("its library cannot be loaded" + notLoaded);
+    boolean set = isSet(bitRate, backend, kept) && hasPool();
+    said = owner.fetchLog();
+    if (set) {
+      set = videoEncoderInitialize(owner.handle(), index) == 0;
+      said = owner.fetchLog();
+    }
+    // Of a plug-in that does not open only the log tells.
+    if (set && !(backend.isPlugin(spec.codec()) && said.stream().anyMatch(SessionLog.Line::isTrouble))) return null;
+    String why = reason(said, "its settings are refused");
+    return new Refusal(EncoderFault.of(why), why);
+  }
+
+  private static Refusal absent(String why) {
+    return new Refusal(EncoderFault.UNAVAILABLE, why);
   }
 
   private boolean isSet(long bitRate, EncoderBackend backend, StreamProfile kept) {

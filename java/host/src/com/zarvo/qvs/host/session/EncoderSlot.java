@@ -193,16 +193,21 @@ final class EncoderSlot {
 
   private void fall(EncoderFault fault, String why) throws HostException {
     EncoderBackend failed = encoder();
-    policy.cards().failed(failed, fault, why, policy.maxFailures());
     if (!answered) {
-      policy.tell(EncoderEvent.refused(index, spec, failed, fault, why));
+      refused(failed, fault, why);
     } else {
+      policy.cards().failed(failed, fault, why, policy.maxFailures());
       long time = pending.count() > 0 ? pending.time(0) : lastTime;
       EncoderBackend next = place + 1 < list.backends().size() ? list.backends().get(place + 1) : null;
       seam = EncoderEvent.asked(index, spec, time, failed, next, fault, why, pending.count());
       policy.tell(seam);
     }
     openNext("; " + failed + " " + fault.text + ": " + why);
+  }
+
+  private void refused(EncoderBackend who, EncoderFault fault, String why) {
+    policy.cards().failed(who, fault, why, policy.maxFailures());
+    policy.tell(EncoderEvent.refused(index, spec, who, fault, why));
   }
 
   /** Takes the first of the list behind the present one that stands; `before` tells what led here. */
@@ -213,11 +218,13 @@ final class EncoderSlot {
     while (++place < list.backends().size()) {
       EncoderBackend backend = encoder();
       String quarantine = policy.cards().quarantine(backend);
-      String why = quarantine != null ? quarantine : setup.open(backend, bitRate, kept);
-      if (why == null) return;
-      EncoderFault fault = quarantine != null ? EncoderFault.QUARANTINED : EncoderFault.UNAVAILABLE;
-      policy.tell(EncoderEvent.refused(index, spec, backend, fault, why));
-      refusals.append("; ").append(backend).append(' ').append(fault.text).append(": ").append(why);
+      EncoderSetup.Refusal refusal =
+          quarantine != null
+              ? new EncoderSetup.Refusal(EncoderFault.QUARANTINED, quarantine)
+              : setup.open(backend, bitRate, kept);
+      if (refusal == null) return;
+      refused(backend, refusal.fault(), refusal.why());
+      refusals.append("; ").append(backend).append(' ').append(refusal.fault().text).append(": ").append(refusal.why());
     }
     String what = owner.name() + ": no encoder for " + spec.codec().codecName + " " + spec.sizeText() + " of " + list;
     throw new HostException(what + refusals);

@@ -40,13 +40,13 @@ class OptionTest {
   @Test
   void aRenditionSaysHowItIsCoded() {
     RenditionSpec spec = RenditionSpec.parse("640x360,preset=medium,profile=main,level=3.1,bframes=2");
-    assertEquals(new H264Tuning(H264Tuning.Preset.MEDIUM, H264Tuning.Profile.MAIN, 31, 2), spec.tuning());
+    assertEquals(new VideoTuning(VideoTuning.Preset.MEDIUM, VideoTuning.Profile.MAIN, 31, 2), spec.tuning());
     assertEquals(9, RenditionSpec.parse("640x360,level=1b").tuning().level());
-    RenditionSpec settled = RenditionSpec.parse("640x360,fps=25").settled(VideoCodec.H264, 10, H264Tuning.Preset.FAST);
-    assertEquals(H264Tuning.Preset.FAST, settled.tuning().preset());
+    RenditionSpec settled = RenditionSpec.parse("640x360,fps=25").settled(VideoCodec.H264, 10, VideoTuning.Preset.FAST);
+    assertEquals(VideoTuning.Preset.FAST, settled.tuning().preset());
     assertEquals(25, settled.frameRate());
-    RenditionSpec own = spec.settled(VideoCodec.H264, 10, H264Tuning.Preset.FAST);
-    assertEquals(H264Tuning.Preset.MEDIUM, own.tuning().preset());
+    RenditionSpec own = spec.settled(VideoCodec.H264, 10, VideoTuning.Preset.FAST);
+    assertEquals(VideoTuning.Preset.MEDIUM, own.tuning().preset());
     assertEquals(10, own.frameRate());
   }
 
