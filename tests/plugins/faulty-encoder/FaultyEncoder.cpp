@@ -23,6 +23,7 @@ namespace {
 ///
 ///   refuse      it does not open
 ///   error, hang the call of that picture, counted from 1, and of those behind it
+///   late        the call of that picture takes a second
 ///   swallow     from that picture on none is answered
 ///   delay       so many pictures are held back until drained
 ///   bframes     in a row
@@ -68,6 +69,7 @@ class FaultyEncoder final : public EncoderSession {
   int32_t encode(const Picture& picture) override {
     ++pictures;
     while (isDue("hang")) pause();
+    if (script.count("late") != 0 && script["late"] == pictures) sleep(1);
     if (isDue("error")) return fail(QVS_PLUGIN_INIT_ENCODER, "told to fail");
     x264_picture_t in;
     x264_picture_init(&in);

@@ -97,8 +97,8 @@ class ReplacementTest {
   /** `again` is how many pictures the successor gets once more: those that are held back, and the failed one. */
   @ParameterizedTest
   @CsvSource({
-    "error=40, ERROR, 1", "hang=40, HANG, 1", "error=40 delay=4, ERROR, 5", "swallow=40, STALL, 15",
-    "error=41 bframes=2, ERROR, 3", "error=75 delay=4, ERROR, 5", "error=2, ERROR, 1"
+    "error=40, ERROR, 1", "hang=40, HANG, 1", "late=40, HANG, 1", "error=40 delay=4, ERROR, 5",
+    "swallow=40, STALL, 15", "error=41 bframes=2, ERROR, 3", "error=75 delay=4, ERROR, 5", "error=2, ERROR, 1"
   })
   void aFailureCostsNoPicture(String script, EncoderFault fault, int again) throws Exception {
     Files.writeString(SCRIPT, script);
