@@ -48,7 +48,7 @@ class ReplacementTest {
     Files.writeString(SCRIPT, "");
     JobResult plain = run("plain", "software", RENDITION, Container.MP4, new EncoderCards());
     plainTimes = Clips.times(plain.renditions().get(0).file());
-    plainPsnr = psnr(plain.renditions().get(0).file());
+    plainPsnr = Clips.psnr(source, plain.renditions().get(0).file());
     assertEquals(FRAMES, plainTimes.size());
   }
 
@@ -64,27 +64,6 @@ class ReplacementTest {
             .encoderPolicy(policy)
             .build();
     return new TranscodeJob(settings, Console::progress, new Interruption()).run();
-  }
-
-  /** Of each picture, in dB. */
-  private static List<Double> psnr(Path file) throws Exception {
-    Path stats = folder.resolve("psnr.txt");
-    Clips.run(
-        "ffmpeg", "-loglevel", "error", "-i", file.toString(), "-i", source.toString(), "-lavfi",
-        "[0:v]setpts=N/30/TB[a];[1:v]setpts=N/30/TB[b];[a][b]psnr=stats_file=" + stats, "-f", "null", "-");
-    return Files.readAllLines(stats).stream()
-        .map(line -> Double.parseDouble(line.replaceAll(".*psnr_avg:(\\S+).*", "$1")))
-        .toList();
-  }
-
-  private static List<String> keyTimes(Path file) throws Exception {
-    return Clips.run(
-            "ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries", "packet=pts_time,flags", "-of",
-            "csv=p=0", file.toString())
-        .lines()
-        .filter(line -> line.contains(",K"))
-        .map(line -> line.split(",")[0])
-        .toList();
   }
 
   private static EncoderEvent replacement(JobResult result) {
@@ -107,14 +86,14 @@ class ReplacementTest {
     double tookMs = (System.nanoTime() - startNs) / 1e6;
     Path file = result.renditions().get(0).file();
     assertEquals(plainTimes, Clips.times(file).stream().sorted().toList(), "each picture once, at its time");
-    List<Double> found = psnr(file);
+    List<Double> found = Clips.psnr(source, file);
     for (int i = 0; i < FRAMES; i++)
       assertTrue(found.get(i) > plainPsnr.get(i) - 3, "picture " + i + ": " + found.get(i) + " dB, else " + plainPsnr.get(i));
     EncoderEvent event = replacement(result);
     assertEquals(fault, event.fault(), event.why());
     assertTrue(Math.abs(event.picturesAgain() - again) <= 1, event.toString());
     assertTrue(event.change() != ParameterSetChange.PROFILE, event.toString());
-    List<String> keys = keyTimes(file);
+    List<String> keys = Clips.keyTimes(file);
     for (int grid = 0; grid < 3; grid++) assertTrue(keys.contains(plainTimes.get(grid * 30)), "key grid: " + keys);
     assertTrue(keys.size() <= 4, keys.toString());
     if (fault == EncoderFault.HANG) {

@@ -1,0 +1,43 @@
+package com.zarvo.qvs.host.cli;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.zarvo.qvs.host.support.Clips;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.List;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+
+/** The plug-ins of a card themselves, behind a driver that is none and that fails from picture 100 on. */
+class CardReplacementTest {
+  @TempDir static Path folder;
+
+  @Test
+  void aCardThatDiesCostsNoPicture() throws Exception {
+    Path source = Clips.testVideo(folder.resolve("clip.ivf"), "320x180", "30", 120, "");
+    Path report = folder.resolve("report.json");
+    for (String encoders : List.of("software", "vaapi,x264")) {
+      Captured run =
+          Captured.run(
+              "transcode", source.toString(), "-o", folder.resolve(encoders).toString(), "--rendition", "320x180@400k",
+              "--encoder", encoders, "--report", report.toString());
+      assertEquals(0, run.code(), run.err());
+      assertEquals(encoders.startsWith("vaapi"), run.err().contains("encoder vaapi failed at 3.300 s"), run.err());
+    }
+    String json = Files.readString(report);
+    assertTrue(json.contains("\"used\": \"x264\"") && json.contains("vaEndPicture"), json);
+    assertFalse(json.contains("\"parameterSets\": \"profile\""), json);
+    Path plain = folder.resolve("software/clip_320x180.mp4");
+    Path replaced = folder.resolve("vaapi,x264/clip_320x180.mp4");
+    assertEquals(Clips.times(plain), Clips.times(replaced));
+    assertEquals(List.of("0.000000", "2.000000", "3.300000"), Clips.keyTimes(replaced));
+    List<Double> expected = Clips.psnr(source, plain);
+    List<Double> found = Clips.psnr(source, replaced);
+    assertEquals(120, found.size());
+    for (int i = 0; i < found.size(); i++)
+      assertTrue(found.get(i) > expected.get(i) - 4, "picture " + i + ": " + found.get(i) + " dB, else " + expected.get(i));
+  }
+}
