@@ -1,6 +1,5 @@
 package com.zarvo.qvs.host.job;
 
-import com.zarvo.qvs.host.bitstream.ParameterSetChange;
 import com.zarvo.qvs.host.media.HlsWriter;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaFeed;
@@ -214,7 +213,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
 
   @Override
   public void encoderReplaced(int rendition, EncoderEvent event) {
-    if (event.change() == ParameterSetChange.PROFILE) writers.get(rendition).breakAtNextKey();
+    writers.get(rendition).changeParameterSets(event.change());
   }
 
   @Override
