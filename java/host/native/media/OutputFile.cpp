@@ -114,7 +114,9 @@ MediaStatus OutputFile::addStream(const OutputStream& wanted) {
   return setConfig(&parameters, wanted.config);
 }
 
-bool OutputFile::isMp4() const { return std::strcmp(format_->oformat->name, "mp4") == 0; }
+bool OutputFile::isMp4() const {
+  return std::strcmp(format_->oformat->name, "mp4") == 0;
+}
 
 // Matroska counts from the first coded sample, and its muxer leaves the delay to be added.
 int64_t OutputFile::shiftOf(const OutputStream& stream) const {
@@ -185,8 +187,10 @@ MediaStatus OutputFile::cut(const std::string& nextPath) {
 
 MediaStatus OutputFile::openNext(const std::string& path) {
   // The tables that a segment begins with; and its fragment's own time, not the sum of those before.
-  if (isMp4()) av_opt_set(format_->priv_data, "movflags", "+frag_discont", 0);
-  else av_opt_set(format_->priv_data, "mpegts_flags", "resend_headers", 0);
+  if (isMp4())
+    av_opt_set(format_->priv_data, "movflags", "+frag_discont", 0);
+  else
+    av_opt_set(format_->priv_data, "mpegts_flags", "resend_headers", 0);
   return MediaStatus::fromCode(avio_open(&format_->pb, path.c_str(), AVIO_FLAG_WRITE), "cannot create");
 }
 
