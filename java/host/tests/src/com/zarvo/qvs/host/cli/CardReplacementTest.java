@@ -16,6 +16,26 @@ class CardReplacementTest {
   @TempDir static Path folder;
 
   @Test
+  void fragmentsOfH265GoOnBehindAnInitialisationOfTheirOwn() throws Exception {
+    Path source = Clips.testVideo(folder.resolve("clip.webm"), "320x180", "30", 120, "");
+    Captured run =
+        Captured.run(
+            "transcode", source.toString(), "-o", folder.resolve("hls").toString(), "--format", "hls", "--rendition",
+            "320x180@400k,codec=h265,encoder=vaapi+software");
+    assertEquals(0, run.code(), run.err());
+    Path playlist = folder.resolve("hls/clip_320x180/index.m3u8");
+    List<String> marks =
+        Files.readAllLines(playlist).stream().filter(line -> line.matches("#EXT-X-(MAP|DISC).*|#EXTINF.*")).toList();
+    assertEquals(
+        List.of(
+            "#EXT-X-MAP:URI=\"init_00000.mp4\"", "#EXTINF:2.000000,", "#EXTINF:1.300000,", "#EXT-X-DISCONTINUITY",
+            "#EXT-X-MAP:URI=\"init_00002.mp4\"", "#EXTINF:0.700000,"),
+        marks);
+    assertEquals(Clips.times(source), Clips.times(playlist));
+    for (double db : Clips.psnr(source, playlist)) assertTrue(db > 30, db + " dB");
+  }
+
+  @Test
   void aCardThatDiesCostsNoPicture() throws Exception {
     Path source = Clips.testVideo(folder.resolve("clip.ivf"), "320x180", "30", 120, "");
     Path report = folder.resolve("report.json");

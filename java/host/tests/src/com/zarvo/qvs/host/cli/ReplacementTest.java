@@ -113,6 +113,8 @@ class ReplacementTest {
     List<String> lines = Files.readAllLines(result.renditions().get(0).file());
     int seam = lines.indexOf("#EXT-X-DISCONTINUITY");
     assertTrue(seam > 0, lines.toString());
+    List<String> lengths = lines.stream().filter(line -> line.startsWith("#EXTINF")).toList();
+    assertEquals(List.of("#EXTINF:1.001000,", "#EXTINF:0.300300,", "#EXTINF:0.700700,", "#EXTINF:0.500500,"), lengths);
     Path segment = result.renditions().get(0).file().resolveSibling(lines.get(seam + 2));
     // The segment behind it begins with the first picture of the successor, the 40th of the stream.
     double offset = Double.parseDouble(Clips.times(result.renditions().get(0).file()).get(0));
