@@ -2,7 +2,7 @@
 import argparse
 import os
 
-from qvsbench import audio, boundary, ladder, programs, quality, replacement
+from qvsbench import audio, boundary, ladder, plugins, programs, quality, replacement
 from qvsbench.report import Report
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -10,7 +10,8 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 
 def main(description):
     parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("part", nargs="?", default="all", choices=["all", "ladder", "quality", "picture", "boundary", "audio", "replacement"])
+    parser.add_argument("part", nargs="?", default="all",
+                        choices=["all", "ladder", "quality", "picture", "plugins", "boundary", "audio", "replacement"])
     parser.add_argument("--json", metavar="FILE", help="write the figures there too")
     parser.add_argument("--build", default=os.path.join(ROOT, "build/release"), help="build folder to measure")
     parser.add_argument("--pairs", type=int, default=7, help="alternating runs of each program (default 7)")
@@ -28,6 +29,8 @@ def main(description):
         quality.measure(report, bin_folder, work)
     if options.part in ("all", "picture"):
         programs.picture(report, bin_folder)
+    if options.part in ("all", "plugins"):
+        plugins.measure(report, bin_folder, options.build, work, options.pairs)
     if options.part in ("all", "boundary"):
         boundary.measure(report, bin_folder, options.build, work, options.pairs, options.frames)
     if options.part in ("all", "audio"):
