@@ -57,3 +57,14 @@ def make(folder, frames, name="vp8"):
             sys.exit(f"bench: making the source failed:\n{done.stderr}")
         os.replace(path + ".part", path)
     return path, text
+
+
+def raw(folder, frames, name="vp8"):
+    """The source's pictures as planes Y, U, V: path, width, height."""
+    path, _ = make(folder, frames, name)
+    target = os.path.splitext(path)[0] + ".yuv"
+    if not os.path.exists(target):
+        subprocess.run(["ffmpeg", "-v", "error", "-y", "-i", path, "-pix_fmt", "yuv420p", "-f", "rawvideo", target + ".part"],
+                       check=True, stdin=subprocess.DEVNULL)
+        os.replace(target + ".part", target)
+    return target, KINDS[name].width, KINDS[name].height

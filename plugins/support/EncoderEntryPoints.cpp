@@ -180,6 +180,8 @@ int32_t zarvoVideoEncoder_setFrameSize(void* session, uint32_t width, uint32_t h
 
 int32_t zarvoVideoEncoder_setFrameRate(void* session, double frameRate) {
   return with(session, [&](Held& held) -> int32_t {
+    // A decoder passes its rate on to encoders that run already, also one that it doesn't know.
+    if (held.open && frameRate == 0) return QVS_PLUGIN_OK;
     if (!(frameRate > 0 && frameRate <= 1000)) {
       return refuse(*held.encoder, QVS_PLUGIN_INIT_ENCODER, "a frame rate outside 0 to 1000");
     }
