@@ -1,0 +1,57 @@
+// What a repeated piece of work leaves behind.
+#include "common/LeakMeter.h"
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+
+namespace qvs::validator {
+namespace {
+
+constexpr int kWarmUp = 4, kRounds = 3, kCycles = 6;
+
+struct Measure {
+  const char* what;
+  long (*now)();
+  long allowed;  // a cycle
+};
+
+long entriesOf(const char* folder) {
+  const std::filesystem::directory_iterator entries(folder);
+  return std::distance(begin(entries), end(entries));
+}
+
+// Small blocks that a thread keeps for itself count as used, so a single one may come and go.
+constexpr std::array kMeasures{
+    Measure{"bytes of memory",
+            [] {
+              const struct mallinfo2 info = mallinfo2();
+              return static_cast<long>(info.uordblks + info.hblkhd);
+            },
+            15},
+    Measure{"open files", [] { return entriesOf("/proc/self/fd"); }, 0},
+    Measure{"threads", [] { return entriesOf("/proc/self/task"); }, 0}};
+
+}  // namespace
+
+std::string whatGrows(const std::function<void()>& cycle) {
+  std::array<long, kMeasures.size()> least;
+  least.fill(1L << 40);
+  for (int i = 0; i < kWarmUp; ++i) cycle();
+  for (int round = 0; round < kRounds; ++round) {
+    std::array<long, kMeasures.size()> before;
+    for (size_t i = 0; i < kMeasures.size(); ++i) before[i] = kMeasures[i].now();
+    for (int i = 0; i < kCycles; ++i) cycle();
+    for (size_t i = 0; i < kMeasures.size(); ++i) least[i] = std::min(least[i], kMeasures[i].now() - before[i]);
+  }
+  for (size_t i = 0; i < kMeasures.size(); ++i) {
+    if (least[i] <= kMeasures[i].allowed * kCycles) continue;
+    return std::to_string(least[i]) + " " + kMeasures[i].what + " are left behind by " + std::to_string(kCycles) +
+           " sessions, again and again";
+  }
+  return {};
+}
+
+}  // namespace qvs::validator
