@@ -40,20 +40,6 @@ extern "C" {
 /* Coded frames that one call can give back, at most. */
 #define QVS_VIDEO_ENCODER_FRAMES_MAX 20u
 
-/* A coded frame, as addFrame3 and encodeFrame give it and as off-line plug-ins take and give it. */
-typedef struct VideoFrameEncodedData {
-  uint8_t* buffer; /* the bytes, from the transcoder's allocator */
-  void* jbuffer;   /* or an array of the host's virtual machine */
-  void* nbuffer;   /* or the plug-in's own handle, given back by freeObject once the bytes have been taken */
-  uint32_t len;    /* bytes */
-  uint64_t timecode;       /* milliseconds, decoding */
-  int64_t timecodeOffset;  /* milliseconds, presentation minus decoding */
-  uint32_t frameType;      /* QVS_FRAME_... */
-  int32_t vodPacketsIndex; /* off-line work: index of the packet it came from */
-  uint8_t codecConfig;     /* not 0: configuration, no picture */
-  uint8_t isAllocated;     /* not 0: `buffer` is the receiver's to free */
-} VideoFrameEncodedData;
-
 typedef struct PluginVideoEncoderOutput {
   VideoFrameEncodedData* frames; /* room for maxFrameCount */
   uint32_t frameCount;           /* out */
