@@ -1,6 +1,6 @@
 // Drives a plug-in through the contract of its family's header and tells what it breaks.
 //
-//   qvs-plugin-validate [--seconds N] [--input CLIP] [--output STREAM] FILE.so
+//   qvs-plugin-validate [--seconds N] [--leak BYTES] [--input CLIP] [--output STREAM] FILE.so
 //
 // Exit code 0: the contract is kept; 1: it is broken; 2: there is nothing to check.
 #include <charconv>
@@ -22,6 +22,7 @@ constexpr const char* kUsage =
     "usage: qvs-plugin-validate [OPTION]... FILE.so\n"
     "  --seconds N      a check that takes longer has hung (60)\n"
     "  --input CLIP     decoders: the clip to decode, in place of one made for the purpose\n"
+    "  --leak BYTES     what a library behind the plug-in is known to lose with each session (0)\n"
     "  --output STREAM  encoders: where the coded pictures go, H.264 and H.265 with start codes\n";
 
 // Runs apart. The answer's text: the family's number, the codecs' and a point, then the listing.
@@ -48,7 +49,8 @@ int validate(const Options& options) {
   }
   if (found.kind == Verdict::kBroken) {
     const bool toldInFull = found.text.find("WRONG") != std::string::npos;
-    printf("%s%s\n", toldInFull ? "" : "WRONG while it was loaded and asked for its version: ", found.text.c_str());
+    printf("%s%s\n",
+           toldInFull ? "" : "WRONG while it was loaded and asked for its version: ", found.text.c_str());
     return kBroken;
   }
   const size_t headEnd = found.text.find('\n');
@@ -78,8 +80,11 @@ bool parse(int count, char** arguments, Options& options) {
         options.input = arguments[i];
       } else if (argument == "--output") {
         options.output = arguments[i];
-      } else if (argument != "--seconds" || !isNumber(arguments[i], options.seconds)) {
-        return false;
+      } else {
+        unsigned* const number = argument == "--seconds" ? &options.seconds
+                                 : argument == "--leak"  ? &options.leak
+                                                         : nullptr;
+        if (number == nullptr || !isNumber(arguments[i], *number)) return false;
       }
     } else if (options.file.empty()) {
       options.file = argument;

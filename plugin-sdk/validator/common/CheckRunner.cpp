@@ -22,8 +22,8 @@ int verdictPipe = -1;  // of the child
 
 // Lies in memory that parent and child share: the parent tells of a child that can't tell any more.
 std::atomic<const char*>& lastEntered() {
-  static auto* const shared = static_cast<std::atomic<const char*>*>(
-      mmap(nullptr, sizeof(std::atomic<const char*>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  static auto* const shared = static_cast<std::atomic<const char*>*>(mmap(
+      nullptr, sizeof(std::atomic<const char*>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
   return *shared;
 }
 

@@ -8,19 +8,20 @@
 namespace qvs::validator {
 namespace {
 
-constexpr std::array<CodecRow, kCodecCount> kRows{{{"of unknown codec", 0, 0, AV_CODEC_ID_NONE, false},
-                                                   {"h264", 7, 0, AV_CODEC_ID_H264, true},
-                                                   {"h265", 12, 0, AV_CODEC_ID_HEVC, true},
-                                                   {"vp8", 8, 8, AV_CODEC_ID_VP8, false},
-                                                   {"vp9", 8, 9, AV_CODEC_ID_VP9, false},
-                                                   {"mpeg2", 11, 0, AV_CODEC_ID_MPEG2VIDEO, false}}};
+constexpr std::array<CodecRow, kCodecCount> kRows{{{"of unknown codec", 0, 0, false},
+                                                   {"h264", 7, 0, true},
+                                                   {"h265", 12, 0, true},
+                                                   {"vp8", 8, 8, false},
+                                                   {"vp9", 8, 9, false},
+                                                   {"mpeg2", 11, 0, false}}};
 
 struct Word {
   const char* text;
   CodecNumber codec;
 };
-constexpr Word kWords[] = {{"h264", kH264}, {"h26x", kH264}, {"h265", kH265}, {"hevc", kH265},  {"h26x", kH265},
-                           {"vp8", kVP8},   {"vp9", kVP9},   {"mp2", kMPEG2}, {"mpeg2", kMPEG2}};
+constexpr Word kWords[] = {{"h264", kH264}, {"h26x", kH264}, {"h265", kH265},
+                           {"hevc", kH265}, {"h26x", kH265}, {"vp8", kVP8},
+                           {"vp9", kVP9},   {"mp2", kMPEG2}, {"mpeg2", kMPEG2}};
 
 }  // namespace
 

@@ -1,21 +1,16 @@
 #pragma once
 
-extern "C" {
-#include <libavcodec/codec_id.h>
-}
-
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace qvs::validator {
 
-/// A codec as the transcoder and as libavcodec number it.
+/// A codec as the transcoder numbers it.
 struct CodecRow {
   const char* name;
   uint32_t id;
   uint32_t version;
-  AVCodecID reference;
   bool hasUnits;  ///< made of NAL units
 };
 

@@ -34,14 +34,14 @@ UnitKind kindOf(uint32_t codec, Bytes unit) {
 }
 
 std::string wrongUnits(uint32_t codec, const CodedFrame& frame) {
-  if (frame.bytes.size() > 4 && std::equal(std::begin(kStartCode), std::end(kStartCode), frame.bytes.begin())) {
+  if (frame.bytes.size() > 4 &&
+      std::equal(std::begin(kStartCode), std::end(kStartCode), frame.bytes.begin())) {
     return "has start codes where lengths belong";
   }
   bool forbidden = false;
   uint32_t seen = 0;  // a bit for each kind
   bool setsAreFirst = true;
-  const uint32_t wanted =
-      1u << kSequenceSet | 1u << kPictureSet | (codec == kH265 ? 1u << kVideoSet : 0u);
+  const uint32_t wanted = 1u << kSequenceSet | 1u << kPictureSet | (codec == kH265 ? 1u << kVideoSet : 0u);
   const bool whole = forEachUnit(frame.bytes, [&](Bytes unit) {
     forbidden |= (unit[0] & 0x80) != 0;
     const UnitKind kind = kindOf(codec, unit);
@@ -83,13 +83,16 @@ bool forEachUnit(Bytes frame, const std::function<void(Bytes unit)>& each) {
 }
 
 void forEachAnnexBUnit(Bytes bytes, const std::function<void(Bytes unit)>& each) {
-  const auto next = [&](auto from) { return std::search(from, bytes.end(), kStartCode + 1, std::end(kStartCode)); };
+  const auto next = [&](auto from) {
+    return std::search(from, bytes.end(), kStartCode + 1, std::end(kStartCode));
+  };
   for (auto code = next(bytes.begin()); code != bytes.end();) {
     const auto begin = code + 3;
     code = next(begin);
     auto end = code;
     while (end != begin && end[-1] == 0) --end;
-    if (end != begin) each(bytes.subspan(static_cast<size_t>(begin - bytes.begin()), static_cast<size_t>(end - begin)));
+    if (end != begin)
+      each(bytes.subspan(static_cast<size_t>(begin - bytes.begin()), static_cast<size_t>(end - begin)));
   }
 }
 
@@ -102,8 +105,9 @@ std::vector<uint8_t> lengthsToStartCodes(Bytes frame) {
 std::vector<uint8_t> startCodesToLengths(Bytes bytes) {
   std::vector<uint8_t> out;
   forEachAnnexBUnit(bytes, [&](Bytes unit) {
-    const uint8_t length[] = {static_cast<uint8_t>(unit.size() >> 24), static_cast<uint8_t>(unit.size() >> 16),
-                              static_cast<uint8_t>(unit.size() >> 8), static_cast<uint8_t>(unit.size())};
+    const uint8_t length[] = {static_cast<uint8_t>(unit.size() >> 24),
+                              static_cast<uint8_t>(unit.size() >> 16), static_cast<uint8_t>(unit.size() >> 8),
+                              static_cast<uint8_t>(unit.size())};
     appendUnit(out, length, unit);
   });
   return out;

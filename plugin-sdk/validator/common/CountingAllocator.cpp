@@ -79,7 +79,8 @@ std::vector<uint8_t> CountingAllocator::take(void* array, uint32_t size, std::st
 std::string CountingAllocator::wrong() const {
   const std::lock_guard lock(guard);
   if (!fault.empty()) return fault;
-  return arrays.empty() ? std::string{} : "keeps " + std::to_string(arrays.size()) + " arrays of the allocator";
+  return arrays.empty() ? std::string{}
+                        : "keeps " + std::to_string(arrays.size()) + " arrays of the allocator";
 }
 
 }  // namespace qvs::validator

@@ -15,13 +15,14 @@ struct Options {
   std::string input;   ///< coded pictures for decoders; empty: own ones
   std::string output;  ///< where an encoder's stream goes; empty: nowhere
   unsigned seconds = 60;
+  unsigned leak = 0;  ///< bytes a session that a library behind the plug-in is known to lose
 };
 
 /// A library looked at for the first time.
 struct Identity {
-  bool isOne = false;             ///< of this family at all
-  std::string listing;            ///< a line an entry point
-  std::string wrong;              ///< not empty: there is no use in checking further
+  bool isOne = false;              ///< of this family at all
+  std::string listing;             ///< a line an entry point
+  std::string wrong;               ///< not empty: there is no use in checking further
   std::vector<uint32_t> codecs{};  ///< the transcoder's numbers; 0: unknown; one round of checks each
 };
 

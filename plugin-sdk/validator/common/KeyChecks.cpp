@@ -60,7 +60,8 @@ struct Key {
 std::string wrongKey(const Json& json, Key& key, std::set<uint32_t>& numbers) {
   const auto isNumber = [&](const char* field) { return json.contains(field) && json[field].is_number(); };
   const auto isText = [&](const char* field) {
-    return json.contains(field) && json[field].is_string() && !json[field].get_ref<const std::string&>().empty();
+    return json.contains(field) && json[field].is_string() &&
+           !json[field].get_ref<const std::string&>().empty();
   };
   if (!json.is_object() || !isNumber("key") || !isText("name")) return "a key has no number or no name";
   key.number = json["key"].get<uint32_t>();
@@ -68,13 +69,16 @@ std::string wrongKey(const Json& json, Key& key, std::set<uint32_t>& numbers) {
   const std::string who = "key " + std::to_string(key.number) + " (" + key.name + ") ";
   if (!numbers.insert(key.number).second) return who + "stands twice in the description";
   if (!isText("does")) return who + "does not say what it does";
-  if (!isText("type") || (json["type"] != "long" && json["type"] != "double")) return who + "has no known type";
-  if (!isNumber("low") || !isNumber("high") || !isNumber("default")) return who + "lacks low, high or default";
+  if (!isText("type") || (json["type"] != "long" && json["type"] != "double"))
+    return who + "has no known type";
+  if (!isNumber("low") || !isNumber("high") || !isNumber("default"))
+    return who + "lacks low, high or default";
   key.isDouble = json["type"] == "double";
   key.low = json["low"].get<double>();
   key.high = json["high"].get<double>();
   key.initial = json["default"].get<double>();
-  if (!(key.low <= key.initial && key.initial <= key.high)) return who + "has a default outside its own range";
+  if (!(key.low <= key.initial && key.initial <= key.high))
+    return who + "has a default outside its own range";
   return {};
 }
 
@@ -104,15 +108,19 @@ double get(const KeyEntryPoints& plugin, void* session, const Key& key) {
 
 std::string wrongRange(const KeyEntryPoints& plugin, void* session, const Key& key) {
   for (const double value : {key.low, key.high}) {
-    if (set(plugin, session, key, value) != 0) return "refuses " + std::to_string(value) + ", which its range allows";
-    if (get(plugin, session, key) != value) return "was set to " + std::to_string(value) + " and gives something else";
+    if (set(plugin, session, key, value) != 0)
+      return "refuses " + std::to_string(value) + ", which its range allows";
+    if (get(plugin, session, key) != value)
+      return "was set to " + std::to_string(value) + " and gives something else";
   }
   for (const double value : {key.low - 1, key.high + 1}) {
     if (std::abs(value) >= kExact) continue;
-    if (set(plugin, session, key, value) == 0) return "takes " + std::to_string(value) + ", which is out of its range";
+    if (set(plugin, session, key, value) == 0)
+      return "takes " + std::to_string(value) + ", which is out of its range";
     std::string words;
     if (plugin.problem != nullptr &&
-        (!ask([&](char* room, uint32_t size) { plugin.problem(session, room, size); }, 512, words) || words.empty())) {
+        (!ask([&](char* room, uint32_t size) { plugin.problem(session, room, size); }, 512, words) ||
+         words.empty())) {
       return "does not say why it refuses " + std::to_string(value);
     }
     if (get(plugin, session, key) != key.high) return "is changed by a value that was refused";
@@ -124,9 +132,11 @@ std::string wrongRange(const KeyEntryPoints& plugin, void* session, const Key& k
 std::string wrongAtWork(const KeyEntryPoints& plugin, void* session, const Key& key) {
   uint32_t length = 7;
   const int32_t type = plugin.type(session, key.number, &length);
-  if (type != (key.isDouble ? 3 : 1)) return "is of type " + std::to_string(type) + " and is described as another";
+  if (type != (key.isDouble ? 3 : 1))
+    return "is of type " + std::to_string(type) + " and is described as another";
   if (const double value = get(plugin, session, key); value != key.initial) {
-    return "is " + std::to_string(value) + " in a new session, and is described as " + std::to_string(key.initial);
+    return "is " + std::to_string(value) + " in a new session, and is described as " +
+           std::to_string(key.initial);
   }
   return wrongRange(plugin, session, key);
 }
@@ -156,16 +166,19 @@ Verdict describesItself(const KeyEntryPoints& plugin) {
   if (plugin.describe == nullptr) return {Verdict::kNotOffered, "describe"};
   enter("describe");
   uint32_t needed = 0;
-  if (plugin.describe(nullptr, 0, &needed) != 0 || needed == 0) return std::string("describe does not tell its length");
+  if (plugin.describe(nullptr, 0, &needed) != 0 || needed == 0)
+    return std::string("describe does not tell its length");
   const auto call = [&](char* room, uint32_t size) { plugin.describe(room, size, nullptr); };
   if (const std::string wrong = wrongText("describe", call, needed); !wrong.empty()) return wrong;
   const Json json = description(plugin);
   if (!json.is_object()) return std::string("describe gives no JSON object");
   for (const char* field : {"name", "standsOn"}) {
-    if (!json.contains(field) || !json[field].is_string()) return std::string("the description lacks ") + field;
+    if (!json.contains(field) || !json[field].is_string())
+      return std::string("the description lacks ") + field;
   }
   for (const char* field : {"codecs", "keys"}) {
-    if (!json.contains(field) || !json[field].is_array()) return std::string("the description lacks ") + field;
+    if (!json.contains(field) || !json[field].is_array())
+      return std::string("the description lacks ") + field;
   }
   std::vector<Key> keys;
   if (std::string wrong = keysOf(json, keys); !wrong.empty()) return wrong;
@@ -194,7 +207,8 @@ Verdict keepsItsKeys(const KeyEntryPoints& plugin) {
     }
     if (!wrong.empty()) break;
   }
-  if (wrong.empty() && plugin.type(session, unknownNumber(keys), nullptr) != 0) wrong = "a key that is none has a type";
+  if (wrong.empty() && plugin.type(session, unknownNumber(keys), nullptr) != 0)
+    wrong = "a key that is none has a type";
   plugin.destroy(session);
   return wrong;
 }

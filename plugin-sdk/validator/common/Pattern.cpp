@@ -57,7 +57,8 @@ void toBlock(const PlainPicture& picture, uint32_t stride, uint8_t* block) {
   }
 }
 
-PlainPicture fromBlock(const uint8_t* block, uint32_t stride, uint32_t width, uint32_t height, uint32_t allocatedHeight) {
+PlainPicture fromBlock(const uint8_t* block, uint32_t stride, uint32_t width, uint32_t height,
+                       uint32_t allocatedHeight) {
   PlainPicture picture{0, width, height};
   for (uint32_t plane : {kY, kU, kV}) {
     const uint8_t* row = block + offsetOf(plane, stride, allocatedHeight);
@@ -83,8 +84,8 @@ std::string difference(const PlainPicture& got, const PlainPicture& wanted, doub
     const double mean = squares / static_cast<double>(wanted.planes[plane].size());
     const double found = mean == 0 ? 100 : 10 * std::log10(255.0 * 255.0 / mean);
     if (found >= decibels) continue;
-    return std::string("has a plane of ") + "YUV"[plane] + " that is not what went in: " +
-           std::to_string(std::lround(found)) + " dB";
+    return std::string("has a plane of ") + "YUV"[plane] +
+           " that is not what went in: " + std::to_string(std::lround(found)) + " dB";
   }
   return {};
 }

@@ -30,7 +30,8 @@ size_t blockSize(uint32_t stride, uint32_t height);
 void toBlock(const PlainPicture& picture, uint32_t stride, uint8_t* block);
 
 /// And reads it back.
-PlainPicture fromBlock(const uint8_t* block, uint32_t stride, uint32_t width, uint32_t height, uint32_t allocatedHeight);
+PlainPicture fromBlock(const uint8_t* block, uint32_t stride, uint32_t width, uint32_t height,
+                       uint32_t allocatedHeight);
 
 /// Empty where every plane of `got` is within `decibels` of `wanted`, else which one isn't.
 std::string difference(const PlainPicture& got, const PlainPicture& wanted, double decibels);

@@ -16,6 +16,9 @@ extern "C" {
 namespace qvs::validator {
 namespace {
 
+// In the order of CodecNumber.
+constexpr AVCodecID kCodecs[kCodecCount] = {AV_CODEC_ID_NONE, AV_CODEC_ID_H264, AV_CODEC_ID_HEVC,
+                                            AV_CODEC_ID_VP8,  AV_CODEC_ID_VP9,  AV_CODEC_ID_MPEG2VIDEO};
 constexpr AVRational kMilliseconds{1, 1000};
 constexpr int64_t kFrameTime = 40;
 constexpr size_t kMostFrames = 300;
@@ -54,7 +57,8 @@ void takePictures(AVCodecContext* decoder, std::vector<PlainPicture>& pictures, 
   const Owned<AVFrame> frame(av_frame_alloc());
   while (avcodec_receive_frame(decoder, frame.get()) == 0) {
     if (isNot420(frame->format)) {
-      error = std::string("the pictures are coded as ") + av_get_pix_fmt_name(static_cast<AVPixelFormat>(frame->format));
+      error = std::string("the pictures are coded as ") +
+              av_get_pix_fmt_name(static_cast<AVPixelFormat>(frame->format));
       return;
     }
     pictures.push_back(plain(*frame));
@@ -115,7 +119,8 @@ void takePacket(Clip& clip, const AVPacket& packet, bool hasStartCodes) {
 }
 
 void fill(AVFrame* frame, uint32_t index) {
-  const PlainPicture picture = pattern(static_cast<uint32_t>(frame->width), static_cast<uint32_t>(frame->height), index, 1);
+  const PlainPicture picture =
+      pattern(static_cast<uint32_t>(frame->width), static_cast<uint32_t>(frame->height), index, 1);
   for (uint32_t plane : {kY, kU, kV}) {
     const uint32_t width = picture.widthOf(plane);
     for (uint32_t y = 0; y < picture.heightOf(plane); ++y) {
@@ -153,7 +158,7 @@ void takePackets(AVCodecContext* encoder, Clip& clip) {
 std::vector<PlainPicture> decodeForReference(const Clip& clip, std::string& error) {
   av_log_set_level(AV_LOG_QUIET);
   std::vector<PlainPicture> pictures;
-  const AVCodec* decoder = avcodec_find_decoder(codecRow(clip.codec).reference);
+  const AVCodec* decoder = avcodec_find_decoder(kCodecs[clip.codec]);
   const Owned<AVCodecContext> context(avcodec_alloc_context3(decoder));
   giveConfig(context.get(), clip.config);
   context->thread_count = 1;
@@ -181,7 +186,7 @@ Clip makeClip(uint32_t codec, uint32_t width, uint32_t height, uint32_t pictures
   av_log_set_level(AV_LOG_QUIET);
   Clip clip;
   clip.codec = codec;
-  const AVCodec* encoder = avcodec_find_encoder(codecRow(codec).reference);
+  const AVCodec* encoder = avcodec_find_encoder(kCodecs[codec]);
   if (encoder == nullptr) {
     error = std::string("libavcodec has no encoder for ") + codecRow(codec).name;
     return clip;
@@ -224,7 +229,7 @@ Clip readClip(const std::string& file, std::string& error) {
   }
   const AVStream* stream = opened->streams[code];
   for (uint32_t number = kH264; number < kCodecCount; ++number) {
-    if (codecRow(number).reference == stream->codecpar->codec_id) clip.codec = number;
+    if (kCodecs[number] == stream->codecpar->codec_id) clip.codec = number;
   }
   if (clip.codec == kUnknownCodec) {
     error = file + ": no video of a known codec";

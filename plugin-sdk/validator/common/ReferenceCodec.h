@@ -11,8 +11,8 @@ namespace qvs::validator {
 /// Coded pictures as a decoder plug-in gets them.
 struct Clip {
   uint32_t codec = 0;
-  std::vector<uint8_t> config;      ///< the container's record; may be empty
-  std::vector<CodedFrame> frames;   ///< H.264 and H.265 with lengths in front of their units
+  std::vector<uint8_t> config;     ///< the container's record; may be empty
+  std::vector<CodedFrame> frames;  ///< H.264 and H.265 with lengths in front of their units
 };
 
 /// What libavcodec makes of coded pictures, in the order of their presentation. `error` is not empty where it refused

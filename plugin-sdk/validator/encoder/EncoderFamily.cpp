@@ -12,8 +12,8 @@ Identity identify(const std::string& file, void* library) {
   pluginVideoEncoder plugin;
   const bool complete = videoEncoderResolve(&plugin, findSymbol, library, kPrefix) != 0;
   Identity identity;
-#define LIST(name, needed, parameters)                  \
-  identity.isOne |= plugin.func_##name != nullptr;      \
+#define LIST(name, needed, parameters)             \
+  identity.isOne |= plugin.func_##name != nullptr; \
   identity.listing += listingLine(kPrefix, #name, plugin.func_##name != nullptr, needed);
   VIDEO_ENCODER_ENTRY_POINTS(LIST)
 #undef LIST
@@ -46,7 +46,7 @@ std::vector<Check> checks(const Options& options, uint32_t codec) {
   std::vector<Check> all;
   append(all, rules, [options, codec] {
     std::string error;
-    EncoderUnderTest subject{{}, codec, options.output};
+    EncoderUnderTest subject{{}, codec, options};
     videoEncoderResolve(&subject.table, findSymbol, openLibrary(options.file, error), kPrefix);
     return subject;
   });

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <chrono>
 #include <deque>
-#include <map>
 #include <memory>
 #include <vector>
 
+#include "common/CallTimes.h"
 #include "common/CodedFrame.h"
 #include "common/CountingAllocator.h"
 #include "common/Pattern.h"
@@ -55,11 +54,10 @@ class EncoderRun {
   template <typename... Parameters, typename... Arguments>
   int32_t call(const char* name, int32_t (*entry)(void*, Parameters...), Arguments... arguments) {
     if (entry == nullptr || !complaint.empty()) return 0;
-    enter(name);
-    const auto begin = std::chrono::steady_clock::now();
-    const int32_t status = entry(session, arguments...);
-    enter(nullptr);
-    count(name, std::chrono::steady_clock::now() - begin);
+    const int32_t status = [&] {
+      const CallTimes::Call call(times, name);
+      return entry(session, arguments...);
+    }();
     if (status < 0) complain(std::string(name) + " gives " + std::to_string(status) + ", which is no status");
     return status;
   }
@@ -78,7 +76,6 @@ class EncoderRun {
   std::string wrongAnswers() const;
   /// And where the frames are well formed and decode to what went in.
   std::string wrongStream() const;
-  std::string timings() const;
 
   const EncoderUnderTest& subject;
   RunSettings settings;
@@ -86,12 +83,9 @@ class EncoderRun {
   void* session = nullptr;
   std::vector<CodedFrame> frames;  ///< since the last `open`
   std::string complaint;
+  CallTimes times;
 
  private:
-  struct Timing {
-    uint64_t calls = 0;
-    std::chrono::nanoseconds total{};
-  };
   struct Asked {
     int64_t time;
     bool key;
@@ -102,14 +96,12 @@ class EncoderRun {
   void resetArrays();
   void takeArrays(int32_t status);
   void take(void* array, CodedFrame frame, uint32_t size);
-  void count(const char* name, std::chrono::nanoseconds took);
 
   GuardedBytes arrays[5];
   GuardedBytes counter;
-  uint32_t index = 0;                             // of the next picture since `open`
+  uint32_t index = 0;  // of the next picture since `open`
   std::vector<Asked> asked;
   std::deque<std::unique_ptr<GuardedBytes>> past;  // pictures of calls that have returned
-  std::map<std::string, Timing> times;
 };
 
 }  // namespace qvs::validator

@@ -46,8 +46,10 @@ std::string survivesNulls(const EncoderUnderTest& subject) {
 
 // A clean run in the session behind whatever came before.
 std::string worksStill(EncoderRun& run) {
-  if (const int32_t status = run.open(RunSettings{}); status != 0) return "cannot begin anew: " + run.statusText(status);
-  if (const int32_t status = run.add(kFewPictures); status != 0) return "refuses pictures: " + run.statusText(status);
+  if (const int32_t status = run.open(RunSettings{}); status != 0)
+    return "cannot begin anew: " + run.statusText(status);
+  if (const int32_t status = run.add(kFewPictures); status != 0)
+    return "refuses pictures: " + run.statusText(status);
   run.drain();
   const std::string wrong = run.wrongAnswers();
   run.close();
@@ -64,7 +66,8 @@ std::string survivesAnyOrder(const EncoderUnderTest& subject) {
   run.drain();
   if (!run.frames.empty()) return "hands out frames and has had no picture";
   for (int twice = 0; twice < 2; ++twice) {
-    if (const int32_t status = run.open(RunSettings{}); status != 0) return "cannot open: " + run.statusText(status);
+    if (const int32_t status = run.open(RunSettings{}); status != 0)
+      return "cannot open: " + run.statusText(status);
   }
   run.add(3u);
   run.drain();
@@ -99,17 +102,19 @@ std::string leavesNothingBehind(const EncoderUnderTest& subject) {
   std::string wrong;
   int cycle = 0;
   // Some end with pictures inside, some in the middle of their settings.
-  const std::string grown = whatGrows([&] {
-    EncoderRun run(subject);
-    ++cycle;
-    if (cycle % 3 != 0) {
-      run.open();
-      run.add(4u);
-      if (cycle % 3 == 1) run.drain();
-    }
-    run.close();
-    if (wrong.empty()) wrong = run.complaint;
-  });
+  const std::string grown = whatGrows(
+      [&] {
+        EncoderRun run(subject);
+        ++cycle;
+        if (cycle % 3 != 0) {
+          run.open();
+          run.add(4u);
+          if (cycle % 3 == 1) run.drain();
+        }
+        run.close();
+        if (wrong.empty()) wrong = run.complaint;
+      },
+      subject.options.leak);
   return wrong.empty() ? grown : wrong;
 }
 
@@ -143,8 +148,10 @@ std::string keepsSessionsApart(const EncoderUnderTest& subject) {
     settings.firstTimecode += 100'000 * i;
     runs.push_back(std::make_unique<EncoderRun>(subject, settings));
     threads.emplace_back([run = runs.back().get()] {
-      if (const int32_t status = run->open(); status != 0) return run->complain("cannot open: " + run->statusText(status));
-      if (const int32_t status = run->add(24u); status != 0) return run->complain("refuses: " + run->statusText(status));
+      if (const int32_t status = run->open(); status != 0)
+        return run->complain("cannot open: " + run->statusText(status));
+      if (const int32_t status = run->add(24u); status != 0)
+        return run->complain("refuses: " + run->statusText(status));
       run->drain();
       run->close();
     });

@@ -12,7 +12,8 @@ constexpr uint32_t kPictures = 25;
 // A whole stream. Empty, or what failed.
 std::string encode(EncoderRun& run, uint32_t pictures = kPictures) {
   if (const int32_t status = run.open(); status != 0) return "cannot open: " + run.statusText(status);
-  if (const int32_t status = run.add(pictures); status != 0) return "refuses a picture: " + run.statusText(status);
+  if (const int32_t status = run.add(pictures); status != 0)
+    return "refuses a picture: " + run.statusText(status);
   if (const int32_t status = run.drain(); status != 0) return "drain gives " + run.statusText(status);
   return run.complaint;
 }
@@ -47,7 +48,8 @@ Verdict codesWhatWentIn(const EncoderUnderTest& subject) {
   std::string wrong = encode(run);
   if (wrong.empty()) wrong = run.wrongStream();
   if (!wrong.empty()) return wrong;
-  if (!subject.output.empty() && !write(run, subject.output)) return "cannot write " + subject.output;
+  const std::string& output = subject.options.output;
+  if (!output.empty() && !write(run, output)) return "cannot write " + output;
   if (subject.codec != kUnknownCodec) return {Verdict::kKept, codecRow(subject.codec).name};
   return {Verdict::kKept, "only counted, for want of a codec's name in the description or the file's name"};
 }
@@ -71,7 +73,8 @@ std::string readsLongRows(const EncoderUnderTest& subject) {
 
 // Sizes that no encoder need take, but each must answer for.
 Verdict takesOrRefusesSizes(const EncoderUnderTest& subject) {
-  constexpr std::pair<uint32_t, uint32_t> kSizes[] = {{16, 16}, {18, 34}, {66, 98}, {127, 95}, {1, 1}, {2, 2}};
+  constexpr std::pair<uint32_t, uint32_t> kSizes[] = {{16, 16},  {18, 34}, {66, 98},
+                                                      {127, 95}, {1, 1},   {2, 2}};
   std::string refused;
   for (const auto& [width, height] : kSizes) {
     const std::string size = std::to_string(width) + "x" + std::to_string(height);
@@ -80,13 +83,15 @@ Verdict takesOrRefusesSizes(const EncoderUnderTest& subject) {
     if (status == 0) status = run.add(5u);
     if (status == 0) status = run.drain();
     if (status != 0) {
-      if (subject.table.func_getProblem != nullptr && run.problem().empty()) return size + " is refused without a word";
+      if (subject.table.func_getProblem != nullptr && run.problem().empty())
+        return size + " is refused without a word";
       refused += " " + size;
     }
     const std::string wrong = status == 0 ? run.wrongStream() : run.complaint;
     if (!wrong.empty()) return size + ": " + wrong;
   }
-  for (const auto& [width, height] : {std::pair{0u, 0u}, std::pair{0u, 96u}, std::pair{~0u, ~0u}, std::pair{~0u, 2u}}) {
+  for (const auto& [width, height] :
+       {std::pair{0u, 0u}, std::pair{0u, 96u}, std::pair{~0u, ~0u}, std::pair{~0u, 2u}}) {
     EncoderRun run(subject, {.width = width, .height = height});
     if (run.open() == 0) return "takes a size of " + std::to_string(width) + "x" + std::to_string(height);
     if (!run.complaint.empty()) return run.complaint;
@@ -104,7 +109,8 @@ std::string beginsAnew(const EncoderUnderTest& subject) {
     settings.firstTimecode += 10'000;
     run.settings = settings;
     if (const int32_t status = run.open(); status != 0) return "cannot open: " + run.statusText(status);
-    if (const int32_t status = run.add(12u); status != 0) return "refuses a picture: " + run.statusText(status);
+    if (const int32_t status = run.add(12u); status != 0)
+      return "refuses a picture: " + run.statusText(status);
     if (!drains) continue;  // what is inside is dropped by the next initialize
     run.drain();
     if (const std::string wrong = run.wrongStream(); !wrong.empty()) return wrong;
@@ -134,7 +140,7 @@ Verdict takesTime(const EncoderUnderTest& subject) {
   const std::string wrong = encode(run);
   run.close();
   if (!wrong.empty()) return wrong;
-  return {Verdict::kKept, "mean of a call at 640x360" + run.timings()};
+  return {Verdict::kKept, "mean of a call at 640x360" + run.times.text()};
 }
 
 }  // namespace

@@ -10,8 +10,8 @@ namespace qvs::validator {
 /// An opened encoder plug-in and the codec that it is checked with.
 struct EncoderUnderTest {
   pluginVideoEncoder table;
-  uint32_t codec;      ///< CodecNumber
-  std::string output;  ///< file for the coded stream, or empty
+  uint32_t codec;  ///< CodecNumber
+  Options options;
 };
 
 using EncoderRules = std::vector<Rule<EncoderUnderTest>>;

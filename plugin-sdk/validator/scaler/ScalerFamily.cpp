@@ -9,8 +9,8 @@ Identity identify(const std::string&, void* library) {
   PluginVideoScaler plugin;
   const bool complete = videoScalerResolve(&plugin, findSymbol, library) != 0;
   Identity identity;
-#define LIST(name, needed, result, parameters)                                                          \
-  identity.isOne |= plugin.func_##name != nullptr;                                                      \
+#define LIST(name, needed, result, parameters)     \
+  identity.isOne |= plugin.func_##name != nullptr; \
   identity.listing += listingLine("zarvoVideoScaler_", #name, plugin.func_##name != nullptr, needed);
   VIDEO_SCALER_ENTRY_POINTS(LIST)
 #undef LIST

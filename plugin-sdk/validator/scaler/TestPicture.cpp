@@ -38,7 +38,8 @@ TestPicture::TestPicture(uint32_t fourcc, uint32_t width, uint32_t height, uint3
   } else if (!packed) {
     size += 2 * size_t{stride / 2} * (height / 2);
   }
-  memory = std::make_unique<GuardedBytes>("a picture", size, atEnd ? GuardedBytes::kEnd : GuardedBytes::kStart);
+  memory =
+      std::make_unique<GuardedBytes>("a picture", size, atEnd ? GuardedBytes::kEnd : GuardedBytes::kStart);
   bytes = memory->data();
   record.plane = bytes;
 
@@ -66,7 +67,8 @@ size_t TestPicture::offsetOf(Component component, uint32_t x, uint32_t y) const 
   }
   if (component == Component::kY) return y * stride + x;
   const size_t chroma = stride * record.height;
-  if (record.fourcc == fourcc("NV12")) return chroma + y * stride + size_t{2} * x + (component == Component::kV);
+  if (record.fourcc == fourcc("NV12"))
+    return chroma + y * stride + size_t{2} * x + (component == Component::kV);
   const bool second = (component == Component::kU) == (record.fourcc == fourcc("YV12"));
   return chroma + (second ? stride / 2 * (record.height / 2) : 0) + y * (stride / 2) + x;
 }
