@@ -1,6 +1,6 @@
 // Drives a plug-in through the contract of its family's header and tells what it breaks.
 //
-//   qvs-plugin-validate [--seconds N] [--leak BYTES] [--input CLIP] [--output STREAM] FILE.so
+//   qvs-plugin-validate [OPTION]... FILE.so
 //
 // Exit code 0: the contract is kept; 1: it is broken; 2: there is nothing to check.
 #include <charconv>
@@ -20,6 +20,7 @@ constexpr const Family* kFamilies[] = {&kScalerFamily, &kEncoderFamily, &kDecode
 
 constexpr const char* kUsage =
     "usage: qvs-plugin-validate [OPTION]... FILE.so\n"
+    "  --only TEXT      the rules that hold this text\n"
     "  --seconds N      a check that takes longer has hung (60)\n"
     "  --input CLIP     decoders: the clip to decode, in place of one made for the purpose\n"
     "  --leak BYTES     what a library behind the plug-in is known to lose with each session (0)\n"
@@ -60,7 +61,10 @@ int validate(const Options& options) {
   head >> family;
   int broken = 0;
   for (uint32_t codec = 0; head >> codec;) {
-    broken += runAll(kFamilies[family]->checks(options, codec), options.seconds);
+    std::vector<Check> checks = kFamilies[family]->checks(options, codec);
+    std::erase_if(checks,
+                  [&](const Check& check) { return strstr(check.rule, options.only.c_str()) == nullptr; });
+    broken += runAll(checks, options.seconds);
   }
   printf("%s\n", broken == 0 ? "The contract is kept." : "The contract is broken.");
   return broken == 0 ? kKept : kBroken;
@@ -76,10 +80,12 @@ bool parse(int count, char** arguments, Options& options) {
     const std::string argument = arguments[i];
     if (argument.starts_with("--")) {
       if (++i == count) return false;
-      if (argument == "--input") {
-        options.input = arguments[i];
-      } else if (argument == "--output") {
-        options.output = arguments[i];
+      std::string* const text = argument == "--input"    ? &options.input
+                                : argument == "--output" ? &options.output
+                                : argument == "--only"   ? &options.only
+                                                         : nullptr;
+      if (text != nullptr) {
+        *text = arguments[i];
       } else {
         unsigned* const number = argument == "--seconds" ? &options.seconds
                                  : argument == "--leak"  ? &options.leak

@@ -14,6 +14,7 @@ struct Options {
   std::string file;
   std::string input;   ///< coded pictures for decoders; empty: own ones
   std::string output;  ///< where an encoder's stream goes; empty: nowhere
+  std::string only;    ///< rules that hold this text; empty: all
   unsigned seconds = 60;
   unsigned leak = 0;  ///< bytes a session that a library behind the plug-in is known to lose
 };

@@ -23,7 +23,7 @@ class GuardedBytes {
   uint8_t* data() const { return start; }
   size_t size() const { return bytes; }
   /// An address that belongs to these bytes and that nobody can read or write.
-  void* handle() const { return map + room + page; }
+  void* handle() const { return map + room + page + page / 2; }
 
   /// From here on the bytes may be read, or not even that; `because` completes "touched ..." in messages.
   void makeReadOnly(const char* because);

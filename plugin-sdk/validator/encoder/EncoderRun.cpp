@@ -86,7 +86,7 @@ int32_t EncoderRun::open(const RunSettings& changed) {
 }
 
 int32_t EncoderRun::add(bool key) {
-  if (!complaint.empty()) return 0;
+  if (!complaint.empty()) return kGivenUp;
   const uint32_t stride = settings.width + settings.slack;
   past.push_back(std::make_unique<GuardedBytes>("a picture", blockSize(stride, settings.height)));
   GuardedBytes& block = *past.back();
@@ -219,6 +219,7 @@ std::string EncoderRun::problem() {
 }
 
 std::string EncoderRun::statusText(int32_t status) {
+  if (!complaint.empty()) return complaint;
   const std::string words = problem();
   return "status " + std::to_string(status) + (words.empty() ? "" : " (" + words + ")");
 }
