@@ -1,0 +1,95 @@
+#pragma once
+
+#include <vpl/mfx.h>
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "CodingTimes.h"
+#include "EncoderSession.h"
+#include "KeyTable.h"
+#include "MfxSession.h"
+#include "NV12Surfaces.h"
+#include "QuickSyncSettings.h"
+
+namespace qvs::plugins {
+
+/// What tells one encoder library from another.
+struct QuickSyncCodec {
+  const char* name;    ///< "h264"
+  mfxU32 id;           ///< MFX_CODEC_
+  mfxU16 idrInterval;  ///< of the runtime's counting, for which each I picture of its grid is an IDR picture
+  uint8_t sequenceUnit;   ///< type of the NAL unit that begins a key frame's parameter sets
+  uint8_t unitTypeShift;  ///< of the type in the unit's first byte
+  uint8_t unitTypeMask;
+};
+extern const QuickSyncCodec kQuickSyncH264;
+extern const QuickSyncCodec kQuickSyncH265;
+
+/// H.264 and H.265 through the vendor's media runtime. Pictures are copied once, into surfaces in system memory that
+/// the runtime takes to the device.
+class QuickSyncEncoder : public EncoderSession {
+ public:
+  explicit QuickSyncEncoder(const QuickSyncCodec& row);
+  ~QuickSyncEncoder() override { close(); }
+
+  int32_t open() override;
+  int32_t encode(const Picture& picture) override;
+  int32_t drain() override;
+  int32_t changeBitRate(uint32_t bitsPerSecond) override;
+  int32_t keyType(uint32_t key) const override { return keys.type(key); }
+  int32_t setKey(uint32_t key, int64_t value) override { return keys.set(key, value, problem); }
+  int32_t setKey(uint32_t key, double value) override { return keys.set(key, value, problem); }
+  int32_t getKey(uint32_t key, int64_t* value) const override { return keys.get(key, value); }
+  int32_t getKey(uint32_t key, double* value) const override { return keys.get(key, value); }
+
+ private:
+  /// A coded picture on its way; the runtime writes `bits` until `sync` is reached.
+  struct Task {
+    mfxBitstream bits{};
+    mfxSyncPoint sync = nullptr;
+    std::vector<uint8_t> memory;
+  };
+
+  void close();
+  int32_t start();
+  int32_t allocate();
+  int32_t readHeaders();
+  /// A failure after which nothing more is tried until the encoder is opened anew.
+  int32_t fault(std::string why);
+  int32_t takeSurface(mfxFrameSurface1*& surface);
+  /// Gives a picture, or null for no more, to the runtime. `coded` tells whether a coded picture is under way for it.
+  int32_t submit(mfxFrameSurface1* surface, mfxEncodeCtrl* control, bool& coded);
+  bool grow(Task& task);
+  /// Waits for the oldest coded picture and puts it out. `done` false: not within the time.
+  int32_t collectOldest(int64_t milliseconds, bool& done);
+  /// Puts out what is ready, waiting as long as more than `allowed` are under way.
+  int32_t collect(size_t allowed);
+  int32_t flushAll();
+  int32_t put(const Task& task);
+  std::span<const uint8_t> withHeaders(std::span<const uint8_t> bytes);
+  bool hasHeaders(std::span<const uint8_t> bytes) const;
+  int32_t reset(bool newSequence);
+
+  const QuickSyncCodec& codec;
+  QuickSyncEncoderSettings settings;
+  KeyTable<QuickSyncEncoderSettings> keys;
+  MfxSession session;
+  NV12Surfaces surfaces;
+  QuickSyncParameters parameters;
+  mfxEncodeCtrl keyControl{};  ///< asks for a key frame; the runtime may read it until the picture is done
+  CodingTimes times;
+  std::vector<Task> tasks;  ///< a ring
+  size_t oldest = 0;
+  size_t underWay = 0;
+  std::vector<uint8_t> headers;  ///< parameter sets behind start codes, as the runtime tells them
+  std::vector<uint8_t> joined;   ///< a key frame behind them
+  uint64_t firstTimecode = 0;
+  bool hasFirst = false;
+  bool running = false;
+  std::string lost;  ///< why the device is of no more use; empty while it is
+};
+
+}  // namespace qvs::plugins

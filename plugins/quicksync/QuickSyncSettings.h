@@ -1,0 +1,79 @@
+#pragma once
+
+#include <vpl/mfx.h>
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "EncoderSession.h"
+#include "KeyTable.h"
+#include "MfxSession.h"
+
+namespace qvs::plugins {
+
+struct QuickSyncCodec;
+
+/// What the keys of an encoder set.
+struct QuickSyncEncoderSettings : MfxPatience {
+  int64_t asyncDepth = 1;
+  int64_t rateControl = 1;
+  int64_t maxBitRate = 0;
+  int64_t bufferLength = 1000;
+  int64_t qpI = 24;
+  int64_t qpP = 26;
+  int64_t qpB = 28;
+  int64_t quality = 25;
+  int64_t keyFrameInterval = 250;
+  int64_t bPictures = 0;
+  int64_t references = 0;
+  int64_t targetUsage = 4;
+  int64_t profile = 0;
+  int64_t level = 0;
+  int64_t lowPower = 0;
+  int64_t slices = 0;
+  int64_t lookAhead = 0;
+  int64_t colorPrimaries = 2;
+  int64_t transfer = 2;
+  int64_t matrix = 2;
+  int64_t fullRange = 0;
+};
+
+std::span<const KeyRow<QuickSyncEncoderSettings>> quickSyncEncoderKeys();
+
+/// The parameters of a running encoder with the records that hang on them: not to be copied.
+class QuickSyncParameters {
+ public:
+  QuickSyncParameters() = default;
+  QuickSyncParameters(const QuickSyncParameters&) = delete;
+  QuickSyncParameters& operator=(const QuickSyncParameters&) = delete;
+
+  void fill(const QuickSyncCodec& codec, const CommonSettings& common,
+            const QuickSyncEncoderSettings& settings);
+  void setBitRate(uint32_t bitsPerSecond, const QuickSyncEncoderSettings& settings);
+
+  /// For a change while running: whether coding goes on in the sequence or begins a new one.
+  void attachReset(bool newSequence);
+  void detachReset();
+
+  /// Bytes that the largest coded picture may take.
+  uint32_t codedSize() const;
+  /// Pictures by which coding runs ahead of showing.
+  uint32_t reordering() const;
+  bool hasBitRate() const;
+  bool looksAhead() const { return video.mfx.RateControlMethod == MFX_RATECONTROL_LA; }
+
+  mfxVideoParam video{};
+
+ private:
+  void fillRateControl(const CommonSettings& common, const QuickSyncEncoderSettings& settings);
+  void fillPicture(const CommonSettings& common);
+
+  mfxExtCodingOption option{};
+  mfxExtCodingOption2 option2{};
+  mfxExtVideoSignalInfo color{};
+  mfxExtEncoderResetOption resetOption{};
+  mfxExtBuffer* attached[4] = {};
+};
+
+}  // namespace qvs::plugins
