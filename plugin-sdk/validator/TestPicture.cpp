@@ -75,11 +75,12 @@ size_t TestPicture::offsetOf(Component component, uint32_t x, uint32_t y) const 
   const size_t stride = record.stride;
   if (record.fourcc == fourcc("VUYA")) {
     constexpr size_t kByte[] = {2, 1, 0, 3};
-    return y * stride + 4 * x + kByte[static_cast<int>(component)];
+    return y * stride + size_t{4} * x + kByte[static_cast<int>(component)];
   }
   if (component == Component::kY) return y * stride + x;
   const size_t chroma = stride * record.height;
-  if (record.fourcc == fourcc("NV12")) return chroma + y * stride + 2 * x + (component == Component::kV);
+  if (record.fourcc == fourcc("NV12"))
+    return chroma + y * stride + size_t{2} * x + (component == Component::kV);
   const bool second = (component == Component::kU) == (record.fourcc == fourcc("YV12"));
   return chroma + (second ? stride / 2 * (record.height / 2) : 0) + y * (stride / 2) + x;
 }

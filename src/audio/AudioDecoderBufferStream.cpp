@@ -59,7 +59,7 @@ uint32_t AudioDecoderBufferStream::scaleBlock(const mc_aud_frame_hdr_t& header, 
   if (scaledEnd > out.getLen() && !grow(out, end, scaledEnd, 2, header.sample_rate)) return 0;
   // From the end: no sample is overwritten before it has been read.
   auto* samples = reinterpret_cast<int16_t*>(out.getBuffer() + position);
-  for (uint32_t i = dst_bfr.bfr_size / kBytesPerSample; i-- > 0;) {
+  for (size_t i = dst_bfr.bfr_size / kBytesPerSample; i-- > 0;) {
     samples[2 * i] = samples[2 * i + 1] = samples[i];
   }
   dst_bfr.bfr_size *= 2;

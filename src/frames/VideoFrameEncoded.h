@@ -1,22 +1,10 @@
 #pragma once
 
+#include <qvs/video_frame.h>
+
 #include <cstdint>
 
 namespace qvs {
-
-/// An encoded access unit as plain data.
-struct VideoFrameEncodedData {
-  uint8_t* buffer = nullptr;  ///< the bytes, where they are in native memory
-  void* jbuffer = nullptr;    ///< the bytes as an array of the virtual machine, where the encoder wrote there
-  void* nbuffer = nullptr;    ///< handle of the encoder's library, to be given back to it
-  uint32_t len = 0;           ///< bytes
-  uint64_t timecode = 0;      ///< presentation time, ms
-  int64_t timecodeOffset = 0;  ///< presentation minus decoding time, ms
-  uint32_t frameType = 0;
-  int32_t vodPacketsIndex = 0;
-  uint8_t codecConfig = 0;   ///< not 0: codec configuration
-  bool isAllocated = false;  ///< `buffer` was malloc'ed and whoever takes the frame frees it
-};
 
 /// An encoded access unit on its way out of an encoder. Copied by value; frees nothing by itself.
 class VideoFrameEncoded {
@@ -31,7 +19,7 @@ class VideoFrameEncoded {
     frameData.timecode = timecode;
     frameData.timecodeOffset = timecodeOffset;
     frameData.frameType = frameType;
-    frameData.isAllocated = isAllocated;
+    frameData.isAllocated = isAllocated ? 1 : 0;
   }
 
   uint8_t* getBuffer() const { return frameData.buffer; }
@@ -53,13 +41,13 @@ class VideoFrameEncoded {
   void setVODPacketsIndex(int32_t value) { frameData.vodPacketsIndex = value; }
   bool isCodecConfig() const { return frameData.codecConfig != 0; }
   void setCodecConfig(uint8_t value) { frameData.codecConfig = value; }
-  bool isAllocated() const { return frameData.isAllocated; }
+  bool isAllocated() const { return frameData.isAllocated != 0; }
 
   void getFrameData(VideoFrameEncodedData& out) const { out = frameData; }
   void setFrameData(const VideoFrameEncodedData& in) { frameData = in; }
 
  private:
-  VideoFrameEncodedData frameData;
+  VideoFrameEncodedData frameData{};
 };
 
 }  // namespace qvs

@@ -3,11 +3,13 @@
 #include <qvs/plugin.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
 
 #include "platform/SharedLibrary.h"
+#include "plugin/PluginStatus.h"
 
 namespace qvs {
 
@@ -47,6 +49,15 @@ class PluginSession {
   bool isLoaded() const { return library.isOpen(); }
   const Table& entryPoints() const { return table; }
 
+  /// What a library that is closed again answers when asked for its version, which goes to `major` and `minor`;
+  /// nothing where it can't be loaded or lacks the function.
+  static std::optional<int32_t> askVersion(const std::string& path, Resolver resolve, const char* prefix,
+                                           uint32_t* major, uint32_t* minor) {
+    PluginSession plugin;
+    if (!plugin.load(path, resolve, prefix) || plugin.table.func_getVersion == nullptr) return std::nullopt;
+    return plugin.table.func_getVersion(nullptr, 0, major, minor);
+  }
+
   /// Makes the session and tells it `host` with the allocator, in the form with a free callback where the plug-in has
   /// that. Gives the status of the making.
   int32_t create(void* host, const PluginAllocator& allocator) {
@@ -73,6 +84,22 @@ class PluginSession {
   Result call(Result (*Table::*entry)(void*, Parameters...), Arguments&&... arguments) {
     if (offers(entry)) return (table.*entry)(session, std::forward<Arguments>(arguments)...);
     if constexpr (!std::is_void_v<Result>) return Result{};
+  }
+
+  /// The plug-in's own words for its last failure; empty where it has none.
+  std::string problem() {
+    char text[512] = "";
+    call(&Table::func_getProblem, text, uint32_t{sizeof text});
+    text[sizeof text - 1] = '\0';
+    return text;
+  }
+
+  /// Calls an entry point that answers a status; for a failure the plug-in's words come with it.
+  template <typename Entry, typename... Arguments>
+  PluginAnswer ask(Entry entry, Arguments&&... arguments) {
+    PluginAnswer answer{static_cast<int32_t>(call(entry, std::forward<Arguments>(arguments)...)), {}};
+    if (answer.status != 0) answer.words = problem();
+    return answer;
   }
 
   /// Destroys the session and closes the library.

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "AudioBlocks.h"
-#include "contract/ParameterType.h"
 #include "log/LogCollector.h"
 
 namespace qvs {
@@ -170,24 +169,6 @@ TEST_F(AacEncoder, SettingsThatAreServedChangeWhatIsCoded) {
     ASSERT_EQ(encoder->initialize(), 0u);
     EXPECT_EQ(encodeAll(*encoder, clip, {kFrame}), plain) << "key " << key << " is not about the bytes";
   }
-}
-
-TEST_F(AacEncoder, KeysReadBackAndOthersAreUnknown) {
-  uint32_t length = 7;
-  for (uint32_t key = 40000; key <= 40017; ++key) {
-    EXPECT_EQ(encoder->getParameterValueType(key, &length), kParameterLong);
-    encoder->setParameterValue(key, int64_t{key - 39990});
-    int64_t value = -1;
-    encoder->getParameterValue(key, &value);
-    EXPECT_EQ(value, key - 39990) << key;
-  }
-  for (uint32_t key : {39999u, 40018u, 0u}) {
-    EXPECT_EQ(encoder->getParameterValueType(key, &length), kParameterUnknown);
-    int64_t value = -1;
-    EXPECT_EQ(encoder->getParameterValue(key, &value), 0u);
-    EXPECT_EQ(value, 0);
-  }
-  EXPECT_EQ(length, 0u);
 }
 
 TEST_F(AacEncoder, AGapInTheInputShowsInTheTimecodes) {

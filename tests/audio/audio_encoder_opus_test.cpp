@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "AudioBlocks.h"
-#include "contract/ParameterType.h"
 #include "log/LogCollector.h"
 #include "SampleBlocks.h"
 
@@ -73,16 +72,6 @@ TEST_F(OpusEncoderClass, HeaderIsTheIdentificationHeader) {
     ASSERT_EQ(headersOf(*encoder).size(), 1u) << "a second initialize leaves one header";
   }
   EXPECT_EQ(headersOf(*encoder)[0].bytes[17], 0x7F) << "as loud as the field can say";
-}
-
-TEST_F(OpusEncoderClass, KeysHaveTheirTypes) {
-  EXPECT_EQ(encoder->getParameterValueType(190000, nullptr), kParameterDouble);
-  EXPECT_EQ(encoder->getParameterValueType(190001, nullptr), kParameterLong);
-  EXPECT_EQ(encoder->getParameterValueType(190002, nullptr), kParameterUnknown);
-  double gain = 0;
-  encoder->setParameterValue(190000, 2.5);
-  encoder->getParameterValue(190000, &gain);
-  EXPECT_EQ(gain, 2.5);
 }
 
 TEST_F(OpusEncoderClass, DecodedAudioIsLateByThePreSkipAndByNothingElse) {

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "AudioBlocks.h"
-#include "contract/ParameterType.h"
 #include "log/LogCollector.h"
 #include "SampleBlocks.h"
 
@@ -206,7 +205,6 @@ TEST_F(VorbisEncoder, TakesTheFirstTwoChannelsAndDoublesASingleOne) {
 }
 
 TEST_F(VorbisEncoder, AnUnmanagedRateStillComesOutRight) {
-  EXPECT_EQ(encoder->getParameterValueType(AudioEncoderVorbis::kKeyUnmanaged, nullptr), kParameterLong);
   const AudioClip clip = makeSweep(48000, 2, 48000);
   ASSERT_EQ(encoder->initialize(), 0u);
   const auto managed = encodeAll(*encoder, clip, {1024});

@@ -80,19 +80,6 @@ class MpegAudio : public testing::Test {
   }
 };
 
-TEST_F(MpegAudio, BothDecodersServeTwoKeys) {
-  for (const AudioFile* file : {&aac(), &mp3()}) {
-    MpegAudioRun run(*file);
-    for (uint32_t key : {0u, 1u, 2u}) {
-      int64_t value = 9;
-      EXPECT_EQ(run.decoder().getParameterValueType(key, nullptr), key < 2 ? 1u : 0u);
-      run.decoder().setParameterValue(key, int64_t{key + 2});
-      run.decoder().getParameterValue(key, &value);
-      EXPECT_EQ(value, key < 2 ? key + 2 : 0);
-    }
-  }
-}
-
 TEST_F(MpegAudio, AConfigurationThatNoHeaderCanNameIsRefusedWithALine) {
   MpegAudioRun run(aac());
   IAudioDecoder& decoder = run.decoder();

@@ -156,7 +156,7 @@ TEST(VideoFrameEncoded, StartsEmptyAndCopiesWhole) {
   EXPECT_FALSE(frame.isAllocated() || frame.isJavaBuffer() || frame.isCodecConfig());
   uint8_t byte = 0;
   VideoFrameEncoded full(&byte, 1, 40, -5, 2, true);
-  VideoFrameEncodedData data;
+  VideoFrameEncodedData data{};
   full.getFrameData(data);
   frame.setFrameData(data);
   EXPECT_EQ(frame.getTimecodeOffset(), -5);

@@ -46,6 +46,7 @@ TEST(PluginLayout, OfRecordsIsFrozen) {
   EXPECT_EQ(offsetof(pluginVideoEncoder, func_addFrame2), 17 * sizeof(void*));
   EXPECT_EQ(offsetof(pluginVideoEncoder, func_getParameterValueDouble), 31 * sizeof(void*));
   EXPECT_EQ(offsetof(pluginVideoEncoder, func_describe), 34 * sizeof(void*));
+  EXPECT_EQ(offsetof(pluginVideoEncoder, func_setPluginPath), 35 * sizeof(void*));
   EXPECT_EQ(offsetof(pluginVideoDecoder, func_decode2), 27 * sizeof(void*));
   EXPECT_EQ(offsetof(pluginVideoDecoder, func_describe), 38 * sizeof(void*));
   EXPECT_EQ(offsetof(pluginVODTranscoder, func_transcode), 5 * sizeof(void*));

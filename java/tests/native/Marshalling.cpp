@@ -1,5 +1,6 @@
 // Runs the movers of the native boundary on data that no stage in the tests gives.
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <variant>
@@ -85,7 +86,7 @@ class EchoStage {
 
 uint8_t* bytesOf(const char* text) {
   auto* bytes = static_cast<uint8_t*>(std::malloc(std::strlen(text)));
-  std::memcpy(bytes, text, std::strlen(text));
+  std::copy_n(text, std::strlen(text), bytes);
   return bytes;
 }
 

@@ -52,10 +52,20 @@ extern "C" {
   X(22, INIT_ENCODER, "Init encoder failed.")                                     \
   X(23, ALLOCATE_BUFFER, "Allocate buffer failed.")
 
+/* Further codes of plug-ins that decode or that take pictures through a processing step. */
+#define QVS_PLUGIN_DECODER_STATUS_CODES(X)             \
+  X(24, CREATE_DECODER, "Decoder creation failed")     \
+  X(25, INIT_DECODER, "Decoder init failed")           \
+  X(26, INIT_VPP, "VPP init failed")                   \
+  X(27, PARSE_HEADER, "Decoder header parse error")    \
+  X(28, CREATE_ALLOCATOR, "Allocator creation failed") \
+  X(29, INIT_ALLOCATOR, "Allocator init failed")       \
+  X(30, CREATE_VPP, "VPP creation failed")
+
 enum QvsPluginStatus {
   QVS_PLUGIN_OK = 0,
 #define QVS_PLUGIN_STATUS_NAME(code, name, text) QVS_PLUGIN_##name = code,
-  QVS_PLUGIN_STATUS_CODES(QVS_PLUGIN_STATUS_NAME)
+  QVS_PLUGIN_STATUS_CODES(QVS_PLUGIN_STATUS_NAME) QVS_PLUGIN_DECODER_STATUS_CODES(QVS_PLUGIN_STATUS_NAME)
 #undef QVS_PLUGIN_STATUS_NAME
 };
 
@@ -79,7 +89,7 @@ static inline int qvsResolve(void* field, QvsFindSymbol find, void* library, con
   address = find(library, symbol);
   /* The bytes are copied because plain C has no cast from a data pointer to a function pointer. */
   memcpy(field, &address, sizeof address);
-  return address != NULL;
+  return address ? 1 : 0;
 }
 
 #ifdef __cplusplus

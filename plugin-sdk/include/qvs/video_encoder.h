@@ -40,20 +40,6 @@ extern "C" {
 /* Coded frames that one call can give back, at most. */
 #define QVS_VIDEO_ENCODER_FRAMES_MAX 20u
 
-/* A coded frame, as addFrame3 and encodeFrame give it and as off-line plug-ins take and give it. */
-typedef struct VideoFrameEncodedData {
-  uint8_t* buffer; /* the bytes, from the transcoder's allocator */
-  void* jbuffer;   /* or an array of the host's virtual machine */
-  void* nbuffer;   /* or the plug-in's own handle, given back by freeObject once the bytes have been taken */
-  uint32_t len;    /* bytes */
-  uint64_t timecode;       /* milliseconds, decoding */
-  int64_t timecodeOffset;  /* milliseconds, presentation minus decoding */
-  uint32_t frameType;      /* QVS_FRAME_... */
-  int32_t vodPacketsIndex; /* off-line work: index of the packet it came from */
-  uint8_t codecConfig;     /* not 0: configuration, no picture */
-  uint8_t isAllocated;     /* not 0: `buffer` is the receiver's to free */
-} VideoFrameEncodedData;
-
 typedef struct PluginVideoEncoderOutput {
   VideoFrameEncodedData* frames; /* room for maxFrameCount */
   uint32_t frameCount;           /* out */
@@ -100,6 +86,8 @@ typedef struct PluginVideoEncoderOutput {
  * describe: the plug-in as JSON: {"name", "codecs": [..], "standsOn", "maxWidth", "maxHeight", "keys": [{"key", "name",
  *   "type": "long" or "double", "low", "high", "default", "does"}]}. Cut to `size`; `*needed`, where not null, receives
  *   the bytes for all of it with the zero at its end                                                        [any]
+ * setPluginPath: the directory of the vendor's own codec modules, for a back end that loads such; before initialize
+ *                                                                                                       [session]
  */
 #define VIDEO_ENCODER_ENTRY_POINTS(X)                                                                      \
   X(getVersion, 1, (uint8_t * buffer, uint32_t bufferLen, uint32_t * major, uint32_t * minor))             \
@@ -146,7 +134,8 @@ typedef struct PluginVideoEncoderOutput {
   X(drain, 0,                                                                                              \
     (void* session, void** frames, uint32_t* sizes, uint32_t* frameTypes, uint64_t* timecodes,             \
      uint64_t* timecodeOffsets, uint32_t* count))                                                          \
-  X(describe, 0, (char* text, uint32_t size, uint32_t* needed))
+  X(describe, 0, (char* text, uint32_t size, uint32_t* needed))                                            \
+  X(setPluginPath, 0, (void* session, const char* path))
 
 /* What a plug-in defines. */
 #define VIDEO_ENCODER_DECLARE(name, needed, parameters) \

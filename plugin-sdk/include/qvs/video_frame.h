@@ -1,5 +1,5 @@
-/* Pictures as they cross between the transcoder and its codec plug-ins: records that encoder, decoder and
- * off-line plug-ins share. Plain C11, and valid C++.
+/* Pictures and coded frames as they cross between the transcoder and its codec plug-ins: records that encoder, decoder
+ * and off-line plug-ins share. Plain C11, and valid C++.
  *
  * Records only grow, at the end; sizes and offsets are frozen, and tested. All pointers are borrowed for the
  * length of the call that passes the record, unless the entry point says otherwise.
@@ -61,6 +61,20 @@ typedef struct PluginVideoBuffer {
   uint32_t index;
   void* opaque_;
 } PluginVideoBuffer;
+
+/* A coded frame: as encoders give it, and as off-line plug-ins take and give it. */
+typedef struct VideoFrameEncodedData {
+  uint8_t* buffer; /* the bytes, from the transcoder's allocator */
+  void* jbuffer;   /* or an array of the host's virtual machine */
+  void* nbuffer;   /* or the plug-in's own handle, given back by freeObject once the bytes have been taken */
+  uint32_t len;    /* bytes */
+  uint64_t timecode;       /* milliseconds, decoding */
+  int64_t timecodeOffset;  /* milliseconds, presentation minus decoding */
+  uint32_t frameType;      /* QVS_FRAME_... */
+  int32_t vodPacketsIndex; /* off-line work: index of the packet it came from */
+  uint8_t codecConfig;     /* not 0: configuration, no picture */
+  uint8_t isAllocated;     /* not 0: `buffer` is the receiver's to free */
+} VideoFrameEncodedData;
 
 /* A CUDA context and stream that the transcoder owns. */
 typedef struct PluginVideoCUDAContext {

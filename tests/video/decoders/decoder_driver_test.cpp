@@ -437,31 +437,6 @@ TEST(DecoderDriver, FlushesUntilNothingComes) {
   EXPECT_EQ(closed.close(), 0u);
 }
 
-TEST(DecoderDriver, KnowsTheKeysOfItsClass) {
-  const auto known = [](IVideoDecoder& decoder) {
-    std::vector<uint32_t> keys;
-    for (const uint32_t key : {0u, 1u, 2u, 10000u, 10001u, 10002u, 10003u, 10004u, 10008u, 10009u}) {
-      uint32_t length = 5;
-      if (decoder.getParameterValueType(key, &length) == 0) continue;
-      EXPECT_EQ(length, 0u);
-      EXPECT_EQ(decoder.setParameterValue(key, int64_t{-7}), 0u);
-      int64_t value = 0;
-      decoder.getParameterValue(key, &value);
-      EXPECT_EQ(static_cast<int32_t>(value), -7) << key;
-      keys.push_back(key);
-    }
-    return keys;
-  };
-  VideoDecoderH264 h264;
-  VideoDecoderH265 h265;
-  VideoDecoderMP4 mp4;
-  VideoDecoderMP2 mp2;
-  EXPECT_THAT(known(h264), ElementsAre(0, 1, 10000, 10001, 10002, 10004, 10008));
-  EXPECT_THAT(known(h265), ElementsAre(0, 1, 10000, 10001, 10002, 10003, 10004, 10008));
-  EXPECT_THAT(known(mp4), ElementsAre(0, 1, 10000, 10001, 10002));
-  EXPECT_THAT(known(mp2), ElementsAre(0, 1, 10000, 10001, 10002));
-}
-
 TEST(ParameterSets, GoThroughRecordsAndAnnexB) {
   ParameterSets avc;
   EXPECT_EQ(avc.readAvcRecord(avcRecord(2)).field, nullptr);

@@ -324,23 +324,6 @@ TEST_F(VideoDecoderVPXTest, WarnsOnceOfAPictureThatFramesCanNotTake) {
       testing::ElementsAre("VideoDecoderVPX.getDecodedFrame[{context}]: Image format is not supported: 262"));
 }
 
-TEST_F(VideoDecoderVPXTest, KeepsItsTwoKeys) {
-  uint32_t length = 9;
-  EXPECT_EQ(decoder.getParameterValueType(0, &length), kParameterLong);
-  EXPECT_EQ(length, 0u);
-  EXPECT_EQ(decoder.getParameterValueType(1, nullptr), kParameterLong);
-  EXPECT_EQ(decoder.getParameterValueType(2, nullptr), kParameterUnknown);
-  decoder.setParameterValue(0, int64_t{4});
-  decoder.setParameterValue(1, int64_t{5});
-  decoder.setParameterValue(2, int64_t{6});
-  int64_t number = -1;
-  decoder.getParameterValue(0, &number);
-  EXPECT_EQ(number, 4);
-  EXPECT_EQ(decoder.getDeinterlaceDoubleRate(), 5u);
-  decoder.getParameterValue(2, &number);
-  EXPECT_EQ(number, 0);
-}
-
 /// The base alone: what a decoder without a loop of its own answers.
 class BareDecoder : public VideoDecoderBase {
  public:
