@@ -10,6 +10,8 @@ pkg_check_modules(AVCODEC REQUIRED IMPORTED_TARGET libavcodec libavfilter libavu
 pkg_check_modules(SWRESAMPLE REQUIRED IMPORTED_TARGET libswresample libavutil)
 pkg_check_modules(X264 REQUIRED IMPORTED_TARGET x264)
 pkg_check_modules(X265 REQUIRED IMPORTED_TARGET x265)
+pkg_check_modules(VA REQUIRED IMPORTED_TARGET libva libva-drm)
+pkg_check_modules(DRM REQUIRED IMPORTED_TARGET libdrm)
 pkg_check_modules(OPUS REQUIRED IMPORTED_TARGET opus)
 pkg_check_modules(SPEEX REQUIRED IMPORTED_TARGET speex)
 pkg_check_modules(VORBIS REQUIRED IMPORTED_TARGET vorbis vorbisenc ogg)

@@ -73,10 +73,10 @@ TEST_F(PluginDecoder, WritesItsPictureIntoATargetOfOddSize) {
 TEST_F(PluginDecoder, RefusesATargetThatThePictureDoesNotFit) {
   open(64, 48);
   host.addFrame(unit, 1, 3, 0, 1);
-  for (const auto [width, height, fourcc] : {std::tuple(64u, 46u, kFourCCYV12),
-                                             {62u, 48u, kFourCCYV12},
-                                             {64u, 48u, kFourCCI420},
-                                             {64u, 48u, kFourCCBGRA}}) {
+  for (const auto& [width, height, fourcc] : {std::tuple(64u, 46u, kFourCCYV12),
+                                              {62u, 48u, kFourCCYV12},
+                                              {64u, 48u, kFourCCI420},
+                                              {64u, 48u, kFourCCBGRA}}) {
     VideoFrameBuffer target;
     target.allocBuffer(width, height, fourcc, 1);
     EXPECT_EQ(host.getDecodedFrame(target), kFail) << width << 'x' << height;
