@@ -124,8 +124,15 @@ mfxStatus VplEncoder::tell(mfxVideoParam& out) {
   return status;
 }
 
+/// Pictures in 90 kHz.
+int64_t VplEncoder::ticks(int64_t count) const {
+  const mfxFrameInfo& info = parameters.mfx.FrameInfo;
+  return count * 90000 * std::max(info.FrameRateExtD, 1u) / std::max(info.FrameRateExtN, 1u);
+}
+
 mfxStatus VplEncoder::give(const mfxEncodeCtrl* control, mfxFrameSurface1* surface) {
   if (drained) return MFX_ERR_UNDEFINED_BEHAVIOR;  // only a reset begins anew
+  if (pictures == 0) firstTimestamp = surface->Data.TimeStamp;
   if (surface->Data.Y == nullptr) return MFX_ERR_LOCK_MEMORY;
   const bool asked = control != nullptr && (control->FrameType & (MFX_FRAMETYPE_IDR | MFX_FRAMETYPE_I)) != 0;
   const int64_t interval = parameters.mfx.GopPicSize > 0 ? parameters.mfx.GopPicSize : 250;
@@ -153,7 +160,7 @@ mfxStatus VplEncoder::encode(const mfxEncodeCtrl* control, mfxFrameSurface1* sur
   operation.surface = std::exchange(input.surface, nullptr);
   operation.sum = input.sum;
   operation.timestamp = input.timestamp;
-  operation.decodeTimestamp = static_cast<mfxI64>(input.timestamp);
+  operation.decodeTimestamp = static_cast<mfxI64>(firstTimestamp) + ticks(coded.dts);
   while (!inputs.empty() && inputs.front().surface == nullptr) {
     inputs.pop_front();
     ++firstInput;

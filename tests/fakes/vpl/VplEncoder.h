@@ -33,6 +33,7 @@ class VplEncoder {
   };
   void open();
   void letGo();
+  int64_t ticks(int64_t count) const;
   mfxStatus give(const mfxEncodeCtrl* control, mfxFrameSurface1* surface);
 
   mfxVideoParam parameters{};
@@ -40,6 +41,7 @@ class VplEncoder {
   std::deque<Input> inputs;  ///< from the picture `firstInput` on
   int64_t firstInput = 0;
   int64_t pictures = 0;
+  mfxU64 firstTimestamp = 0;
   int64_t sinceKey = 0;
   bool drained = false;
   bool headersGiven = false;

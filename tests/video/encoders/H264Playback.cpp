@@ -42,7 +42,9 @@ H264Picture copy(const AVFrame& frame) {
 
 class Player {
  public:
-  Player() : context(avcodec_alloc_context3(avcodec_find_decoder(AV_CODEC_ID_H264))) {
+  explicit Player(uint32_t codec = 7)
+      : context(
+            avcodec_alloc_context3(avcodec_find_decoder(codec == 12 ? AV_CODEC_ID_HEVC : AV_CODEC_ID_H264))) {
     context->thread_count = 1;
     context->err_recognition = AV_EF_EXPLODE;
     ok = avcodec_open2(context.get(), nullptr, nullptr) == 0;
@@ -108,8 +110,8 @@ void run(Player& player, const std::vector<EncodedUnit>& units) {
 
 }  // namespace
 
-std::vector<H264Picture> play(const std::vector<EncodedUnit>& units) {
-  Player player;
+std::vector<H264Picture> play(const std::vector<EncodedUnit>& units, uint32_t codec) {
+  Player player(codec);
   run(player, units);
   return player.ok ? player.pictures : std::vector<H264Picture>{};
 }

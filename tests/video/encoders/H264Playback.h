@@ -18,8 +18,8 @@ struct H264Picture {
 /// NAL types of a length-prefixed unit; empty where the lengths don't add up.
 std::vector<int> nalTypes(const std::vector<uint8_t>& unit);
 
-/// Plays length-prefixed units with libavcodec. Empty where the decoder complains.
-std::vector<H264Picture> play(const std::vector<EncodedUnit>& units);
+/// Plays length-prefixed units with libavcodec: 7 H.264, 12 H.265. Empty where the decoder complains.
+std::vector<H264Picture> play(const std::vector<EncodedUnit>& units, uint32_t codec = 7);
 
 /// What a stream tells about its pictures, as its decoder understood it; 0 where it told nothing.
 struct H264Shape {

@@ -1,0 +1,264 @@
+// The QuickSync encoders over a media runtime without a card: what they do with it is proven, the card itself isn't.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "plugins/quicksync/EncoderRun.h"
+#include "video/encoders/H264Playback.h"
+
+using namespace qvs::test;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr uint32_t kAsyncDepth = 50000, kBPictures = 50009, kBusyTimeout = 50021, kSyncTimeout = 50022;
+
+int64_t millisecondsOf(const std::function<void()>& body) {
+  const auto begin = std::chrono::steady_clock::now();
+  body();
+  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin)
+      .count();
+}
+
+class QuickSyncEncoder : public testing::TestWithParam<const char*> {
+ protected:
+  uint32_t codec() const { return std::string(GetParam()) == "h264" ? 7 : 12; }
+  std::string library() const { return quickSyncLibrary("encoder", GetParam()); }
+  std::vector<uint32_t> keysOf(const EncoderRun& run) const {
+    std::vector<uint32_t> keys;
+    for (uint32_t i = 0; i < run.units.size(); ++i) {
+      if (run.units[i].frameType == QVS_FRAME_KEY) keys.push_back(i);
+    }
+    return keys;
+  }
+  /// Whether a unit begins with its parameter sets.
+  bool hasHeaders(const EncodedUnit& unit) const {
+    const int type = codec() == 7 ? unit.bytes[4] & 31 : unit.bytes[4] >> 1 & 63;
+    return type == (codec() == 7 ? 7 : 32);
+  }
+  /// The worst PSNR of a plane against the test picture, which the coded one may exceed by a column and a row.
+  double worst(const EncoderRun& run, const std::vector<H264Picture>& pictures) const {
+    double least = 100;
+    for (uint32_t time = 0; time < pictures.size(); ++time) {
+      const std::vector<uint8_t> source = run.yv12(time);
+      size_t at = 0;
+      for (const int plane : {0, 2, 1}) {
+        const uint32_t step = plane == 0 ? 1 : 2;
+        const uint32_t wide = (run.width + step - 1) / step, high = (run.height + step - 1) / step;
+        std::vector<uint8_t> shown, painted(source.begin() + static_cast<ptrdiff_t>(at),
+                                            source.begin() + static_cast<ptrdiff_t>(at + wide * high));
+        at += wide * high;
+        const uint32_t stride = pictures[time].width / step;
+        for (uint32_t y = 0; y < high; ++y) {
+          const auto row = pictures[time].planes[plane].begin() + static_cast<ptrdiff_t>(y * stride);
+          shown.insert(shown.end(), row, row + wide);
+        }
+        least = std::min(least, psnr(shown, painted));
+      }
+    }
+    return least;
+  }
+  FakeRuntime runtime;
+};
+
+TEST_P(QuickSyncEncoder, CodesThePicturesItIsGiven) {
+  struct Size {
+    uint32_t width, height;
+  };
+  for (const Size size : {Size{320, 180}, Size{321, 181}}) {
+    // A runtime that gives its parameter sets once only is mended.
+    runtime.script(size.width == 320 ? "headers=once" : "");
+    EncoderRun run(library(), size.width, size.height);
+    ASSERT_EQ(run.open(), 0) << run.problem();
+    constexpr uint64_t kFirst = 1700000000123;
+    ASSERT_EQ(run.run(20, kFirst, 8), 0) << run.problem();
+    ASSERT_EQ(run.units.size(), 20u);
+    EXPECT_EQ(keysOf(run), (std::vector<uint32_t>{0, 8, 16}));
+    for (uint32_t i = 0; i < 20; ++i) {
+      EXPECT_EQ(run.units[i].timecode, kFirst + i * 40);
+      EXPECT_EQ(run.units[i].offset, 0);
+      EXPECT_EQ(hasHeaders(run.units[i]), i % 8 == 0);
+    }
+    const auto pictures = play(run.units, codec());
+    ASSERT_EQ(pictures.size(), 20u);
+    EXPECT_EQ(pictures[0].width, (size.width + 1) / 2 * 2);
+    EXPECT_EQ(pictures[0].height, (size.height + 1) / 2 * 2);
+    EXPECT_GT(worst(run, pictures), 34);
+    // What was drained only begins anew.
+    EXPECT_NE(run.add(20, kFirst + 800), 0);
+    EXPECT_EQ(run.open(), 0);
+    EXPECT_EQ(run.add(20, 0), 0);
+  }
+  EXPECT_EQ(runtime.live(), 0);
+}
+
+TEST_P(QuickSyncEncoder, KeepsAsManyPicturesUnderWayAsAsked) {
+  runtime.script("latency=30");
+  EncoderRun run(library(), 160, 96);
+  run.key(kAsyncDepth, 4);
+  ASSERT_EQ(run.open(), 0) << run.problem();
+  for (uint32_t i = 0; i < 3; ++i) ASSERT_EQ(run.add(i, i * 40), 0);
+  EXPECT_EQ(run.units.size(), 0u);
+  for (uint32_t i = 3; i < 12; ++i) {
+    ASSERT_EQ(run.add(i, i * 40), 0);
+    EXPECT_GE(run.units.size(), i - 2);
+  }
+  ASSERT_EQ(run.drain(), 0);
+  ASSERT_EQ(run.units.size(), 12u);
+  EXPECT_GT(worst(run, play(run.units, codec())), 34);
+}
+
+TEST_P(QuickSyncEncoder, OrdersTheTimesOfBPictures) {
+  for (const uint64_t first : {uint64_t{0}, uint64_t{5000}}) {
+    EncoderRun run(library(), 160, 96);
+    run.key(kBPictures, 2);
+    run.key(kAsyncDepth, 3);
+    ASSERT_EQ(run.open(), 0) << run.problem();
+    ASSERT_EQ(run.run(20, first, 9), 0) << run.problem();
+    ASSERT_EQ(run.units.size(), 20u);
+    std::vector<int64_t> shown;
+    size_t between = 0;
+    for (size_t i = 0; i < 20; ++i) {
+      shown.push_back(run.units[i].presentation());
+      EXPECT_GE(run.units[i].offset, 0) << i;
+      if (i > 0) EXPECT_GT(run.units[i].timecode, run.units[i - 1].timecode) << i;
+      if (run.units[i].frameType == QVS_FRAME_BIDIRECTIONAL) ++between;
+    }
+    EXPECT_GT(between, 5u);
+    EXPECT_FALSE(std::is_sorted(shown.begin(), shown.end()));
+    std::sort(shown.begin(), shown.end());
+    for (uint32_t i = 0; i < 20; ++i) EXPECT_EQ(shown[i], static_cast<int64_t>(first + i * 40));
+    EXPECT_GT(worst(run, play(run.units, codec())), 34);
+  }
+}
+
+TEST_P(QuickSyncEncoder, FollowsANewBitRate) {
+  // The second runtime changes its rate only with a new sequence; the third has pictures to give first.
+  for (const int way : {0, 1, 2}) {
+    runtime.script(way == 1 ? "MFXVideoENCODE_Reset@1=status:-14" : "");
+    EncoderRun run(library(), 640, 352);
+    if (way == 2) run.key(kBPictures, 1);
+    run.plugin.call(&pluginVideoEncoder::func_setBitrate, 150000u);
+    ASSERT_EQ(run.open(), 0) << run.problem();
+    for (uint32_t i = 0; i < 40; ++i) {
+      if (i == 20) ASSERT_EQ(run.rate(3000000), 0) << run.problem();
+      ASSERT_EQ(run.add(i * 3, i * 40), 0) << run.problem();
+    }
+    ASSERT_EQ(run.drain(), 0);
+    ASSERT_EQ(run.units.size(), 40u);
+    size_t bytes[2] = {0, 0};
+    for (uint32_t i = 0; i < 40; ++i) bytes[i / 20] += run.units[i].bytes.size();
+    EXPECT_GT(bytes[1], 2 * bytes[0]) << way;
+    EXPECT_EQ(keysOf(run), way == 0 ? std::vector<uint32_t>{0} : (std::vector<uint32_t>{0, 20}));
+    EXPECT_EQ(play(run.units, codec()).size(), 40u);
+  }
+}
+
+TEST_P(QuickSyncEncoder, ClosesCleanWhicheverCallFails) {
+  const auto whole = [&](EncoderRun& run) {
+    run.key(kAsyncDepth, 2);
+    if (int32_t status = run.open(); status != 0) return status;
+    for (uint32_t i = 0; i < 4; ++i) {
+      if (const int32_t status = run.add(i, i * 40); status != 0) return status;
+    }
+    if (int32_t status = run.rate(900000); status != 0) return status;
+    if (int32_t status = run.add(4, 160); status != 0) return status;
+    return run.drain();
+  };
+  uint64_t calls = 1;
+  for (uint64_t n = 1; n <= calls; ++n) {
+    const char* const kAnswers[] = {"-13", "-17", "-21", "-4"};
+    runtime.script("any@" + std::to_string(n) + "=status:" + kAnswers[n % 4]);
+    {
+      EncoderRun run(library(), 96, 64);
+      const int32_t status = whole(run);
+      const std::string faulty = runtime.faulty();
+      // The dispatcher makes its session by calls of its own.
+      const std::string named = faulty == "MFXInitialize" ? "MFXCreateSession" : faulty;
+      if (!faulty.empty()) {
+        EXPECT_NE(status, 0) << faulty;
+        EXPECT_THAT(run.problem(), HasSubstr(named));
+        EXPECT_THAT(run.problem(), HasSubstr("MFX_ERR_"));
+        EXPECT_NE(run.add(9, 400), 0) << "a lost encoder goes on";
+        runtime.script("");
+        EXPECT_EQ(run.open(), 0) << run.problem();
+        EXPECT_EQ(run.add(0, 0, true), 0) << run.problem();
+        runtime.script("any@" + std::to_string(n) + "=status:-13");
+      }
+      if (n == 1) {
+        runtime.script("");
+        EncoderRun plain(library(), 96, 64);
+        EXPECT_EQ(whole(plain), 0) << plain.problem();
+        calls = runtime.calls();
+        EXPECT_GT(calls, 15u);
+      }
+    }
+    EXPECT_EQ(runtime.live(), 0) << "after call " << n;
+  }
+}
+
+TEST_P(QuickSyncEncoder, WaitsForACardButNotForEver) {
+  struct Case {
+    const char* script;
+    const char* problem;  ///< empty: nothing fails
+  };
+  for (const Case& one : {Case{"MFXVideoENCODE_EncodeFrameAsync@3=status:2", ""},
+                          Case{"MFXVideoENCODE_EncodeFrameAsync@3=late:60", ""},
+                          Case{"MFXVideoENCODE_EncodeFrameAsync@3=status:-5", ""},
+                          Case{"MFXVideoCORE_SyncOperation@3=status:1", ""},
+                          Case{"MFXVideoENCODE_EncodeFrameAsync@3+=status:2",
+                               "MFXVideoENCODE_EncodeFrameAsync: MFX_WRN_DEVICE_BUSY (2) after 120 ms"},
+                          Case{"MFXVideoENCODE_EncodeFrameAsync@3=never",
+                               "MFXVideoCORE_SyncOperation: MFX_WRN_IN_EXECUTION (1) after 150 ms"}}) {
+    runtime.script(one.script);
+    EncoderRun run(library(), 96, 64);
+    run.key(kBusyTimeout, 120);
+    run.key(kSyncTimeout, 150);
+    ASSERT_EQ(run.open(), 0) << run.problem();
+    int32_t status = 0;
+    const int64_t spent = millisecondsOf([&] { status = run.run(6); });
+    EXPECT_EQ(status != 0, *one.problem != 0) << one.script;
+    if (status != 0) EXPECT_EQ(run.problem(), one.problem);
+    if (status == 0) EXPECT_EQ(play(run.units, codec()).size(), 6u) << one.script;
+    EXPECT_LT(spent, 1500) << one.script;
+  }
+}
+
+TEST_P(QuickSyncEncoder, TellsWhyItCantBeHad) {
+  uint32_t numbers[2] = {};
+  char text[128] = "";
+  const auto version = [&] {
+    EncoderRun run(library(), 96, 64);
+    EXPECT_TRUE(run.loaded);
+    return run.plugin.entryPoints().func_getVersion(reinterpret_cast<uint8_t*>(text), sizeof text, numbers,
+                                                    numbers + 1);
+  };
+  EXPECT_EQ(version(), 0) << text;
+  EXPECT_EQ(numbers[0], 2u);
+  runtime.script("kind=software");
+  EXPECT_EQ(version(), QVS_PLUGIN_SOFTWARE_ONLY);
+  runtime.script("sessions=1");
+  EncoderRun first(library(), 96, 64), second(library(), 96, 64);
+  EXPECT_EQ(first.open(), 0) << first.problem();
+  EXPECT_EQ(second.open(), QVS_PLUGIN_MFX_INIT);
+  EXPECT_THAT(second.problem(), HasSubstr("MFXCreateSession: MFX_ERR_"));
+  EXPECT_EQ(first.run(3), 0) << "the session that is open is disturbed";
+  EXPECT_EQ(first.key(kAsyncDepth, 17), QVS_PLUGIN_INIT_ENCODER);
+  EXPECT_EQ(first.problem(), "asyncDepth (50000) is 17, taken are 1 to 16");
+  EXPECT_EQ(first.plugin.call(&pluginVideoEncoder::func_setPluginPath, "/opt/modules"), 0);
+}
+
+TEST_P(QuickSyncEncoder, OpensAndClosesForLong) {
+  for (uint32_t i = 0; i < 60; ++i) {
+    EncoderRun run(library(), 96, 64);
+    ASSERT_EQ(run.open(), 0) << run.problem();
+    ASSERT_EQ(run.add(0, 0, true), 0);
+  }
+  EXPECT_EQ(runtime.live(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Codecs, QuickSyncEncoder, testing::Values("h264", "h265"),
+                         [](const auto& info) { return info.param; });
+
+}  // namespace
