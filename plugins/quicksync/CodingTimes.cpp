@@ -11,7 +11,7 @@ void CodingTimes::start(uint32_t coderDelay, double pictureStep) {
 
 uint64_t CodingTimes::next() {
   const uint64_t number = given++;
-  return number < delay ? leading(number) : entered[(number - delay) % kSlots];
+  return number <= delay ? leading(number) : entered[(number - delay) % kSlots];
 }
 
 // Ahead of the first picture's time or, where that would lead below 0, between it and the second picture's.

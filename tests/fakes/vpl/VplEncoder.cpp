@@ -73,6 +73,7 @@ VplEncoder::~VplEncoder() {
 
 void VplEncoder::open() {
   software = makeSoftwareEncoder(settingsOf(parameters.mfx));
+  headers = software != nullptr ? software->headers() : Bytes{};
   drained = headersGiven = false;
   sinceKey = 0;
 }
@@ -109,7 +110,7 @@ mfxStatus VplEncoder::tell(mfxVideoParam& out) {
   out.mfx.BufferSizeInKB = static_cast<mfxU16>(codedSize() / 1000 / unit + 1);
   if (out.mfx.GopPicSize == 0) out.mfx.GopPicSize = 250;
   if (out.mfx.GopRefDist == 0) out.mfx.GopRefDist = 1;
-  const std::vector<Bytes> units = unitsOf(software->headers());
+  const std::vector<Bytes> units = unitsOf(headers);
   const size_t first = parameters.mfx.CodecId == MFX_CODEC_HEVC ? 1 : 0;
   if (units.size() < first + 2) return MFX_ERR_UNKNOWN;
   mfxStatus status = MFX_ERR_NONE;
@@ -168,12 +169,11 @@ mfxStatus VplEncoder::encode(const mfxEncodeCtrl* control, mfxFrameSurface1* sur
   static constexpr mfxU16 kTypes[] = {MFX_FRAMETYPE_I | MFX_FRAMETYPE_IDR | MFX_FRAMETYPE_REF,
                                       MFX_FRAMETYPE_P | MFX_FRAMETYPE_REF, MFX_FRAMETYPE_B};
   operation.frameType = kTypes[static_cast<int>(coded.type)];
-  const size_t headers = software->headers().size();
   const bool strip =
       coded.type == SoftwareCoded::Type::kKey && headersGiven && faultScript().is("headers", "once");
   headersGiven = true;
-  if (strip && coded.bytes.size() > headers)
-    coded.bytes.erase(coded.bytes.begin(), coded.bytes.begin() + static_cast<ptrdiff_t>(headers));
+  if (strip)
+    coded.bytes.erase(coded.bytes.begin(), coded.bytes.begin() + static_cast<ptrdiff_t>(headers.size()));
   operation.coded = std::move(coded.bytes);
   return MFX_ERR_NONE;
 }
@@ -201,7 +201,9 @@ QVS_VPL_EXPORT mfxStatus MFXVideoENCODE_QueryIOSurf(mfxSession, mfxVideoParam* w
                                                     mfxFrameAllocRequest* request) {
   QVS_VPL_CALL(MFXVideoENCODE_QueryIOSurf);
   request->Info = wanted->mfx.FrameInfo;
-  request->NumFrameMin = static_cast<mfxU16>(std::max<mfxU16>(wanted->mfx.GopRefDist, 1) + 1);
+  // B pictures wait for their successors and, with libx265, for some more.
+  const mfxU16 distance = std::max<mfxU16>(wanted->mfx.GopRefDist, 1);
+  request->NumFrameMin = static_cast<mfxU16>(distance > 1 ? distance + 8 : 2);
   request->NumFrameSuggested = static_cast<mfxU16>(request->NumFrameMin + wanted->AsyncDepth);
   request->Type = MFX_MEMTYPE_FROM_ENCODE | MFX_MEMTYPE_EXTERNAL_FRAME | MFX_MEMTYPE_SYSTEM_MEMORY;
   return MFX_ERR_NONE;

@@ -38,6 +38,7 @@ class VplEncoder {
 
   mfxVideoParam parameters{};
   std::unique_ptr<SoftwareEncoder> software;
+  std::vector<uint8_t> headers;
   std::deque<Input> inputs;  ///< from the picture `firstInput` on
   int64_t firstInput = 0;
   int64_t pictures = 0;

@@ -3,6 +3,8 @@
 #include <qvs/video_encoder.h>
 
 #include <cstdint>
+#include <cstdlib>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -66,12 +68,14 @@ class EncoderRun {
   /// Planes Y, V, U of the test picture, chroma rounded up.
   std::vector<uint8_t> yv12(uint32_t time) const {
     std::vector<uint8_t> bytes;
+    std::minstd_rand random(time);
     for (const char plane : {'Y', 'V', 'U'}) {
       const uint32_t step = plane == 'Y' ? 1 : 2;
       for (uint32_t y = 0; y < height; y += step) {
         for (uint32_t x = 0; x < width; x += step) {
           const TestPixel pixel = testPixel(x, y, width, height, time);
           bytes.push_back(plane == 'Y' ? pixel.y : plane == 'U' ? pixel.u : pixel.v);
+          if (noisy) bytes.back() ^= static_cast<uint8_t>(random() >> 10 & 63);
         }
       }
     }
@@ -82,6 +86,7 @@ class EncoderRun {
   PluginSession<Table> plugin;
   std::vector<EncodedUnit> units;
   bool loaded = false;
+  bool noisy = false;  ///< pictures that take any bit rate
   const uint32_t width, height;
 
  private:

@@ -66,9 +66,9 @@ TEST_P(QuickSyncEncoder, CodesThePicturesItIsGiven) {
   struct Size {
     uint32_t width, height;
   };
-  for (const Size size : {Size{320, 180}, Size{321, 181}}) {
+  for (const Size size : {Size{160, 90}, Size{161, 91}}) {
     // A runtime that gives its parameter sets once only is mended.
-    runtime.script(size.width == 320 ? "headers=once" : "");
+    runtime.script(size.width == 160 ? "headers=once" : "");
     EncoderRun run(library(), size.width, size.height);
     ASSERT_EQ(run.open(), 0) << run.problem();
     constexpr uint64_t kFirst = 1700000000123;
@@ -94,16 +94,16 @@ TEST_P(QuickSyncEncoder, CodesThePicturesItIsGiven) {
 }
 
 TEST_P(QuickSyncEncoder, KeepsAsManyPicturesUnderWayAsAsked) {
-  runtime.script("latency=30");
+  runtime.script("latency=600");
   EncoderRun run(library(), 160, 96);
   run.key(kAsyncDepth, 4);
   ASSERT_EQ(run.open(), 0) << run.problem();
   for (uint32_t i = 0; i < 3; ++i) ASSERT_EQ(run.add(i, i * 40), 0);
   EXPECT_EQ(run.units.size(), 0u);
-  for (uint32_t i = 3; i < 12; ++i) {
-    ASSERT_EQ(run.add(i, i * 40), 0);
-    EXPECT_GE(run.units.size(), i - 2);
-  }
+  ASSERT_EQ(run.add(3, 120), 0);
+  EXPECT_GE(run.units.size(), 1u);
+  runtime.script("");
+  for (uint32_t i = 4; i < 12; ++i) ASSERT_EQ(run.add(i, i * 40), 0);
   ASSERT_EQ(run.drain(), 0);
   ASSERT_EQ(run.units.size(), 12u);
   EXPECT_GT(worst(run, play(run.units, codec())), 34);
@@ -122,7 +122,9 @@ TEST_P(QuickSyncEncoder, OrdersTheTimesOfBPictures) {
     for (size_t i = 0; i < 20; ++i) {
       shown.push_back(run.units[i].presentation());
       EXPECT_GE(run.units[i].offset, 0) << i;
-      if (i > 0) EXPECT_GT(run.units[i].timecode, run.units[i - 1].timecode) << i;
+      if (i > 0) {
+        EXPECT_GT(run.units[i].timecode, run.units[i - 1].timecode) << i;
+      }
       if (run.units[i].frameType == QVS_FRAME_BIDIRECTIONAL) ++between;
     }
     EXPECT_GT(between, 5u);
@@ -137,12 +139,15 @@ TEST_P(QuickSyncEncoder, FollowsANewBitRate) {
   // The second runtime changes its rate only with a new sequence; the third has pictures to give first.
   for (const int way : {0, 1, 2}) {
     runtime.script(way == 1 ? "MFXVideoENCODE_Reset@1=status:-14" : "");
-    EncoderRun run(library(), 640, 352);
+    EncoderRun run(library(), 160, 96);
+    run.noisy = true;
     if (way == 2) run.key(kBPictures, 1);
-    run.plugin.call(&pluginVideoEncoder::func_setBitrate, 150000u);
+    run.plugin.call(&pluginVideoEncoder::func_setBitrate, 100000u);
     ASSERT_EQ(run.open(), 0) << run.problem();
     for (uint32_t i = 0; i < 40; ++i) {
-      if (i == 20) ASSERT_EQ(run.rate(3000000), 0) << run.problem();
+      if (i == 20) {
+        ASSERT_EQ(run.rate(1500000), 0) << run.problem();
+      }
       ASSERT_EQ(run.add(i * 3, i * 40), 0) << run.problem();
     }
     ASSERT_EQ(run.drain(), 0);
@@ -174,11 +179,11 @@ TEST_P(QuickSyncEncoder, ClosesCleanWhicheverCallFails) {
       EncoderRun run(library(), 96, 64);
       const int32_t status = whole(run);
       const std::string faulty = runtime.faulty();
-      // The dispatcher makes its session by calls of its own.
-      const std::string named = faulty == "MFXInitialize" ? "MFXCreateSession" : faulty;
       if (!faulty.empty()) {
         EXPECT_NE(status, 0) << faulty;
-        EXPECT_THAT(run.problem(), HasSubstr(named));
+        // The dispatcher makes its session by calls of its own.
+        const bool inDispatcher = n <= 3;
+        EXPECT_THAT(run.problem(), HasSubstr(inDispatcher ? "MFXCreateSession" : faulty));
         EXPECT_THAT(run.problem(), HasSubstr("MFX_ERR_"));
         EXPECT_NE(run.add(9, 400), 0) << "a lost encoder goes on";
         runtime.script("");
@@ -219,8 +224,12 @@ TEST_P(QuickSyncEncoder, WaitsForACardButNotForEver) {
     int32_t status = 0;
     const int64_t spent = millisecondsOf([&] { status = run.run(6); });
     EXPECT_EQ(status != 0, *one.problem != 0) << one.script;
-    if (status != 0) EXPECT_EQ(run.problem(), one.problem);
-    if (status == 0) EXPECT_EQ(play(run.units, codec()).size(), 6u) << one.script;
+    if (status != 0) {
+      EXPECT_EQ(run.problem(), one.problem);
+    }
+    if (status == 0) {
+      EXPECT_EQ(play(run.units, codec()).size(), 6u) << one.script;
+    }
     EXPECT_LT(spent, 1500) << one.script;
   }
 }
