@@ -12,6 +12,9 @@ template <typename Write>
 bool CodedFrames::make(const FrameInfo& info, uint64_t size, Write write) {
   if (size > std::numeric_limits<uint32_t>::max()) return false;
   const auto bytes = static_cast<uint32_t>(size);
+  // Room first: nothing may fail once the bytes are there.
+  if (waiting.size() == waiting.capacity())
+    waiting.reserve(2 * waiting.size() + QVS_VIDEO_ENCODER_FRAMES_MAX);
   void* array = allocator.create != nullptr ? allocator.create(allocator.host, bytes) : std::malloc(bytes);
   if (array == nullptr) return false;
   uint8_t* memory =
@@ -42,18 +45,18 @@ bool CodedFrames::addAnnexB(const FrameInfo& info, std::span<const uint8_t> byte
 }
 
 void CodedFrames::handOut(const OutputArrays& out) {
-  const uint32_t room = std::min(*out.count, QVS_VIDEO_ENCODER_FRAMES_MAX);
-  uint32_t given = 0;
-  for (; given < room && !waiting.empty(); ++given) {
-    const Frame& frame = waiting.front();
-    out.frames[given] = frame.array;
-    out.sizes[given] = frame.size;
-    out.frameTypes[given] = frame.info.frameType;
-    out.timecodes[given] = frame.info.timecode;
-    out.timecodeOffsets[given] = static_cast<uint64_t>(frame.info.timecodeOffset);
-    waiting.pop_front();
+  const auto room = std::min<size_t>(*out.count, QVS_VIDEO_ENCODER_FRAMES_MAX);
+  const size_t given = std::min(room, waiting.size());
+  for (size_t i = 0; i < given; ++i) {
+    const Frame& frame = waiting[i];
+    out.frames[i] = frame.array;
+    out.sizes[i] = frame.size;
+    out.frameTypes[i] = frame.info.frameType;
+    out.timecodes[i] = frame.info.timecode;
+    out.timecodeOffsets[i] = static_cast<uint64_t>(frame.info.timecodeOffset);
   }
-  *out.count = given;
+  waiting.erase(waiting.begin(), waiting.begin() + static_cast<std::ptrdiff_t>(given));
+  *out.count = static_cast<uint32_t>(given);
 }
 
 void CodedFrames::clear() {

@@ -3,8 +3,8 @@
 #include <qvs/video_encoder.h>
 
 #include <cstdint>
-#include <deque>
 #include <span>
+#include <vector>
 
 namespace qvs::plugins {
 
@@ -66,7 +66,7 @@ class CodedFrames {
   bool make(const FrameInfo& info, uint64_t size, Write write);
 
   FrameAllocator allocator;
-  std::deque<Frame> waiting;
+  std::vector<Frame> waiting;  ///< keeps its room: nothing is allocated a frame but the bytes
 };
 
 /// Calls `each(unit)` for every unit behind a start code of three or four bytes, without it.

@@ -51,18 +51,16 @@ Outcome chooseRate(uint32_t offered, int64_t wanted, uint32_t& rate) {
     uint32_t bit;
     const char* name;
   };
-  static constexpr Row kRows[] = {
-      {2, VA_RC_VBR, "variable rate"}, {1, VA_RC_CBR, "constant rate"}, {0, VA_RC_CQP, "constant QP"}};
-  for (const Row& row : kRows) {
-    if (wanted == -1 ? row.key != 0 && (offered & row.bit) != 0 : wanted == row.key) {
-      if ((offered & row.bit) == 0) {
-        return {QVS_PLUGIN_NO_VBR, std::string("the driver doesn't offer ") + row.name};
-      }
-      rate = row.bit;
-      return {};
-    }
-  }
-  return {QVS_PLUGIN_NO_VBR, "the driver offers neither variable nor constant rate"};
+  using S = VaapiSettings;
+  static constexpr Row kRows[] = {{S::kVariableRate, VA_RC_VBR, "variable rate"},
+                                  {S::kConstantRate, VA_RC_CBR, "constant rate"},
+                                  {S::kConstantQp, VA_RC_CQP, "constant quantizer"}};
+  const auto has = [&](const Row& row) { return (offered & row.bit) != 0; };
+  if (wanted == S::kBitRate) wanted = has(kRows[0]) ? S::kVariableRate : S::kConstantRate;
+  const Row& row = *std::ranges::find(kRows, wanted, &Row::key);
+  if (!has(row)) return {QVS_PLUGIN_NO_VBR, std::string("the driver doesn't offer ") + row.name};
+  rate = row.bit;
+  return {};
 }
 
 }  // namespace

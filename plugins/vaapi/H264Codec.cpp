@@ -24,11 +24,13 @@ constexpr LevelRow kLevels[] = {
 
 struct ProfileRow {
   VAProfile profile;
+  int64_t key;  ///< the plug-in's number of it
   uint8_t idc;
   uint8_t constraints;  ///< the flags in front of the level
 };
-constexpr ProfileRow kProfiles[] = {
-    {VAProfileH264High, 100, 0}, {VAProfileH264Main, 77, 0x40}, {VAProfileH264ConstrainedBaseline, 66, 0xC0}};
+constexpr ProfileRow kProfiles[] = {{VAProfileH264High, 3, 100, 0},
+                                    {VAProfileH264Main, 2, 77, 0x40},
+                                    {VAProfileH264ConstrainedBaseline, 1, 66, 0xC0}};
 
 VAPictureH264 noPicture() {
   VAPictureH264 picture{};
@@ -44,13 +46,12 @@ class H264Codec : public VaCodec {
                                                       kProfiles[2].profile};
     if (wanted == 0) return kAll;
     for (size_t i = 0; i < kAll.size(); ++i) {
-      if (kProfiles[i].idc == wanted) return std::span(kAll).subspan(i, 1);
+      if (kProfiles[i].key == wanted) return std::span(kAll).subspan(i, 1);
     }
     return {};
   }
   uint32_t maxQp() const override { return 51; }
   uint32_t defaultQp() const override { return 26; }
-  uint32_t step() const override { return 2; }
   uint32_t packedHeaders() const override {
     return VA_ENC_PACKED_HEADER_SEQUENCE | VA_ENC_PACKED_HEADER_PICTURE | VA_ENC_PACKED_HEADER_SLICE;
   }
@@ -66,7 +67,7 @@ class H264Codec : public VaCodec {
     slice.direct_spatial_mv_pred_flag = 1;
     std::ranges::fill(slice.RefPicList0, noPicture());
     std::ranges::fill(slice.RefPicList1, noPicture());
-    writer.sets(stream, parameters, profile->idc, profile->constraints, shape.fullRange);
+    writer.sets(stream, parameters, profile->idc, profile->constraints, shape.color);
     sets = writer.sequenceSet;
     sets.insert(sets.end(), writer.pictureSet.begin(), writer.pictureSet.end());
   }
@@ -114,7 +115,7 @@ class H264Codec : public VaCodec {
   void beginSequence() {
     stream = {};
     const uint32_t columns = (shape.width + kBlock - 1) / kBlock, rows = (shape.height + kBlock - 1) / kBlock;
-    const double rate = static_cast<double>(shape.rate.numerator) / shape.rate.denominator;
+    const double rate = static_cast<double>(shape.rate.num) / shape.rate.den;
     const uint32_t level = shape.level != 0
                                ? shape.level
                                : levelFor(kLevels, uint64_t{columns} * rows, rate, shape.bitsPerSecond);
@@ -140,8 +141,8 @@ class H264Codec : public VaCodec {
     stream.vui_fields.bits.motion_vectors_over_pic_boundaries_flag = 1;
     stream.vui_fields.bits.log2_max_mv_length_horizontal = 15;
     stream.vui_fields.bits.log2_max_mv_length_vertical = 15;
-    stream.num_units_in_tick = shape.rate.denominator;
-    stream.time_scale = 2 * shape.rate.numerator;
+    stream.num_units_in_tick = shape.rate.den;
+    stream.time_scale = 2 * shape.rate.num;
   }
 
   void beginPicture() {

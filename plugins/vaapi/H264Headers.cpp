@@ -1,23 +1,20 @@
 // H.264's sequence and picture parameter sets and slice headers, bit by bit.
 #include "H264Headers.h"
 
+#include "ColorHeader.h"
+
 namespace qvs::vaapi {
 namespace {
 
 constexpr uint32_t kSequenceUnit = 0x67, kPictureUnit = 0x68, kKeySliceUnit = 0x65, kSliceUnit = 0x61;
 constexpr uint32_t kHighProfile = 100;
-constexpr uint32_t kUnspecifiedFormat = 5, kBt709 = 1;
 
 }  // namespace
 
-void H264Headers::usability(const VAEncSequenceParameterBufferH264& sequence, bool fullRange) {
+void H264Headers::usability(const VAEncSequenceParameterBufferH264& sequence, const ColorDescription& color) {
   out.bits(0, 2);  // aspect ratio, overscan
-  out.bit(true);   // video signal type
-  out.bits(kUnspecifiedFormat, 3);
-  out.bit(fullRange);
-  out.bit(true);
-  for (int i = 0; i < 3; ++i) out.bits(kBt709, 8);  // primaries, transfer, matrix
-  out.bit(false);                                   // places of chroma samples
+  writeColor(out, color);
+  out.bit(false);  // places of chroma samples
   out.bit(true);
   out.bits(sequence.num_units_in_tick, 32);
   out.bits(sequence.time_scale, 32);
@@ -35,7 +32,7 @@ void H264Headers::usability(const VAEncSequenceParameterBufferH264& sequence, bo
 
 void H264Headers::sets(const VAEncSequenceParameterBufferH264& sequence,
                        const VAEncPictureParameterBufferH264& picture, uint8_t profileIdc,
-                       uint8_t constraints, bool fullRange) {
+                       uint8_t constraints, const ColorDescription& color) {
   out.clear();
   out.bits(kSequenceUnit, 8);
   out.bits(profileIdc, 8);
@@ -65,7 +62,7 @@ void H264Headers::sets(const VAEncSequenceParameterBufferH264& sequence,
     out.unsignedGolomb(sequence.frame_crop_bottom_offset);
   }
   out.bit(true);
-  usability(sequence, fullRange);
+  usability(sequence, color);
   out.trailing();
   sequenceSet.clear();
   appendUnit(sequenceSet, out.data(), out.bitLength());

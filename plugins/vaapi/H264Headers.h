@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "BitWriter.h"
+#include "VaCodec.h"
 
 namespace qvs::vaapi {
 
@@ -14,7 +15,7 @@ class H264Headers {
  public:
   /// The parameter sets. `profileIdc` and `constraints` are as the stream tells them.
   void sets(const VAEncSequenceParameterBufferH264& sequence, const VAEncPictureParameterBufferH264& picture,
-            uint8_t profileIdc, uint8_t constraints, bool fullRange);
+            uint8_t profileIdc, uint8_t constraints, const ColorDescription& color);
   void slice(const VAEncSequenceParameterBufferH264& sequence, const VAEncPictureParameterBufferH264& picture,
              const VAEncSliceParameterBufferH264& slice);
 
@@ -22,7 +23,7 @@ class H264Headers {
   uint32_t sliceBits = 0;                                     ///< of the header, start code included
 
  private:
-  void usability(const VAEncSequenceParameterBufferH264& sequence, bool fullRange);
+  void usability(const VAEncSequenceParameterBufferH264& sequence, const ColorDescription& color);
 
   BitWriter out;
 };

@@ -36,7 +36,6 @@ class H265Codec : public VaCodec {
   }
   uint32_t maxQp() const override { return 51; }
   uint32_t defaultQp() const override { return 26; }
-  uint32_t step() const override { return 2; }
   uint32_t packedHeaders() const override {
     return VA_ENC_PACKED_HEADER_SEQUENCE | VA_ENC_PACKED_HEADER_SLICE;
   }
@@ -111,11 +110,11 @@ class H265Codec : public VaCodec {
     };
     stream.pic_width_in_luma_samples = aligned(shape.width);
     stream.pic_height_in_luma_samples = aligned(shape.height);
-    const double rate = static_cast<double>(shape.rate.numerator) / shape.rate.denominator;
+    const double rate = static_cast<double>(shape.rate.num) / shape.rate.den;
     const uint64_t size = uint64_t{stream.pic_width_in_luma_samples} * stream.pic_height_in_luma_samples;
     stream.general_profile_idc = 1;
     stream.general_level_idc = static_cast<uint8_t>(
-        shape.level != 0 ? shape.level : levelFor(kLevels, size, rate, shape.bitsPerSecond));
+        shape.level != 0 ? 3 * shape.level : levelFor(kLevels, size, rate, shape.bitsPerSecond));
     stream.intra_period = stream.intra_idr_period = shape.keyInterval;
     stream.ip_period = 1;
     stream.bits_per_second = shape.bitsPerSecond;
@@ -123,8 +122,8 @@ class H265Codec : public VaCodec {
     stream.seq_fields.bits.low_delay_seq = 1;
     stream.vui_parameters_present_flag = 1;
     stream.vui_fields.bits.vui_timing_info_present_flag = 1;
-    stream.vui_num_units_in_tick = shape.rate.denominator;
-    stream.vui_time_scale = shape.rate.numerator;
+    stream.vui_num_units_in_tick = shape.rate.den;
+    stream.vui_time_scale = shape.rate.num;
   }
 
   /// The block sizes and tools that the driver tells; where it tells none, those of the first cards that had this.

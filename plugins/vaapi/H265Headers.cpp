@@ -1,11 +1,12 @@
 // H.265's parameter sets and slice headers, bit by bit.
 #include "H265Headers.h"
 
+#include "ColorHeader.h"
+
 namespace qvs::vaapi {
 namespace {
 
 constexpr uint32_t kVideoUnit = 32, kSequenceUnit = 33, kPictureUnit = 34;
-constexpr uint32_t kUnspecifiedFormat = 5, kBt709 = 1;
 constexpr uint32_t kSliceBidirectional = 0, kSliceIntra = 2;
 
 }  // namespace
@@ -90,11 +91,7 @@ void H265Headers::sequenceSet(const VAEncSequenceParameterBufferHEVC& sequence, 
   out.bit(fields.strong_intra_smoothing_enabled_flag != 0);
   out.bit(true);   // what follows tells how to show it
   out.bits(0, 2);  // aspect ratio, overscan
-  out.bit(true);
-  out.bits(kUnspecifiedFormat, 3);
-  out.bit(shape.fullRange);
-  out.bit(true);
-  for (int i = 0; i < 3; ++i) out.bits(kBt709, 8);  // primaries, transfer, matrix
+  writeColor(out, shape.color);
   out.bits(0, 5);  // places of chroma samples, neutral chroma, fields, their information, default window
   out.bit(true);
   out.bits(sequence.vui_num_units_in_tick, 32);

@@ -10,20 +10,22 @@ namespace {
 
 constexpr int32_t kStatus = QVS_PLUGIN_CREATE_SURFACES;
 
-void convert(const plugins::Picture& picture, const VAImage& image, uint8_t* memory) {
+void convert(const plugins::Picture& picture, const VAImage& image, uint32_t width, uint32_t height,
+             uint8_t* memory) {
   const auto stride = static_cast<int>(picture.stride), chroma = static_cast<int>(picture.chromaStride);
   libyuv::I420ToNV12(picture.y, stride, picture.u, chroma, picture.v, chroma, memory + image.offsets[0],
                      static_cast<int>(image.pitches[0]), memory + image.offsets[1],
-                     static_cast<int>(image.pitches[1]), static_cast<int>(picture.width),
-                     static_cast<int>(picture.height));
+                     static_cast<int>(image.pitches[1]), static_cast<int>(width), static_cast<int>(height));
 }
 
 }  // namespace
 
-Outcome PictureUpload::begin(VADisplay onDisplay, VASurfaceID surface, uint32_t width, uint32_t height,
-                             size_t slots) {
+Outcome PictureUpload::begin(VADisplay onDisplay, VASurfaceID surface, uint32_t pictureWidth,
+                             uint32_t pictureHeight, size_t slots) {
   end();
   display = onDisplay;
+  width = pictureWidth;
+  height = pictureHeight;
   if (canDerive(surface)) return {};
   VAImageFormat format{};
   Outcome result = findFormat(format);
@@ -63,8 +65,7 @@ Outcome PictureUpload::put(const plugins::Picture& picture, VASurfaceID surface,
     const VAImage& image = images[slot];
     Outcome result = fill(picture, image);
     if (result.failed()) return result;
-    return outcomeOf(vaPutImage(display, surface, image.image_id, 0, 0, picture.width, picture.height, 0, 0,
-                                picture.width, picture.height),
+    return outcomeOf(vaPutImage(display, surface, image.image_id, 0, 0, width, height, 0, 0, width, height),
                      kStatus, "vaPutImage");
   }
   // Derived anew for each picture: a driver may hold a surface back from the encoder while an image of it exists.
@@ -80,7 +81,7 @@ Outcome PictureUpload::fill(const plugins::Picture& picture, const VAImage& imag
   void* memory = nullptr;
   Outcome result = outcomeOf(vaMapBuffer(display, image.buf, &memory), kStatus, "vaMapBuffer");
   if (result.failed()) return result;
-  convert(picture, image, static_cast<uint8_t*>(memory));
+  convert(picture, image, width, height, static_cast<uint8_t*>(memory));
   return outcomeOf(vaUnmapBuffer(display, image.buf), kStatus, "vaUnmapBuffer");
 }
 

@@ -17,7 +17,8 @@ class PictureUpload {
   ~PictureUpload() { end(); }
 
   /// Tries the ways on one of the surfaces. An image for each of `slots` pictures in flight, where images are needed.
-  Outcome begin(VADisplay onDisplay, VASurfaceID surface, uint32_t width, uint32_t height, size_t slots);
+  Outcome begin(VADisplay onDisplay, VASurfaceID surface, uint32_t pictureWidth, uint32_t pictureHeight,
+                size_t slots);
   Outcome put(const plugins::Picture& picture, VASurfaceID surface, size_t slot);
   void end();
 
@@ -27,6 +28,8 @@ class PictureUpload {
   Outcome findFormat(VAImageFormat& format);
 
   VADisplay display = nullptr;
+  uint32_t width = 0;  ///< of what is coded of a picture
+  uint32_t height = 0;
   std::vector<VAImage> images;  ///< one a slot; none where surfaces are mapped
 };
 

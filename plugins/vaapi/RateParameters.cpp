@@ -6,7 +6,7 @@
 
 namespace qvs::vaapi {
 
-void RateParameters::begin(const VaapiSettings& settings, uint32_t rateControl, FrameRate frameRate,
+void RateParameters::begin(const VaapiSettings& settings, uint32_t rateControl, plugins::FrameRate frameRate,
                            uint32_t qualityLevels) {
   controlled = rateControl != VA_RC_CQP;
   percentage = rateControl == VA_RC_VBR ? static_cast<uint32_t>(settings.targetPercentage) : 100;
@@ -18,7 +18,7 @@ void RateParameters::begin(const VaapiSettings& settings, uint32_t rateControl, 
   rate.record.max_qp = static_cast<uint32_t>(settings.maxQp);
   buffer = {VAEncMiscParameterTypeHRD, {}};
   pictures = {VAEncMiscParameterTypeFrameRate, {}};
-  pictures.record.framerate = frameRate.denominator << 16 | frameRate.numerator;
+  pictures.record.framerate = frameRate.den << 16 | frameRate.num;
   withQuality = settings.quality != 0 && qualityLevels != 0;
   quality = {VAEncMiscParameterTypeQualityLevel, {}};
   quality.record.quality_level = std::min(static_cast<uint32_t>(settings.quality), qualityLevels);

@@ -13,7 +13,7 @@ namespace qvs::vaapi {
 /// The driver's records of rate control: bit rate, decoder's buffer, rate of pictures, quality.
 class RateParameters {
  public:
-  void begin(const VaapiSettings& settings, uint32_t rateControl, FrameRate frameRate,
+  void begin(const VaapiSettings& settings, uint32_t rateControl, plugins::FrameRate frameRate,
              uint32_t qualityLevels);
   void setBitRate(uint32_t bitsPerSecond);
   void add(ParameterList& out) const;

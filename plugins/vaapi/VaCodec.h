@@ -7,28 +7,33 @@
 #include <memory>
 #include <span>
 
+#include "FrameRate.h"
 #include "Outcome.h"
 
 namespace qvs::vaapi {
 
-/// A rate of frames as a fraction.
-struct FrameRate {
-  uint32_t numerator = 25;
-  uint32_t denominator = 1;
+/// What the stream tells of its samples, by the numbers of the standards; 2: nothing.
+struct ColorDescription {
+  uint32_t primaries = 2;
+  uint32_t transfer = 2;
+  uint32_t matrix = 2;
+  int fullRange = -1;  ///< -1: nothing
+
+  bool isTold() const { return primaries != 2 || transfer != 2 || matrix != 2 || fullRange >= 0; }
 };
 
 /// The stream that is to be made, and what the driver wants of it.
 struct StreamShape {
   uint32_t width = 0;
   uint32_t height = 0;
-  FrameRate rate;
+  plugins::FrameRate rate{25, 1};
   VAProfile profile = VAProfileNone;
   uint32_t level = 0;          ///< 0: by size and rate
   uint32_t bitsPerSecond = 0;  ///< highest; 0 with a constant QP
   uint32_t keyInterval = 250;
   uint32_t qp = 26;  ///< of constant QP, else what a picture starts from
   bool constantQp = false;
-  bool fullRange = true;
+  ColorDescription color;
   bool lowDelayB = false;  ///< the driver takes no P slices: B slices with two equal lists stand for them
   uint32_t hevcFeatures = VA_ATTRIB_NOT_SUPPORTED;  ///< VAConfigAttribEncHEVCFeatures
   uint32_t hevcBlocks = VA_ATTRIB_NOT_SUPPORTED;    ///< VAConfigAttribEncHEVCBlockSizes
@@ -85,8 +90,8 @@ class VaCodec {
   virtual std::span<const VAProfile> profiles(int64_t wanted) const = 0;
   virtual uint32_t maxQp() const = 0;
   virtual uint32_t defaultQp() const = 0;
-  /// Sides are multiples of this.
-  virtual uint32_t step() const = 0;
+  /// Whether a side may be odd; else the last column or row of such a picture is left out.
+  virtual bool takesOddSides() const { return false; }
   /// Headers that can be made where the driver takes them.
   virtual uint32_t packedHeaders() const { return 0; }
 

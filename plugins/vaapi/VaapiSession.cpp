@@ -20,13 +20,10 @@ uint32_t aligned(uint32_t side) {
 }
 
 /// libva holds both numbers in 16 bits.
-FrameRate fractionOf(double rate) {
-  const double whole = std::round(rate);
-  if (std::abs(rate - whole) < 0.001) return {static_cast<uint32_t>(whole), 1};
-  if (whole <= 65 && std::abs(rate * 1.001 - whole) < 0.001)
-    return {static_cast<uint32_t>(whole) * 1000, 1001};
-  const uint32_t parts = rate < 65 ? 1000 : 60;
-  return {static_cast<uint32_t>(std::lround(rate * parts)), parts};
+plugins::FrameRate rateFor(double framesPerSecond) {
+  const plugins::FrameRate exact = plugins::frameRateOf(framesPerSecond);
+  if (exact.num <= 0xFFFF) return exact;
+  return {static_cast<uint32_t>(std::lround(framesPerSecond * 60)), 60};
 }
 
 /// Opens the card of the number, or of -1 the first on which `suits` succeeds. The first card's failure is told where
@@ -54,7 +51,7 @@ Outcome openFirst(VaDisplay& display, int gpu, Suits suits) {
 
 }  // namespace
 
-VaapiSession::VaapiSession() : keys(kVaapiKeys, settings), codec(kCodecRow.make()) {}
+VaapiSession::VaapiSession() : KeyedSession(kVaapiKeys), codec(kCodecRow.make()) {}
 
 int32_t VaapiSession::version(std::string& text, uint32_t& major, uint32_t& minor) {
   const std::unique_ptr<VaCodec> codec = kCodecRow.make();
@@ -82,9 +79,7 @@ std::string VaapiSession::describe() {
 
 Outcome VaapiSession::checkSettings() const {
   const auto refuse = [](std::string why) { return Outcome{QVS_PLUGIN_INIT_ENCODER, std::move(why)}; };
-  if (common.width % codec->step() != 0 || common.height % codec->step() != 0) {
-    return refuse("the codec takes even sides only");
-  }
+  if (width == 0 || height == 0) return refuse("the codec takes no side of one pixel");
   const auto most = static_cast<int64_t>(codec->maxQp());
   if (std::max({settings.qp, settings.minQp, settings.maxQp}) > most) {
     return refuse("the codec's quantizers end at " + std::to_string(most));
@@ -95,15 +90,18 @@ Outcome VaapiSession::checkSettings() const {
 
 StreamShape VaapiSession::shapeFor(const DriverChoice& choice) const {
   StreamShape shape;
-  shape.width = common.width;
-  shape.height = common.height;
-  shape.rate = fractionOf(common.frameRate);
+  shape.width = width;
+  shape.height = height;
+  shape.rate = rateFor(common.frameRate);
   shape.profile = choice.profile;
   shape.level = static_cast<uint32_t>(settings.level);
-  shape.keyInterval = common.keyFrameFollow ? kKeylessInterval : static_cast<uint32_t>(settings.keyInterval);
-  shape.qp = settings.qp < 0 ? codec->defaultQp() : static_cast<uint32_t>(settings.qp);
+  shape.keyInterval =
+      common.keyFrameFollow ? kKeylessInterval : static_cast<uint32_t>(settings.keyFrameInterval);
+  shape.qp = settings.qp == 0 ? codec->defaultQp() : static_cast<uint32_t>(settings.qp);
   shape.constantQp = choice.rateControl == VA_RC_CQP;
-  shape.fullRange = settings.fullRange != 0;
+  shape.color = {static_cast<uint32_t>(settings.colorPrimaries),
+                 static_cast<uint32_t>(settings.colorTransfer), static_cast<uint32_t>(settings.colorMatrix),
+                 static_cast<int>(settings.fullRange)};
   shape.lowDelayB = choice.lowDelayB;
   shape.hevcFeatures = choice.hevcFeatures;
   shape.hevcBlocks = choice.hevcBlocks;
@@ -114,6 +112,9 @@ StreamShape VaapiSession::shapeFor(const DriverChoice& choice) const {
 int32_t VaapiSession::open() {
   close();
   broken = {};
+  const uint32_t drop = codec->takesOddSides() ? 0 : 1;
+  width = common.width & ~drop;
+  height = common.height & ~drop;
   DriverChoice choice;
   Outcome result = checkSettings();
   if (!result.failed()) result = openCard(choice);
@@ -130,7 +131,7 @@ int32_t VaapiSession::open() {
   }
   if (!result.failed()) result = createSlots();
   if (!result.failed()) {
-    result = upload.begin(display.handle(), inputs.front(), common.width, common.height, slots.size());
+    result = upload.begin(display.handle(), inputs.front(), width, height, slots.size());
   }
   if (result.failed()) {
     close();
@@ -146,7 +147,7 @@ int32_t VaapiSession::open() {
 Outcome VaapiSession::openCard(DriverChoice& choice) {
   return openFirst(display, common.gpu, [&] {
     choice = {};
-    return chooseDriver(display.handle(), *codec, settings, common.width, common.height, choice);
+    return chooseDriver(display.handle(), *codec, settings, width, height, choice);
   });
 }
 
@@ -162,13 +163,13 @@ Outcome VaapiSession::createContext(const DriverChoice& choice) {
   inputs.assign(depth, VA_INVALID_SURFACE);
   // One more than the card may be writing at once stays readable as the reference.
   reconstructed.assign(depth + 1, VA_INVALID_SURFACE);
-  result = createSurfaces(common.width, common.height, inputs);
+  result = createSurfaces(width, height, inputs);
   if (result.failed()) return result;
-  result = createSurfaces(aligned(common.width), aligned(common.height), reconstructed);
+  result = createSurfaces(aligned(width), aligned(height), reconstructed);
   if (result.failed()) return result;
-  return outcomeOf(vaCreateContext(display.handle(), config, static_cast<int>(aligned(common.width)),
-                                   static_cast<int>(aligned(common.height)), VA_PROGRESSIVE,
-                                   reconstructed.data(), static_cast<int>(reconstructed.size()), &context),
+  return outcomeOf(vaCreateContext(display.handle(), config, static_cast<int>(aligned(width)),
+                                   static_cast<int>(aligned(height)), VA_PROGRESSIVE, reconstructed.data(),
+                                   static_cast<int>(reconstructed.size()), &context),
                    QVS_PLUGIN_CREATE_CONTEXT, "vaCreateContext");
 }
 
@@ -188,7 +189,7 @@ Outcome VaapiSession::createSurfaces(uint32_t width, uint32_t height, std::span<
 
 Outcome VaapiSession::createSlots() {
   // No picture is coded in more than its samples and headers.
-  const uint32_t size = aligned(common.width) * aligned(common.height) * 3 / 2 + kHeaderRoom;
+  const uint32_t size = aligned(width) * aligned(height) * 3 / 2 + kHeaderRoom;
   for (VASurfaceID surface : inputs) {
     slots.push_back({surface, VA_INVALID_ID, {}});
     Outcome result = outcomeOf(vaCreateBuffer(display.handle(), context, VAEncCodedBufferType, size, 1,
@@ -253,7 +254,7 @@ Outcome VaapiSession::submit(const Picture& picture) {
   Outcome result = upload.put(picture, slot.surface, at);
   if (result.failed()) return result;
 
-  const bool due = !common.keyFrameFollow && sinceKey >= static_cast<uint64_t>(settings.keyInterval);
+  const bool due = !common.keyFrameFollow && sinceKey >= static_cast<uint64_t>(settings.keyFrameInterval);
   PictureState state{};
   state.key = picture.key || submitted == 0 || due;
   if (state.key) {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "DriverChoice.h"
-#include "EncoderSession.h"
+#include "KeyedSession.h"
 #include "PictureUpload.h"
 #include "PictureWait.h"
 #include "RateParameters.h"
@@ -16,7 +16,7 @@ namespace qvs::vaapi {
 /// An encoder on a card. Surfaces and buffers are taken when it opens; pictures go round through them. Once a call has
 /// failed the session takes no more pictures: what the card still holds of it is unknown. Opening again begins anew,
 /// with a new display.
-class VaapiSession : public plugins::EncoderSession {
+class VaapiSession : public plugins::KeyedSession<VaapiSettings> {
  public:
   VaapiSession();
   ~VaapiSession() override { close(); }
@@ -29,11 +29,6 @@ class VaapiSession : public plugins::EncoderSession {
   int32_t encode(const plugins::Picture& picture) override;
   int32_t drain() override;
   int32_t changeBitRate(uint32_t bitsPerSecond) override;
-  int32_t keyType(uint32_t key) const override { return keys.type(key); }
-  int32_t setKey(uint32_t key, int64_t value) override { return keys.set(key, value, problem); }
-  int32_t setKey(uint32_t key, double value) override { return keys.set(key, value, problem); }
-  int32_t getKey(uint32_t key, int64_t* value) const override { return keys.get(key, value); }
-  int32_t getKey(uint32_t key, double* value) const override { return keys.get(key, value); }
 
  private:
   /// What a picture holds on its way through the card.
@@ -60,9 +55,9 @@ class VaapiSession : public plugins::EncoderSession {
   bool hand(const plugins::FrameInfo& info, std::span<const uint8_t> coded);
   int32_t finish(Outcome outcome);
 
-  VaapiSettings settings;
-  plugins::KeyTable<VaapiSettings> keys;
   std::unique_ptr<VaCodec> codec;
+  uint32_t width = 0;  ///< of what is coded
+  uint32_t height = 0;
 
   VaDisplay display;
   VAConfigID config = VA_INVALID_ID;

@@ -20,7 +20,7 @@ class Vp9Codec : public VaCodec {
   }
   uint32_t maxQp() const override { return 255; }
   uint32_t defaultQp() const override { return 80; }
-  uint32_t step() const override { return 1; }
+  bool takesOddSides() const override { return true; }
 
   void begin(const StreamShape& shape) override {
     stream = {};
