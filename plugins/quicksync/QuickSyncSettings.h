@@ -57,10 +57,12 @@ class QuickSyncParameters {
   void detachReset();
 
   /// Bytes that the largest coded picture may take.
-  uint32_t codedSize() const;
+  uint32_t largestCoded() const;
   /// Pictures by which coding runs ahead of showing.
   uint32_t reordering() const;
   bool hasBitRate() const;
+  /// Of 90 kHz.
+  mfxU64 ticksPerPicture() const;
   bool looksAhead() const { return video.mfx.RateControlMethod == MFX_RATECONTROL_LA; }
 
   mfxVideoParam video{};

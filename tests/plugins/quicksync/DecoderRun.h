@@ -26,14 +26,18 @@ class DecoderRun {
   using Table = pluginVideoDecoder;
 
   explicit DecoderRun(const std::string& library) {
-    loaded = plugin.load(library, videoDecoderResolve, "zarvoVideoDecoder_");
+    loaded = plugin.load(QVS_PLUGIN_DIR "/" + library, videoDecoderResolve, "zarvoVideoDecoder_");
     plugin.create(nullptr, nativePluginAllocator());
   }
   int32_t open() { return plugin.call(&Table::func_initialize); }
   int32_t key(uint32_t number, int64_t value) {
     return plugin.call(&Table::func_setParameterValueLong, number, value);
   }
-  std::string problem() { return problemOf(plugin, &Table::func_getProblem); }
+  std::string problem() {
+    char text[256] = "";
+    plugin.call(&Table::func_getProblem, text, uint32_t{sizeof text});
+    return text;
+  }
 
   uint32_t configure(std::vector<uint8_t> record) {
     return plugin.call(&Table::func_decodeCodecConfig, record.data(), 0u,

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/SharedLibrary.h"
+#include "plugins/software-encoders/PluginEncoder.h"
 
 namespace qvs::test {
 
@@ -28,18 +29,25 @@ class FakeRuntime {
   SharedLibrary library;
 };
 
-/// A plug-in of this codec and display, as a host finds it.
-inline std::string quickSyncLibrary(const std::string& kind, const std::string& codec,
-                                    const char* display = "drm") {
-  return std::string(QVS_PLUGIN_DIR "/libqvs-v") + kind + "-" + codec + "-quicksync-" + display + ".so";
+/// The file of a plug-in for this codec.
+inline std::string quickSyncLibrary(const std::string& kind, const std::string& codec) {
+  return "libqvs-v" + kind + "-" + codec + "-quicksync-drm.so";
 }
 
-/// What a session's last failure was about.
-template <typename Plugin, typename Table>
-std::string problemOf(Plugin& plugin, int32_t (*Table::*entry)(void*, char*, uint32_t)) {
-  char text[256] = "";
-  plugin.call(entry, text, uint32_t{sizeof text});
-  return text;
-}
+/// An encoder through a whole run.
+class QuickSyncEncoding : public PluginEncoder {
+ public:
+  using PluginEncoder::PluginEncoder;
+
+  int32_t rate(uint32_t bitsPerSecond) { return plugin.call(&Table::func_updateBitrate, bitsPerSecond); }
+
+  /// Pictures 0 to count at 25 a second, keys where asked, and what is held back. The first status that isn't 0.
+  int32_t run(uint32_t count, uint64_t first = 0, uint32_t keyEvery = 1000) {
+    for (uint32_t i = 0; i < count; ++i) {
+      if (const int32_t status = add(i, first + i * 40, i % keyEvery == 0); status != 0) return status;
+    }
+    return drain();
+  }
+};
 
 }  // namespace qvs::test

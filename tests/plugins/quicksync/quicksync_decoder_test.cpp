@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "plugins/quicksync/DecoderRun.h"
-#include "plugins/quicksync/EncoderRun.h"
+#include "plugins/quicksync/FakeRuntime.h"
 #include "support/MediaStream.h"
 #include "video/encoders/H264Playback.h"
 
@@ -32,8 +32,8 @@ struct Free {
 /// B pictures in it, so that times ride through reordering.
 Stream h264Stream(uint32_t width, uint32_t height, uint32_t count, uint64_t first) {
   Stream stream;
-  EncoderRun encoder(quickSyncLibrary("encoder", "h264"), width, height);
-  encoder.key(50009, 2);
+  QuickSyncEncoding encoder(quickSyncLibrary("encoder", "h264"), width, height);
+  encoder.set(50009, 2);
   EXPECT_EQ(encoder.open(), 0) << encoder.problem();
   EXPECT_EQ(encoder.run(count, first, 10), 0);
   stream.units = encoder.units;
