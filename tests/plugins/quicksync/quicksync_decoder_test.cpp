@@ -1,4 +1,7 @@
 // The QuickSync decoders over a media runtime without a card, against libavcodec on the same streams.
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -164,9 +167,11 @@ TEST_P(QuickSyncDecoder, DecodesWhatLibavcodecDecodes) {
     ASSERT_EQ(run.flush(), 0u) << run.problem();
     expectPictures(run, coded, 0, kFirst);
     EXPECT_EQ(run.pictures[0].frameType, QVS_FRAME_KEY);
-    EXPECT_EQ(std::count_if(run.pictures.begin(), run.pictures.end(),
-                            [](const RunPicture& one) { return one.frameType == QVS_FRAME_KEY; }),
-              3);
+    const auto keys = [](const auto& all) {
+      return std::count_if(all.begin(), all.end(),
+                           [](const auto& one) { return one.frameType == QVS_FRAME_KEY; });
+    };
+    EXPECT_EQ(keys(run.pictures), keys(coded.units));
     EXPECT_EQ(run.plugin.call(&pluginVideoDecoder::func_getFrameRate), 25.0);
     EXPECT_EQ(run.seen & (QVS_DECODE_FRAME_ERROR | QVS_DECODE_ABORTED), 0u);
     // It goes on behind a flush.
