@@ -79,7 +79,8 @@ size_t TestPicture::offsetOf(Component component, uint32_t x, uint32_t y) const 
   }
   if (component == Component::kY) return y * stride + x;
   const size_t chroma = stride * record.height;
-  if (record.fourcc == fourcc("NV12")) return chroma + y * stride + size_t{2} * x + (component == Component::kV);
+  if (record.fourcc == fourcc("NV12"))
+    return chroma + y * stride + size_t{2} * x + (component == Component::kV);
   const bool second = (component == Component::kU) == (record.fourcc == fourcc("YV12"));
   return chroma + (second ? stride / 2 * (record.height / 2) : 0) + y * (stride / 2) + x;
 }

@@ -158,8 +158,11 @@ int32_t zarvoVideoEncoder_setFrameSize(void* session, uint32_t width, uint32_t h
     if (width == 0 || height == 0 || width > kMaxSide || height > kMaxSide) {
       return refuse(*held.encoder, QVS_PLUGIN_INIT_ENCODER, "a frame size outside 1 to 16384");
     }
-    held.encoder->common.width = width;
-    held.encoder->common.height = height;
+    CommonSettings& common = held.encoder->common;
+    // An open encoder would read pictures of the new size by the old one.
+    held.open = held.open && common.width == width && common.height == height;
+    common.width = width;
+    common.height = height;
     return QVS_PLUGIN_OK;
   });
 }

@@ -17,29 +17,47 @@ int32_t X265Session::open() {
   encoder.reset();
   times.restart();
   opened = settings;
-  parameters.reset(x265().param_alloc());
   coded.reset(x265().picture_alloc());
   input.reset(x265().picture_alloc());
-  if (parameters == nullptr || coded == nullptr || input == nullptr) {
+  if (coded == nullptr || input == nullptr)
     return fail(QVS_PLUGIN_ALLOCATE_BUFFER, "no memory for an encoder");
-  }
-  if (!opened.store(common, *parameters, problem)) return QVS_PLUGIN_INIT_ENCODER;
+  return begin();
+}
+
+int32_t X265Session::begin() {
+  std::unique_ptr<x265_param, Free> wanted(x265().param_alloc());
+  if (wanted == nullptr) return fail(QVS_PLUGIN_ALLOCATE_BUFFER, "no memory for an encoder");
+  if (!opened.store(common, *wanted, problem)) return QVS_PLUGIN_INIT_ENCODER;
   pool = opened.pool();
-  parameters->numaPools = pool.c_str();
+  wanted->numaPools = pool.c_str();
+  encoder.reset();
+  parameters = std::move(wanted);
   encoder.reset(x265().encoder_open(parameters.get()));
   if (encoder == nullptr) {
+    const std::string level = std::to_string(opened.level);
     return fail(QVS_PLUGIN_CREATE_ENCODER,
                 "x265_encoder_open failed; libx265 gives no reason" +
-                    (opened.level != 0 ? ", is level " + std::to_string(opened.level) + " too low, or none?"
-                                       : std::string()));
+                    (opened.level != 0 ? ", is level " + level + " too low, or none?" : std::string()));
   }
   x265().picture_init(parameters.get(), input.get());
   x265().picture_init(parameters.get(), coded.get());
   input->bitDepth = 8;
+  rateChanged = false;
   return QVS_PLUGIN_OK;
 }
 
+int32_t X265Session::restart() {
+  const int32_t status = drain();
+  return status != QVS_PLUGIN_OK ? status : begin();
+}
+
 int32_t X265Session::encode(const Picture& picture) {
+  if (encoder == nullptr)
+    return fail(QVS_PLUGIN_CREATE_ENCODER, "the encoder was lost at a change of bit rate");
+  if (rateChanged && (picture.key || !common.keyFrameFollow)) {
+    const int32_t status = restart();
+    if (status != QVS_PLUGIN_OK) return status;
+  }
   const uint8_t* planes[] = {picture.y, picture.u, picture.v};
   for (int i = 0; i < 3; ++i) {
     input->planes[i] = const_cast<uint8_t*>(planes[i]);  // read only, whatever the type says
@@ -52,7 +70,7 @@ int32_t X265Session::encode(const Picture& picture) {
 }
 
 int32_t X265Session::drain() {
-  bool given = true;
+  bool given = encoder != nullptr;
   while (given) {
     const int32_t status = put(nullptr, given);
     if (status != QVS_PLUGIN_OK) return status;
@@ -79,13 +97,13 @@ int32_t X265Session::put(x265_picture* picture, bool& given) {
                                  : fail(QVS_PLUGIN_ALLOCATE_BUFFER, "no memory for a coded frame");
 }
 
+// libx265 3.5 takes a new rate and goes on with the old one: a new encoder begins instead, with a key frame. Where those
+// follow requests it waits for the next of them, so that none comes unasked.
 int32_t X265Session::changeBitRate(uint32_t bitsPerSecond) {
   H26xRates rates;
   if (!rates.change(opened, common.bitRate, bitsPerSecond, problem)) return QVS_PLUGIN_NO_VBR;
-  if (rates.buffer == 0) return fail(QVS_PLUGIN_NO_VBR, "libx265 changes a bit rate only with a buffer");
-  X265Settings::storeRates(rates, *parameters);
-  if (x265().encoder_reconfig(encoder.get(), parameters.get()) >= 0) return QVS_PLUGIN_OK;
-  return fail(QVS_PLUGIN_INIT_ENCODER, "x265_encoder_reconfig failed");
+  rateChanged = rateChanged || bitsPerSecond != common.bitRate;
+  return QVS_PLUGIN_OK;
 }
 
 int32_t x265Version(std::string& text, uint32_t& major, uint32_t& minor) {

@@ -3,6 +3,9 @@
 #include <x265.h>
 
 #include <memory>
+#include <span>
+#include <string>
+#include <vector>
 
 #include "KeyedSession.h"
 #include "PictureTimes.h"
@@ -29,6 +32,10 @@ class X265Session : public KeyedSession<X265Settings> {
     void operator()(x265_encoder* encoder) const { x265().encoder_close(encoder); }
   };
 
+  /// A new encoder at the common bit rate. The one before ends where this one can begin.
+  int32_t begin();
+  int32_t restart();
+
   /// `given` tells whether a coded frame came.
   int32_t put(x265_picture* picture, bool& given);
 
@@ -39,6 +46,7 @@ class X265Session : public KeyedSession<X265Settings> {
   std::unique_ptr<x265_encoder, Free> encoder;
   std::vector<std::span<const uint8_t>> units;  ///< of the frame that was coded last
   PictureTimes times;
+  bool rateChanged = false;  ///< since the encoder began
 };
 
 /// The plug-in under one of its names.

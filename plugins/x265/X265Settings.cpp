@@ -20,7 +20,7 @@ constexpr KeyRow<S> kRows[] = {
     {80005, "quality", &S::quality, 0, 51, "of capped quality, lower is better"},
     {80006, "qp", &S::qp, 1, 51, "of the constant quantizer"},
     {80007, "vbvMaxRate", &S::vbvMaxRate, 0, 2e9, "largest rate in bits per second, 0 the bit rate"},
-    {80008, "vbvBuffer", &S::vbvBuffer, -1, 2e9, "bits, 0 a second of the largest rate, -1 no buffer; without one the bit rate can't be changed while running"},
+    {80008, "vbvBuffer", &S::vbvBuffer, -1, 2e9, "bits, 0 a second of the largest rate, -1 no buffer"},
     {80009, "keyFrameInterval", &S::keyFrameInterval, 1, 1e6, "most pictures from key frame to key frame, where they don't follow requests alone"},
     {80010, "bFrames", &S::bFrames, 0, 16, "B pictures in a row; each holds pictures back"},
     {80011, "references", &S::references, 0, 16, "reference pictures, 0 as the preset has it"},

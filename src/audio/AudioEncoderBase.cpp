@@ -33,9 +33,10 @@ void AudioEncoderBase::error(const std::string& text) const {
 
 uint32_t AudioEncoderBase::copyChannels(const uint8_t* src, uint8_t* dst, uint32_t channelCopy,
                                         uint32_t sampleCount, uint32_t channels, uint32_t bytesPerSample) {
+  constexpr size_t kPair = size_t{2} * kBytesPerSample;
   if (channels != 2 || bytesPerSample != kBytesPerSample) return 0;
   if (channelCopy != 1) src += kBytesPerSample;
-  for (uint32_t i = 0; i < sampleCount; ++i, src += 2 * kBytesPerSample, dst += 2 * kBytesPerSample) {
+  for (uint32_t i = 0; i < sampleCount; ++i, src += kPair, dst += kPair) {
     std::memcpy(dst, src, kBytesPerSample);
     std::memcpy(dst + kBytesPerSample, src, kBytesPerSample);
   }

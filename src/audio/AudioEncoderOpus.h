@@ -8,6 +8,7 @@
 #include "audio/AudioEncoderBase.h"
 #include "audio/AudioFrameAssembler.h"
 #include "contract/StageIds.h"
+#include "frames/AudioFrameEncoded.h"
 #include "platform/ParameterTable.h"
 
 namespace qvs {

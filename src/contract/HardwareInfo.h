@@ -18,12 +18,16 @@ enum CudaFlag : uint32_t {
 };
 inline constexpr uint32_t kCudaGpuCountShift = 16;
 
+/// How Intel hardware is reached; also bits of the QuickSync flags.
+enum HardwareAccess : uint32_t { kHardwareAccessAny = 0, kHardwareAccessDrm = 2, kHardwareAccessX11 = 4 };
+
 /// Bits of the QuickSync flags.
 enum QuickSyncFlag : uint32_t {
-  kQuickSyncAvailable = 1,  ///< and H.264 decoding
-  kQuickSyncAccessMask = 6,
+  kQuickSyncAvailable = 1,  ///< sessions take it for H.264 decoding too
+  kQuickSyncAccessMask = kHardwareAccessDrm | kHardwareAccessX11,
   kQuickSyncEncodeH264 = 8,
   kQuickSyncEncodeH265 = 16,
+  kQuickSyncDecodeH264 = 0x80,
   kQuickSyncDecodeH265 = 0x100,
   kQuickSyncDecodeMP2 = 0x200,
 };
@@ -67,7 +71,10 @@ struct HardwareInfoU30 {
   uint32_t availableFlags = 0;
 };
 
-/// A back end that answers with a version; bit 0 of the flags: available.
+/// Bit of a back end's flags: a plug-in of it answered.
+inline constexpr uint32_t kPluginAvailable = 1;
+
+/// A back end that answers with a version. Flags: kPluginAvailable and the back end's own bits.
 struct HardwareInfoPlugin {
   uint32_t versionMajor = 0;
   uint32_t versionMinor = 0;

@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <mutex>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include "contract/ScaleIds.h"
 #include "frames/FrameCopies.h"
@@ -20,6 +22,18 @@
 #include "video/scaling/device/VideoFrameNV12Utils.h"
 
 namespace qvs {
+
+namespace {
+
+/// Never destroyed, as what it is given.
+void keepForEver(FrameMemory memory) {
+  static auto* const lock = new std::mutex;
+  static auto* const kept = new std::vector<FrameMemory>;
+  const std::lock_guard guard(*lock);
+  kept->push_back(std::move(memory));
+}
+
+}  // namespace
 
 VideoFrameBuffer::VideoFrameBuffer()
     : ucc_s(UCC_Create(0)),
@@ -83,6 +97,19 @@ void VideoFrameBuffer::setStorage(FrameMemory memory, uint32_t width, uint32_t h
   layOutPlanes(&frame, width, height, fourCC, layout, buffer.get());
   bars.forget();
   updateVPXFrame();
+}
+
+bool VideoFrameBuffer::abandonStorage() {
+  FrameMemory fresh = makeFrameMemory(storageSize, false);
+  if (!fresh || !buffer || alloc_provider) return false;
+  uint8_t* const before = buffer.get();
+  std::copy_n(before, storageSize, fresh.get());
+  keepForEver(std::exchange(buffer, std::move(fresh)));
+  for (uint8_t*& plane : frame.plane) {
+    if (plane != nullptr) plane = buffer.get() + (plane - before);
+  }
+  updateVPXFrame();
+  return true;
 }
 
 uint32_t VideoFrameBuffer::initialize() {

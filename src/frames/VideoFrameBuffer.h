@@ -62,6 +62,10 @@ class VideoFrameBuffer : public FrameProperties,
   /// over it.
   void setStorage(FrameMemory memory, uint32_t width, uint32_t height, uint32_t fourCC);
 
+  /// Moves the picture to new storage and never frees what it had: for a reader that can't be stopped. False, and
+  /// nothing done, where memory fails or the storage is a stage's own.
+  bool abandonStorage();
+
   /// Once the pool's scale implementation is known.
   uint32_t initialize();
 

@@ -8,6 +8,8 @@
 #include <cstring>
 
 #include "log/LogGlobalLogger.h"
+#include "video/decoders/hosts/VideoDecoderPluginHost.h"
+#include "video/encoders/hosts/VideoEncoderPluginHost.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
 namespace qvs {
@@ -18,7 +20,64 @@ constexpr int32_t kComputeCapabilityH264 = 48;
 constexpr int32_t kComputeCapabilityH265 = 82;
 constexpr int32_t kNvenc5DriverMajor = 346;
 
+using Answers = bool (*)(const std::string& path, uint32_t access, uint32_t* major, uint32_t* minor);
+
+template <const PluginEncoderRow& kRow>
+bool encoderAnswers(const std::string& path, uint32_t access, uint32_t* major, uint32_t* minor) {
+  return VideoEncoderPluginHost::isAvailable(kRow, path, access, nullptr, major, minor);
+}
+
+template <const PluginDecoderRow& kRow>
+bool decoderAnswers(const std::string& path, uint32_t access, uint32_t* major, uint32_t* minor) {
+  return VideoDecoderPluginHost::isAvailable(kRow, path, access, nullptr, major, minor);
+}
+
 }  // namespace
+
+/// A library that is asked whether it works here; where it does, the bits are set and the first version is kept.
+struct HardwareInspector::Probe {
+  HardwareInfoPlugin HardwareInspector::*info;
+  PathIndex path;
+  Answers answers;
+  uint32_t bits;
+  uint32_t access = kHardwareAccessAny;
+};
+
+// In this order. A back end's second way to its hardware is tried where no library came by the first.
+void HardwareInspector::probePlugins() {
+  using This = HardwareInspector;
+  constexpr uint32_t kDrm = kHardwareAccessDrm;
+  constexpr uint32_t kX11 = kHardwareAccessX11;
+  // clang-format off
+  static constexpr Probe kProbes[] = {
+      {&This::infoQuickSync, kQuickSyncPath, encoderAnswers<kEncoderH265QuickSync>, kQuickSyncEncodeH265, kDrm},
+      {&This::infoQuickSync, kQuickSyncPath, encoderAnswers<kEncoderH264QuickSync>, kQuickSyncEncodeH264, kDrm},
+      {&This::infoQuickSync, kQuickSyncPath, decoderAnswers<kDecoderH264QuickSync>, kQuickSyncDecodeH264, kDrm},
+      {&This::infoQuickSync, kQuickSyncPath, decoderAnswers<kDecoderMP2QuickSync>, kQuickSyncDecodeMP2, kDrm},
+      {&This::infoQuickSync, kQuickSyncPath, encoderAnswers<kEncoderH265QuickSync>, kQuickSyncEncodeH265, kX11},
+      {&This::infoQuickSync, kQuickSyncPath, encoderAnswers<kEncoderH264QuickSync>, kQuickSyncEncodeH264, kX11},
+      {&This::infoQuickSync, kQuickSyncPath, decoderAnswers<kDecoderH264QuickSync>, kQuickSyncDecodeH264, kX11},
+      {&This::infoQuickSync, kQuickSyncPath, decoderAnswers<kDecoderMP2QuickSync>, kQuickSyncDecodeMP2, kX11},
+      {&This::infoVAAPI, kVaapiPath, encoderAnswers<kEncoderH264VAAPI>, kVaapiEncodeH264},
+      {&This::infoVAAPI, kVaapiPath, encoderAnswers<kEncoderH265VAAPI>, kVaapiEncodeH265},
+      {&This::infoVAAPI, kVaapiPath, encoderAnswers<kEncoderVP9VAAPI>, kVaapiEncodeVP9},
+      {&This::infoX264, kNativePath, encoderAnswers<kEncoderH264X264>, 0},
+      {&This::infoX265, kNativePath, encoderAnswers<kEncoderH265X265>, 0},
+      {&This::infoAdvantechVega, kNativePath, encoderAnswers<kEncoderH26XAdvantechVega>, 0},
+  };
+  // clang-format on
+  for (const Probe& probe : kProbes) {
+    HardwareInfoPlugin& info = this->*probe.info;
+    if (probe.access == kX11 && (info.availableFlags & kDrm) != 0) continue;
+    uint32_t major = 0, minor = 0;
+    if (!probe.answers(getPath(probe.path), probe.access, &major, &minor)) continue;
+    if (info.availableFlags == 0) {
+      info.versionMajor = major;
+      info.versionMinor = minor;
+    }
+    info.availableFlags |= kPluginAvailable | probe.bits | probe.access;
+  }
+}
 
 HardwareInspector::HardwareInspector() {
   u30Shared.open("libxvcucore.so", RTLD_NOW | RTLD_GLOBAL);
@@ -56,12 +115,21 @@ void HardwareInspector::inspect() {
     if (paths[index][0] == '\0') paths[index] = paths[kNativePath];
   }
   clearInfo();
-  // Back ends whose hosts are not part of this build don't answer and stay at zero.
+  probeU30();
+  probeCUDA();
+  probePlugins();
+  intrinsicScaler = VideoFrameIntrinsicScalerSingleton::getInstance()->isAvailable() ? 1 : 0;
+}
+
+// The host of these cards is not part of this build.
+void HardwareInspector::probeU30() {
   constexpr const char* kNoU30 = "U30 Firmware loading unsuccessful - U30 availability is disabled";
   std::fprintf(stderr, "%s\n", kNoU30);
   LogGlobalLogger::getLogger()->info(std::string("HardwareInspector.inspect[{context}]: ") + kNoU30);
-  intrinsicScaler = VideoFrameIntrinsicScalerSingleton::getInstance()->isAvailable() ? 1 : 0;
 }
+
+// Nor are those of NVIDIA's.
+void HardwareInspector::probeCUDA() {}
 
 int32_t HardwareInspector::computeCapability(int32_t gpu) const {
   const int32_t index = std::max(gpu, 0);

@@ -23,7 +23,7 @@ class HardwareInspector {
   void setNativePath(long index, const char* path);
   const char* getPath(PathIndex index) const { return paths[index].data(); }
 
-  /// Probes every back end. Whatever does not answer is left as not available.
+  /// Probes every back end, by loading its plug-ins. Whatever does not answer is left as not available.
   void inspect();
 
   /// Replaces `json` by the report.
@@ -85,6 +85,11 @@ class HardwareInspector {
 
  private:
   using Path = std::array<char, kPathSize>;
+  struct Probe;
+
+  void probeU30();
+  void probeCUDA();
+  void probePlugins();
 
   /// Major version in the upper bits, minor in the lower four; -1 where there is no such GPU. A negative
   /// index is 0.

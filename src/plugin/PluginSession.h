@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/SharedLibrary.h"
+#include "plugin/PluginStatus.h"
 
 namespace qvs {
 
@@ -73,6 +74,22 @@ class PluginSession {
   Result call(Result (*Table::*entry)(void*, Parameters...), Arguments&&... arguments) {
     if (offers(entry)) return (table.*entry)(session, std::forward<Arguments>(arguments)...);
     if constexpr (!std::is_void_v<Result>) return Result{};
+  }
+
+  /// The plug-in's own words for its last failure; empty where it has none.
+  std::string problem() {
+    char text[512] = "";
+    call(&Table::func_getProblem, text, uint32_t{sizeof text});
+    text[sizeof text - 1] = '\0';
+    return text;
+  }
+
+  /// Calls an entry point that answers a status; for a failure the plug-in's words come with it.
+  template <typename Entry, typename... Arguments>
+  PluginAnswer ask(Entry entry, Arguments&&... arguments) {
+    PluginAnswer answer{static_cast<int32_t>(call(entry, std::forward<Arguments>(arguments)...)), {}};
+    if (answer.status != 0) answer.words = problem();
+    return answer;
   }
 
   /// Destroys the session and closes the library.

@@ -1,11 +1,7 @@
-// What the status numbers of codec plug-ins mean, and the allocator that plug-ins get by default.
+// What the status numbers of codec plug-ins mean.
 #include "plugin/PluginStatus.h"
 
 #include <qvs/plugin.h>
-
-#include <cstdlib>
-
-#include "plugin/PluginSession.h"
 
 namespace qvs {
 
@@ -19,13 +15,6 @@ const char* pluginStatusText(int32_t status) {
     default:
       return nullptr;
   }
-}
-
-const PluginAllocator& nativePluginAllocator() {
-  static constexpr PluginAllocator kNative{
-      [](void*, uint32_t size) { return std::malloc(size); }, [](void*, void* array) { std::free(array); },
-      [](void*, void* array) { return static_cast<uint8_t*>(array); }, [](void*, void*, uint8_t*) {}};
-  return kNative;
 }
 
 }  // namespace qvs

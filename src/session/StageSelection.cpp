@@ -16,6 +16,7 @@
 #include "audio/AudioEncoderVorbis.h"
 #include "contract/HardwareInfo.h"
 #include "contract/StageIds.h"
+#include "video/decoders/hosts/VideoDecoderPluginHost.h"
 #include "video/decoders/VideoDecoderH264.h"
 #include "video/decoders/VideoDecoderH265.h"
 #include "video/decoders/VideoDecoderMP2.h"
@@ -34,6 +35,13 @@ std::unique_ptr<Stage> make() {
   return std::make_unique<Class>();
 }
 
+template <typename Host, typename Stage>
+void tellHardwareAccess(Stage& stage, const HardwareAvailability& availability) {
+  static_cast<Host&>(stage).setHardwareAccess(availability.quickSyncHardwareAccess);
+}
+constexpr auto* kTellDecoder = tellHardwareAccess<VideoDecoderPluginHost, IVideoDecoder>;
+constexpr auto* kTellEncoder = tellHardwareAccess<VideoEncoderPluginHost, IVideoEncoder>;
+
 using Availability = HardwareAvailability;
 constexpr PluginPath kNative = PluginPath::kNative;
 constexpr PluginPath kQuickSync = PluginPath::kQuickSync;
@@ -49,7 +57,7 @@ constexpr VideoDecoderRow kCaptureVideoDecoder =
 
 constexpr VideoDecoderRow kVideoDecoders[] = {
     {kVideoCodecSorenson, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "SorensonSpark: default", make<IVideoDecoder, VideoDecoderMP4>},
-    {kVideoCodecH264, 1, &Availability::quickSyncAvailable, kQuickSyncAvailable, kQuickSync, "VideoDecoderH264QuickSyncHost", "H.264: QuickSync"},
+    {kVideoCodecH264, 1, &Availability::quickSyncAvailable, kQuickSyncAvailable, kQuickSync, "VideoDecoderH264QuickSyncHost", "H.264: QuickSync", makePluginDecoder<kDecoderH264QuickSync>, kTellDecoder},
     {kVideoCodecH264, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]"},
     {kVideoCodecH264, 3, &Availability::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]"},
     {kVideoCodecH264, 5, &Availability::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.264: U30"},
@@ -57,7 +65,7 @@ constexpr VideoDecoderRow kVideoDecoders[] = {
     {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoDecoderVPX", "VPX[{}]: default", make<IVideoDecoder, VideoDecoderVPX>},
     {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "H.263: default", make<IVideoDecoder, VideoDecoderMP4>},
     {kVideoCodecMP4, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "MP4: default", make<IVideoDecoder, VideoDecoderMP4>},
-    {kVideoCodecMPEG2, 1, &Availability::quickSyncAvailable, kQuickSyncDecodeMP2, kQuickSync, "VideoDecoderMP2QuickSyncHost", "MPEG2: QuickSync"},
+    {kVideoCodecMPEG2, 1, &Availability::quickSyncAvailable, kQuickSyncDecodeMP2, kQuickSync, "VideoDecoderMP2QuickSyncHost", "MPEG2: QuickSync", makePluginDecoder<kDecoderMP2QuickSync>, kTellDecoder},
     {kVideoCodecMPEG2, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]"},
     {kVideoCodecMPEG2, 3, &Availability::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]"},
     {kVideoCodecMPEG2, kAny, nullptr, 0, kNative, "VideoDecoderMP2", "MPEG2: default", make<IVideoDecoder, VideoDecoderMP2>},
@@ -69,16 +77,16 @@ constexpr VideoDecoderRow kVideoDecoders[] = {
 
 constexpr VideoEncoderRow kVideoEncoders[] = {
     {kVideoCodecH265, 9, &Availability::cudaAvailable, kNvencH265, kNative, "VideoEncoderH26XNVENC12Host", "H.265: NVENC12"},
-    {kVideoCodecH265, 8, &Availability::quickSyncAvailable, kQuickSyncEncodeH265, kQuickSync, "VideoEncoderH265QuickSyncHost", "H.265: QuickSync"},
+    {kVideoCodecH265, 8, &Availability::quickSyncAvailable, kQuickSyncEncodeH265, kQuickSync, "VideoEncoderH265QuickSyncHost", "H.265: QuickSync", makePluginEncoder<kEncoderH265QuickSync>, kTellEncoder},
     {kVideoCodecH265, 11, &Availability::x265Available, kAnyBit, kNative, "VideoEncoderH265X265Host", "H.265: X265", makePluginEncoder<kEncoderH265X265>},
     {kVideoCodecH265, 15, &Availability::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.265: AdvantechVega", makePluginEncoder<kEncoderH26XAdvantechVega>},
     {kVideoCodecH265, 16, &Availability::vaapiAvailable, kVaapiEncodeH265, kVaapi, "VideoEncoderH265VAAPIHost", "H.265: VAAPI", makePluginEncoder<kEncoderH265VAAPI>},
     {kVideoCodecH265, 18, &Availability::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.265: U30"},
-    {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoEncoderH265MainConceptHost", "H.265: default"},
+    {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoEncoderH265MainConceptHost", "H.265: default", makePluginEncoder<kEncoderH265MainConcept>},
     {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoEncoderH263IPP", "H263: default"},
     {kVideoCodecVPX, 12, &Availability::vaapiAvailable, kVaapiEncodeVP9, kVaapi, "VideoEncoderVP9VAAPIHost", "VPX[{}]: VAAPI", makePluginEncoder<kEncoderVP9VAAPI>},
     {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoEncoderVPX", "VPX[{}]: default", make<IVideoEncoder, VideoEncoderVPX>},
-    {kVideoCodecH264, 1, &Availability::quickSyncAvailable, kQuickSyncEncodeH264, kQuickSync, "VideoEncoderH264QuickSyncHost", "H.264: QuickSync"},
+    {kVideoCodecH264, 1, &Availability::quickSyncAvailable, kQuickSyncEncodeH264, kQuickSync, "VideoEncoderH264QuickSyncHost", "H.264: QuickSync", makePluginEncoder<kEncoderH264QuickSync>, kTellEncoder},
     {kVideoCodecH264, 6, &Availability::cudaAvailable, kNvencH264, kNative, "VideoEncoderH26XNVENC12Host", "H.264: NVENC12"},
     {kVideoCodecH264, 10, &Availability::vaapiAvailable, kVaapiEncodeH264, kVaapi, "VideoEncoderH264VAAPIHost", "H.264: VAAPI", makePluginEncoder<kEncoderH264VAAPI>},
     {kVideoCodecH264, 7, &Availability::x264Available, kAnyBit, kNative, "VideoEncoderH264X264Host", "H.264: X264", makePluginEncoder<kEncoderH264X264>},

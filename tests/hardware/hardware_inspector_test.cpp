@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
+#include <initializer_list>
 #include <string>
 
 #include "hardware/HardwareInspector.h"
@@ -76,6 +78,41 @@ TEST(HardwareInspector, ReportsWhatIsThere) {
                         R"("cuExists":false,"pluginsLoaded":false},"infoX264":)"
                         R"({"availabe":true,"availableFlags":1,"versionMajor":164,"versionMinor":0},)"));
   EXPECT_THAT(json, testing::EndsWith(R"("infoIntrinsicScaler":{"available":true}})"));
+}
+
+/// A folder of plug-ins by these names; all are the tests' own.
+std::string folderOf(std::initializer_list<const char*> names) {
+  const auto folder = std::filesystem::path(testing::TempDir()) / "inspected-plugins";
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directories(folder);
+  for (const std::string name : names) {
+    const bool decoder = name.starts_with("vdecoder");
+    std::filesystem::create_symlink(decoder ? QVS_TEST_DECODER : QVS_TEST_ENCODER,
+                                    folder / ("libqvs-" + name + ".so"));
+  }
+  return folder;
+}
+
+TEST(HardwareInspector, AsksEachPluginOfABackEnd) {
+  FakeInspector inspector;
+  const auto inspect = [&](const std::string& folder) {
+    for (long path : {0, 1, 2}) inspector.setNativePath(path, folder.c_str());
+    inspector.inspect();
+  };
+  inspect(folderOf({"vencoder-h264-x264", "vencoder-h265-vaapi", "vencoder-vp9-vaapi",
+                    "vdecoder-mp2-quicksync-x11", "vencoder-h265-quicksync-x11"}));
+  EXPECT_EQ(inspector.infoX264.availableFlags, 1u);
+  EXPECT_EQ(inspector.infoX264.versionMajor, 3u);
+  EXPECT_FALSE(inspector.isX265Available());
+  EXPECT_EQ(inspector.infoVAAPI.availableFlags, 1u | kVaapiEncodeH265 | kVaapiEncodeVP9);
+  EXPECT_EQ(inspector.infoQuickSync.availableFlags,
+            1u | kHardwareAccessX11 | kQuickSyncEncodeH265 | kQuickSyncDecodeMP2);
+  EXPECT_EQ(inspector.infoQuickSync.versionMinor, 7u) << "the encoder's, which is asked first";
+  EXPECT_TRUE(inspector.isQuickSyncMP2DecodeAvailable());
+  inspect(folderOf({"vdecoder-h264-quicksync-drm", "vencoder-h265-quicksync-x11"}));
+  EXPECT_EQ(inspector.infoQuickSync.availableFlags, 1u | kHardwareAccessDrm | kQuickSyncDecodeH264)
+      << "one way to the hardware for all";
+  EXPECT_EQ(inspector.infoVAAPI.availableFlags, 0u) << "a new look forgets the one before";
 }
 
 TEST(HardwareInspector, TellsWhatAGPUCanDoByItsCapability) {

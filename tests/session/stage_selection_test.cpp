@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "session/StageSelection.h"
+#include "video/decoders/hosts/VideoDecoderPluginHost.h"
 #include "video/decoders/VideoDecoderVPX.h"
+#include "video/encoders/hosts/VideoEncoderPluginHost.h"
 
 namespace qvs {
 namespace {
@@ -90,6 +92,23 @@ TEST(StageSelection, ChoosesVideoEncoders) {
   expectChoices(kChoices, StageSelection::videoEncoder);
   for (uint32_t unknown : {0u, 2u, 10u, 11u, 13u})
     EXPECT_EQ(StageSelection::videoEncoder(unknown, 1, {}), nullptr) << unknown;
+}
+
+TEST(StageSelection, TellsQuickSyncHostsHowTheHardwareIsReached) {
+  const Machine machine{.quickSyncAvailable = ~0u, .quickSyncHardwareAccess = kHardwareAccessX11};
+  for (const auto& [codec, implementation] : {std::pair(7u, 1u), {12u, 8u}}) {
+    const auto stage = StageSelection::videoEncoder(codec, implementation, machine)->create(machine);
+    const auto* host = dynamic_cast<VideoEncoderPluginHost*>(stage.get());
+    ASSERT_NE(host, nullptr) << codec;
+    EXPECT_EQ(host->getHardwareAccess(), uint32_t{kHardwareAccessX11});
+  }
+  for (const uint32_t codec : {7u, 11u}) {
+    const auto stage = StageSelection::videoDecoder(0, codec, 1, machine)->create(machine);
+    const auto* host = dynamic_cast<VideoDecoderPluginHost*>(stage.get());
+    ASSERT_NE(host, nullptr) << codec;
+    EXPECT_EQ(host->getHardwareAccess(), uint32_t{kHardwareAccessX11});
+    EXPECT_EQ(stage->getCodec(), codec);
+  }
 }
 
 TEST(StageSelection, ChoosesAudioStages) {

@@ -89,7 +89,7 @@ static inline int qvsResolve(void* field, QvsFindSymbol find, void* library, con
   address = find(library, symbol);
   /* The bytes are copied because plain C has no cast from a data pointer to a function pointer. */
   memcpy(field, &address, sizeof address);
-  return address != NULL;
+  return address ? 1 : 0;
 }
 
 #ifdef __cplusplus

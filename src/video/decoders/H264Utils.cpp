@@ -102,7 +102,7 @@ void H264Utils::convertFrameRate(double rate, uint32_t* numerator, uint32_t* den
   *numerator = 0;
   *denominator = 1;
   if (!(rate > 0.0 && rate <= kRateMax)) return;
-  const auto rounded = [](double value) { return static_cast<uint32_t>(value + 0.5); };
+  const auto rounded = [](double value) { return static_cast<uint32_t>(std::lround(value)); };
   const uint32_t whole = rounded(rate);
   const uint32_t ntsc = rounded(rate * 1.001);
   if (std::fabs(rate - whole) < 0.0001) {

@@ -1,8 +1,8 @@
 // IVF headers for dumps of coded video.
 #include "video/decoders/VPXUtils.h"
 
+#include <algorithm>
 #include <cstdint>
-#include <cstring>
 
 namespace qvs {
 
@@ -29,10 +29,10 @@ void VPXUtils::write_ivf_file_header(FILE* file, const vpx_codec_enc_cfg_t* cfg,
   if (cfg->g_pass == VPX_RC_FIRST_PASS) return;
 
   char header[kFileHeaderSize] = {};
-  std::memcpy(header, "DKIF", 4);
+  std::copy_n("DKIF", 4, header);
   mem_put_le16(header + 4, 0);  // version
   mem_put_le16(header + 6, kFileHeaderSize);
-  std::memcpy(header + 8, "VP80", 4);  // of VP9 as well
+  std::copy_n("VP80", 4, header + 8);  // of VP9 as well
   mem_put_le16(header + 12, cfg->g_w);
   mem_put_le16(header + 14, cfg->g_h);
   mem_put_le32(header + 16, static_cast<unsigned int>(cfg->g_timebase.den));

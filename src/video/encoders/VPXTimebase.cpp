@@ -10,7 +10,7 @@ namespace {
 constexpr double kMaxFrameRate = 200000.0;  // times 10000 must fit an int
 
 int rounded(double value) {
-  return static_cast<int>(value + 0.5);
+  return static_cast<int>(std::lround(value));
 }
 
 vpx_rational_t simplest(double frameRate) {

@@ -103,6 +103,8 @@ MediaStatus OutputFile::addStream(const OutputStream& wanted) {
   AVCodecParameters& parameters = *stream->codecpar;
   parameters.codec_type = wanted.width > 0 ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
   parameters.codec_id = codec->id;
+  // The name that says all parameter sets stand in the container's configuration: Apple's players know no other.
+  if (codec->id == AV_CODEC_ID_HEVC && isMp4()) parameters.codec_tag = MKTAG('h', 'v', 'c', '1');
   MediaStatus status = wanted.width > 0 ? describeVideo(stream, wanted) : MediaStatus();
   if (!status.ok()) return status;
   parameters.sample_rate = wanted.sampleRate;
@@ -110,6 +112,10 @@ MediaStatus OutputFile::addStream(const OutputStream& wanted) {
   parameters.initial_padding = wanted.delaySamples;
   if (wanted.channels > 0) av_channel_layout_default(&parameters.ch_layout, wanted.channels);
   return setConfig(&parameters, wanted.config);
+}
+
+bool OutputFile::isMp4() const {
+  return std::strcmp(format_->oformat->name, "mp4") == 0;
 }
 
 // Matroska counts from the first coded sample, and its muxer leaves the delay to be added.
@@ -180,8 +186,11 @@ MediaStatus OutputFile::cut(const std::string& nextPath) {
 }
 
 MediaStatus OutputFile::openNext(const std::string& path) {
-  // The tables that a segment begins with.
-  av_opt_set(format_->priv_data, "mpegts_flags", "resend_headers", 0);
+  // The tables that a segment begins with; and its fragment's own time, not the sum of those before.
+  if (isMp4())
+    av_opt_set(format_->priv_data, "movflags", "+frag_discont", 0);
+  else
+    av_opt_set(format_->priv_data, "mpegts_flags", "resend_headers", 0);
   return MediaStatus::fromCode(avio_open(&format_->pb, path.c_str(), AVIO_FLAG_WRITE), "cannot create");
 }
 

@@ -62,13 +62,15 @@ class OutputFile {
   MediaStatus begin(bool keepTimes);
   /// Packets of one stream come in their order; those of several are interleaved here, but in segments.
   MediaStatus write(const OutputPacket& packet);
-  /// MPEG transport streams: ends the file, which is whole then, and goes on in another one that can be read on its
-  /// own.
+  /// MPEG transport streams and MP4 in fragments: ends the file, which is whole then, and goes on in another one. That
+  /// of a transport stream can be read on its own, that of MP4 behind the first, which holds all that comes before
+  /// pictures and sound where it is cut ahead of them.
   MediaStatus cut(const std::string& nextPath);
   /// Writes what the container keeps for its end and closes the file.
   MediaStatus finish();
 
  private:
+  bool isMp4() const;
   int64_t shiftOf(const OutputStream& stream) const;
   MediaStatus fill(const OutputPacket& packet);
   MediaStatus closeIo();

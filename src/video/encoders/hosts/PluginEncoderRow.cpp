@@ -9,6 +9,7 @@ namespace {
 // The words of the first host of the family; all hosts keep them, so that one search finds every status line.
 constexpr const char* kStatus = "QuickSync on Linux: ";
 constexpr const char* kUnknown = "X264: Unknown error.";
+constexpr const char* kQuickSync = "QuickSync: ";
 constexpr const char* kUnknownX265 = "X265: Unknown error.";
 
 #define QVS_HOST_NAMES(name) name, name "::addFrame"
@@ -22,8 +23,15 @@ constexpr PluginEncoderRow kEncoderH265X265{
     QVS_HOST_NAMES("VideoEncoderH265X265Host"), kVideoCodecH265, "/libqvs-vencoder-h265-x265.so", kStatus, kUnknownX265};
 constexpr PluginEncoderRow kEncoderH26XAdvantechVega{
     QVS_HOST_NAMES("VideoEncoderH26XAdvantechVegaHost"), kVideoCodecH264, "/libqvs-vencoder-h26x-advantechvega.so", kStatus, kUnknown, true};
+constexpr PluginEncoderRow kEncoderH264QuickSync{
+    QVS_HOST_NAMES("VideoEncoderH264QuickSyncHost"), kVideoCodecH264, "/libqvs-vencoder-h264-quicksync-drm.so", kQuickSync, nullptr,
+    false, kHardwareAccessDrm, "/libqvs-vencoder-h264-quicksync-x11.so"};
+constexpr PluginEncoderRow kEncoderH265QuickSync{
+    QVS_HOST_NAMES("VideoEncoderH265QuickSyncHost"), kVideoCodecH265, "/libqvs-vencoder-h265-quicksync-drm.so", kQuickSync, nullptr,
+    false, kHardwareAccessDrm, "/libqvs-vencoder-h265-quicksync-x11.so", true};
 constexpr PluginEncoderRow kEncoderH265MainConcept{
-    QVS_HOST_NAMES("VideoEncoderH265MainConceptHost"), kVideoCodecH265, "/libqvs-vencoder-h265-mainconcept.so", kStatus, kUnknown};
+    QVS_HOST_NAMES("VideoEncoderH265MainConceptHost"), kVideoCodecH265, "/libqvs-vencoder-h265-mainconcept.so", kStatus, kUnknown,
+    false, kHardwareAccessDrm};
 constexpr PluginEncoderRow kEncoderH264VAAPI{
     QVS_HOST_NAMES("VideoEncoderH264VAAPIHost"), kVideoCodecH264, "/libqvs-vencoder-h264-vaapi.so", kStatus, kUnknown};
 constexpr PluginEncoderRow kEncoderH265VAAPI{

@@ -2,23 +2,31 @@
 
 #include <cstdint>
 
+#include "contract/HardwareInfo.h"
+
 namespace qvs {
 
 /// What tells one encoder plug-in host from another.
 struct PluginEncoderRow {
-  const char* className;      ///< of log lines
-  const char* label;          ///< under which exceptions are printed
-  uint32_t codec;             ///< at construction
-  const char* library;        ///< file name in the directory of plug-ins, with the slash in front
-  const char* statusPrefix;   ///< behind "[{context}]: " of a status line
-  const char* unknownStatus;  ///< the line's text for a status without a name
-  bool tellsCodec = false;    ///< the plug-in serves more than one codec and is told which
+  const char* className;     ///< of log lines
+  const char* label;         ///< under which exceptions are printed
+  uint32_t codec;            ///< at construction
+  const char* library;       ///< file name in the directory of plug-ins, with the slash in front
+  const char* statusPrefix;  ///< behind "[{context}]: " of a status line
+  const char*
+      unknownStatus;  ///< the line's text for a status without a name; null: QuickSyncHostUtils tells it
+  bool tellsCodec = false;                       ///< the plug-in serves more than one codec and is told which
+  uint32_t hardwareAccess = kHardwareAccessAny;  ///< at construction
+  const char* libraryX11 = nullptr;  ///< taken with kHardwareAccessX11; null: there is one library
+  bool tellsPath = false;            ///< the plug-in is told the directory of plug-ins
 };
 
 /// Rows of the hosts, in the order of the docs.
 extern const PluginEncoderRow kEncoderH264X264;
 extern const PluginEncoderRow kEncoderH265X265;
 extern const PluginEncoderRow kEncoderH26XAdvantechVega;
+extern const PluginEncoderRow kEncoderH264QuickSync;
+extern const PluginEncoderRow kEncoderH265QuickSync;
 extern const PluginEncoderRow kEncoderH265MainConcept;
 extern const PluginEncoderRow kEncoderH264VAAPI;
 extern const PluginEncoderRow kEncoderH265VAAPI;

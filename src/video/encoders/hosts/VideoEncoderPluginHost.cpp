@@ -1,59 +1,77 @@
 // The one driver of encoder plug-ins: loads the library, forwards each call, takes over the coded frames.
 #include "video/encoders/hosts/VideoEncoderPluginHost.h"
 
-#include <array>
+#include <fmt/format.h>
 
+#include <algorithm>
+#include <bit>
+#include <chrono>
+#include <utility>
+
+#include "contract/ParameterType.h"
+#include "frames/geometry/FourCC.h"
 #include "frames/VideoFrameBuffer.h"
-#include "log/ILogger.h"
 #include "log/LogGlobalLogger.h"
 #include "platform/Guard.h"
-#include "plugin/PluginStatus.h"
 
 namespace qvs {
 
 namespace {
 
 constexpr const char* kPrefix = "zarvoVideoEncoder_";
-constexpr int32_t kLevelDebug = 1;
-constexpr int32_t kLevelWarn = 2;
-constexpr int32_t kLevelError = 3;
+constexpr int64_t kDeadlineMax = 24 * 60 * 60 * 1000;
+constexpr uint32_t kDrainRoundsMax = 256;  ///< of up to 20 frames each
 
 }  // namespace
 
-VideoEncoderPluginHost::VideoEncoderPluginHost(const PluginEncoderRow& hostRow) : row(hostRow) {
+VideoEncoderPluginHost::VideoEncoderPluginHost(const PluginEncoderRow& hostRow)
+    : row(hostRow), hardwareAccess(row.hardwareAccess), work(std::make_shared<PluginEncoderWork>()) {
   codec = row.codec;
 }
 
-void VideoEncoderPluginHost::logStatus(const PluginEncoderRow& row, ILogger* logger, int contextIndex,
-                                       int32_t status, int32_t level) {
-  if (status <= 0) return;
-  const char* text = pluginStatusText(status);
-  const std::string line =
-      std::string(row.className) + "[{context}]: " +
-      (text != nullptr ? std::string(row.statusPrefix) + text : std::string(row.unknownStatus));
-  if (level == kLevelDebug) {
-    logger->debug(kLogContextVideoEncoder, contextIndex, line);
-  } else if (level == kLevelError) {
-    logger->error(kLogContextVideoEncoder, contextIndex, line);
-  } else {
-    logger->warn(kLogContextVideoEncoder, contextIndex, line);
-  }
+VideoEncoderPluginHost::~VideoEncoderPluginHost() {
+  guarded(row.label, [&] { closePlugin(); });
 }
 
-void VideoEncoderPluginHost::logStatus(int32_t status, int32_t level) const {
-  logStatus(row, getLogger(), static_cast<int>(sessionIndex), status, level);
+// Lines.
+
+PluginLogPlace VideoEncoderPluginHost::place() const {
+  return {getLogger(), kLogContextVideoEncoder, static_cast<int>(sessionIndex)};
+}
+
+std::string VideoEncoderPluginHost::head(const char* operation) const {
+  return fmt::format("{}.{}[{{context}}]: ", row.className, operation);
+}
+
+bool VideoEncoderPluginHost::worthTelling(uint32_t& times) {
+  return std::has_single_bit(++times);
+}
+
+void VideoEncoderPluginHost::logStatus(const PluginAnswer& answer, int32_t level) const {
+  logPluginStatus(place(), {row.className, row.statusPrefix, row.unknownStatus}, answer, level);
+}
+
+// The library.
+
+std::string VideoEncoderPluginHost::libraryOf(const PluginEncoderRow& row, const std::string& path,
+                                              uint32_t hardwareAccess) {
+  const bool x11 = hardwareAccess == kHardwareAccessX11 && row.libraryX11 != nullptr;
+  return path + (x11 ? row.libraryX11 : row.library);
 }
 
 bool VideoEncoderPluginHost::isAvailable(const PluginEncoderRow& row, const std::string& path,
-                                         ILogger* logger, uint32_t* major, uint32_t* minor) {
+                                         uint32_t hardwareAccess, ILogger* logger, uint32_t* major,
+                                         uint32_t* minor) {
   return guarded(
       row.label,
       [&] {
-        PluginSession<pluginVideoEncoder> plugin;
-        if (!plugin.load(path + row.library, videoEncoderResolve, kPrefix)) return false;
+        Plugin plugin;
+        if (!plugin.load(libraryOf(row, path, hardwareAccess), videoEncoderResolve, kPrefix)) return false;
         if (plugin.entryPoints().func_getVersion == nullptr) return false;
         const int32_t status = plugin.entryPoints().func_getVersion(nullptr, 0, major, minor);
-        logStatus(row, loggerOrGlobal(logger), 0, status, kLevelDebug);
+        logPluginStatus({loggerOrGlobal(logger), kLogContextVideoEncoder, 0},
+                        {row.className, row.statusPrefix, row.unknownStatus}, {status, {}},
+                        kPluginLevelDebug);
         return status == 0;
       },
       false);
@@ -65,128 +83,314 @@ void VideoEncoderPluginHost::setNativePath(char* path) {
 
 uint32_t VideoEncoderPluginHost::createDone() {
   return guarded(row.label, [&]() -> uint32_t {
-    const std::string path = nativePath + row.library;
-    const std::string head = std::string(row.className) + ".createDone[{context}]: Loading shared library";
-    if (!plugin.load(path, videoEncoderResolve, kPrefix)) {
-      getLogger()->warn(kLogContextVideoEncoder, static_cast<int>(sessionIndex), head + " FAILED: " + path);
-      return kFailure;
-    }
-    getLogger()->info(kLogContextVideoEncoder, static_cast<int>(sessionIndex), head + ": " + path);
-    logStatus(plugin.create(this, nativePluginAllocator()), kLevelWarn);
+    closePlugin();
+    givenUp = false;
+    untold = 0;
+    if (!loadPlugin()) return kFailure;
+    logStatus({work->plugin.create(this, nativePluginAllocator()), {}}, kPluginLevelWarn);
     if (row.tellsCodec) {
-      logStatus(plugin.call(&pluginVideoEncoder::func_setCodecAndVersion, codec, codecVersion), kLevelWarn);
-      logStatus(plugin.call(&pluginVideoEncoder::func_createDone), kLevelWarn);
+      logStatus(work->plugin.ask(&pluginVideoEncoder::func_setCodecAndVersion, codec, codecVersion),
+                kPluginLevelWarn);
+      logStatus(work->plugin.ask(&pluginVideoEncoder::func_createDone), kPluginLevelWarn);
     }
+    if (row.tellsPath) {
+      logStatus(work->plugin.ask(&pluginVideoEncoder::func_setPluginPath, nativePath.c_str()),
+                kPluginLevelWarn);
+    }
+    updateThread();
     return kSuccess;
   });
 }
 
+bool VideoEncoderPluginHost::loadPlugin() {
+  const std::string path = libraryOf(row, nativePath, hardwareAccess);
+  const bool loaded = work->plugin.load(path, videoEncoderResolve, kPrefix);
+  const std::string line =
+      head("createDone") + "Loading shared library" + (loaded ? ": " : " FAILED: ") + path;
+  if (loaded) {
+    getLogger()->info(kLogContextVideoEncoder, place().index, line);
+  } else {
+    getLogger()->warn(kLogContextVideoEncoder, place().index, line);
+  }
+  return loaded;
+}
+
+void VideoEncoderPluginHost::closePlugin() {
+  drive("destroy", [](Plugin& plugin) {
+    plugin.close();
+    return true;
+  });
+  thread.reset();
+}
+
+// Calls into the plug-in.
+
+/// Makes a call in place, or on the thread where there is one: `body` then owns all it touches. Nothing: the plug-in
+/// is given up.
+template <typename Body>
+auto VideoEncoderPluginHost::drive(const char* operation, Body body)
+    -> std::optional<std::invoke_result_t<Body, Plugin&>> {
+  using Result = std::optional<std::invoke_result_t<Body, Plugin&>>;
+  finish();
+  if (givenUp) return std::nullopt;
+  if (!thread) return body(work->plugin);
+  operationInWork = operation;
+  auto result = thread->run([body = std::move(body), shared = work.get(), label = row.label]() mutable {
+    return guarded(
+        label, [&] { return Result(body(shared->plugin)); }, Result());
+  });
+  if (result) return std::move(*result);
+  giveUp();
+  return std::nullopt;
+}
+
+// What the call that hangs may still touch stays as it is: the work goes with its thread, and the frame gets other
+// storage, since its pool may use it again.
+void VideoEncoderPluginHost::giveUp() {
+  getLogger()->error(kLogContextVideoEncoder, place().index,
+                     head(operationInWork) +
+                         fmt::format("The plug-in did not return within {} ms: it is left to its thread, and "
+                                     "this encoder is given up",
+                                     callDeadline));
+  if (frameInWork != nullptr && frameInWork->getPlane(0) == work->picture.plane[0] &&
+      !guarded(
+          row.label, [&] { return frameInWork->abandonStorage(); }, false)) {
+    new std::shared_ptr<VideoFrameBufferAllocation>(hold);  // for ever: no memory to let it go
+  }
+  frameInWork = nullptr;
+  hold.reset();
+  thread.reset();
+  work = std::make_shared<PluginEncoderWork>();
+  givenUp = true;
+  untold = kFailure;
+}
+
+void VideoEncoderPluginHost::updateThread() {
+  finish();
+  const bool wanted = (asynchronous != 0 || callDeadline != 0) && !givenUp;
+  if (!wanted) thread.reset();
+  if (wanted && !thread) thread = std::make_unique<PluginThread>(work);
+  if (thread) thread->setDeadline(std::chrono::milliseconds(callDeadline));
+}
+
 // A setting that a plug-in refuses is told in the log alone.
 template <typename Entry, typename... Arguments>
-uint32_t VideoEncoderPluginHost::setting(Entry entry, Arguments... arguments) {
+uint32_t VideoEncoderPluginHost::setting(const char* operation, Entry entry, Arguments... arguments) {
   return guarded(row.label, [&]() -> uint32_t {
-    logStatus(plugin.call(entry, arguments...), kLevelWarn);
+    const auto answer = drive(operation, [=](Plugin& plugin) { return plugin.ask(entry, arguments...); });
+    if (!answer) return kFailure;
+    logStatus(*answer, kPluginLevelWarn);
     return kSuccess;
   });
 }
 
 template <typename Entry, typename... Arguments>
 uint32_t VideoEncoderPluginHost::parameter(Entry entry, Arguments... arguments) {
-  return guarded(row.label, [&] { return static_cast<uint32_t>(plugin.call(entry, arguments...)); });
+  return guarded(row.label, [&]() -> uint32_t {
+    const auto answer =
+        drive("setParameterValue", [=](Plugin& plugin) { return plugin.ask(entry, arguments...); });
+    if (!answer) return kFailure;
+    logStatus(*answer, kPluginLevelWarn);
+    return static_cast<uint32_t>(answer->status);
+  });
 }
 
-uint32_t VideoEncoderPluginHost::setGPUID(int32_t gpuid) {
+// The plug-in writes to memory of the call's own: one that hangs may write later than the caller's lives.
+template <typename Value, typename Entry>
+uint32_t VideoEncoderPluginHost::readParameter(Entry entry, uint32_t key, Value* value) {
   return guarded(row.label, [&]() -> uint32_t {
-    plugin.call(&pluginVideoEncoder::func_setGPUID, gpuid);
-    return kSuccess;
+    clear(value);
+    const auto read = drive("getParameterValue", [=](Plugin& plugin) {
+      Value got{};
+      const int32_t status = plugin.call(entry, key, &got);
+      return std::pair(static_cast<uint32_t>(status), got);
+    });
+    if (!read) return kFailure;
+    if (value != nullptr) *value = read->second;
+    return read->first;
+  });
+}
+
+// Settings.
+
+uint32_t VideoEncoderPluginHost::setGPUID(int32_t gpuid) {
+  return guarded(row.label, [&] {
+    const auto done = drive(
+        "setGPUID", [=](Plugin& plugin) { return plugin.call(&pluginVideoEncoder::func_setGPUID, gpuid); });
+    return done ? kSuccess : kFailure;
   });
 }
 
 uint32_t VideoEncoderPluginHost::setDefaults(int32_t videoType, int32_t pal) {
-  return setting(&pluginVideoEncoder::func_setDefaults, videoType, pal);
+  return setting("setDefaults", &pluginVideoEncoder::func_setDefaults, videoType, pal);
 }
 
 uint32_t VideoEncoderPluginHost::setFrameSize(uint32_t width, uint32_t height) {
-  return setting(&pluginVideoEncoder::func_setFrameSize, width, height);
+  return setting("setFrameSize", &pluginVideoEncoder::func_setFrameSize, width, height);
 }
 
 uint32_t VideoEncoderPluginHost::setFrameRate(double frameRate) {
-  return setting(&pluginVideoEncoder::func_setFrameRate, frameRate);
+  return setting("setFrameRate", &pluginVideoEncoder::func_setFrameRate, frameRate);
 }
 
 uint32_t VideoEncoderPluginHost::setBitrate(uint32_t bitrate) {
-  return setting(&pluginVideoEncoder::func_setBitrate, bitrate);
+  return setting("setBitrate", &pluginVideoEncoder::func_setBitrate, bitrate);
 }
 
 uint32_t VideoEncoderPluginHost::updateBitrate(uint32_t bitrate) {
-  return setting(&pluginVideoEncoder::func_updateBitrate, bitrate);
+  return setting("updateBitrate", &pluginVideoEncoder::func_updateBitrate, bitrate);
 }
 
 uint32_t VideoEncoderPluginHost::setKeyFrameFollow(uint8_t keyFrameFollow) {
-  return setting(&pluginVideoEncoder::func_setKeyFrameFollow, uint32_t{keyFrameFollow});
+  return setting("setKeyFrameFollow", &pluginVideoEncoder::func_setKeyFrameFollow, uint32_t{keyFrameFollow});
 }
 
 uint32_t VideoEncoderPluginHost::checkSettings() {
-  return setting(&pluginVideoEncoder::func_checkSettings);
+  return setting("checkSettings", &pluginVideoEncoder::func_checkSettings);
 }
 
 uint32_t VideoEncoderPluginHost::initialize() {
-  return setting(&pluginVideoEncoder::func_initialize);
+  lastTimecode.reset();
+  flushed = 0;
+  return setting("initialize", &pluginVideoEncoder::func_initialize);
 }
 
-uint32_t VideoEncoderPluginHost::addFrame(VideoFrameBuffer& frame, uint32_t frameType, uint64_t timecode) {
+// Pictures in.
+
+uint32_t VideoEncoderPluginHost::addFrame(VideoFrameBuffer& frame, uint32_t type, uint64_t time) {
   return guarded(row.label, [&]() -> uint32_t {
+    finish();
+    if (const uint32_t failed = std::exchange(untold, 0); failed != 0) return failed;
+    if (givenUp) return kFailure;
     frame.transferToSystemMemory();
-    if (!plugin.offers(&pluginVideoEncoder::func_addFrame2)) return kSuccess;
-    constexpr size_t kMax = QVS_VIDEO_ENCODER_FRAMES_MAX;
-    std::array<void*, kMax> buffers{};
-    std::array<uint32_t, kMax> sizes{};
-    std::array<uint32_t, kMax> frameTypes{};
-    std::array<uint64_t, kMax> timecodes{};
-    std::array<uint64_t, kMax> timecodeOffsets{};
-    uint32_t count = kMax;
-    const frame_tt& picture = frame.getFrame();
-    const int32_t status =
-        plugin.call(&pluginVideoEncoder::func_addFrame2, static_cast<void*>(picture.plane[0]),
-                    static_cast<uint32_t>(picture.stride[0]), picture.width, picture.height,
-                    frameType != 0 ? frameType : frame.getFrameType(), timecode, buffers.data(), sizes.data(),
-                    frameTypes.data(), timecodes.data(), timecodeOffsets.data(), &count);
-    if (status != 0) return static_cast<uint32_t>(status);
-    // A plug-in that claims more than there is room for has written past it, or lies.
-    if (count > kMax) {
-      getLogger()->error(kLogContextVideoEncoder, static_cast<int>(sessionIndex),
-                         std::string(row.className) + ".addFrame[{context}]: the plug-in claims " +
-                             std::to_string(count) + " frames, taken: " + std::to_string(kMax));
-      count = kMax;
+    if (!work->plugin.offers(&pluginVideoEncoder::func_addFrame2)) return kSuccess;
+    if (!isEncodable(frame)) return kFailure;
+    work->picture = frame.getFrame();
+    work->frameType = type != 0 ? type : frame.getFrameType();
+    work->timecode = time;
+    if (!thread) {
+      work->encode();
+      return collect();
     }
-    takeFrames(buffers.data(), sizes.data(), frameTypes.data(), timecodes.data(), timecodeOffsets.data(),
-               count);
-    return kSuccess;
+    hold = frame.getBufferAllocation();
+    frameInWork = &frame;
+    operationInWork = "addFrame";
+    thread->start([shared = work.get(), label = row.label] { guarded(label, [&] { shared->encode(); }); });
+    // A frame that nothing holds is the caller's again when this returns.
+    if (asynchronous != 0 && hold) return kSuccess;
+    finish();
+    return std::exchange(untold, 0);
   });
 }
 
-void VideoEncoderPluginHost::takeFrames(void* const* buffers, const uint32_t* sizes,
-                                        const uint32_t* frameTypes, const uint64_t* timecodes,
-                                        const uint64_t* timecodeOffsets, uint32_t count) {
-  for (uint32_t i = 0; i < count; ++i) {
-    if (buffers[i] == nullptr) {
-      getLogger()->error(
-          kLogContextVideoEncoder, static_cast<int>(sessionIndex),
-          std::string(row.className) + ".addFrame[{context}]: the plug-in gave a frame without bytes");
-      continue;
-    }
-    frames.list().emplace_back(static_cast<uint8_t*>(buffers[i]), sizes[i], timecodes[i],
-                               static_cast<int64_t>(timecodeOffsets[i]), frameTypes[i], true);
-    ++frameCount;
+// The plug-in is told nothing of the format and would read past a smaller one, or swap the colors of another.
+bool VideoEncoderPluginHost::isEncodable(const VideoFrameBuffer& frame) {
+  if (frame.getPlane(0) != nullptr && frame.getFourCC() == kFourCCYV12) return true;
+  if (worthTelling(refusals)) {
+    getLogger()->error(kLogContextVideoEncoder, place().index,
+                       head("addFrame") + fmt::format("Only pictures in YV12 are encoded, this is 0x{:x}",
+                                                      frame.getFourCC()));
   }
+  return false;
+}
+
+void VideoEncoderPluginHost::finish() {
+  if (frameInWork == nullptr) return;
+  if (!thread->wait()) {
+    giveUp();
+    return;
+  }
+  frameInWork = nullptr;
+  untold = collect();
+  // The token's end pushes the frame on its pool's free list; doing it here keeps pools on their session's thread.
+  hold.reset();
+}
+
+// Coded frames out.
+
+// Takes over what a call gave; the call's status.
+uint32_t VideoEncoderPluginHost::collect() {
+  const PluginAnswer& answer = work->answer;
+  if (answer.status != 0 && worthTelling(failures)) logStatus(answer, kPluginLevelWarn);
+  tellLies();
+  std::vector<VideoFrameEncoded>& fresh = work->frames.list();
+  tellRepeatedTimes();
+  frameCount += static_cast<uint32_t>(fresh.size());
+  frames.list().insert(frames.list().end(), fresh.begin(), fresh.end());
+  fresh.clear();  // the bytes are in the other list now
+  return static_cast<uint32_t>(answer.status);
+}
+
+// A plug-in that claims more than there is room for has written past it, or lies.
+void VideoEncoderPluginHost::tellLies() {
+  constexpr uint32_t kMax = QVS_VIDEO_ENCODER_FRAMES_MAX;
+  const auto tell = [&](const char* text) {
+    getLogger()->error(kLogContextVideoEncoder, place().index,
+                       head("addFrame") + fmt::format(fmt::runtime(text), work->claimed, kMax));
+  };
+  if (work->claimed > kMax && worthTelling(overclaims)) tell("the plug-in claims {} frames, taken: {}");
+  if (work->withoutBytes != 0 && worthTelling(withoutBytes)) tell("the plug-in gave a frame without bytes");
+  if (work->tooLong != 0 && worthTelling(tooLong)) {
+    tell("the plug-in gave a frame longer than its memory, which is dropped");
+  }
+}
+
+void VideoEncoderPluginHost::tellRepeatedTimes() {
+  for (const VideoFrameEncoded& frame : work->frames) {
+    const bool repeated = lastTimecode == frame.getTimecode();
+    lastTimecode = frame.getTimecode();
+    if (!repeated || !worthTelling(repeats)) continue;
+    getLogger()->warn(
+        kLogContextVideoEncoder, place().index,
+        head("addFrame") + fmt::format("the plug-in gave two frames of one time: {}", frame.getTimecode()));
+  }
+}
+
+uint32_t VideoEncoderPluginHost::getEncodedFrameCount() {
+  finish();
+  return frameCount;
 }
 
 uint32_t VideoEncoderPluginHost::getEncodedFrames(std::vector<VideoFrameEncoded>& out) {
   return guarded(row.label, [&]() -> uint32_t {
+    finish();
+    if (const uint32_t failed = std::exchange(untold, 0); failed != 0) return failed;
+    if (givenUp && frames.empty()) return kFailure;
     out.insert(out.end(), frames.begin(), frames.end());
     frames.list().clear();  // the bytes are the caller's now
     return kSuccess;
   });
+}
+
+uint32_t VideoEncoderPluginHost::flush() {
+  flushed = 1;
+  for (uint32_t round = 0; round < kDrainRoundsMax; ++round) {
+    const bool returned = drive("drain", [shared = work.get()](Plugin&) {
+                            shared->drain();
+                            return true;
+                          }).has_value();
+    if (!returned) return kFailure;
+    if (const uint32_t failed = collect(); failed != 0) return failed;
+    if (work->claimed == 0) return kSuccess;
+  }
+  getLogger()->error(kLogContextVideoEncoder, place().index,
+                     head("drain") + fmt::format("no end of frames after {} calls", kDrainRoundsMax));
+  return kFailure;
+}
+
+// Parameters.
+
+int64_t* VideoEncoderPluginHost::ownKey(uint32_t key) {
+  switch (key) {
+    case kKeyAsynchronous:
+      return &asynchronous;
+    case kKeyFlush:
+      return &flushed;
+    case kKeyCallDeadline:
+      return &callDeadline;
+    default:
+      return nullptr;
+  }
 }
 
 uint32_t VideoEncoderPluginHost::applyParameters() {
@@ -194,11 +398,27 @@ uint32_t VideoEncoderPluginHost::applyParameters() {
 }
 
 uint32_t VideoEncoderPluginHost::setParameterValue(uint32_t key, int64_t value) {
-  return parameter(&pluginVideoEncoder::func_setParameterValueLong, key, value);
+  int64_t* own = ownKey(key);
+  if (own == nullptr) return parameter(&pluginVideoEncoder::func_setParameterValueLong, key, value);
+  return guarded(row.label, [&] {
+    if (key == kKeyFlush) return flush();
+    *own = std::clamp<int64_t>(value, 0, kDeadlineMax);
+    updateThread();
+    return kSuccess;
+  });
 }
 
 uint32_t VideoEncoderPluginHost::setParameterValue(uint32_t key, int64_t* values, uint32_t count) {
-  return parameter(&pluginVideoEncoder::func_setParameterValuesLong, key, values, count);
+  return guarded(row.label, [&]() -> uint32_t {
+    std::vector<int64_t> copy(values, values != nullptr ? values + count : nullptr);
+    const auto answer = drive("setParameterValue", [key, copy = std::move(copy)](Plugin& plugin) mutable {
+      return plugin.ask(&pluginVideoEncoder::func_setParameterValuesLong, key, copy.data(),
+                        static_cast<uint32_t>(copy.size()));
+    });
+    if (!answer) return kFailure;
+    logStatus(*answer, kPluginLevelWarn);
+    return static_cast<uint32_t>(answer->status);
+  });
 }
 
 uint32_t VideoEncoderPluginHost::setParameterValue(uint32_t key, double value) {
@@ -206,22 +426,42 @@ uint32_t VideoEncoderPluginHost::setParameterValue(uint32_t key, double value) {
 }
 
 uint32_t VideoEncoderPluginHost::getParameterValueType(uint32_t key, uint32_t* arrayLength) {
-  return parameter(&pluginVideoEncoder::func_getParameterValueType, key, arrayLength);
+  if (ownKey(key) == nullptr) {
+    return readParameter(&pluginVideoEncoder::func_getParameterValueType, key, arrayLength);
+  }
+  clear(arrayLength);
+  return kParameterLong;
 }
 
 uint32_t VideoEncoderPluginHost::getParameterValue(uint32_t key, int64_t* value) {
-  clear(value);
-  return parameter(&pluginVideoEncoder::func_getParameterValueLong, key, value);
+  const int64_t* own = ownKey(key);
+  if (own == nullptr) return readParameter(&pluginVideoEncoder::func_getParameterValueLong, key, value);
+  if (value != nullptr) *value = *own;
+  return kSuccess;
 }
 
 uint32_t VideoEncoderPluginHost::getParameterValue(uint32_t key, int64_t* values, uint32_t* count) {
-  if (!plugin.offers(&pluginVideoEncoder::func_getParameterValuesLong)) return clear(count);
-  return parameter(&pluginVideoEncoder::func_getParameterValuesLong, key, values, count);
+  if (values == nullptr || count == nullptr) return clear(count);
+  return guarded(row.label, [&]() -> uint32_t {
+    if (!work->plugin.offers(&pluginVideoEncoder::func_getParameterValuesLong)) return clear(count);
+    const auto read =
+        drive("getParameterValue", [key, got = std::vector<int64_t>(*count)](Plugin& plugin) mutable {
+          auto there = static_cast<uint32_t>(got.size());
+          const int32_t status =
+              plugin.call(&pluginVideoEncoder::func_getParameterValuesLong, key, got.data(), &there);
+          got.resize(std::min<size_t>(there, got.size()));
+          return std::pair(static_cast<uint32_t>(status), std::move(got));
+        });
+    clear(count);
+    if (!read) return kFailure;
+    std::copy(read->second.begin(), read->second.end(), values);
+    *count = static_cast<uint32_t>(read->second.size());
+    return read->first;
+  });
 }
 
 uint32_t VideoEncoderPluginHost::getParameterValue(uint32_t key, double* value) {
-  clear(value);
-  return parameter(&pluginVideoEncoder::func_getParameterValueDouble, key, value);
+  return readParameter(&pluginVideoEncoder::func_getParameterValueDouble, key, value);
 }
 
 }  // namespace qvs

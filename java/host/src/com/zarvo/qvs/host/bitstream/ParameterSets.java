@@ -15,6 +15,7 @@ public final class ParameterSets {
   private static final int AVC_LENGTH_AT = 4;
   private static final int HEVC_LENGTH_AT = 21;
   private static final int HEVC_ARRAYS_AT = 22;
+  private static final int HEVC_SEQUENCE = 1;
   private static final int PROFILE_HIGH = 100;
 
   private final boolean hevc;
@@ -91,8 +92,16 @@ public final class ParameterSets {
     return out.toByteArray();
   }
 
-  /** As the CODECS attribute of a playlist names an H.264 stream. */
-  public String avcName() {
+  /** The units without those that are among the sets already. */
+  public List<byte[]> leaveOutKnown(List<byte[]> units) {
+    return units.stream()
+        .filter(unit -> sets.stream().flatMap(List::stream).noneMatch(set -> Arrays.equals(set, unit)))
+        .toList();
+  }
+
+  /** As the CODECS attribute of a playlist names the stream. */
+  public String playlistName() {
+    if (hevc) return profile().name();
     byte[] sps = sets.get(0).get(0);
     return String.format("avc1.%02x%02x%02x", sps[1], sps[2], sps[3]);
   }
@@ -107,12 +116,17 @@ public final class ParameterSets {
     if (at(sps, 1) == PROFILE_HIGH) out.writeBytes(new byte[] {(byte) 0xfd, (byte) 0xf8, (byte) 0xf8, 0});
   }
 
-  // What stands before the arrays is for players; the native decoder asks for the lengths' size alone.
+  private HevcProfile profile() {
+    return new HevcProfile(sets.get(HEVC_SEQUENCE).get(0));
+  }
+
   private void writeHevc(ByteArrayOutputStream out) {
-    byte[] head = new byte[HEVC_ARRAYS_AT];
-    head[0] = 1;
-    head[HEVC_LENGTH_AT] = (byte) (0xfc | NalUnits.LENGTH_BYTES - 1);
-    out.writeBytes(head);
+    HevcProfile profile = profile();
+    out.write(1);
+    out.writeBytes(profile.bytes());
+    // Nothing is said of segmentation, parallelism and rate; pictures are 4:2:0 of 8 bits.
+    out.writeBytes(new byte[] {(byte) 0xf0, 0, (byte) 0xfc, (byte) 0xfd, (byte) 0xf8, (byte) 0xf8, 0, 0});
+    out.write(profile.layers() << 3 | (profile.layersNested() ? 4 : 0) | NalUnits.LENGTH_BYTES - 1);
     out.write(kinds.length);
     for (int i = 0; i < kinds.length; i++) {
       out.write(0x80 | kinds[i]);

@@ -3,7 +3,7 @@ package com.zarvo.qvs.host.cli;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.Deinterlace;
-import com.zarvo.qvs.host.model.H264Tuning;
+import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import java.util.function.Function;
@@ -73,10 +73,10 @@ final class Converters {
     }
   }
 
-  /** Reads a speed of H.264. */
-  static final class OfPreset extends Reader<H264Tuning.Preset> {
+  /** Reads a speed of H.264 and H.265. */
+  static final class OfPreset extends Reader<VideoTuning.Preset> {
     OfPreset() {
-      super(H264Tuning.Preset::of);
+      super(VideoTuning.Preset::of);
     }
   }
 }

@@ -9,7 +9,7 @@ import com.zarvo.qvs.host.media.WholeFile;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.Deinterlace;
-import com.zarvo.qvs.host.model.H264Tuning;
+import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
@@ -54,9 +54,9 @@ final class TranscodeCommand implements Callable<Integer> {
       paramLabel = "WxH[@RATE][,KEY=VALUE]...",
       converter = Converters.OfRendition.class,
       description = {
-        "One rendition, e.g. 1280x720@2500k,fit=letterbox,fps=30. Keys: codec (h264, vp8, vp9), fit (letterbox,",
-        "stretch, fill), fps, crop and pad (left:right:top:bottom); for H.264 also preset (ultrafast to veryslow),",
-        "profile (baseline, main, high), level (4.1), bframes.",
+        "One rendition, e.g. 1280x720@2500k,fit=letterbox,fps=30. Keys: codec (h264, h265, vp8, vp9), fit",
+        "(letterbox, stretch, fill), fps, crop and pad (left:right:top:bottom); for H.264 and H.265 also preset",
+        "(ultrafast to veryslow), profile (baseline, main, high; H.265 main), level (4.1), bframes.",
         "Without any: the input's size and the common sizes below down to 360p, five at most."
       })
   private List<RenditionSpec> renditions = new ArrayList<>();
@@ -102,7 +102,8 @@ final class TranscodeCommand implements Callable<Integer> {
       defaultValue = "mp4",
       converter = Converters.OfContainer.class,
       description = {
-        "mp4 (default), flv, hls (segments and playlists), mkv: H.264 and AAC; webm, ivf: VP8, VP9;",
+        "mp4 (default), hls (segments and playlists), mkv, ts: H.264, H.265 and AAC; flv: H.264 and AAC;",
+        "webm, ivf: VP8, VP9;",
         "for sound alone also ogg or aac."
       })
   private Container format;
@@ -144,8 +145,8 @@ final class TranscodeCommand implements Callable<Integer> {
       names = "--preset",
       paramLabel = "NAME",
       converter = Converters.OfPreset.class,
-      description = "Speed against quality of H.264: ultrafast to veryslow, veryfast by default.")
-  private H264Tuning.Preset preset;
+      description = "Speed against quality: ultrafast to veryslow; veryfast for H.264, superfast for H.265 by default.")
+  private VideoTuning.Preset preset;
 
   @Option(names = "--report", paramLabel = "FILE.json", description = "Write a report, of work that failed too.")
   private Path report;

@@ -2,7 +2,7 @@ package com.zarvo.qvs.host.job;
 
 import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.FitMode;
-import com.zarvo.qvs.host.model.H264Tuning;
+import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import java.util.ArrayList;
 import java.util.List;
@@ -59,7 +59,7 @@ final class DefaultLadder {
     if (source.bitRate() > 0) bitRate = Math.min(bitRate, shareOf(source, width, height));
     // The size already has the source's aspect but for rounding: a letterbox would add bars of a pixel or two.
     return new RenditionSpec(
-        width, height, bitRate, null, FitMode.STRETCH, 0, null, null, H264Tuning.USUAL);
+        width, height, bitRate, null, FitMode.STRETCH, 0, null, null, VideoTuning.USUAL);
   }
 
   // More bits than the source has bring nothing back; smaller pictures need fewer, though not in proportion.

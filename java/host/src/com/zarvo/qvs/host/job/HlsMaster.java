@@ -23,7 +23,7 @@ final class HlsMaster {
    */
   void add(Path folder, OutputTrack.Video track, boolean audio, long bitRate) throws IOException {
     Rates rates = Rates.of(folder).andExpected(bitRate);
-    String codecs = ParameterSets.ofRecord(false, track.config()).avcName() + (audio ? "," + AAC_LOW_COMPLEXITY : "");
+    String codecs = ParameterSets.ofRecord(track.isHevc(), track.config()).playlistName() + (audio ? "," + AAC_LOW_COMPLEXITY : "");
     text.append("#EXT-X-STREAM-INF:BANDWIDTH=").append(rates.peak);
     text.append(",AVERAGE-BANDWIDTH=").append(rates.average);
     text.append(",RESOLUTION=").append(track.width()).append('x').append(track.height());

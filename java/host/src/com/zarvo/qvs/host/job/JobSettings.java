@@ -4,7 +4,7 @@ import com.zarvo.qvs.host.model.AudioConversion;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.Deinterlace;
-import com.zarvo.qvs.host.model.H264Tuning;
+import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import java.nio.file.Path;
@@ -21,7 +21,7 @@ public final class JobSettings {
   private boolean audioAlong = true;
   private Deinterlace deinterlace = Deinterlace.ON;
   private double frameRate;
-  private H264Tuning.Preset preset;
+  private VideoTuning.Preset preset;
   private List<OverlaySpec> overlays = List.of();
   private Container format = Container.MP4;
   private int hlsWindow;
@@ -83,8 +83,8 @@ public final class JobSettings {
     return frameRate;
   }
 
-  /** Of H.264 renditions that name none, null for the usual one. */
-  public H264Tuning.Preset preset() {
+  /** Of H.264 and H.265 renditions that name none, null for the usual ones. */
+  public VideoTuning.Preset preset() {
     return preset;
   }
 
@@ -173,7 +173,7 @@ public final class JobSettings {
       return this;
     }
 
-    public Builder preset(H264Tuning.Preset preset) {
+    public Builder preset(VideoTuning.Preset preset) {
       made.preset = preset;
       return this;
     }

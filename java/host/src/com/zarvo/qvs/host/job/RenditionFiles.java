@@ -165,7 +165,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     TrackWriter writer =
         container.isFolder()
             ? HlsWriter.create(name, settings.keyFrameSeconds(), settings.hlsWindow(), tracks)
-            : MediaWriter.create(name, container, tracks, keepTimes);
+            : MediaWriter.create(name, container, tracks, keepTimes && container.holdsTimesBeforeZero());
     writers.add(writer);
     return writer;
   }

@@ -19,6 +19,7 @@ final class HlsPlaylist {
   private static final String DISCONTINUITY = "#EXT-X-DISCONTINUITY";
   private static final String DATE = "#EXT-X-PROGRAM-DATE-TIME:";
   private static final String TARGET = "#EXT-X-TARGETDURATION:";
+  private static final String MAP = "#EXT-X-MAP:URI=";
 
   /**
    * A segment.
@@ -26,8 +27,14 @@ final class HlsPlaylist {
    * @param seconds from its beginning to that of the next one, or to the end of its last picture or sound
    * @param time when it began, null where that is not told
    * @param afterBreak true where it does not go on from the one before
+   * @param map the file that players read before it, null for none
    */
-  record Segment(String name, double seconds, Instant time, boolean afterBreak) {}
+  record Segment(String name, double seconds, Instant time, boolean afterBreak, String map) {
+    private boolean isIn(Path folder) {
+      boolean mapped = map == null || Files.isRegularFile(folder.resolve(map));
+      return mapped && Files.isRegularFile(folder.resolve(name));
+    }
+  }
 
   private final List<Segment> segments = new ArrayList<>();
   private long firstSequence;
@@ -45,16 +52,18 @@ final class HlsPlaylist {
     double seconds = -1;
     Instant time = null;
     boolean afterBreak = false;
+    String map = null;
     for (String line : Files.readAllLines(file)) {
       if (line.startsWith(SEQUENCE)) firstSequence = number(line, SEQUENCE, 0);
       else if (line.startsWith(DISCONTINUITY_SEQUENCE)) breaksBefore = number(line, DISCONTINUITY_SEQUENCE, 0);
       else if (line.startsWith(TARGET)) targetSeconds = Math.max(targetSeconds, number(line, TARGET, 1));
       else if (line.equals(DISCONTINUITY)) afterBreak = true;
+      else if (line.startsWith(MAP)) map = line.substring(MAP.length()).replace("\"", "");
       else if (line.startsWith(DATE)) time = instant(line.substring(DATE.length()));
       else if (line.startsWith(DURATION)) seconds = seconds(line);
       else if (!line.isBlank() && !line.startsWith("#")) {
-        if (seconds >= 0 && Files.isRegularFile(file.resolveSibling(line)))
-          segments.add(new Segment(line, seconds, time, afterBreak));
+        Segment segment = new Segment(line, seconds, time, afterBreak, map);
+        if (seconds >= 0 && segment.isIn(file.getParent())) segments.add(segment);
         else skipTo(segments.size());
         seconds = -1;
         time = null;
@@ -133,8 +142,12 @@ final class HlsPlaylist {
     if (breaksBefore > 0) text.append(DISCONTINUITY_SEQUENCE).append(breaksBefore).append('\n');
     if (recording) text.append("#EXT-X-PLAYLIST-TYPE:VOD\n");
     text.append("#EXT-X-INDEPENDENT-SEGMENTS\n");
+    String map = null;
     for (Segment segment : segments) {
       if (segment.afterBreak) text.append(DISCONTINUITY).append('\n');
+      if (segment.map != null && !segment.map.equals(map))
+        text.append(MAP).append('"').append(segment.map).append("\"\n");
+      map = segment.map;
       if (segment.time != null) text.append(DATE).append(segment.time.truncatedTo(ChronoUnit.MILLIS)).append('\n');
       text.append(String.format(Locale.ROOT, "%s%.6f,\n", DURATION, segment.seconds)).append(segment.name).append('\n');
     }

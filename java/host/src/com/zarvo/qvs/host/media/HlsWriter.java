@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.media;
 
+import com.zarvo.qvs.host.model.Rational;
 import java.io.IOException;
 import java.nio.file.DirectoryStream;
 import java.nio.file.Files;
@@ -8,13 +9,15 @@ import java.nio.file.StandardCopyOption;
 import java.time.Instant;
 import java.util.ArrayDeque;
 import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.Deque;
 import java.util.HashSet;
 import java.util.List;
 import java.util.Set;
+import java.util.stream.Stream;
 
 /**
- * Writes streams as a folder of MPEG-TS segments with a playlist. A segment begins at a key picture; where there are no
+ * Writes streams as a folder of segments with a playlist: H.265 in fragments of MP4, all else in MPEG-TS. A segment begins at a key picture; where there are no
  * pictures, before the first or after the last, at sound. Its length is told from the packets' own times.
  *
  * <p>A recording lies in a folder with an own ending until it is whole. A live folder has its own name from the start:
@@ -35,16 +38,19 @@ public final class HlsWriter extends TrackWriter {
   private final double targetSeconds;
   private final HlsPlaylist playlist;
   private final List<Deque<OutputPacket>> queues = new ArrayList<>();
-  private final Deque<String> expired = new ArrayDeque<>();
+  private final Deque<HlsPlaylist.Segment> expired = new ArrayDeque<>();
+  private final SegmentForm form;
   private final int videoTrack;
   private Muxer muxer;
   private String segmentName;
+  private String initName;
   private long waitingBytes;
   private boolean firstSegment = true;
   private double segmentStart = Double.NaN;
   private double end = Double.NEGATIVE_INFINITY;
   private boolean segmentHasVideo;
   private boolean videoOver;
+  private double shiftSeconds;
   private double lastVideo = Double.NaN;
   private double frameSeconds;
   private boolean afterBreak;
@@ -80,6 +86,7 @@ public final class HlsWriter extends TrackWriter {
     this.window = window;
     this.targetSeconds = Math.max(TOLERANCE_SECONDS, keyFrameSeconds - TOLERANCE_SECONDS);
     this.playlist = new HlsPlaylist(keyFrameSeconds);
+    this.form = SegmentForm.of(tracks);
     int video = -1;
     for (int i = 0; i < tracks.size(); i++) {
       queues.add(new ArrayDeque<>());
@@ -91,27 +98,43 @@ public final class HlsWriter extends TrackWriter {
   private void resume() throws IOException {
     playlist.resume(HlsPlaylist.in(folder));
     afterBreak = !playlist.isEmpty();
+    // Nothing takes back what a playlist says is read before all segments that follow.
+    boolean maps = playlist.segments().stream().anyMatch(segment -> segment.map() != null);
+    if (maps && form == SegmentForm.TRANSPORT_STREAM) playlist.keepLast(0);
     Set<String> kept = new HashSet<>();
-    playlist.segments().forEach(segment -> kept.add(segment.name()));
-    try (DirectoryStream<Path> files = Files.newDirectoryStream(folder, "segment_*.ts*")) {
+    for (HlsPlaylist.Segment segment : playlist.segments()) kept.addAll(Arrays.asList(segment.name(), segment.map()));
+    try (DirectoryStream<Path> files = Files.newDirectoryStream(folder, "{segment_*.ts*,segment_*.m4s*,init_*.mp4*}")) {
       for (Path file : files) if (!kept.contains(file.getFileName().toString())) Files.deleteIfExists(file);
     }
+    // It must not name what is gone.
+    if (playlist.isEmpty()) Files.deleteIfExists(HlsPlaylist.in(folder));
+    else writePlaylist(false);
   }
 
   @Override
   void begin(List<OutputTrack> known) throws IOException {
     segmentName = nextName();
+    // By the number of its first segment: those of former runs stay as long as segments need them.
+    if (form == SegmentForm.FRAGMENTS) initName = String.format("init_%05d.mp4", playlist.nextSequence());
+    String first = initName != null ? initName : segmentName;
     try {
-      muxer = Muxer.open(partOf(segmentName), "mpegts", true);
+      muxer = Muxer.open(partOf(first), form.muxer, true);
+      form.options.forEach(muxer::option);
       for (OutputTrack track : known) muxer.add(track);
-      muxer.begin(false);
+      muxer.begin(form == SegmentForm.FRAGMENTS);
+      if (initName != null) muxer.cut(partOf(segmentName));
     } catch (MediaException e) {
-      throw named(e);
+      throw named(first, e);
     }
+    if (initName != null) showWhole(initName);
   }
 
   private String nextName() {
-    return String.format("segment_%05d.ts", playlist.nextSequence());
+    return String.format("segment_%05d.%s", playlist.nextSequence(), form.ending);
+  }
+
+  private void showWhole(String name) throws IOException {
+    Files.move(Path.of(partOf(name)), folder.resolve(name), StandardCopyOption.REPLACE_EXISTING);
   }
 
   private String partOf(String name) {
@@ -170,6 +193,7 @@ public final class HlsWriter extends TrackWriter {
     double start = seconds(track, packet.pts());
     if (Double.isNaN(segmentStart)) {
       segmentStart = start;
+      if (form == SegmentForm.FRAGMENTS) shiftSeconds = secondsBeforeZero(track, packet);
       if (window > 0) zero = Instant.now().minusNanos(Math.round(start * 1e9));
     } else if (beginsSegment(track, packet, start)) {
       endSegment(start, true);
@@ -183,10 +207,26 @@ public final class HlsWriter extends TrackWriter {
     }
     end = Math.max(end, start + seconds(track, packet.duration()));
     try {
-      muxer.write(track, packet);
+      muxer.write(track, placed(track, packet));
     } catch (MediaException e) {
-      throw named(e);
+      throw named(segmentName, e);
     }
+  }
+
+  // The muxer of fragments takes care of pictures that are decoded before zero, and nothing may be shown before it. That
+  // of transport streams moves all by what the first packet lies before zero: sound by its codec's delay.
+  private OutputPacket placed(int track, OutputPacket packet) {
+    if (shiftSeconds == 0) return packet;
+    Rational unit = track(track).timeBase();
+    long shift = Math.round(shiftSeconds * unit.den() / unit.num());
+    return packet.at(packet.pts() + shift, packet.dts() + shift);
+  }
+
+  private double secondsBeforeZero(int track, OutputPacket packet) {
+    double first = seconds(track, packet.pts());
+    for (int i = 0; i < queues.size(); i++)
+      if (!queues.get(i).isEmpty()) first = Math.min(first, seconds(i, queues.get(i).peek().pts()));
+    return Math.max(0, -first);
   }
 
   private boolean beginsSegment(int track, OutputPacket packet, double start) {
@@ -211,16 +251,17 @@ public final class HlsWriter extends TrackWriter {
             name,
             Math.max(0, nextStart - segmentStart),
             zero == null ? null : zero.plusNanos(Math.round(segmentStart * 1e9)),
-            afterBreak);
+            afterBreak,
+            initName);
     playlist.add(segment);
     segmentName = nextName();
     try {
       if (more) muxer.cut(partOf(segmentName));
       else muxer.finish();
     } catch (MediaException e) {
-      throw new MediaException(target().resolve(name) + ": " + e.getMessage());
+      throw named(name, e);
     }
-    Files.move(Path.of(partOf(name)), folder.resolve(name), StandardCopyOption.REPLACE_EXISTING);
+    showWhole(name);
     afterBreak = false;
     segmentStart = nextStart;
     firstSegment = false;
@@ -229,10 +270,18 @@ public final class HlsWriter extends TrackWriter {
   }
 
   private void publish(boolean ended) throws IOException {
-    for (HlsPlaylist.Segment gone : playlist.keepLast(window)) expired.add(gone.name());
+    expired.addAll(playlist.keepLast(window));
     writePlaylist(ended);
     // Who fetched a playlist may still fetch all that it named.
-    while (expired.size() > window) Files.deleteIfExists(folder.resolve(expired.remove()));
+    while (expired.size() > window) delete(expired.remove());
+  }
+
+  private void delete(HlsPlaylist.Segment gone) throws IOException {
+    Files.deleteIfExists(folder.resolve(gone.name()));
+    String map = gone.map();
+    if (map == null || map.equals(initName)) return;
+    boolean needed = Stream.concat(expired.stream(), playlist.segments().stream()).anyMatch(s -> map.equals(s.map()));
+    if (!needed) Files.deleteIfExists(folder.resolve(map));
   }
 
   private void writePlaylist(boolean ended) throws IOException {
@@ -241,8 +290,8 @@ public final class HlsWriter extends TrackWriter {
     }
   }
 
-  private MediaException named(MediaException e) {
-    return new MediaException(target().resolve(segmentName) + ": " + e.getMessage());
+  private MediaException named(String name, MediaException e) {
+    return new MediaException(target().resolve(name) + ": " + e.getMessage());
   }
 
   @Override
@@ -260,7 +309,10 @@ public final class HlsWriter extends TrackWriter {
   public void close() {
     if (muxer != null) muxer.close();
     if (isFinished()) return;
-    if (window == 0) dropUnfinished(folder);
-    else if (segmentName != null) dropUnfinished(Path.of(partOf(segmentName)));
+    if (window == 0) {
+      dropUnfinished(folder);
+      return;
+    }
+    for (String name : new String[] {initName, segmentName}) if (name != null) dropUnfinished(Path.of(partOf(name)));
   }
 }

@@ -15,6 +15,11 @@ public record OutputPacket(
     return new OutputPacket(data, offset, length, pts, pts, 0, 0, key);
   }
 
+  /** The same with other bytes. */
+  OutputPacket holding(byte[] bytes) {
+    return new OutputPacket(bytes, 0, bytes.length, pts, dts, duration, discard, key);
+  }
+
   /** The same, lasting so long. */
   OutputPacket lasting(long units) {
     return new OutputPacket(data, offset, length, pts, dts, units, discard, key);

@@ -13,6 +13,10 @@ public sealed interface OutputTrack {
   /** The codec's configuration as containers keep it; may be empty. */
   byte[] config();
 
+  default boolean isHevc() {
+    return codecName().equals(VideoCodec.H265.codecName);
+  }
+
   /** Unit of the times of this stream's packets. */
   Rational timeBase();
 
@@ -49,7 +53,7 @@ public sealed interface OutputTrack {
 
     /** True where containers want a configuration that only the first coded picture tells. */
     boolean lacksConfig() {
-      return config.length == 0 && codecName.equals(VideoCodec.H264.codecName);
+      return config.length == 0 && (isHevc() || codecName.equals(VideoCodec.H264.codecName));
     }
   }
 

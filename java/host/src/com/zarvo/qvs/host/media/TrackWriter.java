@@ -19,6 +19,7 @@ public abstract class TrackWriter implements AutoCloseable {
   private final Path target;
   private final List<OutputTrack> tracks;
   private final FrameDurations[] durations;
+  private final ParameterSets[] outOfBand;
   private final List<Waiting> waiting = new ArrayList<>();
   private final long[] lastDts;
   private final long[] ends;
@@ -36,6 +37,7 @@ public abstract class TrackWriter implements AutoCloseable {
     this.durations = new FrameDurations[tracks.size()];
     for (int i = 0; i < durations.length; i++)
       if (tracks.get(i) instanceof OutputTrack.Video) durations[i] = new FrameDurations();
+    this.outOfBand = new ParameterSets[tracks.size()];
     this.lastDts = new long[tracks.size()];
     this.ends = new long[tracks.size()];
     Arrays.fill(ends, Long.MIN_VALUE);
@@ -74,11 +76,11 @@ public abstract class TrackWriter implements AutoCloseable {
       throw new MediaException(target + ": packet range lies outside its array");
     boolean late = packets[track] > 0 && packet.dts() <= lastDts[track];
     long dts = late ? lastDts[track] + 1 : packet.dts();
-    OutputPacket placed = packet.at(Math.max(packet.pts(), dts), dts);
     lastDts[track] = dts;
     packets[track]++;
     bytes[track] += packet.length();
     if (tracks.get(track) instanceof OutputTrack.Video video && video.lacksConfig()) learnConfig(track, video, packet);
+    OutputPacket placed = withoutKnownSets(track, packet).at(Math.max(packet.pts(), dts), dts);
     if (durations[track] == null) add(track, placed);
     else for (OutputPacket ready : durations[track].add(placed)) add(track, ready);
   }
@@ -93,10 +95,23 @@ public abstract class TrackWriter implements AutoCloseable {
   }
 
   private void learnConfig(int track, OutputTrack.Video video, OutputPacket packet) throws MediaException {
-    ParameterSets sets = new ParameterSets(false);
-    sets.update(NalUnits.ofLengths(packet.data(), packet.offset(), packet.length(), NalUnits.LENGTH_BYTES));
+    ParameterSets sets = new ParameterSets(video.isHevc());
+    sets.update(unitsOf(packet));
     if (!sets.isComplete()) throw new MediaException(target + ": its first picture has no parameter sets");
     tracks.set(track, video.withConfig(sets.toRecord()));
+    if (video.isHevc()) outOfBand[track] = sets;
+  }
+
+  // Apple's players want H.265 whose sets stand in the configuration alone. Sets that it does not hold stay.
+  private OutputPacket withoutKnownSets(int track, OutputPacket packet) {
+    ParameterSets known = outOfBand[track];
+    if (known == null || !packet.key()) return packet;
+    byte[] rest = NalUnits.withLengths(known.leaveOutKnown(unitsOf(packet)), NalUnits.LENGTH_BYTES);
+    return packet.holding(rest);
+  }
+
+  private static List<byte[]> unitsOf(OutputPacket packet) {
+    return NalUnits.ofLengths(packet.data(), packet.offset(), packet.length(), NalUnits.LENGTH_BYTES);
   }
 
   /** Where a track's last picture stops being shown, in its unit; without it, it lasts as long as the one before. */

@@ -7,12 +7,16 @@ import java.util.Set;
 
 /** Containers that can be written, and what each can hold. */
 public enum Container {
-  MP4("mp4", EnumSet.of(VideoCodec.H264, VideoCodec.VP9), EnumSet.of(AudioCodec.AAC, AudioCodec.OPUS)),
+  MP4(
+      "mp4",
+      EnumSet.of(VideoCodec.H264, VideoCodec.H265, VideoCodec.VP9),
+      EnumSet.of(AudioCodec.AAC, AudioCodec.OPUS)),
   FLV("flv", EnumSet.of(VideoCodec.H264), EnumSet.of(AudioCodec.AAC)),
-  HLS("hls", EnumSet.of(VideoCodec.H264), EnumSet.of(AudioCodec.AAC)),
+  HLS("hls", EnumSet.of(VideoCodec.H264, VideoCodec.H265), EnumSet.of(AudioCodec.AAC)),
+  TS("mpegts", EnumSet.of(VideoCodec.H264, VideoCodec.H265), EnumSet.of(AudioCodec.AAC)),
   MKV(
       "matroska",
-      EnumSet.of(VideoCodec.H264, VideoCodec.VP8, VideoCodec.VP9),
+      EnumSet.of(VideoCodec.H264, VideoCodec.H265, VideoCodec.VP8, VideoCodec.VP9),
       EnumSet.of(AudioCodec.AAC, AudioCodec.OPUS, AudioCodec.VORBIS)),
   WEBM("webm", EnumSet.of(VideoCodec.VP8, VideoCodec.VP9), EnumSet.of(AudioCodec.OPUS, AudioCodec.VORBIS)),
   IVF("ivf", EnumSet.of(VideoCodec.VP8, VideoCodec.VP9), EnumSet.noneOf(AudioCodec.class)),
@@ -48,6 +52,11 @@ public enum Container {
    */
   public boolean holdsDisplayMatrix() {
     return this == MP4;
+  }
+
+  /** False where times are moved so that none lies before 0, those of a codec's delay included. */
+  public boolean holdsTimesBeforeZero() {
+    return this != TS;
   }
 
   public boolean holdsVideo() {
@@ -88,6 +97,6 @@ public enum Container {
 
   public static Container of(String text) {
     for (Container container : values()) if (container.label().equals(text.toLowerCase(Locale.ROOT))) return container;
-    throw new IllegalArgumentException("'" + text + "' is unknown, take mp4, flv, hls, mkv, webm, ivf, ogg or aac");
+    throw new IllegalArgumentException("'" + text + "' is unknown, take mp4, flv, hls, ts, mkv, webm, ivf, ogg or aac");
   }
 }

@@ -16,7 +16,7 @@ import java.util.regex.Pattern;
  * @param frameRate highest pictures a second, 0 for the source's own
  * @param crop left, right, top, bottom pixels cut from the source, null for none
  * @param padding left, right, top, bottom pixels left free in the rendition, null for none
- * @param tuning for H.264
+ * @param tuning for H.264 and H.265
  */
 public record RenditionSpec(
     int width,
@@ -27,7 +27,7 @@ public record RenditionSpec(
     double frameRate,
     long[] crop,
     long[] padding,
-    H264Tuning tuning) {
+    VideoTuning tuning) {
 
   public static final int MIN_SIZE = 32;
   public static final int MAX_SIZE = 8192;
@@ -69,21 +69,21 @@ public record RenditionSpec(
     return parsed;
   }
 
-  private static H264Tuning tuning(SpecText spec, VideoCodec codec) {
-    H264Tuning tuning =
-        H264Tuning.parse(
+  private static VideoTuning tuning(SpecText spec, VideoCodec codec) {
+    VideoTuning tuning =
+        VideoTuning.parse(
             spec.get("preset", null), spec.get("profile", null), spec.get("level", null),
-            spec.getInt("bframes", 0, 0, H264Tuning.MAX_B_FRAMES));
-    if (codec != null && codec != VideoCodec.H264 && !tuning.equals(H264Tuning.USUAL))
-      throw new IllegalArgumentException("preset, profile, level and bframes belong to codec=h264");
+            spec.getInt("bframes", 0, 0, VideoTuning.MAX_B_FRAMES));
+    if (codec != null) tuning.check(codec);
     return tuning;
   }
 
   /** The same with everything settled that was left to the job. */
-  public RenditionSpec settled(VideoCodec usualCodec, double usualFrameRate, H264Tuning.Preset usualPreset) {
+  public RenditionSpec settled(VideoCodec usualCodec, double usualFrameRate, VideoTuning.Preset usualPreset) {
+    VideoCodec settled = codec != null ? codec : usualCodec;
     return new RenditionSpec(
-        width, height, bitRate, codec != null ? codec : usualCodec, fit, frameRate > 0 ? frameRate : usualFrameRate,
-        crop, padding, tuning.withUsual(usualPreset));
+        width, height, bitRate, settled, fit, frameRate > 0 ? frameRate : usualFrameRate, crop, padding,
+        tuning.settled(settled, usualPreset));
   }
 
   /** A rate that looks well at the size. */

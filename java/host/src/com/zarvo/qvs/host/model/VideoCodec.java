@@ -12,10 +12,11 @@ public enum VideoCodec {
   H263("h263", 9, 0, false),
   MPEG4("mpeg4", 10, 0, false),
   MPEG2("mpeg2video", 11, 0, false),
-  H265("hevc", 12, 0, false);
+  H265("hevc", 12, 0, true);
 
-  // Older or extended forms that the same decoder takes.
-  private static final Map<String, String> ALIASES = Map.of("mpeg1video", "mpeg2video", "h263p", "h263");
+  // Older or extended forms that the same decoder takes, and what people call a codec.
+  private static final Map<String, String> ALIASES =
+      Map.of("mpeg1video", "mpeg2video", "h263p", "h263", "h265", "hevc");
 
   /** As libavcodec names it. */
   public final String codecName;
@@ -70,8 +71,9 @@ public enum VideoCodec {
 
   /** The codec that a rendition asks for. */
   public static VideoCodec ofRendition(String text) {
-    for (VideoCodec codec : values())
-      if (codec.encodes && codec.codecName.equals(text.toLowerCase(Locale.ROOT))) return codec;
-    throw new IllegalArgumentException("codec '" + text + "' is unknown, take h264, vp8 or vp9");
+    String lower = text.toLowerCase(Locale.ROOT);
+    String known = ALIASES.getOrDefault(lower, lower);
+    for (VideoCodec codec : values()) if (codec.encodes && codec.codecName.equals(known)) return codec;
+    throw new IllegalArgumentException("codec '" + text + "' is unknown, take h264, h265, vp8 or vp9");
   }
 }

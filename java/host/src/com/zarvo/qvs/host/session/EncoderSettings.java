@@ -1,7 +1,7 @@
 package com.zarvo.qvs.host.session;
 
 import com.zarvo.qvs.host.model.Colors;
-import com.zarvo.qvs.host.model.H264Tuning;
+import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeParameterValue;
@@ -26,6 +26,17 @@ final class EncoderSettings {
   private static final int H264_ASYNCHRONOUS = 10200;
   private static final int H264_FLUSH = 10201;
   private static final int H264_COLOR_CODE_POINTS = 10202;
+  private static final int H265_PRESET = 80000;
+  private static final int H265_PROFILE = 80002;
+  private static final int H265_LEVEL = 80003;
+  private static final int H265_B_FRAMES = 80010;
+  private static final int H265_PRIMARIES = 80021;
+  private static final int H265_TRANSFER = 80022;
+  private static final int H265_MATRIX = 80023;
+  private static final int H265_FULL_RANGE = 80024;
+  // The keys of whatever host drives a plug-in.
+  private static final int PLUGIN_ASYNCHRONOUS = 900000;
+  private static final int PLUGIN_FLUSH = 900001;
   private static final int NARROW_RANGE = 1;
   private static final int FULL_RANGE = 2;
 
@@ -37,6 +48,9 @@ final class EncoderSettings {
     if (spec.codec() == VideoCodec.H264) {
       addH264(keys, spec.tuning(), asynchronous ? 1 : 0);
       addColors(keys, colors);
+    } else if (spec.codec() == VideoCodec.H265) {
+      addH265(keys, spec.tuning(), colors);
+      keys.set(PLUGIN_ASYNCHRONOUS, asynchronous ? 1 : 0);
     } else {
       keys.set(VPX_CPU_USED, CPU_USED).set(VPX_THREAD_COUNT, 1).set(VPX_ASYNCHRONOUS, asynchronous ? 1 : 0);
       keys.set(VPX_COLOR_SPACE, colors.vp9Space()).set(VPX_COLOR_RANGE, colors.fullRange() ? 1 : 0);
@@ -54,15 +68,24 @@ final class EncoderSettings {
     keys.setAll(H264_COLOR_CODE_POINTS, colors.primaries(), colors.transfer(), colors.matrix(), range);
   }
 
-  private static void addH264(NativeParameters keys, H264Tuning tuning, long asynchronous) {
+  private static void addH264(NativeParameters keys, VideoTuning tuning, long asynchronous) {
     keys.set(H264_SPEED, tuning.preset().level).set(H264_THREADS, 1).set(H264_ASYNCHRONOUS, asynchronous);
     if (tuning.profile() != null) keys.set(H264_PROFILE, tuning.profile().id);
     if (tuning.level() != 0) keys.set(H264_LEVEL, tuning.level());
     if (tuning.bFrames() > 0) keys.set(H264_REORDERING_DELAY, tuning.bFrames() + 1);
   }
 
-  /** What makes an H.264 encoder hand out the pictures that it holds back. */
-  static TranscoderNativeParameterValue[] endOfStream() {
-    return new NativeParameters().set(H264_FLUSH, 1).toArray();
+  private static void addH265(NativeParameters keys, VideoTuning tuning, Colors colors) {
+    keys.set(H265_PRESET, tuning.preset().ordinal()).set(H265_B_FRAMES, tuning.bFrames());
+    if (tuning.profile() != null) keys.set(H265_PROFILE, 1);
+    if (tuning.level() != 0) keys.set(H265_LEVEL, tuning.level());
+    keys.set(H265_PRIMARIES, colors.primaries()).set(H265_TRANSFER, colors.transfer());
+    keys.set(H265_MATRIX, colors.matrix()).set(H265_FULL_RANGE, colors.fullRange() ? 1 : 0);
+  }
+
+  /** What makes an encoder hand out the pictures that it holds back; null where it holds none. */
+  static TranscoderNativeParameterValue[] endOfStream(RenditionSpec spec) {
+    if (spec.codec() == VideoCodec.H265) return new NativeParameters().set(PLUGIN_FLUSH, 1).toArray();
+    return spec.tuning().bFrames() == 0 ? null : new NativeParameters().set(H264_FLUSH, 1).toArray();
   }
 }

@@ -173,8 +173,8 @@ public final class RenditionPath {
 
   /** Ends the stream: the encoder gives what it holds back. */
   void flush() throws HostException, IOException {
-    if (spec.tuning().bFrames() == 0) return;
-    TranscoderNativeParameterValue[] end = EncoderSettings.endOfStream();
+    TranscoderNativeParameterValue[] end = EncoderSettings.endOfStream(spec);
+    if (end == null) return;
     String what = owner.name() + ": the encoder of " + spec.sizeText() + " could not be told the end";
     owner.check(videoEncoderSetParameterValues(owner.handle(), index, end), what);
     collect();

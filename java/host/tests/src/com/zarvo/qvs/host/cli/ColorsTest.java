@@ -85,10 +85,10 @@ class ColorsTest {
   }
 
   @ParameterizedTest
-  @CsvSource({"mp4", "mkv", "hls", "flv"})
-  void smallRungsOfALargeSourceSayItsColours(String format) throws Exception {
+  @CsvSource({"mp4, h264", "mkv, h264", "hls, h264", "flv, h264", "ts, h265"})
+  void smallRungsOfALargeSourceSayItsColours(String format, String codec) throws Exception {
     Path source = bars("hd-" + format + ".mp4", "1920x1080", BT709);
-    transcode(source, format, "854x480@2M,fit=stretch");
+    transcode(source, format, "854x480@2M,fit=stretch,codec=" + codec);
     Path rung = rendition(source, format, "854x480");
     assertEquals("tv,bt709,bt709,bt709", colors(rung));
     double difference = difference(shown(source), shown(rung));

@@ -54,6 +54,7 @@ class CommandLineTest {
     assertRefused("--hls-window", "transcode", in, "-o", out, "--hls-window", "5");
     assertRefused("--fps", "transcode", in, "-o", out, "--fps", "1/0");
     assertRefused("flv cannot hold vp8", "transcode", in, "-o", out, "--format", "flv", "--rendition", "64x48,codec=vp8");
+    assertRefused("flv cannot hold hevc", "transcode", in, "-o", out, "--format", "flv", "--rendition", "64x48,codec=h265");
     assertRefused("--loud", "decode", in, "--loud");
     assertTrue(Files.notExists(Path.of(out)), "a refused call makes no folder");
   }

@@ -6,6 +6,7 @@ import static org.junit.jupiter.api.Assertions.assertNotEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.zarvo.qvs.host.bitstream.NalUnits;
+import com.zarvo.qvs.host.bitstream.ParameterSets;
 import com.zarvo.qvs.host.job.VideoQuality;
 import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
@@ -33,7 +34,7 @@ import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 
-/** H.264 and its kin: all of them in, H.264 out, in every container. */
+/** H.264 and its kin: all of them in, H.264 and H.265 out, in every container. */
 class H264Test {
   private static final String X264 = "-c:v libx264 -preset ultrafast -bf 2 -b_strategy 0 ";
   private static final double[] RED = {81, 90, 240};
@@ -59,9 +60,12 @@ class H264Test {
   }
 
   private static List<String> probe(Path file, String what) throws Exception {
+    return probe(file.toString(), what);
+  }
+
+  private static List<String> probe(String file, String what) throws Exception {
     return Clips.run(
-            "ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries", what, "-of", "csv=p=0",
-            file.toString())
+            "ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries", what, "-of", "csv=p=0", file)
         .lines()
         .map(line -> line.replaceAll(",+$", ""))
         .filter(line -> !line.isEmpty())
@@ -159,8 +163,9 @@ class H264Test {
     Path out =
         transcode(
             source, "hls100%", "--format", "hls", "--keyframes", "1", "--rendition", "640x360@600k", "--rendition",
-            "426x240@300k,bframes=2", "--rendition", "320x180@200k,fps=15,profile=baseline");
-    List<String> names = List.of("live_640x360", "live_426x240", "live_320x180");
+            "426x240@300k,bframes=2", "--rendition", "320x180@200k,fps=15,profile=baseline", "--rendition",
+            "480x270@300k,codec=h265");
+    List<String> names = List.of("live_640x360", "live_426x240", "live_320x180", "live_480x270");
     List<Double> keys = keys(out.resolve(names.get(0)).resolve("index.m3u8"));
     assertEquals(5, keys.size());
     for (String name : names) {
@@ -170,11 +175,14 @@ class H264Test {
       for (int i = 0; i < own.size(); i++) assertEquals(keys.get(i), own.get(i), 0.5 / 30, name + " key picture " + i);
       List<Path> segments;
       try (var files = Files.list(out.resolve(name))) {
-        segments = files.filter(file -> file.toString().endsWith(".ts")).sorted().toList();
+        segments = files.filter(file -> file.getFileName().toString().startsWith("segment")).sorted().toList();
       }
       assertEquals(keys.size(), segments.size(), name);
-      for (Path segment : segments)
-        assertTrue(probe(segment, "packet=flags").get(0).startsWith("K"), segment + " starts with a key picture");
+      for (Path segment : segments) {
+        String file = segment.toString();
+        if (file.endsWith("m4s")) file = "concat:" + segment.resolveSibling("init_00000.mp4") + "|" + file;
+        assertTrue(probe(file, "packet=flags").get(0).startsWith("K"), segment + " starts with a key picture");
+      }
       Beeps.assertSame(Beeps.in(source, 0), Beeps.in(playlist, 0), name);
     }
     List<Long> times = shown(source);
@@ -186,21 +194,38 @@ class H264Test {
         master.contains("RESOLUTION=320x180") && master.contains("CODECS=\"avc1.42") && master.contains("mp4a.40.2"),
         master);
     assertEquals("640,360", probe(out.resolve("live.m3u8"), "stream=width,height").get(0), master);
+    String fragments = master.lines().filter(line -> line.contains("RESOLUTION=480x270")).findFirst().orElse("");
+    assertTrue(fragments.contains("FRAME-RATE=29.970,CODECS=\"hvc1.1.6.L63.90,mp4a.40.2\""), master);
+    double psnr = VideoQuality.psnr(source, out.resolve("live_480x270/index.m3u8"), new Rectangle());
+    assertTrue(psnr > 30, "H.265: " + psnr + " dB");
     assertTrue(Clips.namesIn(out).stream().noneMatch(name -> name.endsWith(".part")));
   }
 
   @ParameterizedTest
-  @CsvSource({"mp4", "flv", "mkv"})
-  void soundStaysInStepInEveryContainer(String format) throws Exception {
+  @CsvSource({"mp4, h264", "flv, h264", "mkv, h264", "ts, h264", "mp4, h265", "mkv, h265", "ts, h265"})
+  void soundStaysInStepInEveryContainer(String format, String codec) throws Exception {
+    boolean hevc = codec.equals("h265");
     Path source = clipWithAudio("step-" + format + ".mkv", 3, X264 + "-c:a aac -output_ts_offset 0.7");
-    Path out = transcode(source, "step", "--format", format, "--rendition", "320x180@300k,preset=fast,level=3.1");
+    String how = "320x180@300k,level=3.1,preset=" + (hevc ? "ultrafast,bframes=2,codec=h265" : "fast");
+    Path out = transcode(source, "step-" + codec, "--format", format, "--rendition", how);
     Path file = out.resolve("step-" + format + "_320x180." + format);
-    assertEquals("31", probe(file, "stream=level").get(0));
+    assertEquals(hevc ? "93" : "31", probe(file, "stream=level").get(0));
+    if (hevc && format.equals("mp4")) assertSetsAreOutOfBand(file);
     List<Long> before = shown(source);
     List<Long> after = shown(file);
     long moved = after.get(0) - before.get(0);
     for (int i = 0; i < before.size(); i++) assertEquals(before.get(i) + moved, after.get(i), 1, "picture " + i);
     Beeps.assertSame(Beeps.in(source, 0).stream().map(t -> t + moved).toList(), Beeps.in(file, 0), format);
+  }
+
+  private static void assertSetsAreOutOfBand(Path file) throws Exception {
+    assertEquals("hvc1", probe(file, "stream=codec_tag_string").get(0));
+    try (MediaReader reader = MediaReader.open(file)) {
+      reader.ignore(MediaKind.AUDIO);
+      assertEquals(3, ParameterSets.ofRecord(true, reader.videoConfig()).all().size());
+      for (MediaPacket packet = reader.next(); packet != null; packet = reader.next())
+        assertFalse(new ParameterSets(true).holdsAnyOf(NalUnits.ofLengths(packet.data(), 0, packet.data().length, 4)));
+    }
   }
 
   @Test

@@ -50,11 +50,15 @@ class OutputTest {
 
   /** Times and ends of all packets of a kind, in seconds. */
   private static List<double[]> spans(Path file, String kind) throws Exception {
+    return spans(file.toString(), kind);
+  }
+
+  private static List<double[]> spans(String file, String kind) throws Exception {
     List<double[]> spans = new ArrayList<>();
     String told =
         Clips.run(
             "ffprobe", "-v", "quiet", "-select_streams", kind, "-show_entries", "packet=pts_time,duration_time", "-of",
-            "csv=p=0", file.toString());
+            "csv=p=0", file);
     for (String line : told.lines().toList()) {
       String[] parts = line.split(",");
       if (parts.length < 1 || parts[0].isEmpty() || parts[0].equals("N/A")) continue;
@@ -73,18 +77,25 @@ class OutputTest {
   }
 
   private static Captured transcode(Path source, Path out, String... more) {
+    return transcodeTo("h264", source, out, more);
+  }
+
+  private static Captured transcodeTo(String codec, Path source, Path out, String... more) {
     List<String> arguments = new ArrayList<>(List.of("transcode", source.toString(), "-o", out.toString()));
-    arguments.addAll(List.of("--rendition", "160x90@200k"));
+    arguments.addAll(List.of("--rendition", "160x90@200k,codec=" + codec));
     arguments.addAll(List.of(more));
     return Captured.run(arguments.toArray(new String[0]));
   }
 
   /** Each segment's length must lead to where the next one's packets begin, and the last one's to the end. */
   @ParameterizedTest
-  @CsvSource({"vfr, 5.867", "slow, 9", "long, 7", "short, 6", "late, 6", "latePicture, 8"})
-  void playlistsTellTheTimesOfTheirPackets(String name, double length) throws Exception {
-    Path out = folder.resolve("hls-" + name);
-    Captured run = transcode(source(name), out, "--format", "hls");
+  @CsvSource({
+    "vfr, 5.867, h264", "slow, 9, h264", "long, 7, h264", "short, 6, h264", "late, 6, h264", "latePicture, 8, h264",
+    "vfr, 5.867, h265", "long, 7, h265", "late, 6, h265", "latePicture, 8, h265"
+  })
+  void playlistsTellTheTimesOfTheirPackets(String name, double length, String codec) throws Exception {
+    Path out = folder.resolve("hls-" + name + codec);
+    Captured run = transcodeTo(codec, source(name), out, "--format", "hls");
     assertEquals(0, run.code(), run.err());
     Path rendition;
     try (Stream<Path> folders = Files.list(out)) {
@@ -95,8 +106,10 @@ class OutputTest {
     for (String line : Files.readAllLines(rendition.resolve(Container.PLAYLIST))) {
       if (line.startsWith("#EXTINF:")) told = Double.parseDouble(line.substring(8, line.length() - 1));
       if (line.isEmpty() || line.startsWith("#")) continue;
-      List<double[]> frames = spans(rendition.resolve(line), "v");
-      List<double[]> audio = spans(rendition.resolve(line), "a");
+      String file = rendition.resolve(line).toString();
+      if (codec.equals("h265")) file = "concat:" + rendition.resolve("init_00000.mp4") + "|" + file;
+      List<double[]> frames = spans(file, "v");
+      List<double[]> audio = spans(file, "a");
       double tolerance = FRAME_OF_AUDIO + 0.001;
       for (double[] span : frames)
         assertTrue(span[0] > begin - 0.001 && span[0] < begin + told + 0.001, line + ": picture at " + span[0]);
@@ -109,7 +122,7 @@ class OutputTest {
   }
 
   @ParameterizedTest
-  @ValueSource(strings = {"mp4", "mkv", "flv", "hls"})
+  @ValueSource(strings = {"mp4", "mkv", "flv", "ts", "hls"})
   void filesStartAtZero(String format) throws Exception {
     Path out = folder.resolve("zero-" + format);
     assertEquals(0, transcode(source("far"), out, "--format", format).code());
@@ -126,22 +139,31 @@ class OutputTest {
     if (!format.equals("hls")) assertEquals(4.04, Double.parseDouble(length.strip()), 0.1);
   }
 
-  @Test
-  void aRestartedLiveRunGoesOnWhereTheFormerStopped() throws Exception {
-    Path out = folder.resolve("live");
+  @ParameterizedTest
+  @CsvSource({"h264, ts", "h265, m4s"})
+  void aRestartedLiveRunGoesOnWhereTheFormerStopped(String codec, String ending) throws Exception {
+    Path out = folder.resolve("live-" + codec);
+    String[] options = {"--format", "hls", "--hls-window", "4", "--overwrite"};
     for (int i = 0; i < 2; i++) {
-      Captured run = transcode(source("short"), out, "--format", "hls", "--hls-window", "4", "--overwrite");
+      Captured run = transcodeTo(codec, source("short"), out, options);
       assertEquals(0, run.code(), run.err());
     }
     List<String> lines = playlist(out);
     assertTrue(lines.contains("#EXT-X-MEDIA-SEQUENCE:2"), lines.toString());
     List<String> names = lines.stream().filter(line -> line.startsWith("segment")).toList();
     assertEquals(
-        List.of("segment_00002.ts", "segment_00003.ts", "segment_00004.ts", "segment_00005.ts"), names);
+        Stream.of("segment_00002.", "segment_00003.", "segment_00004.", "segment_00005.").map(n -> n + ending).toList(),
+        names);
     int seam = lines.indexOf("#EXT-X-DISCONTINUITY");
-    assertTrue(seam > lines.indexOf("segment_00002.ts") && seam < lines.indexOf("segment_00003.ts"), lines.toString());
+    assertTrue(seam > lines.indexOf(names.get(0)) && seam < lines.indexOf(names.get(1)), lines.toString());
     assertEquals(4, lines.stream().filter(line -> line.startsWith("#EXT-X-PROGRAM-DATE-TIME:")).count());
     assertEquals("#EXT-X-ENDLIST", lines.get(lines.size() - 1));
+    if (codec.equals("h264")) return;
+    List<String> maps = lines.stream().filter(line -> line.startsWith("#EXT-X-MAP:")).toList();
+    assertEquals(List.of("#EXT-X-MAP:URI=\"init_00000.mp4\"", "#EXT-X-MAP:URI=\"init_00003.mp4\""), maps);
+    assertEquals(0, transcodeTo("h264", source("short"), out, options).code());
+    assertTrue(playlist(out).stream().noneMatch(line -> line.startsWith("#EXT-X-MAP:") || line.endsWith("m4s")));
+    assertTrue(Clips.namesIn(out.resolve("short_160x90")).stream().allMatch(name -> name.matches(".*(ts|m3u8)")));
   }
 
   private interface InSmallFolder {
@@ -169,7 +191,7 @@ class OutputTest {
   @ParameterizedTest
   @CsvSource({
     "mp4, short, --format mp4",
-    "hls, short, --format hls",
+    "hls, short, --format hls --rendition 160x90@200k;codec=h265",
     "mkv, short, --format mkv",
     "flv, short, --format flv",
     "webm, short, --format webm --audio opus",
@@ -177,7 +199,7 @@ class OutputTest {
     "aac, long, --no-video --format aac --audio aac@128k"
   })
   void aFullDiskIsAFailure(String format, String name, String options) throws Exception {
-    List<String> more = new ArrayList<>(List.of(options.split(" ")));
+    List<String> more = new ArrayList<>(List.of(options.replace(';', ',').split(" ")));
     Path ample = folder.resolve("ample-" + format);
     List<String> arguments = new ArrayList<>(List.of("transcode", source(name).toString()));
     if (!more.contains("--no-video")) arguments.addAll(List.of("--rendition", "160x90@200k"));

@@ -40,14 +40,16 @@ class OptionTest {
   @Test
   void aRenditionSaysHowItIsCoded() {
     RenditionSpec spec = RenditionSpec.parse("640x360,preset=medium,profile=main,level=3.1,bframes=2");
-    assertEquals(new H264Tuning(H264Tuning.Preset.MEDIUM, H264Tuning.Profile.MAIN, 31, 2), spec.tuning());
+    assertEquals(new VideoTuning(VideoTuning.Preset.MEDIUM, VideoTuning.Profile.MAIN, 31, 2), spec.tuning());
     assertEquals(9, RenditionSpec.parse("640x360,level=1b").tuning().level());
-    RenditionSpec settled = RenditionSpec.parse("640x360,fps=25").settled(VideoCodec.H264, 10, H264Tuning.Preset.FAST);
-    assertEquals(H264Tuning.Preset.FAST, settled.tuning().preset());
+    RenditionSpec settled = RenditionSpec.parse("640x360,fps=25").settled(VideoCodec.H264, 10, VideoTuning.Preset.FAST);
+    assertEquals(VideoTuning.Preset.FAST, settled.tuning().preset());
     assertEquals(25, settled.frameRate());
-    RenditionSpec own = spec.settled(VideoCodec.H264, 10, H264Tuning.Preset.FAST);
-    assertEquals(H264Tuning.Preset.MEDIUM, own.tuning().preset());
+    RenditionSpec own = spec.settled(VideoCodec.H264, 10, VideoTuning.Preset.FAST);
+    assertEquals(VideoTuning.Preset.MEDIUM, own.tuning().preset());
     assertEquals(10, own.frameRate());
+    RenditionSpec h265 = RenditionSpec.parse("640x360,codec=h265").settled(VideoCodec.H264, 0, null);
+    assertEquals(RenditionSpec.parse("640x360,codec=hevc,preset=superfast"), h265, "the codec has its own usual speed");
   }
 
   @Test
@@ -61,7 +63,8 @@ class OptionTest {
   @ValueSource(
       strings = {
         "", "x", "640", "640x", "641x360", "640x0", "999999x2", "640x360@", "640x360@0k", "640x360@5g",
-        "640x360@99999999m", "640x360,codec=h265", "640x360,codec=vp8,preset=fast", "640x360,preset=hasty", "640x360,level=9",
+        "640x360@99999999m", "640x360,codec=h266", "640x360,codec=h265,profile=high",
+        "640x360,codec=h265,level=1.1", "640x360,codec=vp8,preset=fast", "640x360,preset=hasty", "640x360,level=9",
         "640x360,profile=baseline,bframes=2", "640x360,bframes=99", "640x360,codec", "640x360,fit=cover", "640x360,fps=-1",
         "640x360,fps=1/0", "640x360,fps=NaN", "640x360,size=3", "640x360,crop=1:2:3", "640x360,crop=1:2:3:-4",
         "640x360,pad=400:400:0:0,fit=stretch", "640x360,pad=8:8:8:8", "640x360,pad=8:8:8:8,fit=fill", "-640x360"

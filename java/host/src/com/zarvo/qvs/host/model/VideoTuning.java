@@ -2,22 +2,24 @@ package com.zarvo.qvs.host.model;
 
 import java.util.Arrays;
 import java.util.Locale;
+import java.util.Set;
 import java.util.stream.Collectors;
 
 /**
- * How an H.264 rendition is coded.
+ * How an H.264 or H.265 rendition is coded.
  *
- * @param preset null for the usual one
+ * @param preset null for the codec's usual one
  * @param profile null lets the encoder choose
  * @param level ten times the level, 9 for 1b, 0 lets the encoder choose
  * @param bFrames pictures in a row that may be predicted from both sides
  */
-public record H264Tuning(Preset preset, Profile profile, int level, int bFrames) {
-  public static final H264Tuning USUAL = new H264Tuning(null, null, 0, 0);
+public record VideoTuning(Preset preset, Profile profile, int level, int bFrames) {
+  public static final VideoTuning USUAL = new VideoTuning(null, null, 0, 0);
   static final int MAX_B_FRAMES = 8;
   private static final int LEVEL_1B = 9;
+  private static final Set<Integer> H265_LEVELS = Set.of(10, 20, 21, 30, 31, 40, 41, 50, 51, 52, 60, 61, 62);
 
-  /** Speed against quality, by the names that x264 uses. */
+  /** Speed against quality, by the names that x264 and x265 use, in their order. */
   public enum Preset {
     ULTRAFAST(0),
     SUPERFAST(2),
@@ -29,7 +31,7 @@ public record H264Tuning(Preset preset, Profile profile, int level, int bFrames)
     SLOWER(14),
     VERYSLOW(15);
 
-    /** Number of the native side. */
+    /** Number of the native H.264 encoder; H.265 counts the names. */
     public final long level;
 
     Preset(long level) {
@@ -47,7 +49,7 @@ public record H264Tuning(Preset preset, Profile profile, int level, int bFrames)
     MAIN(1),
     HIGH(3);
 
-    /** Number of the native side. */
+    /** Number of the native H.264 encoder; H.265 has main alone. */
     public final long id;
 
     Profile(long id) {
@@ -56,22 +58,31 @@ public record H264Tuning(Preset preset, Profile profile, int level, int bFrames)
   }
 
   /** What the keys of a rendition say; null for those that lack. */
-  static H264Tuning parse(String preset, String profile, String level, int bFrames) {
+  static VideoTuning parse(String preset, String profile, String level, int bFrames) {
     Profile wanted = profile == null ? null : named("profile", profile, Profile.values());
     if (wanted == Profile.BASELINE && bFrames > 0)
       throw new IllegalArgumentException("bframes: the baseline profile has none");
-    return new H264Tuning(preset == null ? null : Preset.of(preset), wanted, levelOf(level), bFrames);
+    return new VideoTuning(preset == null ? null : Preset.of(preset), wanted, levelOf(level), bFrames);
   }
 
-  /** The preset, the usual one where none was asked for. */
-  @Override
-  public Preset preset() {
-    return preset == null ? Preset.VERYFAST : preset;
+  /** Refuses what a codec does not know. */
+  void check(VideoCodec codec) {
+    if (codec == VideoCodec.H265) checkH265();
+    else if (codec != VideoCodec.H264 && !equals(USUAL))
+      throw new IllegalArgumentException("preset, profile, level and bframes belong to codec=h264 and codec=h265");
   }
 
-  /** The same, with a preset where none was asked for. */
-  H264Tuning withUsual(Preset usual) {
-    return preset != null || usual == null ? this : new H264Tuning(usual, profile, level, bFrames);
+  private void checkH265() {
+    if (profile != null && profile != Profile.MAIN)
+      throw new IllegalArgumentException("profile: H.265 of 8 bits has main alone");
+    if (level != 0 && !H265_LEVELS.contains(level)) throw new IllegalArgumentException("level: H.265 has none like that");
+  }
+
+  /** The same, with a preset where none was asked for: `wanted`, or where that is null the codec's usual one. */
+  VideoTuning settled(VideoCodec codec, Preset wanted) {
+    if (preset != null) return this;
+    Preset usual = codec == VideoCodec.H265 ? Preset.SUPERFAST : Preset.VERYFAST;
+    return new VideoTuning(wanted != null ? wanted : usual, profile, level, bFrames);
   }
 
   private static int levelOf(String text) {

@@ -1,0 +1,55 @@
+// One picture's way through an encoder plug-in, and the check of what the plug-in says it gave.
+#include "video/encoders/hosts/PluginEncoderWork.h"
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "platform/Status.h"
+
+namespace qvs {
+
+// The contract has no coded frames with a failure.
+template <typename Entry, typename... Arguments>
+void PluginEncoderWork::callForFrames(Entry entry, Arguments... arguments) {
+  buffers.fill(nullptr);
+  sizes.fill(0);
+  frameTypes.fill(0);
+  timecodes.fill(0);
+  timecodeOffsets.fill(0);
+  uint32_t count = kMax;
+  claimed = withoutBytes = tooLong = 0;
+  answer.status = plugin.offers(entry) ? static_cast<int32_t>(kFailure) : 0;  // until it has come back
+  if (!plugin.offers(entry)) return;
+  answer = plugin.ask(entry, arguments..., buffers.data(), sizes.data(), frameTypes.data(), timecodes.data(),
+                      timecodeOffsets.data(), &count);
+  if (answer.status != 0) return;
+  claimed = count;
+  for (size_t i = 0; i < std::min<size_t>(count, kMax); ++i) takeFrame(i);
+}
+
+void PluginEncoderWork::encode() {
+  callForFrames(&pluginVideoEncoder::func_addFrame2, static_cast<void*>(picture.plane[0]),
+                static_cast<uint32_t>(picture.stride[0]), picture.width, picture.height, frameType, timecode);
+}
+
+void PluginEncoderWork::drain() {
+  callForFrames(&pluginVideoEncoder::func_drain);
+}
+
+void PluginEncoderWork::takeFrame(size_t index) {
+  void* bytes = buffers[index];
+  if (bytes == nullptr) {
+    ++withoutBytes;
+  } else if (sizes[index] > malloc_usable_size(bytes)) {
+    // Whoever copied that many bytes would read past the end.
+    ++tooLong;
+    std::free(bytes);
+  } else {
+    frames.list().emplace_back(static_cast<uint8_t*>(bytes), sizes[index], timecodes[index],
+                               static_cast<int64_t>(timecodeOffsets[index]), frameTypes[index], true);
+  }
+}
+
+}  // namespace qvs
