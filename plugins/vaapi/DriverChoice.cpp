@@ -56,7 +56,12 @@ Outcome chooseRate(uint32_t offered, int64_t wanted, uint32_t& rate) {
                                   {S::kConstantRate, VA_RC_CBR, "constant rate"},
                                   {S::kConstantQp, VA_RC_CQP, "constant quantizer"}};
   const auto has = [&](const Row& row) { return (offered & row.bit) != 0; };
-  if (wanted == S::kBitRate) wanted = has(kRows[0]) ? S::kVariableRate : S::kConstantRate;
+  if (wanted == S::kBitRate) {
+    if (!has(kRows[0]) && !has(kRows[1])) {
+      return {QVS_PLUGIN_NO_VBR, "the driver offers neither variable nor constant rate"};
+    }
+    wanted = has(kRows[0]) ? S::kVariableRate : S::kConstantRate;
+  }
   const Row& row = *std::ranges::find(kRows, wanted, &Row::key);
   if (!has(row)) return {QVS_PLUGIN_NO_VBR, std::string("the driver doesn't offer ") + row.name};
   rate = row.bit;

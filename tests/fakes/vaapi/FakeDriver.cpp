@@ -470,7 +470,8 @@ void fill(VADriverVTable& table) {
   QVS_FAKE_ENTRY(vaDestroyConfig, destroyConfig);
   QVS_FAKE_ENTRY(vaQueryConfigAttributes, queryConfigAttributes);
   QVS_FAKE_ENTRY(vaCreateSurfaces, createSurfaces);
-  QVS_FAKE_ENTRY(vaCreateSurfaces2, createSurfaces2);
+  // libva has one name for both.
+  table.vaCreateSurfaces2 = Entry<"vaCreateSurfaces", createSurfaces2>::call;
   QVS_FAKE_ENTRY(vaDestroySurfaces, destroySurfaces);
   QVS_FAKE_ENTRY(vaQuerySurfaceAttributes, querySurfaceAttributes);
   QVS_FAKE_ENTRY(vaCreateContext, createContext);
