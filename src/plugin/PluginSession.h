@@ -3,6 +3,7 @@
 #include <qvs/plugin.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -47,6 +48,15 @@ class PluginSession {
   const std::string& lastError() const { return library.lastError(); }
   bool isLoaded() const { return library.isOpen(); }
   const Table& entryPoints() const { return table; }
+
+  /// What a library that is closed again answers when asked for its version, which goes to `major` and `minor`;
+  /// nothing where it can't be loaded or lacks the function.
+  static std::optional<int32_t> askVersion(const std::string& path, Resolver resolve, const char* prefix,
+                                           uint32_t* major, uint32_t* minor) {
+    PluginSession plugin;
+    if (!plugin.load(path, resolve, prefix) || plugin.table.func_getVersion == nullptr) return std::nullopt;
+    return plugin.table.func_getVersion(nullptr, 0, major, minor);
+  }
 
   /// Makes the session and tells it `host` with the allocator, in the form with a free callback where the plug-in has
   /// that. Gives the status of the making.

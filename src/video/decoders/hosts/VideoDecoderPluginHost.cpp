@@ -39,13 +39,12 @@ bool VideoDecoderPluginHost::isAvailable(const PluginDecoderRow& row, const std:
   return guarded(
       row.label,
       [&] {
-        PluginSession<pluginVideoDecoder> plugin;
-        if (!plugin.load(libraryOf(row, path, hardwareAccess), videoDecoderResolve, kPrefix)) return false;
-        if (plugin.entryPoints().func_getVersion == nullptr) return false;
-        const int32_t status = plugin.entryPoints().func_getVersion(nullptr, 0, major, minor);
-        logPluginStatus({loggerOrGlobal(logger), kLogContextVideoDecoder, 0}, wordsOf(row), {status, {}},
+        const auto status = PluginSession<pluginVideoDecoder>::askVersion(
+            libraryOf(row, path, hardwareAccess), videoDecoderResolve, kPrefix, major, minor);
+        if (!status) return false;
+        logPluginStatus({loggerOrGlobal(logger), kLogContextVideoDecoder, 0}, wordsOf(row), {*status, {}},
                         kPluginLevelDebug);
-        return status == 0;
+        return *status == 0;
       },
       false);
 }

@@ -65,14 +65,13 @@ bool VideoEncoderPluginHost::isAvailable(const PluginEncoderRow& row, const std:
   return guarded(
       row.label,
       [&] {
-        Plugin plugin;
-        if (!plugin.load(libraryOf(row, path, hardwareAccess), videoEncoderResolve, kPrefix)) return false;
-        if (plugin.entryPoints().func_getVersion == nullptr) return false;
-        const int32_t status = plugin.entryPoints().func_getVersion(nullptr, 0, major, minor);
+        const auto status = Plugin::askVersion(libraryOf(row, path, hardwareAccess), videoEncoderResolve,
+                                               kPrefix, major, minor);
+        if (!status) return false;
         logPluginStatus({loggerOrGlobal(logger), kLogContextVideoEncoder, 0},
-                        {row.className, row.statusPrefix, row.unknownStatus}, {status, {}},
+                        {row.className, row.statusPrefix, row.unknownStatus}, {*status, {}},
                         kPluginLevelDebug);
-        return status == 0;
+        return *status == 0;
       },
       false);
 }
@@ -296,14 +295,16 @@ bool VideoEncoderPluginHost::isEncodable(const VideoFrameBuffer& frame) {
 
 void VideoEncoderPluginHost::finish() {
   if (frameInWork == nullptr) return;
-  if (!thread->wait()) {
-    giveUp();
-    return;
-  }
-  frameInWork = nullptr;
-  untold = collect();
-  // The token's end pushes the frame on its pool's free list; doing it here keeps pools on their session's thread.
-  hold.reset();
+  guarded(row.label, [&] {
+    if (!thread->wait()) {
+      giveUp();
+      return;
+    }
+    frameInWork = nullptr;
+    // The token's end pushes the frame on its pool's free list; doing it here keeps pools on their session's thread.
+    hold.reset();
+    untold = collect();
+  });
 }
 
 // Coded frames out.
