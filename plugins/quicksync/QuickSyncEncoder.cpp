@@ -26,9 +26,6 @@ uint32_t frameTypeOf(mfxU16 type) {
 
 }  // namespace
 
-const QuickSyncCodec kQuickSyncH264{"h264", MFX_CODEC_AVC, 0, 7, 0, 0x1F};
-const QuickSyncCodec kQuickSyncH265{"h265", MFX_CODEC_HEVC, 1, 32, 1, 0x3F};
-
 QuickSyncEncoder::QuickSyncEncoder(const QuickSyncCodec& row)
     : KeyedSession(quickSyncEncoderKeys()), codec(row) {
   keyControl.FrameType = MFX_FRAMETYPE_I | MFX_FRAMETYPE_IDR | MFX_FRAMETYPE_REF;

@@ -1,11 +1,10 @@
-// The encoders' keys, and what the runtime is asked for because of them.
+// The codecs' rows, the encoders' keys, and what the runtime is asked for because of them.
 #include "QuickSyncSettings.h"
 
 #include <algorithm>
 
 #include "FrameRate.h"
 #include "H26xSettings.h"
-#include "QuickSyncEncoder.h"
 
 namespace qvs::plugins {
 namespace {
@@ -26,6 +25,9 @@ mfxExtBuffer* emptied(Record& record, mfxU32 id) {
 }
 
 }  // namespace
+
+const QuickSyncCodec kQuickSyncH264{"h264", MFX_CODEC_AVC, 0, 7, 0, 0x1F};
+const QuickSyncCodec kQuickSyncH265{"h265", MFX_CODEC_HEVC, 1, 32, 1, 0x3F};
 
 std::span<const KeyRow<QuickSyncEncoderSettings>> quickSyncEncoderKeys() {
   using S = QuickSyncEncoderSettings;

@@ -6,8 +6,6 @@
 #include <thread>
 
 #include "fakes/support/FaultScript.h"
-#include "fakes/vpl/VplDecoder.h"
-#include "fakes/vpl/VplEncoder.h"
 
 namespace qvs::fakes {
 

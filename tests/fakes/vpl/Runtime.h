@@ -56,8 +56,9 @@ struct _mfxSession {
 
   mfxHDL handle = nullptr;
   mfxSession parent = nullptr;
-  std::unique_ptr<qvs::fakes::VplEncoder> encoder;
-  std::unique_ptr<qvs::fakes::VplDecoder> decoder;
+  // Shared only because that needs to know nothing of them here.
+  std::shared_ptr<qvs::fakes::VplEncoder> encoder;
+  std::shared_ptr<qvs::fakes::VplDecoder> decoder;
 
  private:
   std::map<uintptr_t, qvs::fakes::VplOperation> operations;

@@ -207,7 +207,7 @@ QVS_VPL_EXPORT mfxStatus MFXVideoDECODE_Init(mfxSession session, mfxVideoParam* 
   QVS_VPL_CALL(MFXVideoDECODE_Init);
   if (session->decoder != nullptr) return MFX_ERR_UNDEFINED_BEHAVIOR;
   if (session->display() == nullptr) return MFX_ERR_DEVICE_FAILED;
-  session->decoder = std::make_unique<VplDecoder>(*wanted);
+  session->decoder = std::make_shared<VplDecoder>(*wanted);
   return MFX_ERR_NONE;
 }
 QVS_VPL_EXPORT mfxStatus MFXVideoDECODE_Reset(mfxSession session, mfxVideoParam*) {

@@ -218,7 +218,7 @@ QVS_VPL_EXPORT mfxStatus MFXVideoENCODE_Init(mfxSession session, mfxVideoParam* 
   if (info.Width % 16 != 0 || info.Height % 16 != 0 || info.CropW > info.Width || info.CropH > info.Height) {
     return MFX_ERR_INVALID_VIDEO_PARAM;
   }
-  auto made = std::make_unique<VplEncoder>(*wanted);
+  auto made = std::make_shared<VplEncoder>(*wanted);
   if (!made->isOpen()) return MFX_ERR_INVALID_VIDEO_PARAM;
   session->encoder = std::move(made);
   return MFX_ERR_NONE;
