@@ -6,10 +6,14 @@ extern "C" {
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
+#include <cstdlib>
+#include <fstream>
+#include <regex>
 
+#include "frames/geometry/FourCC.h"
 #include "plugins/quicksync/DecoderRun.h"
 #include "plugins/quicksync/FakeRuntime.h"
+#include "support/Md5.h"
 #include "support/MediaStream.h"
 #include "video/encoders/H264Playback.h"
 
@@ -313,6 +317,53 @@ TEST(QuickSyncDecoderMP2, HandsOutTheWholeOfAnOddPicture) {
   ASSERT_EQ(run.pictures.size(), 5u);
   EXPECT_EQ(run.pictures[0].width, 98u);
   EXPECT_EQ(run.pictures[0].displayHeight, 65u);
+}
+
+/// The sum that a collection's list has for a file.
+std::string publishedSum(const std::string& root, const std::string& path) {
+  std::ifstream list(root + "/README.md");
+  const std::string name = "| " + path.substr(path.rfind('/') + 1) + " |";
+  for (std::string line; std::getline(list, line);) {
+    std::smatch found;
+    if (line.rfind(name, 0) == 0 && std::regex_search(line, found, std::regex("[0-9a-f]{32}")))
+      return found[0];
+  }
+  return {};
+}
+
+// Sets in the stream and in a record, lengths of two bytes, cropping, sizes that change, transport streams.
+TEST_P(QuickSyncDecoder, DecodesRealStreams) {
+  const char* root = std::getenv("QVS_MEDIA");
+  if (root == nullptr) GTEST_SKIP() << "QVS_MEDIA names no collection";
+  const std::vector<const char*> h264{"vectors/h264/BA_MW_D.264",
+                                      "vectors/h264/bbb_avc_640x360_768kbps_30fps.h264",
+                                      "clips/h264/bear-640x360.ts",
+                                      "clips/h264/sample_2_byte_NAL_length.mp4",
+                                      "clips/h264/ref_video_variable_parameters.mp4",
+                                      "clips/h264/swirl_130x132_h264.mp4"};
+  const std::vector<const char*> mpeg2{"clips/mpeg2/bbb_mpeg2_176x144_105kbps_25fps.m2v",
+                                       "clips/mpeg2/bear.m2ts"};
+  for (const char* path : isMpeg2() ? mpeg2 : h264) {
+    MediaStream media(std::string(root) + "/" + path);
+    DecoderRun run(library());
+    run.plugin.call(&pluginVideoDecoder::func_setFourcc, qvs::kFourCCI420);
+    run.key(kAsyncDepth, 2);
+    ASSERT_EQ(run.open(), 0) << run.problem();
+    if (!media.getConfig().empty()) {
+      EXPECT_EQ(run.configure(media.getConfig()), 0u) << path << ' ' << run.problem();
+    }
+    RunningMd5 sum;
+    const auto take = [&] {
+      for (const RunPicture& picture : run.pictures) sum.add(picture.bytes);
+      run.pictures.clear();
+    };
+    for (MediaUnit unit; media.next(unit); take()) {
+      ASSERT_EQ(run.add(unit.bytes, unit.timecode), 0u) << path << ' ' << run.problem();
+    }
+    EXPECT_EQ(run.flush(), 0u);
+    take();
+    EXPECT_EQ(sum.text(), publishedSum(root, path)) << path;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Codecs, QuickSyncDecoder, testing::Values("h264", "mp2"),
