@@ -34,8 +34,8 @@ struct Edge {
 void copyToSurface(const Picture& picture, mfxFrameSurface1& surface) {
   const mfxFrameData& data = surface.Data;
   const uint32_t pitch = pitchOf(surface);
-  const uint32_t width = picture.width, height = picture.height;
-  const uint32_t chromaWidth = (width + 1) / 2, chromaHeight = (height + 1) / 2;
+  const uint32_t width = surface.Info.CropW, height = surface.Info.CropH;
+  const uint32_t chromaWidth = width / 2, chromaHeight = height / 2;
   libyuv::CopyPlane(picture.y, static_cast<int>(picture.stride), data.Y, static_cast<int>(pitch),
                     static_cast<int>(width), static_cast<int>(height));
   const int chromaStride = static_cast<int>(picture.chromaStride);

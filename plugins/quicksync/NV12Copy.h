@@ -7,8 +7,8 @@
 
 namespace qvs::plugins {
 
-/// Copies a picture into a surface of its size or larger; what the surface has beyond, up to its full size, repeats the
-/// picture's edge.
+/// Copies as much of a picture as the surface shows, which is even; what the surface has beyond, up to its full size,
+/// repeats the edge.
 void copyToSurface(const Picture& picture, mfxFrameSurface1& surface);
 
 /// Copies the cropped picture of a surface; `width` and `height` are even and lie inside the surface.

@@ -13,7 +13,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr uint64_t kTicksPerMillisecond = 90;
 constexpr uint32_t kMostCodedBytes = 256u << 20;
 
 std::string afterMilliseconds(int64_t milliseconds) {
@@ -27,16 +26,14 @@ uint32_t frameTypeOf(mfxU16 type) {
 
 }  // namespace
 
-const QuickSyncCodec kQuickSyncH264{"h264", MFX_CODEC_AVC, 0, 7, 0, 0x1F};
-const QuickSyncCodec kQuickSyncH265{"h265", MFX_CODEC_HEVC, 1, 32, 1, 0x3F};
-
 QuickSyncEncoder::QuickSyncEncoder(const QuickSyncCodec& row)
-    : codec(row), keys(quickSyncEncoderKeys(), settings) {
+    : KeyedSession(quickSyncEncoderKeys()), codec(row) {
   keyControl.FrameType = MFX_FRAMETYPE_I | MFX_FRAMETYPE_IDR | MFX_FRAMETYPE_REF;
 }
 
 int32_t QuickSyncEncoder::open() {
   close();
+  if (common.width < 2 || common.height < 2) return fail(QVS_PLUGIN_INIT_ENCODER, "a picture below 2x2");
   if (const int32_t status = session.open(common.gpu, problem); status != QVS_PLUGIN_OK) return status;
   // Settings may be changed for the next opening while this one runs.
   parameters.fill(codec, common, settings);
@@ -59,7 +56,7 @@ int32_t QuickSyncEncoder::start() {
   for (Task& task : tasks) {
     if (!grow(task)) return fail(QVS_PLUGIN_ALLOCATE_BUFFER, "no memory for coded pictures");
   }
-  times.start(parameters.reordering(), 1000 / common.frameRate);
+  ticks = parameters.ticksPerPicture();
   return QVS_PLUGIN_OK;
 }
 
@@ -69,7 +66,7 @@ int32_t QuickSyncEncoder::allocate() {
   if (status < MFX_ERR_NONE) {
     return fail(QVS_PLUGIN_QUERY_SURFACE, mfxProblem("MFXVideoENCODE_QueryIOSurf", status));
   }
-  const auto depth = std::max<size_t>(parameters.video.AsyncDepth, 1);
+  const auto depth = std::max<size_t>(parameters.video.AsyncDepth, parameters.reordering() > 0 ? 2 : 1);
   const auto count =
       static_cast<uint32_t>(std::max<size_t>(request.NumFrameSuggested, request.NumFrameMin) + depth);
   if (!surfaces.allocate(parameters.video.mfx.FrameInfo, count)) {
@@ -82,12 +79,14 @@ int32_t QuickSyncEncoder::allocate() {
 // The runtime goes before the memory that it works on.
 void QuickSyncEncoder::close() {
   if (running) MFXVideoENCODE_Close(session);
-  running = hasFirst = false;
+  running = false;
   session.close();
   tasks.clear();
   surfaces.clear();
   headers.clear();
   oldest = underWay = 0;
+  times.restart();
+  given = coded = 0;
   lost.clear();
 }
 
@@ -130,14 +129,13 @@ int32_t QuickSyncEncoder::encode(const Picture& picture) {
   mfxFrameSurface1* surface = nullptr;
   if (const int32_t status = takeSurface(surface); status != QVS_PLUGIN_OK) return status;
   copyToSurface(picture, *surface);
-  if (!hasFirst) firstTimecode = picture.timecode;
-  hasFirst = true;
-  // Counted from the first picture, so that any number of milliseconds comes back exactly.
-  surface->Data.TimeStamp = (picture.timecode - firstTimecode) * kTicksPerMillisecond;
-  bool coded = false;
-  const int32_t status = submit(surface, picture.key ? &keyControl : nullptr, coded);
+  surface->Data.TimeStamp = static_cast<mfxU64>(times.add(picture.timecode)) * ticks;
+  ++given;
+  bool ready = false;
+  const int32_t status = submit(surface, picture.key ? &keyControl : nullptr, ready);
   if (status != QVS_PLUGIN_OK) return status;
-  times.add(picture.timecode);
+  // The times ahead of the first picture follow from the second one's.
+  if (given < 2 && parameters.reordering() > 0) return QVS_PLUGIN_OK;
   return collect(tasks.size() - 1);
 }
 
@@ -157,8 +155,8 @@ int32_t QuickSyncEncoder::takeSurface(mfxFrameSurface1*& surface) {
   return QVS_PLUGIN_OK;
 }
 
-int32_t QuickSyncEncoder::submit(mfxFrameSurface1* surface, mfxEncodeCtrl* control, bool& coded) {
-  coded = false;
+int32_t QuickSyncEncoder::submit(mfxFrameSurface1* surface, mfxEncodeCtrl* control, bool& ready) {
+  ready = false;
   if (const int32_t status = collect(tasks.size() - 1); status != QVS_PLUGIN_OK) return status;
   Task& task = tasks[(oldest + underWay) % tasks.size()];
   const auto deadline = Clock::now() + std::chrono::milliseconds(settings.busyTimeout);
@@ -181,15 +179,15 @@ int32_t QuickSyncEncoder::submit(mfxFrameSurface1* surface, mfxEncodeCtrl* contr
           mfxProblem("MFXVideoENCODE_EncodeFrameAsync", status, afterMilliseconds(settings.busyTimeout)));
     }
     if (status < MFX_ERR_NONE) return fault(mfxProblem("MFXVideoENCODE_EncodeFrameAsync", status));
-    coded = task.sync != nullptr;
-    if (coded) ++underWay;
+    ready = task.sync != nullptr;
+    if (ready) ++underWay;
     return QVS_PLUGIN_OK;
   }
 }
 
 // To the size of the largest picture, and to the double where that was too small.
 bool QuickSyncEncoder::grow(Task& task) {
-  const size_t size = std::max<size_t>(parameters.codedSize(), task.memory.size() * 2);
+  const size_t size = std::max<size_t>(parameters.largestCoded(), task.memory.size() * 2);
   if (size > kMostCodedBytes) return false;
   task.memory.resize(size);
   task.bits.Data = task.memory.data();
@@ -231,10 +229,7 @@ int32_t QuickSyncEncoder::put(const Task& task) {
   FrameInfo info;
   info.frameType = frameTypeOf(task.bits.FrameType);
   if (info.frameType == QVS_FRAME_KEY) bytes = withHeaders(bytes);
-  info.timecode = times.next();
-  const uint64_t shown = firstTimecode + static_cast<uint64_t>(static_cast<int64_t>(task.bits.TimeStamp) /
-                                                               static_cast<int64_t>(kTicksPerMillisecond));
-  info.timecodeOffset = static_cast<int64_t>(shown - info.timecode);
+  times.fill(info, static_cast<int64_t>(task.bits.TimeStamp / ticks), coded++ - parameters.reordering());
   return output.addAnnexB(info, bytes) ? QVS_PLUGIN_OK
                                        : fail(QVS_PLUGIN_ALLOCATE_BUFFER, "no memory for a coded picture");
 }
@@ -256,10 +251,11 @@ bool QuickSyncEncoder::hasHeaders(std::span<const uint8_t> bytes) const {
 }
 
 int32_t QuickSyncEncoder::flushAll() {
-  bool coded = true;
-  while (coded) {
-    if (underWay > times.pending()) return fault("the runtime gives more pictures than it was given");
-    if (const int32_t status = submit(nullptr, nullptr, coded); status != QVS_PLUGIN_OK) return status;
+  bool ready = true;
+  while (ready) {
+    if (static_cast<int64_t>(underWay) > given - coded)
+      return fault("the runtime gives more pictures than it was given");
+    if (const int32_t status = submit(nullptr, nullptr, ready); status != QVS_PLUGIN_OK) return status;
   }
   return collect(0);
 }
@@ -290,7 +286,6 @@ int32_t QuickSyncEncoder::reset(bool newSequence) {
     return reset(true);
   }
   if (status < MFX_ERR_NONE) return fault(mfxProblem("MFXVideoENCODE_Reset", status));
-  if (newSequence) times.start(parameters.reordering(), 1000 / common.frameRate);
   const int32_t read = readHeaders();
   return read == QVS_PLUGIN_OK ? read : fault(problem);
 }

@@ -7,30 +7,17 @@
 #include <string>
 #include <vector>
 
-#include "CodingTimes.h"
-#include "EncoderSession.h"
-#include "KeyTable.h"
+#include "KeyedSession.h"
 #include "MfxSession.h"
 #include "NV12Surfaces.h"
+#include "PictureTimes.h"
 #include "QuickSyncSettings.h"
 
 namespace qvs::plugins {
 
-/// What tells one encoder library from another.
-struct QuickSyncCodec {
-  const char* name;    ///< "h264"
-  mfxU32 id;           ///< MFX_CODEC_
-  mfxU16 idrInterval;  ///< of the runtime's counting, for which each I picture of its grid is an IDR picture
-  uint8_t sequenceUnit;   ///< type of the NAL unit that begins a key frame's parameter sets
-  uint8_t unitTypeShift;  ///< of the type in the unit's first byte
-  uint8_t unitTypeMask;
-};
-extern const QuickSyncCodec kQuickSyncH264;
-extern const QuickSyncCodec kQuickSyncH265;
-
 /// H.264 and H.265 through the vendor's media runtime. Pictures are copied once, into surfaces in system memory that
 /// the runtime takes to the device.
-class QuickSyncEncoder : public EncoderSession {
+class QuickSyncEncoder : public KeyedSession<QuickSyncEncoderSettings> {
  public:
   explicit QuickSyncEncoder(const QuickSyncCodec& row);
   ~QuickSyncEncoder() override { close(); }
@@ -39,11 +26,6 @@ class QuickSyncEncoder : public EncoderSession {
   int32_t encode(const Picture& picture) override;
   int32_t drain() override;
   int32_t changeBitRate(uint32_t bitsPerSecond) override;
-  int32_t keyType(uint32_t key) const override { return keys.type(key); }
-  int32_t setKey(uint32_t key, int64_t value) override { return keys.set(key, value, problem); }
-  int32_t setKey(uint32_t key, double value) override { return keys.set(key, value, problem); }
-  int32_t getKey(uint32_t key, int64_t* value) const override { return keys.get(key, value); }
-  int32_t getKey(uint32_t key, double* value) const override { return keys.get(key, value); }
 
  private:
   /// A coded picture on its way; the runtime writes `bits` until `sync` is reached.
@@ -60,8 +42,8 @@ class QuickSyncEncoder : public EncoderSession {
   /// A failure after which nothing more is tried until the encoder is opened anew.
   int32_t fault(std::string why);
   int32_t takeSurface(mfxFrameSurface1*& surface);
-  /// Gives a picture, or null for no more, to the runtime. `coded` tells whether a coded picture is under way for it.
-  int32_t submit(mfxFrameSurface1* surface, mfxEncodeCtrl* control, bool& coded);
+  /// Gives a picture, or null for no more, to the runtime. `ready` tells whether a coded picture is under way.
+  int32_t submit(mfxFrameSurface1* surface, mfxEncodeCtrl* control, bool& ready);
   bool grow(Task& task);
   /// Waits for the oldest coded picture and puts it out. `done` false: not within the time.
   int32_t collectOldest(int64_t milliseconds, bool& done);
@@ -74,20 +56,19 @@ class QuickSyncEncoder : public EncoderSession {
   int32_t reset(bool newSequence);
 
   const QuickSyncCodec& codec;
-  QuickSyncEncoderSettings settings;
-  KeyTable<QuickSyncEncoderSettings> keys;
   MfxSession session;
   NV12Surfaces surfaces;
   QuickSyncParameters parameters;
   mfxEncodeCtrl keyControl{};  ///< asks for a key frame; the runtime may read it until the picture is done
-  CodingTimes times;
+  PictureTimes times;
+  mfxU64 ticks = 1;   ///< of 90 kHz a picture: the runtime is given numbers of pictures as times
+  int64_t given = 0;  ///< pictures
+  int64_t coded = 0;
   std::vector<Task> tasks;  ///< a ring
   size_t oldest = 0;
   size_t underWay = 0;
   std::vector<uint8_t> headers;  ///< parameter sets behind start codes, as the runtime tells them
   std::vector<uint8_t> joined;   ///< a key frame behind them
-  uint64_t firstTimecode = 0;
-  bool hasFirst = false;
   bool running = false;
   std::string lost;  ///< why the device is of no more use; empty while it is
 };

@@ -1,10 +1,10 @@
-// The encoders' keys, and what the runtime is asked for because of them.
+// The codecs' rows, the encoders' keys, and what the runtime is asked for because of them.
 #include "QuickSyncSettings.h"
 
 #include <algorithm>
-#include <cmath>
 
-#include "QuickSyncEncoder.h"
+#include "FrameRate.h"
+#include "H26xSettings.h"
 
 namespace qvs::plugins {
 namespace {
@@ -25,6 +25,9 @@ mfxExtBuffer* emptied(Record& record, mfxU32 id) {
 }
 
 }  // namespace
+
+const QuickSyncCodec kQuickSyncH264{"h264", MFX_CODEC_AVC, 0, 7, 0, 0x1F};
+const QuickSyncCodec kQuickSyncH265{"h265", MFX_CODEC_HEVC, 1, 32, 1, 0x3F};
 
 std::span<const KeyRow<QuickSyncEncoderSettings>> quickSyncEncoderKeys() {
   using S = QuickSyncEncoderSettings;
@@ -110,18 +113,20 @@ void QuickSyncParameters::fillPicture(const CommonSettings& common) {
   info.ChromaFormat = MFX_CHROMAFORMAT_YUV420;
   info.PicStruct = MFX_PICSTRUCT_PROGRESSIVE;
   info.BitDepthLuma = info.BitDepthChroma = 0;
-  // 4:2:0 can only be cropped to even sizes: an odd picture is coded with its last row or column doubled.
-  info.CropW = static_cast<mfxU16>((common.width + 1) / 2 * 2);
-  info.CropH = static_cast<mfxU16>((common.height + 1) / 2 * 2);
-  info.Width = alignedTo16(common.width);
-  info.Height = alignedTo16(common.height);
+  const CodedSize size = codedSize(common);
+  info.CropW = static_cast<mfxU16>(size.width);
+  info.CropH = static_cast<mfxU16>(size.height);
+  info.Width = alignedTo16(info.CropW);
+  info.Height = alignedTo16(info.CropH);
   info.AspectRatioW = info.AspectRatioH = 1;
-  // 30000/1001 and its like are told exactly.
-  const double whole = std::round(common.frameRate);
-  const bool ntsc =
-      std::fabs(common.frameRate * 1001 - whole * 1000) < 1 && std::fabs(common.frameRate - whole) > 1e-3;
-  info.FrameRateExtN = static_cast<mfxU32>(ntsc ? whole * 1000 : std::round(common.frameRate * 1000));
-  info.FrameRateExtD = ntsc ? 1001 : 1000;
+  const FrameRate rate = frameRateOf(common.frameRate);
+  info.FrameRateExtN = rate.num;
+  info.FrameRateExtD = rate.den;
+}
+
+mfxU64 QuickSyncParameters::ticksPerPicture() const {
+  const mfxFrameInfo& info = video.mfx.FrameInfo;
+  return std::max<mfxU64>(mfxU64{90000} * info.FrameRateExtD / std::max<mfxU32>(info.FrameRateExtN, 1), 1);
 }
 
 bool QuickSyncParameters::hasBitRate() const {
@@ -184,7 +189,7 @@ void QuickSyncParameters::detachReset() {
 }
 
 // At least the picture without any coding, which a large rate may exceed and a small one must not.
-uint32_t QuickSyncParameters::codedSize() const {
+uint32_t QuickSyncParameters::largestCoded() const {
   const mfxInfoMFX& mfx = video.mfx;
   const uint32_t told = 1000u * mfx.BufferSizeInKB * std::max<uint32_t>(mfx.BRCParamMultiplier, 1);
   return std::max(told, uint32_t{mfx.FrameInfo.Width} * mfx.FrameInfo.Height * 3 / 2);

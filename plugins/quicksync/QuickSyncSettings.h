@@ -12,7 +12,17 @@
 
 namespace qvs::plugins {
 
-struct QuickSyncCodec;
+/// What tells one encoder library from another.
+struct QuickSyncCodec {
+  const char* name;    ///< "h264"
+  mfxU32 id;           ///< MFX_CODEC_
+  mfxU16 idrInterval;  ///< of the runtime's counting, for which each I picture of its grid is an IDR picture
+  uint8_t sequenceUnit;   ///< type of the NAL unit that begins a key frame's parameter sets
+  uint8_t unitTypeShift;  ///< of the type in the unit's first byte
+  uint8_t unitTypeMask;
+};
+extern const QuickSyncCodec kQuickSyncH264;
+extern const QuickSyncCodec kQuickSyncH265;
 
 /// What the keys of an encoder set.
 struct QuickSyncEncoderSettings : MfxPatience {
@@ -57,10 +67,12 @@ class QuickSyncParameters {
   void detachReset();
 
   /// Bytes that the largest coded picture may take.
-  uint32_t codedSize() const;
+  uint32_t largestCoded() const;
   /// Pictures by which coding runs ahead of showing.
   uint32_t reordering() const;
   bool hasBitRate() const;
+  /// Of 90 kHz.
+  mfxU64 ticksPerPicture() const;
   bool looksAhead() const { return video.mfx.RateControlMethod == MFX_RATECONTROL_LA; }
 
   mfxVideoParam video{};

@@ -27,6 +27,13 @@ std::optional<Bytes> takeUnit(Bytes& bytes, uint32_t size) {
   return unit;
 }
 
+bool addUp(Bytes bytes, uint32_t size) {
+  while (!bytes.empty()) {
+    if (!takeUnit(bytes, size)) return false;
+  }
+  return true;
+}
+
 void appendUnit(std::vector<uint8_t>& to, Bytes unit) {
   to.insert(to.end(), std::begin(kStartCode), std::end(kStartCode));
   to.insert(to.end(), unit.begin(), unit.end());
@@ -77,11 +84,9 @@ mfxBitstream& UnitInput::headers() {
 }
 
 bool UnitInput::add(Bytes unit, uint64_t time) {
-  const bool prefixed = lengthSize > 0 && !(lengthSize == 4 && beginsWithStartCode(unit));
-  // All lengths are looked at before a byte is taken.
-  for (Bytes rest = unit; prefixed && !rest.empty();) {
-    if (!takeUnit(rest, lengthSize)) return false;
-  }
+  // A length may look like a start code: only where lengths don't add up is it one.
+  const bool prefixed = lengthSize > 0 && addUp(unit, lengthSize);
+  if (lengthSize > 0 && !prefixed && !beginsWithStartCode(unit)) return false;
   // What the runtime left goes to the front; usually that is nothing.
   const auto left = memory.begin() + static_cast<ptrdiff_t>(stream.DataOffset);
   memory.erase(std::copy(left, left + static_cast<ptrdiff_t>(stream.DataLength), memory.begin()),

@@ -13,7 +13,7 @@ int32_t VaDisplay::start(std::string& problem) {
   int minor = 0;
   const VAStatus status = vaInitialize(display, &major, &minor);
   if (status == VA_STATUS_SUCCESS) return QVS_PLUGIN_OK;
-  problem = std::string("vaInitialize: ") + vaErrorStr(status);
+  problem = std::string("vaInitialize: ") + vaErrorStr(status) + " (" + std::to_string(status) + ")";
   return QVS_PLUGIN_CREATE_LIBVA;
 }
 

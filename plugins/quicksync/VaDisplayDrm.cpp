@@ -21,25 +21,23 @@ int32_t VaDisplay::open(int32_t gpu, std::string& problem) {
   close();
   const int first = gpu < 0 ? 0 : gpu;
   const int last = gpu < 0 ? kNodes - 1 : gpu;
-  int32_t status = QVS_PLUGIN_CREATE_LIBVA;
-  problem.clear();
+  // Told of all nodes: the first that is there and fails, else the first that can't be opened.
+  std::string missing, failed;
   for (int i = first; i <= last; ++i) {
     const std::string path = "/dev/dri/renderD" + std::to_string(kFirstNode + i);
     node = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
     if (node < 0) {
-      // What a node that is there said is worth more than that others are not.
-      if (problem.empty()) problem = "open " + path + ": " + std::strerror(errno);
+      if (missing.empty()) missing = "open " + path + ": " + std::strerror(errno);
       continue;
     }
     display = vaGetDisplayDRM(node);
-    status = QVS_PLUGIN_CREATE_LIBVA;
-    problem = "vaGetDisplayDRM: no display";
-    if (display != nullptr) status = start(problem);
-    if (status == QVS_PLUGIN_OK) return status;
-    problem += " (" + path + ")";
+    std::string why = "vaGetDisplayDRM: no display";
+    if (display != nullptr && start(why) == QVS_PLUGIN_OK) return QVS_PLUGIN_OK;
+    if (failed.empty()) failed = why + " (" + path + ")";
     close();
   }
-  return status;
+  problem = failed.empty() ? missing : failed;
+  return QVS_PLUGIN_CREATE_LIBVA;
 }
 
 void VaDisplay::close() {
