@@ -21,6 +21,7 @@ KINDS = {
     "vp8": Kind(1280, 720, "ivf", ["-c:v", "libvpx", "-b:v", "4M", "-deadline", "good", "-cpu-used", "5",
                                    "-threads", "2", "-g", "120", "-auto-alt-ref", "0", "-f", "ivf"]),
     "h264": Kind(1920, 1080, "flv", [*_AVC, "-b:v", "8M", "-f", "flv"]),
+    "h265": Kind(1920, 1080, "flv", [*_AVC, "-b:v", "8M", "-f", "flv"]),
     "h264-720": Kind(1280, 720, "flv", [*_AVC, "-b:v", "4M", "-f", "flv"]),
 }
 
