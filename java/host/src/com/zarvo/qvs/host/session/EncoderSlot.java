@@ -72,8 +72,9 @@ final class EncoderSlot {
     openNext("");
   }
 
+  /** The one in the slot; the last of the list where that came to its end. */
   EncoderBackend encoder() {
-    return list.backends().get(place);
+    return list.backends().get(Math.min(place, list.backends().size() - 1));
   }
 
   /** Hands a picture of the pool over; the caller may let go of it. */
@@ -193,21 +194,16 @@ final class EncoderSlot {
 
   private void fall(EncoderFault fault, String why) throws HostException {
     EncoderBackend failed = encoder();
+    policy.cards().failed(failed, fault, why, policy.maxFailures());
     if (!answered) {
-      refused(failed, fault, why);
+      policy.tell(EncoderEvent.refused(index, spec, failed, fault, why));
     } else {
-      policy.cards().failed(failed, fault, why, policy.maxFailures());
       long time = pending.count() > 0 ? pending.time(0) : lastTime;
       EncoderBackend next = place + 1 < list.backends().size() ? list.backends().get(place + 1) : null;
       seam = EncoderEvent.asked(index, spec, time, failed, next, fault, why, pending.count());
       policy.tell(seam);
     }
     openNext("; " + failed + " " + fault.text + ": " + why);
-  }
-
-  private void refused(EncoderBackend who, EncoderFault fault, String why) {
-    policy.cards().failed(who, fault, why, policy.maxFailures());
-    policy.tell(EncoderEvent.refused(index, spec, who, fault, why));
   }
 
   /** Takes the first of the list behind the present one that stands; `before` tells what led here. */
@@ -223,7 +219,10 @@ final class EncoderSlot {
               ? new EncoderSetup.Refusal(EncoderFault.QUARANTINED, quarantine)
               : setup.open(backend, bitRate, kept);
       if (refusal == null) return;
-      refused(backend, refusal.fault(), refusal.why());
+      // One that does not open may have reached its limit of sessions, and serves others well.
+      if (refusal.fault() == EncoderFault.HANG)
+        policy.cards().failed(backend, refusal.fault(), refusal.why(), policy.maxFailures());
+      policy.tell(EncoderEvent.refused(index, spec, backend, refusal.fault(), refusal.why()));
       refusals.append("; ").append(backend).append(' ').append(refusal.fault().text).append(": ").append(refusal.why());
     }
     String what = owner.name() + ": no encoder for " + spec.codec().codecName + " " + spec.sizeText() + " of " + list;
