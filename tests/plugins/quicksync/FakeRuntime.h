@@ -12,6 +12,7 @@ namespace qvs::test {
 /// sessions.
 class FakeRuntime {
  public:
+  FakeRuntime() { script(""); }
   ~FakeRuntime() { script(""); }
 
   void script(const std::string& text) const { call<void (*)(const char*)>("qvsFakeScript")(text.c_str()); }
