@@ -31,6 +31,7 @@ public final class RenditionPath {
   private final RenditionSpec spec;
   private final int index;
   private final FrameRateLimiter limiter;
+  private final RungCounters counters;
   private final List<TranscoderPacket> packets = new ArrayList<>();
   private final TranscoderNativeVideoFrame preview = new TranscoderNativeVideoFrame();
   private long target = -1;
@@ -48,6 +49,7 @@ public final class RenditionPath {
     this.index = index;
     this.spec = settings.renditions().get(index);
     this.limiter = new FrameRateLimiter(spec.frameRate());
+    this.counters = owner.counters().rungs().get(index);
     long session = owner.handle();
     TranscoderNativeStreamContext context = owner.context(spec.sizeText());
     String what = "no encoder for " + spec.codec().codecName + " " + spec.sizeText();
@@ -103,7 +105,10 @@ public final class RenditionPath {
 
   void scaleFrom(long decoderFrame, long time) throws HostException {
     if (skipped) return;
-    if (videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index) != 0)
+    long startNs = System.nanoTime();
+    long result = videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index);
+    counters.scaled(System.nanoTime() - startNs);
+    if (result != 0)
       throw failure(time, "could not be scaled");
     if (!owner.output().wantsFrame(index, time)) return;
     owner.check(videoEncoderBufferAcquire(owner.handle(), index, target), "a picture could not be held");
@@ -115,6 +120,7 @@ public final class RenditionPath {
     long session = owner.handle();
     if (skipped) {
       videoEncoderSkipFrame(session, index, target, index, FRAME_INTER, time);
+      counters.leftOut();
       return;
     }
     // Asynchronous encoders are asked for the former picture's packets just before they get the
@@ -123,11 +129,14 @@ public final class RenditionPath {
     // Counted from the first picture of all, so that every rendition has its key pictures at the same times.
     long due = (long) Math.floor((time - firstTime + 0.5) / (settings.keyFrameSeconds() * 1000)) + 1;
     boolean key = due > keys;
-    if (videoEncoderAddFrame(session, index, target, index, key ? FRAME_KEY : FRAME_INTER, time) != 0)
-      throw failure(time, "was refused by its encoder");
+    long startNs = System.nanoTime();
+    long result = videoEncoderAddFrame(session, index, target, index, key ? FRAME_KEY : FRAME_INTER, time);
+    counters.inEncoder(System.nanoTime() - startNs);
+    if (result != 0) throw failure(time, "was refused by its encoder");
     added++;
     keys = due;
     if (!settings.parallel()) collect();
+    counters.handedOver(time);
   }
 
   private HostException failure(long time, String what) {
@@ -158,7 +167,10 @@ public final class RenditionPath {
 
   /** Passes on what the encoder has ready. */
   void collect() throws HostException, IOException {
-    if (videoEncoderGetEncodedFrames(owner.handle(), index, packets) != 0)
+    long startNs = System.nanoTime();
+    long result = videoEncoderGetEncodedFrames(owner.handle(), index, packets);
+    counters.inEncoder(System.nanoTime() - startNs);
+    if (result != 0)
       throw owner.failure(owner.name() + ": coded pictures of " + spec.sizeText() + " could not be fetched");
     for (TranscoderPacket packet : packets) passOn(packet);
     packets.clear();
@@ -168,6 +180,7 @@ public final class RenditionPath {
   private void passOn(TranscoderPacket packet) throws HostException, IOException {
     long pts = times.ptsOf(packet.timecode + packet.timecodeOffset);
     long dts = packet.timecodeOffset == 0 ? pts : settings.source().timeBase().ofMilliseconds(packet.timecode);
+    counters.packet(packet.len, settings.source().timeBase().toMilliseconds(pts));
     owner.output().packet(index, packet, pts, Math.min(dts, pts));
   }
 
