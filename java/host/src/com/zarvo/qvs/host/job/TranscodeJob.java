@@ -197,6 +197,7 @@ public final class TranscodeJob {
     Progress progress = progressOf.apply(durationMs);
     PaceWatch pace = new PaceWatch();
     long firstMs = Long.MIN_VALUE;
+    session.counters().begins(durationMs);
     try {
       for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
         if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
@@ -212,7 +213,7 @@ public final class TranscodeJob {
           session.audio().push(packet, following);
         }
         result.mediaMs = Math.max(result.mediaMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
-        session.counters().fed(result.mediaMs, durationMs);
+        session.counters().fed(result.mediaMs);
         String news = reader.isLive() ? pace.worked(System.nanoTime() - beforeNs, result.mediaMs) : null;
         if (news != null) progress.say(settings.input() + ": " + news);
         progress.update(result.mediaMs, session.frames());

@@ -18,7 +18,6 @@ public final class SessionCounters {
 
   private final long id = SESSIONS.incrementAndGet();
   private final String name;
-  private final long startNs = System.nanoTime();
   private final List<RungCounters> rungs = new ArrayList<>();
   private final List<SoundCounters> sounds = new ArrayList<>();
   private final StageTimes decoding = new StageTimes();
@@ -28,10 +27,12 @@ public final class SessionCounters {
   private final Counter soundOriginMs = new Counter();
   private final Counter mediaMs = new Counter();
   private final Counter totalMs = new Counter();
+  private final Counter startNs = new Counter();
   private final Counter endNs = new Counter();
 
   SessionCounters(SessionSettings settings) {
     this.name = settings.name();
+    startNs.set(System.nanoTime());
     totalMs.set(-1);
     Set<String> labels = new HashSet<>();
     for (RenditionSpec spec : settings.renditions()) {
@@ -93,13 +94,13 @@ public final class SessionCounters {
     return totalMs.get();
   }
 
-  /** Seconds since the session was made, until it was closed. */
+  /** Seconds since the work began, until the session was closed. */
   public double wallSeconds() {
     long end = endNs.get();
-    return ((end == 0 ? System.nanoTime() : end) - startNs) / 1e9;
+    return ((end == 0 ? System.nanoTime() : end) - startNs.get()) / 1e9;
   }
 
-  /** Seconds of input per second since the session was made. */
+  /** Seconds of input per second of work. */
   public double speed() {
     return mediaMs() / 1000.0 / Math.max(1e-3, wallSeconds());
   }
@@ -112,10 +113,15 @@ public final class SessionCounters {
     return OptionalLong.of(sound + soundOriginMs.get() - picture);
   }
 
-  /** For the thread that feeds the session: how far it is with the input, and of how much (-1 when unknown). */
-  public void fed(long doneMs, long ofMs) {
-    mediaMs.set(doneMs);
+  /** For the thread that feeds the session: the work begins now, on so much input (-1 when unknown). */
+  public void begins(long ofMs) {
+    startNs.set(System.nanoTime());
     totalMs.set(ofMs);
+  }
+
+  /** For the thread that feeds the session: how far it is with the input. */
+  public void fed(long doneMs) {
+    mediaMs.set(doneMs);
   }
 
   void decoded(long ns) {

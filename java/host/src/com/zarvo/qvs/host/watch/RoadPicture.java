@@ -10,9 +10,9 @@ import java.util.Locale;
 final class RoadPicture {
   static final String CONTENT_TYPE = "image/svg+xml";
 
-  private static final int BOX_WIDTH = 190;
+  private static final int BOX_WIDTH = 216;
   private static final int BOX_HEIGHT = 58;
-  private static final int COLUMN = 220;
+  private static final int COLUMN = 240;
   private static final int ROW = 74;
   private static final int TOP = 44;
   private static final int LEFT = 14;
@@ -32,11 +32,11 @@ final class RoadPicture {
     int width = LEFT * 2 + COLUMN * 3 + BOX_WIDTH;
     int height = TOP + rows * ROW;
     add("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%d\" height=\"%d\" viewBox=\"0 0 %d %d\"", width, height, width, height);
-    add(" font-family=\"sans-serif\" font-size=\"12\"><rect width=\"100%%\" height=\"100%%\" fill=\"#fff\"/>");
+    add(" font-family=\"sans-serif\" font-size=\"11\"><rect width=\"100%%\" height=\"100%%\" fill=\"#fff\"/>");
     String pace = format("%.1f s of input, %.2fx", session.mediaMs() / 1000.0, session.speed());
     String offset =
         session.avOffsetMs().isPresent() ? ", sound " + session.avOffsetMs().getAsLong() + " ms past pictures" : "";
-    text(LEFT, 26, "bold", session.name() + ": " + pace + offset);
+    text(LEFT, 26, "bold", session.name() + ": " + pace + offset + "; times are p50 / p95 / p99");
     box(0, 0, "input", session.name(), format("%.1f s", session.mediaMs() / 1000.0));
     int row = 0;
     if (!session.rungs().isEmpty()) {
@@ -68,7 +68,7 @@ final class RoadPicture {
   private static String times(StageTimes stage) {
     if (stage.count() == 0) return "";
     double median = stage.quantileSeconds(0.5) * 1000;
-    return format("p50 %.1f, p95 %.1f, p99 %.1f ms", median, stage.quantileSeconds(0.95) * 1000, stage.quantileSeconds(0.99) * 1000);
+    return format("%.1f / %.1f / %.1f ms", median, stage.quantileSeconds(0.95) * 1000, stage.quantileSeconds(0.99) * 1000);
   }
 
   private void box(int column, int row, String title, String first, String second) {
@@ -96,7 +96,7 @@ final class RoadPicture {
 
   private void text(int x, int y, String weight, String text) {
     if (text.isEmpty()) return;
-    add("<text x=\"%d\" y=\"%d\" font-weight=\"%s\">%s</text>", x, y, weight, escaped(shortened(text, weight.equals("bold") && y < TOP ? 100 : 30)));
+    add("<text x=\"%d\" y=\"%d\" font-weight=\"%s\">%s</text>", x, y, weight, escaped(shortened(text, weight.equals("bold") && y < TOP ? 120 : 34)));
   }
 
   private static String shortened(String text, int most) {
