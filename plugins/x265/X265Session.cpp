@@ -27,6 +27,8 @@ int32_t X265Session::open() {
 int32_t X265Session::begin() {
   std::unique_ptr<x265_param, Free> wanted(x265().param_alloc());
   if (wanted == nullptr) return fail(QVS_PLUGIN_ALLOCATE_BUFFER, "no memory for an encoder");
+  // What has only been allocated holds whatever memory held, and can't be freed so.
+  x265().param_default(wanted.get());
   if (!opened.store(common, *wanted, problem)) return QVS_PLUGIN_INIT_ENCODER;
   pool = opened.pool();
   wanted->numaPools = pool.c_str();

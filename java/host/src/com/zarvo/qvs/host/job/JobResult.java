@@ -4,7 +4,10 @@ import com.zarvo.qvs.host.media.AudioStreamInfo;
 import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.DisplayMatrix;
+import com.zarvo.qvs.host.model.EncoderBackend;
+import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.SessionLog;
 import java.nio.file.Path;
 import java.util.ArrayList;
@@ -20,6 +23,11 @@ public final class JobResult {
   DisplayMatrix display;
   AudioStreamInfo audioSource;
   List<Rendition> renditions = List.of();
+  /** What the renditions were to be, also of work that failed. */
+  List<RenditionSpec> specs = List.of();
+  /** What encoded them at the end. */
+  final List<EncoderBackend> encoders = new ArrayList<>();
+  final List<EncoderEvent> encoderEvents = new ArrayList<>();
   List<AudioRendition> audioRenditions = List.of();
   long damagedFrames;
   long damagedAudioPackets;
@@ -90,6 +98,11 @@ public final class JobResult {
   /** Null when there is none. */
   public Path contactSheet() {
     return contactSheet;
+  }
+
+  /** What befell the encoders, in order. */
+  public List<EncoderEvent> encoderEvents() {
+    return encoderEvents;
   }
 
   /** What broke the input, null where it ended well. */
@@ -176,6 +189,9 @@ public final class JobResult {
     if (failure != null) report.put("error", failure);
     report.put("input", input);
     report.put("renditions", files);
+    report.put("encoders", encoderMaps());
+    List<Map<String, Object>> cards = settings.encoderPolicy().cards().toMaps();
+    if (!cards.isEmpty()) report.put("cards", cards);
     report.put("audio", audio);
     report.put("leftOutAudio", leftOutAudio.stream().map(JobResult::toMap).toList());
     report.put("wallSeconds", wallSeconds);
@@ -188,6 +204,29 @@ public final class JobResult {
     report.put("contactSheet", contactSheet);
     report.put("log", log);
     return Json.write(report);
+  }
+
+  /** A rendition each: what might encode it, what did at the end, what was refused and what replaced. */
+  private List<Object> encoderMaps() {
+    List<Object> maps = new ArrayList<>();
+    for (int i = 0; i < specs.size(); i++) {
+      EncoderList own = specs.get(i).encoders();
+      Map<String, Object> map = new LinkedHashMap<>();
+      map.put("rendition", specs.get(i).sizeText());
+      map.put("wanted", (own != null ? own : settings.encoderPolicy().encoders()).backends());
+      map.put("used", i < encoders.size() ? encoders.get(i).label : null);
+      map.put("refused", eventMaps(i, EncoderEvent.Kind.REFUSED));
+      map.put("replaced", eventMaps(i, EncoderEvent.Kind.APPLIED));
+      maps.add(map);
+    }
+    return maps;
+  }
+
+  private List<Map<String, Object>> eventMaps(int rendition, EncoderEvent.Kind kind) {
+    return encoderEvents.stream()
+        .filter(event -> event.rendition() == rendition && event.kind() == kind)
+        .map(EncoderEvent::toMap)
+        .toList();
   }
 
   private static Map<String, Object> toMap(LeftOutAudio leftOut) {

@@ -17,6 +17,7 @@ import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.AudioRefusedException;
 import com.zarvo.qvs.host.session.AudioSettings;
 import com.zarvo.qvs.host.session.AudioSources;
+import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.SessionCounters;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
@@ -34,6 +35,7 @@ public final class TranscodeJob {
   private final JobResult result;
   private List<AudioSpec> audioSpecs = List.of();
   private Consumer<SessionCounters> watcher = counters -> {};
+  private Progress progress;
 
   /** `progressOf` makes the progress display for a length in milliseconds, -1 when unknown. */
   public TranscodeJob(JobSettings settings, Function<Long, Progress> progressOf, Interruption interruption) {
@@ -69,6 +71,7 @@ public final class TranscodeJob {
       result.display = video ? reader.video().display() : null;
       VideoCodec codec = video ? VideoSource.codecOf(settings.input(), source) : null;
       List<RenditionSpec> renditions = video ? settled(codec, source) : List.of();
+      result.specs = renditions;
       checkOverlays(renditions.size());
       for (RenditionSpec rendition : renditions) checkContainer(rendition.codec());
       MediaFeed feed = new MediaFeed(reader);
@@ -96,6 +99,7 @@ public final class TranscodeJob {
             .renditions(renditions)
             .overlays(settings.overlays())
             .parallel(settings.parallel())
+            .encoderPolicy(settings.encoderPolicy().heardBy(this::noteEncoder))
             .keyFrameSeconds(settings.keyFrameSeconds())
             .previewWidth(ContactSheet.CELL_WIDTH);
     if (result.source != null) session.video(reader);
@@ -194,7 +198,7 @@ public final class TranscodeJob {
       throws HostException, IOException {
     long startNs = System.nanoTime();
     long durationMs = result.source != null ? result.source.durationMs() : reader.audio().durationMs();
-    Progress progress = progressOf.apply(durationMs);
+    progress = progressOf.apply(durationMs);
     PaceWatch pace = new PaceWatch();
     long firstMs = Long.MIN_VALUE;
     session.counters().begins(durationMs);
@@ -238,10 +242,17 @@ public final class TranscodeJob {
     result.audioRenditions = files.audioResults();
   }
 
+  private void noteEncoder(EncoderEvent event) {
+    result.encoderEvents.add(event);
+    if (progress == null) progress = progressOf.apply(-1L);
+    progress.say(settings.input() + ": " + event);
+  }
+
   private void note(TranscodeSession session, MediaFeed feed) {
     result.damagedFrames = session.damagedFrames();
     result.damagedAudioPackets = session.audio() == null ? 0 : session.audio().failures();
     result.frames = session.frames();
+    for (int i = 0; i < result.specs.size(); i++) result.encoders.add(session.encoder(i));
     result.inputTrouble = feed.trouble();
     result.log = session.log().lines();
   }

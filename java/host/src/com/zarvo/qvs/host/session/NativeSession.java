@@ -4,6 +4,7 @@ import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeStreamContext;
 import com.zarvo.qvs.transcoder.model.TranscoderSessionNative;
+import java.util.List;
 
 /** The native session under a {@link TranscodeSession}, as its video and audio paths share it. */
 final class NativeSession implements AutoCloseable {
@@ -48,9 +49,9 @@ final class NativeSession implements AutoCloseable {
     return log;
   }
 
-  /** The native side keeps a limited number of lines, so they are fetched now and then. */
-  void fetchLog() {
-    if (handle != 0) log.fetch(handle);
+  /** The native side keeps a limited number of lines, so they are fetched now and then. Gives what is new. */
+  List<SessionLog.Line> fetchLog() {
+    return handle != 0 ? log.fetch(handle) : List.of();
   }
 
   TranscoderNativeStreamContext context(String rendition) {

@@ -108,7 +108,18 @@ public final class RungCounters {
     lastMs.raise(timeMs);
   }
 
-  void replaced() {
+  /** Another encoder's first packet has come. */
+  void replaced(EncoderEvent applied) {
     replacements.add(1);
+    ReplacementEvent event = new ReplacementEvent();
+    if (!event.isEnabled()) return;
+    event.rung = label;
+    event.timeMs = applied.milliseconds();
+    event.from = String.valueOf(applied.from());
+    event.to = String.valueOf(applied.to());
+    event.why = applied.why();
+    event.picturesAgain = applied.picturesAgain();
+    event.gapMs = applied.gapMs();
+    event.commit();
   }
 }

@@ -7,6 +7,7 @@ import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.PacketLookahead;
 import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.EncoderBackend;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
@@ -30,7 +31,6 @@ public final class TranscodeSession implements AutoCloseable {
   private static final long SCALER_CPU = 1;
   private static final long BIT_DEPTH = 8;
   private static final int DECODER_FRAMES = 4;
-  private static final int RENDITION_FRAMES = 3;
   private static final long MAX_FRAME_SIDE = 8192;
   // Half-size copies and overlays by the scaler plug-in, where there is one.
   private static final long SCALE_FLAG_PLUGIN_HALVES = 0x1;
@@ -134,6 +134,11 @@ public final class TranscodeSession implements AutoCloseable {
     return paths.get(rendition).added();
   }
 
+  /** What encodes a rendition at this time. */
+  public EncoderBackend encoder(int rendition) {
+    return paths.get(rendition).encoder();
+  }
+
   /** Coded pictures that the decoder refused, wholly or in part. */
   public long refusedFrames() {
     return refused;
@@ -145,7 +150,7 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   /** Changes the rate of a rendition while it runs; it holds from the next picture on. */
-  public void updateBitRate(int rendition, long bitsPerSecond) throws HostException {
+  public void updateBitRate(int rendition, long bitsPerSecond) throws HostException, IOException {
     paths.get(rendition).updateBitRate(bitsPerSecond);
   }
 
@@ -229,7 +234,6 @@ public final class TranscodeSession implements AutoCloseable {
     check(videoScalerSetFlags(session, scaleFlags()), scaler);
     check(videoDecoderBuffersCreate(session, DECODER_FRAMES), settings.name() + ": no memory for decoded pictures");
     check(videoDecoderSetFrameSizeLimits(session, MAX_FRAME_SIDE, MAX_FRAME_SIDE, 1, 1), scaler);
-    check(videoEncoderBufferSetsCreate(session, RENDITION_FRAMES), settings.name() + ": no memory for renditions");
     for (int i = 0; i < settings.renditions().size(); i++)
       paths.add(new RenditionPath(owner, settings, i, times));
     targets = new long[paths.size()];

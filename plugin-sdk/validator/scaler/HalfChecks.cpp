@@ -3,8 +3,8 @@
 #include <memory>
 #include <thread>
 
-#include "CheckRunner.h"
-#include "TestPicture.h"
+#include "scaler/ScalerChecks.h"
+#include "scaler/TestPicture.h"
 
 namespace qvs::validator {
 namespace {
@@ -37,7 +37,7 @@ std::string sizeText(const Pair& pair) {
 
 // Every sample of a flat picture stays, which also tells the planes apart.
 std::string keepsFlatPictures(const PluginVideoScaler& plugin) {
-  const Session session(plugin);
+  const ScalerSession session(plugin);
   for (const uint32_t format : kFormats) {
     for (const Size size : kSizes) {
       const uint32_t odd = size.width % 4 == 0 ? 1 : 0;
@@ -61,7 +61,7 @@ std::string keepsFlatPictures(const PluginVideoScaler& plugin) {
 std::string keepsPlace(const PluginVideoScaler& plugin) {
   constexpr Size kHalf{64, 48};
   constexpr uint32_t kEdge = 6;  // samples at the border that the filter's edge rule may change
-  const Session session(plugin);
+  const ScalerSession session(plugin);
   Pair pair(fourcc("YV12"), kHalf, 0, true);
   pair.source.fill([](Component, uint32_t x, uint32_t y) { return static_cast<uint8_t>(x + y); });
   if (pair.halve(plugin, session) != 0) return "refused";
@@ -81,7 +81,7 @@ std::string keepsPlace(const PluginVideoScaler& plugin) {
 }
 
 std::string staysInside(const PluginVideoScaler& plugin) {
-  const Session session(plugin);
+  const ScalerSession session(plugin);
   for (const uint32_t format : kFormats) {
     for (const Size size : kSizes) {
       for (const bool atEnd : {false, true}) {
@@ -103,7 +103,7 @@ class Repeater {
  public:
   Repeater(const PluginVideoScaler& plugin, uint32_t seed) : plugin(plugin) {
     for (const Size size : kSizes) {
-      const Session session(plugin);
+      const ScalerSession session(plugin);
       pairs.push_back(std::make_unique<Pair>(fourcc("YV12"), size, 0, true, seed));
       pairs.back()->halve(plugin, session);
     }
@@ -111,7 +111,7 @@ class Repeater {
 
   void repeat() {
     constexpr int kRounds = 100;
-    const Session session(plugin);
+    const ScalerSession session(plugin);
     for (int round = 0; round < kRounds; ++round) {
       for (size_t i = 0; i < pairs.size() && verdict.empty(); ++i) {
         Pair& pair = *pairs[i];
@@ -158,7 +158,7 @@ constexpr Refusal kRefusals[] = {
 };
 
 std::string refuses(const PluginVideoScaler& plugin) {
-  const Session session(plugin);
+  const ScalerSession session(plugin);
   for (const Refusal& refusal : kRefusals) {
     Pair pair(fourcc("YV12"), {32, 16}, 16, true);
     const auto before = pair.target.contents();
@@ -173,7 +173,7 @@ std::string refuses(const PluginVideoScaler& plugin) {
 
 }  // namespace
 
-std::vector<Check> halfChecks() {
+ScalerRules halfRules() {
   return {{"halves flat pictures to flat pictures, plane by plane", keepsFlatPictures},
           {"halves around the centre of four samples", keepsPlace},
           {"halves inside the bytes of the pictures", staysInside},

@@ -1,5 +1,5 @@
 // The rules of create and destroy.
-#include "CheckRunner.h"
+#include "scaler/ScalerChecks.h"
 
 namespace qvs::validator {
 namespace {
@@ -22,7 +22,7 @@ std::string takesNull(const PluginVideoScaler& plugin) {
 
 }  // namespace
 
-std::vector<Check> sessionChecks() {
+ScalerRules scalerSessionRules() {
   return {{"makes and destroys sessions", makesSessions}, {"copes with null sessions", takesNull}};
 }
 

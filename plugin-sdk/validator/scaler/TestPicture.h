@@ -3,9 +3,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "common/GuardedBytes.h"
 #include "qvs/video_scaler.h"
 
 namespace qvs::validator {
@@ -27,7 +29,6 @@ class TestPicture {
   /// `slack` more bytes from row to row than the width needs. `atEnd`: the picture ends at the upper page,
   /// else it begins at the lower one.
   TestPicture(uint32_t fourcc, uint32_t width, uint32_t height, uint32_t slack, bool atEnd);
-  ~TestPicture();
   TestPicture(const TestPicture&) = delete;
   TestPicture& operator=(const TestPicture&) = delete;
 
@@ -49,9 +50,8 @@ class TestPicture {
   size_t offsetOf(Component component, uint32_t x, uint32_t y) const;
 
   std::vector<Component> present;
-  uint8_t* map;
-  size_t mapSize;
-  uint8_t* bytes;
+  std::unique_ptr<GuardedBytes> memory;
+  uint8_t* bytes;  // in memory
   size_t size;
   std::vector<bool> owned;  // per byte: belongs to a sample
 };

@@ -1,16 +1,12 @@
 // The pictures that the rules are tried on, with guard bytes that tell stray writes.
-#include "TestPicture.h"
+#include "scaler/TestPicture.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include <cstdlib>
 #include <cstring>
 
 namespace qvs::validator {
 namespace {
 
-constexpr uint8_t kMark = 0xC5;
+constexpr uint8_t kMark = GuardedBytes::kFill;
 
 bool isChroma(Component component) {
   return component == Component::kU || component == Component::kV;
@@ -42,13 +38,9 @@ TestPicture::TestPicture(uint32_t fourcc, uint32_t width, uint32_t height, uint3
   } else if (!packed) {
     size += 2 * size_t{stride / 2} * (height / 2);
   }
-  const size_t page = sysconf(_SC_PAGESIZE);
-  const size_t room = (size + page - 1) / page * page;
-  mapSize = room + 2 * page;
-  map = static_cast<uint8_t*>(mmap(nullptr, mapSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-  if (map == MAP_FAILED || mprotect(map + page, room, PROT_READ | PROT_WRITE) != 0) abort();
-  memset(map + page, kMark, room);
-  bytes = atEnd ? map + page + room - size : map + page;
+  memory =
+      std::make_unique<GuardedBytes>("a picture", size, atEnd ? GuardedBytes::kEnd : GuardedBytes::kStart);
+  bytes = memory->data();
   record.plane = bytes;
 
   owned.resize(size);
@@ -57,10 +49,6 @@ TestPicture::TestPicture(uint32_t fourcc, uint32_t width, uint32_t height, uint3
       for (uint32_t x = 0; x < widthOf(component); ++x) owned[offsetOf(component, x, y)] = true;
     }
   }
-}
-
-TestPicture::~TestPicture() {
-  munmap(map, mapSize);
 }
 
 uint32_t TestPicture::widthOf(Component component) const {

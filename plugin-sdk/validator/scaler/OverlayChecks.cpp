@@ -1,8 +1,8 @@
 // The rules of overlayFrame: a reference blend, clipping, bounds, refusals.
 #include <cstdint>
 
-#include "CheckRunner.h"
-#include "TestPicture.h"
+#include "scaler/ScalerChecks.h"
+#include "scaler/TestPicture.h"
 
 namespace qvs::validator {
 namespace {
@@ -87,7 +87,7 @@ class Reference {
 };
 
 std::string blends(const PluginVideoScaler& plugin) {
-  const Session session(plugin);
+  const ScalerSession session(plugin);
   for (const uint32_t format : kFormats) {
     for (const Place& place : kPlaces) {
       for (const uint32_t opacity : {0u, 255u, 256u}) {
@@ -105,7 +105,7 @@ std::string blends(const PluginVideoScaler& plugin) {
 }
 
 std::string staysInside(const PluginVideoScaler& plugin) {
-  const Session session(plugin);
+  const ScalerSession session(plugin);
   for (const uint32_t format : kFormats) {
     for (const Place& place : kPlaces) {
       for (const bool atEnd : {false, true}) {
@@ -139,7 +139,7 @@ constexpr Refusal kRefusals[] = {
 };
 
 std::string refuses(const PluginVideoScaler& plugin) {
-  const Session session(plugin);
+  const ScalerSession session(plugin);
   for (const Refusal& refusal : kRefusals) {
     Drawing drawing(fourcc("YV12"), kPlaces[0], 256, 0, true);
     const auto before = drawing.target.contents();
@@ -156,7 +156,7 @@ std::string refuses(const PluginVideoScaler& plugin) {
 
 }  // namespace
 
-std::vector<Check> overlayChecks() {
+ScalerRules overlayRules() {
   return {{"blends exactly, wherever the overlay lies", blends},
           {"draws inside the bytes of the picture", staysInside},
           {"refuses overlays that it can't draw", refuses}};
