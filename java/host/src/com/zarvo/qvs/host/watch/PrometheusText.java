@@ -32,7 +32,7 @@ final class PrometheusText {
               "qvs_damaged_audio_packets_total", "counter", "Packets of sound that could not be decoded.",
               SessionCounters::damagedAudioPackets),
           new OfSession("qvs_media_seconds_total", "counter", "Input that was taken.", s -> s.mediaMs() / 1000.0),
-          new OfSession("qvs_wall_seconds", "gauge", "Age of the session.", SessionCounters::wallSeconds),
+          new OfSession("qvs_wall_seconds", "gauge", "Seconds since the work began, or of it.", SessionCounters::wallSeconds),
           new OfSession("qvs_speed", "gauge", "Seconds of input per second.", SessionCounters::speed),
           new OfSession(
               "qvs_av_offset_seconds", "gauge", "Last coded sound less last coded picture, on the input's clock.",
