@@ -40,6 +40,7 @@ final class EncoderSlot {
   private final RenditionSpec spec;
   private final int index;
   private final Sink sink;
+  private final RungCounters counters;
   private final EncoderList list;
   private final EncoderSetup setup;
   private final boolean asynchronous;
@@ -62,6 +63,7 @@ final class EncoderSlot {
     this.spec = settings.renditions().get(index);
     this.index = index;
     this.sink = sink;
+    this.counters = owner.counters().rungs().get(index);
     this.list = spec.encoders() != null ? spec.encoders() : policy.encoders();
     this.asynchronous = settings.parallel();
     this.replaceable = !list.isSoftwareAlone();
@@ -94,7 +96,9 @@ final class EncoderSlot {
   // The picture's number goes before the pool's: the native order.
   private boolean submit(long target, long time, boolean key) {
     calledNs = System.nanoTime();
-    return videoEncoderAddFrame(owner.handle(), index, target, index, key ? FRAME_KEY : FRAME_INTER, time) == 0;
+    long result = videoEncoderAddFrame(owner.handle(), index, target, index, key ? FRAME_KEY : FRAME_INTER, time);
+    counters.inEncoder(System.nanoTime() - calledNs);
+    return result == 0;
   }
 
   /** Passes on what the encoder has ready. */
@@ -112,7 +116,9 @@ final class EncoderSlot {
   }
 
   private boolean fetch() throws HostException, IOException {
+    long startNs = System.nanoTime();
     boolean good = videoEncoderGetEncodedFrames(owner.handle(), index, packets) == 0;
+    counters.inEncoder(System.nanoTime() - startNs);
     for (TranscoderPacket packet : packets) {
       if (!replaceable) passOn(packet);
       else good &= pending.answer(packet);
@@ -139,6 +145,7 @@ final class EncoderSlot {
     ParameterSetChange change = ParameterSetChange.between(hevc, before, sets);
     EncoderEvent applied = seam.applied(encoder(), (System.nanoTime() - seamNs) / 1e6, change);
     seam = null;
+    counters.replaced(applied);
     policy.tell(applied);
     owner.output().encoderReplaced(index, applied);
   }
