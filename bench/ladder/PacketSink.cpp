@@ -21,7 +21,7 @@ PacketSink::PacketSink(const std::string& folder, const LadderSpec& ladder, cons
   const std::string path = folder + "/" + std::to_string(rung.height) + "." + std::string(ladder.extension);
   file.reset(fopen(path.c_str(), "wb"));
   if (!file) failOnFile(path, "cannot be written");
-  if (codec == Codec::kH264) return;
+  if (hasUnits(codec)) return;
   uint8_t header[kFileHeader] = {'D', 'K', 'I', 'F', 0, 0, kFileHeader, 0, 'V', 'P', '8', '0'};
   putLittle(header + 12, rung.width, 2);
   putLittle(header + 14, rung.height, 2);
@@ -32,7 +32,7 @@ PacketSink::PacketSink(const std::string& folder, const LadderSpec& ladder, cons
 
 void PacketSink::write(const uint8_t* data, size_t size) {
   total += size;
-  if (file) codec == Codec::kH264 ? writeUnits(data, size) : writeIvf(data, size);
+  if (file) hasUnits(codec) ? writeUnits(data, size) : writeIvf(data, size);
 }
 
 void PacketSink::writeIvf(const uint8_t* data, size_t size) {

@@ -2,6 +2,8 @@
 
 #include "ladder/SessionLadder.h"
 
+#include "hardware/HardwareInspector.h"
+
 namespace qvs::bench {
 namespace {
 
@@ -9,8 +11,11 @@ struct CodecNumbers {
   uint32_t id, version;
 };
 
+constexpr uint32_t kHevcKeyThreads = 80013;
+
 CodecNumbers numbersOf(Codec codec) {
   if (codec == Codec::kH264) return {kVideoCodecH264, 0};
+  if (codec == Codec::kH265) return {kVideoCodecH265, 0};
   return {kVideoCodecVPX, codec == Codec::kVP9 ? 9u : 8u};
 }
 
@@ -25,6 +30,7 @@ test::SessionSetup setupOf(const LadderSpec& ladder, Codec from, std::span<uint8
     sinks[rung].write(unit.getBuffer(), unit.getLen());
   };
   const auto [rungId, rungVersion] = numbersOf(ladder.codec);
+  HardwareInspector::getInstance()->setNativePath(HardwareInspector::kNativePath, QVS_PLUGIN_DIR);
   for (const Rung& rung : ladder.rungs) {
     setup.rungs.push_back({.width = rung.width,
                            .height = rung.height,
@@ -33,6 +39,8 @@ test::SessionSetup setupOf(const LadderSpec& ladder, Codec from, std::span<uint8
                            .codecVersion = rungVersion,
                            .frameRate = kFrameRate,
                            .asynchronous = parallel});
+    // As a host leaves it: each rung has a pool of the machine's share, as each of ffmpeg's encoders has.
+    if (rungId == kVideoCodecH265) setup.rungs.back().parameters = {{kHevcKeyThreads, 0}};
   }
   return setup;
 }

@@ -2,7 +2,7 @@
 import argparse
 import os
 
-from qvsbench import audio, boundary, ladder, programs, quality
+from qvsbench import audio, boundary, ladder, plugins, programs, quality, replacement, watch
 from qvsbench.report import Report
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -10,12 +10,15 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 
 def main(description):
     parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("part", nargs="?", default="all", choices=["all", "ladder", "quality", "picture", "boundary", "audio"])
+    parser.add_argument("part", nargs="?", default="all",
+                        choices=["all", "ladder", "quality", "picture", "plugins", "boundary", "audio", "replacement",
+                                 "watch"])
     parser.add_argument("--json", metavar="FILE", help="write the figures there too")
     parser.add_argument("--build", default=os.path.join(ROOT, "build/release"), help="build folder to measure")
     parser.add_argument("--pairs", type=int, default=7, help="alternating runs of each program (default 7)")
     parser.add_argument("--frames", type=int, default=300, help="frames of the ladder's source (default 300)")
     parser.add_argument("--codec", default="all", choices=["all", *ladder.CODECS], help="the ladder's (default all)")
+    parser.add_argument("--replacements", type=int, default=200, help="encoders that fail (default 200)")
     options = parser.parse_args()
 
     report = Report()
@@ -27,10 +30,16 @@ def main(description):
         quality.measure(report, bin_folder, work)
     if options.part in ("all", "picture"):
         programs.picture(report, bin_folder)
+    if options.part in ("all", "plugins"):
+        plugins.measure(report, bin_folder, options.build, work, options.pairs)
     if options.part in ("all", "boundary"):
         boundary.measure(report, bin_folder, options.build, work, options.pairs, options.frames)
     if options.part in ("all", "audio"):
         audio.measure(report, bin_folder, work, options.pairs)
+    if options.part in ("all", "replacement"):
+        replacement.measure(report, bin_folder, options.build, work, options.replacements)
+    if options.part in ("all", "watch"):
+        watch.measure(report, bin_folder, options.build, work, options.pairs, options.frames)
     report.print()
     if options.json:
         report.write_json(options.json)

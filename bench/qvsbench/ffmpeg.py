@@ -20,7 +20,16 @@ def _h264(spec, rung, threads):
             *(["-threads", str(threads)] if threads else [])]
 
 
-_ENCODERS = {"ivf": (_vp8, "ivf"), "264": (_h264, "h264")}  # by the rendition's extension
+def _h265(spec, rung, threads):
+    kbit = rung["bitrate"] // 1000
+    pools = ":pools=none" if threads == 1 else ""
+    return ["-c:v", "libx265", "-preset", "superfast", "-tune", "zerolatency", "-b:v", f"{kbit}k", "-maxrate", f"{kbit}k",
+            "-bufsize", f"{kbit}k", "-x265-params",
+            f"keyint=-1:scenecut=0:open-gop=0:repeat-headers=1:info=0:log-level=none{pools}",
+            "-force_key_frames", f"expr:not(mod(n,{spec['key_frame_interval']}))", "-forced-idr", "1"]
+
+
+_ENCODERS = {"ivf": (_vp8, "ivf"), "264": (_h264, "h264"), "265": (_h265, "hevc")}  # by the rendition's extension
 
 
 def ladder(spec, source, folder=None, threads=None, targets=None):

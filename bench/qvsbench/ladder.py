@@ -13,7 +13,9 @@ WARM_UP = 70  # frames that the count of allocations leaves out
 MOST_APART = 1.0  # percent of a rendition's size
 
 
-FLOORS = {"vp8": "qvs-bench-floor", "h264": "qvs-bench-floor-h264", "h264-720": "qvs-bench-floor-h264"}
+# For H.265 it only tells the ladder: the plug-ins are held against their library by themselves.
+FLOORS = {"vp8": "qvs-bench-floor", "h264": "qvs-bench-floor-h264", "h264-720": "qvs-bench-floor-h264",
+          "h265": "qvs-bench-floor-h264"}
 
 
 class Ladder:
@@ -49,6 +51,12 @@ class Ladder:
             "ffmpeg, one thread": self.outputs(
                 "ffmpeg-1thread", lambda folder: ffmpeg.ladder(self.spec, self.source, folder, threads=1)),
         }
+        self.check_sizes(report, sizes)
+        report.fact(f"{self.name}: packets, session and floor, top rung", self._same("session", "floor", 0))
+        report.fact(f"{self.name}: packets, in turn and in parallel, all rungs",
+                    " ".join(self._same("session", "parallel", i) for i in range(len(self.spec["rungs"]))))
+
+    def check_sizes(self, report, sizes):
         report.fact(f"{self.name}: source", self.about)
         for name, values in sizes.items():
             apart = [abs(value / ours - 1) * 100 for value, ours in zip(values, sizes["session"])]
@@ -56,9 +64,6 @@ class Ladder:
                         f"{values} (at most {max(apart):.2f} % from the session's)")
             if max(apart) > MOST_APART:
                 report.fact(f"WARNING, {self.name}, {name}", f"sizes lie more than {MOST_APART} % apart")
-        report.fact(f"{self.name}: packets, session and floor, top rung", self._same("session", "floor", 0))
-        report.fact(f"{self.name}: packets, in turn and in parallel, all rungs",
-                    " ".join(self._same("session", "parallel", i) for i in range(len(self.spec["rungs"]))))
 
     def _same(self, one, other, rung):
         names = [self._rendition(name, rung) for name in (one, other)]
@@ -151,6 +156,19 @@ def _measure_h264(report, bin_folder, work_folder, pairs, frames):
                for _ in range(pairs)]
     report.fact("h264-720: latency p50, session and ffmpeg, ms", ", ".join(f"{a:.1f} / {b:.1f}" for a, b in samples))
     report.add("h264_ladder.latency_p50_parallel_vs_ffmpeg", [ours / theirs for ours, theirs in samples])
+
+
+def measure_h265(report, bin_folder, work_folder, pairs, frames):
+    """Rungs side by side, as a host runs them, against one ffmpeg process."""
+    ladder = Ladder("h265", bin_folder, work_folder, frames)
+    ladder.check_sizes(report, {
+        "session": ladder.outputs("parallel", lambda folder: [*ladder.session, "--parallel", "--out", folder]),
+        "ffmpeg": ladder.outputs("ffmpeg", lambda folder: ffmpeg.ladder(ladder.spec, ladder.source, folder)),
+    })
+    rounds = ladder.rounds(pairs, ["parallel", "ffmpeg"])
+    for name, value in {"cpu_vs_ffmpeg": lambda usage: usage.cpu_s, "wall_vs_ffmpeg": lambda usage: usage.wall_s,
+                        "rss_vs_ffmpeg": lambda usage: usage.peak_rss_kib[0]}.items():
+        report.add(f"h265_ladder.{name}", _ratios(rounds, "parallel", "ffmpeg", value))
 
 
 CODECS = {"vp8": _measure_vp8, "h264": _measure_h264}

@@ -21,6 +21,7 @@ KINDS = {
     "vp8": Kind(1280, 720, "ivf", ["-c:v", "libvpx", "-b:v", "4M", "-deadline", "good", "-cpu-used", "5",
                                    "-threads", "2", "-g", "120", "-auto-alt-ref", "0", "-f", "ivf"]),
     "h264": Kind(1920, 1080, "flv", [*_AVC, "-b:v", "8M", "-f", "flv"]),
+    "h265": Kind(1920, 1080, "flv", [*_AVC, "-b:v", "8M", "-f", "flv"]),
     "h264-720": Kind(1280, 720, "flv", [*_AVC, "-b:v", "4M", "-f", "flv"]),
 }
 
@@ -57,3 +58,14 @@ def make(folder, frames, name="vp8"):
             sys.exit(f"bench: making the source failed:\n{done.stderr}")
         os.replace(path + ".part", path)
     return path, text
+
+
+def raw(folder, frames, name="vp8"):
+    """The source's pictures as planes Y, U, V: path, width, height."""
+    path, _ = make(folder, frames, name)
+    target = os.path.splitext(path)[0] + ".yuv"
+    if not os.path.exists(target):
+        subprocess.run(["ffmpeg", "-v", "error", "-y", "-i", path, "-pix_fmt", "yuv420p", "-f", "rawvideo", target + ".part"],
+                       check=True, stdin=subprocess.DEVNULL)
+        os.replace(target + ".part", target)
+    return target, KINDS[name].width, KINDS[name].height

@@ -1,79 +1,116 @@
-// Drives a scaler plug-in through the contract of "qvs/video_scaler.h" and tells what it breaks.
+// Drives a plug-in through the contract of its family's header and tells what it breaks.
 //
-//   qvs-plugin-validate FILE.so
+//   qvs-plugin-validate [OPTION]... FILE.so
 //
 // Exit code 0: the contract is kept; 1: it is broken; 2: there is nothing to check.
-#include <dlfcn.h>
-
+#include <charconv>
 #include <cstdio>
-#include <string>
+#include <cstring>
+#include <sstream>
 
-#include "CheckRunner.h"
+#include "common/Family.h"
+#include "common/PluginLibrary.h"
 
 using namespace qvs::validator;
 
 namespace {
 
 constexpr int kKept = 0, kBroken = 1, kNothing = 2;
+constexpr const Family* kFamilies[] = {&kScalerFamily, &kEncoderFamily, &kDecoderFamily};
 
-// The number of rules broken.
-int runAll(const std::vector<Check>& checks, const PluginVideoScaler& plugin) {
-  int broken = 0;
-  for (const Check& check : checks) {
-    const std::string verdict = runApart(check, plugin);
-    printf(verdict.empty() ? "ok    %s\n" : "WRONG %s: %s\n", check.rule, verdict.c_str());
-    broken += verdict.empty() ? 0 : 1;
+constexpr const char* kUsage =
+    "usage: qvs-plugin-validate [OPTION]... FILE.so\n"
+    "  --only TEXT      the rules that hold this text\n"
+    "  --seconds N      a check that takes longer has hung (60)\n"
+    "  --input CLIP     decoders: the clip to decode, in place of one made for the purpose\n"
+    "  --leak BYTES     what a library behind the plug-in is known to lose with each session (0)\n"
+    "  --output STREAM  encoders: where the coded pictures go, H.264 and H.265 with start codes\n";
+
+// Runs apart. The answer's text: the family's number, the codecs' and a point, then the listing.
+Verdict look(const std::string& file) {
+  std::string error;
+  void* library = openLibrary(file, error);
+  if (library == nullptr) return {Verdict::kNotOffered, error};
+  for (size_t number = 0; number < std::size(kFamilies); ++number) {
+    const Identity identity = kFamilies[number]->identify(file, library);
+    if (!identity.isOne) continue;
+    if (!identity.wrong.empty()) return {Verdict::kBroken, identity.listing + "WRONG " + identity.wrong};
+    std::string text = std::to_string(number);
+    for (const uint32_t codec : identity.codecs) text += ' ' + std::to_string(codec);
+    return {Verdict::kKept, text + " .\n" + identity.listing};
   }
-  return broken;
+  return {Verdict::kBroken, "WRONG is no plug-in: it exports no entry point of any family"};
 }
 
-void listEntryPoints(const PluginVideoScaler& plugin) {
-#define LIST(name, needed, result, parameters)                                       \
-  printf("%s zarvoVideoScaler_" #name "\n", plugin.func_##name != nullptr ? "has   " \
-                                            : needed                      ? "LACKS " \
-                                                                          : "lacks ");
-  VIDEO_SCALER_ENTRY_POINTS(LIST)
-#undef LIST
-}
-
-int validate(const PluginVideoScaler& plugin) {
-  int broken = 0;
-  const bool hasSessions = plugin.func_create != nullptr && plugin.func_destroy != nullptr;
-  if (!hasSessions || (plugin.func_scaleByHalf == nullptr && plugin.func_overlayFrame == nullptr)) {
-    puts("WRONG offers nothing: sessions and one of scaleByHalf, overlayFrame are needed for any use");
+int validate(const Options& options) {
+  const Verdict found = runApart([&] { return look(options.file); }, options.seconds);
+  if (found.kind == Verdict::kNotOffered) {
+    fprintf(stderr, "qvs-plugin-validate: %s\n", found.text.c_str());
+    return kNothing;
+  }
+  if (found.kind == Verdict::kBroken) {
+    const bool toldInFull = found.text.find("WRONG") != std::string::npos;
+    printf("%s%s\n",
+           toldInFull ? "" : "WRONG while it was loaded and asked for its version: ", found.text.c_str());
     return kBroken;
   }
-  broken += runAll(sessionChecks(), plugin);
-  if (plugin.func_scaleByHalf != nullptr) broken += runAll(halfChecks(), plugin);
-  if (plugin.func_overlayFrame != nullptr) broken += runAll(overlayChecks(), plugin);
+  const size_t headEnd = found.text.find('\n');
+  printf("%s", found.text.c_str() + headEnd + 1);
+  std::istringstream head(found.text.substr(0, headEnd));
+  size_t family = 0;
+  head >> family;
+  int broken = 0;
+  for (uint32_t codec = 0; head >> codec;) {
+    std::vector<Check> checks = kFamilies[family]->checks(options, codec);
+    std::erase_if(checks,
+                  [&](const Check& check) { return strstr(check.rule, options.only.c_str()) == nullptr; });
+    broken += runAll(checks, options.seconds);
+  }
   printf("%s\n", broken == 0 ? "The contract is kept." : "The contract is broken.");
   return broken == 0 ? kKept : kBroken;
+}
+
+bool isNumber(const char* text, unsigned& number) {
+  const char* end = text + strlen(text);
+  return std::from_chars(text, end, number).ptr == end && number > 0;
+}
+
+bool parse(int count, char** arguments, Options& options) {
+  for (int i = 1; i < count; ++i) {
+    const std::string argument = arguments[i];
+    if (argument.starts_with("--")) {
+      if (++i == count) return false;
+      std::string* const text = argument == "--input"    ? &options.input
+                                : argument == "--output" ? &options.output
+                                : argument == "--only"   ? &options.only
+                                                         : nullptr;
+      if (text != nullptr) {
+        *text = arguments[i];
+      } else {
+        unsigned* const number = argument == "--seconds" ? &options.seconds
+                                 : argument == "--leak"  ? &options.leak
+                                                         : nullptr;
+        if (number == nullptr || !isNumber(arguments[i], *number)) return false;
+      }
+    } else if (options.file.empty()) {
+      options.file = argument;
+    } else {
+      return false;
+    }
+  }
+  return !options.file.empty();
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
   setvbuf(stdout, nullptr, _IOLBF, 0);
-  if (count != 2) {
-    fputs("usage: qvs-plugin-validate FILE.so\n", stderr);
+  Options options;
+  if (!parse(count, arguments, options)) {
+    fputs(kUsage, stderr);
     return kNothing;
   }
-  void* library = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) {
-    fprintf(stderr, "qvs-plugin-validate: %s\n", dlerror());
-    return kNothing;
-  }
-  PluginVideoScaler plugin;
-  const bool complete = videoScalerResolve(&plugin, dlsym, library) != 0;
-  listEntryPoints(plugin);
-  if (!complete) {
-    puts("WRONG is not a scaler plug-in: a needed entry point is missing");
-    return kBroken;
-  }
-  const uint32_t answer = plugin.func_isAvailable();
-  if ((answer & VIDEO_SCALER_AVAILABLE_MASK) != VIDEO_SCALER_AVAILABLE_MASK) {
-    printf("WRONG is not available on this machine: isAvailable gives %u\n", answer);
-    return kBroken;
-  }
-  return validate(plugin);
+  // A bare name means the file here, never one of the system's folders.
+  if (options.file.find('/') == std::string::npos) options.file.insert(0, "./");
+  return validate(options);
 }

@@ -1,10 +1,8 @@
 // The exported functions of every encoder plug-in: what can be checked without the codec is checked here.
 #include <qvs/video_encoder.h>
 
-#include <algorithm>
-#include <cstring>
-
 #include "EncoderSession.h"
+#include "GiveText.h"
 #include "Guard.h"
 
 namespace qvs::plugins {
@@ -53,15 +51,6 @@ int32_t setting(void* session, Body body) {
     body(held.encoder->common);
     return QVS_PLUGIN_OK;
   });
-}
-
-int32_t giveText(const std::string& text, char* buffer, uint32_t size, uint32_t* needed) {
-  if (needed != nullptr) *needed = static_cast<uint32_t>(text.size() + 1);
-  if (buffer == nullptr || size == 0) return QVS_PLUGIN_OK;
-  const size_t length = std::min<size_t>(text.size(), size - 1);
-  std::memcpy(buffer, text.data(), length);
-  buffer[length] = '\0';
-  return QVS_PLUGIN_OK;
 }
 
 bool complete(const OutputArrays& out) {
@@ -180,6 +169,8 @@ int32_t zarvoVideoEncoder_setFrameSize(void* session, uint32_t width, uint32_t h
 
 int32_t zarvoVideoEncoder_setFrameRate(void* session, double frameRate) {
   return with(session, [&](Held& held) -> int32_t {
+    // A decoder passes its rate on to encoders that run already, also one that it doesn't know.
+    if (held.open && frameRate == 0) return QVS_PLUGIN_OK;
     if (!(frameRate > 0 && frameRate <= 1000)) {
       return refuse(*held.encoder, QVS_PLUGIN_INIT_ENCODER, "a frame rate outside 0 to 1000");
     }
@@ -205,6 +196,11 @@ int32_t zarvoVideoEncoder_setKeyFrameFollow(void* session, uint32_t follow) {
 }
 
 int32_t zarvoVideoEncoder_applyParameters(void* session) {
+  return setting(session, [](CommonSettings&) {});
+}
+
+int32_t zarvoVideoEncoder_setPluginPath(void* session, const char*) {
+  // None of the back ends here loads modules of its own; the call is taken so that a host may make it.
   return setting(session, [](CommonSettings&) {});
 }
 

@@ -27,6 +27,8 @@ int32_t X265Session::open() {
 int32_t X265Session::begin() {
   std::unique_ptr<x265_param, Free> wanted(x265().param_alloc());
   if (wanted == nullptr) return fail(QVS_PLUGIN_ALLOCATE_BUFFER, "no memory for an encoder");
+  // What has only been allocated holds whatever memory held, and can't be freed so.
+  x265().param_default(wanted.get());
   if (!opened.store(common, *wanted, problem)) return QVS_PLUGIN_INIT_ENCODER;
   pool = opened.pool();
   wanted->numaPools = pool.c_str();
@@ -37,7 +39,7 @@ int32_t X265Session::begin() {
     const std::string level = std::to_string(opened.level);
     return fail(QVS_PLUGIN_CREATE_ENCODER,
                 "x265_encoder_open failed; libx265 gives no reason" +
-                    (opened.level != 0 ? ", is level " + level + " too low, or none?" : std::string()));
+                    (opened.level != 0 ? ", is level " + level + " too low?" : std::string()));
   }
   x265().picture_init(parameters.get(), input.get());
   x265().picture_init(parameters.get(), coded.get());

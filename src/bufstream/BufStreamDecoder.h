@@ -33,7 +33,7 @@ class BufStreamDecoder {
   template <typename Record>
   Record* ask(uint32_t code) {
     Record* record = nullptr;
-    send(code, 0, &record, sizeof record);  // NOLINT(bugprone-sizeof-expression): the pointer goes in
+    send(code, 0, &record, sizeof record);
     return record;
   }
 

@@ -5,7 +5,7 @@
 #include "qvs/video_scaler.h"
 #include "qvs/vod_transcoder.h"
 
-_Static_assert(sizeof(pluginVideoEncoder) == 35 * sizeof(void*), "one pointer an entry point");
+_Static_assert(sizeof(pluginVideoEncoder) == 36 * sizeof(void*), "one pointer an entry point");
 _Static_assert(sizeof(pluginVideoDecoder) == 39 * sizeof(void*), "one pointer an entry point");
 _Static_assert(sizeof(pluginVODTranscoder) == 7 * sizeof(void*), "one pointer an entry point");
 _Static_assert(sizeof(PluginVideoScaler) == 5 * sizeof(void*), "one pointer an entry point");

@@ -9,6 +9,7 @@
 #include "contract/DecodeFlags.h"
 #include "contract/ScaleIds.h"
 #include "video/decoders/VideoDecoderBufferStream.h"
+#include "video/encoders/hosts/VideoEncoderPluginHost.h"
 #include "video/encoders/VideoEncoderH264.h"
 #include "video/encoders/VideoEncoderVPX.h"
 
@@ -18,6 +19,7 @@ namespace {
 constexpr uint32_t kNoBuffer = ~0u;
 constexpr uint32_t kLargestSide = 4096;
 constexpr uint32_t kAvcKeyThreads = 10078;
+constexpr uint32_t kHevcKeyPreset = 80000, kHevcKeyThreads = 80013;  // of the plug-in
 
 struct FastSettings {
   uint32_t codec, speedKey;
@@ -29,6 +31,7 @@ constexpr FastSettings kFastSettings[] = {
      VideoEncoderVPX::kKeyAsynchronous},
     {kVideoCodecH264, VideoEncoderH264::kKeyPerformance, 4, kAvcKeyThreads,
      VideoEncoderH264::kKeyAsynchronous},
+    {kVideoCodecH265, kHevcKeyPreset, 1, kHevcKeyThreads, VideoEncoderPluginHost::kKeyAsynchronous},
 };
 
 const FastSettings& fastSettings(uint32_t codec) {

@@ -228,7 +228,6 @@ void VideoDecoderBufferStream::takePictureFlags() {
 
 uint32_t VideoDecoderBufferStream::updateDecodeInfo() {
   mc_seq_params_ex_t* info = nullptr;
-  // NOLINTNEXTLINE(bugprone-sizeof-expression): the pointer goes in
   if (vid_dec.send(GET_SEQ_PARAMSPEX, 0, &info, sizeof info) != kSuccess || info == nullptr)
     return row.missingInfo;
   const double rate = info->units > 0 ? static_cast<double>(info->scale) / info->units : 0.0;

@@ -205,7 +205,7 @@ void VideoEncoderVPX::takePacket(const vpx_codec_cx_pkt_t& packet) {
   const uint64_t timecode = userData[static_cast<uint64_t>(coded.pts) % userData.size()].timecode;
   const uint32_t frameType = (coded.flags & VPX_FRAME_IS_KEY) != 0 ? kFrameTypeKey : kFrameTypePredicted;
   frames.emplace_back(bytes.get(), static_cast<uint32_t>(coded.sz), timecode, frameType, true);
-  bytes.release();
+  static_cast<void>(bytes.release());  // the list's now
 }
 
 void VideoEncoderVPX::finish() {

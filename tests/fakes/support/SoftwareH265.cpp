@@ -3,16 +3,26 @@
 
 #include <x265.h>
 
+#include <algorithm>
+
 namespace qvs::fakes {
 namespace {
 
-void setRate(x265_param& param, SoftwareRate rate, uint32_t bitRate, uint32_t maxBitRate) {
-  const bool constant = rate == SoftwareRate::kConstantBitRate;
-  param.rc.rateControlMode = X265_RC_ABR;
-  param.rc.bitrate = static_cast<int>(bitRate / 1000);
-  param.rc.vbvMaxBitrate = static_cast<int>((constant ? bitRate : maxBitRate) / 1000);
-  param.rc.vbvBufferSize = param.rc.vbvMaxBitrate;
-}
+/// A rate control of one line: libx265's own doesn't follow a change of its target while running.
+class Quantizer {
+ public:
+  void setTarget(double bytesOfPicture) { target = bytesOfPicture; }
+  int qp() const { return value; }
+  void add(size_t bytes) {
+    debt = std::clamp(debt + static_cast<double>(bytes) - target, -5 * target, 5 * target);
+    const int step = (static_cast<double>(bytes) > target ? 1 : -1) + (debt > 0 ? 1 : -1);
+    value = std::clamp(value + step, 10, 50);
+  }
+
+ private:
+  double target = 0, debt = 0;
+  int value = 28;
+};
 
 void setParams(x265_param& param, const SoftwareSettings& settings) {
   x265_param_default_preset(&param, "ultrafast", settings.bPictures == 0 ? "zerolatency" : nullptr);
@@ -35,14 +45,10 @@ void setParams(x265_param& param, const SoftwareSettings& settings) {
   param.frameNumThreads = 1;
   param.maxNumReferences = 1;
   // No pool of threads: a test runs many of these.
-  x265_param_parse(&param, "pools", "none");
+  param.numaPools = "none";
   x265_param_parse(&param, "wpp", "0");
-  if (settings.rate == SoftwareRate::kConstantQp) {
-    param.rc.rateControlMode = X265_RC_CQP;
-    param.rc.qp = static_cast<int>(settings.qp);
-  } else {
-    setRate(param, settings.rate, settings.bitRate, settings.maxBitRate);
-  }
+  param.rc.rateControlMode = X265_RC_CQP;
+  param.rc.qp = static_cast<int>(settings.qp);
 }
 
 class SoftwareH265 : public SoftwareEncoder {
@@ -50,6 +56,7 @@ class SoftwareH265 : public SoftwareEncoder {
   explicit SoftwareH265(const SoftwareSettings& wanted)
       : SoftwareEncoder(wanted.delay), settings(wanted), param(x265_param_alloc(), x265_param_free) {
     setParams(*param, settings);
+    setBitRate(settings.bitRate, settings.maxBitRate);
     encoder = x265_encoder_open(param.get());
     const size_t chroma = size_t{settings.width / 2} * (settings.height / 2);
     u.resize(chroma);
@@ -60,9 +67,9 @@ class SoftwareH265 : public SoftwareEncoder {
   }
   bool isOpen() const { return encoder != nullptr; }
 
-  bool setBitRate(uint32_t bitsPerSecond, uint32_t maxBitsPerSecond) override {
-    setRate(*param, settings.rate, bitsPerSecond, maxBitsPerSecond);
-    return x265_encoder_reconfig(encoder, param.get()) == 0;
+  bool setBitRate(uint32_t bitsPerSecond, uint32_t) override {
+    quantizer.setTarget(bitsPerSecond / 8.0 * settings.fpsDenominator / settings.fpsNumerator);
+    return true;
   }
 
   std::vector<uint8_t> headers() override {
@@ -112,6 +119,7 @@ class SoftwareH265 : public SoftwareEncoder {
       in.stride[0] = static_cast<int>(picture->stride);
       in.stride[1] = in.stride[2] = static_cast<int>(settings.width / 2);
       in.pts = picture->pts;
+      if (settings.rate != SoftwareRate::kConstantQp) in.forceqp = quantizer.qp() + 1;
       in.sliceType = picture->key ? X265_TYPE_IDR : X265_TYPE_AUTO;
     }
     x265_nal* units = nullptr;
@@ -120,6 +128,7 @@ class SoftwareH265 : public SoftwareEncoder {
     if (given <= 0) return given;
     SoftwareCoded coded;
     coded.bytes = joined(units, count);
+    quantizer.add(coded.bytes.size());
     coded.pts = out.pts;
     coded.dts = out.dts;
     coded.type = out.sliceType == X265_TYPE_IDR  ? SoftwareCoded::Type::kKey
@@ -131,6 +140,7 @@ class SoftwareH265 : public SoftwareEncoder {
 
   SoftwareSettings settings;
   std::unique_ptr<x265_param, void (*)(x265_param*)> param;
+  Quantizer quantizer;
   std::vector<uint8_t> u, v;
   x265_encoder* encoder = nullptr;
 };

@@ -2,7 +2,7 @@
 //
 // Words and numbers of the fault script: `sessions=N` contexts of a process, `memory=64M` of surfaces and buffers,
 // `derive=off` no derived images, `timed=off` no waits with a limit, `packed=MASK` the packed headers that it takes
-// (of H.265 it writes its own all the same), `headers=off` no parameter sets of its own in H.264, `slices=lp` only the
+// (of H.265 its own sets follow behind), `headers=off` no parameter sets of its own in H.264, `slices=lp` only the
 // low-power entry point, `rates=MASK` the rate controls.
 #include "fakes/vaapi/FakeDriver.h"
 

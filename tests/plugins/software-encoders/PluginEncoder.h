@@ -42,6 +42,10 @@ class PluginEncoder {
   /// Encodes test picture `number`; the units that the call gave are added to `units`.
   int32_t add(uint32_t number, uint64_t timecode, bool key = false) {
     paintTestPicture(picture, number);
+    return encode(timecode, key);
+  }
+  /// Encodes `picture` as it is.
+  int32_t encode(uint64_t timecode, bool key = false) {
     return take([&](auto... out) {
       return plugin.call(&Table::func_addFrame2, static_cast<void*>(picture.getPlane(0)),
                          static_cast<uint32_t>(picture.getFrame().stride[0]), picture.getWidth(),

@@ -18,7 +18,7 @@ class PluginDirectory {
   explicit PluginDirectory(int defect) {
     std::string name = (fs::temp_directory_path() / "qvs-scaler-XXXXXX").string();
     path = mkdtemp(name.data());
-    fs::create_symlink(QVS_BROKEN_DIR "/broken-" + std::to_string(defect) + ".so",
+    fs::create_symlink(QVS_BROKEN_DIR "/broken-scaler-" + std::to_string(defect) + ".so",
                        path / "libqvs-videoframe-intrinsic-scaler.so");
   }
   ~PluginDirectory() { fs::remove_all(path); }

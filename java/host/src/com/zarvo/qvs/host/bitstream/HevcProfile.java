@@ -16,7 +16,7 @@ final class HevcProfile {
 
   /** `sps` with its two bytes of header; what lacks in a short one is 0. */
   HevcProfile(byte[] sps) {
-    head = withoutEscapes(sps, PROFILE_AT + LENGTH);
+    head = NalUnits.withoutEscapes(sps, PROFILE_AT + LENGTH);
   }
 
   /** Profile, tier and level in the form that sets and records have in common. */
@@ -48,17 +48,5 @@ final class HevcProfile {
     while (end > CONSTRAINTS_AT && profile[end - 1] == 0) end--;
     for (int i = CONSTRAINTS_AT; i < end; i++) name.append(String.format(".%X", profile[i]));
     return name.toString();
-  }
-
-  // A 3 behind two zeros only keeps start codes out.
-  private static byte[] withoutEscapes(byte[] unit, int length) {
-    byte[] plain = new byte[length];
-    int zeros = 0;
-    for (int from = 0, to = 0; from < unit.length && to < length; from++) {
-      boolean escape = zeros >= 2 && unit[from] == 3;
-      if (!escape) plain[to++] = unit[from];
-      zeros = unit[from] == 0 ? zeros + 1 : 0;
-    }
-    return plain;
   }
 }

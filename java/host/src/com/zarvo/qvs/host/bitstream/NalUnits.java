@@ -62,6 +62,18 @@ public final class NalUnits {
     return out.toByteArray();
   }
 
+  /** The first bytes of a unit without the 3 behind two zeros that keeps start codes out; 0 where it is shorter. */
+  static byte[] withoutEscapes(byte[] unit, int length) {
+    byte[] plain = new byte[length];
+    int zeros = 0;
+    for (int from = 0, to = 0; from < unit.length && to < length; from++) {
+      boolean escape = zeros >= 2 && unit[from] == 3;
+      if (!escape) plain[to++] = unit[from];
+      zeros = unit[from] == 0 ? zeros + 1 : 0;
+    }
+    return plain;
+  }
+
   static void append(ByteArrayOutputStream out, byte[] unit, int lengthBytes) {
     for (int i = lengthBytes - 1; i >= 0; i--) out.write(unit.length >> 8 * i);
     out.write(unit, 0, unit.length);

@@ -3,6 +3,7 @@ package com.zarvo.qvs.host.cli;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
@@ -35,6 +36,13 @@ final class Converters {
   static final class OfRendition extends Reader<RenditionSpec> {
     OfRendition() {
       super(RenditionSpec::parse);
+    }
+  }
+
+  /** Reads a list of encoders. */
+  static final class OfEncoders extends Reader<EncoderList> {
+    OfEncoders() {
+      super(EncoderList::parse);
     }
   }
 

@@ -19,7 +19,12 @@ import picocli.CommandLine.ScopeType;
     mixinStandardHelpOptions = true,
     scope = ScopeType.INHERIT,
     subcommands = {
-      TranscodeCommand.class, DecodeCommand.class, DemoCommand.class, SoakCommand.class, ConformanceCommand.class
+      TranscodeCommand.class,
+      DecodeCommand.class,
+      InspectCommand.class,
+      DemoCommand.class,
+      SoakCommand.class,
+      ConformanceCommand.class
     })
 public final class Main implements Interruptible {
 

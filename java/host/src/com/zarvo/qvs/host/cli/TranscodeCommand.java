@@ -9,10 +9,12 @@ import com.zarvo.qvs.host.media.WholeFile;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.session.EncoderPolicy;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -34,6 +36,8 @@ import picocli.CommandLine.Spec;
 final class TranscodeCommand implements Callable<Integer> {
   // Players want three segments' length to choose from.
   private static final int MIN_HLS_WINDOW = 3;
+  private static final double MIN_DEADLINE = 0.01;
+  private static final double MAX_DEADLINE = 3600;
 
   @Spec private CommandSpec spec;
   @ParentCommand private Interruptible main;
@@ -56,7 +60,8 @@ final class TranscodeCommand implements Callable<Integer> {
       description = {
         "One rendition, e.g. 1280x720@2500k,fit=letterbox,fps=30. Keys: codec (h264, h265, vp8, vp9), fit",
         "(letterbox, stretch, fill), fps, crop and pad (left:right:top:bottom); for H.264 and H.265 also preset",
-        "(ultrafast to veryslow), profile (baseline, main, high; H.265 main), level (4.1), bframes.",
+        "(ultrafast to veryslow), profile (baseline, main, high; H.265 main), level (4.1), bframes. Also",
+        "encoder, as --encoder, with + between names.",
         "Without any: the input's size and the common sizes below down to 360p, five at most."
       })
   private List<RenditionSpec> renditions = new ArrayList<>();
@@ -148,8 +153,29 @@ final class TranscodeCommand implements Callable<Integer> {
       description = "Speed against quality: ultrafast to veryslow; veryfast for H.264, superfast for H.265 by default.")
   private VideoTuning.Preset preset;
 
+  @Option(
+      names = "--encoder",
+      paramLabel = "NAME[,NAME]...",
+      defaultValue = "software",
+      converter = Converters.OfEncoders.class,
+      description = {
+        "What encodes renditions that name none of their own, in this order: software (default), x264, x265, vaapi,",
+        "quicksync, nvenc, vega, u30. The first that encodes is taken; one that fails on the way is replaced by the",
+        "next, without a picture lost. Where none is left, the run fails: vaapi alone never becomes software."
+      })
+  private EncoderList encoders;
+
+  @Option(
+      names = "--encoder-deadline",
+      paramLabel = "SECONDS",
+      defaultValue = "2",
+      description = "How long a call into an encoder of a card may take, 2 by default; then it counts as failed.")
+  private double encoderDeadline;
+
   @Option(names = "--report", paramLabel = "FILE.json", description = "Write a report, of work that failed too.")
   private Path report;
+
+  @Mixin private WatchOptions watching;
 
   @Option(
       names = "--overwrite",
@@ -171,6 +197,8 @@ final class TranscodeCommand implements Callable<Integer> {
       throw new ParameterException(
           spec.commandLine(), "--hls-window takes " + MIN_HLS_WINDOW + " segments or more, and --format hls");
     if (noAudio && !audioRenditions.isEmpty()) throw new ParameterException(spec.commandLine(), "--no-audio contradicts --audio");
+    if (!(encoderDeadline >= MIN_DEADLINE && encoderDeadline <= MAX_DEADLINE))
+      throw new ParameterException(spec.commandLine(), "--encoder-deadline is outside 0.01 to 3600 seconds");
     Path sheet = noContactSheet ? null : directory.resolve(RenditionFiles.stemOf(input) + "_contact-sheet.png");
     JobSettings settings =
         JobSettings.of(input, directory)
@@ -183,6 +211,8 @@ final class TranscodeCommand implements Callable<Integer> {
             .deinterlace(deinterlace)
             .frameRate(frameRate)
             .preset(preset)
+            .encoderPolicy(
+                EncoderPolicy.of(encoders).deadlineMs(Math.round(encoderDeadline * 1000)).build())
             .overlays(overlays)
             .format(format)
             .hlsWindow(hlsWindow)
@@ -192,9 +222,9 @@ final class TranscodeCommand implements Callable<Integer> {
             .overwrite(overwrite ? Overwrite.ALWAYS : Console::mayReplace)
             .build();
     TranscodeJob job = new TranscodeJob(settings, Console::progress, main.listenToSignals());
-    if (report == null) return tell(job.run());
-    try (WholeFile file = WholeFile.create(checkedReport())) {
-      run(job, file);
+    try (WholeFile file = report == null ? null : WholeFile.create(checkedReport());
+        WatchOptions.Watchers watchers = watching.open(input)) {
+      run(job.watchedBy(watchers), file, watchers);
     }
     return tell(job.result());
   }
@@ -206,11 +236,14 @@ final class TranscodeCommand implements Callable<Integer> {
     return report;
   }
 
-  private static void run(TranscodeJob job, WholeFile report) throws HostException, IOException {
+  private static void run(TranscodeJob job, WholeFile report, WatchOptions.Watchers watchers)
+      throws HostException, IOException {
     try {
       job.run();
     } catch (HostException | IOException | RuntimeException e) {
       job.result().failed(Console.explain(e));
+      watchers.end(job.result());
+      if (report == null) throw e;
       try {
         report.write(job.result().toJson());
       } catch (IOException second) {
@@ -218,12 +251,13 @@ final class TranscodeCommand implements Callable<Integer> {
       }
       throw e;
     }
-    report.write(job.result().toJson());
+    if (report != null) report.write(job.result().toJson());
+    watchers.end(job.result());
   }
 
   private int tell(JobResult result) {
     Console.printTrouble(result.log());
-    Console.printRenditions(result);
+    Console.printRenditions(result, watching.summary());
     printApart(result);
     if (result.inputTrouble() == null) return 0;
     System.err.println("qvs: " + result.inputTrouble() + "; the renditions end there");

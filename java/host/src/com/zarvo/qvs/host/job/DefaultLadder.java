@@ -59,7 +59,7 @@ final class DefaultLadder {
     if (source.bitRate() > 0) bitRate = Math.min(bitRate, shareOf(source, width, height));
     // The size already has the source's aspect but for rounding: a letterbox would add bars of a pixel or two.
     return new RenditionSpec(
-        width, height, bitRate, null, FitMode.STRETCH, 0, null, null, VideoTuning.USUAL);
+        width, height, bitRate, null, FitMode.STRETCH, 0, null, null, VideoTuning.USUAL, null);
   }
 
   // More bits than the source has bring nothing back; smaller pictures need fewer, though not in proportion.

@@ -4,7 +4,10 @@ import com.zarvo.qvs.host.media.AudioStreamInfo;
 import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.DisplayMatrix;
+import com.zarvo.qvs.host.model.EncoderBackend;
+import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.SessionLog;
 import java.nio.file.Path;
 import java.util.ArrayList;
@@ -20,6 +23,11 @@ public final class JobResult {
   DisplayMatrix display;
   AudioStreamInfo audioSource;
   List<Rendition> renditions = List.of();
+  /** What the renditions were to be, also of work that failed. */
+  List<RenditionSpec> specs = List.of();
+  /** What encoded them at the end. */
+  final List<EncoderBackend> encoders = new ArrayList<>();
+  final List<EncoderEvent> encoderEvents = new ArrayList<>();
   List<AudioRendition> audioRenditions = List.of();
   long damagedFrames;
   long damagedAudioPackets;
@@ -41,6 +49,21 @@ public final class JobResult {
   /** The work came to nothing. */
   public void failed(String why) {
     failure = why;
+  }
+
+  /** "done", "ended early" or "failed". */
+  public String outcome() {
+    return failure != null ? "failed" : inputTrouble != null ? "ended early" : "done";
+  }
+
+  /** Why it came to nothing; null where it did not. */
+  public String failure() {
+    return failure;
+  }
+
+  /** Seconds that the work took. */
+  public double wallSeconds() {
+    return wallSeconds;
   }
 
   /** As shown. Null where pictures were left out, or none were found yet. */
@@ -75,6 +98,11 @@ public final class JobResult {
   /** Null when there is none. */
   public Path contactSheet() {
     return contactSheet;
+  }
+
+  /** What befell the encoders, in order. */
+  public List<EncoderEvent> encoderEvents() {
+    return encoderEvents;
   }
 
   /** What broke the input, null where it ended well. */
@@ -157,10 +185,13 @@ public final class JobResult {
     List<Object> audio = new ArrayList<>();
     for (AudioRendition rendition : audioRenditions) audio.add(toMap(rendition));
     Map<String, Object> report = new LinkedHashMap<>();
-    report.put("outcome", failure != null ? "failed" : inputTrouble != null ? "ended early" : "done");
+    report.put("outcome", outcome());
     if (failure != null) report.put("error", failure);
     report.put("input", input);
     report.put("renditions", files);
+    report.put("encoders", encoderMaps());
+    List<Map<String, Object>> cards = settings.encoderPolicy().cards().toMaps();
+    if (!cards.isEmpty()) report.put("cards", cards);
     report.put("audio", audio);
     report.put("leftOutAudio", leftOutAudio.stream().map(JobResult::toMap).toList());
     report.put("wallSeconds", wallSeconds);
@@ -173,6 +204,29 @@ public final class JobResult {
     report.put("contactSheet", contactSheet);
     report.put("log", log);
     return Json.write(report);
+  }
+
+  /** A rendition each: what might encode it, what did at the end, what was refused and what replaced. */
+  private List<Object> encoderMaps() {
+    List<Object> maps = new ArrayList<>();
+    for (int i = 0; i < specs.size(); i++) {
+      EncoderList own = specs.get(i).encoders();
+      Map<String, Object> map = new LinkedHashMap<>();
+      map.put("rendition", specs.get(i).sizeText());
+      map.put("wanted", (own != null ? own : settings.encoderPolicy().encoders()).backends());
+      map.put("used", i < encoders.size() ? encoders.get(i).label : null);
+      map.put("refused", eventMaps(i, EncoderEvent.Kind.REFUSED));
+      map.put("replaced", eventMaps(i, EncoderEvent.Kind.APPLIED));
+      maps.add(map);
+    }
+    return maps;
+  }
+
+  private List<Map<String, Object>> eventMaps(int rendition, EncoderEvent.Kind kind) {
+    return encoderEvents.stream()
+        .filter(event -> event.rendition() == rendition && event.kind() == kind)
+        .map(EncoderEvent::toMap)
+        .toList();
   }
 
   private static Map<String, Object> toMap(LeftOutAudio leftOut) {

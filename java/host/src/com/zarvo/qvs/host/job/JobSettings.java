@@ -7,6 +7,7 @@ import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.session.EncoderPolicy;
 import java.nio.file.Path;
 import java.util.List;
 
@@ -22,6 +23,7 @@ public final class JobSettings {
   private Deinterlace deinterlace = Deinterlace.ON;
   private double frameRate;
   private VideoTuning.Preset preset;
+  private EncoderPolicy encoderPolicy = EncoderPolicy.SOFTWARE;
   private List<OverlaySpec> overlays = List.of();
   private Container format = Container.MP4;
   private int hlsWindow;
@@ -86,6 +88,11 @@ public final class JobSettings {
   /** Of H.264 and H.265 renditions that name none, null for the usual ones. */
   public VideoTuning.Preset preset() {
     return preset;
+  }
+
+  /** Which encoders there may be, and what becomes of one that fails. */
+  public EncoderPolicy encoderPolicy() {
+    return encoderPolicy;
   }
 
   public List<OverlaySpec> overlays() {
@@ -175,6 +182,11 @@ public final class JobSettings {
 
     public Builder preset(VideoTuning.Preset preset) {
       made.preset = preset;
+      return this;
+    }
+
+    public Builder encoderPolicy(EncoderPolicy policy) {
+      made.encoderPolicy = policy;
       return this;
     }
 

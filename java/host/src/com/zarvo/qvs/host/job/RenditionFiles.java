@@ -19,6 +19,7 @@ import com.zarvo.qvs.host.model.Rational;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.session.AudioPath;
 import com.zarvo.qvs.host.session.AudioRenditionPath;
+import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.RenditionPath;
 import com.zarvo.qvs.host.session.SessionOutput;
 import com.zarvo.qvs.host.session.TranscodeSession;
@@ -208,6 +209,11 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     OutputPacket coded = new OutputPacket(packet.buffer, packet.offset, (int) packet.len, pts, dts, 0, 0, key);
     writers.get(rendition).write(VIDEO_TRACK, clock.place(coded, source.timeBase()));
     if (isLive() && master == null && keyFrames[rendition] > 1) writeLiveMaster();
+  }
+
+  @Override
+  public void encoderReplaced(int rendition, EncoderEvent event) {
+    writers.get(rendition).changeParameterSets(event.change());
   }
 
   @Override

@@ -17,11 +17,14 @@ import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.AudioRefusedException;
 import com.zarvo.qvs.host.session.AudioSettings;
 import com.zarvo.qvs.host.session.AudioSources;
+import com.zarvo.qvs.host.session.EncoderEvent;
+import com.zarvo.qvs.host.session.SessionCounters;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
 import com.zarvo.qvs.host.session.VideoSource;
 import java.io.IOException;
 import java.util.List;
+import java.util.function.Consumer;
 import java.util.function.Function;
 
 /** Makes one file into renditions: reader, session, writers. */
@@ -31,6 +34,8 @@ public final class TranscodeJob {
   private final Interruption interruption;
   private final JobResult result;
   private List<AudioSpec> audioSpecs = List.of();
+  private Consumer<SessionCounters> watcher = counters -> {};
+  private Progress progress;
 
   /** `progressOf` makes the progress display for a length in milliseconds, -1 when unknown. */
   public TranscodeJob(JobSettings settings, Function<Long, Progress> progressOf, Interruption interruption) {
@@ -38,6 +43,12 @@ public final class TranscodeJob {
     this.progressOf = progressOf;
     this.interruption = interruption;
     this.result = new JobResult(settings);
+  }
+
+  /** Who is told of the session's numbers once it stands. */
+  public TranscodeJob watchedBy(Consumer<SessionCounters> watcher) {
+    this.watcher = watcher;
+    return this;
   }
 
   /** What is known so far, also of work that failed. */
@@ -60,12 +71,14 @@ public final class TranscodeJob {
       result.display = video ? reader.video().display() : null;
       VideoCodec codec = video ? VideoSource.codecOf(settings.input(), source) : null;
       List<RenditionSpec> renditions = video ? settled(codec, source) : List.of();
+      result.specs = renditions;
       checkOverlays(renditions.size());
       for (RenditionSpec rendition : renditions) checkContainer(rendition.codec());
       MediaFeed feed = new MediaFeed(reader);
       try (RenditionFiles files = new RenditionFiles(settings, source, renditions);
           TranscodeSession session = open(reader, feed, files, renditions)) {
         try {
+          watcher.accept(session.counters());
           files.open(session.audio(), feed);
           pump(reader, feed, session, files);
           finish(session, files);
@@ -86,6 +99,7 @@ public final class TranscodeJob {
             .renditions(renditions)
             .overlays(settings.overlays())
             .parallel(settings.parallel())
+            .encoderPolicy(settings.encoderPolicy().heardBy(this::noteEncoder))
             .keyFrameSeconds(settings.keyFrameSeconds())
             .previewWidth(ContactSheet.CELL_WIDTH);
     if (result.source != null) session.video(reader);
@@ -184,9 +198,10 @@ public final class TranscodeJob {
       throws HostException, IOException {
     long startNs = System.nanoTime();
     long durationMs = result.source != null ? result.source.durationMs() : reader.audio().durationMs();
-    Progress progress = progressOf.apply(durationMs);
+    progress = progressOf.apply(durationMs);
     PaceWatch pace = new PaceWatch();
     long firstMs = Long.MIN_VALUE;
+    session.counters().begins(durationMs);
     try {
       for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
         if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
@@ -202,6 +217,7 @@ public final class TranscodeJob {
           session.audio().push(packet, following);
         }
         result.mediaMs = Math.max(result.mediaMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
+        session.counters().fed(result.mediaMs);
         String news = reader.isLive() ? pace.worked(System.nanoTime() - beforeNs, result.mediaMs) : null;
         if (news != null) progress.say(settings.input() + ": " + news);
         progress.update(result.mediaMs, session.frames());
@@ -226,10 +242,17 @@ public final class TranscodeJob {
     result.audioRenditions = files.audioResults();
   }
 
+  private void noteEncoder(EncoderEvent event) {
+    result.encoderEvents.add(event);
+    if (progress == null) progress = progressOf.apply(-1L);
+    progress.say(settings.input() + ": " + event);
+  }
+
   private void note(TranscodeSession session, MediaFeed feed) {
     result.damagedFrames = session.damagedFrames();
     result.damagedAudioPackets = session.audio() == null ? 0 : session.audio().failures();
     result.frames = session.frames();
+    for (int i = 0; i < result.specs.size(); i++) result.encoders.add(session.encoder(i));
     result.inputTrouble = feed.trouble();
     result.log = session.log().lines();
   }

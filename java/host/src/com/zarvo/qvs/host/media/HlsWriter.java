@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.media;
 
+import com.zarvo.qvs.host.bitstream.ParameterSetChange;
 import com.zarvo.qvs.host.model.Rational;
 import java.io.IOException;
 import java.nio.file.DirectoryStream;
@@ -47,6 +48,8 @@ public final class HlsWriter extends TrackWriter {
   private long waitingBytes;
   private boolean firstSegment = true;
   private double segmentStart = Double.NaN;
+  // Where a segment began last that no break began: all renditions have the next at the same distance.
+  private double gridStart;
   private double end = Double.NEGATIVE_INFINITY;
   private boolean segmentHasVideo;
   private boolean videoOver;
@@ -54,6 +57,7 @@ public final class HlsWriter extends TrackWriter {
   private double lastVideo = Double.NaN;
   private double frameSeconds;
   private boolean afterBreak;
+  private double breakFrom = Double.POSITIVE_INFINITY;
   private Instant zero;
 
   /**
@@ -141,6 +145,15 @@ public final class HlsWriter extends TrackWriter {
     return folder.resolve(name + ".part").toString();
   }
 
+  /** In transport streams each key picture carries its sets, fragments have theirs in the initialisation. */
+  @Override
+  public void changeParameterSets(ParameterSetChange change) {
+    boolean told = change == ParameterSetChange.PROFILE || form == SegmentForm.FRAGMENTS;
+    // What was taken before may still wait.
+    if (told && change != ParameterSetChange.NONE && packets(videoTrack) > 0)
+      breakFrom = seconds(videoTrack, lastDts(videoTrack));
+  }
+
   @Override
   void deliver(int track, OutputPacket packet) throws IOException {
     queues.get(track).add(packet);
@@ -195,11 +208,13 @@ public final class HlsWriter extends TrackWriter {
       segmentStart = start;
       if (form == SegmentForm.FRAGMENTS) shiftSeconds = secondsBeforeZero(track, packet);
       if (window > 0) zero = Instant.now().minusNanos(Math.round(start * 1e9));
+    } else if (isBreak(track, packet)) {
+      breakOff(start, packet);
     } else if (beginsSegment(track, packet, start)) {
       endSegment(start, true);
     }
     // Pictures that are coded after the first may be shown before it.
-    if (firstSegment) segmentStart = Math.min(segmentStart, start);
+    if (firstSegment) gridStart = segmentStart = Math.min(segmentStart, start);
     if (track == videoTrack) {
       segmentHasVideo = true;
       lastVideo = start;
@@ -211,6 +226,22 @@ public final class HlsWriter extends TrackWriter {
     } catch (MediaException e) {
       throw named(segmentName, e);
     }
+  }
+
+  private boolean isBreak(int track, OutputPacket packet) {
+    return track == videoTrack && packet.key() && seconds(track, packet.dts()) > breakFrom;
+  }
+
+  private void breakOff(double start, OutputPacket packet) throws IOException {
+    boolean anew = form == SegmentForm.FRAGMENTS;
+    double grid = gridStart;
+    endSegment(start, !anew, true);
+    gridStart = grid;
+    afterBreak = true;
+    breakFrom = Double.POSITIVE_INFINITY;
+    if (!anew) return;
+    muxer.close();
+    begin(tracksFrom(videoTrack, packet));
   }
 
   // The muxer of fragments takes care of pictures that are decoded before zero, and nothing may be shown before it. That
@@ -230,7 +261,7 @@ public final class HlsWriter extends TrackWriter {
   }
 
   private boolean beginsSegment(int track, OutputPacket packet, double start) {
-    double length = start - segmentStart;
+    double length = start - gridStart;
     boolean lasted = length >= targetSeconds;
     // What precedes the first picture is a segment of its own unless it is short.
     if (track == videoTrack) return packet.key() && (lasted || !segmentHasVideo && length >= targetSeconds / 2);
@@ -245,6 +276,11 @@ public final class HlsWriter extends TrackWriter {
   }
 
   private void endSegment(double nextStart, boolean more) throws IOException {
+    endSegment(nextStart, more, more);
+  }
+
+  /** `sameMuxer` goes on in the next segment; `more` says that there is one. */
+  private void endSegment(double nextStart, boolean sameMuxer, boolean more) throws IOException {
     String name = segmentName;
     HlsPlaylist.Segment segment =
         new HlsPlaylist.Segment(
@@ -256,14 +292,14 @@ public final class HlsWriter extends TrackWriter {
     playlist.add(segment);
     segmentName = nextName();
     try {
-      if (more) muxer.cut(partOf(segmentName));
+      if (sameMuxer) muxer.cut(partOf(segmentName));
       else muxer.finish();
     } catch (MediaException e) {
       throw named(name, e);
     }
     showWhole(name);
     afterBreak = false;
-    segmentStart = nextStart;
+    gridStart = segmentStart = nextStart;
     firstSegment = false;
     segmentHasVideo = false;
     if (window > 0) publish(!more);

@@ -1,6 +1,7 @@
 package com.zarvo.qvs.host.media;
 
 import com.zarvo.qvs.host.bitstream.NalUnits;
+import com.zarvo.qvs.host.bitstream.ParameterSetChange;
 import com.zarvo.qvs.host.bitstream.ParameterSets;
 import java.io.IOException;
 import java.nio.file.DirectoryStream;
@@ -102,6 +103,15 @@ public abstract class TrackWriter implements AutoCloseable {
     if (video.isHevc()) outOfBand[track] = sets;
   }
 
+  /** The streams, of which one is to go on with the parameter sets of a packet of its own. */
+  final List<OutputTrack> tracksFrom(int track, OutputPacket packet) {
+    if (outOfBand[track] != null && tracks.get(track) instanceof OutputTrack.Video video) {
+      outOfBand[track].update(unitsOf(packet));
+      tracks.set(track, video.withConfig(outOfBand[track].toRecord()));
+    }
+    return tracks;
+  }
+
   // Apple's players want H.265 whose sets stand in the configuration alone. Sets that it does not hold stay.
   private OutputPacket withoutKnownSets(int track, OutputPacket packet) {
     ParameterSets known = outOfBand[track];
@@ -118,6 +128,9 @@ public abstract class TrackWriter implements AutoCloseable {
   public final void endAt(int track, long time) {
     ends[track] = time;
   }
+
+  /** The pictures taken from here on have other parameter sets: where a container has to say so and can, it does. */
+  public void changeParameterSets(ParameterSetChange change) {}
 
   /** Completes the file under its own name. */
   public final void finish() throws IOException {

@@ -66,7 +66,15 @@ public final class NativeLibraries {
     return file;
   }
 
-  private static Path directory() throws HostException {
+  /** The program that looks at plug-ins; it lies beside the folder of the libraries. */
+  public static Path probe() throws HostException {
+    Path file = directory().resolveSibling("bin").resolve("qvs-plugin-probe");
+    if (!Files.exists(file)) throw new HostException(file + " is not there, build it first");
+    return file;
+  }
+
+  /** The folder of the libraries, and of the plug-ins. */
+  public static Path directory() throws HostException {
     String directory = System.getProperty(DIRECTORY_PROPERTY);
     if (directory == null) throw new HostException("-D" + DIRECTORY_PROPERTY + "=DIR is not set");
     return Path.of(directory).toAbsolutePath();

@@ -17,6 +17,7 @@ import java.util.regex.Pattern;
  * @param crop left, right, top, bottom pixels cut from the source, null for none
  * @param padding left, right, top, bottom pixels left free in the rendition, null for none
  * @param tuning for H.264 and H.265
+ * @param encoders that may make it, null for those of the session
  */
 public record RenditionSpec(
     int width,
@@ -27,14 +28,15 @@ public record RenditionSpec(
     double frameRate,
     long[] crop,
     long[] padding,
-    VideoTuning tuning) {
+    VideoTuning tuning,
+    EncoderList encoders) {
 
   public static final int MIN_SIZE = 32;
   public static final int MAX_SIZE = 8192;
   private static final long MIN_BIT_RATE = 1000;
   private static final long MAX_BIT_RATE = 1_000_000_000;
   private static final Set<String> KEYS =
-      new TreeSet<>(Set.of("codec", "fit", "fps", "crop", "pad", "preset", "profile", "level", "bframes"));
+      new TreeSet<>(Set.of("codec", "fit", "fps", "crop", "pad", "preset", "profile", "level", "bframes", "encoder"));
   private static final Pattern HEAD = Pattern.compile("(\\d{1,6})x(\\d{1,6})(?:@(\\d{1,9}(?:\\.\\d{1,6})?)([kKmM]?))?");
   private static final double BITS_A_PIXEL = 0.09;
   private static final double USUAL_FRAME_RATE = 30;
@@ -64,7 +66,8 @@ public record RenditionSpec(
             frameRate(spec.get("fps", "0")),
             edges("crop", spec.get("crop", null)),
             edges("pad", spec.get("pad", null)),
-            tuning(spec, codec));
+            tuning(spec, codec),
+            spec.get("encoder", null) == null ? null : EncoderList.parse(spec.get("encoder", null)));
     parsed.checkPadding();
     return parsed;
   }
@@ -83,7 +86,12 @@ public record RenditionSpec(
     VideoCodec settled = codec != null ? codec : usualCodec;
     return new RenditionSpec(
         width, height, bitRate, settled, fit, frameRate > 0 ? frameRate : usualFrameRate, crop, padding,
-        tuning.settled(settled, usualPreset));
+        tuning.settled(settled, usualPreset), encoders);
+  }
+
+  /** The same, coded otherwise. */
+  public RenditionSpec tunedTo(VideoTuning other) {
+    return new RenditionSpec(width, height, bitRate, codec, fit, frameRate, crop, padding, other, encoders);
   }
 
   /** A rate that looks well at the size. */
@@ -104,7 +112,7 @@ public record RenditionSpec(
   /** The same for a picture of that aspect: where it differs by rounding alone, bars would be a pixel or two wide. */
   public RenditionSpec fittedTo(double aspect) {
     if (fit != FitMode.LETTERBOX || !(Math.abs(width - height * aspect) <= MAX_STRETCH * width)) return this;
-    return new RenditionSpec(width, height, bitRate, codec, FitMode.STRETCH, frameRate, crop, padding, tuning);
+    return new RenditionSpec(width, height, bitRate, codec, FitMode.STRETCH, frameRate, crop, padding, tuning, encoders);
   }
 
   /**
@@ -117,7 +125,7 @@ public record RenditionSpec(
     int down = Math.max(0, (int) Math.round((height - width / aspect) / 4)) * 2;
     long[] bars = {across, across, down, down};
     return new RenditionSpec(
-        width, height, bitRate, codec, FitMode.STRETCH, frameRate, null, across + down > 0 ? bars : null, tuning);
+        width, height, bitRate, codec, FitMode.STRETCH, frameRate, null, across + down > 0 ? bars : null, tuning, encoders);
   }
 
   private void checkPadding() {

@@ -45,15 +45,19 @@ public record VideoTuning(Preset preset, Profile profile, int level, int bFrames
 
   /** What a decoder must be able to do. */
   public enum Profile {
-    BASELINE(0),
-    MAIN(1),
-    HIGH(3);
+    BASELINE(0, 66),
+    MAIN(1, 77),
+    HIGH(3, 100);
 
     /** Number of the native H.264 encoder; H.265 has main alone. */
     public final long id;
 
-    Profile(long id) {
+    /** Number in an H.264 stream. */
+    public final int idc;
+
+    Profile(long id, int idc) {
       this.id = id;
+      this.idc = idc;
     }
   }
 
@@ -83,6 +87,13 @@ public record VideoTuning(Preset preset, Profile profile, int level, int bFrames
     if (preset != null) return this;
     Preset usual = codec == VideoCodec.H265 ? Preset.SUPERFAST : Preset.VERYFAST;
     return new VideoTuning(wanted != null ? wanted : usual, profile, level, bFrames);
+  }
+
+  /** The same with a stream's profile_idc (0: none) and level, as far as neither is asked for outright. */
+  public VideoTuning keeping(int profileIdc, int streamLevel) {
+    Profile same = profile;
+    for (Profile each : Profile.values()) if (profile == null && each.idc == profileIdc) same = each;
+    return new VideoTuning(preset, same, level != 0 ? level : streamLevel, bFrames);
   }
 
   private static int levelOf(String text) {

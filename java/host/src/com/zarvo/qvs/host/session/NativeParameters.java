@@ -22,6 +22,12 @@ final class NativeParameters {
     return this;
   }
 
+  /** Settings that were listed before. */
+  NativeParameters setAll(TranscoderNativeParameterValue[] listed) {
+    values.addAll(List.of(listed));
+    return this;
+  }
+
   private TranscoderNativeParameterValue add(int key, int type) {
     TranscoderNativeParameterValue parameter = new TranscoderNativeParameterValue();
     parameter.dataType = type;

@@ -4,16 +4,19 @@ import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeStreamContext;
 import com.zarvo.qvs.transcoder.model.TranscoderSessionNative;
+import java.util.List;
 
 /** The native session under a {@link TranscodeSession}, as its video and audio paths share it. */
 final class NativeSession implements AutoCloseable {
   private final String name;
   private final SessionOutput output;
   private final SessionLog log;
+  private final SessionCounters counters;
   private long handle;
 
-  NativeSession(String name, SessionOutput output) throws HostException {
+  NativeSession(String name, SessionOutput output, SessionCounters counters) throws HostException {
     this.name = name;
+    this.counters = counters;
     this.output = output;
     this.log = new SessionLog("host/transcode/" + name);
     NativeLibraries.loadTranscoder();
@@ -36,15 +39,19 @@ final class NativeSession implements AutoCloseable {
     return output;
   }
 
+  SessionCounters counters() {
+    return counters;
+  }
+
   /** What was logged so far; stays readable after the end. */
   SessionLog log() {
     fetchLog();
     return log;
   }
 
-  /** The native side keeps a limited number of lines, so they are fetched now and then. */
-  void fetchLog() {
-    if (handle != 0) log.fetch(handle);
+  /** The native side keeps a limited number of lines, so they are fetched now and then. Gives what is new. */
+  List<SessionLog.Line> fetchLog() {
+    return handle != 0 ? log.fetch(handle) : List.of();
   }
 
   TranscoderNativeStreamContext context(String rendition) {

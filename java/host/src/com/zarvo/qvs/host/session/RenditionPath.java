@@ -2,19 +2,13 @@ package com.zarvo.qvs.host.session;
 
 import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
 
-import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.EncoderBackend;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
-import com.zarvo.qvs.transcoder.model.TranscoderNativeLong;
-import com.zarvo.qvs.transcoder.model.TranscoderNativeParameterValue;
-import com.zarvo.qvs.transcoder.model.TranscoderNativeStreamContext;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import com.zarvo.qvs.transcoder.model.TranscoderPacket;
 import java.io.IOException;
-import java.util.ArrayList;
-import java.util.List;
-import java.util.Locale;
 
 /** One rendition within a session: its encoder, its pool of pictures and what becomes of the current picture. */
 public final class RenditionPath {
@@ -22,16 +16,14 @@ public final class RenditionPath {
   static final long FRAME_INTER = 2;
   static final long FRAME_DISPOSABLE = 3;
 
-  private static final long FOURCC_YV12 = 0x32315659L;
-  private static final long BIT_DEPTH = 8;
-
   private final NativeSession owner;
   private final SessionSettings settings;
   private final TimecodeMap times;
   private final RenditionSpec spec;
   private final int index;
   private final FrameRateLimiter limiter;
-  private final List<TranscoderPacket> packets = new ArrayList<>();
+  private final RungCounters counters;
+  private final EncoderSlot slot;
   private final TranscoderNativeVideoFrame preview = new TranscoderNativeVideoFrame();
   private long target = -1;
   private long previewTarget = -1;
@@ -48,33 +40,13 @@ public final class RenditionPath {
     this.index = index;
     this.spec = settings.renditions().get(index);
     this.limiter = new FrameRateLimiter(spec.frameRate());
-    long session = owner.handle();
-    TranscoderNativeStreamContext context = owner.context(spec.sizeText());
-    String what = "no encoder for " + spec.codec().codecName + " " + spec.sizeText();
-    TranscoderNativeLong number = new TranscoderNativeLong();
-    number.value = -1;
-    owner.check(
-        videoEncoderAdd(session, spec.codec().id, spec.codec().version, BIT_DEPTH, FOURCC_YV12, 0, context, number),
-        what);
-    owner.check(number.value == index ? 0 : -1, what);
-    owner.check(videoEncoderSetDefaults(session, index, 0, 0), what);
-    owner.check(videoEncoderSetFrameSize(session, index, spec.width(), spec.height()), what);
-    owner.check(videoEncoderSetFrameRate(session, index, frameRate()), what);
-    owner.check(videoEncoderSetBitrate(session, index, spec.bitRate()), what);
-    owner.check(videoEncoderSetFrameIndex(session, index, index), what);
-    owner.check(videoEncoderSetKeyFrameFollow(session, index, 1), what);
-    owner.check(videoEncoderSetGPUID(session, index, -1), what);
-    TranscoderNativeParameterValue[] parameters =
-        EncoderSettings.of(spec, settings.source().colors(), settings.parallel());
-    owner.check(videoEncoderSetParameterValues(session, index, parameters), what);
-    owner.check(videoEncoderApplyParameters(session, index), what);
-    owner.check(videoEncoderBufferSetAlloc(session, number), what);
-    owner.check(
-        videoEncoderBufferAdd(session, spec.width(), spec.height(), spec.fit().code, FOURCC_YV12, 0, number.value),
-        what);
-    if (spec.crop() != null) videoEncoderBufferSetCrop(session, index, spec.crop());
-    if (spec.padding() != null) videoEncoderBufferSetPadding(session, index, spec.padding());
-    owner.check(videoEncoderInitialize(session, index), what);
+    this.counters = owner.counters().rungs().get(index);
+    this.slot = new EncoderSlot(owner, settings, index, this::passOn);
+  }
+
+  /** What encodes it at this time. */
+  EncoderBackend encoder() {
+    return slot.encoder();
   }
 
   /** Pictures that went to the encoder so far. */
@@ -96,6 +68,7 @@ public final class RenditionPath {
       collect();
       target = videoEncoderBufferAllocate(owner.handle(), index);
     }
+    if (target < 0 && slot.stalled()) target = videoEncoderBufferAllocate(owner.handle(), index);
     if (target < 0) throw new HostException("all pictures of rendition " + spec.sizeText() + " are taken");
     skipped = !limiter.keep(time);
     return skipped ? -1 : target;
@@ -103,18 +76,20 @@ public final class RenditionPath {
 
   void scaleFrom(long decoderFrame, long time) throws HostException {
     if (skipped) return;
-    if (videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index) != 0)
-      throw failure(time, "could not be scaled");
+    long startNs = System.nanoTime();
+    long result = videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index);
+    counters.scaled(System.nanoTime() - startNs);
+    if (result != 0) throw slot.failure(time, "could not be scaled");
     if (!owner.output().wantsFrame(index, time)) return;
     owner.check(videoEncoderBufferAcquire(owner.handle(), index, target), "a picture could not be held");
     previewTarget = target;
   }
 
-  /** Hands the scaled picture over. The picture's number goes before the pool's: the native order. */
+  /** Hands the scaled picture over. */
   void encode(long time, long firstTime) throws HostException, IOException {
-    long session = owner.handle();
     if (skipped) {
-      videoEncoderSkipFrame(session, index, target, index, FRAME_INTER, time);
+      videoEncoderSkipFrame(owner.handle(), index, target, index, FRAME_INTER, time);
+      counters.leftOut();
       return;
     }
     // Asynchronous encoders are asked for the former picture's packets just before they get the
@@ -122,18 +97,11 @@ public final class RenditionPath {
     if (settings.parallel()) collect();
     // Counted from the first picture of all, so that every rendition has its key pictures at the same times.
     long due = (long) Math.floor((time - firstTime + 0.5) / (settings.keyFrameSeconds() * 1000)) + 1;
-    boolean key = due > keys;
-    if (videoEncoderAddFrame(session, index, target, index, key ? FRAME_KEY : FRAME_INTER, time) != 0)
-      throw failure(time, "was refused by its encoder");
+    slot.add(target, time, due > keys);
     added++;
     keys = due;
     if (!settings.parallel()) collect();
-  }
-
-  private HostException failure(long time, String what) {
-    String text = "%s: its picture at %.3f s, for %s in %s, %s";
-    return owner.failure(
-        String.format(Locale.ROOT, text, owner.name(), time / 1000.0, spec.sizeText(), spec.codec().codecName, what));
+    counters.handedOver(time);
   }
 
   void releaseTarget() {
@@ -158,35 +126,23 @@ public final class RenditionPath {
 
   /** Passes on what the encoder has ready. */
   void collect() throws HostException, IOException {
-    if (videoEncoderGetEncodedFrames(owner.handle(), index, packets) != 0)
-      throw owner.failure(owner.name() + ": coded pictures of " + spec.sizeText() + " could not be fetched");
-    for (TranscoderPacket packet : packets) passOn(packet);
-    packets.clear();
+    slot.collect();
   }
 
   // Where the encoder reorders, a packet's timecode is that of its decoding.
   private void passOn(TranscoderPacket packet) throws HostException, IOException {
     long pts = times.ptsOf(packet.timecode + packet.timecodeOffset);
     long dts = packet.timecodeOffset == 0 ? pts : settings.source().timeBase().ofMilliseconds(packet.timecode);
+    counters.packet(packet.len, settings.source().timeBase().toMilliseconds(pts));
     owner.output().packet(index, packet, pts, Math.min(dts, pts));
   }
 
   /** Ends the stream: the encoder gives what it holds back. */
   void flush() throws HostException, IOException {
-    TranscoderNativeParameterValue[] end = EncoderSettings.endOfStream(spec);
-    if (end == null) return;
-    String what = owner.name() + ": the encoder of " + spec.sizeText() + " could not be told the end";
-    owner.check(videoEncoderSetParameterValues(owner.handle(), index, end), what);
-    collect();
+    slot.flush();
   }
 
-  void updateBitRate(long bitsPerSecond) throws HostException {
-    owner.check(videoEncoderUpdateBitrate(owner.handle(), index, bitsPerSecond), "the bit rate could not be changed");
-  }
-
-  private double frameRate() {
-    boolean doubled = settings.deinterlace() == Deinterlace.DOUBLE && settings.codec().deinterlaces();
-    double source = settings.source().frameRateOrDefault() * (doubled ? 2 : 1);
-    return spec.frameRate() > 0 ? Math.min(spec.frameRate(), source) : source;
+  void updateBitRate(long bitsPerSecond) throws HostException, IOException {
+    slot.updateBitRate(bitsPerSecond);
   }
 }

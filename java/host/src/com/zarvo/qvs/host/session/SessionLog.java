@@ -30,19 +30,25 @@ public final class SessionLog {
 
   private final String context;
   private final List<Line> lines = new ArrayList<>();
+  private String lastTrouble = "";
 
   SessionLog(String context) {
     this.context = context;
   }
 
-  public void fetch(long session) {
+  /** What is new, also where so much was logged before that no more is kept. */
+  public List<Line> fetch(long session) {
     List<TranscoderLogStatement> statements = new ArrayList<>();
     TranscoderSessionNative.getLogStatements(session, statements);
+    List<Line> news = new ArrayList<>();
     for (TranscoderLogStatement statement : statements) {
-      if (lines.size() == KEPT_LINES) return;
-      if (statement.statement != null)
-        lines.add(new Line(statement.level, statement.statement.replace(CONTEXT_TAG, context)));
+      if (statement.statement == null) continue;
+      Line line = new Line(statement.level, statement.statement.replace(CONTEXT_TAG, context));
+      if (line.isTrouble()) lastTrouble = line.text();
+      if (lines.size() < KEPT_LINES) lines.add(line);
+      news.add(line);
     }
+    return news;
   }
 
   public List<Line> lines() {
@@ -51,7 +57,6 @@ public final class SessionLog {
 
   /** The last line that tells of trouble, "" when there is none. */
   String lastTrouble() {
-    for (int i = lines.size() - 1; i >= 0; i--) if (lines.get(i).isTrouble()) return lines.get(i).text();
-    return "";
+    return lastTrouble;
   }
 }

@@ -14,6 +14,9 @@ public interface SessionOutput {
   /** A coded packet of a rendition; its times in units of the source's time base. */
   default void packet(int rendition, TranscoderPacket packet, long pts, long dts) throws HostException, IOException {}
 
+  /** The packets of a rendition that follow are another encoder's; the first of them is a key picture. */
+  default void encoderReplaced(int rendition, EncoderEvent event) throws HostException, IOException {}
+
   /** True to be given the rendition's picture of that time, as it goes to the encoder. */
   default boolean wantsFrame(int rendition, long timecode) {
     return false;

@@ -21,6 +21,7 @@ public final class SessionSettings {
   private boolean parallel;
   private double keyFrameSeconds = 2;
   private AudioSettings audio;
+  private EncoderPolicy encoderPolicy = EncoderPolicy.SOFTWARE;
   private int previewWidth;
 
   private SessionSettings(String name) {
@@ -78,6 +79,11 @@ public final class SessionSettings {
     return audio;
   }
 
+  /** Which encoders there may be, and what becomes of one that fails. */
+  public EncoderPolicy encoderPolicy() {
+    return encoderPolicy;
+  }
+
   /** Width in pixels of the pictures that SessionOutput is given. */
   public int previewWidth() {
     return previewWidth;
@@ -131,6 +137,11 @@ public final class SessionSettings {
 
     public Builder keyFrameSeconds(double seconds) {
       made.keyFrameSeconds = seconds;
+      return this;
+    }
+
+    public Builder encoderPolicy(EncoderPolicy policy) {
+      made.encoderPolicy = policy;
       return this;
     }
 

@@ -7,6 +7,7 @@ import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.PacketLookahead;
 import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.EncoderBackend;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
@@ -30,7 +31,6 @@ public final class TranscodeSession implements AutoCloseable {
   private static final long SCALER_CPU = 1;
   private static final long BIT_DEPTH = 8;
   private static final int DECODER_FRAMES = 4;
-  private static final int RENDITION_FRAMES = 3;
   private static final long MAX_FRAME_SIDE = 8192;
   // Half-size copies and overlays by the scaler plug-in, where there is one.
   private static final long SCALE_FLAG_PLUGIN_HALVES = 0x1;
@@ -53,6 +53,7 @@ public final class TranscodeSession implements AutoCloseable {
 
   private final SessionSettings settings;
   private final NativeSession owner;
+  private final SessionCounters counters;
   private final List<RenditionPath> paths = new ArrayList<>();
   private final TranscoderNativeLong status = new TranscoderNativeLong();
   private final TranscoderNativeLong timecode = new TranscoderNativeLong();
@@ -68,6 +69,7 @@ public final class TranscodeSession implements AutoCloseable {
   private long session;
   private long heldDecoderFrame = -1;
   private long frames;
+  private long decodeNs;
 
   /**
    * Opens a session ready for its first packet; nothing is left behind when that fails. The form of sound is learnt
@@ -76,7 +78,8 @@ public final class TranscodeSession implements AutoCloseable {
   public TranscodeSession(SessionSettings settings, SessionOutput output, PacketLookahead feed)
       throws HostException, MediaException {
     this.settings = settings;
-    owner = new NativeSession(settings.name(), output);
+    counters = new SessionCounters(settings);
+    owner = new NativeSession(settings.name(), output, counters);
     session = owner.handle();
     boolean ready = false;
     try {
@@ -116,6 +119,11 @@ public final class TranscodeSession implements AutoCloseable {
     return owner.log();
   }
 
+  /** What it has done so far, for other threads to watch. */
+  public SessionCounters counters() {
+    return counters;
+  }
+
   /** Pictures decoded so far. */
   public long frames() {
     return frames;
@@ -124,6 +132,11 @@ public final class TranscodeSession implements AutoCloseable {
   /** Pictures that went to the encoder of a rendition so far. */
   public long encodedFrames(int rendition) {
     return paths.get(rendition).added();
+  }
+
+  /** What encodes a rendition at this time. */
+  public EncoderBackend encoder(int rendition) {
+    return paths.get(rendition).encoder();
   }
 
   /** Coded pictures that the decoder refused, wholly or in part. */
@@ -137,7 +150,7 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   /** Changes the rate of a rendition while it runs; it holds from the next picture on. */
-  public void updateBitRate(int rendition, long bitsPerSecond) throws HostException {
+  public void updateBitRate(int rendition, long bitsPerSecond) throws HostException, IOException {
     paths.get(rendition).updateBitRate(bitsPerSecond);
   }
 
@@ -151,7 +164,10 @@ public final class TranscodeSession implements AutoCloseable {
         packet.key()
             ? RenditionPath.FRAME_KEY
             : packet.disposable() ? RenditionPath.FRAME_DISPOSABLE : RenditionPath.FRAME_INTER;
-    long result = videoDecoderAddFrame(session, data, 0, data.length, times.assign(packet), type);
+    long time = times.assign(packet);
+    long startNs = System.nanoTime();
+    long result = videoDecoderAddFrame(session, data, 0, data.length, time, type);
+    decodeNs = System.nanoTime() - startNs;
     boolean aborted = false;
     long concealedBefore = concealed;
     for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
@@ -159,14 +175,18 @@ public final class TranscodeSession implements AutoCloseable {
       aborted |= (status.value & STATUS_ABORTED) != 0;
       if ((status.value & STATUS_INPUT_USED) != 0) break;
     }
-    if (result == 0 && !aborted) return;
-    refused++;
-    concealed = concealedBefore;
+    if (result != 0 || aborted) {
+      refused++;
+      concealed = concealedBefore;
+    }
+    counters.decoded(decodeNs);
+    counters.damaged(damagedFrames());
   }
 
   /** Ends the stream: hands out all that the decoder and the encoders still hold. */
   public void drain() throws HostException, IOException {
     if (configured) drainDecoder();
+    counters.damaged(damagedFrames());
     collect();
     for (RenditionPath path : paths) path.flush();
     if (audio != null) audio.drain();
@@ -203,6 +223,7 @@ public final class TranscodeSession implements AutoCloseable {
     if (audio != null) audio.close();
     owner.close();
     session = 0;
+    counters.ended();
   }
 
   private void wireVideo() throws HostException {
@@ -213,7 +234,6 @@ public final class TranscodeSession implements AutoCloseable {
     check(videoScalerSetFlags(session, scaleFlags()), scaler);
     check(videoDecoderBuffersCreate(session, DECODER_FRAMES), settings.name() + ": no memory for decoded pictures");
     check(videoDecoderSetFrameSizeLimits(session, MAX_FRAME_SIDE, MAX_FRAME_SIDE, 1, 1), scaler);
-    check(videoEncoderBufferSetsCreate(session, RENDITION_FRAMES), settings.name() + ": no memory for renditions");
     for (int i = 0; i < settings.renditions().size(); i++)
       paths.add(new RenditionPath(owner, settings, i, times));
     targets = new long[paths.size()];
@@ -271,7 +291,9 @@ public final class TranscodeSession implements AutoCloseable {
     if (heldDecoderFrame < 0) heldDecoderFrame = allocateDecoderFrame();
     frameInfo.timcodeInfo.clear();
     frameInfo.ancillaryData.clear();
+    long startNs = System.nanoTime();
     long result = videoDecoderDecode(session, heldDecoderFrame, status, timecode, frameInfo);
+    decodeNs += System.nanoTime() - startNs;
     if (result != 0)
       throw owner.failure(settings.name() + ": its " + settings.codec().codecName + " pictures could not be decoded");
     if ((status.value & STATUS_DAMAGED) != 0) concealed++;
@@ -287,7 +309,10 @@ public final class TranscodeSession implements AutoCloseable {
       heldDecoderFrame = -1;
       videoDecoderBufferRelease(session, index);
     }
-    if (++frames % LOG_FETCH_INTERVAL_FRAMES == 0) owner.fetchLog();
+    counters.pictures(++frames);
+    if (frames % LOG_FETCH_INTERVAL_FRAMES != 0) return true;
+    owner.fetchLog();
+    counters.summarize();
     return true;
   }
 

@@ -50,6 +50,32 @@ public final class Clips {
         .toList();
   }
 
+  /** Presentation times of key pictures, in seconds. */
+  public static List<String> keyTimes(Path file) throws IOException, InterruptedException {
+    return run(
+            "ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries", "packet=pts_time,flags", "-of",
+            "csv=p=0", file.toString())
+        .lines()
+        .filter(line -> line.contains(",K"))
+        .map(line -> line.split(",")[0])
+        .toList();
+  }
+
+  /** Of each picture of a file in dB, against the picture of the source in the same place. */
+  public static List<Double> psnr(Path source, Path file) throws IOException, InterruptedException {
+    Path stats = Files.createTempFile("psnr", ".txt");
+    try {
+      run(
+          "ffmpeg", "-loglevel", "error", "-i", file.toString(), "-i", source.toString(), "-lavfi",
+          "[0:v]settb=1/30,setpts=N[a];[1:v]settb=1/30,setpts=N[b];[a][b]psnr=stats_file=" + stats, "-f", "null", "-");
+      return Files.readAllLines(stats).stream()
+          .map(line -> Double.parseDouble(line.replaceAll(".*psnr_avg:(\\S+).*", "$1").replace("inf", "100")))
+          .toList();
+    } finally {
+      Files.deleteIfExists(stats);
+    }
+  }
+
   /** All pictures of a file as raw I420 at its own size. */
   public static byte[] decode(Path file) throws IOException, InterruptedException {
     Path raw = Files.createTempFile("decoded", ".yuv");

@@ -1,0 +1,77 @@
+package com.zarvo.qvs.host.session;
+
+import com.zarvo.qvs.host.bitstream.StreamProfile;
+import com.zarvo.qvs.host.model.Colors;
+import com.zarvo.qvs.host.model.EncoderBackend;
+import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.model.VideoCodec;
+import com.zarvo.qvs.host.model.VideoTuning;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeParameterValue;
+import java.util.Map;
+
+/** The keys by which an encoder is set up, whatever stands behind it. */
+final class EncoderKeys {
+  // Of the session's plug-in hosts.
+  private static final int ASYNCHRONOUS = 900000;
+  private static final int FLUSH = 900001;
+  private static final int CALL_DEADLINE = 900002;
+
+  private static final int NONE = 0;
+  private static final int HEVC_MAIN = 1;
+
+  /** Plug-ins number what they have in common each in its own way; x265 has the software's keys of H.265. */
+  private record Row(
+      int preset, int threads, int profile, boolean profileIsIdc, int level, int bFrames, int primaries, int transfer,
+      int matrix, int fullRange) {}
+
+  private static final Map<EncoderBackend, Row> ROWS =
+      Map.of(
+          EncoderBackend.X264, new Row(70000, 70013, 70002, false, 70003, 70010, 70021, 70022, 70023, 70024),
+          EncoderBackend.VAAPI, new Row(NONE, NONE, 110002, false, 110003, NONE, 110021, 110022, 110023, 110024),
+          EncoderBackend.QUICKSYNC, new Row(NONE, NONE, 50012, true, 50013, 50009, 50017, 50018, 50019, 50020));
+
+  private EncoderKeys() {}
+
+  /** `kept` is the profile and level to go on with, null where there is none yet. */
+  static TranscoderNativeParameterValue[] of(
+      EncoderBackend backend, SessionSettings settings, RenditionSpec spec, StreamProfile kept) {
+    boolean hevc = spec.codec() == VideoCodec.H265;
+    VideoTuning tuning = spec.tuning();
+    // The stream has thirty times the level in H.265, users and plug-ins have ten times.
+    if (kept != null && spec.codec().hasUnits())
+      tuning = tuning.keeping(hevc ? 0 : kept.profile(), hevc ? kept.level() / 3 : kept.level());
+    Colors colors = settings.source().colors();
+    NativeParameters keys = new NativeParameters();
+    Row row = ROWS.get(backend);
+    if (row != null) add(keys, row, tuning, colors, hevc);
+    else keys.setAll(EncoderSettings.of(spec.tunedTo(tuning), colors, settings.parallel()));
+    if (backend.isPlugin(spec.codec())) keys.set(ASYNCHRONOUS, settings.parallel() ? 1 : 0);
+    if (backend.hardware) keys.set(CALL_DEADLINE, settings.encoderPolicy().deadlineMs());
+    return keys.toArray();
+  }
+
+  private static void add(NativeParameters keys, Row row, VideoTuning tuning, Colors colors, boolean hevc) {
+    VideoTuning.Profile profile = tuning.profile();
+    set(keys, row.preset, tuning.preset().ordinal());
+    set(keys, row.threads, 1);
+    if (profile != null)
+      set(keys, row.profile, !row.profileIsIdc ? profile.ordinal() + 1 : hevc ? HEVC_MAIN : profile.idc);
+    if (tuning.level() != 0) set(keys, row.level, tuning.level());
+    set(keys, row.bFrames, tuning.bFrames());
+    set(keys, row.primaries, colors.primaries());
+    set(keys, row.transfer, colors.transfer());
+    set(keys, row.matrix, colors.matrix());
+    set(keys, row.fullRange, colors.fullRange() ? 1 : 0);
+  }
+
+  private static void set(NativeParameters keys, int key, long value) {
+    if (key != NONE) keys.set(key, value);
+  }
+
+  /** What makes an encoder hand out the pictures that it holds back; none where it holds none. */
+  static TranscoderNativeParameterValue[] endOfStream(EncoderBackend backend, RenditionSpec spec) {
+    if (backend.isPlugin(spec.codec())) return new NativeParameters().set(FLUSH, 1).toArray();
+    TranscoderNativeParameterValue[] end = EncoderSettings.endOfStream(spec);
+    return end != null ? end : new TranscoderNativeParameterValue[0];
+  }
+}

@@ -1,0 +1,58 @@
+// What a repeated piece of work leaves behind.
+#include "common/LeakMeter.h"
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+
+namespace qvs::validator {
+namespace {
+
+constexpr int kWarmUp = 15, kRounds = 4, kCycles = 12;
+
+struct Measure {
+  const char* what;
+  long (*now)();
+};
+
+long entriesOf(const char* folder) {
+  const std::filesystem::directory_iterator entries(folder);
+  return std::distance(begin(entries), end(entries));
+}
+
+// Small blocks that a thread keeps for itself count as used, so one or two may come and go.
+constexpr long kNoise = 80;
+
+constexpr std::array kMeasures{Measure{"bytes of memory",
+                                       [] {
+                                         const struct mallinfo2 info = mallinfo2();
+                                         return static_cast<long>(info.uordblks + info.hblkhd);
+                                       }},
+                               Measure{"open files", [] { return entriesOf("/proc/self/fd"); }},
+                               Measure{"threads", [] { return entriesOf("/proc/self/task"); }}};
+
+}  // namespace
+
+std::string whatGrows(const std::function<void()>& cycle, unsigned allowed) {
+  std::array<long, kMeasures.size()> least;
+  least.fill(1L << 40);
+  for (int i = 0; i < kWarmUp; ++i) cycle();
+  for (int round = 0; round < kRounds; ++round) {
+    std::array<long, kMeasures.size()> before;
+    for (size_t i = 0; i < kMeasures.size(); ++i) before[i] = kMeasures[i].now();
+    for (int i = 0; i < kCycles; ++i) cycle();
+    for (size_t i = 0; i < kMeasures.size(); ++i)
+      least[i] = std::min(least[i], kMeasures[i].now() - before[i]);
+  }
+  for (size_t i = 0; i < kMeasures.size(); ++i) {
+    const long enough = i == 0 ? kCycles * (kNoise + static_cast<long>(allowed)) : 0;
+    if (least[i] <= enough) continue;
+    return std::to_string(least[i]) + " " + kMeasures[i].what + " are left behind by " +
+           std::to_string(kCycles) + " sessions, again and again";
+  }
+  return {};
+}
+
+}  // namespace qvs::validator
