@@ -19,14 +19,15 @@ void check(bool ok) {
 }
 
 /// One folder for the whole run.
-const std::string& folder() {
-  static const std::string path = [] {
-    char name[] = "/tmp/qvs-fuzz-capture-XXXXXX";
-    check(mkdtemp(name) != nullptr);
-    std::atexit([] { std::filesystem::remove_all(folder()); });
-    return std::string(name);
-  }();
-  return path;
+struct Folder {
+  Folder() { check(mkdtemp(name) != nullptr); }
+  ~Folder() { std::filesystem::remove_all(name); }
+  char name[32] = "/tmp/qvs-fuzz-capture-XXXXXX";
+};
+
+std::string folder() {
+  static const Folder made;
+  return made.name;
 }
 
 }  // namespace
