@@ -71,7 +71,9 @@ enum QvsPluginStatus {
 
 /* The transcoder's allocator, given by setAllocator2 (or, without byteArrayFree, by setAllocator). `host` is passed
  * back unread. All bytes that a plug-in hands out must come from byteArrayNew: the transcoder takes them over without
- * a copy. Lock gives the address of the bytes and stays valid until unlock. null: out of memory. */
+ * a copy. What byteArrayNew gives is a handle: the bytes may be touched between lock, which gives their address, and
+ * unlock. An array that is handed out is unlocked, and from then on the transcoder's; one that isn't, the plug-in frees.
+ * null: out of memory. */
 typedef void* (*QvsByteArrayNew)(void* host, uint32_t size);
 typedef void (*QvsByteArrayFree)(void* host, void* array);
 typedef uint8_t* (*QvsByteArrayLock)(void* host, void* array);

@@ -10,13 +10,14 @@
  *      applyParameters; initialize.
  *   3. decodeCodecConfig with the container's record, possibly again when it changes; then per coded unit addFrame,
  *      and decode2 until the status says that the input is used up, with getDecodedFrame where a picture is ready.
- *   4. close, or straight destroy.
+ *   4. close, or straight destroy. initialize behind close begins anew.
  *   The plug-in holds the stream's state: sizes, rate, time, type and flags are asked of it.
  *
  * Threads, as tagged at each entry point
  *   [any]      Any thread, at any time.
  *   [session]  Calls on one session never overlap, but may come from different threads one after the other.
- *   No function may throw, end the process or block for ever.
+ *   No function may throw, end the process or block for ever, nor crash for want of an earlier call, for a null session
+ *   or pointer, or for damaged bytes: those are a status, or a picture with QVS_DECODE_FRAME_ERROR.
  *
  * Coded bytes come as the container has them: H.264 and H.265 with lengths in front of their units. They are borrowed
  * until the next call of addFrame. Timecodes are milliseconds and ride with their picture through reordering.
@@ -53,10 +54,12 @@ extern "C" {
  * getDeinterlace, setDeinterlace, setFourcc: before initialize                                          [session]
  * decodeCodecConfig: the container's configuration record; 0 understood                                 [session]
  * getDecodedFrame: copies the picture into `buffer`: planes in one block, rows of `stride` bytes, chroma of half
- *   that, in the order of the fourcc; writes the size shown, type, flags and timecode                   [session]
+ *   that, in the order of the fourcc, as many rows as getDecodedFrameSize tells; writes the size shown, type, flags and
+ *   timecode. The picture is ready until the next step                                                [session]
  * getDecodedFrameSize: frame width, frame height, display width, display height                         [session]
  * addFrame: one coded unit                                                                              [session]
- * decode, decode2: a step; `flags` receives QVS_DECODE_ bits. `flush` 1 after the last unit             [session]
+ * decode, decode2: a step; `flags` receives QVS_DECODE_ bits. `flush` 1 after the last unit: steps go on, a picture
+ *   each, until QVS_DECODE_FLUSHED                                                                    [session]
  * decodeFrames: a thumbnail request, where the library serves those                                     [session]
  * applyParameters ... getParameterValueDouble, getProblem: as for encoders                              [session]
  * describe: as for encoders                                                                                 [any]

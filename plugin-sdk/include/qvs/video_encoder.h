@@ -12,8 +12,11 @@
  *      parameter functions, setCUDAContext; then applyParameters, checkSettings, initialize.
  *   4. One of the adding functions per picture, with updateBitrate and parameters in between as wanted; skipFrame for
  *      a picture that is left out.
- *   5. destroy. What is still inside is dropped.
- *   A failed call leaves a session that can still be destroyed; no call may crash for want of an earlier one.
+ *   5. drain, where the rest is wanted; then initialize begins anew, with settings that may have changed.
+ *   6. destroy, at any point. What is still inside is dropped, and all that the session took is given back.
+ *   A failed call leaves a session that goes on or can still be destroyed. No call may crash for want of an earlier one,
+ *   nor for a null session or pointer: it gets a status, and so does a picture of another size than was set, one before
+ *   initialize and one behind drain. With a status other than 0 nothing is handed out and `*count` is not read.
  *
  * Threads, as tagged at each entry point
  *   [any]      Any thread, at any time.
@@ -25,7 +28,8 @@
  * of luma, then V, then U, each of (height + 1) / 2 rows of (stride + 1) / 2 bytes.
  * Coded frames are whole access units, in coding order. H.264 and H.265: four bytes of length, big-endian, in front of
  * each NAL unit, and the parameter sets as units in front of every key frame. A frame's timecode is that of its
- * decoding, its offset what presentation lies behind that: 0 in an encoder without B pictures.
+ * decoding, its offset what presentation lies behind that: 0 in an encoder without B pictures. Timecodes rise from frame
+ * to frame, and each picture that was taken is answered by one frame, whose timecode and offset add up to the picture's.
  */
 #ifndef QVS_VIDEO_ENCODER_H
 #define QVS_VIDEO_ENCODER_H

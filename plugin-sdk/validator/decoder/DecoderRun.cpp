@@ -63,6 +63,7 @@ uint32_t DecoderRun::add(const CodedFrame& frame) {
   auto next = std::make_unique<GuardedBytes>("a coded unit", kOffset + frame.bytes.size());
   std::copy(frame.bytes.begin(), frame.bytes.end(), next->data() + kOffset);
   next->makeReadOnly("a coded unit, to write it");
+  if (unit != nullptr) unit->revoke("a coded unit whose successor has come");
   const uint32_t status =
       QVS_DECODER_CALL(*this, addFrame, next->data(), kOffset, static_cast<uint32_t>(frame.bytes.size()),
                        frame.timecode, frame.type);
