@@ -39,6 +39,9 @@ public final class WatchBench {
   private final List<MediaPacket> packets = new ArrayList<>();
   private final SessionSettings settings;
 
+  // As many scrapes as a service has answered after some minutes.
+  private int warmUps = 300;
+
   private WatchBench(Path clip) throws Exception {
     NativeLibraries.loadMedia();
     SessionSettings.Builder builder = SessionSettings.of("bench").parallel(true);
@@ -68,6 +71,7 @@ public final class WatchBench {
       server.add(session.counters());
       lines.watch(session.counters());
       String graph = server.url().replace("/metrics", "/sessions/" + session.counters().id() + "/graph.svg");
+      for (; warmUps > 0; warmUps--) read(server.url(), graph);
       scraper.scheduleAtFixedRate(() -> read(server.url(), graph), 1, 1, TimeUnit.SECONDS);
       return feed(session);
     } finally {

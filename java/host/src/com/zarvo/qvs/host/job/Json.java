@@ -1,11 +1,13 @@
 package com.zarvo.qvs.host.job;
 
 import java.util.Collection;
-import java.util.Locale;
 import java.util.Map;
 
 /** Writes maps, lists, texts, numbers, truth values and null as JSON. */
 public final class Json {
+  private static final long SCALE = 10_000;
+  private static final double MAX_FIXED = 1e14;
+
   private Json() {}
 
   /** Indented, for people too. */
@@ -28,8 +30,7 @@ public final class Json {
     if (value == null || value instanceof Boolean || value instanceof Integer || value instanceof Long) {
       out.append(value);
     } else if (value instanceof Number number) {
-      double d = number.doubleValue();
-      out.append(Double.isFinite(d) ? String.format(Locale.ROOT, "%.4f", d) : "null");
+      appendFixed(out, number.doubleValue());
     } else if (value instanceof Map<?, ?> map) {
       String inner = lineBreak.isEmpty() ? "" : lineBreak + "  ";
       String separator = "{" + inner;
@@ -53,6 +54,23 @@ public final class Json {
     } else {
       appendText(out, value.toString());
     }
+  }
+
+  // Four decimals. Lines of progress are written for as long as the work goes on: a formatter would cost ten times that.
+  private static void appendFixed(StringBuilder out, double value) {
+    if (!Double.isFinite(value)) {
+      out.append("null");
+      return;
+    }
+    if (Math.abs(value) > MAX_FIXED) {
+      out.append(value);
+      return;
+    }
+    long scaled = Math.round(Math.abs(value) * SCALE);
+    if (value < 0 && scaled > 0) out.append('-');
+    out.append(scaled / SCALE).append('.');
+    String fraction = Long.toString(SCALE + scaled % SCALE);
+    out.append(fraction, 1, fraction.length());
   }
 
   private static void appendText(StringBuilder out, String text) {
