@@ -42,8 +42,8 @@ INSTANTIATE_TEST_SUITE_P(Plugins, SoundPlugin,
                                          "--leak 60000 " QVS_SHIPPED_X265, QVS_EXAMPLE_ENCODER,
                                          QVS_TEMPLATE_ENCODER));
 
-// With the fakes of a driver and of a runtime in place of a card, which together with the stock loaders in front of them
-// keep some hundred bytes a session. H.265's encoder behind them is libx265.
+// With the fakes of a driver and of a runtime in place of a card, whose threads keep small blocks: the measure of memory
+// is coarse by some hundred bytes a session. H.265's encoder behind them is libx265.
 class CardPlugin : public testing::TestWithParam<const char*> {};
 
 TEST_P(CardPlugin, KeepsTheContractOnAFakeCard) {
