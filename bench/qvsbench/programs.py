@@ -1,6 +1,7 @@
 """Benches that are programs of their own and print JSON lines: {"name": ..., "ratio": ...} or {"name": ..., "ms": ...}."""
 import json
 import os
+import shutil
 import sys
 
 from qvsbench.process import run
@@ -10,7 +11,7 @@ PICTURE = ["picture-bench", "nv12-bench"]
 
 def collect(report, commands):
     for command in commands:
-        if not os.path.exists(command[0]):
+        if not shutil.which(command[0]):
             print(f"bench: {os.path.basename(command[0])} is not built, its figures are left out", file=sys.stderr)
             continue
         for line in run(command).output.splitlines():

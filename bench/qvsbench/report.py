@@ -46,6 +46,7 @@ FIGURES = {
     "replacement.lost": ("max", 0.0, "pictures lost or twice, a 720p30 rung whose encoder fails, hangs or is late"),
     "replacement.gap_ms": ("max", 150.0, "failed call to the rung's next packet, p95, beyond the call's deadline, ms"),
     "replacement.gap_worst_ms": (None, 0, "the same, the longest"),
+    "metrics.cpu_cost": ("max", 1.003, "CPU, 720p H.264 ladder with progress, scrapes and flight recording / without"),
     "resample.snr_db": ("min", 93.0, "swept sine 20 to 16000 Hz, 44100 to 48000 stereo, 16 bits, dB"),
     "resample.times_real_time": ("min", 2000.0, "44100 to 48000 stereo in blocks of 1024, one core"),
     "resample.speed_vs_libswresample": ("min", 0.95, "the same / libswresample called directly, same settings"),

@@ -5,9 +5,7 @@ namespace qvs::plugins {
 namespace {
 
 std::string describe() {
-  const std::string name = std::string("quicksync-") + QVS_QUICKSYNC_CODEC.name;
-  const PluginDescription plugin{name.c_str(), QVS_QUICKSYNC_CODEC.name, "the media runtime behind libvpl",
-                                 8192, 8192};
+  const PluginDescription plugin{"quicksync", QVS_QUICKSYNC_CODEC.name, "libvpl", 8192, 8192};
   return KeyTable<QuickSyncEncoderSettings>::describe(plugin, quickSyncEncoderKeys());
 }
 

@@ -45,8 +45,8 @@ StreamInfo streamOf(const mfxFrameInfo& info) {
 
 }  // namespace
 
-const QuickSyncDecoderCodec kQuickSyncDecodeH264{"h264", MFX_CODEC_AVC, true};
-const QuickSyncDecoderCodec kQuickSyncDecodeMP2{"mp2", MFX_CODEC_MPEG2, false};
+const QuickSyncDecoderCodec kQuickSyncDecodeH264{"H.264", MFX_CODEC_AVC, true};
+const QuickSyncDecoderCodec kQuickSyncDecodeMP2{"MPEG-2", MFX_CODEC_MPEG2, false};
 
 std::span<const KeyRow<QuickSyncDecoderSettings>> quickSyncDecoderKeys() {
   using S = QuickSyncDecoderSettings;

@@ -17,7 +17,7 @@ namespace qvs::plugins {
 
 /// What tells one decoder library from another.
 struct QuickSyncDecoderCodec {
-  const char* name;  ///< "h264"
+  const char* name;  ///< "H.264"
   mfxU32 id;         ///< MFX_CODEC_
   bool lengthPrefixed;
 };

@@ -26,8 +26,8 @@ mfxExtBuffer* emptied(Record& record, mfxU32 id) {
 
 }  // namespace
 
-const QuickSyncCodec kQuickSyncH264{"h264", MFX_CODEC_AVC, 0, 7, 0, 0x1F};
-const QuickSyncCodec kQuickSyncH265{"h265", MFX_CODEC_HEVC, 1, 32, 1, 0x3F};
+const QuickSyncCodec kQuickSyncH264{"H.264", MFX_CODEC_AVC, 0, 7, 0, 0x1F};
+const QuickSyncCodec kQuickSyncH265{"H.265", MFX_CODEC_HEVC, 1, 32, 1, 0x3F};
 
 std::span<const KeyRow<QuickSyncEncoderSettings>> quickSyncEncoderKeys() {
   using S = QuickSyncEncoderSettings;

@@ -14,7 +14,7 @@ namespace qvs::plugins {
 
 /// What tells one encoder library from another.
 struct QuickSyncCodec {
-  const char* name;    ///< "h264"
+  const char* name;    ///< "H.264"
   mfxU32 id;           ///< MFX_CODEC_
   mfxU16 idrInterval;  ///< of the runtime's counting, for which each I picture of its grid is an IDR picture
   uint8_t sequenceUnit;   ///< type of the NAL unit that begins a key frame's parameter sets

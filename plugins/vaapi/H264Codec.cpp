@@ -180,6 +180,6 @@ class H264Codec : public VaCodec {
 
 }  // namespace
 
-const CodecRow kCodecRow{"h264-vaapi", "H.264", [] { return std::unique_ptr<VaCodec>(new H264Codec); }};
+const CodecRow kCodecRow{"vaapi", "H.264", [] { return std::unique_ptr<VaCodec>(new H264Codec); }};
 
 }  // namespace qvs::vaapi

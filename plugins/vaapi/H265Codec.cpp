@@ -183,6 +183,6 @@ class H265Codec : public VaCodec {
 
 }  // namespace
 
-const CodecRow kCodecRow{"h265-vaapi", "H.265", [] { return std::unique_ptr<VaCodec>(new H265Codec); }};
+const CodecRow kCodecRow{"vaapi", "H.265", [] { return std::unique_ptr<VaCodec>(new H265Codec); }};
 
 }  // namespace qvs::vaapi

@@ -18,6 +18,8 @@ class RateParameters {
   void setBitRate(uint32_t bitsPerSecond);
   void add(ParameterList& out) const;
 
+  bool isControlled() const { return controlled; }
+
   /// Bits per second that the stream may reach.
   uint32_t highest() const { return rate.record.bits_per_second; }
 

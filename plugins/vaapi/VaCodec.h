@@ -110,7 +110,7 @@ class VaCodec {
 
 /// What tells one plug-in library from another.
 struct CodecRow {
-  const char* name;    ///< of the plug-in, "h264-vaapi"
+  const char* name;    ///< of the plug-in
   const char* codecs;  ///< as `describe` has it
   std::unique_ptr<VaCodec> (*make)();
 };

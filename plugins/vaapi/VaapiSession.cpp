@@ -140,6 +140,7 @@ int32_t VaapiSession::open() {
   wait.begin(display.handle(), settings.syncTimeout);
   submitted = collected = 0;
   sinceKey = keyNumber = 0;
+  keyInterval = common.keyFrameFollow ? 0 : static_cast<uint32_t>(settings.keyFrameInterval);
   rateChanged = false;
   return QVS_PLUGIN_OK;
 }
@@ -242,6 +243,8 @@ int32_t VaapiSession::drain() {
 }
 
 int32_t VaapiSession::changeBitRate(uint32_t bitsPerSecond) {
+  if (!rate.isControlled()) return fail(QVS_PLUGIN_NO_VBR, "a constant quantizer has no bit rate to change");
+  if (bitsPerSecond == 0) return fail(QVS_PLUGIN_INIT_ENCODER, "a bit rate of 0");
   rate.setBitRate(bitsPerSecond);
   codec->setBitRate(rate.highest());
   rateChanged = true;
@@ -254,7 +257,7 @@ Outcome VaapiSession::submit(const Picture& picture) {
   Outcome result = upload.put(picture, slot.surface, at);
   if (result.failed()) return result;
 
-  const bool due = !common.keyFrameFollow && sinceKey >= static_cast<uint64_t>(settings.keyFrameInterval);
+  const bool due = keyInterval != 0 && sinceKey >= keyInterval;
   PictureState state{};
   state.key = picture.key || submitted == 0 || due;
   if (state.key) {

@@ -74,6 +74,7 @@ class VaapiSession : public plugins::KeyedSession<VaapiSettings> {
   uint64_t collected = 0;
   uint32_t sinceKey = 0;
   uint32_t keyNumber = 0;
+  uint32_t keyInterval = 0;  ///< 0: key frames only where asked for
   bool rateChanged = false;
   ParameterList parameters;
   std::vector<VABufferID> buffers;  ///< of the picture at hand

@@ -68,6 +68,6 @@ class Vp9Codec : public VaCodec {
 
 }  // namespace
 
-const CodecRow kCodecRow{"vp9-vaapi", "VP9", [] { return std::unique_ptr<VaCodec>(new Vp9Codec); }};
+const CodecRow kCodecRow{"vaapi", "VP9", [] { return std::unique_ptr<VaCodec>(new Vp9Codec); }};
 
 }  // namespace qvs::vaapi

@@ -39,7 +39,7 @@ int32_t X265Session::begin() {
     const std::string level = std::to_string(opened.level);
     return fail(QVS_PLUGIN_CREATE_ENCODER,
                 "x265_encoder_open failed; libx265 gives no reason" +
-                    (opened.level != 0 ? ", is level " + level + " too low, or none?" : std::string()));
+                    (opened.level != 0 ? ", is level " + level + " too low?" : std::string()));
   }
   x265().picture_init(parameters.get(), input.get());
   x265().picture_init(parameters.get(), coded.get());

@@ -23,7 +23,7 @@ constexpr KeyRow<S> kRows[] = {
     {80008, "vbvBuffer", &S::vbvBuffer, -1, 2e9, "bits, 0 a second of the largest rate, -1 no buffer"},
     {80009, "keyFrameInterval", &S::keyFrameInterval, 1, 1e6, "most pictures from key frame to key frame, where they don't follow requests alone"},
     {80010, "bFrames", &S::bFrames, 0, 16, "B pictures in a row; each holds pictures back"},
-    {80011, "references", &S::references, 0, 16, "reference pictures, 0 as the preset has it"},
+    {80011, "references", &S::references, 0, 8, "reference pictures, 0 as the preset has it; at most 6 with B pictures"},
     {80012, "lookAhead", &S::lookAhead, 0, 250, "pictures held back to plan ahead, more than bFrames where there are any"},
     {80013, "threads", &S::threads, 0, 128, "of the session's pool, 0 this machine's share: affinity and quota of the control groups"},
     {80014, "frameThreads", &S::frameThreads, 0, 16, "pictures coded side by side, each but the first held back; 0 by the pool's size"},
@@ -42,6 +42,8 @@ constexpr KeyRow<S> kRows[] = {
 
 constexpr const char* kTunes[] = {nullptr, "psnr", "ssim", "grain", "fastdecode", "animation"};
 constexpr const char* kProfiles[] = {nullptr, "main", "main-intra"};
+constexpr int64_t kLevels[] = {10, 20, 21, 30, 31, 40, 41, 50, 51, 52, 60, 61, 62};
+constexpr int64_t kMostReferencesWithB = 6;
 constexpr int kMaxSide = 8192;
 constexpr int kLeastBlock = 16;
 
@@ -49,6 +51,18 @@ bool fits(CodedSize size, std::string& problem) {
   if (std::min(size.width, size.height) >= kLeastBlock && std::max(size.width, size.height) <= kMaxSide)
     return true;
   problem = "libx265 codes pictures with sides of 16 to 8192";
+  return false;
+}
+
+// libx265 would refuse these without a word.
+bool agree(const S& settings, std::string& problem) {
+  if (settings.level != 0 &&
+      std::find(std::begin(kLevels), std::end(kLevels), settings.level) == std::end(kLevels)) {
+    problem = "level " + std::to_string(settings.level) + " is none of H.265's";
+    return false;
+  }
+  if (settings.bFrames == 0 || settings.references <= kMostReferencesWithB) return true;
+  problem = "with B pictures there are at most 6 references";
   return false;
 }
 
@@ -126,7 +140,8 @@ void X265Settings::storeRates(const H26xRates& rates, x265_param& param) {
 bool X265Settings::store(const CommonSettings& common, x265_param& param, std::string& problem) const {
   const CodedSize size = codedSize(common);
   H26xRates rates;
-  if (!fits(size, problem) || !rates.set(*this, common.bitRate, problem)) return false;
+  if (!fits(size, problem) || !agree(*this, problem) || !rates.set(*this, common.bitRate, problem))
+    return false;
   if (x265().param_default_preset(&param, x265_preset_names[preset], kTunes[tune]) < 0) {
     problem = "libx265 refuses preset and tune";
     return false;

@@ -45,6 +45,8 @@ class VideoFrameBufferSet {
   uint32_t getScaleImplementation() const { return scaleSetData->implementation; }
   void setScaleFlags(uint64_t value) { scaleSetData->flags = value; }
   uint64_t getScaleFlags() const { return scaleSetData->flags; }
+  /// How the pool's pictures are scaled; frames that join it share this.
+  const std::shared_ptr<VideoScaleSetData>& getScaleSetData() const { return scaleSetData; }
   void setScaleCUDADeviceID(int32_t value) { scaleSetData->cuda.deviceID = value; }
   void setCUDADeviceId(int32_t value) { scaleSetData->cuda.deviceID = value; }
   VideoScaleSetDataCUDA& getScaleSetDataCUDA() { return scaleSetData->cuda; }

@@ -14,6 +14,8 @@
 #include "audio/AudioEncoderAAC.h"
 #include "audio/AudioEncoderOpus.h"
 #include "audio/AudioEncoderVorbis.h"
+#include "capture/AudioDecoderCapture.h"
+#include "capture/VideoDecoderCapture.h"
 #include "contract/HardwareInfo.h"
 #include "contract/StageIds.h"
 #include "video/decoders/hosts/VideoDecoderPluginHost.h"
@@ -53,7 +55,7 @@ constexpr uint32_t kAudioLayer3 = 3;
 
 // clang-format off
 constexpr VideoDecoderRow kCaptureVideoDecoder =
-    {0, kAny, nullptr, 0, kNative, "VideoDecoderCapture", "Capture: default"};
+    {0, kAny, nullptr, 0, kNative, "VideoDecoderCapture", "Capture: default", make<IVideoDecoder, VideoDecoderCapture>};
 
 constexpr VideoDecoderRow kVideoDecoders[] = {
     {kVideoCodecSorenson, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "SorensonSpark: default", make<IVideoDecoder, VideoDecoderMP4>},
@@ -96,7 +98,7 @@ constexpr VideoEncoderRow kVideoEncoders[] = {
 };
 
 constexpr AudioDecoderRow kCaptureAudioDecoder =
-    {0, kAny, nullptr, 0, kNative, "AudioDecoderCapture", "Capture: default"};
+    {0, kAny, nullptr, 0, kNative, "AudioDecoderCapture", "Capture: default", make<IAudioDecoder, AudioDecoderCapture>};
 
 constexpr AudioDecoderRow kAudioDecoders[] = {
     {kAudioCodecMPEG, kAudioLayer3, nullptr, 0, kNative, "AudioDecoderMP2", "MP3: default", make<IAudioDecoder, AudioDecoderMP2>},

@@ -86,7 +86,10 @@ bool SessionDriver::wire() {
 }
 
 bool SessionDriver::wireDecoder() {
-  if (!QVS_DID(videoDecoderCreate(0, setup.codec, setup.codecVersion, 8, 0, setup.fourcc))) return false;
+  const uint32_t type = setup.captureDevice >= 0 ? kDecoderTypeCapture : 0;
+  if (!QVS_DID(videoDecoderCreate(type, setup.codec, setup.codecVersion, 8, 0, setup.fourcc))) return false;
+  if (type == kDecoderTypeCapture && !QVS_DID(videoDecoderSetCaptureDevice(setup.captureDevice)))
+    return false;
   for (const auto& [key, value] : setup.decoderParameters) {
     if (!QVS_DID(videoDecoderSetParameterValueLong(key, value))) return false;
   }

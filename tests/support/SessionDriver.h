@@ -40,6 +40,7 @@ struct SessionSetup {
   uint64_t scalerFlags = 0;
   std::vector<RungSetup> rungs = {};
   ParameterValues decoderParameters = {};
+  int32_t captureDevice = -1;  ///< reads this device, whatever is fed, instead of a stream
   /// Where coded units go; without one they are kept.
   std::function<void(uint32_t rung, const VideoFrameEncoded& unit)> sink = {};
   /// Before a rung's parameters are applied.

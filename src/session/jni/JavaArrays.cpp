@@ -56,6 +56,30 @@ LocalRef<jbyteArray> newByteArray(JNIEnv* env, std::span<const uint8_t> bytes) {
   return array;
 }
 
+LocalRef<jintArray> newIntArray(JNIEnv* env, std::span<const int32_t> values) {
+  const auto length = static_cast<jsize>(values.size());
+  LocalRef<jintArray> array(env, env->NewIntArray(length));
+  if (!array) {
+    clearFailure(env);
+  } else {
+    env->SetIntArrayRegion(array.get(), 0, length, values.data());
+  }
+  return array;
+}
+
+LocalRef<jintArray> newIntArray(JNIEnv* env, std::span<const uint32_t> values) {
+  return newIntArray(env, std::span(reinterpret_cast<const int32_t*>(values.data()), values.size()));
+}
+
+size_t readIntArray(JNIEnv* env, jintArray array, std::span<uint32_t> values) {
+  const size_t there = array != nullptr ? static_cast<size_t>(env->GetArrayLength(array)) : 0;
+  const size_t count = std::min(there, values.size());
+  if (count != 0) {
+    env->GetIntArrayRegion(array, 0, static_cast<jsize>(count), reinterpret_cast<jint*>(values.data()));
+  }
+  return count;
+}
+
 PinnedBytes::PinnedBytes(JNIEnv* env, jbyteArray array)
     : env(env), array(array), elements(env->GetByteArrayElements(array, nullptr)) {
   if (elements == nullptr) clearFailure(env);

@@ -13,6 +13,7 @@
 
 #include "platform/FreeDeleter.h"
 #include "session/jni/LocalRef.h"
+#include "session/jni/Lookup.h"
 
 namespace qvs {
 
@@ -97,5 +98,26 @@ struct JavaArrayOf<double> {
     env->SetDoubleArrayRegion(array, 0, len, from);
   }
 };
+
+/// A new Java array of long or double with a copy of the numbers; null, without an exception, where memory failed.
+template <typename Value>
+LocalRef<typename JavaArrayOf<Value>::Array> newNumberArray(JNIEnv* env, std::span<const Value> values) {
+  using Arrays = JavaArrayOf<Value>;
+  const auto length = static_cast<jsize>(values.size());
+  LocalRef<typename Arrays::Array> array(env, Arrays::make(env, length));
+  if (!array) {
+    clearFailure(env);
+  } else {
+    Arrays::set(env, array.get(), length, values.data());
+  }
+  return array;
+}
+
+/// The same for 32-bit numbers.
+LocalRef<jintArray> newIntArray(JNIEnv* env, std::span<const int32_t> values);
+LocalRef<jintArray> newIntArray(JNIEnv* env, std::span<const uint32_t> values);
+
+/// Reads as many as both have room for; how many those are. A null array has none.
+size_t readIntArray(JNIEnv* env, jintArray array, std::span<uint32_t> values);
 
 }  // namespace qvs

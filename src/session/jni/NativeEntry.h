@@ -37,6 +37,11 @@ inline jlong failEntry(TranscoderSession& session, const char* label, const Fail
   return kEntryFailure;
 }
 
+/// Through the log of a session, or of the process where there is none.
+inline jlong failEntry(TranscoderSession* session, const char* label, const Failure& failure) {
+  return session != nullptr ? failEntry(*session, label, failure) : failEntry(label, failure);
+}
+
 inline constexpr Failure kBytesOutside = {.reason =
                                               "The array doesn't hold the bytes, or there is no memory"};
 inline constexpr Failure kNoHolder = {.reason = "The object for the number lacks its field"};

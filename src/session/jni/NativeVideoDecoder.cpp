@@ -53,7 +53,7 @@ QVS_NATIVE(videoDecoderBufferGetVideoFrame)
 (JNIEnv* env, jobject, jlong classPtr, jlong decoderBufferSetIndex, jobject nativeVideoFrame) {
   const auto read = [&](TranscoderSession& session) {
     return readPicture(
-        env, session, QVS_LABEL(videoDecoderBufferGetVideoFrame), nativeVideoFrame,
+        env, &session, QVS_LABEL(videoDecoderBufferGetVideoFrame), nativeVideoFrame,
         [&](uint8_t** buffer, uint32_t* len, uint32_t* width, uint32_t* height, uint64_t* timecode) {
           return session.videoDecoderGetFrameBGRA(static_cast<uint32_t>(decoderBufferSetIndex), buffer, len,
                                                   width, height, timecode);

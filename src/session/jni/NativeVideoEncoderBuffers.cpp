@@ -86,7 +86,7 @@ QVS_NATIVE(videoEncoderBufferGetVideoFrame)
  jobject nativeVideoFrame) {
   const auto read = [&](TranscoderSession& session) {
     return readPicture(
-        env, session, QVS_LABEL(videoEncoderBufferGetVideoFrame), nativeVideoFrame,
+        env, &session, QVS_LABEL(videoEncoderBufferGetVideoFrame), nativeVideoFrame,
         [&](uint8_t** buffer, uint32_t* len, uint32_t* width, uint32_t* height, uint64_t* timecode) {
           return session.videoEncoderGetFrameBGRA(static_cast<uint32_t>(encoderBufferSetIndex),
                                                   static_cast<uint32_t>(encoderBufferIndex), buffer, len,

@@ -47,7 +47,7 @@ std::unique_ptr<VideoOverlayFrame> convertToVideoOverlayFrame(JNIEnv* env, Trans
   return frame;
 }
 
-jlong readPicture(JNIEnv* env, TranscoderSession& session, const char* label, jobject nativeVideoFrame,
+jlong readPicture(JNIEnv* env, TranscoderSession* session, const char* label, jobject nativeVideoFrame,
                   const GetFrameBGRA& getFrameBGRA) {
   const LocalRef<jclass> cls = classOf(env, nativeVideoFrame);
   const RecordFields fields(env, cls.get(), kVideoFrame);

@@ -20,9 +20,10 @@ std::unique_ptr<VideoOverlayFrame> convertToVideoOverlayFrame(JNIEnv* env, Trans
 /// status.
 using GetFrameBGRA = std::function<uint32_t(uint8_t**, uint32_t*, uint32_t*, uint32_t*, uint64_t*)>;
 
-/// Reads a picture as BGRA into a Java object, in the size that the object asks for. 0 with an unchanged
+/// Reads a picture as BGRA into a Java object, in the size that the object asks for; failures go to the log of
+/// `session`, or of the process. 0 with an unchanged
 /// object when there is no picture.
-jlong readPicture(JNIEnv* env, TranscoderSession& session, const char* label, jobject nativeVideoFrame,
+jlong readPicture(JNIEnv* env, TranscoderSession* session, const char* label, jobject nativeVideoFrame,
                   const GetFrameBGRA& getFrameBGRA);
 
 }  // namespace qvs

@@ -45,7 +45,7 @@ void setParams(x265_param& param, const SoftwareSettings& settings) {
   param.frameNumThreads = 1;
   param.maxNumReferences = 1;
   // No pool of threads: a test runs many of these.
-  x265_param_parse(&param, "pools", "none");
+  param.numaPools = "none";
   x265_param_parse(&param, "wpp", "0");
   param.rc.rateControlMode = X265_RC_CQP;
   param.rc.qp = static_cast<int>(settings.qp);

@@ -175,8 +175,9 @@ VAStatus EncodeContext::encode(FakeSurface& surface, FakeBuffer& coded) {
   const SoftwarePicture given{surface.memory.data(), surface.chroma(), surface.pitch, count++, key};
   SoftwareCoded made;
   if (!encoder->encode(given) || !encoder->take(made)) return VA_STATUS_ERROR_ENCODING_ERROR;
-  const bool rewritten =
-      isH264(config.profile) && (!packedSets.empty() || faultScript().is("headers", "off"));
+  const FaultScript& script = faultScript();
+  const bool rewritten = isH264(config.profile) && !script.is("encoder", "off") &&
+                         (!packedSets.empty() || script.is("headers", "off"));
   coded.coded = rewritten ? withGivenHeaders(made.bytes) : std::move(made.bytes);
   // Of H.265 a decoder has to read the caller's sets; those of x265 behind them take their place.
   if (key && config.profile == VAProfileHEVCMain) {

@@ -39,6 +39,7 @@ class Bits {
     const auto code = static_cast<int32_t>(golomb());
     return code % 2 != 0 ? (code + 1) / 2 : -(code / 2);
   }
+  bool isPastEnd() const { return at > bytes.size() * 8; }
   void align() { at = (at + 7) / 8 * 8; }
 
   std::vector<uint8_t> bytes;
@@ -55,14 +56,14 @@ struct Header {
 
 void skipReordering(Bits& in) {
   if (in.take(1) == 0) return;
-  while (in.golomb() != 3) in.golomb();
+  while (!in.isPastEnd() && in.golomb() != 3) in.golomb();
 }
 
 void skipMarking(Bits& in, bool key) {
   if (key) {
     in.take(2);
   } else if (in.take(1) != 0) {
-    for (uint32_t operation; (operation = in.golomb()) != 0;) {
+    for (uint32_t operation; !in.isPastEnd() && (operation = in.golomb()) != 0;) {
       if (operation != 5) in.golomb();
       if (operation == 3) in.golomb();
     }

@@ -94,8 +94,6 @@ mfxStatus VplEncoder::reset(const mfxVideoParam& wanted) {
   const auto* option = attachedRecord<mfxExtEncoderResetOption>(wanted, MFX_EXTBUFF_ENCODER_RESET_OPTION);
   const SoftwareSettings settings = settingsOf(wanted.mfx);
   if (option != nullptr && option->StartNewSequence == MFX_CODINGOPTION_OFF) {
-    // libx265 follows a change too badly to be taken for a card: H.265 begins anew, as some runtimes do.
-    if (wanted.mfx.CodecId == MFX_CODEC_HEVC) return MFX_ERR_INCOMPATIBLE_VIDEO_PARAM;
     return software->setBitRate(settings.bitRate, settings.maxBitRate) ? MFX_ERR_NONE
                                                                        : MFX_ERR_INVALID_VIDEO_PARAM;
   }

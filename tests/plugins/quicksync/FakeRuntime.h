@@ -12,7 +12,7 @@ namespace qvs::test {
 /// sessions.
 class FakeRuntime {
  public:
-  FakeRuntime() { library.open(QVS_FAKE_VPL_DIR "/libmfx-gen.so.1.2"); }
+  FakeRuntime() { script(""); }
   ~FakeRuntime() { script(""); }
 
   void script(const std::string& text) const { call<void (*)(const char*)>("qvsFakeScript")(text.c_str()); }
@@ -23,10 +23,15 @@ class FakeRuntime {
 
  private:
   template <typename Function>
-  Function call(const char* name) const {
-    return library.symbol<Function>(name);
+  static Function call(const char* name) {
+    // Never closed: it keeps its script for the process.
+    static const SharedLibrary* library = [] {
+      auto* opened = new SharedLibrary;
+      opened->open(QVS_FAKE_VPL_DIR "/libmfx-gen.so.1.2");
+      return opened;
+    }();
+    return library->symbol<Function>(name);
   }
-  SharedLibrary library;
 };
 
 /// The file of a plug-in for this codec.

@@ -39,7 +39,7 @@ struct Free {
 /// B pictures in it, so that times ride through reordering.
 Stream h264Stream(uint32_t width, uint32_t height, uint32_t count, uint64_t first) {
   Stream stream;
-  QuickSyncEncoding encoder(quickSyncLibrary("encoder", "h264"), width, height);
+  QuickSyncEncoding encoder(quickSyncLibrary("encoder", "h264"), width, height, 120000);
   encoder.set(50009, 2);
   EXPECT_EQ(encoder.open(), 0) << encoder.problem();
   EXPECT_EQ(encoder.run(count, first, 10), 0);
@@ -164,6 +164,9 @@ TEST_P(QuickSyncDecoder, DecodesWhatLibavcodecDecodes) {
   constexpr uint64_t kFirst = 1700000000123;
   for (const int64_t depth : {1, 4}) {
     const Stream coded = stream(176, 112, 24, kFirst);
+    // Lengths of 256 and more begin like a start code.
+    EXPECT_TRUE(isMpeg2() || std::any_of(coded.units.begin(), coded.units.end(),
+                                         [](const EncodedUnit& unit) { return unit.bytes[2] == 1; }));
     DecoderRun run(library());
     run.key(kAsyncDepth, depth);
     ASSERT_EQ(run.open(), 0) << run.problem();
@@ -272,7 +275,7 @@ TEST_P(QuickSyncDecoder, WaitsForACardButNotForEver) {
       status = run.add(coded.units[i].bytes, shownAt(coded.units[i]));
     }
     if (status == 0) status = run.flush();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1500)) << one.script;
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(5000)) << one.script;
     if (*one.problem != 0) {
       EXPECT_THAT(run.problem(), HasSubstr(one.problem));
     } else {

@@ -92,7 +92,7 @@ TEST_P(QuickSyncEncoder, CodesThePicturesItIsGiven) {
 }
 
 TEST_P(QuickSyncEncoder, KeepsAsManyPicturesUnderWayAsAsked) {
-  runtime.script("latency=600");
+  runtime.script("latency=1000");
   QuickSyncEncoding run(library(), 160, 96);
   run.set(kAsyncDepth, 4);
   ASSERT_EQ(run.open(), 0) << run.problem();
@@ -155,8 +155,7 @@ TEST_P(QuickSyncEncoder, FollowsANewBitRate) {
     size_t bytes[2] = {0, 0};  // behind the key frames of both
     for (uint32_t i = 0; i < 60; ++i) bytes[i / 30] += i % 30 < 10 ? 0 : run.units[i].bytes.size();
     EXPECT_GT(bytes[0], 2 * bytes[1]) << way;
-    EXPECT_EQ(keysOf(run),
-              way == 0 && codec() == 7 ? std::vector<uint32_t>{0} : (std::vector<uint32_t>{0, 30}));
+    EXPECT_EQ(keysOf(run), way == 0 ? std::vector<uint32_t>{0} : (std::vector<uint32_t>{0, 30}));
     EXPECT_EQ(play(run.units, codec()).size(), 60u);
   }
 }
@@ -231,7 +230,7 @@ TEST_P(QuickSyncEncoder, WaitsForACardButNotForEver) {
     if (status == 0) {
       EXPECT_EQ(play(run.units, codec()).size(), 6u) << one.script;
     }
-    EXPECT_LT(spent, 1500) << one.script;
+    EXPECT_LT(spent, 5000) << one.script;
   }
 }
 

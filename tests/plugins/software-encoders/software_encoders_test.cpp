@@ -28,22 +28,17 @@ constexpr Row kX264{"libqvs-vencoder-h264-x264.so", 7, 70000};
 constexpr Row kX265{"libqvs-vencoder-h265-x265.so", 12, 80000};
 constexpr Row kMainConcept{"libqvs-vencoder-h265-mainconcept.so", 12, 80000};
 enum Key : uint32_t {
-  kPreset,
+  kPreset = 0,
   kProfile = 2,
-  kLevel,
-  kRateControl,
-  kQuality,
-  kQp,
-  kMaxRate,
-  kBuffer,
-  kInterval,
-  kBFrames,
+  kLevel = 3,
+  kRateControl = 4,
+  kQuality = 5,
+  kInterval = 9,
+  kBFrames = 10,
+  kReferences = 11,
   kLookAhead = 12,
-  kThreads,
-  kFrameThreads,
-  kSlices,
-  kOpenGop,
-  kColor = 21
+  kThreads = 13,
+  kFrameThreads = 14
 };
 
 std::vector<MediaBytes> nalUnits(const MediaBytes& bytes) {
@@ -220,7 +215,11 @@ TEST_P(SoftwareEncoders, RefuseInWords) {
       {64, 0, {{kRateControl, 1}}, "capped quality needs"},
       {64, 100'000, {{kLevel, 15}}, row.codec == 7 ? "invalid level_idc" : "level 15"}};
   if (row.codec == 7) refusals.push_back({64, 100'000, {{kProfile, 1}, {kBFrames, 1}}, "baseline has no B"});
-  if (row.codec == 12) refusals.push_back({8194, 100'000, {}, "16 to 8192"});
+  if (row.codec == 12) {
+    refusals.push_back({8194, 100'000, {}, "16 to 8192"});
+    refusals.push_back({640, 100'000, {{kLevel, 10}}, "is level 10 too low"});
+    refusals.push_back({64, 100'000, {{kBFrames, 1}, {kReferences, 7}}, "at most 6 references"});
+  }
   for (const Refusal& refusal : refusals) {
     PluginEncoder encoder(row.library, refusal.width, 64, refusal.bitRate);
     for (const auto& [number, value] : refusal.settings) EXPECT_EQ(encoder.set(key(number), value), 0);

@@ -305,6 +305,7 @@ TEST(VaapiHeaders, TellColorsAndLevel) {
   EXPECT_EQ(shape.primaries, 1);
   EXPECT_EQ(shape.range, 2);
   EXPECT_NEAR(shape.frameRate, 25, 0.01);
+  EXPECT_EQ(encoder.plugin.call(&pluginVideoEncoder::func_updateBitrate, 900'000u), QVS_PLUGIN_NO_VBR);
   EXPECT_EQ(encoder.set(kPacked, 2), QVS_PLUGIN_INIT_ENCODER);
   EXPECT_THAT(encoder.problem(), HasSubstr("packedHeaders"));
 }

@@ -7,6 +7,7 @@ import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.session.SessionLog;
 import java.io.IOException;
+import java.io.PrintStream;
 import java.nio.file.FileSystemException;
 import java.nio.file.Path;
 import java.util.List;
@@ -22,14 +23,14 @@ final class Console {
     return new Progress(System.err, System.console() != null, totalMs);
   }
 
-  static void printRenditions(JobResult result) {
+  static void printRenditions(JobResult result, PrintStream out) {
     if (!result.renditions().isEmpty())
-      System.out.printf("%-12s %-5s %9s %12s %8s  %s%n", "size", "codec", "pictures", "bit rate", "speed", "file");
-    for (JobResult.Rendition rendition : result.renditions()) System.out.println(row(result, rendition));
+      out.printf("%-12s %-5s %9s %12s %8s  %s%n", "size", "codec", "pictures", "bit rate", "speed", "file");
+    for (JobResult.Rendition rendition : result.renditions()) out.println(row(result, rendition));
     if (!result.audioRenditions().isEmpty())
-      System.out.printf("%-12s %-6s %8s %12s %8s  %s%n", "sound", "codec", "packets", "bit rate", "speed", "file");
-    for (JobResult.AudioRendition audio : result.audioRenditions()) System.out.println(row(result, audio));
-    if (result.contactSheet() != null) System.out.println("contact sheet: " + result.contactSheet());
+      out.printf("%-12s %-6s %8s %12s %8s  %s%n", "sound", "codec", "packets", "bit rate", "speed", "file");
+    for (JobResult.AudioRendition audio : result.audioRenditions()) out.println(row(result, audio));
+    if (result.contactSheet() != null) out.println("contact sheet: " + result.contactSheet());
   }
 
   private static String row(JobResult result, JobResult.Rendition rendition) {

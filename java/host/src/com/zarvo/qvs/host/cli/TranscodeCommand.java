@@ -175,6 +175,8 @@ final class TranscodeCommand implements Callable<Integer> {
   @Option(names = "--report", paramLabel = "FILE.json", description = "Write a report, of work that failed too.")
   private Path report;
 
+  @Mixin private WatchOptions watching;
+
   @Option(
       names = "--overwrite",
       description = "Replace renditions that are there already; without it a terminal is asked, else they stay.")
@@ -220,9 +222,9 @@ final class TranscodeCommand implements Callable<Integer> {
             .overwrite(overwrite ? Overwrite.ALWAYS : Console::mayReplace)
             .build();
     TranscodeJob job = new TranscodeJob(settings, Console::progress, main.listenToSignals());
-    if (report == null) return tell(job.run());
-    try (WholeFile file = WholeFile.create(checkedReport())) {
-      run(job, file);
+    try (WholeFile file = report == null ? null : WholeFile.create(checkedReport());
+        WatchOptions.Watchers watchers = watching.open(input)) {
+      run(job.watchedBy(watchers), file, watchers);
     }
     return tell(job.result());
   }
@@ -234,11 +236,14 @@ final class TranscodeCommand implements Callable<Integer> {
     return report;
   }
 
-  private static void run(TranscodeJob job, WholeFile report) throws HostException, IOException {
+  private static void run(TranscodeJob job, WholeFile report, WatchOptions.Watchers watchers)
+      throws HostException, IOException {
     try {
       job.run();
     } catch (HostException | IOException | RuntimeException e) {
       job.result().failed(Console.explain(e));
+      watchers.end(job.result());
+      if (report == null) throw e;
       try {
         report.write(job.result().toJson());
       } catch (IOException second) {
@@ -246,12 +251,13 @@ final class TranscodeCommand implements Callable<Integer> {
       }
       throw e;
     }
-    report.write(job.result().toJson());
+    if (report != null) report.write(job.result().toJson());
+    watchers.end(job.result());
   }
 
   private int tell(JobResult result) {
     Console.printTrouble(result.log());
-    Console.printRenditions(result);
+    Console.printRenditions(result, watching.summary());
     printApart(result);
     if (result.inputTrouble() == null) return 0;
     System.err.println("qvs: " + result.inputTrouble() + "; the renditions end there");

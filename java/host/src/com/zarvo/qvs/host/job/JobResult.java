@@ -51,6 +51,21 @@ public final class JobResult {
     failure = why;
   }
 
+  /** "done", "ended early" or "failed". */
+  public String outcome() {
+    return failure != null ? "failed" : inputTrouble != null ? "ended early" : "done";
+  }
+
+  /** Why it came to nothing; null where it did not. */
+  public String failure() {
+    return failure;
+  }
+
+  /** Seconds that the work took. */
+  public double wallSeconds() {
+    return wallSeconds;
+  }
+
   /** As shown. Null where pictures were left out, or none were found yet. */
   public StreamInfo source() {
     return source;
@@ -170,7 +185,7 @@ public final class JobResult {
     List<Object> audio = new ArrayList<>();
     for (AudioRendition rendition : audioRenditions) audio.add(toMap(rendition));
     Map<String, Object> report = new LinkedHashMap<>();
-    report.put("outcome", failure != null ? "failed" : inputTrouble != null ? "ended early" : "done");
+    report.put("outcome", outcome());
     if (failure != null) report.put("error", failure);
     report.put("input", input);
     report.put("renditions", files);

@@ -4,13 +4,23 @@ import java.util.Collection;
 import java.util.Locale;
 import java.util.Map;
 
-/** Writes maps, lists, texts, numbers, truth values and null as indented JSON. */
-final class Json {
+/** Writes maps, lists, texts, numbers, truth values and null as JSON. */
+public final class Json {
   private Json() {}
 
-  static String write(Object value) {
+  /** Indented, for people too. */
+  public static String write(Object value) {
+    return write(value, "\n");
+  }
+
+  /** In one line. */
+  public static String line(Object value) {
+    return write(value, "");
+  }
+
+  private static String write(Object value, String lineBreak) {
     StringBuilder out = new StringBuilder();
-    append(out, value, "\n");
+    append(out, value, lineBreak);
     return out.append('\n').toString();
   }
 
@@ -21,7 +31,7 @@ final class Json {
       double d = number.doubleValue();
       out.append(Double.isFinite(d) ? String.format(Locale.ROOT, "%.4f", d) : "null");
     } else if (value instanceof Map<?, ?> map) {
-      String inner = lineBreak + "  ";
+      String inner = lineBreak.isEmpty() ? "" : lineBreak + "  ";
       String separator = "{" + inner;
       for (Map.Entry<?, ?> entry : map.entrySet()) {
         out.append(separator);
@@ -32,7 +42,7 @@ final class Json {
       }
       out.append(map.isEmpty() ? "{}" : lineBreak + "}");
     } else if (value instanceof Collection<?> list) {
-      String inner = lineBreak + "  ";
+      String inner = lineBreak.isEmpty() ? "" : lineBreak + "  ";
       String separator = "[" + inner;
       for (Object element : list) {
         out.append(separator);

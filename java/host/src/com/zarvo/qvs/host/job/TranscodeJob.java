@@ -18,11 +18,13 @@ import com.zarvo.qvs.host.session.AudioRefusedException;
 import com.zarvo.qvs.host.session.AudioSettings;
 import com.zarvo.qvs.host.session.AudioSources;
 import com.zarvo.qvs.host.session.EncoderEvent;
+import com.zarvo.qvs.host.session.SessionCounters;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
 import com.zarvo.qvs.host.session.VideoSource;
 import java.io.IOException;
 import java.util.List;
+import java.util.function.Consumer;
 import java.util.function.Function;
 
 /** Makes one file into renditions: reader, session, writers. */
@@ -32,6 +34,7 @@ public final class TranscodeJob {
   private final Interruption interruption;
   private final JobResult result;
   private List<AudioSpec> audioSpecs = List.of();
+  private Consumer<SessionCounters> watcher = counters -> {};
   private Progress progress;
 
   /** `progressOf` makes the progress display for a length in milliseconds, -1 when unknown. */
@@ -40,6 +43,12 @@ public final class TranscodeJob {
     this.progressOf = progressOf;
     this.interruption = interruption;
     this.result = new JobResult(settings);
+  }
+
+  /** Who is told of the session's numbers once it stands. */
+  public TranscodeJob watchedBy(Consumer<SessionCounters> watcher) {
+    this.watcher = watcher;
+    return this;
   }
 
   /** What is known so far, also of work that failed. */
@@ -69,6 +78,7 @@ public final class TranscodeJob {
       try (RenditionFiles files = new RenditionFiles(settings, source, renditions);
           TranscodeSession session = open(reader, feed, files, renditions)) {
         try {
+          watcher.accept(session.counters());
           files.open(session.audio(), feed);
           pump(reader, feed, session, files);
           finish(session, files);
@@ -191,6 +201,7 @@ public final class TranscodeJob {
     progress = progressOf.apply(durationMs);
     PaceWatch pace = new PaceWatch();
     long firstMs = Long.MIN_VALUE;
+    session.counters().begins(durationMs);
     try {
       for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
         if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
@@ -206,6 +217,7 @@ public final class TranscodeJob {
           session.audio().push(packet, following);
         }
         result.mediaMs = Math.max(result.mediaMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
+        session.counters().fed(result.mediaMs);
         String news = reader.isLive() ? pace.worked(System.nanoTime() - beforeNs, result.mediaMs) : null;
         if (news != null) progress.say(settings.input() + ": " + news);
         progress.update(result.mediaMs, session.frames());

@@ -27,6 +27,7 @@ import java.util.List;
 public final class AudioPath implements AutoCloseable {
   private static final long BLOCK = 0;
   private static final int OPUS_RATE = 48_000;
+  private static final int MILLISECOND_RATE = 1000;
   private static final int MIN_CHANNELS = 2;
   private static final int MAX_FIRST_FRAMES = 64;
   private static final int MAX_SILENT_BLOCKS = 200;
@@ -53,6 +54,7 @@ public final class AudioPath implements AutoCloseable {
       MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
       if (first == null) throw new HostException(owner.name() + ": its audio stream is empty");
       this.clock = new AudioClock(settings.source().timeBase(), first.pts());
+      owner.counters().soundStartsAt(clock.toContainer(0, MILLISECOND_RATE));
       wire(feed);
       ready = true;
     } finally {
@@ -114,6 +116,7 @@ public final class AudioPath implements AutoCloseable {
     paddingEnd = packet.paddingEnd() + (hidden ? paddingEnd : 0);
     while (source.receive()) take(packet, following);
     lastPacket = packet;
+    owner.counters().damagedAudio(failures);
   }
 
   private void take(MediaPacket packet, MediaPacket following) throws HostException, IOException {
@@ -150,6 +153,7 @@ public final class AudioPath implements AutoCloseable {
   void drain() throws HostException, IOException {
     source.sendEnd();
     while (lastPacket != null && source.receive()) take(lastPacket, null);
+    owner.counters().damagedAudio(failures);
     for (int i = 0; i < renditions.size(); i++) {
       // Without a last block, its packet being damaged, nothing tells the end: what came out so far has to do.
       boolean known = audioDecoderGetAudioFrame(owner.handle(), BLOCK, frame) == 0;

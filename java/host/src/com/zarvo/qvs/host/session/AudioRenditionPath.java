@@ -79,7 +79,10 @@ public final class AudioRenditionPath {
     owner.check(audioEncoderResampleFrame(session, index, block), "sound could not be converted");
     owner.check(audioEncoderAddSampleBuffer(session, index, block, packets), "sound could not be encoded");
     audioEncoderEncodeBufferDone(session, index, block);
-    for (TranscoderPacket packet : packets) owner.output().audioPacket(index, packet);
+    for (TranscoderPacket packet : packets) {
+      owner.counters().sounds().get(index).packet(packet.len, packet.timecode * 1000 / spec.sampleRate());
+      owner.output().audioPacket(index, packet);
+    }
     packets.clear();
   }
 

@@ -27,7 +27,7 @@ public final class EncoderCards {
     return PROCESS;
   }
 
-  /** Counts a failure; the `limit`-th ends the use of the card. */
+  /** Counts a failure at work, or a call that hung; the `limit`-th ends the use of the card. */
   synchronized void failed(EncoderBackend backend, EncoderFault fault, String why, int limit) {
     if (!backend.hardware || !fault.countsAgainstCard()) return;
     Card card = cards.computeIfAbsent(backend, any -> new Card());

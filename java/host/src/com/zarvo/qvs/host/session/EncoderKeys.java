@@ -17,6 +17,7 @@ final class EncoderKeys {
   private static final int CALL_DEADLINE = 900002;
 
   private static final int NONE = 0;
+  private static final int HEVC_MAIN = 1;
 
   /** Plug-ins number what they have in common each in its own way; x265 has the software's keys of H.265. */
   private record Row(
@@ -26,7 +27,7 @@ final class EncoderKeys {
   private static final Map<EncoderBackend, Row> ROWS =
       Map.of(
           EncoderBackend.X264, new Row(70000, 70013, 70002, false, 70003, 70010, 70021, 70022, 70023, 70024),
-          EncoderBackend.VAAPI, new Row(NONE, NONE, 110005, true, 110006, NONE, NONE, NONE, NONE, 110014),
+          EncoderBackend.VAAPI, new Row(NONE, NONE, 110002, false, 110003, NONE, 110021, 110022, 110023, 110024),
           EncoderBackend.QUICKSYNC, new Row(NONE, NONE, 50012, true, 50013, 50009, 50017, 50018, 50019, 50020));
 
   private EncoderKeys() {}
@@ -36,25 +37,26 @@ final class EncoderKeys {
       EncoderBackend backend, SessionSettings settings, RenditionSpec spec, StreamProfile kept) {
     boolean hevc = spec.codec() == VideoCodec.H265;
     VideoTuning tuning = spec.tuning();
-    // The stream has thirty times the level in H.265, users and most plug-ins have ten times.
+    // The stream has thirty times the level in H.265, users and plug-ins have ten times.
     if (kept != null && spec.codec().hasUnits())
       tuning = tuning.keeping(hevc ? 0 : kept.profile(), hevc ? kept.level() / 3 : kept.level());
     Colors colors = settings.source().colors();
     NativeParameters keys = new NativeParameters();
     Row row = ROWS.get(backend);
-    if (row != null) add(keys, row, tuning, colors, backend == EncoderBackend.VAAPI && hevc ? 3 : 1);
+    if (row != null) add(keys, row, tuning, colors, hevc);
     else keys.setAll(EncoderSettings.of(spec.tunedTo(tuning), colors, settings.parallel()));
     if (backend.isPlugin(spec.codec())) keys.set(ASYNCHRONOUS, settings.parallel() ? 1 : 0);
     if (backend.hardware) keys.set(CALL_DEADLINE, settings.encoderPolicy().deadlineMs());
     return keys.toArray();
   }
 
-  private static void add(NativeParameters keys, Row row, VideoTuning tuning, Colors colors, int levelUnit) {
+  private static void add(NativeParameters keys, Row row, VideoTuning tuning, Colors colors, boolean hevc) {
     VideoTuning.Profile profile = tuning.profile();
     set(keys, row.preset, tuning.preset().ordinal());
     set(keys, row.threads, 1);
-    if (profile != null) set(keys, row.profile, row.profileIsIdc ? profile.idc : profile.ordinal() + 1);
-    if (tuning.level() != 0) set(keys, row.level, tuning.level() * levelUnit);
+    if (profile != null)
+      set(keys, row.profile, !row.profileIsIdc ? profile.ordinal() + 1 : hevc ? HEVC_MAIN : profile.idc);
+    if (tuning.level() != 0) set(keys, row.level, tuning.level());
     set(keys, row.bFrames, tuning.bFrames());
     set(keys, row.primaries, colors.primaries());
     set(keys, row.transfer, colors.transfer());

@@ -40,6 +40,7 @@ final class EncoderSlot {
   private final RenditionSpec spec;
   private final int index;
   private final Sink sink;
+  private final RungCounters counters;
   private final EncoderList list;
   private final EncoderSetup setup;
   private final boolean asynchronous;
@@ -62,6 +63,7 @@ final class EncoderSlot {
     this.spec = settings.renditions().get(index);
     this.index = index;
     this.sink = sink;
+    this.counters = owner.counters().rungs().get(index);
     this.list = spec.encoders() != null ? spec.encoders() : policy.encoders();
     this.asynchronous = settings.parallel();
     this.replaceable = !list.isSoftwareAlone();
@@ -72,8 +74,9 @@ final class EncoderSlot {
     openNext("");
   }
 
+  /** The one in the slot; the last of the list where that came to its end. */
   EncoderBackend encoder() {
-    return list.backends().get(place);
+    return list.backends().get(Math.min(place, list.backends().size() - 1));
   }
 
   /** Hands a picture of the pool over; the caller may let go of it. */
@@ -93,7 +96,9 @@ final class EncoderSlot {
   // The picture's number goes before the pool's: the native order.
   private boolean submit(long target, long time, boolean key) {
     calledNs = System.nanoTime();
-    return videoEncoderAddFrame(owner.handle(), index, target, index, key ? FRAME_KEY : FRAME_INTER, time) == 0;
+    long result = videoEncoderAddFrame(owner.handle(), index, target, index, key ? FRAME_KEY : FRAME_INTER, time);
+    counters.inEncoder(System.nanoTime() - calledNs);
+    return result == 0;
   }
 
   /** Passes on what the encoder has ready. */
@@ -111,7 +116,9 @@ final class EncoderSlot {
   }
 
   private boolean fetch() throws HostException, IOException {
+    long startNs = System.nanoTime();
     boolean good = videoEncoderGetEncodedFrames(owner.handle(), index, packets) == 0;
+    counters.inEncoder(System.nanoTime() - startNs);
     for (TranscoderPacket packet : packets) {
       if (!replaceable) passOn(packet);
       else good &= pending.answer(packet);
@@ -138,6 +145,7 @@ final class EncoderSlot {
     ParameterSetChange change = ParameterSetChange.between(hevc, before, sets);
     EncoderEvent applied = seam.applied(encoder(), (System.nanoTime() - seamNs) / 1e6, change);
     seam = null;
+    counters.replaced(applied);
     policy.tell(applied);
     owner.output().encoderReplaced(index, applied);
   }
@@ -193,21 +201,16 @@ final class EncoderSlot {
 
   private void fall(EncoderFault fault, String why) throws HostException {
     EncoderBackend failed = encoder();
+    policy.cards().failed(failed, fault, why, policy.maxFailures());
     if (!answered) {
-      refused(failed, fault, why);
+      policy.tell(EncoderEvent.refused(index, spec, failed, fault, why));
     } else {
-      policy.cards().failed(failed, fault, why, policy.maxFailures());
       long time = pending.count() > 0 ? pending.time(0) : lastTime;
       EncoderBackend next = place + 1 < list.backends().size() ? list.backends().get(place + 1) : null;
       seam = EncoderEvent.asked(index, spec, time, failed, next, fault, why, pending.count());
       policy.tell(seam);
     }
     openNext("; " + failed + " " + fault.text + ": " + why);
-  }
-
-  private void refused(EncoderBackend who, EncoderFault fault, String why) {
-    policy.cards().failed(who, fault, why, policy.maxFailures());
-    policy.tell(EncoderEvent.refused(index, spec, who, fault, why));
   }
 
   /** Takes the first of the list behind the present one that stands; `before` tells what led here. */
@@ -223,7 +226,10 @@ final class EncoderSlot {
               ? new EncoderSetup.Refusal(EncoderFault.QUARANTINED, quarantine)
               : setup.open(backend, bitRate, kept);
       if (refusal == null) return;
-      refused(backend, refusal.fault(), refusal.why());
+      // One that does not open may have reached its limit of sessions, and serves others well.
+      if (refusal.fault() == EncoderFault.HANG)
+        policy.cards().failed(backend, refusal.fault(), refusal.why(), policy.maxFailures());
+      policy.tell(EncoderEvent.refused(index, spec, backend, refusal.fault(), refusal.why()));
       refusals.append("; ").append(backend).append(' ').append(refusal.fault().text).append(": ").append(refusal.why());
     }
     String what = owner.name() + ": no encoder for " + spec.codec().codecName + " " + spec.sizeText() + " of " + list;

@@ -11,10 +11,12 @@ final class NativeSession implements AutoCloseable {
   private final String name;
   private final SessionOutput output;
   private final SessionLog log;
+  private final SessionCounters counters;
   private long handle;
 
-  NativeSession(String name, SessionOutput output) throws HostException {
+  NativeSession(String name, SessionOutput output, SessionCounters counters) throws HostException {
     this.name = name;
+    this.counters = counters;
     this.output = output;
     this.log = new SessionLog("host/transcode/" + name);
     NativeLibraries.loadTranscoder();
@@ -35,6 +37,10 @@ final class NativeSession implements AutoCloseable {
 
   SessionOutput output() {
     return output;
+  }
+
+  SessionCounters counters() {
+    return counters;
   }
 
   /** What was logged so far; stays readable after the end. */

@@ -22,6 +22,7 @@ public final class RenditionPath {
   private final RenditionSpec spec;
   private final int index;
   private final FrameRateLimiter limiter;
+  private final RungCounters counters;
   private final EncoderSlot slot;
   private final TranscoderNativeVideoFrame preview = new TranscoderNativeVideoFrame();
   private long target = -1;
@@ -39,6 +40,7 @@ public final class RenditionPath {
     this.index = index;
     this.spec = settings.renditions().get(index);
     this.limiter = new FrameRateLimiter(spec.frameRate());
+    this.counters = owner.counters().rungs().get(index);
     this.slot = new EncoderSlot(owner, settings, index, this::passOn);
   }
 
@@ -74,8 +76,10 @@ public final class RenditionPath {
 
   void scaleFrom(long decoderFrame, long time) throws HostException {
     if (skipped) return;
-    if (videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index) != 0)
-      throw slot.failure(time, "could not be scaled");
+    long startNs = System.nanoTime();
+    long result = videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index);
+    counters.scaled(System.nanoTime() - startNs);
+    if (result != 0) throw slot.failure(time, "could not be scaled");
     if (!owner.output().wantsFrame(index, time)) return;
     owner.check(videoEncoderBufferAcquire(owner.handle(), index, target), "a picture could not be held");
     previewTarget = target;
@@ -85,6 +89,7 @@ public final class RenditionPath {
   void encode(long time, long firstTime) throws HostException, IOException {
     if (skipped) {
       videoEncoderSkipFrame(owner.handle(), index, target, index, FRAME_INTER, time);
+      counters.leftOut();
       return;
     }
     // Asynchronous encoders are asked for the former picture's packets just before they get the
@@ -96,6 +101,7 @@ public final class RenditionPath {
     added++;
     keys = due;
     if (!settings.parallel()) collect();
+    counters.handedOver(time);
   }
 
   void releaseTarget() {
@@ -127,6 +133,7 @@ public final class RenditionPath {
   private void passOn(TranscoderPacket packet) throws HostException, IOException {
     long pts = times.ptsOf(packet.timecode + packet.timecodeOffset);
     long dts = packet.timecodeOffset == 0 ? pts : settings.source().timeBase().ofMilliseconds(packet.timecode);
+    counters.packet(packet.len, settings.source().timeBase().toMilliseconds(pts));
     owner.output().packet(index, packet, pts, Math.min(dts, pts));
   }
 

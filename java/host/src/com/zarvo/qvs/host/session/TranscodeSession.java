@@ -53,6 +53,7 @@ public final class TranscodeSession implements AutoCloseable {
 
   private final SessionSettings settings;
   private final NativeSession owner;
+  private final SessionCounters counters;
   private final List<RenditionPath> paths = new ArrayList<>();
   private final TranscoderNativeLong status = new TranscoderNativeLong();
   private final TranscoderNativeLong timecode = new TranscoderNativeLong();
@@ -68,6 +69,7 @@ public final class TranscodeSession implements AutoCloseable {
   private long session;
   private long heldDecoderFrame = -1;
   private long frames;
+  private long decodeNs;
 
   /**
    * Opens a session ready for its first packet; nothing is left behind when that fails. The form of sound is learnt
@@ -76,7 +78,8 @@ public final class TranscodeSession implements AutoCloseable {
   public TranscodeSession(SessionSettings settings, SessionOutput output, PacketLookahead feed)
       throws HostException, MediaException {
     this.settings = settings;
-    owner = new NativeSession(settings.name(), output);
+    counters = new SessionCounters(settings);
+    owner = new NativeSession(settings.name(), output, counters);
     session = owner.handle();
     boolean ready = false;
     try {
@@ -114,6 +117,11 @@ public final class TranscodeSession implements AutoCloseable {
   /** What was logged so far. */
   public SessionLog log() {
     return owner.log();
+  }
+
+  /** What it has done so far, for other threads to watch. */
+  public SessionCounters counters() {
+    return counters;
   }
 
   /** Pictures decoded so far. */
@@ -156,7 +164,10 @@ public final class TranscodeSession implements AutoCloseable {
         packet.key()
             ? RenditionPath.FRAME_KEY
             : packet.disposable() ? RenditionPath.FRAME_DISPOSABLE : RenditionPath.FRAME_INTER;
-    long result = videoDecoderAddFrame(session, data, 0, data.length, times.assign(packet), type);
+    long time = times.assign(packet);
+    long startNs = System.nanoTime();
+    long result = videoDecoderAddFrame(session, data, 0, data.length, time, type);
+    decodeNs = System.nanoTime() - startNs;
     boolean aborted = false;
     long concealedBefore = concealed;
     for (int idle = 0; idle < MAX_IDLE_STEPS; idle++) {
@@ -164,14 +175,18 @@ public final class TranscodeSession implements AutoCloseable {
       aborted |= (status.value & STATUS_ABORTED) != 0;
       if ((status.value & STATUS_INPUT_USED) != 0) break;
     }
-    if (result == 0 && !aborted) return;
-    refused++;
-    concealed = concealedBefore;
+    if (result != 0 || aborted) {
+      refused++;
+      concealed = concealedBefore;
+    }
+    counters.decoded(decodeNs);
+    counters.damaged(damagedFrames());
   }
 
   /** Ends the stream: hands out all that the decoder and the encoders still hold. */
   public void drain() throws HostException, IOException {
     if (configured) drainDecoder();
+    counters.damaged(damagedFrames());
     collect();
     for (RenditionPath path : paths) path.flush();
     if (audio != null) audio.drain();
@@ -208,6 +223,7 @@ public final class TranscodeSession implements AutoCloseable {
     if (audio != null) audio.close();
     owner.close();
     session = 0;
+    counters.ended();
   }
 
   private void wireVideo() throws HostException {
@@ -275,7 +291,9 @@ public final class TranscodeSession implements AutoCloseable {
     if (heldDecoderFrame < 0) heldDecoderFrame = allocateDecoderFrame();
     frameInfo.timcodeInfo.clear();
     frameInfo.ancillaryData.clear();
+    long startNs = System.nanoTime();
     long result = videoDecoderDecode(session, heldDecoderFrame, status, timecode, frameInfo);
+    decodeNs += System.nanoTime() - startNs;
     if (result != 0)
       throw owner.failure(settings.name() + ": its " + settings.codec().codecName + " pictures could not be decoded");
     if ((status.value & STATUS_DAMAGED) != 0) concealed++;
@@ -291,7 +309,10 @@ public final class TranscodeSession implements AutoCloseable {
       heldDecoderFrame = -1;
       videoDecoderBufferRelease(session, index);
     }
-    if (++frames % LOG_FETCH_INTERVAL_FRAMES == 0) owner.fetchLog();
+    counters.pictures(++frames);
+    if (frames % LOG_FETCH_INTERVAL_FRAMES != 0) return true;
+    owner.fetchLog();
+    counters.summarize();
     return true;
   }
 

@@ -10,7 +10,7 @@ import java.util.List;
 import org.junit.jupiter.api.Test;
 
 class RecordTablesTest {
-  private static final String[] PACKAGES = {"model", "thumbnailer"};
+  private static final String[] PACKAGES = {"model", "thumbnailer", "capture"};
 
   private static Class<?> find(String name) {
     for (String pkg : PACKAGES) {

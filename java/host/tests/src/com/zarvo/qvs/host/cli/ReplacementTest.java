@@ -19,6 +19,8 @@ import com.zarvo.qvs.host.session.EncoderCards;
 import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.EncoderFault;
 import com.zarvo.qvs.host.session.EncoderPolicy;
+import com.zarvo.qvs.host.session.RungCounters;
+import com.zarvo.qvs.host.session.SessionCounters;
 import com.zarvo.qvs.host.support.Clips;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -39,6 +41,7 @@ class ReplacementTest {
 
   @TempDir static Path folder;
   private static Path source;
+  private static SessionCounters counters;
   private static List<String> plainTimes;
   private static List<Double> plainPsnr;
 
@@ -63,7 +66,7 @@ class ReplacementTest {
             .overwrite(Overwrite.ALWAYS)
             .encoderPolicy(policy)
             .build();
-    return new TranscodeJob(settings, Console::progress, new Interruption()).run();
+    return new TranscodeJob(settings, Console::progress, new Interruption()).watchedBy(session -> counters = session).run();
   }
 
   private static EncoderEvent replacement(JobResult result) {
@@ -91,6 +94,8 @@ class ReplacementTest {
       assertTrue(found.get(i) > plainPsnr.get(i) - 3, "picture " + i + ": " + found.get(i) + " dB, else " + plainPsnr.get(i));
     EncoderEvent event = replacement(result);
     assertEquals(fault, event.fault(), event.why());
+    RungCounters rung = counters.rungs().get(0);
+    assertEquals(List.of(1L, (long) FRAMES, 0L), List.of(rung.replacements(), rung.pictures(), rung.queueDepth()));
     assertTrue(Math.abs(event.picturesAgain() - again) <= 1, event.toString());
     assertTrue(event.change() != ParameterSetChange.PROFILE, event.toString());
     List<String> keys = Clips.keyTimes(file);
@@ -147,6 +152,9 @@ class ReplacementTest {
     assertTrue(absent.err().contains("encoder quicksync is not taken, not available"), absent.err());
     assertTrue(Files.readString(folder.resolve("absent.json")).contains("\"used\": \"software\""));
     Files.writeString(SCRIPT, "error=10");
+    Captured last = commandLine("vaapi", "last");
+    assertEquals(1, last.code(), last.err());
+    assertTrue(last.err().contains("of vaapi; vaapi failed:") && last.err().contains("told to fail"), last.err());
     for (int i = 0; i < 2; i++) {
       Captured run = commandLine("vaapi,x264", "replaced");
       assertEquals(0, run.code(), run.err());
@@ -154,10 +162,10 @@ class ReplacementTest {
       String json = Files.readString(folder.resolve("replaced.json"));
       assertTrue(json.contains("\"to\": \"x264\"") && json.contains("told to fail"), json);
     }
-    // A refusal and two failures are three: the card is left alone from here on.
-    Captured last = commandLine("vaapi,software", "quarantined");
-    assertEquals(0, last.code(), last.err());
-    assertTrue(last.err().contains("encoder vaapi is not taken, quarantined: it failed 3 times"), last.err());
+    // Three failures, the refusal aside: the card is left alone from here on.
+    Captured spared = commandLine("vaapi,software", "quarantined");
+    assertEquals(0, spared.code(), spared.err());
+    assertTrue(spared.err().contains("encoder vaapi is not taken, quarantined: it failed 3 times"), spared.err());
     String json = Files.readString(folder.resolve("quarantined.json"));
     assertTrue(json.contains("\"quarantined\": true") && json.contains("\"used\": \"software\""), json);
   }

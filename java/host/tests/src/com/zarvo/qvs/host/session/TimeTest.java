@@ -79,6 +79,19 @@ class TimeTest {
   }
 
   @Test
+  void quantilesAreThoseOfTheLatestCalls() {
+    StageTimes times = new StageTimes();
+    assertEquals(Double.NaN, times.quantileSeconds(0.5));
+    for (int us = 1000; us > 0; us--) times.add(us * 1000L);
+    for (double share : new double[] {0.1, 0.5, 0.95, 0.99})
+      assertEquals(share / 1000, times.quantileSeconds(share), share / 1000 * 0.07);
+    for (int i = 0; i < 3000; i++) times.add(20_000_000);
+    assertEquals(0.02, times.quantileSeconds(0.01), 0.0014, "what was before is forgotten");
+    times.add(Long.MAX_VALUE);
+    assertEquals(4001, times.count());
+  }
+
+  @Test
   void afterAGapNoBurstFollows() {
     FrameRateLimiter limiter = new FrameRateLimiter(10);
     int kept = 0;

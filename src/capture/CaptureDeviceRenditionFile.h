@@ -1,0 +1,10 @@
+#pragma once
+
+#include "capture/CaptureDeviceRenditionBase.h"
+
+namespace qvs {
+
+/// The one mode of a file device.
+class CaptureDeviceRenditionFile final : public CaptureDeviceRenditionBase {};
+
+}  // namespace qvs
