@@ -51,7 +51,8 @@ enum {
   NEEDS_MEMORY,
   HANDS_OUT_TWICE,
   WORKS_NOWHERE,
-  LACKS_CREATE
+  LACKS_CREATE,
+  TAKES_RECORDS_ONLY /* allowed */
 };
 
 int32_t zarvoVideoEncoder_getVersion(uint8_t* buffer, uint32_t bufferLen, uint32_t* major, uint32_t* minor) {
@@ -127,6 +128,7 @@ static void spoilBytes(Session* it, void* array, uint32_t* size, uint32_t frameT
   it->unlock(it->host, array, bytes);
 }
 
+#if DEFECT != 29
 int32_t zarvoVideoEncoder_addFrame2(void* session, void* plane, uint32_t stride, uint32_t width,
                                     uint32_t height, uint32_t frameType, uint64_t timecode, void** frames,
                                     uint32_t* sizes, uint32_t* frameTypes, uint64_t* timecodes,
@@ -164,3 +166,19 @@ int32_t zarvoVideoEncoder_addFrame2(void* session, void* plane, uint32_t stride,
   if (DEFECT == HANDS_OUT_TWICE) frames[1] = frames[0], sizes[1] = sizes[0], *count = 2;
   return QVS_PLUGIN_OK;
 }
+#else
+int32_t zarvoVideoEncoder_addFrame3(void* session, PluginVideoFrameBuffer* frame,
+                                    PluginVideoEncoderOutput* output) {
+  void* array = NULL;
+  uint32_t size = 0, type = 0, count = 1;
+  uint64_t timecode = 0, offset = 0;
+  if (frame == NULL || output == NULL || output->frames == NULL) return QVS_PLUGIN_ALLOCATE_BUFFER;
+  const int32_t status =
+      goodAddFrame2(session, frame->buffer, frame->stride, frame->width, frame->height, frame->frameType,
+                    frame->timecode, &array, &size, &type, &timecode, &offset, &count);
+  output->frameCount = 1;
+  output->frames[0] =
+      (VideoFrameEncodedData){.buffer = array, .len = size, .timecode = timecode, .frameType = type};
+  return status;
+}
+#endif

@@ -34,21 +34,24 @@ TEST_P(SoundPlugin, KeepsTheContract) {
   EXPECT_THAT(run.output, testing::Not(testing::HasSubstr("WRONG")));
 }
 
-// libx265 itself loses some kilobytes with each encoder.
+// libx265 itself loses some kilobytes with each encoder, more where it has more threads.
 INSTANTIATE_TEST_SUITE_P(Plugins, SoundPlugin,
                          testing::Values(QVS_SHIPPED_SCALER, QVS_TEMPLATE_SCALER,
-                                         QVS_BROKEN_DIR "/broken-scaler-3.so", QVS_SHIPPED_X264,
-                                         "--leak 8000 " QVS_SHIPPED_X265, QVS_EXAMPLE_ENCODER,
+                                         QVS_BROKEN_DIR "/broken-scaler-3.so",
+                                         QVS_BROKEN_DIR "/broken-encoder-29.so", QVS_SHIPPED_X264,
+                                         "--leak 60000 " QVS_SHIPPED_X265, QVS_EXAMPLE_ENCODER,
                                          QVS_TEMPLATE_ENCODER));
 
-// With the fakes of a driver and of a runtime in place of a card. H.265's encoder behind them is libx265.
+// With the fakes of a driver and of a runtime in place of a card, whose threads keep small blocks: the measure of memory
+// is coarse by some hundred bytes a session. H.265's encoder behind them is libx265.
 class CardPlugin : public testing::TestWithParam<const char*> {};
 
 TEST_P(CardPlugin, KeepsTheContractOnAFakeCard) {
   const std::string card = "LD_PRELOAD=" QVS_FAKES_DIR "/fake-drm-shim.so LIBVA_DRIVERS_PATH=" QVS_FAKES_DIR
                            " LIBVA_DRIVER_NAME=fake ONEVPL_SEARCH_PATH=" QVS_FAKE_VPL_DIR " ";
-  const Outcome outcome =
-      run(card + QVS_VALIDATOR " --leak 8000 " QVS_PLUGIN_DIR "/libqvs-v" + GetParam() + ".so");
+  const std::string plugin = GetParam();
+  const std::string leak = plugin.find("h265") != std::string::npos ? " --leak 60000 " : " --leak 2000 ";
+  const Outcome outcome = run(card + QVS_VALIDATOR + leak + QVS_PLUGIN_DIR "/libqvs-v" + plugin + ".so");
   EXPECT_EQ(outcome.code, 0) << outcome.output;
   EXPECT_THAT(outcome.output, testing::EndsWith("The contract is kept.\n"));
 }
