@@ -8,7 +8,7 @@ extern "C" {
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
-#include <regex>
+#include <sstream>
 
 #include "frames/geometry/FourCC.h"
 #include "plugins/quicksync/DecoderRun.h"
@@ -327,9 +327,11 @@ std::string publishedSum(const std::string& root, const std::string& path) {
   std::ifstream list(root + "/README.md");
   const std::string name = "| " + path.substr(path.rfind('/') + 1) + " |";
   for (std::string line; std::getline(list, line);) {
-    std::smatch found;
-    if (line.rfind(name, 0) == 0 && std::regex_search(line, found, std::regex("[0-9a-f]{32}")))
-      return found[0];
+    if (line.rfind(name, 0) != 0) continue;
+    std::istringstream words(line);
+    for (std::string word; words >> word;) {
+      if (word.size() == 32 && word.find_first_not_of("0123456789abcdef") == std::string::npos) return word;
+    }
   }
   return {};
 }
