@@ -36,15 +36,8 @@ public record StreamProfile(int profile, int level) {
   }
 
   private static StreamProfile ofHevc(byte[] unit) {
-    int[] head = new int[HEVC_LEVEL_AT + 1];
-    int zeros = 0;
-    int read = 0;
-    for (int i = 0; i < unit.length && read < head.length; i++) {
-      // A 3 behind two zeros only keeps start codes apart.
-      boolean filler = zeros >= 2 && unit[i] == 3;
-      zeros = unit[i] == 0 ? zeros + 1 : 0;
-      if (!filler) head[read++] = unit[i] & 0xff;
-    }
-    return read < head.length ? UNKNOWN : new StreamProfile(head[HEVC_PROFILE_AT] & 0x3f, head[HEVC_LEVEL_AT]);
+    if (unit.length <= HEVC_LEVEL_AT) return UNKNOWN;
+    byte[] head = NalUnits.withoutEscapes(unit, HEVC_LEVEL_AT + 1);
+    return new StreamProfile(head[HEVC_PROFILE_AT] & 0x3f, head[HEVC_LEVEL_AT] & 0xff);
   }
 }
