@@ -184,7 +184,8 @@ final class TranscodeCommand implements Callable<Integer> {
 
   @Option(
       names = "--no-parallel",
-      description = "Run all encoders on one thread instead of side by side; the output is the same.")
+      description =
+          "Run all encoders on one thread instead of side by side; the output is the same, but H.265 may differ from run to run.")
   private boolean sequential;
 
   @Option(names = "--no-contact-sheet", description = "Make no picture of the renditions.")
