@@ -49,18 +49,18 @@ const CudaUser kCudaUserNvenc{
     }}};
 
 uint32_t CudaBringUp::openDevice(int32_t ordinal, CUdevice* device) const {
-  CUresult code = driver != nullptr ? driver->cuInit(0) : kCudaErrorNoDevice;
-  if (code != 0) return failed(CudaStep::kInit, code);
+  CUresult code = cuInit(0);
+  if (code != CUDA_SUCCESS) return failed(CudaStep::kInit, code);
   int count = 0;
-  code = driver->cuDeviceGetCount(&count);
-  if (code != 0) return failed(CudaStep::kCount, code);
+  code = cuDeviceGetCount(&count);
+  if (code != CUDA_SUCCESS) return failed(CudaStep::kCount, code);
   if (ordinal < 0 || ordinal >= count) return failed(CudaStep::kChoice);
-  code = driver->cuDeviceGet(device, ordinal);
-  if (code != 0) return failed(CudaStep::kDevice, code);
+  code = cuDeviceGet(device, ordinal);
+  if (code != CUDA_SUCCESS) return failed(CudaStep::kDevice, code);
   int major = 0;
   int minor = 0;
-  code = driver->cuDeviceComputeCapability(&major, &minor, *device);
-  return code != 0 ? failed(CudaStep::kCapability, code) : kSuccess;
+  code = cuDeviceComputeCapability(&major, &minor, *device);
+  return code != CUDA_SUCCESS ? failed(CudaStep::kCapability, code) : kSuccess;
 }
 
 uint32_t CudaBringUp::failed(CudaStep step) const {

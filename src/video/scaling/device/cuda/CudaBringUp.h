@@ -3,8 +3,8 @@
 #include <array>
 #include <cstdint>
 
+#include "cuda.h"
 #include "log/ILogger.h"
-#include "video/scaling/device/cuda/CudaWrapper.h"
 
 namespace qvs {
 
@@ -27,12 +27,11 @@ extern const CudaUser kCudaUserNvcuvid;  ///< the decoder
 extern const CudaUser kCudaUserNvenc;    ///< the encoder
 
 /// The start of a device, the same for all but for their texts. A step that fails is told at warn level, and
-/// the user's number for it is the result; no driver is told as the driver tells of no device.
+/// the user's number for it is the result.
 class CudaBringUp {
  public:
-  /// All borrowed. `logger` may be null: the process-wide one. A null driver: there is none.
-  CudaBringUp(const CudaUser& user, ILogger* logger, const CudaDriver* driver = cudaDriver())
-      : user(user), logger(logger), driver(driver) {}
+  /// Both borrowed. `logger` may be null: the process-wide one.
+  CudaBringUp(const CudaUser& user, ILogger* logger) : user(user), logger(logger) {}
 
   /// Steps kInit to kCapability for the device with this number, from 0. 0 with `*device` set, or the number
   /// of the step that failed.
@@ -47,7 +46,6 @@ class CudaBringUp {
 
   const CudaUser& user;
   ILogger* logger;
-  const CudaDriver* driver;
 };
 
 }  // namespace qvs
