@@ -194,12 +194,12 @@ void TranscoderSession::dropVideoScaler() {
 void TranscoderSession::createVideoScaler(int32_t gpuid) {
   videoScaler = std::make_unique<VideoScalerU30Host>();
   videoScaler->setNativePath(nativePath.data());
-  videoScaler->setLogger(&logCollector);
   videoScaler->create();
-  videoScaler->setImplementation(kScaleU30);
+  videoScaler->setLogger(&logCollector);
   videoScaler->setGPUID(gpuid);
   videoScaler->setFourcc(videoScalerFourcc);
   videoScaler->setBitDepth(videoScalerBitDepth);
+  videoScaler->setImplementation(kScaleU30);
 }
 
 uint32_t TranscoderSession::videoScalerSetSource(uint32_t width, uint32_t height, double rate) {
