@@ -64,6 +64,7 @@ uint32_t VideoFrameBuffer::allocBuffer(uint32_t width, uint32_t height, uint32_t
 
 uint32_t VideoFrameBuffer::allocBuffer(uint32_t width, uint32_t height, uint32_t fourCC, uint8_t clear) {
   uint32_t result = kSuccess;
+  if (fourCC != frame.four_cc) releaseCardPicture();
   if (alloc_provider && (*alloc_provider)(*this, width, height, fourCC, clear, result)) return result;
   if (buffer && width == frame.width && height == frame.height) return kSuccess;
   bars.forget();
@@ -85,6 +86,10 @@ uint32_t VideoFrameBuffer::setAllocProvider(FrameAllocProvider alloc, FrameFreeP
   alloc_provider = std::move(alloc);
   free_provider = std::move(free);
   return kSuccess;
+}
+
+bool VideoFrameBuffer::releaseCardPicture() {
+  return free_provider && frame.done != nullptr && (*free_provider)(*this);
 }
 
 void VideoFrameBuffer::setStorage(FrameMemory memory, uint32_t width, uint32_t height, uint32_t fourCC) {

@@ -58,6 +58,9 @@ class VideoFrameBuffer : public FrameProperties,
   /// Replaces `allocBuffer` by a stage's own allocation. kFailure where one is empty.
   uint32_t setAllocProvider(FrameAllocProvider alloc, FrameFreeProvider free);
 
+  /// Gives a picture that lies on a card back to it, by the free provider; true where there was one.
+  bool releaseCardPicture();
+
   /// For alloc providers: takes storage of at least hostLayout(...).storageSize bytes and lays the planes
   /// over it.
   void setStorage(FrameMemory memory, uint32_t width, uint32_t height, uint32_t fourCC);

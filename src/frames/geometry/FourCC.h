@@ -17,6 +17,7 @@ inline constexpr uint32_t kFourCCIYUV = fourcc("IYUV");
 inline constexpr uint32_t kFourCCYV16 = fourcc("YV16");
 inline constexpr uint32_t kFourCCI422 = fourcc("I422");
 inline constexpr uint32_t kFourCCNV12 = fourcc("NV12");
+inline constexpr uint32_t kFourCCHN12 = fourcc("HN12");  ///< NV12 in a card's memory, behind a handle
 inline constexpr uint32_t kFourCCNV21 = fourcc("NV21");
 inline constexpr uint32_t kFourCCBGRA = fourcc("BGRA");
 inline constexpr uint32_t kFourCCARGB = fourcc("ARGB");

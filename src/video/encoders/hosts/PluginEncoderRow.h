@@ -19,6 +19,10 @@ struct PluginEncoderRow {
   uint32_t hardwareAccess = kHardwareAccessAny;  ///< at construction
   const char* libraryX11 = nullptr;  ///< taken with kHardwareAccessX11; null: there is one library
   bool tellsPath = false;            ///< the plug-in is told the directory of plug-ins
+  const char* prefix = "zarvoVideoEncoder_";  ///< of the plug-in's symbols
+  bool global = false;                        ///< the library's symbols are for libraries that it loads itself
+  bool strict = false;                        ///< a set-up step that fails is named and is the call's result
+  bool numberedStatus = false;                ///< a status line tells the number alone
 };
 
 /// Rows of the hosts, in the order of the docs.
@@ -31,5 +35,6 @@ extern const PluginEncoderRow kEncoderH265MainConcept;
 extern const PluginEncoderRow kEncoderH264VAAPI;
 extern const PluginEncoderRow kEncoderH265VAAPI;
 extern const PluginEncoderRow kEncoderVP9VAAPI;
+extern const PluginEncoderRow kEncoderH265U30;
 
 }  // namespace qvs

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 
 #include "frames/EncodedUnits.h"
 #include "mc_frame.h"
@@ -21,6 +22,9 @@ class PluginEncoderWork {
   frame_tt picture{};  ///< its planes are the frame's
   uint32_t frameType = 0;
   uint64_t timecode = 0;  ///< milliseconds
+  bool byRecord = false;  ///< the picture goes in as `record`, which then has all of the above
+  PluginVideoBuffer record{};
+  std::shared_ptr<void> held;  ///< what its planes lie in, where that is no frame of a pool
 
   // What came of the last call; the host takes it.
   PluginAnswer answer;
@@ -36,12 +40,15 @@ class PluginEncoderWork {
   void drain();
 
  private:
-  static constexpr size_t kMax = QVS_VIDEO_ENCODER_FRAMES_MAX;
+  static constexpr uint32_t kMax = QVS_VIDEO_ENCODER_FRAMES_MAX;
 
   template <typename Entry, typename... Arguments>
   void callForFrames(Entry entry, Arguments... arguments);
+  void encodeRecord();
   void takeFrame(size_t index);
+  void takeFrame(void* bytes, uint32_t size, uint64_t time, int64_t offset, uint32_t type);
 
+  std::array<VideoFrameEncodedData, kMax> records{};
   std::array<void*, kMax> buffers{};
   std::array<uint32_t, kMax> sizes{};
   std::array<uint32_t, kMax> frameTypes{};
