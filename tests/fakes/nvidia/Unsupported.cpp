@@ -1,6 +1,7 @@
 // libcuda.so.1: names that clients look up and that no test here calls.
 #include "Driver.h"
 
+// clang-format off
 #define QVS_UNSUPPORTED(X)                                                                               \
   X(cuArray3DCreate_v2)                                                                                  \
   X(cuArrayDestroy)                                                                                      \
@@ -10,6 +11,7 @@
           X(cuLinkAddData) X(cuLinkComplete) X(cuLinkCreate) X(cuLinkDestroy) X(cuMemAllocManaged)       \
               X(cuTexObjectCreate) X(cuTexObjectDestroy) X(cuDevicePrimaryCtxReset)
 
+// clang-format on
 #define QVS_DEFINE(name)             \
   QVS_API name() {                   \
     return CUDA_ERROR_NOT_SUPPORTED; \
