@@ -18,3 +18,18 @@ function(qvs_add_ptx target module source)
   target_sources(${target} PRIVATE ${text})
   set_property(GLOBAL APPEND PROPERTY QVS_KERNEL_SOURCES ${source})
 endfunction()
+
+function(qvs_add_host_kernels)
+  get_property(sources GLOBAL PROPERTY QVS_KERNEL_SOURCES)
+  target_sources(qvs-host-kernels PRIVATE ${sources})
+endfunction()
+
+# qvs_use_emulated_gpu(TEST ...): those targets find the emulated driver where the machine's would be, as do the
+# libraries that they open.
+function(qvs_use_emulated_gpu)
+  foreach(test ${ARGN})
+    target_link_options(${test} PRIVATE -Wl,--disable-new-dtags -Wl,-rpath,${CMAKE_BINARY_DIR}/fakes/nvidia)
+    add_dependencies(${test} qvs-fake-cuda)
+    set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT LD_LIBRARY_PATH=${CMAKE_BINARY_DIR}/fakes/nvidia)
+  endforeach()
+endfunction()
