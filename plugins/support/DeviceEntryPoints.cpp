@@ -11,7 +11,7 @@ Picture devicePictureAt(const PluginVideoFrameBufferCUDA& device) {
   picture.width = device.width;
   picture.height = device.height;
   picture.u = picture.y + device.stride * device.height;
-  picture.v = picture.u + size_t{picture.chromaStride} * (device.height / 2);
+  picture.v = picture.u + size_t{picture.chromaStride} * ((device.height + 1) / 2);
   picture.onDevice = true;
   return picture;
 }

@@ -89,7 +89,7 @@ extern const EncoderPlugin kEncoderPlugin;
 /// The planes of a picture in one block: V behind luma, U behind V, odd sizes rounded up.
 Picture pictureAt(const void* plane, uint32_t stride, uint32_t width, uint32_t height);
 
-/// The planes of a picture on a card: U behind luma, V behind U, odd sizes rounded down.
+/// The planes of a picture on a card: U behind luma, V behind U, odd sizes rounded up.
 Picture devicePictureAt(const PluginVideoFrameBufferCUDA& picture);
 
 }  // namespace qvs::plugins

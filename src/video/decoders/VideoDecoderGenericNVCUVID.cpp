@@ -51,7 +51,8 @@ std::array<PlaneCopy, 3> planesOf(const Frame& frame, size_t pass, ChromaOrder o
 }  // namespace
 
 VideoDecoderGenericNVCUVID::VideoDecoderGenericNVCUVID()
-    : typesLock(ConcurrentLockFactory::newConcurrentLock()) {
+    : typesLock(ConcurrentLockFactory::newConcurrentLock()),
+      calls(std::make_shared<CudaCalls>("VideoDecoderGenericNVCUVID", kLogContextVideoDecoder)) {
   codec = kVideoCodecH264;
   int supported = 0;
   cudaDeviceGetAttribute(&supported, cudaDevAttrMemoryPoolsSupported, 0);
@@ -180,7 +181,7 @@ void VideoDecoderGenericNVCUVID::parse(uint32_t packetFlags, uint32_t* flags) {
   packet.payload_size = inputBuffer.size();
   pictureFailed = false;
   const std::lock_guard scope(ctxLock);
-  const bool parsed = calls.ok(cuvidParseVideoData(m_Parser, &packet), "cuvidParseVideoData");
+  const bool parsed = calls->ok(cuvidParseVideoData(m_Parser, &packet), "cuvidParseVideoData");
   if (!parsed || pictureFailed) *flags |= DecodeFlagAborted;
 }
 
@@ -275,9 +276,9 @@ bool VideoDecoderGenericNVCUVID::copyToDevice(const Frame& frame, size_t pass, V
     copy.dstPitch = plane.target == 0 ? layout.stride : layout.chromaStride();
     copy.WidthInBytes = plane.width;
     copy.Height = plane.rows;
-    if (!calls.ok(cuMemcpy2DAsync(&copy, m_GetFrameSID), "cuMemcpy2DAsync")) return false;
+    if (!calls->ok(cuMemcpy2DAsync(&copy, m_GetFrameSID.get()), "cuMemcpy2DAsync")) return false;
   }
-  if (!calls.ok(cuStreamSynchronize(m_GetFrameSID), "cuStreamSynchronize")) return false;
+  if (!calls->ok(cuStreamSynchronize(m_GetFrameSID.get()), "cuStreamSynchronize")) return false;
   target.setLocations(VideoFrameBuffer::CUDA);
   return true;
 }
@@ -288,7 +289,7 @@ bool VideoDecoderGenericNVCUVID::copyToHost(const Frame& frame, size_t pass, Vid
   const VideoDecoderGenericNVCUVIDDevicePtrHolder& memory = frame.tmpFrame[pass];
   if (!planar || target.getPlane(2) == nullptr || !growStaging(memory.size)) return false;
   const CUresult code = cuMemcpyDtoH(decodedFrameBuffer, devicePointer(memory.buffer.get()), memory.size);
-  if (!calls.ok(code, "cuMemcpyDtoH")) return false;
+  if (!calls->ok(code, "cuMemcpyDtoH")) return false;
   for (const PlaneCopy& plane : planesOf(frame, pass, chromaOrder(target.getFourCC()))) {
     const uint8_t* from = decodedFrameBuffer + plane.offset;
     uint8_t* to = target.getPlane(plane.target);
@@ -308,7 +309,7 @@ bool VideoDecoderGenericNVCUVID::growStaging(size_t size) {
   decodedFrameBuffer = nullptr;
   decodedFrameBufferSize = 0;
   void* memory = nullptr;
-  if (!calls.ok(cuMemAllocHost(&memory, size), "cuMemAllocHost")) return false;
+  if (!calls->ok(cuMemAllocHost(&memory, size), "cuMemAllocHost")) return false;
   decodedFrameBuffer = static_cast<uint8_t*>(memory);
   decodedFrameBufferSize = size;
   return true;

@@ -63,7 +63,6 @@ class VideoDecoderGenericNVCUVID : public WithParameters<VideoDecoderGenericNVCU
  private:
   uint32_t initCuda(int32_t ordinal);
   void closeCuda();
-  uint32_t createStreams();
   uint32_t createParser();
   void destroyParser();
   uint32_t createDecoder(const CUVIDEOFORMAT& format);
@@ -92,8 +91,8 @@ class VideoDecoderGenericNVCUVID : public WithParameters<VideoDecoderGenericNVCU
   std::shared_ptr<CUctx_st> m_Context;
   uint32_t m_ContextDeviceId = 0;
   CUdevice m_Device = 0;
-  CUstream m_ReadbackSID = nullptr;  ///< of the display callback
-  CUstream m_GetFrameSID = nullptr;  ///< of getDecodedFrame
+  std::shared_ptr<CUstream_st> m_ReadbackSID;  ///< of the display callback
+  std::shared_ptr<CUstream_st> m_GetFrameSID;  ///< of getDecodedFrame
   CUvideoparser m_Parser = nullptr;
   CUvideodecoder m_Decoder = nullptr;
   std::unique_ptr<VideoImageProcessorCUDA> imageProcessor;
@@ -131,7 +130,7 @@ class VideoDecoderGenericNVCUVID : public WithParameters<VideoDecoderGenericNVCU
   bool ended = false;          ///< the parser was told the end
   bool refused = false;        ///< the card makes no decoder for the sequence at hand
   bool pictureFailed = false;  ///< in the unit at hand
-  CudaCalls calls{"VideoDecoderGenericNVCUVID", kLogContextVideoDecoder};
+  std::shared_ptr<CudaCalls> calls;
   bool hasShown = false;  ///< of the double rate: the picture below may be fetched a second time
   VideoDecoderGenericNVCUVIDFrameInfo shown;
 };

@@ -57,32 +57,20 @@ uint32_t VideoDecoderGenericNVCUVID::initCuda(int32_t ordinal) {
       (static_cast<unsigned>(major) << 4) + static_cast<unsigned>(minor) > kOldestCapability;
   if (!hasDecoder || cudaWrapperHasNvcuvid() == 0) return bringUp.failed(CudaStep::kAvailability);
   m_ContextDeviceId = static_cast<uint32_t>(ordinal);
-  m_Context = NVidiaCUDAContextManager::getInstance()->acquireContext(m_Device, m_ContextDeviceId);
-  if (!m_Context) return bringUp.failed(CudaStep::kContext);
+  result = bringUp.openContext(m_Device, ordinal, &m_Context);
+  if (result != kSuccess) return result;
   ctxLock = cudaCtxLock(m_Context.get());
-  calls.attach(getLogger(), m_Context.get());
-  result = createStreams();
-  if (result != kSuccess) closeCuda();
+  calls->attach(getLogger(), m_Context.get());
+  result = bringUp.openStream(m_Context, &m_ReadbackSID, CudaStep::kStream);
+  if (result == kSuccess) result = bringUp.openStream(m_Context, &m_GetFrameSID, CudaStep::kSecondStream);
+  if (result == kSuccess) {
+    const std::lock_guard scope(ctxLock);
+    imageProcessor =
+        std::make_unique<VideoImageProcessorCUDA>(m_Context, m_ReadbackSID.get(), ordinal, calls);
+  } else {
+    closeCuda();
+  }
   return result;
-}
-
-uint32_t VideoDecoderGenericNVCUVID::createStreams() {
-  constexpr uint32_t kReadback = static_cast<uint32_t>(-8), kGetFrame = static_cast<uint32_t>(-9);
-  const auto told = [&](CUresult code, const char* name) {
-    if (code == CUDA_SUCCESS) return false;
-    getLogger()->warn(
-        kLogContextVideoDecoder, 0,
-        fmt::format("VideoDecoderGenericNVCUVID.initCuda[{{context}}]: cuStreamCreate[{}]: Failure "
-                    "result:{}",
-                    name, static_cast<int>(code)));
-    return true;
-  };
-  const std::lock_guard scope(ctxLock);
-  if (told(cuStreamCreate(&m_ReadbackSID, 0), "m_ReadbackSID")) return kReadback;
-  if (told(cuStreamCreate(&m_GetFrameSID, 0), "m_GetFrameSID")) return kGetFrame;
-  imageProcessor = std::make_unique<VideoImageProcessorCUDA>(
-      m_Context, m_ReadbackSID, static_cast<int32_t>(m_ContextDeviceId), getLogger());
-  return kSuccess;
 }
 
 void VideoDecoderGenericNVCUVID::closeCuda() {
@@ -96,13 +84,11 @@ void VideoDecoderGenericNVCUVID::closeCuda() {
     if (decodedFrameBuffer != nullptr) cuMemFreeHost(decodedFrameBuffer);
     decodedFrameBuffer = nullptr;
     decodedFrameBufferSize = 0;
-    for (CUstream* stream : {&m_ReadbackSID, &m_GetFrameSID}) {
-      if (*stream != nullptr) cuStreamDestroy(*stream);
-      *stream = nullptr;
-    }
+    m_ReadbackSID.reset();
+    m_GetFrameSID.reset();
   }
   ctxLock = cudaCtxLock();
-  calls.attach(logger, nullptr);
+  calls->attach(logger, nullptr);
   m_Context.reset();
   seq = {};
   seqChromaFormat = -1;
@@ -151,7 +137,7 @@ uint32_t VideoDecoderGenericNVCUVID::createParser() {
 void VideoDecoderGenericNVCUVID::destroyParser() {
   if (m_Parser == nullptr) return;
   const std::lock_guard scope(ctxLock);
-  calls.ok(cuvidDestroyVideoParser(m_Parser), "cuvidDestroyVideoParser");
+  calls->ok(cuvidDestroyVideoParser(m_Parser), "cuvidDestroyVideoParser");
   m_Parser = nullptr;
 }
 
@@ -248,7 +234,7 @@ uint32_t VideoDecoderGenericNVCUVID::createDecoder(const CUVIDEOFORMAT& format) 
 void VideoDecoderGenericNVCUVID::destroyDecoder() {
   if (m_Decoder == nullptr) return;
   const std::lock_guard scope(ctxLock);
-  calls.ok(cuvidDestroyDecoder(m_Decoder), "cuvidDestroyDecoder");
+  calls->ok(cuvidDestroyDecoder(m_Decoder), "cuvidDestroyDecoder");
   m_Decoder = nullptr;
 }
 
@@ -278,14 +264,14 @@ void VideoDecoderGenericNVCUVID::takePass(VideoDecoderGenericNVCUVIDFrameInfo& f
   parameters.second_field = static_cast<int>(pass);
   parameters.top_field_first = frame.frameParams.top_field_first;
   parameters.unpaired_field = frame.passes() == 1;
-  parameters.output_stream = m_ReadbackSID;
+  parameters.output_stream = m_ReadbackSID.get();
   unsigned long long mapped = 0;
   unsigned pitch = 0;
   const CUresult code =
       cuvidMapVideoFrame64(m_Decoder, frame.frameParams.picture_index, &mapped, &pitch, &parameters);
-  if (!calls.ok(code, "cuvidMapVideoFrame64")) return;
+  if (!calls->ok(code, "cuvidMapVideoFrame64")) return;
   if (!convert(frame, pass, mapped, pitch)) frame.tmpFrame[pass] = {};
-  calls.ok(cuvidUnmapVideoFrame64(m_Decoder, mapped), "cuvidUnmapVideoFrame64");
+  calls->ok(cuvidUnmapVideoFrame64(m_Decoder, mapped), "cuvidUnmapVideoFrame64");
 }
 
 bool VideoDecoderGenericNVCUVID::convert(VideoDecoderGenericNVCUVIDFrameInfo& frame, size_t pass,
@@ -298,15 +284,15 @@ bool VideoDecoderGenericNVCUVID::convert(VideoDecoderGenericNVCUVIDFrameInfo& fr
   if (!memory.buffer) {
     const CudaMemoryKind kind =
         isCudaDevAttrMemoryPoolsSupported ? CudaMemoryKind::kPooled : CudaMemoryKind::kPlain;
-    memory.buffer = takeDeviceMemory(m_Context, memory.size, kind, calls);
+    memory.buffer = takeDeviceMemory(m_Context, memory.size, kind, *calls);
   }
   if (!memory.buffer) return false;
   const auto* luma = reinterpret_cast<const uint8_t*>(mapped);
+  const int step = static_cast<int>(pitch);
   const NppiSize size{static_cast<int>(frame.sizes.frameWidth), static_cast<int>(frame.sizes.frameHeight)};
-  const bool queued =
-      imageProcessor->unpackNV12(luma, luma + size_t{pitch} * targetHeight, static_cast<int>(pitch),
-                                 DevicePlanes(memory.buffer.get(), layout), size, false);
-  return calls.ok(cuStreamSynchronize(m_ReadbackSID), "cuStreamSynchronize") && queued;
+  const bool queued = imageProcessor->unpackNV12(luma, luma + size_t{pitch} * targetHeight, {step, step},
+                                                 DevicePlanes(memory.buffer.get(), layout), size, false);
+  return calls->ok(cuStreamSynchronize(m_ReadbackSID.get()), "cuStreamSynchronize") && queued;
 }
 
 }  // namespace qvs

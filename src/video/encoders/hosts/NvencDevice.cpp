@@ -1,15 +1,9 @@
 // What an encoder has of a card: the context that all share, and a stream of its own.
 #include "video/encoders/hosts/NvencDevice.h"
 
-#include <fmt/format.h>
-
-#include <mutex>
-
 #include "contract/StageIds.h"
 #include "platform/Status.h"
 #include "video/scaling/device/cuda/CudaBringUp.h"
-#include "video/scaling/device/cuda/cudaCtxLock.h"
-#include "video/scaling/device/cuda/NVidiaCUDAContextManager.h"
 
 namespace qvs {
 namespace {
@@ -17,7 +11,6 @@ namespace {
 // Cards beyond these encode the codec.
 constexpr uint32_t kOldestH264 = 47;
 constexpr uint32_t kOldestH265 = 81;
-constexpr uint32_t kNoStream = static_cast<uint32_t>(-8);
 
 bool encodes(uint32_t codec, CUdevice device) {
   int major = 0, minor = 0;
@@ -27,13 +20,6 @@ bool encodes(uint32_t codec, CUdevice device) {
 }
 
 }  // namespace
-
-NvencDevice::~NvencDevice() {
-  if (stream == nullptr) return;
-  cudaCtxLock ctxLock(context.get());
-  const std::lock_guard scope(ctxLock);
-  cuStreamDestroy(stream);
-}
 
 std::shared_ptr<NvencDevice> NvencDevice::open(uint32_t codec, int32_t ordinal, ILogger* logger,
                                                uint32_t* result) {
@@ -45,24 +31,11 @@ std::shared_ptr<NvencDevice> NvencDevice::open(uint32_t codec, int32_t ordinal, 
     *result = bringUp.failed(CudaStep::kAvailability);
     return nullptr;
   }
-  const auto index = static_cast<uint32_t>(ordinal);
-  auto context = NVidiaCUDAContextManager::getInstance()->acquireContext(device, index);
-  if (!context) {
-    *result = bringUp.failed(CudaStep::kContext);
-    return nullptr;
-  }
-  auto made = std::make_shared<NvencDevice>(std::move(context), index);
-  cudaCtxLock ctxLock(made->context.get());
-  const std::lock_guard scope(ctxLock);
-  const CUresult code = cuStreamCreate(&made->stream, 0);
-  if (code == CUDA_SUCCESS) return made;
-  made->stream = nullptr;
-  NVidiaCUDAContextManager::getInstance()->noteResult(made->context.get(), code);
-  logger->warn(kLogContextVideoEncoder, 0,
-               fmt::format("VideoEncoderH26XNVENC.initCuda[{{context}}]: cuStreamCreate: Failure result:{}",
-                           static_cast<int>(code)));
-  *result = kNoStream;
-  return nullptr;
+  auto made = std::make_shared<NvencDevice>();
+  made->deviceId = static_cast<uint32_t>(ordinal);
+  *result = bringUp.openContext(device, ordinal, &made->context);
+  if (*result == kSuccess) *result = bringUp.openStream(made->context, &made->stream);
+  return *result == kSuccess ? made : nullptr;
 }
 
 }  // namespace qvs

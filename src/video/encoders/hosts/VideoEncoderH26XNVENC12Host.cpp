@@ -111,9 +111,8 @@ bool VideoEncoderH26XNVENC12Host::takePicture(VideoFrameBuffer& frame, uint32_t 
   // A frame may claim a copy on a device that it doesn't have.
   const bool onDevice = frame.isLocationCUDA() && record.frameCUDA.buffer != nullptr && isOnSameDevice(frame);
   if (!onDevice) {
-    frame.transferToSystemMemory();
-    describe();
     if (!isEncodable(frame)) return false;
+    describe();
     record.locations = QVS_LOCATION_SYSTEM_MEMORY;
   }
   work->picture = frame.getFrame();

@@ -48,7 +48,8 @@ bool VideoEncoderPluginHost::worthTelling(uint32_t& times) {
 }
 
 void VideoEncoderPluginHost::logStatus(const PluginAnswer& answer, int32_t level) const {
-  logPluginStatus(place(), {row.className, row.statusPrefix, row.unknownStatus, row.numberedStatus}, answer, level);
+  logPluginStatus(place(), {row.className, row.statusPrefix, row.unknownStatus, row.numberedStatus}, answer,
+                  level);
 }
 
 // The library.
@@ -69,8 +70,8 @@ bool VideoEncoderPluginHost::isAvailable(const PluginEncoderRow& row, const std:
                                                row.prefix, major, minor);
         if (!status) return false;
         logPluginStatus({loggerOrGlobal(logger), kLogContextVideoEncoder, 0},
-                        {row.className, row.statusPrefix, row.unknownStatus, row.numberedStatus}, {*status, {}},
-                        kPluginLevelDebug);
+                        {row.className, row.statusPrefix, row.unknownStatus, row.numberedStatus},
+                        {*status, {}}, kPluginLevelDebug);
         return *status == 0;
       },
       false);
@@ -118,9 +119,9 @@ uint32_t VideoEncoderPluginHost::result(const char* function, const PluginAnswer
 
 bool VideoEncoderPluginHost::loadPlugin() {
   const std::string path = libraryOf(row, nativePath, hardwareAccess);
-  const bool loaded = work->plugin.load(path, videoEncoderResolve, row.prefix, row.global ? SharedLibrary::kLazyGlobal : 0);
-  std::string line =
-      head("createDone") + "Loading shared library" + (loaded ? ": " : " FAILED: ") + path;
+  const bool loaded =
+      work->plugin.load(path, videoEncoderResolve, row.prefix, row.global ? SharedLibrary::kLazyGlobal : 0);
+  std::string line = head("createDone") + "Loading shared library" + (loaded ? ": " : " FAILED: ") + path;
   if (!loaded && row.strict) line += " with error: " + work->plugin.lastError();
   if (loaded) {
     getLogger()->info(kLogContextVideoEncoder, place().index, line);
@@ -290,7 +291,6 @@ bool VideoEncoderPluginHost::takesPictures() const {
 }
 
 bool VideoEncoderPluginHost::takePicture(VideoFrameBuffer& frame, uint32_t type, uint64_t time) {
-  frame.transferToSystemMemory();
   if (!isEncodable(frame)) return false;
   work->picture = frame.getFrame();
   work->frameType = type;
@@ -299,7 +299,15 @@ bool VideoEncoderPluginHost::takePicture(VideoFrameBuffer& frame, uint32_t type,
 }
 
 // The plug-in is told nothing of the format and would read past a smaller one, or swap the colors of another.
-bool VideoEncoderPluginHost::isEncodable(const VideoFrameBuffer& frame) {
+bool VideoEncoderPluginHost::isEncodable(VideoFrameBuffer& frame) {
+  if (frame.transferToSystemMemory() != kSuccess) {
+    // The device has told why.
+    if (worthTelling(refusals)) {
+      getLogger()->error(kLogContextVideoEncoder, place().index,
+                         head("addFrame") + "The picture could not be fetched from its device");
+    }
+    return false;
+  }
   if (frame.getPlane(0) != nullptr && frame.getFourCC() == kFourCCYV12) return true;
   refuse(frame, "YV12");
   return false;
@@ -307,9 +315,9 @@ bool VideoEncoderPluginHost::isEncodable(const VideoFrameBuffer& frame) {
 
 void VideoEncoderPluginHost::refuse(const VideoFrameBuffer& frame, const char* wanted) {
   if (!worthTelling(refusals)) return;
-  getLogger()->error(
-      kLogContextVideoEncoder, place().index,
-      head("addFrame") + fmt::format("Only pictures in {} are encoded, this is 0x{:x}", wanted, frame.getFourCC()));
+  getLogger()->error(kLogContextVideoEncoder, place().index,
+                     head("addFrame") + fmt::format("Only pictures in {} are encoded, this is 0x{:x}", wanted,
+                                                    frame.getFourCC()));
 }
 
 void VideoEncoderPluginHost::finish() {
