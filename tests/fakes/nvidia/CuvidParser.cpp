@@ -71,7 +71,7 @@ void CuvidParser::feed(const uint8_t* bytes, int size, int64_t timestamp) {
 
 void CuvidParser::unit(const uint8_t* bytes, int size) {
   const CuvidUnit found = scanUnit(codec, bytes, static_cast<size_t>(size));
-  if (found.hasSequence && !startSequence(found)) return;
+  if (found.hasSequence && !startSequence(found, bytes, size)) return;
   if (found.endsSequence) started = false;
   if (found.slices.empty() || !known || !isDecodable(found)) return;
   const int structure = splitter->picture_structure;
@@ -103,11 +103,11 @@ void CuvidParser::unit(const uint8_t* bytes, int size) {
   show(callbacks.ulMaxDisplayDelay);
 }
 
-bool CuvidParser::startSequence(const CuvidUnit& unit) {
+bool CuvidParser::startSequence(const CuvidUnit& unit, const uint8_t* bytes, int size) {
   if (known && unit.parameters == parameters) return true;
   CuvidSequence next;
-  if (!readSequence(codec, unit.parameters, {splitter->coded_width, splitter->coded_height, splitter->format},
-                    next)) {
+  if (!readSequence(codec, {bytes, bytes + size},
+                    {splitter->coded_width, splitter->coded_height, splitter->format}, next)) {
     return known;
   }
   endPair(true);

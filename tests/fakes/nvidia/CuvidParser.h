@@ -30,7 +30,7 @@ class CuvidParser {
   void openParser();
   void feed(const uint8_t* bytes, int size, int64_t timestamp);
   void unit(const uint8_t* bytes, int size);
-  bool startSequence(const CuvidUnit& unit);
+  bool startSequence(const CuvidUnit& unit, const uint8_t* bytes, int size);
   bool isDecodable(const CuvidUnit& unit);
   void flushBefore(const CuvidUnit& unit);
   int takeSurface();

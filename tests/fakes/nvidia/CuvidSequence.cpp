@@ -25,15 +25,22 @@ constexpr CuvidCodec kCodecs[] = {{cudaVideoCodec_H264, AV_CODEC_ID_H264, "h264"
 using Bytes = std::vector<uint8_t>;
 using CodecContext = std::unique_ptr<AVCodecContext, void (*)(AVCodecContext*)>;
 
-CodecContext openWith(const CuvidCodec& codec, const Bytes& parameters) {
+/// A decoder that has seen the unit, and so knows what its headers say; null where it couldn't.
+CodecContext decoderThatSaw(const CuvidCodec& codec, const Bytes& unit) {
   const AVCodec* decoder = avcodec_find_decoder_by_name(codec.decoder);
   CodecContext context(avcodec_alloc_context3(decoder),
                        [](AVCodecContext* one) { avcodec_free_context(&one); });
-  context->extradata = static_cast<uint8_t*>(av_mallocz(parameters.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-  context->extradata_size = static_cast<int>(parameters.size());
-  std::memcpy(context->extradata, parameters.data(), parameters.size());
   context->thread_count = 1;
-  if (avcodec_open2(context.get(), decoder, nullptr) < 0) context.reset();
+  context->apply_cropping = 0;
+  AVPacket* packet = av_packet_alloc();
+  if (avcodec_open2(context.get(), decoder, nullptr) < 0 ||
+      av_new_packet(packet, static_cast<int>(unit.size())) < 0) {
+    context.reset();
+  } else {
+    std::memcpy(packet->data, unit.data(), unit.size());
+    avcodec_send_packet(context.get(), packet);
+  }
+  av_packet_free(&packet);
   return context;
 }
 
@@ -85,25 +92,48 @@ void setArea(CUVIDEOFORMAT& format, int width, int height) {
   format.display_area.bottom = height;
 }
 
-bool readHevc(const AVCodecContext& context, CuvidSequence& out) {
+/// Where the shown part of the first picture begins.
+void readOffset(AVCodecContext& context, CUVIDEOFORMAT& format) {
+  AVFrame* frame = av_frame_alloc();
+  avcodec_send_packet(&context, nullptr);
+  if (avcodec_receive_frame(&context, frame) >= 0) {
+    format.display_area.left = static_cast<int>(frame->crop_left);
+    format.display_area.top = static_cast<int>(frame->crop_top);
+    format.display_area.right += format.display_area.left;
+    format.display_area.bottom += format.display_area.top;
+  }
+  av_frame_free(&frame);
+}
+
+bool readFrom(AVCodecContext& context, CuvidSequence& out) {
   CUVIDEOFORMAT& format = out.format;
   format.coded_width = static_cast<unsigned>(context.coded_width);
   format.coded_height = static_cast<unsigned>(context.coded_height);
   setArea(format, context.width, context.height);
+  if (format.coded_width == 0 || context.width <= 0 || context.height <= 0) return false;
   setAspect(format, context.sample_aspect_ratio.num, context.sample_aspect_ratio.den);
   format.frame_rate = {static_cast<unsigned>(context.framerate.num),
                        static_cast<unsigned>(context.framerate.den)};
+  auto& signal = format.video_signal_description;
+  signal.video_full_range_flag = context.color_range == AVCOL_RANGE_JPEG;
+  signal.color_primaries = static_cast<unsigned char>(context.color_primaries);
+  signal.transfer_characteristics = static_cast<unsigned char>(context.color_trc);
+  signal.matrix_coefficients = static_cast<unsigned char>(context.colorspace);
   out.reorder = context.has_b_frames;
-  return format.coded_width != 0;
+  readOffset(context, format);
+  return true;
 }
 
-bool readMpeg2(const Bytes& parameters, CuvidSequence& out) {
-  const auto info = mc::readMpeg2Header(parameters.data(), parameters.size());
+bool readMpeg2(const Bytes& unit, CuvidSequence& out) {
+  const auto info = mc::readMpeg2Header(unit.data(), unit.size());
   if (!info) return false;
   CUVIDEOFORMAT& format = out.format;
   // Without an extension it is MPEG-1: progressive.
-  const size_t extension = mc::findStartCode(parameters.data(), parameters.size(), 4);
-  const bool progressive = extension + 6 > parameters.size() || (parameters[extension + 5] & 8) != 0;
+  size_t at = mc::findStartCode(unit.data(), unit.size(), 0);
+  while (at + 6 < unit.size() && unit[at + 3] != 0xB3)
+    at = mc::findStartCode(unit.data(), unit.size(), at + 3);
+  at = mc::findStartCode(unit.data(), unit.size(), at + 4);
+  const bool progressive = at + 6 > unit.size() || unit[at + 3] != 0xB5 || (unit[at + 5] & 8) != 0;
   const unsigned rows = progressive ? 16 : 32;
   format.progressive_sequence = progressive;
   format.coded_width = (static_cast<unsigned>(info->width) + 15) / 16 * 16;
@@ -117,22 +147,6 @@ bool readMpeg2(const Bytes& parameters, CuvidSequence& out) {
     format.display_aspect_ratio = {kAspects[info->aspectCode - 2][0], kAspects[info->aspectCode - 2][1]};
   }
   out.reorder = 1;
-  return true;
-}
-
-bool readH264(const Bytes& parameters, const CuvidCoded& coded, const AVCodecContext& context,
-              CuvidSequence& out) {
-  const auto info = mc::readAvcHeader(parameters.data(), parameters.size());
-  if (!info || coded.width <= 0 || coded.height <= 0) return false;
-  CUVIDEOFORMAT& format = out.format;
-  format.coded_width = static_cast<unsigned>(coded.width);
-  format.coded_height = static_cast<unsigned>(coded.height);
-  setArea(format, info->width, info->height);
-  setAspect(format, info->pixelAspectWidth, info->pixelAspectHeight);
-  format.frame_rate = {static_cast<unsigned>(info->rateNumerator),
-                       static_cast<unsigned>(info->rateDenominator)};
-  // The header says how far pictures are reordered, or how many references there are at most.
-  out.reorder = std::max(context.has_b_frames, info->reorder > 0 ? info->reorder + 1 : 0);
   return true;
 }
 
@@ -164,8 +178,7 @@ CuvidUnit scanUnit(const CuvidCodec& codec, const uint8_t* bytes, size_t size) {
   return unit;
 }
 
-bool readSequence(const CuvidCodec& codec, const Bytes& parameters, const CuvidCoded& coded,
-                  CuvidSequence& out) {
+bool readSequence(const CuvidCodec& codec, const Bytes& unit, const CuvidCoded& coded, CuvidSequence& out) {
   out = {};
   CUVIDEOFORMAT& format = out.format;
   format.codec = codec.number;
@@ -177,10 +190,14 @@ bool readSequence(const CuvidCodec& codec, const Bytes& parameters, const CuvidC
   format.video_signal_description.matrix_coefficients = AVCOL_SPC_UNSPECIFIED;
   bool read = false;
   if (codec.number == cudaVideoCodec_MPEG2) {
-    read = readMpeg2(parameters, out);
-  } else if (const CodecContext context = openWith(codec, parameters); context != nullptr) {
-    read = codec.number == cudaVideoCodec_HEVC ? readHevc(*context, out)
-                                               : readH264(parameters, coded, *context, out);
+    read = readMpeg2(unit, out);
+  } else if (const CodecContext context = decoderThatSaw(codec, unit); context != nullptr) {
+    read = readFrom(*context, out);
+  }
+  if (codec.number == cudaVideoCodec_H264) {
+    // Where the header doesn't say how far pictures are reordered, it says how many references there are at most.
+    const auto info = mc::readAvcHeader(unit.data(), unit.size());
+    if (info && info->reorder > 0) out.reorder = std::max(out.reorder, info->reorder + 1);
   }
   // Of other pictures it is enough to know that they aren't of this kind.
   const bool plain = coded.format == AV_PIX_FMT_YUV420P || coded.format == AV_PIX_FMT_YUVJ420P;

@@ -47,8 +47,8 @@ struct CuvidCoded {
   int format;
 };
 
-/// False where it can't be read.
-bool readSequence(const CuvidCodec& codec, const std::vector<uint8_t>& parameters, const CuvidCoded& coded,
+/// Of the first unit of a sequence. False where it can't be read.
+bool readSequence(const CuvidCodec& codec, const std::vector<uint8_t>& unit, const CuvidCoded& coded,
                   CuvidSequence& out);
 
 }  // namespace qvs::fakes
