@@ -181,8 +181,10 @@ uint32_t VideoFrameBuffer::transferLocationFromDecode() {
 }
 
 uint32_t VideoFrameBuffer::initVideoScaleCUDA() {
-  if (!device && scaleSetData) device = makeDevicePicture(scaleSetData);
-  return device ? kSuccess : kFailure;
+  return guarded("VideoFrameBuffer::initVideoScaleCUDA", [&]() -> uint32_t {
+    if (!device && scaleSetData) device = makeDevicePicture(scaleSetData);
+    return device ? kSuccess : kFailure;
+  });
 }
 
 uint32_t VideoFrameBuffer::allocateCUDAFrame() {

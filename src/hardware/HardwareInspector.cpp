@@ -10,6 +10,7 @@
 #include "log/LogGlobalLogger.h"
 #include "video/decoders/hosts/VideoDecoderPluginHost.h"
 #include "video/encoders/hosts/VideoEncoderPluginHost.h"
+#include "video/scaling/device/cuda/NVidiaCUDAUtils.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
 namespace qvs {
@@ -128,8 +129,9 @@ void HardwareInspector::probeU30() {
   LogGlobalLogger::getLogger()->info(std::string("HardwareInspector.inspect[{context}]: ") + kNoU30);
 }
 
-// Nor are those of NVIDIA's.
-void HardwareInspector::probeCUDA() {}
+void HardwareInspector::probeCUDA() {
+  NVidiaCUDAUtils::getCUDAInfo(&infoCUDA, HardwareInfoCUDA::kMaxGPUs);
+}
 
 int32_t HardwareInspector::computeCapability(int32_t gpu) const {
   const int32_t index = std::max(gpu, 0);

@@ -34,7 +34,6 @@ struct FlagRule {
   Version driver;
   uint32_t flags;
 };
-constexpr uint32_t kCudaRunsKernels = 0x100;
 constexpr FlagRule kFlagRules[] = {
     {0x30, {346, 0}, kCudaNvencOffline},
     {0x30, {525, 60}, kCudaUsable | kCudaNvencH264 | kCudaNvcuvidOld | kCudaNvcuvid | kCudaRunsKernels},

@@ -12,7 +12,8 @@ class cudaCtxLock {
   explicit cudaCtxLock(CUcontext context) : ctx(context) {}
 
   void lock() {
-    if (ctx != nullptr) cuCtxPushCurrent(ctx);
+    // A first answer may be that of earlier work.
+    if (ctx != nullptr && cuCtxPushCurrent(ctx) != CUDA_SUCCESS) cuCtxPushCurrent(ctx);
   }
   void unlock() {
     if (ctx != nullptr) cuCtxPopCurrent(nullptr);

@@ -107,8 +107,8 @@ NppStatus nppiNV12ToYUV420_8u_P2P3R_Ctx(const Npp8u* const source[2], int source
   const NppStatus status = check(size, source[0], source[1], target[0], target[1], target[2]);
   if (status != NPP_SUCCESS) return status;
   return launch(Kernel::kNv12To420, context, (size.width + 1) / 2, (size.height + 1) / 2, source[0],
-                source[1], sourceStep, target[0], target[1], target[2], targetSteps[0], targetSteps[1],
-                targetSteps[2], size.width, size.height);
+                source[1], sourceStep, sourceStep, target[0], target[1], target[2], targetSteps[0],
+                targetSteps[1], targetSteps[2], size.width, size.height);
 }
 
 NppStatus nppiCopy_8u_C4C1R_Ctx(const Npp8u* source, int sourceStep, Npp8u* target, int targetStep,
