@@ -130,10 +130,13 @@ void HardwareInspector::probeU30() {
 }
 
 void HardwareInspector::probeCUDA() {
-  NVidiaCUDAUtils::getCUDAInfo(&infoCUDA, HardwareInfoCUDA::kMaxGPUs);
+  if (!NVidiaCUDAUtils::getCUDAInfo(&infoCUDA, HardwareInfoCUDA::kMaxGPUs)) {
+    LogGlobalLogger::getLogger()->info("HardwareInspector.inspect[{context}]: " + NVidiaCUDAUtils::whyNone());
+    return;
+  }
   uint32_t major = 0, minor = 0;
-  const bool asks = infoCUDA.countGPU > 0 && (infoCUDA.availableFlags & kCudaNvencH265) != 0;
-  if (asks && encoderAnswers<kEncoderH26XNVENC12>(getPath(kNativePath), kHardwareAccessAny, &major, &minor)) {
+  if ((infoCUDA.availableFlags & kCudaNvencH265) != 0 &&
+      encoderAnswers<kEncoderH26XNVENC12>(getPath(kNativePath), kHardwareAccessAny, &major, &minor)) {
     infoCUDA.availableFlags |= kCudaNvencLoaded;
   }
 }

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "cuda.h"
+#include "cudawrapper.h"
 #include "log/LogGlobalLogger.h"
 #include "video/scaling/device/cuda/CudaWrapper.h"
 
@@ -145,6 +146,16 @@ bool NVidiaCUDAUtils::getCUDAInfo(HardwareInfoCUDA* info, int32_t maxGPUs) {
     if (i < std::min(maxGPUs, HardwareInfoCUDA::kMaxGPUs)) info->gpus[static_cast<size_t>(i)] = gpu;
   }
   return true;
+}
+
+std::string NVidiaCUDAUtils::whyNone() {
+  if (cudaWrapperHasDriver() == 0) return "no NVIDIA driver: libcuda.so.1 not found";
+  const CUresult code = cuInit(0);
+  if (code == CUDA_SUCCESS) return "the NVIDIA driver shows no GPU";
+  const char* name = nullptr;
+  cuGetErrorName(code, &name);
+  return fmt::format("the NVIDIA driver doesn't start: {} ({})", name != nullptr ? name : "error",
+                     static_cast<int>(code));
 }
 
 uint32_t NVidiaCUDAUtils::isCUDAAvailable() {

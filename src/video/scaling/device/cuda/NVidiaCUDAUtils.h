@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <istream>
+#include <string>
 
 #include "contract/HardwareInfo.h"
 #include "log/ILogger.h"
@@ -26,6 +27,9 @@ class NVidiaCUDAUtils {
 
   /// All of it, of `maxGPUs` GPUs at most. False where there are none.
   static bool getCUDAInfo(HardwareInfoCUDA* info, int32_t maxGPUs);
+
+  /// Why there are none, in words.
+  static std::string whyNone();
 
   /// A line for each GPU.
   static void logCUDAInfo(ILogger& logger, const HardwareInfoCUDA& info);
