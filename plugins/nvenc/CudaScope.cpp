@@ -5,10 +5,13 @@
 
 namespace qvs::nvenc {
 
-CUresult CudaHome::retain(const NvencDriver& driver, int card) {
+CUresult CudaHome::retain(const NvencDriver& driver, int card, const char** call) {
   release();
+  *call = "cuDeviceGet";
   CUresult code = driver.cuda->cuDeviceGet(&device, card);
-  if (code == CUDA_SUCCESS) code = driver.cuda->cuDevicePrimaryCtxRetain(&handle, device);
+  if (code != CUDA_SUCCESS) return code;
+  *call = "cuDevicePrimaryCtxRetain";
+  code = driver.cuda->cuDevicePrimaryCtxRetain(&handle, device);
   if (code == CUDA_SUCCESS) retainedFrom = &driver;
   return code;
 }

@@ -22,8 +22,8 @@ class CudaHome {
     handle = given;
   }
 
-  /// The primary context of a card. The driver's code.
-  CUresult retain(const NvencDriver& driver, int card);
+  /// The primary context of a card. The driver's code, and the call that gave it.
+  CUresult retain(const NvencDriver& driver, int card, const char** call);
   void release();
 
   CUcontext context() const { return handle; }

@@ -105,7 +105,9 @@ int32_t NvencSession::open() {
 
 int32_t NvencSession::enterCard(int card) {
   stream = nullptr;
-  return checkCuda(home.retain(*driver, card), QVS_PLUGIN_CREATE_CONTEXT, "cuDevicePrimaryCtxRetain");
+  const char* call = "";
+  const CUresult code = home.retain(*driver, card, &call);
+  return checkCuda(code, QVS_PLUGIN_CREATE_CONTEXT, call);
 }
 
 int32_t NvencSession::openSession() {
@@ -128,12 +130,18 @@ int32_t NvencSession::openSession() {
               "session limit of the driver reached: " + std::to_string(sessionsInUse.load()) + " in use");
 }
 
-bool NvencSession::has(const GUID& codec) {
+int32_t NvencSession::checkCodec(const GUID& codec) {
   uint32_t count = 0;
-  if (driver->nvenc.nvEncGetEncodeGUIDCount(encoder, &count) != NV_ENC_SUCCESS) return false;
+  int32_t status = checkNvenc(driver->nvenc.nvEncGetEncodeGUIDCount(encoder, &count),
+                              QVS_PLUGIN_NO_ENTRY_POINTS, "nvEncGetEncodeGUIDCount");
+  if (status != QVS_PLUGIN_OK) return status;
   std::vector<GUID> guids(count);
-  if (driver->nvenc.nvEncGetEncodeGUIDs(encoder, guids.data(), count, &count) != NV_ENC_SUCCESS) return false;
-  return std::any_of(guids.begin(), guids.end(), [&](const GUID& one) { return same(one, codec); });
+  status = checkNvenc(driver->nvenc.nvEncGetEncodeGUIDs(encoder, guids.data(), count, &count),
+                      QVS_PLUGIN_NO_ENTRY_POINTS, "nvEncGetEncodeGUIDs");
+  if (status != QVS_PLUGIN_OK) return status;
+  if (std::any_of(guids.begin(), guids.end(), [&](const GUID& one) { return same(one, codec); }))
+    return status;
+  return fail(QVS_PLUGIN_NO_ENTRY_POINTS, hevc ? "the card has no H.265" : "the card has no H.264");
 }
 
 int32_t NvencSession::readCaps(NvencCaps& into) {
@@ -178,11 +186,9 @@ int32_t NvencSession::chooseFormat() {
 
 int32_t NvencSession::configure() {
   const GUID codec = hevc ? NV_ENC_CODEC_HEVC_GUID : NV_ENC_CODEC_H264_GUID;
-  if (!has(codec)) {
-    return fail(QVS_PLUGIN_NO_ENTRY_POINTS, hevc ? "the card has no H.265" : "the card has no H.264");
-  }
   caps = {};
-  int32_t status = readCaps(caps);
+  int32_t status = checkCodec(codec);
+  if (status == QVS_PLUGIN_OK) status = readCaps(caps);
   if (status == QVS_PLUGIN_OK) status = chooseFormat();
   if (status != QVS_PLUGIN_OK) return status;
   NV_ENC_PRESET_CONFIG preset{};
@@ -287,7 +293,9 @@ int32_t NvencSession::encode(const Picture& picture) {
   const CudaScope scope(*driver, home.context());
   int32_t status = checkCuda(scope.code(), QVS_PLUGIN_CREATE_CONTEXT, "cuCtxPushCurrent");
   if (status == QVS_PLUGIN_OK) status = submit(picture);
-  const auto inCard = static_cast<uint64_t>(opened.asyncDepth - 1);
+  // Where pictures are reordered, times are counted from the first two: the first frame waits for the second picture.
+  const auto inCard =
+      static_cast<uint64_t>(std::max(opened.asyncDepth - 1, std::min<int64_t>(opened.bFrames, 1)));
   while (status == QVS_PLUGIN_OK && ready - collected > inCard) status = collect();
   return finish(status);
 }

@@ -44,7 +44,7 @@ class NvencSession : public plugins::KeyedSession<NvencSettings> {
 
   int32_t enterCard(int card);
   int32_t openSession();
-  bool has(const GUID& codec);
+  int32_t checkCodec(const GUID& codec);
   int32_t readCaps(NvencCaps& caps);
   int32_t chooseFormat();
   int32_t configure();

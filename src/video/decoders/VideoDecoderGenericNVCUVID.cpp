@@ -181,7 +181,10 @@ void VideoDecoderGenericNVCUVID::parse(uint32_t packetFlags, uint32_t* flags) {
   packet.payload_size = inputBuffer.size();
   pictureFailed = false;
   const std::lock_guard scope(ctxLock);
-  const bool parsed = calls->ok(cuvidParseVideoData(m_Parser, &packet), "cuvidParseVideoData");
+  const CUresult code = cuvidParseVideoData(m_Parser, &packet);
+  // By this code the parser passes on that a picture or a sequence was refused, which is no fault of the device.
+  CudaCalls& told = code == CUDA_ERROR_UNKNOWN ? parserCalls : *calls;
+  const bool parsed = told.ok(code, "cuvidParseVideoData");
   if (!parsed || pictureFailed) *flags |= DecodeFlagAborted;
 }
 

@@ -131,6 +131,7 @@ class VideoDecoderGenericNVCUVID : public WithParameters<VideoDecoderGenericNVCU
   bool refused = false;        ///< the card makes no decoder for the sequence at hand
   bool pictureFailed = false;  ///< in the unit at hand
   std::shared_ptr<CudaCalls> calls;
+  CudaCalls parserCalls{"VideoDecoderGenericNVCUVID", kLogContextVideoDecoder};  ///< of no context
   bool hasShown = false;  ///< of the double rate: the picture below may be fetched a second time
   VideoDecoderGenericNVCUVIDFrameInfo shown;
 };

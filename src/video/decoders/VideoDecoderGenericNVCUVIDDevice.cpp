@@ -61,6 +61,7 @@ uint32_t VideoDecoderGenericNVCUVID::initCuda(int32_t ordinal) {
   if (result != kSuccess) return result;
   ctxLock = cudaCtxLock(m_Context.get());
   calls->attach(getLogger(), m_Context.get());
+  parserCalls.setLogger(getLogger());
   result = bringUp.openStream(m_Context, &m_ReadbackSID, CudaStep::kStream);
   if (result == kSuccess) result = bringUp.openStream(m_Context, &m_GetFrameSID, CudaStep::kSecondStream);
   if (result == kSuccess) {

@@ -169,7 +169,8 @@ TEST_P(Nvenc, GivesRightPicturesFromHostAndCard) {
     EXPECT_GT(worstPlane(pictures, host.picture), 30);
     const std::vector<H264Picture> others = play(device.units, codec);
     ASSERT_EQ(others.size(), 5u);
-    for (size_t i = 0; i < 5; ++i) EXPECT_EQ(others[i].planes, pictures[i].planes) << i;
+    for (size_t i = 0; i < 15; ++i)
+      EXPECT_EQ(others[i / 3].planes[i % 3], pictures[i / 3].planes[i % 3]) << i;
     const std::vector<EncodedUnit> tail(host.units.begin() + 3, host.units.end());
     EXPECT_EQ(play(tail, codec).size(), 2u) << "a decoder can begin at the second key frame";
   }
@@ -276,7 +277,7 @@ TEST_P(Nvenc, ClosesCleanWhicheverCallFails) {
     if (faulty.empty()) break;
     if (status != 0) {
       ++failed;
-      EXPECT_THAT(words, HasSubstr(faulty.substr(0, faulty.find("_v2")).substr(1)));
+      EXPECT_THAT(words, HasSubstr(faulty.substr(0, faulty.find("_v2"))));
     }
   }
   EXPECT_GT(failed, 20u);

@@ -308,7 +308,7 @@ public final class TranscodeSession implements AutoCloseable {
   private void leaveDevice(DeviceFailure failure) throws HostException, IOException {
     Device left = owner.device();
     String what = left.isSoftware() ? "decoder " + decoder : "device " + left;
-    settings.deviceListener().accept(new DeviceEvent(what, Math.max(decodedTo, 0), failure.getMessage()));
+    settings.deviceListener().accept(new DeviceEvent(what, Math.max(decodedTo, -1), failure.getMessage()));
     known = history.pictures();
     List<CodedHistory.Unit> units = history.units();
     history = null;
