@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "contract/ScaleIds.h"
+#include "frames/DevicePictureFactory.h"
 #include "frames/FrameCopies.h"
 #include "frames/geometry/ChromaOrder.h"
 #include "frames/geometry/FourCC.h"
@@ -64,6 +65,7 @@ uint32_t VideoFrameBuffer::allocBuffer(uint32_t width, uint32_t height, uint32_t
 
 uint32_t VideoFrameBuffer::allocBuffer(uint32_t width, uint32_t height, uint32_t fourCC, uint8_t clear) {
   uint32_t result = kSuccess;
+  if (fourCC != frame.four_cc) releaseCardPicture();
   if (alloc_provider && (*alloc_provider)(*this, width, height, fourCC, clear, result)) return result;
   if (buffer && width == frame.width && height == frame.height) return kSuccess;
   bars.forget();
@@ -85,6 +87,10 @@ uint32_t VideoFrameBuffer::setAllocProvider(FrameAllocProvider alloc, FrameFreeP
   alloc_provider = std::move(alloc);
   free_provider = std::move(free);
   return kSuccess;
+}
+
+bool VideoFrameBuffer::releaseCardPicture() {
+  return free_provider && frame.done != nullptr && (*free_provider)(*this);
 }
 
 void VideoFrameBuffer::setStorage(FrameMemory memory, uint32_t width, uint32_t height, uint32_t fourCC) {
@@ -141,17 +147,20 @@ void VideoFrameBuffer::updateVPXFrame() {
 }
 
 DevicePicture::HostPicture VideoFrameBuffer::hostPicture() const {
-  return {buffer.get(), frame_size, stride, {frame.width, frame.height}};
+  return {buffer.get(), storageSize, stride, {frame.width, frame.height}, frame};
 }
 
 uint32_t VideoFrameBuffer::transferToLocation(uint32_t location) {
   return guarded("VideoFrameBuffer::transferToLocation", [&]() -> uint32_t {
-    if (buffer && device && device->hasStorage()) {
-      if (location == CUDA && !isLocationCUDA() && isLocationSystemMemory()) device->upload(hostPicture());
+    uint32_t status = kSuccess;
+    if (buffer && hasDevicePicture()) {
+      if (location == CUDA && !isLocationCUDA() && isLocationSystemMemory())
+        status = device->upload(hostPicture());
       if (location == systemMem && !isLocationSystemMemory() && isLocationCUDA()) {
-        device->download(hostPicture());
+        status = device->download(hostPicture());
       }
     }
+    if (status != kSuccess) return status;
     locations |= location;
     return kSuccess;
   });
@@ -173,8 +182,10 @@ uint32_t VideoFrameBuffer::transferLocationFromDecode() {
 }
 
 uint32_t VideoFrameBuffer::initVideoScaleCUDA() {
-  if (!device && scaleSetData) device = makeDevicePicture(scaleSetData);
-  return device ? kSuccess : kFailure;
+  return guarded("VideoFrameBuffer::initVideoScaleCUDA", [&]() -> uint32_t {
+    if (!device && scaleSetData) device = makeDevicePicture(scaleSetData);
+    return device ? kSuccess : kFailure;
+  });
 }
 
 uint32_t VideoFrameBuffer::allocateCUDAFrame() {
@@ -201,13 +212,24 @@ uint32_t VideoFrameBuffer::applyOverlay(VideoOverlayFrames& overlays) {
     for (VideoOverlayFrame* overlay : frames) {
       const OverlayPlacement placement = placementOf(*overlay, {frame.width, frame.height});
       uint32_t status = kSuccess;
-      if (placement.fits && onDevice && device) status = device->drawOverlay(*overlay, placement);
+      if (placement.fits && onDevice && hasDevicePicture()) status = drawOnDevice(*overlay, placement);
       if (placement.fits && !onDevice && buffer) status = drawOverlay(*overlay, placement, target);
       // One that is refused takes none of the others with it.
       if (result == kSuccess) result = status;
     }
-    return result;
+    const uint32_t finished = finishDevice();
+    return finished == kSuccess ? result : finished;
   });
+}
+
+uint32_t VideoFrameBuffer::drawOnDevice(VideoOverlayFrame& overlay, const OverlayPlacement& placement) {
+  if (!isCovered(overlay, logger)) return kSuccess;
+  const bool there = isLocationCUDA() || transferToLocation(CUDA) == kSuccess;
+  if (!there || overlay.getShape() != VideoOverlayFrame::Shape::kSound) return kFailure;
+  const uint32_t status = device->drawOverlay(overlay, placement);
+  // The host's copy lacks what was drawn.
+  if (status == kSuccess) locations = CUDA;
+  return status;
 }
 
 uint32_t VideoFrameBuffer::getFrameBGRA(uint8_t** out, uint32_t* size, uint32_t* width, uint32_t* height,

@@ -24,6 +24,8 @@ std::shared_ptr<VideoFrameBufferAllocation> VideoFrameBufferAllocator::allocate(
 
 void VideoFrameBufferAllocator::addFrameBuffer(std::shared_ptr<VideoFrameBuffer> frameBuffer) {
   VideoFrameBuffer& frame = *frameBuffer;
+  // Nobody reads it any more: one that was dropped on the way would stall the card.
+  frame.releaseCardPicture();
   // All that can fail comes first: a token that died of a failed push would come back here.
   FrameTokens entry(frameReferenceMemory());
   entry.push_front(nullptr);

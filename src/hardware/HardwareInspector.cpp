@@ -11,6 +11,7 @@
 #include "log/LogGlobalLogger.h"
 #include "video/decoders/hosts/VideoDecoderPluginHost.h"
 #include "video/encoders/hosts/VideoEncoderPluginHost.h"
+#include "video/scaling/device/cuda/NVidiaCUDAUtils.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
 namespace qvs {
@@ -143,8 +144,17 @@ void HardwareInspector::probeU30() {
   LogGlobalLogger::getLogger()->info(std::string("HardwareInspector.inspect[{context}]: ") + kNoU30);
 }
 
-// Nor are those of NVIDIA's.
-void HardwareInspector::probeCUDA() {}
+void HardwareInspector::probeCUDA() {
+  if (!NVidiaCUDAUtils::getCUDAInfo(&infoCUDA, HardwareInfoCUDA::kMaxGPUs)) {
+    LogGlobalLogger::getLogger()->info("HardwareInspector.inspect[{context}]: " + NVidiaCUDAUtils::whyNone());
+    return;
+  }
+  uint32_t major = 0, minor = 0;
+  if ((infoCUDA.availableFlags & kCudaNvencH265) != 0 &&
+      encoderAnswers<kEncoderH26XNVENC12>(getPath(kNativePath), kHardwareAccessAny, &major, &minor)) {
+    infoCUDA.availableFlags |= kCudaNvencLoaded;
+  }
+}
 
 int32_t HardwareInspector::computeCapability(int32_t gpu) const {
   const int32_t index = std::max(gpu, 0);

@@ -8,6 +8,7 @@
 namespace qvs {
 
 const int SharedLibrary::kLazy = RTLD_LAZY | RTLD_LOCAL;
+const int SharedLibrary::kLazyGlobal = RTLD_LAZY | RTLD_GLOBAL;
 
 SharedLibrary::SharedLibrary(SharedLibrary&& other) noexcept
     : handle(std::exchange(other.handle, nullptr)), error(std::move(other.error)) {}

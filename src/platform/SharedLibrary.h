@@ -7,7 +7,8 @@ namespace qvs {
 /// A library opened at run time, closed with the object.
 class SharedLibrary {
  public:
-  static const int kLazy;  ///< functions are bound when they are first called
+  static const int kLazy;        ///< functions are bound when they are first called
+  static const int kLazyGlobal;  ///< the same, and libraries that are opened later find its symbols
 
   SharedLibrary() = default;
   ~SharedLibrary() { close(); }

@@ -12,7 +12,9 @@ namespace {
 
 std::string textOf(const PluginStatusWords& words, int32_t status) {
   std::ostringstream text;
-  if (words.unknown == nullptr) {
+  if (words.numbered) {
+    text << words.prefix << status;
+  } else if (words.unknown == nullptr) {
     text << words.prefix;
     QuickSyncHostUtils::resultToString(status, text);
   } else if (const char* known = pluginStatusText(status)) {
@@ -37,7 +39,7 @@ void logAt(const PluginLogPlace& place, int32_t level, const std::string& line) 
 
 void logPluginStatus(const PluginLogPlace& place, const PluginStatusWords& words, const PluginAnswer& answer,
                      int32_t level) {
-  if (answer.status == 0 || (answer.status < 0 && words.unknown != nullptr)) return;
+  if (answer.status == 0 || (answer.status < 0 && words.unknown != nullptr && !words.numbered)) return;
   const std::string head = std::string(words.className) + "[{context}]: ";
   logAt(place, level, head + textOf(words, answer.status));
   if (!answer.words.empty()) logAt(place, level, head + answer.words);

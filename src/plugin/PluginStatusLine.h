@@ -13,6 +13,7 @@ struct PluginStatusWords {
   const char* prefix;   ///< in front of the text
   const char* unknown;  ///< the whole text for a number without one; null: a QuickSync host, whose texts are
                         ///< those of QuickSyncHostUtils and which tells negative numbers too
+  bool numbered = false;  ///< the text is the number, whatever it means; negative ones too
 };
 
 /// Where lines of a host go.

@@ -40,6 +40,7 @@ uint32_t TranscoderSession::resetPipeline() {
       if (videoScaler) videoScaler->scaleFrame(frame.get(), nullptr, &status);
     }
     finishVideoEncoders();
+    releaseCardPictures();
     videoEncoderBufferSets.clear();
     videoDecoder.reset();
     videoScaler.reset();

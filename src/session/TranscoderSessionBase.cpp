@@ -21,6 +21,7 @@ const Item* at(const std::vector<Item>& items, uint32_t index) {
 
 TranscoderSessionBase::~TranscoderSessionBase() {
   finishVideoEncoders();
+  releaseCardPictures();
   videoDecoder.reset();
   audioDecoder.reset();
   videoScaler.reset();
@@ -38,6 +39,13 @@ uint32_t TranscoderSessionBase::fail(const char* label, const Failure& failure) 
 void TranscoderSessionBase::finishVideoEncoders() {
   for (VideoEncoderWrapper& wrapper : videoEncoders) {
     if (wrapper.videoEncoder) wrapper.videoEncoder->finish();
+  }
+}
+
+void TranscoderSessionBase::releaseCardPictures() {
+  for (const auto& frame : videoDecoderBuffers) frame->releaseCardPicture();
+  for (const VideoFrameBufferSetWrapper& wrapper : videoEncoderBufferSets) {
+    for (const auto& frame : *wrapper.get()) frame->releaseCardPicture();
   }
 }
 

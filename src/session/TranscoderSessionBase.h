@@ -80,6 +80,9 @@ class TranscoderSessionBase : public ITranscoderSession {
   /// Waits until no encoder reads a frame any more: before pools or frame storage go.
   void finishVideoEncoders();
 
+  /// Gives the pictures that lie on a card back to it: before a stage that made or reads them goes.
+  void releaseCardPictures();
+
   LogCollector logCollector;  ///< first, so that it outlives all stages
   FailureLog failures;
   std::unique_ptr<IVideoDecoder> videoDecoder;

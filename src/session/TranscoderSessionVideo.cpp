@@ -143,7 +143,7 @@ uint32_t TranscoderSession::fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t*
                                                           .context = kLogContextVideoDecoder,
                                                           .number = info.frameWidth});
   }
-  videoDecoder->getDecodedFrame(frame);
+  const uint32_t result = videoDecoder->getDecodedFrame(frame);
   info.frameRate = videoDecoder->getFrameRate();
   frame.setFrameRate(info.frameRate);
   *timecode = frame.getTimecode();
@@ -152,7 +152,7 @@ uint32_t TranscoderSession::fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t*
   info.timecodeInfoCount = TranscoderVideoDecoderFrameInfo::kTimecodeInfoMax;
   frame.getTimecodeInfo(info.timecodeInfo.data(), &info.timecodeInfoCount);
   if (info.frameWidth != lastDecodeWidth || info.frameHeight != lastDecodeHeight) logFrameSize(info, frame);
-  return kSuccess;
+  return result;
 }
 
 void TranscoderSession::logFrameSize(const TranscoderVideoDecoderFrameInfo& info,
@@ -316,7 +316,8 @@ uint32_t TranscoderSession::videoScalerScaleFrame(uint32_t decoderFrameIndex,
     listeners.notifyVideoFrameDecodeListenersAfterOverlay(getSessionId(), videoDecoder.get(), source);
     if (!gatherScalerTargets(*source, encoderBufferIndexes)) return kFailure;
     uint32_t count = encoderCount;
-    if (videoScaler->scaleFrame(source, &scalerTargets, &count) != kSuccess) {
+    const bool wanted = encoderCount != 0;  // without targets the scaler forgets the source, which is no failure
+    if (videoScaler->scaleFrame(source, &scalerTargets, &count) != kSuccess && wanted) {
       fail(kLabel, {.reason = "The scaler failed", .context = kLogContextVideoScaler});  // told, and no more
     }
     for (size_t index = 0; index < scalerTargets.size(); ++index) {

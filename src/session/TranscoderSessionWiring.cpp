@@ -8,6 +8,7 @@
 #include "session/FailureReasons.h"
 #include "session/StageSelection.h"
 #include "session/TranscoderSession.h"
+#include "video/scaling/VideoScalerU30Host.h"
 
 namespace qvs {
 
@@ -87,6 +88,7 @@ uint32_t TranscoderSession::videoDecoderCreate(uint32_t decoderType, uint32_t co
         StageSelection::videoDecoder(decoderType, codec, implementation, availability);
     std::unique_ptr<IVideoDecoder> created = makeStage(*this, kVideoDecoderLog, 0, row, codec, codecVersion);
     if (!created) return kFailure;
+    releaseCardPictures();
     videoDecoder = std::move(created);
     logCreated(logCollector, kVideoDecoderLog, 0, *row, codecVersion);
     videoDecoder->setNativePath(pluginPath(row->path));
@@ -164,7 +166,7 @@ int32_t TranscoderSession::storeVideoEncoder(std::unique_ptr<IVideoEncoder> enco
 
 uint32_t TranscoderSession::videoScalerCreate(uint32_t fourcc, uint32_t bitDepth) {
   return guarded("TranscoderSession::videoScalerCreate", [&]() -> uint32_t {
-    if (videoScalerImplementation == kScaleU30) videoScaler.reset();
+    if (videoScalerImplementation == kScaleU30) dropVideoScaler();
     videoScalerFourcc = fourcc;
     videoScalerBitDepth = bitDepth;
     return kSuccess;
@@ -174,17 +176,30 @@ uint32_t TranscoderSession::videoScalerCreate(uint32_t fourcc, uint32_t bitDepth
 uint32_t TranscoderSession::videoScalerSetImplementation2(uint32_t implementation, int32_t gpuid) {
   return guarded("TranscoderSession::videoScalerSetImplementation2", [&]() -> uint32_t {
     const bool u30 = implementation == kScaleU30 && (availability.u30Available & kU30Usable) != 0;
-    if (u30) {
-      logCollector.error(
-          kLogContextVideoScaler, 0,
-          "TranscoderSession.videoScalerSetImplementation[{context}]: Video scaler is not built in: XILINX");
-    }
+    dropVideoScaler();
+    if (u30) createVideoScaler(gpuid);
     const bool noCuda = implementation == kScaleCUDA && (availability.cudaAvailable & kCudaUsable) == 0;
-    const bool served = implementation != kScaleQuickSync && implementation != kScaleU30 && !noCuda;
+    const bool served = implementation != kScaleQuickSync && (implementation != kScaleU30 || u30) && !noCuda;
     videoScalerImplementation = served ? implementation : uint32_t{kScaleCPU};
     videoScalerGPUID = gpuid;
     return kSuccess;
   });
+}
+
+void TranscoderSession::dropVideoScaler() {
+  if (videoScaler) releaseCardPictures();
+  videoScaler.reset();
+}
+
+void TranscoderSession::createVideoScaler(int32_t gpuid) {
+  videoScaler = std::make_unique<VideoScalerU30Host>();
+  videoScaler->setNativePath(nativePath.data());
+  videoScaler->create();
+  videoScaler->setLogger(&logCollector);
+  videoScaler->setGPUID(gpuid);
+  videoScaler->setFourcc(videoScalerFourcc);
+  videoScaler->setBitDepth(videoScalerBitDepth);
+  videoScaler->setImplementation(kScaleU30);
 }
 
 uint32_t TranscoderSession::videoScalerSetSource(uint32_t width, uint32_t height, double rate) {

@@ -4,9 +4,11 @@
 #include <cstring>
 #include <filesystem>
 #include <initializer_list>
+#include <sstream>
 #include <string>
 
 #include "hardware/HardwareInspector.h"
+#include "video/scaling/device/cuda/NVidiaCUDAUtils.h"
 
 namespace qvs {
 namespace {
@@ -42,6 +44,7 @@ TEST(HardwareInspector, ReportsABareMachine) {
   FakeInspector inspector;
   inspector.inspect();
   inspector.intrinsicScaler = 0;
+  inspector.infoCUDA = {};  // whatever this machine has
   EXPECT_EQ(inspector.json(),
             R"({"infoCUDA":{"available":false},"infoQuickSync":{"available":false},)"
             R"("infoVAAPI":{"available":false},"infoXilinxU30":{"available":false},)"
@@ -113,6 +116,46 @@ TEST(HardwareInspector, AsksEachPluginOfABackEnd) {
   EXPECT_EQ(inspector.infoQuickSync.availableFlags, 1u | kHardwareAccessDrm | kQuickSyncDecodeH264)
       << "one way to the hardware for all";
   EXPECT_EQ(inspector.infoVAAPI.availableFlags, 0u) << "a new look forgets the one before";
+}
+
+/// The emulated one: no card has been asked.
+TEST(HardwareInspector, FindsTheGPUOfTheDriver) {
+  FakeInspector inspector;
+  inspector.setNativePath(0, folderOf({"vencoder-h26x-nvenc12"}).c_str());
+  inspector.inspect();
+  ASSERT_TRUE(inspector.isCUDAAvailable());
+  EXPECT_EQ(inspector.infoCUDA.availableFlags, (1u << kCudaGpuCountShift) | kCudaUsable | kCudaNvencH264 |
+                                                   kCudaNvencH265 | kCudaNvcuvidOld | kCudaNvcuvid |
+                                                   kCudaNvencOffline | kCudaRunsKernels | kCudaNvencLoaded);
+  const HardwareInfoGPU& gpu = inspector.infoCUDA.gpus[0];
+  EXPECT_GT(std::strlen(gpu.name.data()), 0u);
+  EXPECT_GT(gpu.totalMemory, 0u);
+  EXPECT_GT(gpu.multiprocessorCount, 0);
+  EXPECT_GT(gpu.clockRate, 0);
+}
+
+TEST(NVidiaCUDAUtils, ReadsTheDriversVersionAndWhatItAllows) {
+  const struct {
+    const char* text;
+    bool isRead;
+    int32_t major, minor;
+  } rows[] = {{"NVRM version: NVIDIA UNIX x86_64 Kernel Module  525.60.13  Wed Nov 30\nGCC version: 12", true,
+               525, 60},
+              {"NVRM version: NVIDIA UNIX Open Kernel Module for x86_64  570.86.10  Release", true, 570, 86},
+              {"NVRM version: Kernel Module of another kind", false, 0, 0},
+              {"", false, 0, 0}};
+  for (const auto& row : rows) {
+    int32_t major = 0, minor = 0;
+    std::istringstream text(row.text);
+    EXPECT_EQ(NVidiaCUDAUtils::parseDriverVersion(text, &major, &minor), row.isRead) << row.text;
+    EXPECT_EQ(std::pair(major, minor), std::pair(row.major, row.minor)) << row.text;
+  }
+  constexpr uint32_t kAll = kCudaUsable | kCudaNvencH264 | kCudaNvcuvidOld | kCudaNvcuvid | kCudaRunsKernels;
+  EXPECT_EQ(NVidiaCUDAUtils::flagsOf(0x75, 525, 59), uint32_t{kCudaNvencOffline});
+  EXPECT_EQ(NVidiaCUDAUtils::flagsOf(0x75, 525, 60), kAll | kCudaNvencH265 | kCudaNvencOffline);
+  EXPECT_EQ(NVidiaCUDAUtils::flagsOf(0x51, 600, 0), kAll | kCudaNvencOffline);
+  EXPECT_EQ(NVidiaCUDAUtils::flagsOf(0x51, 345, 99), 0u);
+  EXPECT_EQ(NVidiaCUDAUtils::flagsOf(0x2F, 600, 0), 0u);
 }
 
 TEST(HardwareInspector, TellsWhatAGPUCanDoByItsCapability) {

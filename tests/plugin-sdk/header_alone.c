@@ -8,4 +8,4 @@
 _Static_assert(sizeof(pluginVideoEncoder) == 36 * sizeof(void*), "one pointer an entry point");
 _Static_assert(sizeof(pluginVideoDecoder) == 39 * sizeof(void*), "one pointer an entry point");
 _Static_assert(sizeof(pluginVODTranscoder) == 7 * sizeof(void*), "one pointer an entry point");
-_Static_assert(sizeof(PluginVideoScaler) == 5 * sizeof(void*), "one pointer an entry point");
+_Static_assert(sizeof(PluginVideoScaler) == 24 * sizeof(void*), "one pointer an entry point");

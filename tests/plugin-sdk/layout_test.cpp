@@ -21,12 +21,13 @@ TEST(PluginLayout, OfRecordsIsFrozen) {
   EXPECT_EQ(offsetof(Frame, width), 20u);
   EXPECT_EQ(offsetof(Frame, height), 24u);
 
-  EXPECT_EQ(sizeof(PluginVideoScaler), 40u);
+  EXPECT_EQ(sizeof(PluginVideoScaler), 24 * sizeof(void*));
   EXPECT_EQ(offsetof(PluginVideoScaler, func_isAvailable), 0u);
   EXPECT_EQ(offsetof(PluginVideoScaler, func_create), 8u);
   EXPECT_EQ(offsetof(PluginVideoScaler, func_destroy), 16u);
   EXPECT_EQ(offsetof(PluginVideoScaler, func_scaleByHalf), 24u);
   EXPECT_EQ(offsetof(PluginVideoScaler, func_overlayFrame), 32u);
+  EXPECT_EQ(offsetof(PluginVideoScaler, func_scale), 12 * sizeof(void*));
 
   EXPECT_EQ(sizeof(PluginVideoFrameBuffer), 88u);
   EXPECT_EQ(offsetof(PluginVideoFrameBuffer, timecode), 24u);

@@ -43,6 +43,9 @@
 #include <stdint.h>
 #include <string.h>
 
+#include "qvs/plugin.h"
+#include "qvs/video_frame.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -131,6 +134,49 @@ typedef struct VideoFrameIntrinsicScalerFrame {
      const VideoFrameIntrinsicScalerFrame* overlay, VideoFrameIntrinsicScalerFrame* target))
 /* clang-format on */
 
+/* What the scaler of a card offers beside create and destroy: a library of its own, "libqvs-vscaler-xilinxu30.so", which
+ * exports all of these under names with "u30s_" in front of the usual prefix. It makes all renditions of a picture in
+ * one pass. Statuses are those of "qvs/plugin.h"; sessions follow the rules above.
+ *
+ * Order of calls: create; setAllocator2; setGPUID; setSource; allocFrame for the host's pictures; addScaling a rendition;
+ * parameters (1003 the format, "NV12" in host memory or "HN12" on the card; 1004 the bit depth); initialize; then scale
+ * a picture. setSource may come again when the source changes its size. freeFrame, destroy.
+ *
+ * scale: `targets` has `*count` entries, largest first, with size and `index` filled in; the plug-in writes format, planes
+ *   and strides, or the handle in `opaque_`. It may work in a pipeline: `*count` comes back as 0 while nothing is ready, else
+ *   as it was, and what comes out belongs to the oldest source that hasn't come out yet. A handle in the source's `opaque_`
+ *   is the plug-in's from the call on, whatever it answers; handles in targets are the caller's. Planes are the plug-in's
+ *   and stay until the next call. With a status other than 0 nothing is handed out, and this source doesn't come out.
+ * allocFrame, freeFrame: planes and strides of a host picture that scale takes */
+/* clang-format off */
+#define VIDEO_SCALER_CARD_ENTRY_POINTS(X)                                                                    \
+  X(setAllocator, 0, int32_t,                                                                                \
+    (void* session, void* host, QvsByteArrayNew create, QvsByteArrayLock lock, QvsByteArrayUnlock unlock))   \
+  X(setAllocator2, 0, int32_t,                                                                               \
+    (void* session, void* host, QvsByteArrayNew create, QvsByteArrayFree release, QvsByteArrayLock lock,     \
+     QvsByteArrayUnlock unlock))                                                                             \
+  X(setGPUID, 0, int32_t, (void* session, int32_t gpuid))                                                    \
+  X(initialize, 0, int32_t, (void* session))                                                                 \
+  X(setSource, 0, int32_t, (void* session, uint32_t width, uint32_t height, double rate))                    \
+  X(addScaling, 0, int32_t,                                                                                  \
+    (void* session, uint32_t width, uint32_t height, double rate, uint32_t scaleIndex, uint8_t stableRate))  \
+  X(getVersion, 0, int32_t, (uint8_t * buffer, uint32_t bufferLen, uint32_t * major, uint32_t * minor))      \
+  X(scale, 0, int32_t,                                                                                       \
+    (void* session, PluginVideoBuffer* source, PluginVideoBuffer* targets, uint32_t* count))                 \
+  X(allocFrame, 0, int32_t,                                                                                  \
+    (void* session, uint32_t width, uint32_t height, uint32_t four_cc, PluginVideoBuffer* frame))            \
+  X(freeFrame, 0, int32_t, (void* session, PluginVideoBuffer* frame))                                        \
+  X(applyParameters, 0, int32_t, (void* session))                                                            \
+  X(getParameterValueType, 0, int32_t, (void* session, uint32_t key, uint32_t* arrayLength))                 \
+  X(setParameterValueLong, 0, int32_t, (void* session, uint32_t key, int64_t value))                         \
+  X(getParameterValueLong, 0, int32_t, (void* session, uint32_t key, int64_t* value))                        \
+  X(setParameterValuesLong, 0, int32_t, (void* session, uint32_t key, int64_t* values, uint32_t count))      \
+  X(getParameterValuesLong, 0, int32_t, (void* session, uint32_t key, int64_t* values, uint32_t* count))     \
+  X(setParameterValueDouble, 0, int32_t, (void* session, uint32_t key, double value))                        \
+  X(getParameterValueDouble, 0, int32_t, (void* session, uint32_t key, double* value))                       \
+  X(getProblem, 0, int32_t, (void* session, char* text, uint32_t size))
+/* clang-format on */
+
 /* What a plug-in defines. */
 #define VIDEO_SCALER_DECLARE(name, needed, result, parameters) \
   VIDEO_SCALER_EXPORT result zarvoVideoScaler_##name parameters;
@@ -141,6 +187,7 @@ VIDEO_SCALER_ENTRY_POINTS(VIDEO_SCALER_DECLARE)
 #define VIDEO_SCALER_FIELD(name, needed, result, parameters) result(*func_##name) parameters;
 typedef struct PluginVideoScaler {
   VIDEO_SCALER_ENTRY_POINTS(VIDEO_SCALER_FIELD)
+  VIDEO_SCALER_CARD_ENTRY_POINTS(VIDEO_SCALER_FIELD)
 } PluginVideoScaler;
 #undef VIDEO_SCALER_FIELD
 
@@ -159,6 +206,17 @@ static inline int videoScalerResolve(PluginVideoScaler* plugin,
   VIDEO_SCALER_ENTRY_POINTS(VIDEO_SCALER_RESOLVE)
 #undef VIDEO_SCALER_RESOLVE
   return complete;
+}
+
+/* The same for the scaler of a card, with the prefix of its names. Returns 1 when it can make a session and scale. */
+static inline int videoScalerResolveCard(PluginVideoScaler* plugin, QvsFindSymbol find, void* library,
+                                         const char* prefix) {
+#define VIDEO_SCALER_RESOLVE_CARD(name, needed, result, parameters) \
+  qvsResolve(&plugin->func_##name, find, library, prefix, #name);
+  VIDEO_SCALER_ENTRY_POINTS(VIDEO_SCALER_RESOLVE_CARD)
+  VIDEO_SCALER_CARD_ENTRY_POINTS(VIDEO_SCALER_RESOLVE_CARD)
+#undef VIDEO_SCALER_RESOLVE_CARD
+  return plugin->func_create && plugin->func_scale ? 1 : 0;
 }
 
 #ifdef __cplusplus

@@ -13,5 +13,13 @@ constexpr PluginDecoderRow kDecoderH264QuickSync{QVS_HOST_NAMES("VideoDecoderH26
 constexpr PluginDecoderRow kDecoderMP2QuickSync{QVS_HOST_NAMES("VideoDecoderMP2QuickSyncHost"),
                                                 kVideoCodecMPEG2, "/libqvs-vdecoder-mp2-quicksync-drm.so",
                                                 "/libqvs-vdecoder-mp2-quicksync-x11.so"};
+constexpr PluginDecoderRow kDecoderH264U30{QVS_HOST_NAMES("VideoDecoderH264U30Host"),
+                                           kVideoCodecH264,
+                                           "/libqvs-vdecoder-h26x-xilinxu30.so",
+                                           nullptr,
+                                           "u30d_zarvoVideoDecoder_",
+                                           true,
+                                           true,
+                                           false};
 
 }  // namespace qvs

@@ -15,8 +15,6 @@ namespace qvs {
 
 namespace {
 
-constexpr const char* kPrefix = "zarvoVideoDecoder_";
-
 PluginStatusWords wordsOf(const PluginDecoderRow& row) {
   return {row.className, "QuickSync: ", nullptr};
 }
@@ -36,7 +34,7 @@ bool VideoDecoderPluginHost::isAvailable(const PluginDecoderRow& row, const std:
       row.label,
       [&] {
         const auto status = PluginSession<pluginVideoDecoder>::askVersion(
-            row.libraryIn(path, hardwareAccess), videoDecoderResolve, kPrefix, major, minor);
+            row.libraryIn(path, hardwareAccess), videoDecoderResolve, row.prefix, major, minor);
         if (!status) return false;
         logPluginStatus({loggerOrGlobal(logger), kLogContextVideoDecoder, 0}, wordsOf(row), {*status, {}},
                         kPluginLevelDebug);
@@ -57,34 +55,16 @@ uint32_t VideoDecoderPluginHost::createDone() {
   return guarded(row.label, [&]() -> uint32_t {
     const std::string path = row.libraryIn(nativePath, hardwareAccess);
     const std::string head = std::string(row.className) + ".createDone[{context}]: Loading shared library";
-    if (!plugin.load(path, videoDecoderResolve, kPrefix)) {
-      getLogger()->warn(kLogContextVideoDecoder, 0, head + " FAILED: " + path);
+    if (!plugin.load(path, videoDecoderResolve, row.prefix, row.global ? SharedLibrary::kLazyGlobal : 0)) {
+      const std::string reason = row.tellsReason ? " with error: " + plugin.lastError() : "";
+      getLogger()->warn(kLogContextVideoDecoder, 0, head + " FAILED: " + path + reason);
       return kFailure;
     }
     getLogger()->info(kLogContextVideoDecoder, 0, head + ": " + path);
     logStatus({plugin.create(this, nativePluginAllocator()), {}});
-    plugin.call(&pluginVideoDecoder::func_setFourcc, fourcc);
+    if (row.tellsFourcc) plugin.call(&pluginVideoDecoder::func_setFourcc, fourcc);
     return kSuccess;
   });
-}
-
-/// A call whose number is a status, told in the log when it is new and each time such calls have doubled: a stream
-/// that goes wrong does so with every unit.
-template <typename Entry, typename... Arguments>
-uint32_t VideoDecoderPluginHost::status(Entry entry, Arguments... arguments) {
-  return guarded(row.label, [&] {
-    const PluginAnswer answer = plugin.ask(entry, arguments...);
-    if (answer.status != 0 && std::has_single_bit(++failures)) logStatus(answer);
-    return static_cast<uint32_t>(answer.status);
-  });
-}
-
-/// A call whose number is an answer.
-template <typename Entry, typename... Arguments>
-auto VideoDecoderPluginHost::ask(Entry entry, Arguments... arguments) {
-  return guarded(
-      row.label, [&] { return plugin.call(entry, arguments...); },
-      decltype(plugin.call(entry, arguments...)){});
 }
 
 uint32_t VideoDecoderPluginHost::setGPUID(int32_t gpuid) {

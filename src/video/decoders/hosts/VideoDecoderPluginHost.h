@@ -2,11 +2,13 @@
 
 #include <qvs/video_decoder.h>
 
+#include <bit>
 #include <cstdint>
 #include <memory>
 #include <string>
 
 #include "contract/HardwareInfo.h"
+#include "platform/Guard.h"
 #include "plugin/PluginSession.h"
 #include "plugin/PluginStatusLine.h"
 #include "video/decoders/hosts/PluginDecoderRow.h"
@@ -79,7 +81,7 @@ class VideoDecoderPluginHost : public VideoDecoderBase {
   uint32_t getParameterValue(uint32_t key, int64_t* values, uint32_t* count) override;
   uint32_t getParameterValue(uint32_t key, double* value) override;
 
- private:
+ protected:
   void logStatus(const PluginAnswer& answer) const;
   template <typename Entry, typename... Arguments>
   uint32_t status(Entry entry, Arguments... arguments);
@@ -95,6 +97,25 @@ class VideoDecoderPluginHost : public VideoDecoderBase {
   uint32_t failures = 0;  ///< so far, as the next: told when new and when doubled
   uint32_t refusals = 0;
 };
+
+/// A call whose number is a status, told in the log when it is new and each time such calls have doubled: a stream
+/// that goes wrong does so with every unit.
+template <typename Entry, typename... Arguments>
+uint32_t VideoDecoderPluginHost::status(Entry entry, Arguments... arguments) {
+  return guarded(row.label, [&] {
+    const PluginAnswer answer = plugin.ask(entry, arguments...);
+    if (answer.status != 0 && std::has_single_bit(++failures)) logStatus(answer);
+    return static_cast<uint32_t>(answer.status);
+  });
+}
+
+/// A call whose number is an answer.
+template <typename Entry, typename... Arguments>
+auto VideoDecoderPluginHost::ask(Entry entry, Arguments... arguments) {
+  return guarded(
+      row.label, [&] { return plugin.call(entry, arguments...); },
+      decltype(plugin.call(entry, arguments...)){});
+}
 
 /// For selection tables: a new host of the row.
 template <const PluginDecoderRow& kRow>

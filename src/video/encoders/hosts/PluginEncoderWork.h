@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 
 #include "frames/EncodedUnits.h"
 #include "mc_frame.h"
@@ -15,12 +16,20 @@ namespace qvs {
 /// shares it, since a call that doesn't return keeps all that it reads and writes.
 class PluginEncoderWork {
  public:
+  /// How the picture in work goes in.
+  enum class Form : uint8_t { kPlane, kPlanes, kFrame };
+
+  std::shared_ptr<void>
+      held;  ///< what the session or its pictures need and the work keeps alive; it goes last
   PluginSession<pluginVideoEncoder> plugin;
 
   // The picture in work.
   frame_tt picture{};  ///< its planes are the frame's
   uint32_t frameType = 0;
   uint64_t timecode = 0;  ///< milliseconds
+  Form form = Form::kPlane;
+  PluginVideoBuffer record{};            ///< has all of the above, for kPlanes
+  PluginVideoFrameBuffer frameRecord{};  ///< the same, for kFrame
 
   // What came of the last call; the host takes it.
   PluginAnswer answer;
@@ -36,12 +45,16 @@ class PluginEncoderWork {
   void drain();
 
  private:
-  static constexpr size_t kMax = QVS_VIDEO_ENCODER_FRAMES_MAX;
+  static constexpr uint32_t kMax = QVS_VIDEO_ENCODER_FRAMES_MAX;
 
   template <typename Entry, typename... Arguments>
   void callForFrames(Entry entry, Arguments... arguments);
+  template <typename Entry, typename Record>
+  void encodeRecord(Entry entry, Record* record);
   void takeFrame(size_t index);
+  void takeFrame(void* bytes, uint32_t size, uint64_t time, int64_t offset, uint32_t type);
 
+  std::array<VideoFrameEncodedData, kMax> records{};
   std::array<void*, kMax> buffers{};
   std::array<uint32_t, kMax> sizes{};
   std::array<uint32_t, kMax> frameTypes{};

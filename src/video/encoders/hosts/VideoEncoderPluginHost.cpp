@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <chrono>
+#include <string_view>
 #include <utility>
 
 #include "contract/ParameterType.h"
@@ -18,7 +19,6 @@ namespace qvs {
 
 namespace {
 
-constexpr const char* kPrefix = "zarvoVideoEncoder_";
 constexpr int64_t kDeadlineMax = 24 * 60 * 60 * 1000;
 constexpr uint32_t kDrainRoundsMax = 256;  ///< of up to 20 frames each
 
@@ -48,7 +48,8 @@ bool VideoEncoderPluginHost::worthTelling(uint32_t& times) {
 }
 
 void VideoEncoderPluginHost::logStatus(const PluginAnswer& answer, int32_t level) const {
-  logPluginStatus(place(), {row.className, row.statusPrefix, row.unknownStatus}, answer, level);
+  logPluginStatus(place(), {row.className, row.statusPrefix, row.unknownStatus, row.numberedStatus}, answer,
+                  level);
 }
 
 // The library.
@@ -60,11 +61,11 @@ bool VideoEncoderPluginHost::isAvailable(const PluginEncoderRow& row, const std:
       row.label,
       [&] {
         const auto status = Plugin::askVersion(row.libraryIn(path, hardwareAccess), videoEncoderResolve,
-                                               kPrefix, major, minor);
+                                               row.prefix, major, minor);
         if (!status) return false;
         logPluginStatus({loggerOrGlobal(logger), kLogContextVideoEncoder, 0},
-                        {row.className, row.statusPrefix, row.unknownStatus}, {*status, {}},
-                        kPluginLevelDebug);
+                        {row.className, row.statusPrefix, row.unknownStatus, row.numberedStatus},
+                        {*status, {}}, kPluginLevelDebug);
         return *status == 0;
       },
       false);
@@ -80,7 +81,7 @@ uint32_t VideoEncoderPluginHost::createDone() {
     givenUp = false;
     untold = 0;
     if (!loadPlugin()) return kFailure;
-    logStatus({work->plugin.create(this, nativePluginAllocator()), {}}, kPluginLevelWarn);
+    const uint32_t created = createSession();
     if (row.tellsCodec) {
       logStatus(work->plugin.ask(&pluginVideoEncoder::func_setCodecAndVersion, codec, codecVersion),
                 kPluginLevelWarn);
@@ -91,15 +92,31 @@ uint32_t VideoEncoderPluginHost::createDone() {
                 kPluginLevelWarn);
     }
     updateThread();
-    return kSuccess;
+    return created;
   });
+}
+
+uint32_t VideoEncoderPluginHost::createSession() {
+  const PluginAnswer answer{work->plugin.create(this, nativePluginAllocator()), {}};
+  return result("create", answer);
+}
+
+uint32_t VideoEncoderPluginHost::result(const char* function, const PluginAnswer& answer) const {
+  if (answer.status != 0 && row.strict) {
+    const char* operation = std::string_view(function) == "create" ? "createDone" : function;
+    getLogger()->warn(kLogContextVideoEncoder, place().index,
+                      head(operation) + fmt::format("func_{} FAILED: {}", function, answer.status));
+  }
+  logStatus(answer, kPluginLevelWarn);
+  return row.strict ? static_cast<uint32_t>(answer.status) : kSuccess;
 }
 
 bool VideoEncoderPluginHost::loadPlugin() {
   const std::string path = row.libraryIn(nativePath, hardwareAccess);
-  const bool loaded = work->plugin.load(path, videoEncoderResolve, kPrefix);
-  const std::string line =
-      head("createDone") + "Loading shared library" + (loaded ? ": " : " FAILED: ") + path;
+  const bool loaded =
+      work->plugin.load(path, videoEncoderResolve, row.prefix, row.global ? SharedLibrary::kLazyGlobal : 0);
+  std::string line = head("createDone") + "Loading shared library" + (loaded ? ": " : " FAILED: ") + path;
+  if (!loaded && row.strict) line += " with error: " + work->plugin.lastError();
   if (loaded) {
     getLogger()->info(kLogContextVideoEncoder, place().index, line);
   } else {
@@ -118,25 +135,6 @@ void VideoEncoderPluginHost::closePlugin() {
 
 // Calls into the plug-in.
 
-/// Makes a call in place, or on the thread where there is one: `body` then owns all it touches. Nothing: the plug-in
-/// is given up.
-template <typename Body>
-auto VideoEncoderPluginHost::drive(const char* operation, Body body)
-    -> std::optional<std::invoke_result_t<Body, Plugin&>> {
-  using Result = std::optional<std::invoke_result_t<Body, Plugin&>>;
-  finish();
-  if (givenUp) return std::nullopt;
-  if (!thread) return body(work->plugin);
-  operationInWork = operation;
-  auto result = thread->run([body = std::move(body), shared = work.get(), label = row.label]() mutable {
-    return guarded(
-        label, [&] { return Result(body(shared->plugin)); }, Result());
-  });
-  if (result) return std::move(*result);
-  giveUp();
-  return std::nullopt;
-}
-
 // What the call that hangs may still touch stays as it is: the work goes with its thread, and the frame gets other
 // storage, since its pool may use it again.
 void VideoEncoderPluginHost::giveUp() {
@@ -145,7 +143,8 @@ void VideoEncoderPluginHost::giveUp() {
                          fmt::format("The plug-in did not return within {} ms: it is left to its thread, and "
                                      "this encoder is given up",
                                      callDeadline));
-  if (frameInWork != nullptr && frameInWork->getPlane(0) == work->picture.plane[0] &&
+  uint8_t* const inWork = work->picture.plane[0];
+  if (frameInWork != nullptr && inWork != nullptr && frameInWork->getPlane(0) == inWork &&
       !guarded(
           row.label, [&] { return frameInWork->abandonStorage(); }, false)) {
     new std::shared_ptr<VideoFrameBufferAllocation>(hold);  // for ever: no memory to let it go
@@ -174,6 +173,15 @@ uint32_t VideoEncoderPluginHost::setting(const char* operation, Entry entry, Arg
     if (!answer) return kFailure;
     logStatus(*answer, kPluginLevelWarn);
     return kSuccess;
+  });
+}
+
+// A step of the set-up, which strict hosts let decide.
+template <typename Entry, typename... Arguments>
+uint32_t VideoEncoderPluginHost::step(const char* operation, Entry entry, Arguments... arguments) {
+  return guarded(row.label, [&]() -> uint32_t {
+    const auto answer = drive(operation, [=](Plugin& plugin) { return plugin.ask(entry, arguments...); });
+    return answer ? result(operation, *answer) : kFailure;
   });
 }
 
@@ -215,7 +223,7 @@ uint32_t VideoEncoderPluginHost::setGPUID(int32_t gpuid) {
 }
 
 uint32_t VideoEncoderPluginHost::setDefaults(int32_t videoType, int32_t pal) {
-  return setting("setDefaults", &pluginVideoEncoder::func_setDefaults, videoType, pal);
+  return step("setDefaults", &pluginVideoEncoder::func_setDefaults, videoType, pal);
 }
 
 uint32_t VideoEncoderPluginHost::setFrameSize(uint32_t width, uint32_t height) {
@@ -239,13 +247,13 @@ uint32_t VideoEncoderPluginHost::setKeyFrameFollow(uint8_t keyFrameFollow) {
 }
 
 uint32_t VideoEncoderPluginHost::checkSettings() {
-  return setting("checkSettings", &pluginVideoEncoder::func_checkSettings);
+  return step("checkSettings", &pluginVideoEncoder::func_checkSettings);
 }
 
 uint32_t VideoEncoderPluginHost::initialize() {
   lastTimecode.reset();
   flushed = 0;
-  return setting("initialize", &pluginVideoEncoder::func_initialize);
+  return step("initialize", &pluginVideoEncoder::func_initialize);
 }
 
 // Pictures in.
@@ -255,12 +263,8 @@ uint32_t VideoEncoderPluginHost::addFrame(VideoFrameBuffer& frame, uint32_t type
     finish();
     if (const uint32_t failed = std::exchange(untold, 0); failed != 0) return failed;
     if (givenUp) return kFailure;
-    frame.transferToSystemMemory();
-    if (!work->plugin.offers(&pluginVideoEncoder::func_addFrame2)) return kSuccess;
-    if (!isEncodable(frame)) return kFailure;
-    work->picture = frame.getFrame();
-    work->frameType = type != 0 ? type : frame.getFrameType();
-    work->timecode = time;
+    if (!takesPictures()) return kSuccess;
+    if (!takePicture(frame, type != 0 ? type : frame.getFrameType(), time)) return kFailure;
     if (!thread) {
       work->encode();
       return collect();
@@ -276,15 +280,38 @@ uint32_t VideoEncoderPluginHost::addFrame(VideoFrameBuffer& frame, uint32_t type
   });
 }
 
+bool VideoEncoderPluginHost::takesPictures() const {
+  return work->plugin.offers(&pluginVideoEncoder::func_addFrame2);
+}
+
+bool VideoEncoderPluginHost::takePicture(VideoFrameBuffer& frame, uint32_t type, uint64_t time) {
+  if (!isEncodable(frame)) return false;
+  work->picture = frame.getFrame();
+  work->frameType = type;
+  work->timecode = time;
+  return true;
+}
+
 // The plug-in is told nothing of the format and would read past a smaller one, or swap the colors of another.
-bool VideoEncoderPluginHost::isEncodable(const VideoFrameBuffer& frame) {
-  if (frame.getPlane(0) != nullptr && frame.getFourCC() == kFourCCYV12) return true;
-  if (worthTelling(refusals)) {
-    getLogger()->error(kLogContextVideoEncoder, place().index,
-                       head("addFrame") + fmt::format("Only pictures in YV12 are encoded, this is 0x{:x}",
-                                                      frame.getFourCC()));
+bool VideoEncoderPluginHost::isEncodable(VideoFrameBuffer& frame) {
+  if (frame.transferToSystemMemory() != kSuccess) {
+    // The device has told why.
+    if (worthTelling(refusals)) {
+      getLogger()->error(kLogContextVideoEncoder, place().index,
+                         head("addFrame") + "The picture could not be fetched from its device");
+    }
+    return false;
   }
+  if (frame.getPlane(0) != nullptr && frame.getFourCC() == kFourCCYV12) return true;
+  refuse(frame, "YV12");
   return false;
+}
+
+void VideoEncoderPluginHost::refuse(const VideoFrameBuffer& frame, const char* wanted) {
+  if (!worthTelling(refusals)) return;
+  getLogger()->error(kLogContextVideoEncoder, place().index,
+                     head("addFrame") + fmt::format("Only pictures in {} are encoded, this is 0x{:x}", wanted,
+                                                    frame.getFourCC()));
 }
 
 void VideoEncoderPluginHost::finish() {
@@ -310,6 +337,7 @@ uint32_t VideoEncoderPluginHost::collect() {
   tellLies();
   std::vector<VideoFrameEncoded>& fresh = work->frames.list();
   tellRepeatedTimes();
+  if (row.strict) tellReceived();
   frameCount += static_cast<uint32_t>(fresh.size());
   frames.list().insert(frames.list().end(), fresh.begin(), fresh.end());
   fresh.clear();  // the bytes are in the other list now
@@ -338,6 +366,15 @@ void VideoEncoderPluginHost::tellRepeatedTimes() {
     getLogger()->warn(
         kLogContextVideoEncoder, place().index,
         head("addFrame") + fmt::format("the plug-in gave two frames of one time: {}", frame.getTimecode()));
+  }
+}
+
+void VideoEncoderPluginHost::tellReceived() {
+  for (const VideoFrameEncoded& frame : work->frames) {
+    if (!worthTelling(received)) continue;
+    getLogger()->debug(kLogContextVideoEncoder, place().index,
+                       fmt::format("H26X Xilinx received encoded data = {}, frametype = {}, timecode = {}",
+                                   frame.getLen(), frame.getFrameType(), frame.getTimecode()));
   }
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "frames/EncodedUnits.h"
+#include "platform/Guard.h"
 #include "plugin/PluginStatusLine.h"
 #include "plugin/PluginThread.h"
 #include "video/encoders/hosts/PluginEncoderRow.h"
@@ -81,8 +82,13 @@ class VideoEncoderPluginHost : public VideoEncoderBase {
   uint32_t getParameterValue(uint32_t key, double* value) override;
   void finish() override;
 
- private:
+ protected:
   using Plugin = PluginSession<pluginVideoEncoder>;
+
+  /// Makes the frame the picture in work; false, and told, where it can't be encoded.
+  virtual bool takePicture(VideoFrameBuffer& frame, uint32_t frameType, uint64_t timecode);
+  /// Whether the plug-in has the entry point that takes pictures.
+  virtual bool takesPictures() const;
 
   PluginLogPlace place() const;
   std::string head(const char* operation) const;
@@ -91,6 +97,8 @@ class VideoEncoderPluginHost : public VideoEncoderBase {
   void logStatus(const PluginAnswer& answer, int32_t level) const;
 
   bool loadPlugin();
+  uint32_t createSession();
+  uint32_t result(const char* function, const PluginAnswer& answer) const;
   void closePlugin();
   void updateThread();
   void giveUp();
@@ -99,14 +107,19 @@ class VideoEncoderPluginHost : public VideoEncoderBase {
   template <typename Entry, typename... Arguments>
   uint32_t setting(const char* operation, Entry entry, Arguments... arguments);
   template <typename Entry, typename... Arguments>
+  uint32_t step(const char* operation, Entry entry, Arguments... arguments);
+  template <typename Entry, typename... Arguments>
   uint32_t parameter(Entry entry, Arguments... arguments);
   template <typename Value, typename Entry>
   uint32_t readParameter(Entry entry, uint32_t key, Value* value);
 
-  bool isEncodable(const VideoFrameBuffer& frame);
+  void refuse(const VideoFrameBuffer& frame, const char* wanted);
+  /// Brings the picture to the host; false, and told, where it isn't one that plug-ins take.
+  bool isEncodable(VideoFrameBuffer& frame);
   uint32_t collect();
   void tellLies();
   void tellRepeatedTimes();
+  void tellReceived();
   uint32_t flush();
   int64_t* ownKey(uint32_t key);
 
@@ -128,8 +141,28 @@ class VideoEncoderPluginHost : public VideoEncoderBase {
   EncodedVideoUnits frames;              ///< until fetched
   std::optional<uint64_t> lastTimecode;  ///< of the coded frames
   /// So far, for `worthTelling`.
-  uint32_t failures = 0, refusals = 0, overclaims = 0, withoutBytes = 0, tooLong = 0, repeats = 0;
+  uint32_t failures = 0, refusals = 0, overclaims = 0, withoutBytes = 0, tooLong = 0, repeats = 0,
+           received = 0;
 };
+
+/// Makes a call in place, or on the thread where there is one: `body` then owns all it touches. Nothing: the plug-in
+/// is given up.
+template <typename Body>
+auto VideoEncoderPluginHost::drive(const char* operation, Body body)
+    -> std::optional<std::invoke_result_t<Body, Plugin&>> {
+  using Result = std::optional<std::invoke_result_t<Body, Plugin&>>;
+  finish();
+  if (givenUp) return std::nullopt;
+  if (!thread) return body(work->plugin);
+  operationInWork = operation;
+  auto result = thread->run([body = std::move(body), shared = work.get(), label = row.label]() mutable {
+    return guarded(
+        label, [&] { return Result(body(shared->plugin)); }, Result());
+  });
+  if (result) return std::move(*result);
+  giveUp();
+  return std::nullopt;
+}
 
 /// For selection tables: a new host of the row.
 template <const PluginEncoderRow& kRow>

@@ -1,6 +1,7 @@
 package com.zarvo.qvs.host.cli;
 
 import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.session.GpuReport;
 import com.zarvo.qvs.host.session.Inventory;
 import com.zarvo.qvs.host.session.InventoryRow;
 import com.zarvo.qvs.host.session.PluginReport;
@@ -12,6 +13,7 @@ import java.time.Duration;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
+import java.util.Map;
 import java.util.concurrent.Callable;
 import java.util.stream.Collectors;
 import picocli.CommandLine.Command;
@@ -77,7 +79,25 @@ final class InspectCommand implements Callable<Integer> {
       isSound &= !report.state().isFault() && (report.trial() == null || report.trial().works());
     }
     table.print(System.out);
+    // One that crashes or hangs would take the look at the GPUs with it.
+    if (isSound) printGpus(inventory.gpus());
     return isSound ? 0 : 1;
+  }
+
+  private static void printGpus(GpuReport report) {
+    System.out.println();
+    if (report.gpus().isEmpty()) {
+      System.out.println(TextTable.plain("NVIDIA: " + report.reason()));
+      return;
+    }
+    // The misspelt key is for readers of the document.
+    System.out.println(TextTable.plain(report.driver().entrySet().stream()
+        .filter(field -> !field.getKey().startsWith("avail") || field.getKey().equals("availableFlags"))
+        .map(field -> field.getKey() + " " + field.getValue())
+        .collect(Collectors.joining(", ", "NVIDIA: ", ""))));
+    TextTable table = new TextTable(report.gpus().get(0).keySet().toArray(String[]::new));
+    for (Map<String, String> gpu : report.gpus()) table.add(gpu.values().toArray(String[]::new));
+    table.print(System.out);
   }
 
   private int printDetails(Inventory inventory) throws HostException {

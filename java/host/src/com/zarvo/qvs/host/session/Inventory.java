@@ -91,6 +91,16 @@ public final class Inventory {
 
   /** The transcoder's own document on its accelerators, made by a virtual machine of its own. */
   public String document() throws HostException {
+    return ownDocument().text();
+  }
+
+  /** What the transcoder says of NVIDIA's GPUs, by the same document. */
+  public GpuReport gpus() throws HostException {
+    InventoryDocument document = ownDocument();
+    return GpuReport.parse(document.text(), document.withoutGpu());
+  }
+
+  private InventoryDocument ownDocument() throws HostException {
     List<String> command =
         List.of(
             Path.of(System.getProperty("java.home"), "bin", "java").toString(),
@@ -103,7 +113,7 @@ public final class Inventory {
             InventoryDocument.class.getName());
     ChildProcess child = ChildProcess.run(command, deadline.plus(START_TIME));
     InventoryDocument document = InventoryDocument.parse(child.said());
-    if (child.code() == 0 && document != null) return document.text();
+    if (child.code() == 0 && document != null) return document;
     String words = child.code() == -1 ? "hung" : document != null ? "failed: " + document.text() : "crashed";
     throw new HostException("the inventory " + words + culprits());
   }
