@@ -17,6 +17,7 @@ pkg_check_modules(OPUS REQUIRED IMPORTED_TARGET opus)
 pkg_check_modules(SPEEX REQUIRED IMPORTED_TARGET speex)
 pkg_check_modules(VORBIS REQUIRED IMPORTED_TARGET vorbis vorbisenc ogg)
 find_library(YUV_LIBRARY yuv REQUIRED)
+pkg_check_modules(RE2 REQUIRED IMPORTED_TARGET re2)
 
 add_library(qvs-options INTERFACE)
 target_compile_options(qvs-options INTERFACE -Wall -Wextra -fno-strict-aliasing)

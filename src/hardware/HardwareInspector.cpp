@@ -7,9 +7,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include "hardware/XilinxU30Utils.h"
 #include "log/LogGlobalLogger.h"
 #include "video/decoders/hosts/VideoDecoderPluginHost.h"
-#include "video/encoders/hosts/VideoEncoderPluginHost.h"
+#include "video/encoders/hosts/VideoEncoderH265U30Host.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
 namespace qvs {
@@ -121,14 +122,37 @@ void HardwareInspector::inspect() {
   intrinsicScaler = VideoFrameIntrinsicScalerSingleton::getInstance()->isAvailable() ? 1 : 0;
 }
 
-// The host of these cards is not part of this build.
 void HardwareInspector::probeU30() {
+  XilinxU30Utils::getU30Info(&infoXilinxU30);
+  if (infoXilinxU30.isXilinxU30Available != 0 && u30Shared.isOpen()) {
+    loadU30Firmware();
+    return;
+  }
   constexpr const char* kNoU30 = "U30 Firmware loading unsuccessful - U30 availability is disabled";
   std::fprintf(stderr, "%s\n", kNoU30);
   LogGlobalLogger::getLogger()->info(std::string("HardwareInspector.inspect[{context}]: ") + kNoU30);
 }
 
-// Nor are those of NVIDIA's.
+void HardwareInspector::loadU30Firmware() {
+  HardwareInfoU30& info = infoXilinxU30;
+  VideoEncoderH265U30Host host;
+  const bool answers =
+      VideoEncoderPluginHost::isAvailable(kEncoderH265U30, getPath(kNativePath), kHardwareAccessAny, nullptr,
+                                          &info.firmVersionMaj, &info.firmVersionMin);
+  info.availableFlags = answers ? kU30Usable : 0;
+  host.setNativePath(paths[kNativePath].data());
+  if (host.createDone() != kSuccess || host.setFirmware(info.deviceCount, info.xclbinName) != kSuccess) {
+    info.availableFlags = 0;
+  }
+  if (info.availableFlags == 0) {
+    LogGlobalLogger::getInstance()->tell(
+        "HardwareInspector::inspect",
+        {.reason = "The encoder plug-in of the cards doesn't take their firmware",
+         .number = info.deviceCount});
+  }
+}
+
+// NVIDIA's cards are not part of this build.
 void HardwareInspector::probeCUDA() {}
 
 int32_t HardwareInspector::computeCapability(int32_t gpu) const {

@@ -17,12 +17,12 @@ struct PluginEncoderRow {
       unknownStatus;  ///< the line's text for a status without a name; null: QuickSyncHostUtils tells it
   bool tellsCodec = false;                       ///< the plug-in serves more than one codec and is told which
   uint32_t hardwareAccess = kHardwareAccessAny;  ///< at construction
-  const char* libraryX11 = nullptr;  ///< taken with kHardwareAccessX11; null: there is one library
-  bool tellsPath = false;            ///< the plug-in is told the directory of plug-ins
+  const char* libraryX11 = nullptr;           ///< taken with kHardwareAccessX11; null: there is one library
+  bool tellsPath = false;                     ///< the plug-in is told the directory of plug-ins
   const char* prefix = "zarvoVideoEncoder_";  ///< of the plug-in's symbols
-  bool global = false;                        ///< the library's symbols are for libraries that it loads itself
-  bool strict = false;                        ///< a set-up step that fails is named and is the call's result
-  bool numberedStatus = false;                ///< a status line tells the number alone
+  bool global = false;          ///< the library's symbols are for libraries that it loads itself
+  bool strict = false;          ///< a set-up step that fails is named and is the call's result
+  bool numberedStatus = false;  ///< a status line tells the number alone
 };
 
 /// Rows of the hosts, in the order of the docs.

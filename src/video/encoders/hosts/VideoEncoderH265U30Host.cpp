@@ -67,7 +67,8 @@ bool VideoEncoderH265U30Host::takesPictures() const {
 
 uint32_t VideoEncoderH265U30Host::addFrame(VideoFrameBuffer& frame, uint32_t type, uint64_t time) {
   finish();
-  return work->plugin.getSession() != nullptr ? VideoEncoderPluginHost::addFrame(frame, type, time) : kFailure;
+  return work->plugin.getSession() != nullptr ? VideoEncoderPluginHost::addFrame(frame, type, time)
+                                              : kFailure;
 }
 
 bool VideoEncoderH265U30Host::takePicture(VideoFrameBuffer& frame, uint32_t type, uint64_t time) {

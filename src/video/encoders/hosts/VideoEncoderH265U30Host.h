@@ -33,7 +33,8 @@ class VideoEncoderH265U30Host : public VideoEncoderPluginHost {
   bool takesPictures() const override;
 
  private:
-  static void describe(const VideoFrameBuffer& frame, uint32_t frameType, uint64_t timecode, PluginVideoBuffer* out);
+  static void describe(const VideoFrameBuffer& frame, uint32_t frameType, uint64_t timecode,
+                       PluginVideoBuffer* out);
   bool stage(const VideoFrameBuffer& frame);
 
   std::shared_ptr<VideoFrameBuffer> frame_nv12;  ///< where "YV12" becomes "NV12"; the work holds it too

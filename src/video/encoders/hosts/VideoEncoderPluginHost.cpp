@@ -48,7 +48,8 @@ bool VideoEncoderPluginHost::worthTelling(uint32_t& times) {
 }
 
 void VideoEncoderPluginHost::logStatus(const PluginAnswer& answer, int32_t level) const {
-  logPluginStatus(place(), {row.className, row.statusPrefix, row.unknownStatus, row.numberedStatus}, answer, level);
+  logPluginStatus(place(), {row.className, row.statusPrefix, row.unknownStatus, row.numberedStatus}, answer,
+                  level);
 }
 
 // The library.
@@ -69,8 +70,8 @@ bool VideoEncoderPluginHost::isAvailable(const PluginEncoderRow& row, const std:
                                                row.prefix, major, minor);
         if (!status) return false;
         logPluginStatus({loggerOrGlobal(logger), kLogContextVideoEncoder, 0},
-                        {row.className, row.statusPrefix, row.unknownStatus, row.numberedStatus}, {*status, {}},
-                        kPluginLevelDebug);
+                        {row.className, row.statusPrefix, row.unknownStatus, row.numberedStatus},
+                        {*status, {}}, kPluginLevelDebug);
         return *status == 0;
       },
       false);
@@ -118,9 +119,9 @@ uint32_t VideoEncoderPluginHost::result(const char* function, const PluginAnswer
 
 bool VideoEncoderPluginHost::loadPlugin() {
   const std::string path = libraryOf(row, nativePath, hardwareAccess);
-  const bool loaded = work->plugin.load(path, videoEncoderResolve, row.prefix, row.global ? SharedLibrary::kLazyGlobal : 0);
-  std::string line =
-      head("createDone") + "Loading shared library" + (loaded ? ": " : " FAILED: ") + path;
+  const bool loaded =
+      work->plugin.load(path, videoEncoderResolve, row.prefix, row.global ? SharedLibrary::kLazyGlobal : 0);
+  std::string line = head("createDone") + "Loading shared library" + (loaded ? ": " : " FAILED: ") + path;
   if (!loaded && row.strict) line += " with error: " + work->plugin.lastError();
   if (loaded) {
     getLogger()->info(kLogContextVideoEncoder, place().index, line);
@@ -307,9 +308,9 @@ bool VideoEncoderPluginHost::isEncodable(const VideoFrameBuffer& frame) {
 
 void VideoEncoderPluginHost::refuse(const VideoFrameBuffer& frame, const char* wanted) {
   if (!worthTelling(refusals)) return;
-  getLogger()->error(
-      kLogContextVideoEncoder, place().index,
-      head("addFrame") + fmt::format("Only pictures in {} are encoded, this is 0x{:x}", wanted, frame.getFourCC()));
+  getLogger()->error(kLogContextVideoEncoder, place().index,
+                     head("addFrame") + fmt::format("Only pictures in {} are encoded, this is 0x{:x}", wanted,
+                                                    frame.getFourCC()));
 }
 
 void VideoEncoderPluginHost::finish() {

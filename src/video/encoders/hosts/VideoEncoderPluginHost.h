@@ -141,7 +141,8 @@ class VideoEncoderPluginHost : public VideoEncoderBase {
   EncodedVideoUnits frames;              ///< until fetched
   std::optional<uint64_t> lastTimecode;  ///< of the coded frames
   /// So far, for `worthTelling`.
-  uint32_t failures = 0, refusals = 0, overclaims = 0, withoutBytes = 0, tooLong = 0, repeats = 0, received = 0;
+  uint32_t failures = 0, refusals = 0, overclaims = 0, withoutBytes = 0, tooLong = 0, repeats = 0,
+           received = 0;
 };
 
 /// Makes a call in place, or on the thread where there is one: `body` then owns all it touches. Nothing: the plug-in
