@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numeric>
 
 #include "ipp-samples/AvEncoderLibrary.h"
 
@@ -46,6 +47,9 @@ struct H263VideoEncoder::State {
   double psnrSum = 0;
   int64_t psnrPictures = 0;
   int64_t pictures = 0;
+  int sinceKey = 0;    ///< pictures since the last key picture that was due
+  int keyQuality = 0;  ///< of a constant quantizer, as is the next
+  int quality = 0;
 
   ~State() { close(); }
 
@@ -67,7 +71,9 @@ struct H263VideoEncoder::State {
     context->width = info.width;
     context->height = info.height;
     context->pix_fmt = AV_PIX_FMT_YUV420P;
-    context->time_base = {kRateUnit, static_cast<int>(std::lround(info.framerate * kRateUnit))};
+    const auto rate = static_cast<int>(std::lround(info.framerate * kRateUnit));
+    const int common = std::gcd(kRateUnit, rate);
+    context->time_base = {kRateUnit / common, rate / common};
     context->framerate = {context->time_base.den, context->time_base.num};
     context->thread_count = 1;
     context->log_level_offset = kQuiet;
@@ -79,15 +85,14 @@ struct H263VideoEncoder::State {
 
   void setRate(const H263EncoderParams& params) {
     const h263e_Param& param = params.m_Param;
+    context->bit_rate = 0;
     if (param.RateControl != 0) {
       context->bit_rate = param.BitRate > 0 ? param.BitRate : static_cast<int64_t>(params.info.bitrate);
     }
     if (context->bit_rate == 0) {
-      const Ipp32s p = quantizer(param.quantPPic);
       context->flags |= AV_CODEC_FLAG_QSCALE;
-      context->global_quality = p * FF_QP2LAMBDA;
-      context->i_quant_factor = static_cast<float>(quantizer(param.quantIPic)) / static_cast<float>(p);
-      context->i_quant_offset = 0;
+      keyQuality = quantizer(param.quantIPic) * FF_QP2LAMBDA;
+      quality = quantizer(param.quantPPic) * FF_QP2LAMBDA;
     }
     context->gop_size = std::max(param.IPicdist, 1);
     // Without a threshold of the caller's, key pictures come where they are due and nowhere else.
@@ -143,7 +148,10 @@ struct H263VideoEncoder::State {
     frame->width = in.GetWidth();
     frame->height = in.GetHeight();
     frame->pts = pictures++;
-    frame->pict_type = in.GetFrameType() == I_PICTURE ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
+    const bool forced = in.GetFrameType() == I_PICTURE;
+    frame->pict_type = forced ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
+    sinceKey = forced || pictures == 1 || sinceKey + 1 >= context->gop_size ? 0 : sinceKey + 1;
+    frame->quality = sinceKey == 0 ? keyQuality : quality;
     for (int plane = 0; plane < 3; ++plane) {
       const int rows = plane == 0 ? in.GetHeight() : (in.GetHeight() + 1) / 2;
       frame->linesize[plane] = in.GetPlanePitch(plane);

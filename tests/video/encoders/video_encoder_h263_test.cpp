@@ -144,9 +144,9 @@ TEST_F(H263, SteersItsRate) {
     for (const EncodedUnit& unit : encode(setup, 25)) sum += unit.bytes.size();
     return sum;
   };
-  const size_t low = bytesOf({352, 288, {}, false, 100000}), high = bytesOf({352, 288, {}, false, 400000});
+  const size_t low = bytesOf({352, 288, {}, false, 100000}), high = bytesOf({352, 288, {}, false, 1000000});
   EXPECT_GT(high, low * 3 / 2);
-  EXPECT_EQ(bytesOf({352, 288, {{60016, 400000}}, false, 100000}), high) << "the key's rate counts";
+  EXPECT_EQ(bytesOf({352, 288, {{60016, 1000000}}, false, 100000}), high) << "the key's rate counts";
   const size_t fine = bytesOf({176, 144, {{60015, 0}, {60000, 3}, {60001, 3}}});
   EXPECT_GT(fine, 2 * bytesOf({176, 144, {{60015, 0}, {60000, 20}, {60001, 20}}})) << "a constant quantizer";
   encode({176, 144, {{60002, 5}, {60004, 3}, {60014, 1}, {60020, 12}}}, 1);
