@@ -16,6 +16,8 @@ pkg_check_modules(VPL REQUIRED IMPORTED_TARGET vpl)
 pkg_check_modules(OPUS REQUIRED IMPORTED_TARGET opus)
 pkg_check_modules(SPEEX REQUIRED IMPORTED_TARGET speex)
 pkg_check_modules(VORBIS REQUIRED IMPORTED_TARGET vorbis vorbisenc ogg)
+# Types of the vendor's interfaces; no library.
+pkg_check_modules(FFNVCODEC REQUIRED IMPORTED_TARGET ffnvcodec)
 find_library(YUV_LIBRARY yuv REQUIRED)
 pkg_check_modules(RE2 REQUIRED IMPORTED_TARGET re2)
 

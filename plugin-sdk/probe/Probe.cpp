@@ -20,6 +20,7 @@ std::string statusText(int64_t status) {
     return text;
     QVS_PLUGIN_STATUS_CODES(QVS_PROBE_STATUS)
     QVS_PLUGIN_DECODER_STATUS_CODES(QVS_PROBE_STATUS)
+    QVS_PLUGIN_CARD_STATUS_CODES(QVS_PROBE_STATUS)
 #undef QVS_PROBE_STATUS
     default:
       return "status " + std::to_string(status);

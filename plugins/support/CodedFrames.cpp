@@ -44,19 +44,36 @@ bool CodedFrames::addAnnexB(const FrameInfo& info, std::span<const uint8_t> byte
   });
 }
 
+template <typename Put>
+uint32_t CodedFrames::handOut(uint32_t room, Put put) {
+  const auto most = std::min<size_t>(room, QVS_VIDEO_ENCODER_FRAMES_MAX);
+  const size_t given = std::min(most, waiting.size());
+  for (size_t i = 0; i < given; ++i) put(i, waiting[i]);
+  waiting.erase(waiting.begin(), waiting.begin() + static_cast<std::ptrdiff_t>(given));
+  return static_cast<uint32_t>(given);
+}
+
 void CodedFrames::handOut(const OutputArrays& out) {
-  const auto room = std::min<size_t>(*out.count, QVS_VIDEO_ENCODER_FRAMES_MAX);
-  const size_t given = std::min(room, waiting.size());
-  for (size_t i = 0; i < given; ++i) {
-    const Frame& frame = waiting[i];
+  *out.count = handOut(*out.count, [&](size_t i, const Frame& frame) {
     out.frames[i] = frame.array;
     out.sizes[i] = frame.size;
     out.frameTypes[i] = frame.info.frameType;
     out.timecodes[i] = frame.info.timecode;
     out.timecodeOffsets[i] = static_cast<uint64_t>(frame.info.timecodeOffset);
-  }
-  waiting.erase(waiting.begin(), waiting.begin() + static_cast<std::ptrdiff_t>(given));
-  *out.count = static_cast<uint32_t>(given);
+  });
+}
+
+void CodedFrames::handOut(PluginVideoEncoderOutput& out) {
+  out.frameCount = handOut(out.maxFrameCount, [&](size_t i, const Frame& frame) {
+    VideoFrameEncodedData& to = out.frames[i];
+    to = {};
+    to.buffer = static_cast<uint8_t*>(frame.array);
+    to.len = frame.size;
+    to.timecode = frame.info.timecode;
+    to.timecodeOffset = frame.info.timecodeOffset;
+    to.frameType = frame.info.frameType;
+    to.isAllocated = 1;
+  });
 }
 
 void CodedFrames::clear() {

@@ -52,6 +52,7 @@ class CodedFrames {
 
   bool empty() const { return waiting.empty(); }
   void handOut(const OutputArrays& out);
+  void handOut(PluginVideoEncoderOutput& out);
   void clear();
 
  private:
@@ -60,6 +61,10 @@ class CodedFrames {
     uint32_t size;
     FrameInfo info;
   };
+
+  /// Calls `put(index, frame)` for as many of the oldest as there is room for, which then are the caller's.
+  template <typename Put>
+  uint32_t handOut(uint32_t room, Put put);
 
   /// Room for a new frame, filled by `write(uint8_t*)`.
   template <typename Write>

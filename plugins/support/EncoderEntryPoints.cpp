@@ -1,9 +1,8 @@
 // The exported functions of every encoder plug-in: what can be checked without the codec is checked here.
 #include <qvs/video_encoder.h>
 
-#include "EncoderSession.h"
+#include "EncoderEntry.h"
 #include "GiveText.h"
-#include "Guard.h"
 
 namespace qvs::plugins {
 
@@ -23,27 +22,6 @@ namespace {
 
 constexpr uint32_t kMaxSide = 16384;
 
-/// The session of a handle, with what the contract asks of it whatever the codec.
-struct Held {
-  std::unique_ptr<EncoderSession> encoder;
-  bool open = false;
-  bool ended = false;  ///< drained: takes no picture until opened anew
-};
-
-int32_t refuse(EncoderSession& encoder, int32_t status, const char* why) {
-  encoder.problem = why;
-  return status;
-}
-
-/// Runs `body(held)` where there is a session. No exception crosses the boundary.
-template <typename Body>
-int32_t with(void* session, Body body) {
-  auto* held = static_cast<Held*>(session);
-  if (held == nullptr) return QVS_PLUGIN_CREATE_ENCODER;
-  held->encoder->problem.clear();
-  return guarded(held->encoder->problem, [&] { return body(*held); });
-}
-
 /// A setting that an open encoder takes no more.
 template <typename Body>
 int32_t setting(void* session, Body body) {
@@ -58,7 +36,9 @@ bool complete(const OutputArrays& out) {
          out.timecodes != nullptr && out.timecodeOffsets != nullptr && out.count != nullptr;
 }
 
-int32_t addPicture(Held& held, const Picture& picture, const OutputArrays& out) {
+}  // namespace
+
+int32_t addPicture(Held& held, const Picture& picture) {
   EncoderSession& encoder = *held.encoder;
   const CommonSettings& common = encoder.common;
   if (!held.open) return refuse(encoder, QVS_PLUGIN_INIT_ENCODER, "no initialize has succeeded");
@@ -67,13 +47,9 @@ int32_t addPicture(Held& held, const Picture& picture, const OutputArrays& out) 
   if (picture.width != common.width || picture.height != common.height || picture.stride < picture.width) {
     return refuse(encoder, QVS_PLUGIN_INIT_ENCODER, "a picture of another size than was set");
   }
-  const int32_t status = encoder.encode(picture);
-  // What is ready is handed out even behind a failure only where the contract allows it: with status 0.
-  if (status == QVS_PLUGIN_OK) encoder.output.handOut(out);
-  return status;
+  return encoder.encode(picture);
 }
 
-}  // namespace
 }  // namespace qvs::plugins
 
 using namespace qvs::plugins;
@@ -234,8 +210,13 @@ int32_t zarvoVideoEncoder_addFrame2(void* session, void* plane, uint32_t stride,
     Picture picture = pictureAt(plane, stride, width, height);
     picture.key = frameType == QVS_FRAME_KEY;
     picture.timecode = timecode;
-    const int32_t status = addPicture(held, picture, out);
-    if (status != QVS_PLUGIN_OK) *count = 0;
+    const int32_t status = addPicture(held, picture);
+    // What is ready is handed out even behind a failure only where the contract allows it: with status 0.
+    if (status == QVS_PLUGIN_OK) {
+      held.encoder->output.handOut(out);
+    } else {
+      *count = 0;
+    }
     return status;
   });
 }

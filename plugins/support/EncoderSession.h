@@ -11,7 +11,7 @@
 
 namespace qvs::plugins {
 
-/// A picture of addFrame2, "YV12" in one block, with its planes found.
+/// A picture with its planes found: that of addFrame2, "YV12" in one block, or one in a card's memory.
 struct Picture {
   const uint8_t* y;
   const uint8_t* u;
@@ -22,6 +22,7 @@ struct Picture {
   uint32_t height;
   bool key;           ///< a key frame is asked for
   uint64_t timecode;  ///< milliseconds
+  bool onDevice;      ///< the planes are addresses on the card, which the host may not read
 };
 
 /// What every encoder plug-in is told, whatever stands behind it.
@@ -54,6 +55,9 @@ class EncoderSession {
   /// While running; `common.bitRate` is set by the caller once this has succeeded.
   virtual int32_t changeBitRate(uint32_t bitsPerSecond) = 0;
 
+  /// The context and stream in which pictures of a card come; before `open`.
+  virtual int32_t setCudaContext(const PluginVideoCUDAContext& /*context*/) { return QVS_PLUGIN_OK; }
+
   virtual int32_t keyType(uint32_t key) const = 0;
   virtual int32_t setKey(uint32_t key, int64_t value) = 0;
   virtual int32_t setKey(uint32_t key, double value) = 0;
@@ -84,5 +88,8 @@ extern const EncoderPlugin kEncoderPlugin;
 
 /// The planes of a picture in one block: V behind luma, U behind V, odd sizes rounded up.
 Picture pictureAt(const void* plane, uint32_t stride, uint32_t width, uint32_t height);
+
+/// The planes of a picture on a card: U behind luma, V behind U, odd sizes rounded up.
+Picture devicePictureAt(const PluginVideoFrameBufferCUDA& picture);
 
 }  // namespace qvs::plugins

@@ -14,6 +14,7 @@ enum CudaFlag : uint32_t {
   kCudaNvcuvidOld = 16,
   kCudaNvcuvid = 32,
   kCudaNvencOffline = 64,
+  kCudaRunsKernels = 0x100,
   kCudaNvencLoaded = 0x200,  ///< the encoder plug-in really loaded and answered
 };
 inline constexpr uint32_t kCudaGpuCountShift = 16;

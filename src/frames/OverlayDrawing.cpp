@@ -34,16 +34,6 @@ uint32_t refuseGeometry() {
   return kRefused;
 }
 
-void reportShort(VideoOverlayFrame& overlay, ILogger* logger) {
-  if (!overlay.takeReport()) return;
-  loggerOrGlobal(logger)->warn(
-      kLogContextNone, 0,
-      fmt::format("VideoFrameBuffer.applyOverlay[{{context}}]: Overlay is not drawn, its image is too short: "
-                  "size:{}x{} stride:{} offset:{} bytes:{}",
-                  overlay.getWidth(), overlay.getHeight(), static_cast<int32_t>(overlay.getStride()),
-                  overlay.getFrameStartOffset(), overlay.getBufferLen()));
-}
-
 /// The plug-in draws images that need no scaling, at even places.
 bool drawByPlugin(VideoOverlayFrame& overlay, const OverlayPlacement& placement,
                   const OverlayTarget& target) {
@@ -109,12 +99,21 @@ OverlayPlacement placementOf(const VideoOverlayFrame& overlay, PixelSize picture
   return placeOverlay(picture, request);
 }
 
+bool isCovered(VideoOverlayFrame& overlay, ILogger* logger) {
+  if (overlay.getShape() != VideoOverlayFrame::Shape::kShort) return true;
+  if (!overlay.takeReport()) return false;
+  loggerOrGlobal(logger)->warn(
+      kLogContextNone, 0,
+      fmt::format("VideoFrameBuffer.applyOverlay[{{context}}]: Overlay is not drawn, its image is too short: "
+                  "size:{}x{} stride:{} offset:{} bytes:{}",
+                  overlay.getWidth(), overlay.getHeight(), static_cast<int32_t>(overlay.getStride()),
+                  overlay.getFrameStartOffset(), overlay.getBufferLen()));
+  return false;
+}
+
 uint32_t drawOverlay(VideoOverlayFrame& overlay, const OverlayPlacement& placement,
                      const OverlayTarget& target) {
-  if (overlay.getShape() == VideoOverlayFrame::Shape::kShort) {
-    reportShort(overlay, target.logger);
-    return kSuccess;
-  }
+  if (!isCovered(overlay, target.logger)) return kSuccess;
   return drawByPlugin(overlay, placement, target) ? kSuccess
                                                   : drawByConverter(overlay, placement, target.picture);
 }

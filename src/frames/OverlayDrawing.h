@@ -21,8 +21,11 @@ struct OverlayTarget {
 /// Where an overlay goes on a picture of this size; it doesn't fit where it has no area, too.
 OverlayPlacement placementOf(const VideoOverlayFrame& overlay, PixelSize picture);
 
+/// Whether an overlay's bytes cover it; where not, it is left out and told once.
+bool isCovered(VideoOverlayFrame& overlay, ILogger* logger);
+
 /// Draws an overlay that fits, in place. 1 where its geometry, or the picture's, is refused; kFailure without
-/// a converter. One that its bytes don't cover is left out and told once.
+/// a converter. One that isn't covered is left out.
 uint32_t drawOverlay(VideoOverlayFrame& overlay, const OverlayPlacement& placement,
                      const OverlayTarget& target);
 

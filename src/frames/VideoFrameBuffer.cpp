@@ -146,17 +146,20 @@ void VideoFrameBuffer::updateVPXFrame() {
 }
 
 DevicePicture::HostPicture VideoFrameBuffer::hostPicture() const {
-  return {buffer.get(), frame_size, stride, {frame.width, frame.height}};
+  return {buffer.get(), storageSize, stride, {frame.width, frame.height}, frame};
 }
 
 uint32_t VideoFrameBuffer::transferToLocation(uint32_t location) {
   return guarded("VideoFrameBuffer::transferToLocation", [&]() -> uint32_t {
-    if (buffer && device && device->hasStorage()) {
-      if (location == CUDA && !isLocationCUDA() && isLocationSystemMemory()) device->upload(hostPicture());
+    uint32_t status = kSuccess;
+    if (buffer && hasDevicePicture()) {
+      if (location == CUDA && !isLocationCUDA() && isLocationSystemMemory())
+        status = device->upload(hostPicture());
       if (location == systemMem && !isLocationSystemMemory() && isLocationCUDA()) {
-        device->download(hostPicture());
+        status = device->download(hostPicture());
       }
     }
+    if (status != kSuccess) return status;
     locations |= location;
     return kSuccess;
   });
@@ -178,8 +181,10 @@ uint32_t VideoFrameBuffer::transferLocationFromDecode() {
 }
 
 uint32_t VideoFrameBuffer::initVideoScaleCUDA() {
-  if (!device && scaleSetData) device = makeDevicePicture(scaleSetData);
-  return device ? kSuccess : kFailure;
+  return guarded("VideoFrameBuffer::initVideoScaleCUDA", [&]() -> uint32_t {
+    if (!device && scaleSetData) device = makeDevicePicture(scaleSetData);
+    return device ? kSuccess : kFailure;
+  });
 }
 
 uint32_t VideoFrameBuffer::allocateCUDAFrame() {
@@ -206,13 +211,24 @@ uint32_t VideoFrameBuffer::applyOverlay(VideoOverlayFrames& overlays) {
     for (VideoOverlayFrame* overlay : frames) {
       const OverlayPlacement placement = placementOf(*overlay, {frame.width, frame.height});
       uint32_t status = kSuccess;
-      if (placement.fits && onDevice && device) status = device->drawOverlay(*overlay, placement);
+      if (placement.fits && onDevice && hasDevicePicture()) status = drawOnDevice(*overlay, placement);
       if (placement.fits && !onDevice && buffer) status = drawOverlay(*overlay, placement, target);
       // One that is refused takes none of the others with it.
       if (result == kSuccess) result = status;
     }
-    return result;
+    const uint32_t finished = finishDevice();
+    return finished == kSuccess ? result : finished;
   });
+}
+
+uint32_t VideoFrameBuffer::drawOnDevice(VideoOverlayFrame& overlay, const OverlayPlacement& placement) {
+  if (!isCovered(overlay, logger)) return kSuccess;
+  const bool there = isLocationCUDA() || transferToLocation(CUDA) == kSuccess;
+  if (!there || overlay.getShape() != VideoOverlayFrame::Shape::kSound) return kFailure;
+  const uint32_t status = device->drawOverlay(overlay, placement);
+  // The host's copy lacks what was drawn.
+  if (status == kSuccess) locations = CUDA;
+  return status;
 }
 
 uint32_t VideoFrameBuffer::getFrameBGRA(uint8_t** out, uint32_t* size, uint32_t* width, uint32_t* height,

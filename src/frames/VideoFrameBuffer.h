@@ -81,7 +81,8 @@ class VideoFrameBuffer : public FrameProperties,
 
   // Host and device.
 
-  /// Makes the copy at `location` valid. The bit is set even where there is nothing to copy.
+  /// Makes the copy at `location` valid. The bit is set even where there is nothing to copy, but not after a copy that
+  /// failed.
   uint32_t transferToLocation(uint32_t location);
   uint32_t transferToSystemMemory() { return transferToLocation(systemMem); }
   uint32_t transferLocationFromDecode();
@@ -90,6 +91,8 @@ class VideoFrameBuffer : public FrameProperties,
   uint32_t initVideoScaleCUDA();
   uint32_t allocateCUDAFrame();
   uint32_t allocateCUDAFrameIfNeeded();
+  /// Waits for what a device still has to do on the picture.
+  uint32_t finishDevice() const { return device ? device->finish() : kSuccess; }
   /// Null where the pool has no device. `setDevicePicture` is for those who bring a picture of their own.
   DevicePicture* getDevicePicture() const { return device.get(); }
   void setDevicePicture(std::unique_ptr<DevicePicture> picture) { device = std::move(picture); }
@@ -97,7 +100,7 @@ class VideoFrameBuffer : public FrameProperties,
   // Pictures.
 
   /// Places `source` here by the fit mode. `force` paints letterbox bars even where they should still be
-  /// there. 1: a converter is missing or a geometry is refused. kFailure after an exception or for an empty
+  /// there; a device may then still be at work, until overlays have been applied, and read `source`. 1: a converter is missing or a geometry is refused. kFailure after an exception or for an empty
   /// rectangle. An encoder that works asynchronously reads its frames until their coded ones are out: a
   /// picture placed in one before that tears.
   uint32_t transferFrame(VideoFrameBuffer& source, bool force);
@@ -169,8 +172,9 @@ class VideoFrameBuffer : public FrameProperties,
  private:
   DevicePicture::HostPicture hostPicture() const;
   uint32_t placeOnCpu(VideoFrameBuffer& source, const Placement& placement, PixelSize display, bool force);
-  uint32_t placeOnDevice(const VideoFrameBuffer& source, const Placement& placement, PixelSize display,
-                         bool force);
+  uint32_t placeOnDevice(VideoFrameBuffer& source, const Placement& placement, PixelSize display, bool force);
+  bool hasDevicePicture() const { return device && device->hasStorage(); }
+  uint32_t drawOnDevice(VideoOverlayFrame& overlay, const OverlayPlacement& placement);
   uint32_t scaleFrom(const VideoFrameBuffer& source, const PixelRect& from, const PixelRect& to);
 
   FrameAllocProvider alloc_provider;

@@ -53,7 +53,8 @@ class VideoFrameBufferSet {
   VideoScaleSetDataVAAPI& getScaleSetDataVAAPI() { return scaleSetData->vaapi; }
 
   /// Scales `source` into `target`, which may be of another pool. Overlays, where there are any, are about to
-  /// be drawn on the target, so that its bars are painted afresh.
+  /// be drawn on the target, so that its bars are painted afresh; a device then has done its work when these have
+  /// been applied.
   uint32_t transferFrame(VideoFrameBuffer& source, VideoFrameBuffer& target, VideoOverlayFrames& overlays);
 
   /// Draws the overlays, if there are any.
@@ -65,6 +66,8 @@ class VideoFrameBufferSet {
   uint32_t closeVideoScaleVAAPI() { return kSuccess; }
 
  private:
+  uint32_t loadConversions(const std::shared_ptr<CUctx_st>& context);
+
   /// Lets go of the frames, whoever else still holds some of them.
   void dropFrames();
 

@@ -76,15 +76,26 @@ uint32_t VideoFrameBuffer::transferFrame(VideoFrameBuffer& source, uint32_t /*mo
   });
 }
 
-uint32_t VideoFrameBuffer::placeOnDevice(const VideoFrameBuffer& source, const Placement& placement,
+uint32_t VideoFrameBuffer::placeOnDevice(VideoFrameBuffer& source, const Placement& placement,
                                          PixelSize display, bool force) {
+  const bool onCuda = source.getScaleImplementation() == kScaleCUDA;
+  // A stage's own storage comes without a device picture.
+  if (onCuda && device && buffer && allocateCUDAFrameIfNeeded() != kSuccess) return kFailure;
   const bool newBars = getFitMode() == kFitLetterbox && bars.takeDue(display, force);
-  if (newBars || placement.clearsTarget) blackFill();
-  if (!source.buffer || !buffer || source.getScaleImplementation() != kScaleCUDA) return kSuccess;
+  if ((newBars || placement.clearsTarget) && hasDevicePicture()) device->fillBlack();
+  if (!source.buffer || !buffer || !onCuda) return kSuccess;
   // Without device pictures there is nothing to scale; the target claims what would have been made.
-  const bool there = device && source.device && device->hasStorage() && source.device->hasStorage();
-  const uint32_t status = there ? device->place(*source.device, placement) : kSuccess;
-  locations = CUDA;
+  if (!hasDevicePicture() || !source.hasDevicePicture()) {
+    locations = CUDA;
+    return kSuccess;
+  }
+  if (!source.isLocationCUDA() && source.transferToLocation(CUDA) != kSuccess) return kFailure;
+  // Forced: overlays are about to be drawn, which waits for both.
+  const auto completion = force ? DevicePicture::Completion::kQueued : DevicePicture::Completion::kDone;
+  const uint32_t status = device->place(*source.device, placement, completion);
+  if (status == kSuccess) locations = CUDA;
+  // What was there is partly overwritten; the bars have to come again.
+  if (status != kSuccess) bars.forget();
   return status;
 }
 
@@ -135,8 +146,9 @@ uint32_t VideoFrameBuffer::scaleFrom(const VideoFrameBuffer& source, const Pixel
 uint32_t VideoFrameBuffer::blackFill() {
   return guarded("VideoFrameBuffer::blackFill", [&]() -> uint32_t {
     if (getScaleImplementation() == kScaleCUDA) {
-      if (device && device->hasStorage()) device->fillBlack();
-      return kSuccess;
+      if (hasDevicePicture()) device->fillBlack();
+      // Where only the host's copy counts, it is the one that has to be black.
+      if (locations != systemMem) return kSuccess;
     }
     if (!buffer) return kSuccess;
     if (!ucc_blackfill_s) return kRefused;

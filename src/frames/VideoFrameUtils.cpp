@@ -55,4 +55,8 @@ uint32_t VideoFrameUtils::uccConvertToVUYA(const ucc_frame_t& source, uint8_t* t
   return convertTight(source, target, UCC_FORMAT_VUYA);
 }
 
+uint32_t VideoFrameUtils::uccConvertToBGRA(const ucc_frame_t& source, uint8_t* target) {
+  return convertTight(source, target, UCC_FORMAT_BGRA);
+}
+
 }  // namespace qvs

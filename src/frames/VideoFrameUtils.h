@@ -14,8 +14,9 @@ class VideoFrameUtils {
                                          uint32_t height, uint32_t fourcc);
   static uint32_t uccConvertBGRAToVUYA(const uint8_t* source, uint8_t* target, uint32_t width,
                                        uint32_t height);
-  /// The same from a picture as the converter sees it.
+  /// From a picture as the converter sees it.
   static uint32_t uccConvertToVUYA(const ucc_frame_t& source, uint8_t* target);
+  static uint32_t uccConvertToBGRA(const ucc_frame_t& source, uint8_t* target);
 };
 
 }  // namespace qvs

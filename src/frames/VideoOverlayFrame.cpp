@@ -42,6 +42,7 @@ void VideoOverlayFrame::setFrame(uint32_t fourcc, uint8_t* buffer, uint32_t buff
   data.width = width;
   data.height = height;
   overlayframe = std::move(data);
+  scaleOverlayDataCUDA = {};
   contentId = nextContentId();
   reported = false;
   shape = describe();

@@ -88,6 +88,9 @@ class VideoOverlayFrame {
   VideoOverlayFrames* getOverlayFrames() const { return overlayFrames; }
   uint32_t getScaleImplementation() const;
 
+  /// What devices keep of it; goes with its image.
+  VideoScaleOverlayDataCUDA& getDataCUDA() { return scaleOverlayDataCUDA; }
+
   /// The converter instance that keeps this overlay scaled and converted; null when memory failed.
   void* getBlender() const { return blender.get(); }
   /// Number of the pixels now held, unique in the process.

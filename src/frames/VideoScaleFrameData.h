@@ -1,5 +1,6 @@
 #pragma once
 
+#include "video/scaling/device/cuda/PreparedOverlay.h"
 #include "video/scaling/device/cuda/VideoScaleBufferDataCUDA.h"
 
 namespace qvs {
@@ -16,9 +17,11 @@ struct VideoScaleFrameDataVAAPI {
   void* vaImage = nullptr;
 };
 
-/// Device storage of an overlay, at the size in which it is drawn.
+/// An overlay on a device, at the size in which it is drawn.
 struct VideoScaleOverlayDataCUDA {
-  VideoScaleBufferDataCUDA buffer;
+  PreparedOverlay image;
+  uint32_t width = 0;  ///< for which it was made; `image` may be smaller by a column and a row
+  uint32_t height = 0;
 };
 
 struct VideoScaleOverlayDataVAAPI {

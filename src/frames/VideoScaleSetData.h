@@ -4,8 +4,9 @@
 #include <memory>
 
 #include "contract/ScaleIds.h"
+#include "video/scaling/device/cuda/ConversionModule.h"
+#include "video/scaling/device/cuda/CudaCalls.h"
 #include "video/scaling/device/cuda/cudaCtxLock.h"
-#include "video/scaling/device/cuda/CudaHandles.h"
 
 namespace qvs {
 
@@ -18,6 +19,10 @@ struct VideoScaleSetDataCUDA {
   CUdevice m_Device = 0;
   CUstream m_Stream = nullptr;
   cudaCtxLock ctxLock;  ///< bound to the context by the start
+  // What keeps stream and module for as long as a frame that outlives its pool needs them.
+  std::shared_ptr<CUstream_st> stream;
+  std::shared_ptr<ConversionModule> module;
+  std::shared_ptr<CudaCalls> calls;  ///< where the failures of the pool's frames go
   CUmodule cu_module_conversion = nullptr;
   // Kernels of that module; the start fills those that it resolves.
   CUfunction cu_func_NV12AndYV12Conversion = nullptr;

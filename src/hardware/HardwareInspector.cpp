@@ -11,6 +11,7 @@
 #include "log/LogGlobalLogger.h"
 #include "video/decoders/hosts/VideoDecoderPluginHost.h"
 #include "video/encoders/hosts/VideoEncoderH265U30Host.h"
+#include "video/scaling/device/cuda/NVidiaCUDAUtils.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
 namespace qvs {
@@ -152,8 +153,9 @@ void HardwareInspector::loadU30Firmware() {
   }
 }
 
-// NVIDIA's cards are not part of this build.
-void HardwareInspector::probeCUDA() {}
+void HardwareInspector::probeCUDA() {
+  NVidiaCUDAUtils::getCUDAInfo(&infoCUDA, HardwareInfoCUDA::kMaxGPUs);
+}
 
 int32_t HardwareInspector::computeCapability(int32_t gpu) const {
   const int32_t index = std::max(gpu, 0);

@@ -20,12 +20,14 @@
 #include "contract/StageIds.h"
 #include "video/decoders/hosts/VideoDecoderH264U30Host.h"
 #include "video/decoders/hosts/VideoDecoderPluginHost.h"
+#include "video/decoders/VideoDecoderGenericNVCUVID.h"
 #include "video/decoders/VideoDecoderH264.h"
 #include "video/decoders/VideoDecoderH265.h"
 #include "video/decoders/VideoDecoderMP2.h"
 #include "video/decoders/VideoDecoderMP4.h"
 #include "video/decoders/VideoDecoderVPX.h"
 #include "video/encoders/hosts/VideoEncoderH265U30Host.h"
+#include "video/encoders/hosts/VideoEncoderH26XNVENC12Host.h"
 #include "video/encoders/hosts/VideoEncoderPluginHost.h"
 #include "video/encoders/VideoEncoderH263IPP.h"
 #include "video/encoders/VideoEncoderH264.h"
@@ -63,25 +65,25 @@ constexpr VideoDecoderRow kCaptureVideoDecoder =
 constexpr VideoDecoderRow kVideoDecoders[] = {
     {kVideoCodecSorenson, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "SorensonSpark: default", make<IVideoDecoder, VideoDecoderMP4>},
     {kVideoCodecH264, 1, &Availability::quickSyncAvailable, kQuickSyncAvailable, kQuickSync, "VideoDecoderH264QuickSyncHost", "H.264: QuickSync", makePluginDecoder<kDecoderH264QuickSync>, kTellDecoder},
-    {kVideoCodecH264, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]"},
-    {kVideoCodecH264, 3, &Availability::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]"},
+    {kVideoCodecH264, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]", make<IVideoDecoder, VideoDecoderGenericNVCUVID>},
+    {kVideoCodecH264, 3, &Availability::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]", make<IVideoDecoder, VideoDecoderGenericNVCUVID>},
     {kVideoCodecH264, 5, &Availability::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.264: U30", make<IVideoDecoder, VideoDecoderH264U30Host>},
     {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoDecoderH264", "H.264: default", make<IVideoDecoder, VideoDecoderH264>},
     {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoDecoderVPX", "VPX[{}]: default", make<IVideoDecoder, VideoDecoderVPX>},
     {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "H.263: default", make<IVideoDecoder, VideoDecoderMP4>},
     {kVideoCodecMP4, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "MP4: default", make<IVideoDecoder, VideoDecoderMP4>},
     {kVideoCodecMPEG2, 1, &Availability::quickSyncAvailable, kQuickSyncDecodeMP2, kQuickSync, "VideoDecoderMP2QuickSyncHost", "MPEG2: QuickSync", makePluginDecoder<kDecoderMP2QuickSync>, kTellDecoder},
-    {kVideoCodecMPEG2, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]"},
-    {kVideoCodecMPEG2, 3, &Availability::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]"},
+    {kVideoCodecMPEG2, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]", make<IVideoDecoder, VideoDecoderGenericNVCUVID>},
+    {kVideoCodecMPEG2, 3, &Availability::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "MPEG2: NVCUVID[NVDEC]", make<IVideoDecoder, VideoDecoderGenericNVCUVID>},
     {kVideoCodecMPEG2, kAny, nullptr, 0, kNative, "VideoDecoderMP2", "MPEG2: default", make<IVideoDecoder, VideoDecoderMP2>},
-    {kVideoCodecH265, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.265: NVCUVID[NVDEC]"},
+    {kVideoCodecH265, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.265: NVCUVID[NVDEC]", make<IVideoDecoder, VideoDecoderGenericNVCUVID>},
     // One host serves both codecs of that card.
     {kVideoCodecH265, 5, &Availability::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.265: U30", make<IVideoDecoder, VideoDecoderH264U30Host>},
     {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoDecoderH265", "H.265: default", make<IVideoDecoder, VideoDecoderH265>},
 };
 
 constexpr VideoEncoderRow kVideoEncoders[] = {
-    {kVideoCodecH265, 9, &Availability::cudaAvailable, kNvencH265, kNative, "VideoEncoderH26XNVENC12Host", "H.265: NVENC12"},
+    {kVideoCodecH265, 9, &Availability::cudaAvailable, kNvencH265, kNative, "VideoEncoderH26XNVENC12Host", "H.265: NVENC12", make<IVideoEncoder, VideoEncoderH26XNVENC12Host>},
     {kVideoCodecH265, 8, &Availability::quickSyncAvailable, kQuickSyncEncodeH265, kQuickSync, "VideoEncoderH265QuickSyncHost", "H.265: QuickSync", makePluginEncoder<kEncoderH265QuickSync>, kTellEncoder},
     {kVideoCodecH265, 11, &Availability::x265Available, kAnyBit, kNative, "VideoEncoderH265X265Host", "H.265: X265", makePluginEncoder<kEncoderH265X265>},
     {kVideoCodecH265, 15, &Availability::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.265: AdvantechVega", makePluginEncoder<kEncoderH26XAdvantechVega>},
@@ -92,7 +94,7 @@ constexpr VideoEncoderRow kVideoEncoders[] = {
     {kVideoCodecVPX, 12, &Availability::vaapiAvailable, kVaapiEncodeVP9, kVaapi, "VideoEncoderVP9VAAPIHost", "VPX[{}]: VAAPI", makePluginEncoder<kEncoderVP9VAAPI>},
     {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoEncoderVPX", "VPX[{}]: default", make<IVideoEncoder, VideoEncoderVPX>},
     {kVideoCodecH264, 1, &Availability::quickSyncAvailable, kQuickSyncEncodeH264, kQuickSync, "VideoEncoderH264QuickSyncHost", "H.264: QuickSync", makePluginEncoder<kEncoderH264QuickSync>, kTellEncoder},
-    {kVideoCodecH264, 6, &Availability::cudaAvailable, kNvencH264, kNative, "VideoEncoderH26XNVENC12Host", "H.264: NVENC12"},
+    {kVideoCodecH264, 6, &Availability::cudaAvailable, kNvencH264, kNative, "VideoEncoderH26XNVENC12Host", "H.264: NVENC12", make<IVideoEncoder, VideoEncoderH26XNVENC12Host>},
     {kVideoCodecH264, 10, &Availability::vaapiAvailable, kVaapiEncodeH264, kVaapi, "VideoEncoderH264VAAPIHost", "H.264: VAAPI", makePluginEncoder<kEncoderH264VAAPI>},
     {kVideoCodecH264, 7, &Availability::x264Available, kAnyBit, kNative, "VideoEncoderH264X264Host", "H.264: X264", makePluginEncoder<kEncoderH264X264>},
     {kVideoCodecH264, 14, &Availability::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.264: AdvantechVega", makePluginEncoder<kEncoderH26XAdvantechVega>},

@@ -7,6 +7,7 @@
 
 #include "hardware/HardwareInspector.h"
 #include "session/TranscoderSession.h"
+#include "video/scaling/device/cuda/NVidiaCUDAUtils.h"
 
 namespace qvs {
 
@@ -48,7 +49,8 @@ std::string cudaText(uint32_t word, bool* found) {
   return text;
 }
 
-void logCuda(ILogger& log, uint32_t word) {
+void logCuda(ILogger& log, const HardwareInfoCUDA& info) {
+  const uint32_t word = info.availableFlags;
   if (word == 0) {
     log.info("TranscoderSession.isCUDAAvailable[{context}]: NVidia hardware acceleration is NOT available");
     return;
@@ -59,12 +61,13 @@ void logCuda(ILogger& log, uint32_t word) {
       cudaText(word, &found);
   if (found) {
     log.info(line);
-    return;
+  } else {
+    log.warn(line +
+             " The drivers' version needs to be at least 525.60.13 for Linux and 527.41 for Windows. Any "
+             "previous or "
+             "unsupported drivers will cause Vantor to revert back to default CPU transcoding.");
   }
-  log.warn(line +
-           " The drivers' version needs to be at least 525.60.13 for Linux and 527.41 for Windows. Any "
-           "previous or "
-           "unsupported drivers will cause Vantor to revert back to default CPU transcoding.");
+  if ((word & kCudaUsable) != 0) NVidiaCUDAUtils::logCUDAInfo(log, info);
 }
 
 void logQuickSync(ILogger& log, const HardwareInfoPlugin& info) {
@@ -118,7 +121,7 @@ void TranscoderSession::copyInventory(const HardwareInspector& inspector) {
 }
 
 void TranscoderSession::logInventory(const HardwareInspector& inspector) {
-  logCuda(logCollector, availability.cudaAvailable);
+  logCuda(logCollector, inspector.getInfoCUDA());
   logQuickSync(logCollector, inspector.getInfoQuickSync());
   logVaapi(logCollector, inspector.getInfoVAAPI());
   logPlugin(logCollector, "isX264Available", "X264", inspector.getInfoX264());

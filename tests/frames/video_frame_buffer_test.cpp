@@ -141,10 +141,16 @@ struct FakeDevicePicture : DevicePicture {
   }
   bool hasStorage() const override { return size.width != 0; }
   PixelSize getSize() const override { return size; }
-  void upload(const HostPicture& host) override { calls += host.size == 16 * 16 * 3 / 2 ? 'u' : '?'; }
-  void download(const HostPicture& host) override { calls += host.stride == 16 ? 'd' : '?'; }
+  uint32_t upload(const HostPicture& host) override {
+    calls += host.size == 16 * 16 * 3 / 2 ? 'u' : '?';
+    return kSuccess;
+  }
+  uint32_t download(const HostPicture& host) override {
+    calls += host.stride == 16 ? 'd' : '?';
+    return kSuccess;
+  }
   void fillBlack() override { calls += 'b'; }
-  uint32_t place(const DevicePicture& source, const Placement& placement) override {
+  uint32_t place(const DevicePicture& source, const Placement& placement, Completion) override {
     calls += &source != this && placement.target.width == 16 ? 'p' : '?';
     return kSuccess;
   }
@@ -152,6 +158,7 @@ struct FakeDevicePicture : DevicePicture {
     calls += 'o';
     return kSuccess;
   }
+  uint32_t finish() const override { return kSuccess; }
   PluginVideoFrameBufferCUDA pluginRecord() const override { return {nullptr, 0, size.width, 0, 0, 0}; }
 
   std::string& calls;

@@ -62,10 +62,14 @@ extern "C" {
   X(29, INIT_ALLOCATOR, "Allocator init failed")       \
   X(30, CREATE_VPP, "VPP creation failed")
 
+/* Further codes of plug-ins whose card serves so many encoders and no more. */
+#define QVS_PLUGIN_CARD_STATUS_CODES(X) X(31, SESSION_LIMIT, "session limit of the driver reached")
+
 enum QvsPluginStatus {
   QVS_PLUGIN_OK = 0,
 #define QVS_PLUGIN_STATUS_NAME(code, name, text) QVS_PLUGIN_##name = code,
   QVS_PLUGIN_STATUS_CODES(QVS_PLUGIN_STATUS_NAME) QVS_PLUGIN_DECODER_STATUS_CODES(QVS_PLUGIN_STATUS_NAME)
+      QVS_PLUGIN_CARD_STATUS_CODES(QVS_PLUGIN_STATUS_NAME)
 #undef QVS_PLUGIN_STATUS_NAME
 };
 

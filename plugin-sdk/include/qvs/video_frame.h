@@ -24,7 +24,8 @@ extern "C" {
 #define QVS_LOCATION_SYSTEM_MEMORY 1u
 #define QVS_LOCATION_CUDA 2u
 
-/* The device copy of a picture. */
+/* The device copy of a picture: planar 4:2:0 whatever `four_cc` says. `height` rows of luma, then U, then V, each of
+ * (height + 1) / 2 rows of stride / 2 bytes. Complete when the call is made. */
 typedef struct PluginVideoFrameBufferCUDA {
   void* buffer;     /* device pointer */
   uint32_t size;    /* bytes */

@@ -24,6 +24,8 @@ inline constexpr uint32_t kFourCCARGB = fourcc("ARGB");
 inline constexpr uint32_t kFourCCBGR4 = fourcc("BGR4");
 inline constexpr uint32_t kFourCCBGR3 = fourcc("BGR3");
 inline constexpr uint32_t kFourCCVUYA = fourcc("VUYA");
+inline constexpr uint32_t kFourCCYUVA = fourcc("YUVA");
+inline constexpr uint32_t kFourCCRGBA = fourcc("RGBA");
 inline constexpr uint32_t kFourCCv210 = fourcc("v210");
 inline constexpr uint32_t kFourCCXYZ12 = 0x0C5A5958;  ///< 12-bit XYZ: the low byte is the depth's
 

@@ -29,6 +29,11 @@ struct NalRules {
   std::array<uint32_t, 3> setTypes;  ///< parameter sets in the order in which they are spliced
 };
 
+inline constexpr NalRules kNalRulesH264{
+    .typeShift = 0, .typeMask = 31, .delimiterType = 9, .setTypes = {7, 8, 8}};
+inline constexpr NalRules kNalRulesH265{
+    .typeShift = 1, .typeMask = 63, .delimiterType = 35, .setTypes = {32, 33, 34}};  ///< VPS, SPS, PPS
+
 /// What a unit gets beside its own bytes.
 struct NalSplices {
   uint8_t* startCode;                ///< 4 bytes

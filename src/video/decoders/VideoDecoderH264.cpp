@@ -29,13 +29,11 @@ constexpr BufStreamCodec kRow{
     .missingInfo = static_cast<uint32_t>(-2),
 };
 
-constexpr NalRules kRules{.typeShift = 0, .typeMask = 31, .delimiterType = 9, .setTypes = {7, 8, 8}};
-
 constexpr uint32_t kDelimiterLength = 6;
 
 }  // namespace
 
-VideoDecoderH264::VideoDecoderH264() : VideoDecoderBufferStream(kRow), splicer(kRules) {}
+VideoDecoderH264::VideoDecoderH264() : VideoDecoderBufferStream(kRow), splicer(kNalRulesH264) {}
 
 bufstream_tt* VideoDecoderH264::createBackEnd(callbacks_t* callbacks) {
   return createDecoderAVC(callbacks, 0, 0);

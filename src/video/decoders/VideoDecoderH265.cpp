@@ -26,16 +26,9 @@ constexpr BufStreamCodec kRow{
     .missingInfo = static_cast<uint32_t>(-2),
 };
 
-constexpr uint32_t kVps = 32;
-constexpr uint32_t kSps = 33;
-constexpr uint32_t kPps = 34;
-constexpr uint32_t kDelimiter = 35;
-constexpr NalRules kRules{
-    .typeShift = 1, .typeMask = 63, .delimiterType = kDelimiter, .setTypes = {kVps, kSps, kPps}};
-
 }  // namespace
 
-VideoDecoderH265::VideoDecoderH265() : VideoDecoderBufferStream(kRow), splicer(kRules) {}
+VideoDecoderH265::VideoDecoderH265() : VideoDecoderBufferStream(kRow), splicer(kNalRulesH265) {}
 
 bufstream_tt* VideoDecoderH265::createBackEnd(callbacks_t* callbacks) {
   return createDecoderHEVC(callbacks, 0, 0);

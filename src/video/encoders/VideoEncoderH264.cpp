@@ -189,7 +189,7 @@ bool VideoEncoderH264::openLibrary() {
 uint32_t VideoEncoderH264::addFrame(VideoFrameBuffer& frame, uint32_t frameType, uint64_t timecode) {
   return guarded("VideoEncoderH264::addFrame", [&]() -> uint32_t {
     if (v_encoder == nullptr || flushed) return kFailure;
-    frame.transferToSystemMemory();
+    if (frame.transferToSystemMemory() != kSuccess) return kFailure;  // its device has told why
     Job job;
     job.picture = frame.getFrame();
     job.frameType = frameType != 0 ? frameType : frame.getFrameType();

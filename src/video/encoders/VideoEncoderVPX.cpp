@@ -151,7 +151,7 @@ void VideoEncoderVPX::writeSignalColor() {
 
 uint32_t VideoEncoderVPX::addFrame(VideoFrameBuffer& frame, uint32_t frameType, uint64_t timecode) {
   return guarded(kLabel, [&]() -> uint32_t {
-    frame.transferToSystemMemory();
+    if (frame.transferToSystemMemory() != kSuccess) return kFailure;  // its device has told why
     VPXEncodeJob job;
     job.image = *frame.getVPXFrame();
     job.fourcc = frame.getFourCC();

@@ -8,25 +8,32 @@
 namespace qvs::test {
 namespace {
 
-int failingStep;  ///< of CudaStep; the driver's functions have no context of their own
+int failingStep;  ///< of CudaStep
+bool hasDriver = true;
 
 CUresult answer(CudaStep step) {
-  return failingStep == static_cast<int>(step) ? 7 : 0;
+  return static_cast<CUresult>(failingStep == static_cast<int>(step) ? 7 : 0);
 }
 
-/// Three devices.
-constexpr CudaDriver kFake{
-    [](unsigned) { return answer(CudaStep::kInit); },
-    [](int* count) {
-      *count = 3;
-      return answer(CudaStep::kCount);
-    },
-    [](CUdevice* device, int ordinal) {
-      *device = 40 + ordinal;
-      return answer(CudaStep::kDevice);
-    },
-    [](int*, int*, CUdevice device) { return device == 42 ? answer(CudaStep::kCapability) : 1; },
-};
+}  // namespace
+
+// The program's own functions come before the library's. Three devices.
+extern "C" CUresult cuInit(unsigned) {
+  return hasDriver ? answer(CudaStep::kInit) : CUDA_ERROR_NO_DEVICE;
+}
+extern "C" CUresult cuDeviceGetCount(int* count) {
+  *count = 3;
+  return answer(CudaStep::kCount);
+}
+extern "C" CUresult cuDeviceGet(CUdevice* device, int ordinal) {
+  *device = 40 + ordinal;
+  return answer(CudaStep::kDevice);
+}
+extern "C" CUresult cuDeviceComputeCapability(int*, int*, CUdevice device) {
+  return device == 42 ? answer(CudaStep::kCapability) : CUDA_ERROR_INVALID_VALUE;
+}
+
+namespace {
 
 TEST(CudaBringUp, EachStepIsToldAsItsUserTellsIt) {
   const struct {
@@ -50,7 +57,7 @@ TEST(CudaBringUp, EachStepIsToldAsItsUserTellsIt) {
     failingStep = static_cast<int>(row.step);
     LogCollector log;
     CUdevice device = 0;
-    EXPECT_EQ(CudaBringUp(row.user, &log, &kFake).openDevice(2, &device), row.result);
+    EXPECT_EQ(CudaBringUp(row.user, &log).openDevice(2, &device), row.result);
     std::vector<LogStatement> lines;
     log.getLogStatements(lines);
     ASSERT_EQ(lines.size(), 1u);
@@ -64,11 +71,13 @@ TEST(CudaBringUp, OnlyDevicesThatAreThereAreOpened) {
   failingStep = -1;
   LogCollector log;
   CUdevice device = 0;
-  const CudaBringUp bringUp(kCudaUserFrames, &log, &kFake);
+  const CudaBringUp bringUp(kCudaUserFrames, &log);
   EXPECT_EQ(bringUp.openDevice(2, &device), 0u);
   EXPECT_EQ(device, 42);
   for (const int32_t ordinal : {3, -1}) EXPECT_EQ(bringUp.openDevice(ordinal, &device), 0u - 3);
-  EXPECT_EQ(CudaBringUp(kCudaUserFrames, &log, nullptr).openDevice(0, &device), 0u - 1) << "no driver";
+  hasDriver = false;
+  EXPECT_EQ(bringUp.openDevice(0, &device), 0u - 1);
+  hasDriver = true;
 }
 
 }  // namespace

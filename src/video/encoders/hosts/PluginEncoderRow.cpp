@@ -38,6 +38,8 @@ constexpr PluginEncoderRow kEncoderH265VAAPI{
     QVS_HOST_NAMES("VideoEncoderH265VAAPIHost"), kVideoCodecH265, "/libqvs-vencoder-h265-vaapi.so", kStatus, kUnknown};
 constexpr PluginEncoderRow kEncoderVP9VAAPI{
     QVS_HOST_NAMES("VideoEncoderVP9VAAPIHost"), kVideoCodecVPX, "/libqvs-vencoder-vp9-vaapi.so", kStatus, kUnknown};
+constexpr PluginEncoderRow kEncoderH26XNVENC12{
+    QVS_HOST_NAMES("VideoEncoderH26XNVENC12Host"), kVideoCodecH264, "/libqvs-vencoder-h26x-nvenc12.so", kStatus, kUnknown};
 constexpr PluginEncoderRow kEncoderH265U30{
     QVS_HOST_NAMES("VideoEncoderH265U30Host"), kVideoCodecH265, "/libqvs-vencoder-h26x-xilinxu30.so", "status code: ", kUnknown,
     false, kHardwareAccessDrm, nullptr, false, "u30e_zarvoVideoEncoder_", true, true, true};

@@ -36,5 +36,6 @@ extern const PluginEncoderRow kEncoderH264VAAPI;
 extern const PluginEncoderRow kEncoderH265VAAPI;
 extern const PluginEncoderRow kEncoderVP9VAAPI;
 extern const PluginEncoderRow kEncoderH265U30;
+extern const PluginEncoderRow kEncoderH26XNVENC12;
 
 }  // namespace qvs

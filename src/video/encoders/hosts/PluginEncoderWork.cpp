@@ -30,22 +30,29 @@ void PluginEncoderWork::callForFrames(Entry entry, Arguments... arguments) {
 }
 
 void PluginEncoderWork::encode() {
-  if (byRecord) {
-    encodeRecord();
-    return;
+  switch (form) {
+    case Form::kPlane:
+      callForFrames(&pluginVideoEncoder::func_addFrame2, static_cast<void*>(picture.plane[0]),
+                    static_cast<uint32_t>(picture.stride[0]), picture.width, picture.height, frameType,
+                    timecode);
+      break;
+    case Form::kPlanes:
+      encodeRecord(&pluginVideoEncoder::func_encodeFrame, &record);
+      break;
+    case Form::kFrame:
+      encodeRecord(&pluginVideoEncoder::func_addFrame3, &frameRecord);
+      break;
   }
-  callForFrames(&pluginVideoEncoder::func_addFrame2, static_cast<void*>(picture.plane[0]),
-                static_cast<uint32_t>(picture.stride[0]), picture.width, picture.height, frameType, timecode);
 }
 
-void PluginEncoderWork::encodeRecord() {
-  constexpr auto kEntry = &pluginVideoEncoder::func_encodeFrame;
+template <typename Entry, typename Record>
+void PluginEncoderWork::encodeRecord(Entry entry, Record* from) {
   records.fill({});
   PluginVideoEncoderOutput output{records.data(), 0, kMax};
   claimed = withoutBytes = tooLong = 0;
-  answer.status = plugin.offers(kEntry) ? static_cast<int32_t>(kFailure) : 0;  // until it has come back
-  if (!plugin.offers(kEntry)) return;
-  answer = plugin.ask(kEntry, &record, &output);
+  answer.status = plugin.offers(entry) ? static_cast<int32_t>(kFailure) : 0;  // until it has come back
+  if (!plugin.offers(entry)) return;
+  answer = plugin.ask(entry, from, &output);
   if (answer.status != 0) return;
   claimed = output.frameCount;
   for (size_t i = 0; i < std::min<size_t>(claimed, kMax); ++i) {

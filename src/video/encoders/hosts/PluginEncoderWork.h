@@ -16,15 +16,20 @@ namespace qvs {
 /// shares it, since a call that doesn't return keeps all that it reads and writes.
 class PluginEncoderWork {
  public:
+  /// How the picture in work goes in.
+  enum class Form : uint8_t { kPlane, kPlanes, kFrame };
+
+  std::shared_ptr<void>
+      held;  ///< what the session or its pictures need and the work keeps alive; it goes last
   PluginSession<pluginVideoEncoder> plugin;
 
   // The picture in work.
   frame_tt picture{};  ///< its planes are the frame's
   uint32_t frameType = 0;
   uint64_t timecode = 0;  ///< milliseconds
-  bool byRecord = false;  ///< the picture goes in as `record`, which then has all of the above
-  PluginVideoBuffer record{};
-  std::shared_ptr<void> held;  ///< what its planes lie in, where that is no frame of a pool
+  Form form = Form::kPlane;
+  PluginVideoBuffer record{};            ///< has all of the above, for kPlanes
+  PluginVideoFrameBuffer frameRecord{};  ///< the same, for kFrame
 
   // What came of the last call; the host takes it.
   PluginAnswer answer;
@@ -44,7 +49,8 @@ class PluginEncoderWork {
 
   template <typename Entry, typename... Arguments>
   void callForFrames(Entry entry, Arguments... arguments);
-  void encodeRecord();
+  template <typename Entry, typename Record>
+  void encodeRecord(Entry entry, Record* record);
   void takeFrame(size_t index);
   void takeFrame(void* bytes, uint32_t size, uint64_t time, int64_t offset, uint32_t type);
 

@@ -72,7 +72,7 @@ uint32_t VideoEncoderH265U30Host::addFrame(VideoFrameBuffer& frame, uint32_t typ
 }
 
 bool VideoEncoderH265U30Host::takePicture(VideoFrameBuffer& frame, uint32_t type, uint64_t time) {
-  work->byRecord = true;
+  work->form = PluginEncoderWork::Form::kPlanes;
   work->picture = {};
   PluginVideoBuffer& record = work->record;
   if (frame.getFourCC() == kFourCCHN12) {

@@ -291,7 +291,6 @@ bool VideoEncoderPluginHost::takesPictures() const {
 }
 
 bool VideoEncoderPluginHost::takePicture(VideoFrameBuffer& frame, uint32_t type, uint64_t time) {
-  frame.transferToSystemMemory();
   if (!isEncodable(frame)) return false;
   work->picture = frame.getFrame();
   work->frameType = type;
@@ -300,7 +299,15 @@ bool VideoEncoderPluginHost::takePicture(VideoFrameBuffer& frame, uint32_t type,
 }
 
 // The plug-in is told nothing of the format and would read past a smaller one, or swap the colors of another.
-bool VideoEncoderPluginHost::isEncodable(const VideoFrameBuffer& frame) {
+bool VideoEncoderPluginHost::isEncodable(VideoFrameBuffer& frame) {
+  if (frame.transferToSystemMemory() != kSuccess) {
+    // The device has told why.
+    if (worthTelling(refusals)) {
+      getLogger()->error(kLogContextVideoEncoder, place().index,
+                         head("addFrame") + "The picture could not be fetched from its device");
+    }
+    return false;
+  }
   if (frame.getPlane(0) != nullptr && frame.getFourCC() == kFourCCYV12) return true;
   refuse(frame, "YV12");
   return false;

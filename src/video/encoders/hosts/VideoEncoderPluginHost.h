@@ -115,7 +115,8 @@ class VideoEncoderPluginHost : public VideoEncoderBase {
   uint32_t readParameter(Entry entry, uint32_t key, Value* value);
 
   void refuse(const VideoFrameBuffer& frame, const char* wanted);
-  bool isEncodable(const VideoFrameBuffer& frame);
+  /// Brings the picture to the host; false, and told, where it isn't one that plug-ins take.
+  bool isEncodable(VideoFrameBuffer& frame);
   uint32_t collect();
   void tellLies();
   void tellRepeatedTimes();

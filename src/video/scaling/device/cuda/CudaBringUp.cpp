@@ -1,10 +1,13 @@
 // The start of a CUDA device, and what its users say where it fails.
 #include "video/scaling/device/cuda/CudaBringUp.h"
 
+#include <mutex>
 #include <string>
 
 #include "log/LogGlobalLogger.h"
 #include "platform/Status.h"
+#include "video/scaling/device/cuda/cudaCtxLock.h"
+#include "video/scaling/device/cuda/NVidiaCUDAContextManager.h"
 
 namespace qvs {
 
@@ -19,6 +22,8 @@ const CudaUser kCudaUserFrames{
         {"", -6},
         {"VideoFrameBufferSet.initVideoScaleCUDA[{context}]: acquireContext: Failed to acquire CUDA context",
          -7},
+        {"VideoFrameBufferSet.initVideoScaleCUDA[{context}]: cuStreamCreate: Failure result:", -10},
+        {"", -10},
     }}};
 
 const CudaUser kCudaUserNvcuvid{
@@ -32,9 +37,13 @@ const CudaUser kCudaUserNvcuvid{
         {"VideoDecoderGenericNVCUVID.initCuda[{context}]: NVCUVID not available.", -6},
         {"VideoDecoderGenericNVCUVID.initCuda[{context}]: acquireContext: Failed to acquire CUDA context",
          -7},
+        {"VideoDecoderGenericNVCUVID.initCuda[{context}]: cuStreamCreate[m_ReadbackSID]: Failure result:",
+         -10},
+        {"VideoDecoderGenericNVCUVID.initCuda[{context}]: cuStreamCreate[m_GetFrameSID]: Failure result:",
+         -10},
     }}};
 
-// Its three prefixes are as whoever reads its lines expects them.
+// Its prefixes are as whoever reads its lines expects them.
 const CudaUser kCudaUserNvenc{
     kLogContextVideoEncoder,
     {{
@@ -46,21 +55,48 @@ const CudaUser kCudaUserNvenc{
         {"VideoEncoderH26XNVENC12Host.initCUDA[{context}]: NVENC not available.", -6},
         {"VideoEncoderH26XNVENC12Host.initCuda[{context}]: acquireContext: Failed to acquire CUDA context",
          -7},
+        {"VideoEncoderH26XNVENC.initCuda[{context}]: cuStreamCreate: Failure result:", -10},
+        {"", -10},
     }}};
 
 uint32_t CudaBringUp::openDevice(int32_t ordinal, CUdevice* device) const {
-  CUresult code = driver != nullptr ? driver->cuInit(0) : kCudaErrorNoDevice;
-  if (code != 0) return failed(CudaStep::kInit, code);
+  CUresult code = cuInit(0);
+  if (code != CUDA_SUCCESS) return failed(CudaStep::kInit, code);
   int count = 0;
-  code = driver->cuDeviceGetCount(&count);
-  if (code != 0) return failed(CudaStep::kCount, code);
+  code = cuDeviceGetCount(&count);
+  if (code != CUDA_SUCCESS) return failed(CudaStep::kCount, code);
   if (ordinal < 0 || ordinal >= count) return failed(CudaStep::kChoice);
-  code = driver->cuDeviceGet(device, ordinal);
-  if (code != 0) return failed(CudaStep::kDevice, code);
+  code = cuDeviceGet(device, ordinal);
+  if (code != CUDA_SUCCESS) return failed(CudaStep::kDevice, code);
   int major = 0;
   int minor = 0;
-  code = driver->cuDeviceComputeCapability(&major, &minor, *device);
-  return code != 0 ? failed(CudaStep::kCapability, code) : kSuccess;
+  code = cuDeviceComputeCapability(&major, &minor, *device);
+  return code != CUDA_SUCCESS ? failed(CudaStep::kCapability, code) : kSuccess;
+}
+
+uint32_t CudaBringUp::openContext(CUdevice device, int32_t ordinal,
+                                  std::shared_ptr<CUctx_st>* context) const {
+  const auto index = static_cast<uint32_t>(ordinal);
+  *context = NVidiaCUDAContextManager::getInstance()->acquireContext(device, index);
+  return *context ? kSuccess : failed(CudaStep::kContext);
+}
+
+uint32_t CudaBringUp::openStream(const std::shared_ptr<CUctx_st>& context,
+                                 std::shared_ptr<CUstream_st>* stream, CudaStep step) const {
+  cudaCtxLock current(context.get());
+  const std::lock_guard hold(current);
+  CUstream made = nullptr;
+  const CUresult code = cuStreamCreate(&made, 0);
+  if (code != CUDA_SUCCESS) {
+    NVidiaCUDAContextManager::getInstance()->noteResult(context.get(), code);
+    return failed(step, code);
+  }
+  *stream = {made, [context](CUstream ended) {
+               cudaCtxLock again(context.get());
+               const std::lock_guard ending(again);
+               cuStreamDestroy(ended);
+             }};
+  return kSuccess;
 }
 
 uint32_t CudaBringUp::failed(CudaStep step) const {

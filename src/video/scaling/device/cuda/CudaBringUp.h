@@ -2,15 +2,26 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 
+#include "cuda.h"
 #include "log/ILogger.h"
-#include "video/scaling/device/cuda/CudaWrapper.h"
 
 namespace qvs {
 
-/// Steps from the driver to a device with a context, in their order.
-enum class CudaStep : uint8_t { kInit, kCount, kChoice, kDevice, kCapability, kAvailability, kContext };
-inline constexpr size_t kCudaSteps = static_cast<size_t>(CudaStep::kContext) + 1;
+/// Steps from the driver to a device with a context and streams, in their order.
+enum class CudaStep : uint8_t {
+  kInit,
+  kCount,
+  kChoice,
+  kDevice,
+  kCapability,
+  kAvailability,
+  kContext,
+  kStream,
+  kSecondStream,
+};
+inline constexpr size_t kCudaSteps = static_cast<size_t>(CudaStep::kSecondStream) + 1;
 
 /// What whoever starts a device says and answers where a step fails.
 struct CudaUser {
@@ -22,21 +33,27 @@ struct CudaUser {
   std::array<Failure, kCudaSteps> failures;
 };
 
-extern const CudaUser kCudaUserFrames;   ///< pools of frames; they have no step kAvailability
-extern const CudaUser kCudaUserNvcuvid;  ///< the decoder
-extern const CudaUser kCudaUserNvenc;    ///< the encoder
+extern const CudaUser kCudaUserFrames;   ///< pools of frames; no step kAvailability, one stream
+extern const CudaUser kCudaUserNvcuvid;  ///< the decoder; two streams
+extern const CudaUser kCudaUserNvenc;    ///< the encoder; one stream
 
 /// The start of a device, the same for all but for their texts. A step that fails is told at warn level, and
-/// the user's number for it is the result; no driver is told as the driver tells of no device.
+/// the user's number for it is the result.
 class CudaBringUp {
  public:
-  /// All borrowed. `logger` may be null: the process-wide one. A null driver: there is none.
-  CudaBringUp(const CudaUser& user, ILogger* logger, const CudaDriver* driver = cudaDriver())
-      : user(user), logger(logger), driver(driver) {}
+  /// Both borrowed. `logger` may be null: the process-wide one.
+  CudaBringUp(const CudaUser& user, ILogger* logger) : user(user), logger(logger) {}
 
   /// Steps kInit to kCapability for the device with this number, from 0. 0 with `*device` set, or the number
   /// of the step that failed.
   uint32_t openDevice(int32_t ordinal, CUdevice* device) const;
+
+  /// Step kContext: the process's context of the device. 0, or the step's number with `*context` empty.
+  uint32_t openContext(CUdevice device, int32_t ordinal, std::shared_ptr<CUctx_st>* context) const;
+
+  /// Step kStream or kSecondStream: a stream of that context's, which keeps the context alive.
+  uint32_t openStream(const std::shared_ptr<CUctx_st>& context, std::shared_ptr<CUstream_st>* stream,
+                      CudaStep step = CudaStep::kStream) const;
 
   /// Tells that a step failed and gives its number.
   uint32_t failed(CudaStep step) const;
@@ -47,7 +64,6 @@ class CudaBringUp {
 
   const CudaUser& user;
   ILogger* logger;
-  const CudaDriver* driver;
 };
 
 }  // namespace qvs

@@ -6,6 +6,7 @@ import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.MediaReader;
 import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.model.VideoCodec;
@@ -23,6 +24,7 @@ import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 import java.util.stream.Stream;
 import picocli.CommandLine.Command;
+import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
 
 /** "conformance": decodes all streams of a folder and compares their sums with those listed in its README.md. */
@@ -33,6 +35,13 @@ final class ConformanceCommand implements Callable<Integer> {
 
   @Parameters(paramLabel = "DIR", description = "The folder; its README.md has a table with file and md5 columns.")
   private Path folder;
+
+  @Option(
+      names = "--decoder",
+      paramLabel = "NAME",
+      converter = Converters.OfDecoder.class,
+      description = "What decodes: software (default) or nvcuvid; software too where that does not take the stream.")
+  private DecoderBackend decoder;
 
   private int streams;
   private int exact;
@@ -76,7 +85,7 @@ final class ConformanceCommand implements Callable<Integer> {
     }
   }
 
-  private static String whyUnequal(Path file, Counter counter, String expected) throws HostException, IOException {
+  private String whyUnequal(Path file, Counter counter, String expected) throws HostException, IOException {
     String pixels = counter.pixelFormat;
     if (!pixels.isEmpty() && !pixels.equals("yuv420p") && !pixels.equals("yuvj420p"))
       return "another sum: " + pixels + " is delivered as 8-bit 4:2:0";
@@ -96,14 +105,18 @@ final class ConformanceCommand implements Callable<Integer> {
   }
 
   /** All pictures of a file, turned clockwise; null where it has none. */
-  private static Counter decode(Path file, int quarters) throws HostException, IOException {
+  private Counter decode(Path file, int quarters) throws HostException, IOException {
     try (MediaReader reader = MediaReader.open(file)) {
       StreamInfo video = reader.video();
       if (video == null) return null;
       reader.ignore(MediaKind.AUDIO);
       VideoCodec codec = VideoCodec.ofStream(video.codecName());
       SessionSettings settings =
-          SessionSettings.of(file.getFileName().toString()).video(reader).build();
+          SessionSettings.of(file.getFileName().toString())
+              .video(reader)
+              .decoder(decoder)
+              .deviceListener(event -> System.out.println(file.getFileName() + ": " + event))
+              .build();
       Counter counter = new Counter(codec, video.pixelFormat(), quarters);
       try (TranscodeSession session = new TranscodeSession(settings, counter, null);
           FrameChecksums sums = new FrameChecksums(session)) {

@@ -2,7 +2,9 @@ package com.zarvo.qvs.host.cli;
 
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.Container;
+import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.OverlaySpec;
@@ -43,6 +45,20 @@ final class Converters {
   static final class OfEncoders extends Reader<EncoderList> {
     OfEncoders() {
       super(EncoderList::parse);
+    }
+  }
+
+  /** Reads a device. */
+  static final class OfDevice extends Reader<Device> {
+    OfDevice() {
+      super(Device::parse);
+    }
+  }
+
+  /** Reads a decoder. */
+  static final class OfDecoder extends Reader<DecoderBackend> {
+    OfDecoder() {
+      super(DecoderBackend::of);
     }
   }
 

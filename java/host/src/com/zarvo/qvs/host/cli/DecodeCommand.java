@@ -6,6 +6,7 @@ import com.zarvo.qvs.host.media.MediaFeed;
 import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.MediaReader;
+import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
@@ -47,6 +48,13 @@ final class DecodeCommand implements Callable<Integer> {
       converter = Converters.OfDeinterlace.class,
       description = "What becomes of interlaced pictures: on (default), off, or double for a picture a field.")
   private Deinterlace deinterlace;
+
+  @Option(
+      names = "--decoder",
+      paramLabel = "NAME",
+      converter = Converters.OfDecoder.class,
+      description = "What decodes: software (default) or nvcuvid; software too where that does not take the stream.")
+  private DecoderBackend decoder;
 
   @Option(
       names = "--audio-track",
@@ -105,7 +113,9 @@ final class DecodeCommand implements Callable<Integer> {
   }
 
   private SessionSettings.Builder settings() {
-    return SessionSettings.of(MediaReader.nameOf(input)).deinterlace(deinterlace);
+    return SessionSettings.of(MediaReader.nameOf(input)).deinterlace(deinterlace)
+        .decoder(decoder)
+        .deviceListener(event -> System.err.println("qvs: " + event));
   }
 
   /** `trouble` is what broke the input, null where nothing did. */

@@ -8,12 +8,15 @@ import com.zarvo.qvs.host.job.TranscodeJob;
 import com.zarvo.qvs.host.media.WholeFile;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.Container;
+import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.session.DeviceEvent;
 import com.zarvo.qvs.host.session.EncoderPolicy;
 import java.io.IOException;
 import java.nio.file.Files;
@@ -154,13 +157,31 @@ final class TranscodeCommand implements Callable<Integer> {
   private VideoTuning.Preset preset;
 
   @Option(
+      names = "--device",
+      paramLabel = "NAME[:N]",
+      defaultValue = "software",
+      converter = Converters.OfDevice.class,
+      description = {
+        "Where pictures are decoded, scaled, drawn on and encoded: software (default), or cuda for an NVIDIA card,",
+        "cuda:1 for its second. What the card does not do is done in software, with a line; so is all from the",
+        "picture on with which the card fails, without a picture lost."
+      })
+  private Device device;
+
+  @Option(
+      names = "--decoder",
+      paramLabel = "NAME",
+      converter = Converters.OfDecoder.class,
+      description = "What decodes: software or nvcuvid; the device's by default.")
+  private DecoderBackend decoder;
+
+  @Option(
       names = "--encoder",
       paramLabel = "NAME[,NAME]...",
-      defaultValue = "software",
       converter = Converters.OfEncoders.class,
       description = {
-        "What encodes renditions that name none of their own, in this order: software (default), x264, x265, vaapi,",
-        "quicksync, nvenc, vega, u30. The first that encodes is taken; one that fails on the way is replaced by the",
+        "What encodes renditions that name none of their own, in this order: software (default; with --device cuda",
+        "nvenc,software), x264, x265, vaapi, quicksync, nvenc, vega, u30. The first that encodes is taken; one that fails on the way is replaced by the",
         "next, without a picture lost. Where none is left, the run fails: vaapi alone never becomes software."
       })
   private EncoderList encoders;
@@ -212,8 +233,10 @@ final class TranscodeCommand implements Callable<Integer> {
             .deinterlace(deinterlace)
             .frameRate(frameRate)
             .preset(preset)
+            .device(device)
+            .decoder(decoder)
             .encoderPolicy(
-                EncoderPolicy.of(encoders).deadlineMs(Math.round(encoderDeadline * 1000)).build())
+                EncoderPolicy.of(encoders != null ? encoders : device.kind().encoders).deadlineMs(Math.round(encoderDeadline * 1000)).build())
             .overlays(overlays)
             .format(format)
             .hlsWindow(hlsWindow)
@@ -266,6 +289,7 @@ final class TranscodeCommand implements Callable<Integer> {
   }
 
   private void printApart(JobResult result) {
+    for (DeviceEvent event : result.deviceEvents()) System.err.println("qvs: " + event);
     for (JobResult.LeftOutAudio leftOut : result.leftOutAudio()) System.err.println("qvs: " + leftOut);
     if (result.damagedFrames() > 0) System.err.println("qvs: damaged pictures: " + result.damagedFrames());
     if (result.damagedAudioPackets() > 0)

@@ -7,6 +7,7 @@ import com.zarvo.qvs.host.model.DisplayMatrix;
 import com.zarvo.qvs.host.model.EncoderBackend;
 import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.session.DeviceEvent;
 import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.SessionLog;
 import java.nio.file.Path;
@@ -28,6 +29,7 @@ public final class JobResult {
   /** What encoded them at the end. */
   final List<EncoderBackend> encoders = new ArrayList<>();
   final List<EncoderEvent> encoderEvents = new ArrayList<>();
+  final List<DeviceEvent> deviceEvents = new ArrayList<>();
   List<AudioRendition> audioRenditions = List.of();
   long damagedFrames;
   long damagedAudioPackets;
@@ -98,6 +100,11 @@ public final class JobResult {
   /** Null when there is none. */
   public Path contactSheet() {
     return contactSheet;
+  }
+
+  /** What device or decoder could not do. */
+  public List<DeviceEvent> deviceEvents() {
+    return deviceEvents;
   }
 
   /** What befell the encoders, in order. */
@@ -189,6 +196,10 @@ public final class JobResult {
     if (failure != null) report.put("error", failure);
     report.put("input", input);
     report.put("renditions", files);
+    if (!settings.device().isSoftware() || settings.decoder() != null) {
+      report.put("device", settings.device());
+      report.put("doneWithout", deviceEvents.stream().map(DeviceEvent::toMap).toList());
+    }
     report.put("encoders", encoderMaps());
     List<Map<String, Object>> cards = settings.encoderPolicy().cards().toMaps();
     if (!cards.isEmpty()) report.put("cards", cards);

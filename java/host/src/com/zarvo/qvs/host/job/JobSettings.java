@@ -3,7 +3,9 @@ package com.zarvo.qvs.host.job;
 import com.zarvo.qvs.host.model.AudioConversion;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.Container;
+import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
@@ -24,6 +26,8 @@ public final class JobSettings {
   private double frameRate;
   private VideoTuning.Preset preset;
   private EncoderPolicy encoderPolicy = EncoderPolicy.SOFTWARE;
+  private Device device = Device.SOFTWARE;
+  private DecoderBackend decoder;
   private List<OverlaySpec> overlays = List.of();
   private Container format = Container.MP4;
   private int hlsWindow;
@@ -93,6 +97,16 @@ public final class JobSettings {
   /** Which encoders there may be, and what becomes of one that fails. */
   public EncoderPolicy encoderPolicy() {
     return encoderPolicy;
+  }
+
+  /** Where pictures are decoded, scaled and drawn on. */
+  public Device device() {
+    return device;
+  }
+
+  /** What decodes, null for the device's. */
+  public DecoderBackend decoder() {
+    return decoder;
   }
 
   public List<OverlaySpec> overlays() {
@@ -187,6 +201,16 @@ public final class JobSettings {
 
     public Builder encoderPolicy(EncoderPolicy policy) {
       made.encoderPolicy = policy;
+      return this;
+    }
+
+    public Builder device(Device device) {
+      made.device = device;
+      return this;
+    }
+
+    public Builder decoder(DecoderBackend decoder) {
+      made.decoder = decoder;
       return this;
     }
 

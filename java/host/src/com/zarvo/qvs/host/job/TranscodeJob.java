@@ -17,6 +17,7 @@ import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.AudioRefusedException;
 import com.zarvo.qvs.host.session.AudioSettings;
 import com.zarvo.qvs.host.session.AudioSources;
+import com.zarvo.qvs.host.session.DeviceEvent;
 import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.SessionCounters;
 import com.zarvo.qvs.host.session.SessionSettings;
@@ -100,6 +101,9 @@ public final class TranscodeJob {
             .overlays(settings.overlays())
             .parallel(settings.parallel())
             .encoderPolicy(settings.encoderPolicy().heardBy(this::noteEncoder))
+            .device(settings.device())
+            .decoder(settings.decoder())
+            .deviceListener(this::noteDevice)
             .keyFrameSeconds(settings.keyFrameSeconds())
             .previewWidth(ContactSheet.CELL_WIDTH);
     if (result.source != null) session.video(reader);
@@ -246,6 +250,10 @@ public final class TranscodeJob {
     result.encoderEvents.add(event);
     if (progress == null) progress = progressOf.apply(-1L);
     progress.say(settings.input() + ": " + event);
+  }
+
+  private void noteDevice(DeviceEvent event) {
+    result.deviceEvents.add(event);
   }
 
   private void note(TranscodeSession session, MediaFeed feed) {

@@ -18,6 +18,7 @@ final class EncoderKeys {
 
   private static final int NONE = 0;
   private static final int HEVC_MAIN = 1;
+  private static final int NVENC_PRESETS = 7;
 
   /** Plug-ins number what they have in common each in its own way; x265 has the software's keys of H.265. */
   private record Row(
@@ -28,6 +29,7 @@ final class EncoderKeys {
       Map.of(
           EncoderBackend.X264, new Row(70000, 70013, 70002, false, 70003, 70010, 70021, 70022, 70023, 70024),
           EncoderBackend.VAAPI, new Row(NONE, NONE, 110002, false, 110003, NONE, 110021, 110022, 110023, 110024),
+          EncoderBackend.NVENC, new Row(120000, NONE, 120002, false, 120003, 120010, 120021, 120022, 120023, 120024),
           EncoderBackend.QUICKSYNC, new Row(NONE, NONE, 50012, true, 50013, 50009, 50017, 50018, 50019, 50020));
 
   private EncoderKeys() {}
@@ -43,16 +45,24 @@ final class EncoderKeys {
     Colors colors = settings.source().colors();
     NativeParameters keys = new NativeParameters();
     Row row = ROWS.get(backend);
-    if (row != null) add(keys, row, tuning, colors, hevc);
+    long preset = backend == EncoderBackend.NVENC ? nvencPreset(tuning.preset()) : tuning.preset().ordinal();
+    if (row != null) add(keys, row, preset, tuning, colors, hevc);
     else keys.setAll(EncoderSettings.of(spec.tunedTo(tuning), colors, settings.parallel()));
     if (backend.isPlugin(spec.codec())) keys.set(ASYNCHRONOUS, settings.parallel() ? 1 : 0);
     if (backend.hardware) keys.set(CALL_DEADLINE, settings.encoderPolicy().deadlineMs());
     return keys.toArray();
   }
 
-  private static void add(NativeParameters keys, Row row, VideoTuning tuning, Colors colors, boolean hevc) {
+  /** The driver numbers its presets from 1, the fastest. */
+  private static long nvencPreset(VideoTuning.Preset preset) {
+    int slowest = VideoTuning.Preset.values().length - 1;
+    return 1 + preset.ordinal() * (NVENC_PRESETS - 1) / slowest;
+  }
+
+  private static void add(
+      NativeParameters keys, Row row, long preset, VideoTuning tuning, Colors colors, boolean hevc) {
     VideoTuning.Profile profile = tuning.profile();
-    set(keys, row.preset, tuning.preset().ordinal());
+    set(keys, row.preset, preset);
     set(keys, row.threads, 1);
     if (profile != null)
       set(keys, row.profile, !row.profileIsIdc ? profile.ordinal() + 1 : hevc ? HEVC_MAIN : profile.idc);

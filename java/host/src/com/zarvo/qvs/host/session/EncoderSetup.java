@@ -72,6 +72,12 @@ final class EncoderSetup {
     return new Refusal(EncoderFault.of(why), why);
   }
 
+  /** Slot and pool are no more: the next encoder makes both anew. */
+  void forget() {
+    slotMade = false;
+    poolMade = false;
+  }
+
   private static Refusal absent(String why) {
     return new Refusal(EncoderFault.UNAVAILABLE, why);
   }
@@ -85,7 +91,7 @@ final class EncoderSetup {
         && videoEncoderSetBitrate(session, index, bitRate) == 0
         && videoEncoderSetFrameIndex(session, index, index) == 0
         && videoEncoderSetKeyFrameFollow(session, index, 1) == 0
-        && videoEncoderSetGPUID(session, index, -1) == 0
+        && videoEncoderSetGPUID(session, index, owner.device().hosts(backend) ? owner.device().number() : -1) == 0
         && videoEncoderSetParameterValues(session, index, parameters) == 0
         && videoEncoderApplyParameters(session, index) == 0;
   }

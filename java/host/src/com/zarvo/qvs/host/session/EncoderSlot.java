@@ -6,6 +6,7 @@ import com.zarvo.qvs.host.bitstream.NalUnits;
 import com.zarvo.qvs.host.bitstream.ParameterSetChange;
 import com.zarvo.qvs.host.bitstream.ParameterSets;
 import com.zarvo.qvs.host.bitstream.StreamProfile;
+import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.EncoderBackend;
 import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.HostException;
@@ -17,6 +18,7 @@ import java.io.IOException;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
+import java.util.TreeMap;
 
 /**
  * The encoder of a rendition in its slot of the native session. Where the policy names more than the library's own
@@ -46,6 +48,8 @@ final class EncoderSlot {
   private final boolean asynchronous;
   private final boolean replaceable;
   private final PendingPictures pending;
+  /** Pictures that went with a device, by their times; true where a key picture was asked for. */
+  private final TreeMap<Long, Boolean> owed = new TreeMap<>();
   private final List<TranscoderPacket> packets = new ArrayList<>();
   private int place = -1;
   private boolean answered;
@@ -66,7 +70,7 @@ final class EncoderSlot {
     this.counters = owner.counters().rungs().get(index);
     this.list = spec.encoders() != null ? spec.encoders() : policy.encoders();
     this.asynchronous = settings.parallel();
-    this.replaceable = !list.isSoftwareAlone();
+    this.replaceable = !list.isSoftwareAlone() || !owner.device().isSoftware();
     this.bitRate = spec.bitRate();
     int poolFrames = replaceable ? POOL_FRAMES + DELAYED_FRAMES + spec.tuning().bFrames() : POOL_FRAMES;
     this.pending = new PendingPictures(poolFrames);
@@ -185,6 +189,8 @@ final class EncoderSlot {
 
   /** Puts the next encoder of the list into the slot and gives it what the failed one left unanswered. */
   private void recover(EncoderFault fault, String why) throws HostException, IOException {
+    // Its pictures lie on the device, and may not be readable any more.
+    if (!owner.device().isSoftware()) throw new DeviceFailure(fault, why);
     if (seam == null) seamNs = calledNs;
     for (boolean good = false; !good; ) {
       pending.forgetAnswers();
@@ -199,15 +205,46 @@ final class EncoderSlot {
     keyIsDue = pending.count() == 0;
   }
 
+  /** Slot and pool went with the device: the same encoder, or the next that is not of that device, begins anew. */
+  void leaveDevice(Device left, DeviceFailure failure) throws HostException {
+    if (seam == null) seamNs = System.nanoTime();
+    pending.forgetAnswers();
+    for (int i = 0; i < pending.count(); i++) owed.put(pending.time(i), pending.isKey(i));
+    pending.clear();
+    setup.forget();
+    keyIsDue = true;
+    if (left.hosts(encoder())) {
+      fall(failure.fault(), failure.getMessage());
+    } else {
+      place--;
+      openNext("");
+    }
+  }
+
+  /** True for a picture that is to be given once more. */
+  boolean owes(long time) {
+    return owed.containsKey(time);
+  }
+
+  /** How many of these are still to come. */
+  int owed() {
+    return owed.size();
+  }
+
+  void addAgain(long target, long time) throws HostException, IOException {
+    add(target, time, owed.remove(time));
+  }
+
   private void fall(EncoderFault fault, String why) throws HostException {
     EncoderBackend failed = encoder();
     policy.cards().failed(failed, fault, why, policy.maxFailures());
     if (!answered) {
       policy.tell(EncoderEvent.refused(index, spec, failed, fault, why));
     } else {
-      long time = pending.count() > 0 ? pending.time(0) : lastTime;
+      int again = pending.count() + owed.size();
+      long time = pending.count() > 0 ? pending.time(0) : owed.isEmpty() ? lastTime : owed.firstKey();
       EncoderBackend next = place + 1 < list.backends().size() ? list.backends().get(place + 1) : null;
-      seam = EncoderEvent.asked(index, spec, time, failed, next, fault, why, pending.count());
+      seam = EncoderEvent.asked(index, spec, time, failed, next, fault, why, again);
       policy.tell(seam);
     }
     openNext("; " + failed + " " + fault.text + ": " + why);
@@ -241,9 +278,17 @@ final class EncoderSlot {
   }
 
   /** What to throw when a picture came to nothing. */
-  HostException failure(long time, String what) {
+  HostException notScaled(long time) {
+    return owner.broken(lost(time, "could not be scaled"));
+  }
+
+  private HostException failure(long time, String what) {
+    return owner.failure(lost(time, what));
+  }
+
+  private String lost(long time, String what) {
     String text = "%s: its picture at %.3f s, for %s in %s, %s";
-    return owner.failure(
-        String.format(Locale.ROOT, text, owner.name(), time / 1000.0, spec.sizeText(), spec.codec().codecName, what));
+    return String.format(
+        Locale.ROOT, text, owner.name(), time / 1000.0, spec.sizeText(), spec.codec().codecName, what);
   }
 }

@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.session;
 
+import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeStreamContext;
@@ -13,11 +14,13 @@ final class NativeSession implements AutoCloseable {
   private final SessionLog log;
   private final SessionCounters counters;
   private long handle;
+  private Device device;
 
-  NativeSession(String name, SessionOutput output, SessionCounters counters) throws HostException {
+  NativeSession(String name, SessionOutput output, SessionCounters counters, Device device) throws HostException {
     this.name = name;
     this.counters = counters;
     this.output = output;
+    this.device = device;
     this.log = new SessionLog("host/transcode/" + name);
     NativeLibraries.loadTranscoder();
     handle = TranscoderSessionNative.createInstance(context(""));
@@ -33,6 +36,15 @@ final class NativeSession implements AutoCloseable {
   /** The stream's name. */
   String name() {
     return name;
+  }
+
+  /** Where its pictures are at this time. */
+  Device device() {
+    return device;
+  }
+
+  void leaveDevice() {
+    device = Device.SOFTWARE;
   }
 
   SessionOutput output() {
@@ -77,6 +89,12 @@ final class NativeSession implements AutoCloseable {
     fetchLog();
     String trouble = log.lastTrouble();
     return new HostException(trouble.isEmpty() ? what : what + " (" + trouble + ")");
+  }
+
+  /** The same for what a device may be to blame for. */
+  HostException broken(String what) {
+    HostException failure = failure(what);
+    return device.isSoftware() ? failure : new DeviceFailure(EncoderFault.ERROR, failure.getMessage());
   }
 
   @Override

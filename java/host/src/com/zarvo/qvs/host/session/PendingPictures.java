@@ -84,6 +84,12 @@ final class PendingPictures {
     held.clear();
   }
 
+  /** Their pictures are of no use any more. */
+  void clear() {
+    held.clear();
+    count = 0;
+  }
+
   /** All pictures that are still here are to be encoded anew. */
   void forgetAnswers() {
     held.clear();

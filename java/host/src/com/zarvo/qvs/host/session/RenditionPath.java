@@ -2,6 +2,7 @@ package com.zarvo.qvs.host.session;
 
 import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
 
+import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.EncoderBackend;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
@@ -28,6 +29,9 @@ public final class RenditionPath {
   private long target = -1;
   private long previewTarget = -1;
   private boolean skipped;
+  private boolean again;
+  private long keptTime = Long.MIN_VALUE;
+  private long doneTo = Long.MIN_VALUE;
   private long keys;
   private long added;
 
@@ -62,6 +66,9 @@ public final class RenditionPath {
 
   /** Takes a free picture of the pool. Returns its number, or -1 when this time is left out. */
   long takeTarget(long time) throws HostException, IOException {
+    again = slot.owes(time);
+    skipped = !again && time <= doneTo;
+    if (skipped) return -1;
     target = videoEncoderBufferAllocate(owner.handle(), index);
     if (target < 0) {
       // All pictures are with the encoder: asking for its packets waits until it has given them back.
@@ -70,7 +77,8 @@ public final class RenditionPath {
     }
     if (target < 0 && slot.stalled()) target = videoEncoderBufferAllocate(owner.handle(), index);
     if (target < 0) throw new HostException("all pictures of rendition " + spec.sizeText() + " are taken");
-    skipped = !limiter.keep(time);
+    skipped = !again && time != keptTime && !limiter.keep(time);
+    if (!skipped) keptTime = time;
     return skipped ? -1 : target;
   }
 
@@ -79,17 +87,19 @@ public final class RenditionPath {
     long startNs = System.nanoTime();
     long result = videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index);
     counters.scaled(System.nanoTime() - startNs);
-    if (result != 0) throw slot.failure(time, "could not be scaled");
-    if (!owner.output().wantsFrame(index, time)) return;
+    if (result != 0) throw slot.notScaled(time);
+    if (time <= doneTo || !owner.output().wantsFrame(index, time)) return;
     owner.check(videoEncoderBufferAcquire(owner.handle(), index, target), "a picture could not be held");
     previewTarget = target;
   }
 
   /** Hands the scaled picture over. */
   void encode(long time, long firstTime) throws HostException, IOException {
+    if (skipped && time <= doneTo) return;
     if (skipped) {
       videoEncoderSkipFrame(owner.handle(), index, target, index, FRAME_INTER, time);
       counters.leftOut();
+      doneTo = time;
       return;
     }
     // Asynchronous encoders are asked for the former picture's packets just before they get the
@@ -97,11 +107,27 @@ public final class RenditionPath {
     if (settings.parallel()) collect();
     // Counted from the first picture of all, so that every rendition has its key pictures at the same times.
     long due = (long) Math.floor((time - firstTime + 0.5) / (settings.keyFrameSeconds() * 1000)) + 1;
-    slot.add(target, time, due > keys);
-    added++;
-    keys = due;
+    if (again) slot.addAgain(target, time);
+    else slot.add(target, time, due > keys);
+    if (time > doneTo) {
+      added++;
+      keys = due;
+      doneTo = time;
+      counters.handedOver(time);
+    }
     if (!settings.parallel()) collect();
-    counters.handedOver(time);
+  }
+
+  /** Its pool went with the device. What its encoder has not answered comes again. */
+  void leaveDevice(Device left, DeviceFailure failure) throws HostException {
+    target = -1;
+    previewTarget = -1;
+    slot.leaveDevice(left, failure);
+  }
+
+  /** Pictures that went with the device and did not come again. */
+  int owed() {
+    return slot.owed();
   }
 
   void releaseTarget() {

@@ -2,12 +2,15 @@ package com.zarvo.qvs.host.session;
 
 import com.zarvo.qvs.host.media.MediaReader;
 import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
 import java.util.List;
+import java.util.function.Consumer;
 
 /** What a session is to do: nothing but decode, until renditions are named. */
 public final class SessionSettings {
@@ -23,6 +26,9 @@ public final class SessionSettings {
   private AudioSettings audio;
   private EncoderPolicy encoderPolicy = EncoderPolicy.SOFTWARE;
   private int previewWidth;
+  private Device device = Device.SOFTWARE;
+  private DecoderBackend decoder;
+  private Consumer<DeviceEvent> deviceListener = event -> {};
 
   private SessionSettings(String name) {
     this.name = name;
@@ -89,6 +95,21 @@ public final class SessionSettings {
     return previewWidth;
   }
 
+  /** Where pictures are decoded, scaled and drawn on. */
+  public Device device() {
+    return device;
+  }
+
+  /** What decodes; the device's unless told otherwise. */
+  public DecoderBackend decoder() {
+    return decoder != null ? decoder : device.kind().decoder;
+  }
+
+  /** Is told, on the session's thread, where device or decoder are not what was asked for. */
+  public Consumer<DeviceEvent> deviceListener() {
+    return deviceListener;
+  }
+
   /** Sets by name what is to be other than usual. Used once. */
   public static final class Builder {
     private final SessionSettings made;
@@ -147,6 +168,22 @@ public final class SessionSettings {
 
     public Builder previewWidth(int pixels) {
       made.previewWidth = pixels;
+      return this;
+    }
+
+    public Builder device(Device device) {
+      made.device = device;
+      return this;
+    }
+
+    /** Null for the device's. */
+    public Builder decoder(DecoderBackend decoder) {
+      made.decoder = decoder;
+      return this;
+    }
+
+    public Builder deviceListener(Consumer<DeviceEvent> listener) {
+      made.deviceListener = listener;
       return this;
     }
 

@@ -6,7 +6,9 @@ import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.PacketLookahead;
 import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Deinterlace;
+import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.EncoderBackend;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
@@ -19,6 +21,7 @@ import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import java.io.IOException;
 import java.util.ArrayList;
 import java.util.List;
+import java.util.Map;
 
 /**
  * Drives one native session: coded packets in, coded packets of every rendition out. One thread at a time.
@@ -28,9 +31,9 @@ import java.util.List;
  */
 public final class TranscodeSession implements AutoCloseable {
   private static final long FOURCC_YV12 = 0x32315659L;
-  private static final long SCALER_CPU = 1;
   private static final long BIT_DEPTH = 8;
   private static final int DECODER_FRAMES = 4;
+  private static final String SCALER_TROUBLE = "the scaler could not be set up";
   private static final long MAX_FRAME_SIDE = 8192;
   // Half-size copies and overlays by the scaler plug-in, where there is one.
   private static final long SCALE_FLAG_PLUGIN_HALVES = 0x1;
@@ -58,6 +61,12 @@ public final class TranscodeSession implements AutoCloseable {
   private final TranscoderNativeLong status = new TranscoderNativeLong();
   private final TranscoderNativeLong timecode = new TranscoderNativeLong();
   private final TranscoderNativeVideoDecodeFrameInfo frameInfo = new TranscoderNativeVideoDecodeFrameInfo();
+  private DecoderBackend decoder;
+  /** Null where nothing can be lost with a card. */
+  private CodedHistory history;
+  /** Times of pictures that a card's decoder had given before it failed, by their timecodes. */
+  private Map<Long, List<Long>> known = Map.of();
+  private long decodedTo = Long.MIN_VALUE;
   private AudioPath audio;
   private VideoSource source;
   private TimecodeMap times;
@@ -79,7 +88,8 @@ public final class TranscodeSession implements AutoCloseable {
       throws HostException, MediaException {
     this.settings = settings;
     counters = new SessionCounters(settings);
-    owner = new NativeSession(settings.name(), output, counters);
+    owner = new NativeSession(settings.name(), output, counters, settings.device());
+    decoder = settings.decoder();
     session = owner.handle();
     boolean ready = false;
     try {
@@ -151,7 +161,11 @@ public final class TranscodeSession implements AutoCloseable {
 
   /** Changes the rate of a rendition while it runs; it holds from the next picture on. */
   public void updateBitRate(int rendition, long bitsPerSecond) throws HostException, IOException {
-    paths.get(rendition).updateBitRate(bitsPerSecond);
+    try {
+      paths.get(rendition).updateBitRate(bitsPerSecond);
+    } catch (DeviceFailure e) {
+      leaveDevice(e);
+    }
   }
 
   /** Takes one coded packet all the way. A damaged one costs its own picture only. */
@@ -165,8 +179,21 @@ public final class TranscodeSession implements AutoCloseable {
             ? RenditionPath.FRAME_KEY
             : packet.disposable() ? RenditionPath.FRAME_DISPOSABLE : RenditionPath.FRAME_INTER;
     long time = times.assign(packet);
+    CodedHistory.Unit unit = new CodedHistory.Unit(source.config(), data, time, packet.key(), type);
+    if (history != null) history.add(unit);
+    try {
+      decodeUnit(unit);
+    } catch (DeviceFailure e) {
+      leaveDevice(e);
+    }
+    counters.decoded(decodeNs);
+    counters.damaged(damagedFrames());
+  }
+
+  private void decodeUnit(CodedHistory.Unit unit) throws HostException, IOException {
+    byte[] data = unit.data();
     long startNs = System.nanoTime();
-    long result = videoDecoderAddFrame(session, data, 0, data.length, time, type);
+    long result = videoDecoderAddFrame(session, data, 0, data.length, unit.time(), unit.type());
     decodeNs = System.nanoTime() - startNs;
     boolean aborted = false;
     long concealedBefore = concealed;
@@ -179,16 +206,23 @@ public final class TranscodeSession implements AutoCloseable {
       refused++;
       concealed = concealedBefore;
     }
-    counters.decoded(decodeNs);
-    counters.damaged(damagedFrames());
   }
 
   /** Ends the stream: hands out all that the decoder and the encoders still hold. */
   public void drain() throws HostException, IOException {
-    if (configured) drainDecoder();
-    counters.damaged(damagedFrames());
-    collect();
-    for (RenditionPath path : paths) path.flush();
+    for (boolean done = false; !done; ) {
+      try {
+        if (configured) drainDecoder();
+        counters.damaged(damagedFrames());
+        collect();
+        for (RenditionPath path : paths) path.flush();
+        done = true;
+      } catch (DeviceFailure e) {
+        leaveDevice(e);
+      }
+    }
+    int lost = paths.stream().mapToInt(RenditionPath::owed).sum();
+    if (lost > 0) throw new HostException(settings.name() + ": " + lost + " pictures were lost with their device");
     if (audio != null) audio.drain();
   }
 
@@ -204,7 +238,10 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   private void configure() throws HostException {
-    byte[] config = source.config();
+    configure(source.config());
+  }
+
+  private void configure(byte[] config) throws HostException {
     String what = settings.name() + ": its " + settings.codec().codecName + " configuration was refused";
     check(videoDecoderDecodeCodecConfig(session, config, 0, config.length), what);
     configured = true;
@@ -227,19 +264,73 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   private void wireVideo() throws HostException {
-    wireDecoder();
-    String scaler = settings.name() + ": the scaler could not be set up";
-    check(videoScalerCreate(session, FOURCC_YV12, BIT_DEPTH), scaler);
-    check(videoScalerSetImplementation(session, SCALER_CPU, -1), scaler);
-    check(videoScalerSetFlags(session, scaleFlags()), scaler);
-    check(videoDecoderBuffersCreate(session, DECODER_FRAMES), settings.name() + ": no memory for decoded pictures");
-    check(videoDecoderSetFrameSizeLimits(session, MAX_FRAME_SIDE, MAX_FRAME_SIDE, 1, 1), scaler);
+    source = new VideoSource(settings.codec(), settings.config());
+    times = new TimecodeMap(settings.codec().reorders(), settings.source().timeBase(), settings.source().frameRate());
+    wireStages();
     for (int i = 0; i < settings.renditions().size(); i++)
       paths.add(new RenditionPath(owner, settings, i, times));
     targets = new long[paths.size()];
-    check(videoScalerInitialize(session), scaler);
+    check(videoScalerInitialize(session), SCALER_TROUBLE);
+    if (decoder != DecoderBackend.SOFTWARE || !owner.device().isSoftware()) history = new CodedHistory();
     if (source.config() != null) configure();
     placeOverlays();
+  }
+
+  /** Decoder, scaler and the decoder's pool; in software where the device does not do it. */
+  private void wireStages() throws HostException {
+    wireDecoder();
+    check(videoScalerCreate(session, FOURCC_YV12, BIT_DEPTH), SCALER_TROUBLE);
+    String refusal = owner.device().isSoftware() ? null : wirePool(owner.device());
+    if (refusal != null) {
+      settings.deviceListener().accept(DeviceEvent.failed(owner.device(), -1, refusal));
+      owner.leaveDevice();
+    }
+    if (owner.device().isSoftware()) wirePool(Device.SOFTWARE);
+    check(videoDecoderSetFrameSizeLimits(session, MAX_FRAME_SIDE, MAX_FRAME_SIDE, 1, 1), SCALER_TROUBLE);
+  }
+
+  /** Why the device's memory cannot be had, null where it can. */
+  private String wirePool(Device device) throws HostException {
+    if (!device.isSoftware() && settings.source().orientation().scaleFlags() != 0) return "it does not turn pictures";
+    check(videoScalerSetImplementation(session, device.kind().scaler, device.isSoftware() ? -1 : device.number()), SCALER_TROUBLE);
+    check(videoScalerSetFlags(session, scaleFlags()), SCALER_TROUBLE);
+    owner.fetchLog();
+    check(videoDecoderBuffersCreate(session, DECODER_FRAMES), settings.name() + ": no memory for decoded pictures");
+    if (device.isSoftware()) return null;
+    check(videoScalerInitialize(session), SCALER_TROUBLE);
+    List<SessionLog.Line> said = owner.fetchLog();
+    if (said.stream().noneMatch(line -> line.text().contains("Initialize video scaler: CUDA")))
+      return "the session finds none here";
+    return EncoderSetup.reason(said, null);
+  }
+
+  /** Gives a card up and goes on in software: what it held of pictures is decoded and encoded once more. */
+  private void leaveDevice(DeviceFailure failure) throws HostException, IOException {
+    Device left = owner.device();
+    String what = left.isSoftware() ? "decoder " + decoder : "device " + left;
+    settings.deviceListener().accept(new DeviceEvent(what, Math.max(decodedTo, 0), failure.getMessage()));
+    known = history.pictures();
+    List<CodedHistory.Unit> units = history.units();
+    history = null;
+    decoder = DecoderBackend.SOFTWARE;
+    owner.leaveDevice();
+    if (heldDecoderFrame >= 0) videoDecoderBufferRelease(session, heldDecoderFrame);
+    heldDecoderFrame = -1;
+    if (left.isSoftware()) {
+      wireDecoder();
+    } else {
+      resetPipeline(session);
+      wireStages();
+      for (RenditionPath path : paths) path.leaveDevice(left, failure);
+      check(videoScalerInitialize(session), SCALER_TROUBLE);
+    }
+    byte[] config = null;
+    for (CodedHistory.Unit unit : units) {
+      if (unit.config() != config) configure(unit.config());
+      if (config == null && !left.isSoftware()) placeOverlays();
+      config = unit.config();
+      decodeUnit(unit);
+    }
   }
 
   private long scaleFlags() {
@@ -251,15 +342,33 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   private void wireDecoder() throws HostException {
+    String refusal = decoder == DecoderBackend.SOFTWARE ? null : openDecoder();
+    if (refusal != null) {
+      settings.deviceListener().accept(new DeviceEvent("decoder " + decoder, -1, refusal));
+      decoder = DecoderBackend.SOFTWARE;
+    }
+    if (decoder != DecoderBackend.SOFTWARE) return;
+    String why = openDecoder();
+    if (why != null) throw owner.failure(settings.name() + ": no decoder for " + settings.codec().codecName);
+  }
+
+  /** Why it cannot be had, null where it stands. */
+  private String openDecoder() throws HostException {
     VideoCodec codec = settings.codec();
-    String what = settings.name() + ": no decoder for " + codec.codecName;
-    check(videoDecoderCreate(session, 0, codec.id, codec.version, BIT_DEPTH, 0, FOURCC_YV12, owner.context("")), what);
-    source = new VideoSource(codec, settings.config());
-    times = new TimecodeMap(codec.reorders(), settings.source().timeBase(), settings.source().frameRate());
-    check(videoDecoderSetParameterValues(session, decoderParameters()), what);
-    check(videoDecoderApplyParameters(session), what);
-    videoDecoderSetGPUID(session, -1);
-    check(videoDecoderInitialize(session), what);
+    if (!decoder.takes(codec)) return "it does not take " + codec.codecName;
+    owner.fetchLog();
+    long made =
+        videoDecoderCreate(
+            session, 0, codec.id, codec.version, BIT_DEPTH, decoder.implementation(codec), FOURCC_YV12, owner.context(""));
+    boolean isChosen = owner.fetchLog().stream().anyMatch(line -> line.text().endsWith(": " + decoder.logName));
+    if (made == 0 && !isChosen) return "the session finds none here";
+    boolean set =
+        made == 0
+            && videoDecoderSetParameterValues(session, decoderParameters()) == 0
+            && videoDecoderApplyParameters(session) == 0
+            && videoDecoderSetGPUID(session, decoder == DecoderBackend.SOFTWARE ? -1 : settings.device().number()) == 0
+            && videoDecoderInitialize(session) == 0;
+    return set ? null : EncoderSetup.reason(owner.fetchLog(), "it could not be set up");
   }
 
   private TranscoderNativeParameterValue[] decoderParameters() {
@@ -294,21 +403,27 @@ public final class TranscodeSession implements AutoCloseable {
     long startNs = System.nanoTime();
     long result = videoDecoderDecode(session, heldDecoderFrame, status, timecode, frameInfo);
     decodeNs += System.nanoTime() - startNs;
-    if (result != 0)
-      throw owner.failure(settings.name() + ": its " + settings.codec().codecName + " pictures could not be decoded");
+    if (result != 0) throw notDecoded();
     if ((status.value & STATUS_DAMAGED) != 0) concealed++;
     boolean frame = (status.value & STATUS_FRAME) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
     if (!frame) return false;
     long index = heldDecoderFrame;
+    boolean isNew;
     try {
-      boolean hidden = times.isHidden(timecode.value);
-      long time = times.delivered(timecode.value);
-      if (!hidden) deliver(index, time);
-      if (!hidden && doublesRate()) deliverSecond(index);
+      List<Long> shown = known.isEmpty() ? null : known.remove(timecode.value);
+      isNew = shown == null;
+      if (isNew) shown = timesOf(timecode.value);
+      if (isNew && history != null) history.delivered(timecode.value, shown);
+      for (int i = 0; i < shown.size(); i++) {
+        if (i > 0) check(videoDecoderGetFrame(session, index, timecode), "the second field could not be fetched");
+        deliver(index, shown.get(i));
+      }
+      if (isNew) frames += Math.max(shown.size() - 1, 0);
     } finally {
       heldDecoderFrame = -1;
       videoDecoderBufferRelease(session, index);
     }
+    if (!isNew) return true;
     counters.pictures(++frames);
     if (frames % LOG_FETCH_INTERVAL_FRAMES != 0) return true;
     owner.fetchLog();
@@ -316,15 +431,20 @@ public final class TranscodeSession implements AutoCloseable {
     return true;
   }
 
-  private boolean doublesRate() {
-    return settings.deinterlace() == Deinterlace.DOUBLE && settings.codec().deinterlaces();
+  private HostException notDecoded() {
+    String what = settings.name() + ": its " + settings.codec().codecName + " pictures could not be decoded";
+    HostException failure = owner.failure(what);
+    return decoder == DecoderBackend.SOFTWARE ? failure : new DeviceFailure(EncoderFault.ERROR, failure.getMessage());
   }
 
-  private void deliverSecond(long index) throws HostException, IOException {
-    check(videoDecoderGetFrame(session, index, timecode), "the second field could not be fetched");
+  /** When a picture is shown, none where it is not; the second time is of its second field. */
+  private List<Long> timesOf(long carried) throws HostException {
+    boolean hidden = times.isHidden(carried);
+    long time = times.delivered(carried);
+    if (hidden) return List.of();
+    if (settings.deinterlace() != Deinterlace.DOUBLE || !settings.codec().deinterlaces()) return List.of(time);
     double rate = frameInfo.frameRate > 0 ? frameInfo.frameRate : settings.source().frameRateOrDefault();
-    deliver(index, times.deliveredAfter(0.5 / rate));
-    frames++;
+    return List.of(time, times.deliveredAfter(0.5 / rate));
   }
 
   private long allocateDecoderFrame() throws HostException, IOException {
@@ -341,8 +461,10 @@ public final class TranscodeSession implements AutoCloseable {
     if (firstTime == Long.MIN_VALUE) firstTime = time;
     try {
       for (int i = 0; i < targets.length; i++) targets[i] = paths.get(i).takeTarget(time);
-      check(videoDecoderTransferFrameStart(session, decoderFrame, targets), "a picture could not be delivered");
-      owner.output().decoded(time, (int) frameInfo.displayWidth, (int) frameInfo.displayHeight);
+      if (videoDecoderTransferFrameStart(session, decoderFrame, targets) != 0)
+        throw owner.broken("a picture could not be delivered");
+      if (time > decodedTo) owner.output().decoded(time, (int) frameInfo.displayWidth, (int) frameInfo.displayHeight);
+      decodedTo = Math.max(decodedTo, time);
       for (RenditionPath path : paths) path.scaleFrom(decoderFrame, time);
       // The smallest rendition is done first, so it is asked first and gets its next picture while others work.
       for (int i = paths.size() - 1; i >= 0; i--) paths.get(i).encode(time, firstTime);

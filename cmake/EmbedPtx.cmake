@@ -1,0 +1,11 @@
+# Writes the text PTX into the source TEXT as the array MODULE.
+file(READ ${PTX} rest)
+set(pieces "")
+string(LENGTH "${rest}" length)
+set(start 0)
+while(start LESS length)
+  string(SUBSTRING "${rest}" ${start} 8000 piece)
+  string(APPEND pieces "R\"ptx(${piece})ptx\",\n")
+  math(EXPR start "${start} + 8000")
+endwhile()
+file(WRITE ${TEXT} "extern const char* const ${MODULE}[];\nconst char* const ${MODULE}[] = {\n${pieces}\"\"};\n")
