@@ -101,6 +101,7 @@ class TranscoderSession : public TranscoderSessionBase {
   uint32_t videoScalerAddScaling(uint32_t width, uint32_t height, double rate, uint32_t scaleIndex,
                                  bool stableFramerate);
   uint32_t videoScalerInitialize();
+  /// Status: 1 always, 2 the targets hold a picture, 4 the source was lost.
   /// `decoderFrameIndex` may be kNoDecodedFrame: what is still on its way in a scaler that works in a pipeline.
   uint32_t videoScalerScaleFrame(uint32_t decoderFrameIndex, std::span<const uint32_t> encoderBufferIndexes,
                                  uint32_t encoderCount, uint32_t* scalerStatus);

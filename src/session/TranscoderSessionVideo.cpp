@@ -18,6 +18,7 @@ namespace {
 
 constexpr uint32_t kScalerStatusSourceDone = 1;
 constexpr uint32_t kScalerStatusFramesReady = 2;
+constexpr uint32_t kScalerStatusSourceLost = 4;  ///< an extension
 
 constexpr Failure kNoVideoScaler = {.reason = "The scaler implementation has no scaler of its own",
                                     .context = kLogContextVideoScaler};
@@ -330,7 +331,9 @@ uint32_t TranscoderSession::videoScalerScaleFrame(uint32_t decoderFrameIndex,
       listeners.notifyVideoFrameEncodeListenersBeforeOverlay(getSessionId(), encoder, nullptr, target);
       listeners.notifyVideoFrameEncodeListenersAfterOverlay(getSessionId(), encoder, nullptr, target);
     }
-    *scalerStatus = kScalerStatusSourceDone | (count != 0 ? kScalerStatusFramesReady : 0);
+    const bool lost = wanted && videoScaler->getLastStatus() != kSuccess;
+    *scalerStatus = kScalerStatusSourceDone | (count != 0 ? kScalerStatusFramesReady : 0) |
+                    (lost ? kScalerStatusSourceLost : 0);
     return kSuccess;
   });
 }

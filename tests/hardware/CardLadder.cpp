@@ -81,6 +81,10 @@ bool CardLadder::replace(uint32_t rung, uint32_t implementation) {
   return addEncoder(static_cast<int32_t>(rung), rungs[rung]);
 }
 
+void CardLadder::forget() {
+  for (auto& units : kept) units.clear();
+}
+
 bool CardLadder::feed(const std::vector<uint8_t>& packet, uint64_t timecode) {
   uint32_t frame = 0, status = 0;
   uint64_t decodedTime = 0;

@@ -37,6 +37,7 @@ class CardLadder : public TranscoderSession {
   /// What is still in the scaler.
   bool finish();
   bool replace(uint32_t rung, uint32_t implementation);
+  void forget();  ///< the units so far
 
   const std::vector<EncodedUnit>& units(size_t rung) const { return kept[rung]; }
 

@@ -180,6 +180,7 @@ uint32_t VideoScalerU30Host::scaleFrame(VideoFrameBuffer* source, std::vector<Vi
     if (targets->empty() || targets->size() > kTargetsMax) return kFailure;
     if (source == nullptr) return flush(*targets, count);
     const bool onCard = source->getFourCC() == kFourCCHN12;
+    lastStatus = kFailure;
     if (!takeSource(*source)) return kFailure;
     VideoProperties properties;
     properties.frameType = source->getFrameType();
@@ -190,6 +191,7 @@ uint32_t VideoScalerU30Host::scaleFrame(VideoFrameBuffer* source, std::vector<Vi
     describeTargets(*targets, !onCard);
     uint32_t ready = targetCount;
     const uint32_t result = scale(onCard, &ready);
+    lastStatus = result;
     if (result != kSuccess) videoProperties.popBack();
     takeOldest(*targets, ready, count);
     // Nothing is ready yet, or a failure that has been told: no reason to give up the stream.
@@ -203,6 +205,7 @@ uint32_t VideoScalerU30Host::flush(const std::vector<VideoScalerTarget>& targets
   describeTargets(targets, false);
   uint32_t ready = targetCount;
   const uint32_t result = scale(false, &ready);
+  lastStatus = result;
   takeOldest(targets, ready, count);
   return result;
 }

@@ -53,6 +53,7 @@ class VideoScalerU30Host : public VideoScalerBase {
   uint32_t initialize() override;
   uint32_t scaleFrame(VideoFrameBuffer* source, std::vector<VideoScalerTarget>* targets,
                       uint32_t* count) override;
+  uint32_t getLastStatus() override { return lastStatus; }
   uint32_t applyParameters() override;
   uint32_t setParameterValue(uint32_t key, int64_t value) override;
   uint32_t setParameterValue(uint32_t key, int64_t* values, uint32_t count) override;
@@ -90,6 +91,7 @@ class VideoScalerU30Host : public VideoScalerBase {
   Pictures pictures{};                        ///< of the targets, largest first
   std::array<uint32_t, kTargetsMax> order{};  ///< which target each of them is
   uint32_t targetCount = 0;
+  uint32_t lastStatus = 0;
   RingQueue<VideoProperties> videoProperties;  ///< of the pictures on their way
   mutable uint32_t refusals = 0;               ///< so far; told when new and when doubled
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <vector>
 
 #include "xvcu_opaque.h"
@@ -42,6 +43,31 @@ QVS_FAKE_EXPORT qvs::fakes::CardPicture* fake_card_alloc(uint32_t width, uint32_
 QVS_FAKE_EXPORT qvs::fakes::CardPicture* fake_card_pass(void* handle, const char* from, const char* to);
 QVS_FAKE_EXPORT void fake_card_free(qvs::fakes::CardPicture* picture, const char* owner);
 
-/// Begins an entry point: answers the status that the script orders.
-#define QVS_U30_CALL(name) \
+/// What the entry points that begin with QVS_U30_CALL have taken of the processor so far.
+QVS_FAKE_EXPORT double fake_card_seconds();
+QVS_FAKE_EXPORT void fake_card_spend(double seconds);
+
+namespace qvs::fakes {
+
+class CardClock {
+ public:
+  CardClock() : begin(now()) {}
+  ~CardClock() { fake_card_spend(now() - begin); }
+  CardClock(const CardClock&) = delete;
+  CardClock& operator=(const CardClock&) = delete;
+
+ private:
+  static double now() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+  }
+  double begin;
+};
+
+}  // namespace qvs::fakes
+
+/// Begins an entry point: answers the status that the script orders, and counts the time.
+#define QVS_U30_CALL(name)           \
+  const qvs::fakes::CardClock clock; \
   if (const int32_t ordered = fake_card_fault(name); ordered != 0) return ordered

@@ -20,6 +20,7 @@ struct Memory {
   std::deque<std::unique_ptr<CardPicture>> all;  ///< kept when freed, so that a second release is seen
   std::vector<std::vector<uint8_t>> spare;
   int64_t live = 0;
+  double spent = 0;
 };
 
 Memory& memory() {
@@ -67,6 +68,16 @@ int32_t fake_card_fault(const char* name) {
     return 0;
   }
   return fault ? static_cast<int32_t>(fault.kind == Fault::Kind::kStatus ? fault.value : -1) : 0;
+}
+
+double fake_card_seconds() {
+  const std::lock_guard hold(memory().lock);
+  return memory().spent;
+}
+
+void fake_card_spend(double seconds) {
+  const std::lock_guard hold(memory().lock);
+  memory().spent += seconds;
 }
 
 int64_t fake_card_live() {

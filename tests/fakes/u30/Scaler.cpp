@@ -160,6 +160,7 @@ U30S(int32_t, freeFrame)(void* session, PluginVideoBuffer*) {
   return fake_card_fault("u30s_freeFrame");
 }
 U30S(int32_t, scale)(void* session, PluginVideoBuffer* source, PluginVideoBuffer* targets, uint32_t* count) {
+  const qvs::fakes::CardClock clock;
   Scaler& scaler = *of(session);
   const int32_t ordered = fake_card_fault("u30s_scale");
   const bool flush = source->four_cc == 0;

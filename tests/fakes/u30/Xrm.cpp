@@ -70,11 +70,12 @@ int64_t roomOn(const Loads& used, const Loads& wanted) {
   return wanted.empty() ? 0 : room;
 }
 
-/// Of a job that names its width, height and rate, in this order.
+/// Of a job that names its width, height and rate, in this order; of one in the manager's own form behind "width".
 int64_t loadOf(const char* job) {
   std::array<double, 3> numbers{};
   size_t count = 0;
-  for (const char* at = job; *at != '\0' && count < numbers.size();) {
+  const char* named = std::strstr(job, "\"width\"");
+  for (const char* at = named != nullptr ? named : job; *at != '\0' && count < numbers.size();) {
     char* end = nullptr;
     const double value = std::isdigit(static_cast<unsigned char>(*at)) != 0 ? std::strtod(at, &end) : 0;
     if (end != nullptr) numbers[count++] = value;

@@ -91,7 +91,17 @@ public final class Inventory {
 
   /** The transcoder's own document on its accelerators, made by a virtual machine of its own. */
   public String document() throws HostException {
-    List<String> command =
+    return document(List.of());
+  }
+
+  /** What there is of the accelerator cards that have a resource manager, in words; empty where there are none. */
+  public String cards() throws HostException {
+    return document(List.of("cards"));
+  }
+
+  private String document(List<String> wanted) throws HostException {
+    List<String> command = new ArrayList<>();
+    command.addAll(
         List.of(
             Path.of(System.getProperty("java.home"), "bin", "java").toString(),
             "-XX:+UseSerialGC",
@@ -100,7 +110,8 @@ public final class Inventory {
             "-D" + NativeLibraries.DIRECTORY_PROPERTY + "=" + folder,
             "-cp",
             System.getProperty("java.class.path"),
-            InventoryDocument.class.getName());
+            InventoryDocument.class.getName()));
+    command.addAll(wanted);
     ChildProcess child = ChildProcess.run(command, deadline.plus(START_TIME));
     InventoryDocument document = InventoryDocument.parse(child.said());
     if (child.code() == 0 && document != null) return document.text();

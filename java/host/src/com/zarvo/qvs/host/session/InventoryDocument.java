@@ -12,14 +12,15 @@ import com.zarvo.qvs.transcoder.model.TranscoderSessionNative;
 record InventoryDocument(String text) {
   private static final String MARK = "\nqvs-inventory: ";
 
-  public static void main(String[] none) {
+  /** "cards": instead, in words, what there is of the accelerator cards that have a resource manager. */
+  public static void main(String[] wanted) {
     int code = 0;
     String text;
     try {
       NativeLibraries.loadTranscoder();
       TranscoderNativeString holder = new TranscoderNativeString();
       TranscoderSessionNative.getHardwareInfoJSON(holder);
-      text = holder.value;
+      text = wanted.length == 0 ? holder.value : U30Cards.describe(holder.value);
     } catch (HostException e) {
       text = e.getMessage();
       code = 1;
