@@ -5,10 +5,10 @@
 #include "platform/SharedLibrary.h"
 
 // The manager's operations in use. Add a name here and it is a member of XrmLibrary.
-#define QVS_XRM_FUNCTIONS(X)                                                                      \
-  X(xrmCreateContext)                                                                             \
-  X(xrmDestroyContext) X(xrmExecPluginFunc) X(xrmCheckCuPoolAvailableNumV2) X(xrmCuPoolReserveV2) \
-      X(xrmCuPoolRelinquish)
+#define QVS_XRM_FUNCTIONS(X) \
+  X(xrmCreateContext)        \
+  X(xrmDestroyContext)       \
+  X(xrmExecPluginFunc) X(xrmCheckCuPoolAvailableNumV2) X(xrmCuPoolReserveV2) X(xrmCuPoolRelinquish)
 
 namespace qvs {
 

@@ -126,7 +126,7 @@ public final class SessionSettings {
   /** Why a device that makes all renditions in one pass cannot make these; null where it can. */
   String onePassRefusal() {
     if (!overlays.isEmpty()) return "it draws no overlays";
-    if (deinterlace != Deinterlace.OFF) return "it does not deinterlace";
+    if (deinterlace == Deinterlace.DOUBLE) return "it makes no picture of each field";
     if (renditions.size() > MAX_ONE_PASS) return "it makes at most " + MAX_ONE_PASS + " renditions";
     boolean plain = renditions.stream().allMatch(spec -> spec.fit() == FitMode.STRETCH && !spec.needsPlacement());
     return plain ? null : "it only stretches pictures: fit=stretch";
