@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+
+#include "contract/HardwareInfo.h"
 
 namespace qvs {
 
@@ -15,6 +18,11 @@ struct PluginDecoderRow {
   bool global = false;       ///< the library's symbols are for libraries that it loads itself
   bool tellsReason = false;  ///< the line about a library that isn't loaded says why
   bool tellsFourcc = true;   ///< the plug-in is told the format at once, and not by a key of its own
+
+  /// The library's file, of the directory `path`, for this HardwareAccess.
+  std::string libraryIn(const std::string& path, uint32_t access) const {
+    return path + (access == kHardwareAccessX11 && libraryX11 != nullptr ? libraryX11 : library);
+  }
 };
 
 /// Rows of the hosts, in the order of the docs.

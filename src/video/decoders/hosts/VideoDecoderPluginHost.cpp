@@ -19,11 +19,6 @@ PluginStatusWords wordsOf(const PluginDecoderRow& row) {
   return {row.className, "QuickSync: ", nullptr};
 }
 
-std::string libraryOf(const PluginDecoderRow& row, const std::string& path, uint32_t hardwareAccess) {
-  const bool x11 = hardwareAccess == kHardwareAccessX11 && row.libraryX11 != nullptr;
-  return path + (x11 ? row.libraryX11 : row.library);
-}
-
 }  // namespace
 
 VideoDecoderPluginHost::VideoDecoderPluginHost(const PluginDecoderRow& hostRow) : row(hostRow) {
@@ -39,7 +34,7 @@ bool VideoDecoderPluginHost::isAvailable(const PluginDecoderRow& row, const std:
       row.label,
       [&] {
         const auto status = PluginSession<pluginVideoDecoder>::askVersion(
-            libraryOf(row, path, hardwareAccess), videoDecoderResolve, row.prefix, major, minor);
+            row.libraryIn(path, hardwareAccess), videoDecoderResolve, row.prefix, major, minor);
         if (!status) return false;
         logPluginStatus({loggerOrGlobal(logger), kLogContextVideoDecoder, 0}, wordsOf(row), {*status, {}},
                         kPluginLevelDebug);
@@ -58,7 +53,7 @@ void VideoDecoderPluginHost::setNativePath(char* path) {
 
 uint32_t VideoDecoderPluginHost::createDone() {
   return guarded(row.label, [&]() -> uint32_t {
-    const std::string path = libraryOf(row, nativePath, hardwareAccess);
+    const std::string path = row.libraryIn(nativePath, hardwareAccess);
     const std::string head = std::string(row.className) + ".createDone[{context}]: Loading shared library";
     if (!plugin.load(path, videoDecoderResolve, row.prefix, row.global ? SharedLibrary::kLazyGlobal : 0)) {
       const std::string reason = row.tellsReason ? " with error: " + plugin.lastError() : "";

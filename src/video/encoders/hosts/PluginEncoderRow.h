@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "contract/HardwareInfo.h"
 
@@ -23,6 +24,11 @@ struct PluginEncoderRow {
   bool global = false;          ///< the library's symbols are for libraries that it loads itself
   bool strict = false;          ///< a set-up step that fails is named and is the call's result
   bool numberedStatus = false;  ///< a status line tells the number alone
+
+  /// The library's file, of the directory `path`, for this HardwareAccess.
+  std::string libraryIn(const std::string& path, uint32_t access) const {
+    return path + (access == kHardwareAccessX11 && libraryX11 != nullptr ? libraryX11 : library);
+  }
 };
 
 /// Rows of the hosts, in the order of the docs.
