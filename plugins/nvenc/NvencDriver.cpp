@@ -2,6 +2,8 @@
 #include "NvencDriver.h"
 
 #include <cstdio>
+#include <mutex>
+#include <utility>
 
 // What the loader has to say goes to the caller, never to the process's output.
 #define FFNV_LOG_FUNC(context, message, ...) \
@@ -13,11 +15,6 @@ namespace qvs::nvenc {
 namespace {
 
 constexpr uint32_t kWantedVersion = NVENCAPI_MAJOR_VERSION << 4 | NVENCAPI_MINOR_VERSION;
-
-struct Loaded {
-  NvencDriver driver;
-  std::string problem;  ///< empty: it is there
-};
 
 std::string versionText(uint32_t version) {
   return std::to_string(version >> 4) + "." + std::to_string(version & 15);
@@ -95,13 +92,15 @@ void NvencDriver::Free::operator()(NvencFunctions* functions) const {
 }
 
 const NvencDriver* nvencDriver(std::string& problem) {
-  static const std::unique_ptr<Loaded> loaded = [] {
-    auto fresh = std::make_unique<Loaded>();
-    fresh->problem = load(fresh->driver);
-    return fresh;
-  }();
-  problem = loaded->problem;
-  return loaded->problem.empty() ? &loaded->driver : nullptr;
+  static std::mutex lock;
+  static std::unique_ptr<NvencDriver> loaded;
+  const std::lock_guard hold(lock);
+  problem.clear();
+  if (loaded) return loaded.get();
+  auto fresh = std::make_unique<NvencDriver>();
+  problem = load(*fresh);
+  if (problem.empty()) loaded = std::move(fresh);
+  return loaded.get();
 }
 
 std::string cudaFailure(const NvencDriver& driver, const char* call, int code) {

@@ -176,6 +176,11 @@ void HardwareInspector::loadU30Firmware() {
 
 void HardwareInspector::probeCUDA() {
   NVidiaCUDAUtils::getCUDAInfo(&infoCUDA, HardwareInfoCUDA::kMaxGPUs);
+  uint32_t major = 0, minor = 0;
+  const bool asks = infoCUDA.countGPU > 0 && (infoCUDA.availableFlags & kCudaNvencH265) != 0;
+  if (asks && encoderAnswers<kEncoderH26XNVENC12>(getPath(kNativePath), kHardwareAccessAny, &major, &minor)) {
+    infoCUDA.availableFlags |= kCudaNvencLoaded;
+  }
 }
 
 int32_t HardwareInspector::computeCapability(int32_t gpu) const {
