@@ -19,6 +19,7 @@ pkg_check_modules(VORBIS REQUIRED IMPORTED_TARGET vorbis vorbisenc ogg)
 # Types of the vendor's interfaces; no library.
 pkg_check_modules(FFNVCODEC REQUIRED IMPORTED_TARGET ffnvcodec)
 find_library(YUV_LIBRARY yuv REQUIRED)
+pkg_check_modules(RE2 REQUIRED IMPORTED_TARGET re2)
 
 add_library(qvs-options INTERFACE)
 target_compile_options(qvs-options INTERFACE -Wall -Wextra -fno-strict-aliasing)

@@ -8,9 +8,10 @@
 #include <cstring>
 
 #include "hardware/PluginScreen.h"
+#include "hardware/XilinxU30Utils.h"
 #include "log/LogGlobalLogger.h"
 #include "video/decoders/hosts/VideoDecoderPluginHost.h"
-#include "video/encoders/hosts/VideoEncoderPluginHost.h"
+#include "video/encoders/hosts/VideoEncoderH265U30Host.h"
 #include "video/scaling/device/cuda/NVidiaCUDAUtils.h"
 #include "video/scaling/device/VideoFrameIntrinsicScalerSingleton.h"
 
@@ -137,11 +138,40 @@ void HardwareInspector::inspect() {
   intrinsicScaler = VideoFrameIntrinsicScalerSingleton::getInstance()->isAvailable() ? 1 : 0;
 }
 
-// The host of these cards is not part of this build.
 void HardwareInspector::probeU30() {
+  XilinxU30Utils::getU30Info(&infoXilinxU30);
+  if (infoXilinxU30.isXilinxU30Available != 0 && u30Shared.isOpen()) {
+    loadU30Firmware();
+    return;
+  }
   constexpr const char* kNoU30 = "U30 Firmware loading unsuccessful - U30 availability is disabled";
   std::fprintf(stderr, "%s\n", kNoU30);
   LogGlobalLogger::getLogger()->info(std::string("HardwareInspector.inspect[{context}]: ") + kNoU30);
+}
+
+void HardwareInspector::loadU30Firmware() {
+  HardwareInfoU30& info = infoXilinxU30;
+  for (const auto& [file, what] :
+       findUnsafePlugins({kEncoderH265U30.libraryIn(getPath(kNativePath), kHardwareAccessAny)})) {
+    LogGlobalLogger::getLogger()->warn("HardwareInspector.inspect[{context}]: " + file + " is left out: it " +
+                                       what);
+    return;
+  }
+  VideoEncoderH265U30Host host;
+  const bool answers =
+      VideoEncoderPluginHost::isAvailable(kEncoderH265U30, getPath(kNativePath), kHardwareAccessAny, nullptr,
+                                          &info.firmVersionMaj, &info.firmVersionMin);
+  info.availableFlags = answers ? kU30Usable : 0;
+  host.setNativePath(paths[kNativePath].data());
+  if (host.createDone() != kSuccess || host.setFirmware(info.deviceCount, info.xclbinName) != kSuccess) {
+    info.availableFlags = 0;
+  }
+  if (info.availableFlags == 0) {
+    LogGlobalLogger::getInstance()->tell(
+        "HardwareInspector::inspect",
+        {.reason = "The encoder plug-in of the cards doesn't take their firmware",
+         .number = info.deviceCount});
+  }
 }
 
 void HardwareInspector::probeCUDA() {

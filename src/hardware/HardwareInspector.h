@@ -88,6 +88,7 @@ class HardwareInspector {
   struct Probe;
 
   void probeU30();
+  void loadU30Firmware();
   void probeCUDA();
   void probePlugins();
 

@@ -18,6 +18,7 @@
 #include "capture/VideoDecoderCapture.h"
 #include "contract/HardwareInfo.h"
 #include "contract/StageIds.h"
+#include "video/decoders/hosts/VideoDecoderH264U30Host.h"
 #include "video/decoders/hosts/VideoDecoderPluginHost.h"
 #include "video/decoders/VideoDecoderGenericNVCUVID.h"
 #include "video/decoders/VideoDecoderH264.h"
@@ -25,8 +26,10 @@
 #include "video/decoders/VideoDecoderMP2.h"
 #include "video/decoders/VideoDecoderMP4.h"
 #include "video/decoders/VideoDecoderVPX.h"
+#include "video/encoders/hosts/VideoEncoderH265U30Host.h"
 #include "video/encoders/hosts/VideoEncoderH26XNVENC12Host.h"
 #include "video/encoders/hosts/VideoEncoderPluginHost.h"
+#include "video/encoders/VideoEncoderH263IPP.h"
 #include "video/encoders/VideoEncoderH264.h"
 #include "video/encoders/VideoEncoderVPX.h"
 
@@ -64,7 +67,7 @@ constexpr VideoDecoderRow kVideoDecoders[] = {
     {kVideoCodecH264, 1, &Availability::quickSyncAvailable, kQuickSyncAvailable, kQuickSync, "VideoDecoderH264QuickSyncHost", "H.264: QuickSync", makePluginDecoder<kDecoderH264QuickSync>, kTellDecoder},
     {kVideoCodecH264, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]", make<IVideoDecoder, VideoDecoderGenericNVCUVID>},
     {kVideoCodecH264, 3, &Availability::cudaAvailable, kCudaNvcuvidOld, kNative, "VideoDecoderGenericNVCUVID", "H.264: NVCUVID[NVDEC]", make<IVideoDecoder, VideoDecoderGenericNVCUVID>},
-    {kVideoCodecH264, 5, &Availability::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.264: U30"},
+    {kVideoCodecH264, 5, &Availability::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.264: U30", make<IVideoDecoder, VideoDecoderH264U30Host>},
     {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoDecoderH264", "H.264: default", make<IVideoDecoder, VideoDecoderH264>},
     {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoDecoderVPX", "VPX[{}]: default", make<IVideoDecoder, VideoDecoderVPX>},
     {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoDecoderMP4", "H.263: default", make<IVideoDecoder, VideoDecoderMP4>},
@@ -75,7 +78,7 @@ constexpr VideoDecoderRow kVideoDecoders[] = {
     {kVideoCodecMPEG2, kAny, nullptr, 0, kNative, "VideoDecoderMP2", "MPEG2: default", make<IVideoDecoder, VideoDecoderMP2>},
     {kVideoCodecH265, 4, &Availability::cudaAvailable, kCudaNvcuvid, kNative, "VideoDecoderGenericNVCUVID", "H.265: NVCUVID[NVDEC]", make<IVideoDecoder, VideoDecoderGenericNVCUVID>},
     // One host serves both codecs of that card.
-    {kVideoCodecH265, 5, &Availability::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.265: U30"},
+    {kVideoCodecH265, 5, &Availability::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.265: U30", make<IVideoDecoder, VideoDecoderH264U30Host>},
     {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoDecoderH265", "H.265: default", make<IVideoDecoder, VideoDecoderH265>},
 };
 
@@ -85,9 +88,9 @@ constexpr VideoEncoderRow kVideoEncoders[] = {
     {kVideoCodecH265, 11, &Availability::x265Available, kAnyBit, kNative, "VideoEncoderH265X265Host", "H.265: X265", makePluginEncoder<kEncoderH265X265>},
     {kVideoCodecH265, 15, &Availability::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.265: AdvantechVega", makePluginEncoder<kEncoderH26XAdvantechVega>},
     {kVideoCodecH265, 16, &Availability::vaapiAvailable, kVaapiEncodeH265, kVaapi, "VideoEncoderH265VAAPIHost", "H.265: VAAPI", makePluginEncoder<kEncoderH265VAAPI>},
-    {kVideoCodecH265, 18, &Availability::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.265: U30"},
+    {kVideoCodecH265, 18, &Availability::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.265: U30", make<IVideoEncoder, VideoEncoderH265U30Host>},
     {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoEncoderH265MainConceptHost", "H.265: default", makePluginEncoder<kEncoderH265MainConcept>},
-    {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoEncoderH263IPP", "H263: default"},
+    {kVideoCodecH263, kAny, nullptr, 0, kNative, "VideoEncoderH263IPP", "H263: default", make<IVideoEncoder, VideoEncoderH263IPP>},
     {kVideoCodecVPX, 12, &Availability::vaapiAvailable, kVaapiEncodeVP9, kVaapi, "VideoEncoderVP9VAAPIHost", "VPX[{}]: VAAPI", makePluginEncoder<kEncoderVP9VAAPI>},
     {kVideoCodecVPX, kAny, nullptr, 0, kNative, "VideoEncoderVPX", "VPX[{}]: default", make<IVideoEncoder, VideoEncoderVPX>},
     {kVideoCodecH264, 1, &Availability::quickSyncAvailable, kQuickSyncEncodeH264, kQuickSync, "VideoEncoderH264QuickSyncHost", "H.264: QuickSync", makePluginEncoder<kEncoderH264QuickSync>, kTellEncoder},
@@ -95,7 +98,7 @@ constexpr VideoEncoderRow kVideoEncoders[] = {
     {kVideoCodecH264, 10, &Availability::vaapiAvailable, kVaapiEncodeH264, kVaapi, "VideoEncoderH264VAAPIHost", "H.264: VAAPI", makePluginEncoder<kEncoderH264VAAPI>},
     {kVideoCodecH264, 7, &Availability::x264Available, kAnyBit, kNative, "VideoEncoderH264X264Host", "H.264: X264", makePluginEncoder<kEncoderH264X264>},
     {kVideoCodecH264, 14, &Availability::advantechVegaAvailable, kAnyBit, kNative, "VideoEncoderH26XAdvantechVegaHost", "H.264: AdvantechVega", makePluginEncoder<kEncoderH26XAdvantechVega>},
-    {kVideoCodecH264, 17, &Availability::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.264: U30"},
+    {kVideoCodecH264, 17, &Availability::u30Available, kU30Usable, kNative, "VideoEncoderH265U30Host", "H.264: U30", make<IVideoEncoder, VideoEncoderH265U30Host>},
     {kVideoCodecH264, kAny, nullptr, 0, kNative, "VideoEncoderH264", "H.264: default", make<IVideoEncoder, VideoEncoderH264>},
 };
 

@@ -38,6 +38,8 @@ struct TranscoderVideoDecoderCaptureInfo;
 /// `videoEncoderInitialize`; `videoScalerInitialize`; `videoDecoderDecodeCodecConfig`; then the frames.
 class TranscoderSession : public TranscoderSessionBase {
  public:
+  static constexpr uint32_t kNoDecodedFrame = 0xFFFFFFFFu;
+
   TranscoderSession();
   ~TranscoderSession() override;
 
@@ -99,6 +101,8 @@ class TranscoderSession : public TranscoderSessionBase {
   uint32_t videoScalerAddScaling(uint32_t width, uint32_t height, double rate, uint32_t scaleIndex,
                                  bool stableFramerate);
   uint32_t videoScalerInitialize();
+  /// Status: 1 always, 2 the targets hold a picture, 4 the source was lost.
+  /// `decoderFrameIndex` may be kNoDecodedFrame: what is still on its way in a scaler that works in a pipeline.
   uint32_t videoScalerScaleFrame(uint32_t decoderFrameIndex, std::span<const uint32_t> encoderBufferIndexes,
                                  uint32_t encoderCount, uint32_t* scalerStatus);
   uint32_t videoScalerFreeFrame(uint32_t decodeFrameIndex);
@@ -244,7 +248,7 @@ class TranscoderSession : public TranscoderSessionBase {
   uint32_t reportFrameSizeOutOfRange(uint32_t width, uint32_t height);
   int32_t videoEncoderGetEncoderFrameIndex(uint32_t frameIndex) const;
   void prepareFractionalFrames(VideoFrameBuffer& frame, std::span<const uint32_t> encoderBufferIndexes);
-  bool gatherScalerTargets(const VideoFrameBuffer& source, std::span<const uint32_t> encoderBufferIndexes);
+  bool gatherScalerTargets(const VideoFrameBuffer* source, std::span<const uint32_t> encoderBufferIndexes);
   /// Null, and told, where there is no such frame.
   VideoFrameBuffer* targetFrame(const char* label, uint32_t setIndex, uint32_t bufferIndex);
   void dropVideoScaler();

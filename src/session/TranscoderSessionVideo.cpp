@@ -18,6 +18,7 @@ namespace {
 
 constexpr uint32_t kScalerStatusSourceDone = 1;
 constexpr uint32_t kScalerStatusFramesReady = 2;
+constexpr uint32_t kScalerStatusSourceLost = 4;  ///< an extension
 
 constexpr Failure kNoVideoScaler = {.reason = "The scaler implementation has no scaler of its own",
                                     .context = kLogContextVideoScaler};
@@ -309,14 +310,18 @@ uint32_t TranscoderSession::videoScalerScaleFrame(uint32_t decoderFrameIndex,
       return fail(kLabel, tooManyTargets(std::max<size_t>(encoderBufferIndexes.size(), encoderCount)));
     }
     VideoFrameBuffer* source = getVideoDecoderBuffer(decoderFrameIndex);
-    if (source == nullptr) return fail(kLabel, noDecodedFrame(decoderFrameIndex));
+    const bool flush = decoderFrameIndex == kNoDecodedFrame;
+    if (source == nullptr && !flush) return fail(kLabel, noDecodedFrame(decoderFrameIndex));
     TranscoderSessionNotifyManager& listeners = *TranscoderSessionNotifyManager::getInstance();
     // No overlay runs between the two on this path.
-    listeners.notifyVideoFrameDecodeListenersBeforeOverlay(getSessionId(), videoDecoder.get(), source);
-    listeners.notifyVideoFrameDecodeListenersAfterOverlay(getSessionId(), videoDecoder.get(), source);
-    if (!gatherScalerTargets(*source, encoderBufferIndexes)) return kFailure;
+    if (!flush) {
+      listeners.notifyVideoFrameDecodeListenersBeforeOverlay(getSessionId(), videoDecoder.get(), source);
+      listeners.notifyVideoFrameDecodeListenersAfterOverlay(getSessionId(), videoDecoder.get(), source);
+    }
+    if (!gatherScalerTargets(source, encoderBufferIndexes)) return kFailure;
     uint32_t count = encoderCount;
-    const bool wanted = encoderCount != 0;  // without targets the scaler forgets the source, which is no failure
+    const bool wanted =
+        encoderCount != 0;  // without targets the scaler forgets the source, which is no failure
     if (videoScaler->scaleFrame(source, &scalerTargets, &count) != kSuccess && wanted) {
       fail(kLabel, {.reason = "The scaler failed", .context = kLogContextVideoScaler});  // told, and no more
     }
@@ -326,12 +331,14 @@ uint32_t TranscoderSession::videoScalerScaleFrame(uint32_t decoderFrameIndex,
       listeners.notifyVideoFrameEncodeListenersBeforeOverlay(getSessionId(), encoder, nullptr, target);
       listeners.notifyVideoFrameEncodeListenersAfterOverlay(getSessionId(), encoder, nullptr, target);
     }
-    *scalerStatus = kScalerStatusSourceDone | (count != 0 ? kScalerStatusFramesReady : 0);
+    const bool lost = wanted && videoScaler->getLastStatus() != kSuccess;
+    *scalerStatus = kScalerStatusSourceDone | (count != 0 ? kScalerStatusFramesReady : 0) |
+                    (lost ? kScalerStatusSourceLost : 0);
     return kSuccess;
   });
 }
 
-bool TranscoderSession::gatherScalerTargets(const VideoFrameBuffer& source,
+bool TranscoderSession::gatherScalerTargets(const VideoFrameBuffer* source,
                                             std::span<const uint32_t> encoderBufferIndexes) {
   constexpr const char* kLabel = "TranscoderSession::videoScalerScaleFrame";
   scalerTargets.clear();
@@ -343,7 +350,7 @@ bool TranscoderSession::gatherScalerTargets(const VideoFrameBuffer& source,
       return false;
     }
     VideoFrameBufferSet* set = getVideoEncoderBufferSet(index);
-    set->setScaleFlags(source.getScaleFlags());
+    if (source != nullptr) set->setScaleFlags(source->getScaleFlags());
     if (scalerTargets.size() < kScalerTargetsMax) scalerTargets.push_back({target, &set->getOverlayFrames()});
   }
   return true;

@@ -147,6 +147,7 @@ typedef struct VideoFrameIntrinsicScalerFrame {
  *   as it was, and what comes out belongs to the oldest source that hasn't come out yet. A handle in the source's `opaque_`
  *   is the plug-in's from the call on, whatever it answers; handles in targets are the caller's. Planes are the plug-in's
  *   and stay until the next call. With a status other than 0 nothing is handed out, and this source doesn't come out.
+ *   A source whose fourcc is 0 is none: the oldest that is inside comes out, `*count` 0 when there is no more.
  * allocFrame, freeFrame: planes and strides of a host picture that scale takes */
 /* clang-format off */
 #define VIDEO_SCALER_CARD_ENTRY_POINTS(X)                                                                    \

@@ -1,12 +1,11 @@
 // Resource sessions of accelerator cards.
-//
-// The cards' resource manager isn't reached yet, so no context can be made and every other entry answers as
-// for a session that doesn't exist.
 
 #include <cstdio>
 
 #include "hardware/HardwareInspector.h"
+#include "hardware/XilinxU30Utils.h"
 #include "session/jni/NativeEntry.h"
+#include "session/jni/Utf.h"
 
 #define QVS_U30_NATIVE(name) \
   extern "C" JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_transcoder_model_TranscoderVideoU30MXBean_##name
@@ -16,13 +15,17 @@
 namespace qvs {
 namespace {
 
-constexpr Failure kNoManager = {.reason = "The cards' resource manager is not built in"};
-
 /// What reading a card's usage lacks, on standard error too.
 jlong usageFailure(jlong number, const char* reason) {
   std::fprintf(stderr, "JNI u30XboUsage(): %s\n", reason);
   LogGlobalLogger::getInstance()->tell(QVS_U30_LABEL(u30XboUsage), {.reason = reason});
   return number;
+}
+
+template <typename Call>
+jlong resourceCall(const char* label, Call call) {
+  return guarded(
+      label, [&] { return static_cast<jlong>(call()); }, kEntryFailure);
 }
 
 }  // namespace
@@ -31,31 +34,38 @@ jlong usageFailure(jlong number, const char* reason) {
 using namespace qvs;
 
 QVS_U30_NATIVE(createContext)(JNIEnv*, jobject, jlong) {
-  return failEntry(QVS_U30_LABEL(createContext), kNoManager);
+  return resourceCall(QVS_U30_LABEL(createContext),
+                      [] { return static_cast<int32_t>(XilinxU30Utils::createContext()); });
 }
 
-QVS_U30_NATIVE(destroyContext)(JNIEnv*, jobject, jlong) {
-  std::puts("ERROR: XilinxU30Utils::destroyContext - Session not found");
-  return failEntry(QVS_U30_LABEL(destroyContext), kNoManager);
+QVS_U30_NATIVE(destroyContext)(JNIEnv*, jobject, jlong sessionId) {
+  return resourceCall(QVS_U30_LABEL(destroyContext),
+                      [&] { return XilinxU30Utils::destroyContext(static_cast<uint32_t>(sessionId)); });
 }
 
-QVS_U30_NATIVE(cuPoolReserve)(JNIEnv*, jobject, jlong) {
-  return failEntry(QVS_U30_LABEL(cuPoolReserve), kNoManager);
+QVS_U30_NATIVE(cuPoolReserve)(JNIEnv*, jobject, jlong sessionId) {
+  return resourceCall(QVS_U30_LABEL(cuPoolReserve),
+                      [&] { return XilinxU30Utils::cuPoolReserve(static_cast<uint32_t>(sessionId)); });
 }
 
-QVS_U30_NATIVE(cuPoolRelinquish)(JNIEnv*, jobject, jlong, jlong) {
-  std::puts("xrmCuPoolRelinquish: fail to relinquish cu pool");
-  failEntry(QVS_U30_LABEL(cuPoolRelinquish), kNoManager);
-  return 0;
+QVS_U30_NATIVE(cuPoolRelinquish)(JNIEnv*, jobject, jlong poolId, jlong sessionId) {
+  return resourceCall(QVS_U30_LABEL(cuPoolRelinquish), [&] {
+    return XilinxU30Utils::cuPoolRelinquish(static_cast<uint64_t>(poolId), static_cast<uint32_t>(sessionId));
+  });
 }
 
-QVS_U30_NATIVE(checkCuPoolAvailableNum)(JNIEnv*, jobject, jlong) {
-  return failEntry(QVS_U30_LABEL(checkCuPoolAvailableNum), kNoManager);
+QVS_U30_NATIVE(checkCuPoolAvailableNum)(JNIEnv*, jobject, jlong sessionId) {
+  return resourceCall(QVS_U30_LABEL(checkCuPoolAvailableNum), [&] {
+    return XilinxU30Utils::checkCuPoolAvailableNum(static_cast<uint32_t>(sessionId));
+  });
 }
 
-QVS_U30_NATIVE(execPluginFunc)(JNIEnv*, jobject, jstring, jstring, jlong) {
-  std::puts("ERROR: execPluginFunx");
-  return failEntry(QVS_U30_LABEL(execPluginFunc), kNoManager);
+QVS_U30_NATIVE(execPluginFunc)(JNIEnv* env, jobject, jstring pluginName, jstring input, jlong sessionId) {
+  return resourceCall(QVS_U30_LABEL(execPluginFunc), [&] {
+    const Utf plugin(env, pluginName);
+    const Utf job(env, input);
+    return XilinxU30Utils::execPluginFunc(plugin.get(), job.get(), static_cast<uint32_t>(sessionId));
+  });
 }
 
 QVS_U30_NATIVE(u30XboUsage)(JNIEnv*, jobject, jlong) {

@@ -59,6 +59,10 @@ class IVideoScaler {
   virtual uint32_t getParameterValue(uint32_t key, double* value) = 0;
   virtual uint32_t getParameterValue(uint32_t key, double* values, uint32_t* count) = 0;
   virtual void setNativePath(char* nativePath) = 0;
+
+  /// Why the last `scaleFrame` lost its source, 0 where it didn't: a scaler that works in a pipeline gives success and
+  /// no picture for both.
+  virtual uint32_t getLastStatus() { return 0; }
 };
 
 }  // namespace qvs

@@ -60,12 +60,13 @@ void VideoScalerU30Host::getPluginPath(const char* path, char* out, uint32_t siz
   if (!fits) *out = '\0';
 }
 
-bool VideoScalerU30Host::isAvailable(const std::string& path, ILogger* log, uint32_t* major, uint32_t* minor) {
+bool VideoScalerU30Host::isAvailable(const std::string& path, ILogger* log, uint32_t* major,
+                                     uint32_t* minor) {
   return guarded(
       "VideoScalerU30Host::isAvailable",
       [&] {
-        const auto answer = PluginSession<PluginVideoScaler>::askVersion(path + kLibrary, videoScalerResolveCard,
-                                                                         kPrefix, major, minor);
+        const auto answer = PluginSession<PluginVideoScaler>::askVersion(
+            path + kLibrary, videoScalerResolveCard, kPrefix, major, minor);
         if (!answer) return false;
         VideoScalerU30Host asked;
         asked.setLogger(log);
@@ -79,12 +80,14 @@ void VideoScalerU30Host::logStatus(const PluginAnswer& answer, int32_t) const {
   if (answer.status == 0) return;
   const char* known = pluginStatusText(answer.status);
   const std::string head = std::string(kClass) + "[{context}]: U30: ";
-  getLogger()->info(kLogContextVideoScaler, 0, head + (known != nullptr ? known : std::to_string(answer.status)));
+  getLogger()->info(kLogContextVideoScaler, 0,
+                    head + (known != nullptr ? known : std::to_string(answer.status)));
   if (!answer.words.empty()) getLogger()->info(kLogContextVideoScaler, 0, head + answer.words);
 }
 
 void VideoScalerU30Host::logError(const char* operation, const std::string& text) const {
-  getLogger()->error(kLogContextVideoScaler, 0, fmt::format("{}.{}[{{context}}]: {}", kClass, operation, text));
+  getLogger()->error(kLogContextVideoScaler, 0,
+                     fmt::format("{}.{}[{{context}}]: {}", kClass, operation, text));
 }
 
 template <typename Entry, typename... Arguments>
@@ -174,8 +177,10 @@ uint32_t VideoScalerU30Host::scaleFrame(VideoFrameBuffer* source, std::vector<Vi
       return kFailure;
     }
     *count = 0;
-    if (source == nullptr || targets->empty() || targets->size() > kTargetsMax) return kFailure;
+    if (targets->empty() || targets->size() > kTargetsMax) return kFailure;
+    if (source == nullptr) return flush(*targets, count);
     const bool onCard = source->getFourCC() == kFourCCHN12;
+    lastStatus = kFailure;
     if (!takeSource(*source)) return kFailure;
     VideoProperties properties;
     properties.frameType = source->getFrameType();
@@ -186,13 +191,33 @@ uint32_t VideoScalerU30Host::scaleFrame(VideoFrameBuffer* source, std::vector<Vi
     describeTargets(*targets, !onCard);
     uint32_t ready = targetCount;
     const uint32_t result = scale(onCard, &ready);
-    *count = ready;
-    if (ready == 0) return kSuccess;
-    const VideoProperties oldest = videoProperties.front();
-    videoProperties.pop();
-    deliver(*targets, oldest);
-    return result;
+    lastStatus = result;
+    if (result != kSuccess) videoProperties.popBack();
+    takeOldest(*targets, ready, count);
+    // Nothing is ready yet, or a failure that has been told: no reason to give up the stream.
+    return ready != 0 ? result : kSuccess;
   });
+}
+
+uint32_t VideoScalerU30Host::flush(const std::vector<VideoScalerTarget>& targets, uint32_t* count) {
+  if (videoProperties.empty() || !plugin.offers(&PluginVideoScaler::func_scale)) return kSuccess;
+  srcFrame = {};
+  describeTargets(targets, false);
+  uint32_t ready = targetCount;
+  const uint32_t result = scale(false, &ready);
+  lastStatus = result;
+  takeOldest(targets, ready, count);
+  return result;
+}
+
+void VideoScalerU30Host::takeOldest(const std::vector<VideoScalerTarget>& targets, uint32_t ready,
+                                    uint32_t* count) {
+  // A plug-in that gives more than it was given has nothing to say of these.
+  if (ready == 0 || videoProperties.empty()) return;
+  const VideoProperties oldest = videoProperties.front();
+  videoProperties.pop();
+  *count = ready;
+  deliver(targets, oldest);
 }
 
 // From here on the plug-in owns a handle: the frame has it no more.
@@ -205,8 +230,9 @@ bool VideoScalerU30Host::takeSource(VideoFrameBuffer& source) {
   if (!there || !offered ||
       (resized && setSource(source.getWidth(), source.getHeight(), decodeRate) != kSuccess)) {
     if (std::has_single_bit(++refusals)) {
-      logError("scaleFrame", !offered ? "There is no plug-in to scale" : !there ? "The source has no picture"
-                                                                               : "The source's size is refused");
+      logError("scaleFrame", !offered ? "There is no plug-in to scale"
+                             : !there ? "The source has no picture"
+                                      : "The source's size is refused");
     }
     return false;
   }
@@ -241,12 +267,10 @@ void VideoScalerU30Host::describeTargets(const std::vector<VideoScalerTarget>& t
 uint32_t VideoScalerU30Host::scale(bool onCard, uint32_t* count) {
   using Clock = std::chrono::steady_clock;
   const Clock::time_point begin = Clock::now();
-  const PluginAnswer answer =
-      plugin.ask(&PluginVideoScaler::func_scale, &srcFrame, pictures.data(), count);
+  const PluginAnswer answer = plugin.ask(&PluginVideoScaler::func_scale, &srcFrame, pictures.data(), count);
   if (answer.status != 0) {
     tellFailure(*count);
     *count = 0;
-    videoProperties.popBack();
   }
   const auto spent = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
   if (onCard && spent > kSlow) {
@@ -320,14 +344,15 @@ uint32_t VideoScalerU30Host::setParameterValue(uint32_t key, int64_t* values, ui
 }
 
 uint32_t VideoScalerU30Host::setParameterValue(uint32_t key, double value) {
-  return status("VideoScalerU30Host::setParameterValue", &PluginVideoScaler::func_setParameterValueDouble, key,
-                value);
+  return status("VideoScalerU30Host::setParameterValue", &PluginVideoScaler::func_setParameterValueDouble,
+                key, value);
 }
 
 uint32_t VideoScalerU30Host::getParameterValueType(uint32_t key, uint32_t* arrayLength) {
   // The answer is a type, no status.
   return guarded("VideoScalerU30Host::getParameterValueType", [&] {
-    return static_cast<uint32_t>(plugin.call(&PluginVideoScaler::func_getParameterValueType, key, arrayLength));
+    return static_cast<uint32_t>(
+        plugin.call(&PluginVideoScaler::func_getParameterValueType, key, arrayLength));
   });
 }
 
@@ -342,8 +367,8 @@ uint32_t VideoScalerU30Host::getParameterValue(uint32_t key, int64_t* values, ui
 }
 
 uint32_t VideoScalerU30Host::getParameterValue(uint32_t key, double* value) {
-  return status("VideoScalerU30Host::getParameterValue", &PluginVideoScaler::func_getParameterValueDouble, key,
-                value);
+  return status("VideoScalerU30Host::getParameterValue", &PluginVideoScaler::func_getParameterValueDouble,
+                key, value);
 }
 
 }  // namespace qvs

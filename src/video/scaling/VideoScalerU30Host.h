@@ -28,7 +28,8 @@ struct VideoProperties {
 ///
 /// A source on the card ("HN12") gives its handle to the plug-in with the call, whatever that answers, and the targets
 /// get handles in turn; a "YV12" source is copied into the plug-in's memory and out of it. No other format is scaled.
-/// A source of another size than the last is told to the plug-in first.
+/// A source of another size than the last is told to the plug-in first. Without a source, what is still on its way comes
+/// out, a picture a call, until the count comes back as 0: an extension that a plug-in may refuse.
 class VideoScalerU30Host : public VideoScalerBase {
  public:
   VideoScalerU30Host() = default;
@@ -52,6 +53,7 @@ class VideoScalerU30Host : public VideoScalerBase {
   uint32_t initialize() override;
   uint32_t scaleFrame(VideoFrameBuffer* source, std::vector<VideoScalerTarget>* targets,
                       uint32_t* count) override;
+  uint32_t getLastStatus() override { return lastStatus; }
   uint32_t applyParameters() override;
   uint32_t setParameterValue(uint32_t key, int64_t value) override;
   uint32_t setParameterValue(uint32_t key, int64_t* values, uint32_t count) override;
@@ -69,6 +71,8 @@ class VideoScalerU30Host : public VideoScalerBase {
   void logError(const char* operation, const std::string& text) const;
   template <typename Entry, typename... Arguments>
   uint32_t status(const char* label, Entry entry, Arguments... arguments);
+  uint32_t flush(const std::vector<VideoScalerTarget>& targets, uint32_t* count);
+  void takeOldest(const std::vector<VideoScalerTarget>& targets, uint32_t ready, uint32_t* count);
   void freeSource();
   bool takeSource(VideoFrameBuffer& source);
   void describeTargets(const std::vector<VideoScalerTarget>& targets, bool fromHost);
@@ -84,9 +88,10 @@ class VideoScalerU30Host : public VideoScalerBase {
   uint32_t decodeWidth = 0;
   uint32_t decodeHeight = 0;
   double decodeRate = 0.0;
-  Pictures pictures{};                         ///< of the targets, largest first
+  Pictures pictures{};                        ///< of the targets, largest first
   std::array<uint32_t, kTargetsMax> order{};  ///< which target each of them is
   uint32_t targetCount = 0;
+  uint32_t lastStatus = 0;
   RingQueue<VideoProperties> videoProperties;  ///< of the pictures on their way
   mutable uint32_t refusals = 0;               ///< so far; told when new and when doubled
 };

@@ -91,11 +91,12 @@ bool VideoDecoderH264U30Host::fill(VideoFrameBuffer& target, PluginVideoBuffer& 
 uint32_t VideoDecoderH264U30Host::refuse(const VideoFrameBuffer& target, PluginVideoBuffer& picture) {
   if (picture.four_cc == kFourCCHN12) U30FrameProviders::release(picture.opaque_);
   if (std::has_single_bit(++refusals)) {
-    getLogger()->error(kLogContextVideoDecoder, 0,
-                       fmt::format("{}.getDecodedFrame[{{context}}]: A frame of {}x{} in 0x{:x} can't take the "
-                                   "plug-in's picture of {}x{} in 0x{:x}",
-                                   row.className, target.getWidth(), target.getHeight(), target.getFourCC(),
-                                   picture.width, picture.height, picture.four_cc));
+    getLogger()->error(
+        kLogContextVideoDecoder, 0,
+        fmt::format("{}.getDecodedFrame[{{context}}]: A frame of {}x{} in 0x{:x} can't take the "
+                    "plug-in's picture of {}x{} in 0x{:x}",
+                    row.className, target.getWidth(), target.getHeight(), target.getFourCC(), picture.width,
+                    picture.height, picture.four_cc));
   }
   return kFailure;
 }

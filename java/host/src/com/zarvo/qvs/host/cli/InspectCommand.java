@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.cli;
 
+import com.zarvo.qvs.host.model.EncoderBackend;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.session.GpuReport;
 import com.zarvo.qvs.host.session.Inventory;
@@ -116,6 +117,10 @@ final class InspectCommand implements Callable<Integer> {
       print(entry);
       keys = printKeys(report.description(), keys);
       anyWorks |= report.state() == State.AVAILABLE && (report.trial() == null || report.trial().works());
+    }
+    if (name.equals(EncoderBackend.U30.label)) {
+      String cards = inventory.cards();
+      printLine("cards", cards.isEmpty() ? "none" : cards);
     }
     return anyWorks ? 0 : 1;
   }

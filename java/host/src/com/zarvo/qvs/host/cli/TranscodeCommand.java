@@ -61,7 +61,7 @@ final class TranscodeCommand implements Callable<Integer> {
       paramLabel = "WxH[@RATE][,KEY=VALUE]...",
       converter = Converters.OfRendition.class,
       description = {
-        "One rendition, e.g. 1280x720@2500k,fit=letterbox,fps=30. Keys: codec (h264, h265, vp8, vp9), fit",
+        "One rendition, e.g. 1280x720@2500k,fit=letterbox,fps=30. Keys: codec (h264, h265, h263, vp8, vp9), fit",
         "(letterbox, stretch, fill), fps, crop and pad (left:right:top:bottom); for H.264 and H.265 also preset",
         "(ultrafast to veryslow), profile (baseline, main, high; H.265 main), level (4.1), bframes. Also",
         "encoder, as --encoder, with + between names.",
@@ -111,7 +111,7 @@ final class TranscodeCommand implements Callable<Integer> {
       converter = Converters.OfContainer.class,
       description = {
         "mp4 (default), hls (segments and playlists), mkv, ts: H.264, H.265 and AAC; flv: H.264 and AAC;",
-        "webm, ivf: VP8, VP9;",
+        "mp4, mkv and flv hold H.263 too, h263 nothing else; webm, ivf: VP8, VP9;",
         "for sound alone also ogg or aac."
       })
   private Container format;
@@ -172,7 +172,7 @@ final class TranscodeCommand implements Callable<Integer> {
       names = "--decoder",
       paramLabel = "NAME",
       converter = Converters.OfDecoder.class,
-      description = "What decodes: software or nvcuvid; the device's by default.")
+      description = "What decodes: software, nvcuvid or u30; the device's by default.")
   private DecoderBackend decoder;
 
   @Option(

@@ -171,7 +171,15 @@ public final class TranscodeJob {
     return List.of();
   }
 
-  private List<RenditionSpec> settled(VideoCodec codec, StreamInfo source) {
+  private List<RenditionSpec> settled(VideoCodec codec, StreamInfo source) throws HostException {
+    try {
+      return settledOf(codec, source);
+    } catch (IllegalArgumentException e) {
+      throw new HostException(e.getMessage());
+    }
+  }
+
+  private List<RenditionSpec> settledOf(VideoCodec codec, StreamInfo source) {
     List<RenditionSpec> wanted =
         settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
     return wanted.stream()

@@ -7,6 +7,8 @@ import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
 import java.util.List;
 import java.util.Map;
+import java.util.Set;
+import java.util.stream.Collectors;
 
 /**
  * Writes streams into a container file. The bytes go into a file with an own ending and ".part" behind its name, which
@@ -39,7 +41,8 @@ public final class MediaWriter extends TrackWriter {
   /** The same in a container's own form. */
   public static MediaWriter create(
       Path target, Container container, List<? extends OutputTrack> tracks, boolean keepTimes) throws MediaException {
-    return create(target, container.muxer, container.options(), tracks, keepTimes);
+    Set<String> codecs = tracks.stream().map(OutputTrack::codecName).collect(Collectors.toSet());
+    return create(target, container.muxer(codecs), container.options(codecs), tracks, keepTimes);
   }
 
   private static MediaWriter create(

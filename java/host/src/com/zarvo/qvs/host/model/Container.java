@@ -9,24 +9,25 @@ import java.util.Set;
 public enum Container {
   MP4(
       "mp4",
-      EnumSet.of(VideoCodec.H264, VideoCodec.H265, VideoCodec.VP9),
+      EnumSet.of(VideoCodec.H264, VideoCodec.H265, VideoCodec.VP9, VideoCodec.H263),
       EnumSet.of(AudioCodec.AAC, AudioCodec.OPUS)),
-  FLV("flv", EnumSet.of(VideoCodec.H264), EnumSet.of(AudioCodec.AAC)),
+  FLV("flv", EnumSet.of(VideoCodec.H264, VideoCodec.H263), EnumSet.of(AudioCodec.AAC)),
   HLS("hls", EnumSet.of(VideoCodec.H264, VideoCodec.H265), EnumSet.of(AudioCodec.AAC)),
   TS("mpegts", EnumSet.of(VideoCodec.H264, VideoCodec.H265), EnumSet.of(AudioCodec.AAC)),
   MKV(
       "matroska",
-      EnumSet.of(VideoCodec.H264, VideoCodec.H265, VideoCodec.VP8, VideoCodec.VP9),
+      EnumSet.of(VideoCodec.H264, VideoCodec.H265, VideoCodec.VP8, VideoCodec.VP9, VideoCodec.H263),
       EnumSet.of(AudioCodec.AAC, AudioCodec.OPUS, AudioCodec.VORBIS)),
   WEBM("webm", EnumSet.of(VideoCodec.VP8, VideoCodec.VP9), EnumSet.of(AudioCodec.OPUS, AudioCodec.VORBIS)),
   IVF("ivf", EnumSet.of(VideoCodec.VP8, VideoCodec.VP9), EnumSet.noneOf(AudioCodec.class)),
+  H263("h263", EnumSet.of(VideoCodec.H263), EnumSet.noneOf(AudioCodec.class)),
   OGG("ogg", EnumSet.noneOf(VideoCodec.class), EnumSet.of(AudioCodec.OPUS, AudioCodec.VORBIS)),
   AAC("adts", EnumSet.noneOf(VideoCodec.class), EnumSet.of(AudioCodec.AAC));
 
   public static final String PLAYLIST = "index.m3u8";
 
   /** As libavformat names it. */
-  public final String muxer;
+  private final String muxer;
 
   private final Set<VideoCodec> video;
   private final Set<AudioCodec> audio;
@@ -73,7 +74,7 @@ public enum Container {
 
   /** The codec of renditions that ask for none. */
   public VideoCodec usualVideo() {
-    return holds(VideoCodec.H264) ? VideoCodec.H264 : VideoCodec.VP8;
+    return holds(VideoCodec.H264) ? VideoCodec.H264 : holds(VideoCodec.VP8) ? VideoCodec.VP8 : VideoCodec.H263;
   }
 
   /** The codec in which a source's sound goes along without being asked for; null where it cannot. */
@@ -87,8 +88,20 @@ public enum Container {
     return codec == AudioCodec.AAC ? AAC : OGG;
   }
 
+  /** As libavformat names what writes these. */
+  public String muxer(Set<String> codecNames) {
+    return isMobile(codecNames) ? "3gp" : muxer;
+  }
+
+  // H.263 has its name in files of this family ("s263") by the mobile networks' standard alone.
+  private boolean isMobile(Set<String> codecNames) {
+    return this == MP4 && codecNames.contains(VideoCodec.H263.codecName);
+  }
+
   /** Settings of the muxer. */
-  public Map<String, String> options() {
+  public Map<String, String> options(Set<String> codecNames) {
+    // Its number is known to players, and to no paper.
+    if (this == FLV && codecNames.contains(VideoCodec.H263.codecName)) return Map.of("strict", "unofficial");
     if (this != MP4) return Map.of();
     // Edit lists count in the first's units; the usual millisecond would move sound against pictures by as much. The
     // index goes in front, so that players can start before they have all.
@@ -97,6 +110,6 @@ public enum Container {
 
   public static Container of(String text) {
     for (Container container : values()) if (container.label().equals(text.toLowerCase(Locale.ROOT))) return container;
-    throw new IllegalArgumentException("'" + text + "' is unknown, take mp4, flv, hls, ts, mkv, webm, ivf, ogg or aac");
+    throw new IllegalArgumentException("'" + text + "' is unknown, take mp4, flv, hls, ts, mkv, webm, ivf, h263, ogg or aac");
   }
 }

@@ -8,7 +8,8 @@ import java.util.stream.Collectors;
 public enum DecoderBackend {
   SOFTWARE("software", "default", Map.of()),
   NVCUVID(
-      "nvcuvid", "NVCUVID[NVDEC]", Map.of(VideoCodec.H264, 4L, VideoCodec.H265, 4L, VideoCodec.MPEG2, 4L));
+      "nvcuvid", "NVCUVID[NVDEC]", Map.of(VideoCodec.H264, 4L, VideoCodec.H265, 4L, VideoCodec.MPEG2, 4L)),
+  U30("u30", "U30", Map.of(VideoCodec.H264, 5L, VideoCodec.H265, 5L));
 
   private static final long ANY = 0;
 

@@ -19,8 +19,9 @@ public record Device(Kind kind, int number) {
 
   /** A row each: its name, the native side's number and name of its scaler, the decoder and encoders that go with it. */
   public enum Kind {
-    SOFTWARE("software", 1, DecoderBackend.SOFTWARE, EncoderList.SOFTWARE),
-    CUDA("cuda", 100, DecoderBackend.NVCUVID, EncoderList.parse("nvenc+software"));
+    SOFTWARE("software", 1, "default", false, DecoderBackend.SOFTWARE, EncoderList.SOFTWARE),
+    CUDA("cuda", 100, "CUDA", false, DecoderBackend.NVCUVID, EncoderList.parse("nvenc+software")),
+    U30("u30", 500, "XILINX", true, DecoderBackend.U30, EncoderList.parse("u30+software"));
 
     /** As a user names it. */
     public final String label;
@@ -28,21 +29,30 @@ public record Device(Kind kind, int number) {
     /** The native side's number of what scales. */
     public final long scaler;
 
+    /** What the session's log calls what scales. */
+    public final String scalerName;
+
+    /** True where all renditions are made in one pass, and may belong to an earlier picture. */
+    public final boolean onePass;
+
     /** What decodes where nothing else is named. */
     public final DecoderBackend decoder;
 
     /** What encodes where nothing else is named. */
     public final EncoderList encoders;
 
-    Kind(String label, long scaler, DecoderBackend decoder, EncoderList encoders) {
+    Kind(
+        String label, long scaler, String scalerName, boolean onePass, DecoderBackend decoder, EncoderList encoders) {
       this.label = label;
       this.scaler = scaler;
+      this.scalerName = scalerName;
+      this.onePass = onePass;
       this.decoder = decoder;
       this.encoders = encoders;
     }
   }
 
-  /** Reads "cuda" or "cuda:1". */
+  /** Reads "cuda" or "u30:1". */
   public static Device parse(String text) {
     Matcher parts = FORM.matcher(text.toLowerCase(Locale.ROOT));
     if (parts.matches())

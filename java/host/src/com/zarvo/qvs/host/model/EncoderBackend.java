@@ -8,7 +8,8 @@ import java.util.stream.Collectors;
 public enum EncoderBackend {
   SOFTWARE(
       "software", "default", false,
-      Map.of(VideoCodec.H264, 0L, VideoCodec.H265, 0L, VideoCodec.VP8, 0L, VideoCodec.VP9, 0L)),
+      Map.of(
+          VideoCodec.H264, 0L, VideoCodec.H265, 0L, VideoCodec.H263, 0L, VideoCodec.VP8, 0L, VideoCodec.VP9, 0L)),
   X264("x264", "X264", false, Map.of(VideoCodec.H264, 7L)),
   X265("x265", "X265", false, Map.of(VideoCodec.H265, 11L)),
   VAAPI("vaapi", "VAAPI", true, Map.of(VideoCodec.H264, 10L, VideoCodec.H265, 16L, VideoCodec.VP9, 12L)),

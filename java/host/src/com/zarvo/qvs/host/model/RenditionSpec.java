@@ -1,5 +1,7 @@
 package com.zarvo.qvs.host.model;
 
+import java.util.Comparator;
+import java.util.List;
 import java.util.Locale;
 import java.util.Set;
 import java.util.TreeSet;
@@ -38,6 +40,8 @@ public record RenditionSpec(
   private static final Set<String> KEYS =
       new TreeSet<>(Set.of("codec", "fit", "fps", "crop", "pad", "preset", "profile", "level", "bframes", "encoder"));
   private static final Pattern HEAD = Pattern.compile("(\\d{1,6})x(\\d{1,6})(?:@(\\d{1,9}(?:\\.\\d{1,6})?)([kKmM]?))?");
+  private static final List<int[]> H263_SIZES =
+      List.of(new int[] {128, 96}, new int[] {176, 144}, new int[] {352, 288}, new int[] {704, 576}, new int[] {1408, 1152});
   private static final double BITS_A_PIXEL = 0.09;
   private static final double USUAL_FRAME_RATE = 30;
   private static final double MAX_STRETCH = 0.01;
@@ -69,6 +73,7 @@ public record RenditionSpec(
             tuning(spec, codec),
             spec.get("encoder", null) == null ? null : EncoderList.parse(spec.get("encoder", null)));
     parsed.checkPadding();
+    if (codec != null) parsed.checkSize(codec);
     return parsed;
   }
 
@@ -84,6 +89,7 @@ public record RenditionSpec(
   /** The same with everything settled that was left to the job. */
   public RenditionSpec settled(VideoCodec usualCodec, double usualFrameRate, VideoTuning.Preset usualPreset) {
     VideoCodec settled = codec != null ? codec : usualCodec;
+    checkSize(settled);
     return new RenditionSpec(
         width, height, bitRate, settled, fit, frameRate > 0 ? frameRate : usualFrameRate, crop, padding,
         tuning.settled(settled, usualPreset), encoders);
@@ -126,6 +132,20 @@ public record RenditionSpec(
     long[] bars = {across, across, down, down};
     return new RenditionSpec(
         width, height, bitRate, codec, FitMode.STRETCH, frameRate, null, across + down > 0 ? bars : null, tuning, encoders);
+  }
+
+  /** H.263 has codes for five sizes and no other. */
+  private void checkSize(VideoCodec wanted) {
+    if (wanted != VideoCodec.H263 || H263_SIZES.stream().anyMatch(size -> size[0] == width && size[1] == height)) return;
+    List<int[]> nearest =
+        H263_SIZES.stream()
+            .sorted(Comparator.comparingDouble(size -> Math.abs(Math.log((double) size[0] * size[1] / (width * height)))))
+            .limit(2)
+            .toList();
+    throw new IllegalArgumentException(
+        String.format(
+            Locale.ROOT, "H.263 has no size %s, the nearest are %dx%d and %dx%d",
+            sizeText(), nearest.get(0)[0], nearest.get(0)[1], nearest.get(1)[0], nearest.get(1)[1]));
   }
 
   private void checkPadding() {

@@ -9,7 +9,7 @@ public enum VideoCodec {
   VP9("vp9", 8, 9, true),
   SPARK("flv1", 2, 0, false),
   H264("h264", 7, 0, true),
-  H263("h263", 9, 0, false),
+  H263("h263", 9, 0, true),
   MPEG4("mpeg4", 10, 0, false),
   MPEG2("mpeg2video", 11, 0, false),
   H265("hevc", 12, 0, true);
@@ -74,6 +74,6 @@ public enum VideoCodec {
     String lower = text.toLowerCase(Locale.ROOT);
     String known = ALIASES.getOrDefault(lower, lower);
     for (VideoCodec codec : values()) if (codec.encodes && codec.codecName.equals(known)) return codec;
-    throw new IllegalArgumentException("codec '" + text + "' is unknown, take h264, h265, vp8 or vp9");
+    throw new IllegalArgumentException("codec '" + text + "' is unknown, take h264, h265, h263, vp8 or vp9");
   }
 }

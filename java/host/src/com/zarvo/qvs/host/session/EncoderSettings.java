@@ -26,6 +26,9 @@ final class EncoderSettings {
   private static final int H264_ASYNCHRONOUS = 10200;
   private static final int H264_FLUSH = 10201;
   private static final int H264_COLOR_CODE_POINTS = 10202;
+  private static final int H263_KEY_DISTANCE = 60003;
+  // Key pictures come where they are due; each part of a picture is to be coded whole once in so many.
+  private static final int H263_LONGEST = 132;
   private static final int H265_PRESET = 80000;
   private static final int H265_PROFILE = 80002;
   private static final int H265_LEVEL = 80003;
@@ -51,6 +54,8 @@ final class EncoderSettings {
     } else if (spec.codec() == VideoCodec.H265) {
       addH265(keys, spec.tuning(), colors);
       keys.set(PLUGIN_ASYNCHRONOUS, asynchronous ? 1 : 0);
+    } else if (spec.codec() == VideoCodec.H263) {
+      keys.set(H263_KEY_DISTANCE, H263_LONGEST);
     } else {
       keys.set(VPX_CPU_USED, CPU_USED).set(VPX_THREAD_COUNT, 1).set(VPX_ASYNCHRONOUS, asynchronous ? 1 : 0);
       keys.set(VPX_COLOR_SPACE, colors.vp9Space()).set(VPX_COLOR_RANGE, colors.fullRange() ? 1 : 0);

@@ -13,7 +13,6 @@ import java.util.List;
 
 /** Opens one encoder after another in the slot of a rendition; with the first of them, the pool of its pictures. */
 final class EncoderSetup {
-  private static final long FOURCC_YV12 = 0x32315659L;
   private static final long BIT_DEPTH = 8;
   private static final String CREATED = "Create video encoder: ";
   private static final String NOT_LOADED = "Loading shared library FAILED";
@@ -44,13 +43,14 @@ final class EncoderSetup {
    * @return why it cannot be had, null when it stands
    */
   Refusal open(EncoderBackend backend, long bitRate, StreamProfile kept) throws HostException {
+    if (owner.keepsOnDevice() && !owner.device().hosts(backend)) return absent("it cannot read what stays on the card");
     if (!backend.makes(spec.codec())) return absent("it makes no " + spec.codec().codecName);
     owner.fetchLog();
     TranscoderNativeLong number = new TranscoderNativeLong();
     number.value = slotMade ? index : -1;
     long result =
         videoEncoderAdd(
-            owner.handle(), spec.codec().id, spec.codec().version, BIT_DEPTH, FOURCC_YV12,
+            owner.handle(), spec.codec().id, spec.codec().version, BIT_DEPTH, owner.fourcc(),
             backend.implementation(spec.codec()), owner.context(spec.sizeText()), number);
     slotMade |= number.value == index;
     List<SessionLog.Line> said = owner.fetchLog();
@@ -105,7 +105,7 @@ final class EncoderSetup {
         videoEncoderBufferSetsCreate(session, poolFrames) == 0
             && videoEncoderBufferSetAlloc(session, number) == 0
             && videoEncoderBufferAdd(
-                    session, spec.width(), spec.height(), spec.fit().code, FOURCC_YV12, 0, number.value)
+                    session, spec.width(), spec.height(), spec.fit().code, owner.fourcc(), 0, number.value)
                 == 0;
     if (spec.crop() != null) videoEncoderBufferSetCrop(session, index, spec.crop());
     if (spec.padding() != null) videoEncoderBufferSetPadding(session, index, spec.padding());

@@ -68,7 +68,7 @@ final class EncoderSlot {
     this.index = index;
     this.sink = sink;
     this.counters = owner.counters().rungs().get(index);
-    this.list = spec.encoders() != null ? spec.encoders() : policy.encoders();
+    this.list = settings.encoders(spec);
     this.asynchronous = settings.parallel();
     this.replaceable = !list.isSoftwareAlone() || !owner.device().isSoftware();
     this.bitRate = spec.bitRate();

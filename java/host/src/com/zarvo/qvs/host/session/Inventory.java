@@ -91,17 +91,23 @@ public final class Inventory {
 
   /** The transcoder's own document on its accelerators, made by a virtual machine of its own. */
   public String document() throws HostException {
-    return ownDocument().text();
+    return ownDocument(List.of()).text();
   }
 
   /** What the transcoder says of NVIDIA's GPUs, by the same document. */
   public GpuReport gpus() throws HostException {
-    InventoryDocument document = ownDocument();
+    InventoryDocument document = ownDocument(List.of());
     return GpuReport.parse(document.text(), document.withoutGpu());
   }
 
-  private InventoryDocument ownDocument() throws HostException {
-    List<String> command =
+  /** What there is of the accelerator cards that have a resource manager, in words; empty where there are none. */
+  public String cards() throws HostException {
+    return ownDocument(List.of("cards")).text();
+  }
+
+  private InventoryDocument ownDocument(List<String> wanted) throws HostException {
+    List<String> command = new ArrayList<>();
+    command.addAll(
         List.of(
             Path.of(System.getProperty("java.home"), "bin", "java").toString(),
             "-XX:+UseSerialGC",
@@ -110,7 +116,8 @@ public final class Inventory {
             "-D" + NativeLibraries.DIRECTORY_PROPERTY + "=" + folder,
             "-cp",
             System.getProperty("java.class.path"),
-            InventoryDocument.class.getName());
+            InventoryDocument.class.getName()));
+    command.addAll(wanted);
     ChildProcess child = ChildProcess.run(command, deadline.plus(START_TIME));
     InventoryDocument document = InventoryDocument.parse(child.said());
     if (child.code() == 0 && document != null) return document;

@@ -20,7 +20,8 @@ record InventoryDocument(String text, String withoutGpu) {
   // How the transcoder's log says why there is no GPU.
   private static final Pattern WITHOUT_GPU = Pattern.compile("HardwareInspector\\.inspect\\[.*?\\]: (.*NVIDIA.*)");
 
-  public static void main(String[] none) {
+  /** "cards": instead, in words, what there is of the accelerator cards that have a resource manager. */
+  public static void main(String[] wanted) {
     int code = 0;
     String text;
     String withoutGpu = "";
@@ -28,7 +29,7 @@ record InventoryDocument(String text, String withoutGpu) {
       NativeLibraries.loadTranscoder();
       TranscoderNativeString holder = new TranscoderNativeString();
       TranscoderSessionNative.getHardwareInfoJSON(holder);
-      text = holder.value;
+      text = wanted.length == 0 ? holder.value : U30Cards.describe(holder.value);
       withoutGpu = withoutGpuByLog();
     } catch (HostException e) {
       text = e.getMessage();

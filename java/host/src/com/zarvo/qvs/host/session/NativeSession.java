@@ -9,12 +9,16 @@ import java.util.List;
 
 /** The native session under a {@link TranscodeSession}, as its video and audio paths share it. */
 final class NativeSession implements AutoCloseable {
+  private static final long FOURCC_YV12 = 0x32315659L;
+  private static final long FOURCC_HN12 = 0x32314E48L;
+
   private final String name;
   private final SessionOutput output;
   private final SessionLog log;
   private final SessionCounters counters;
   private long handle;
   private Device device;
+  private long fourcc = FOURCC_YV12;
 
   NativeSession(String name, SessionOutput output, SessionCounters counters, Device device) throws HostException {
     this.name = name;
@@ -45,6 +49,26 @@ final class NativeSession implements AutoCloseable {
 
   void leaveDevice() {
     device = Device.SOFTWARE;
+    fourcc = FOURCC_YV12;
+  }
+
+  /** Where pictures lie on their way: from now on in the device's memory, where no encoder but its own reads them. */
+  void keepOnDevice() {
+    fourcc = FOURCC_HN12;
+  }
+
+  /** From now on in the host's memory, wherever they are worked on. */
+  void keepInHost() {
+    fourcc = FOURCC_YV12;
+  }
+
+  boolean keepsOnDevice() {
+    return fourcc == FOURCC_HN12;
+  }
+
+  /** The native side's number of the pictures' format. */
+  long fourcc() {
+    return fourcc;
   }
 
   SessionOutput output() {

@@ -69,6 +69,14 @@ public final class RenditionPath {
     again = slot.owes(time);
     skipped = !again && time <= doneTo;
     if (skipped) return -1;
+    takeAnyTarget();
+    skipped = !again && time != keptTime && !limiter.keep(time);
+    if (!skipped) keptTime = time;
+    return skipped ? -1 : target;
+  }
+
+  /** Takes a free picture for what a scaler has ready next, whichever that is; its number. */
+  long takeAnyTarget() throws HostException, IOException {
     target = videoEncoderBufferAllocate(owner.handle(), index);
     if (target < 0) {
       // All pictures are with the encoder: asking for its packets waits until it has given them back.
@@ -77,9 +85,17 @@ public final class RenditionPath {
     }
     if (target < 0 && slot.stalled()) target = videoEncoderBufferAllocate(owner.handle(), index);
     if (target < 0) throw new HostException("all pictures of rendition " + spec.sizeText() + " are taken");
-    skipped = !again && time != keptTime && !limiter.keep(time);
-    if (!skipped) keptTime = time;
-    return skipped ? -1 : target;
+    return target;
+  }
+
+  /** The target holds the picture of this time, scaled in `ns` with all others. */
+  void scaled(long time, long ns) throws HostException {
+    again = slot.owes(time);
+    skipped = !again && (time <= doneTo || (time != keptTime && !limiter.keep(time)));
+    if (skipped) return;
+    keptTime = time;
+    counters.scaled(ns);
+    holdPreview(time);
   }
 
   void scaleFrom(long decoderFrame, long time) throws HostException {
@@ -88,6 +104,10 @@ public final class RenditionPath {
     long result = videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index);
     counters.scaled(System.nanoTime() - startNs);
     if (result != 0) throw slot.notScaled(time);
+    holdPreview(time);
+  }
+
+  private void holdPreview(long time) throws HostException {
     if (time <= doneTo || !owner.output().wantsFrame(index, time)) return;
     owner.check(videoEncoderBufferAcquire(owner.handle(), index, target), "a picture could not be held");
     previewTarget = target;

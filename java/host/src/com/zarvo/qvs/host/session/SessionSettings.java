@@ -5,6 +5,8 @@ import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.Device;
+import com.zarvo.qvs.host.model.EncoderList;
+import com.zarvo.qvs.host.model.FitMode;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
@@ -14,6 +16,8 @@ import java.util.function.Consumer;
 
 /** What a session is to do: nothing but decode, until renditions are named. */
 public final class SessionSettings {
+  private static final int MAX_ONE_PASS = 8;
+
   private final String name;
   private VideoCodec codec;
   private StreamInfo source;
@@ -103,6 +107,29 @@ public final class SessionSettings {
   /** What decodes; the device's unless told otherwise. */
   public DecoderBackend decoder() {
     return decoder != null ? decoder : device.kind().decoder;
+  }
+
+  /** The encoders that a rendition may have. */
+  EncoderList encoders(RenditionSpec spec) {
+    return spec.encoders() != null ? spec.encoders() : encoderPolicy.encoders();
+  }
+
+  /** True where pictures may stay on the device from decoder to encoder: nobody else looks at them there. */
+  boolean staysOnDevice() {
+    return device.kind().onePass
+        && decoder() == device.kind().decoder
+        && decoder().takes(codec)
+        && previewWidth == 0
+        && renditions.stream().allMatch(spec -> device.hosts(encoders(spec).backends().get(0)));
+  }
+
+  /** Why a device that makes all renditions in one pass cannot make these; null where it can. */
+  String onePassRefusal() {
+    if (!overlays.isEmpty()) return "it draws no overlays";
+    if (deinterlace == Deinterlace.DOUBLE) return "it makes no picture of each field";
+    if (renditions.size() > MAX_ONE_PASS) return "it makes at most " + MAX_ONE_PASS + " renditions";
+    boolean plain = renditions.stream().allMatch(spec -> spec.fit() == FitMode.STRETCH && !spec.needsPlacement());
+    return plain ? null : "it only stretches pictures: fit=stretch";
   }
 
   /** Is told, on the session's thread, where device or decoder are not what was asked for. */

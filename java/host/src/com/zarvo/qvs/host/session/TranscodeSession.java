@@ -19,9 +19,11 @@ import com.zarvo.qvs.transcoder.model.TranscoderNativeParameterValue;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoDecodeFrameInfo;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import java.io.IOException;
+import java.util.ArrayDeque;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Map;
+import java.util.Queue;
 
 /**
  * Drives one native session: coded packets in, coded packets of every rendition out. One thread at a time.
@@ -30,7 +32,6 @@ import java.util.Map;
  * encoder with its own pool, then per picture decode, scale into every rendition, encode, collect, release.
  */
 public final class TranscodeSession implements AutoCloseable {
-  private static final long FOURCC_YV12 = 0x32315659L;
   private static final long BIT_DEPTH = 8;
   private static final int DECODER_FRAMES = 4;
   private static final String SCALER_TROUBLE = "the scaler could not be set up";
@@ -46,6 +47,8 @@ public final class TranscodeSession implements AutoCloseable {
   private static final long STATUS_DAMAGED = 0x10;
   private static final long STATUS_ABORTED = 0x40;
   private static final long STATUS_FLUSHED = 0x80;
+  private static final long SCALED = 2;
+  private static final long SCALED_NOTHING = 4;
   private static final int KEY_DEINTERLACE = 0;
   private static final int KEY_DEINTERLACE_DOUBLE_RATE = 1;
   private static final int KEY_END_OF_STREAM = 100200;
@@ -59,6 +62,7 @@ public final class TranscodeSession implements AutoCloseable {
   private final SessionCounters counters;
   private final List<RenditionPath> paths = new ArrayList<>();
   private final TranscoderNativeLong status = new TranscoderNativeLong();
+  private final TranscoderNativeLong scaled = new TranscoderNativeLong();
   private final TranscoderNativeLong timecode = new TranscoderNativeLong();
   private final TranscoderNativeVideoDecodeFrameInfo frameInfo = new TranscoderNativeVideoDecodeFrameInfo();
   private DecoderBackend decoder;
@@ -67,6 +71,8 @@ public final class TranscodeSession implements AutoCloseable {
   /** Times of pictures that a card's decoder had given before it failed, by their timecodes. */
   private Map<Long, List<Long>> known = Map.of();
   private long decodedTo = Long.MIN_VALUE;
+  /** Times of the pictures that a scaler in one pass has not given back, oldest first. */
+  private final Queue<Long> inScaler = new ArrayDeque<>();
   private AudioPath audio;
   private VideoSource source;
   private TimecodeMap times;
@@ -213,6 +219,8 @@ public final class TranscodeSession implements AutoCloseable {
     for (boolean done = false; !done; ) {
       try {
         if (configured) drainDecoder();
+        while (!inScaler.isEmpty() && scaleAll(-1)) {}
+        if (!inScaler.isEmpty()) throw owner.broken(inScaler.size() + " pictures did not come out of the scaler");
         counters.damaged(damagedFrames());
         collect();
         for (RenditionPath path : paths) path.flush();
@@ -266,9 +274,19 @@ public final class TranscodeSession implements AutoCloseable {
   private void wireVideo() throws HostException {
     source = new VideoSource(settings.codec(), settings.config());
     times = new TimecodeMap(settings.codec().reorders(), settings.source().timeBase(), settings.source().frameRate());
+    if (settings.staysOnDevice()) owner.keepOnDevice();
     wireStages();
-    for (int i = 0; i < settings.renditions().size(); i++)
-      paths.add(new RenditionPath(owner, settings, i, times));
+    try {
+      openPaths();
+    } catch (HostException e) {
+      if (!owner.keepsOnDevice()) throw e;
+      // What the card does not encode is to be read by another: all pictures then come through the host.
+      settings.deviceListener().accept(new DeviceEvent("memory of " + owner.device(), -1, e.getMessage()));
+      owner.keepInHost();
+      resetPipeline(session);
+      wireStages();
+      openPaths();
+    }
     targets = new long[paths.size()];
     check(videoScalerInitialize(session), SCALER_TROUBLE);
     if (decoder != DecoderBackend.SOFTWARE || !owner.device().isSoftware()) history = new CodedHistory();
@@ -276,14 +294,22 @@ public final class TranscodeSession implements AutoCloseable {
     placeOverlays();
   }
 
+  private void openPaths() throws HostException {
+    paths.clear();
+    for (int i = 0; i < settings.renditions().size(); i++)
+      paths.add(new RenditionPath(owner, settings, i, times));
+  }
+
   /** Decoder, scaler and the decoder's pool; in software where the device does not do it. */
   private void wireStages() throws HostException {
     wireDecoder();
-    check(videoScalerCreate(session, FOURCC_YV12, BIT_DEPTH), SCALER_TROUBLE);
+    check(videoScalerCreate(session, owner.fourcc(), BIT_DEPTH), SCALER_TROUBLE);
     String refusal = owner.device().isSoftware() ? null : wirePool(owner.device());
     if (refusal != null) {
       settings.deviceListener().accept(DeviceEvent.failed(owner.device(), -1, refusal));
+      boolean elsewhere = owner.keepsOnDevice();
       owner.leaveDevice();
+      if (elsewhere) wireDecoder();
     }
     if (owner.device().isSoftware()) wirePool(Device.SOFTWARE);
     check(videoDecoderSetFrameSizeLimits(session, MAX_FRAME_SIDE, MAX_FRAME_SIDE, 1, 1), SCALER_TROUBLE);
@@ -292,16 +318,30 @@ public final class TranscodeSession implements AutoCloseable {
   /** Why the device's memory cannot be had, null where it can. */
   private String wirePool(Device device) throws HostException {
     if (!device.isSoftware() && settings.source().orientation().scaleFlags() != 0) return "it does not turn pictures";
+    if (device.kind().onePass && settings.onePassRefusal() != null) return settings.onePassRefusal();
     check(videoScalerSetImplementation(session, device.kind().scaler, device.isSoftware() ? -1 : device.number()), SCALER_TROUBLE);
     check(videoScalerSetFlags(session, scaleFlags()), SCALER_TROUBLE);
     owner.fetchLog();
     check(videoDecoderBuffersCreate(session, DECODER_FRAMES), settings.name() + ": no memory for decoded pictures");
     if (device.isSoftware()) return null;
+    if (device.kind().onePass && !tellsSizes()) return EncoderSetup.reason(owner.fetchLog(), "its scaler takes no such sizes");
     check(videoScalerInitialize(session), SCALER_TROUBLE);
     List<SessionLog.Line> said = owner.fetchLog();
-    if (said.stream().noneMatch(line -> line.text().contains("Initialize video scaler: CUDA")))
+    if (said.stream().noneMatch(line -> line.text().contains("Initialize video scaler: " + device.kind().scalerName)))
       return "the session finds none here";
     return EncoderSetup.reason(said, null);
+  }
+
+  private boolean tellsSizes() {
+    StreamInfo from = settings.source();
+    double rate = from.frameRateOrDefault();
+    if (videoScalerSetSource(session, from.width(), from.height(), rate) != 0) return false;
+    boolean taken = true;
+    for (int i = 0; i < settings.renditions().size(); i++) {
+      RenditionSpec spec = settings.renditions().get(i);
+      taken &= videoScalerAddScaling(session, spec.width(), spec.height(), rate, i, false) == 0;
+    }
+    return taken;
   }
 
   /** Gives a card up and goes on in software: what it held of pictures is decoded and encoded once more. */
@@ -314,6 +354,7 @@ public final class TranscodeSession implements AutoCloseable {
     history = null;
     decoder = DecoderBackend.SOFTWARE;
     owner.leaveDevice();
+    inScaler.clear();
     if (heldDecoderFrame >= 0) videoDecoderBufferRelease(session, heldDecoderFrame);
     heldDecoderFrame = -1;
     if (left.isSoftware()) {
@@ -346,6 +387,7 @@ public final class TranscodeSession implements AutoCloseable {
     if (refusal != null) {
       settings.deviceListener().accept(new DeviceEvent("decoder " + decoder, -1, refusal));
       decoder = DecoderBackend.SOFTWARE;
+      owner.keepInHost();
     }
     if (decoder != DecoderBackend.SOFTWARE) return;
     String why = openDecoder();
@@ -359,7 +401,7 @@ public final class TranscodeSession implements AutoCloseable {
     owner.fetchLog();
     long made =
         videoDecoderCreate(
-            session, 0, codec.id, codec.version, BIT_DEPTH, decoder.implementation(codec), FOURCC_YV12, owner.context(""));
+            session, 0, codec.id, codec.version, BIT_DEPTH, decoder.implementation(codec), owner.fourcc(), owner.context(""));
     boolean isChosen = owner.fetchLog().stream().anyMatch(line -> line.text().endsWith(": " + decoder.logName));
     if (made == 0 && !isChosen) return "the session finds none here";
     boolean set =
@@ -459,6 +501,13 @@ public final class TranscodeSession implements AutoCloseable {
   /** Scales one decoded picture into every rendition that wants it and sends the results to the encoders. */
   private void deliver(long decoderFrame, long time) throws HostException, IOException {
     if (firstTime == Long.MIN_VALUE) firstTime = time;
+    if (owner.device().kind().onePass) {
+      if (time > decodedTo) owner.output().decoded(time, (int) frameInfo.displayWidth, (int) frameInfo.displayHeight);
+      decodedTo = Math.max(decodedTo, time);
+      inScaler.add(time);
+      scaleAll(decoderFrame);
+      return;
+    }
     try {
       for (int i = 0; i < targets.length; i++) targets[i] = paths.get(i).takeTarget(time);
       if (videoDecoderTransferFrameStart(session, decoderFrame, targets) != 0)
@@ -469,6 +518,26 @@ public final class TranscodeSession implements AutoCloseable {
       // The smallest rendition is done first, so it is asked first and gets its next picture while others work.
       for (int i = paths.size() - 1; i >= 0; i--) paths.get(i).encode(time, firstTime);
       for (RenditionPath path : paths) path.showPreview(time);
+    } finally {
+      for (RenditionPath path : paths) path.releaseTarget();
+    }
+  }
+
+  /** Gives a picture to the scaler of all renditions, none for -1; false where nothing came out of it. */
+  private boolean scaleAll(long decoderFrame) throws HostException, IOException {
+    try {
+      for (int i = 0; i < targets.length; i++) targets[i] = paths.get(i).takeAnyTarget();
+      long startNs = System.nanoTime();
+      long result = videoScalerScaleFrame(session, decoderFrame, targets, targets.length, scaled);
+      long ns = (System.nanoTime() - startNs) / Math.max(targets.length, 1);
+      if (decoderFrame >= 0) videoScalerFreeFrame(session, decoderFrame);
+      if (result != 0 || (scaled.value & SCALED_NOTHING) != 0) throw owner.broken("a picture could not be scaled");
+      if ((scaled.value & SCALED) == 0) return false;
+      long time = inScaler.remove();
+      for (RenditionPath path : paths) path.scaled(time, ns);
+      for (int i = paths.size() - 1; i >= 0; i--) paths.get(i).encode(time, firstTime);
+      for (RenditionPath path : paths) path.showPreview(time);
+      return true;
     } finally {
       for (RenditionPath path : paths) path.releaseTarget();
     }

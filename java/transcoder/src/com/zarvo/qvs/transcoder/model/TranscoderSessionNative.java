@@ -181,7 +181,10 @@ public final class TranscoderSessionNative {
   /** Opens the scaler. */
   public static native long videoScalerInitialize(long classPtr);
 
-  /** Scales into all targets at once, at most 8. Status: 1 source consumed, 2 frames made. */
+  /**
+   * Scales into all targets at once, at most 8. Status: 1 source consumed, 2 frames made, of the oldest source that has not
+   * come out yet, 4 source lost. Source -1: none, what is still inside comes out.
+   */
   public static native long videoScalerScaleFrame(
       long classPtr, long decodeIndex, long[] encoderBufferIndexes, long encoderCount,
       TranscoderNativeLong scalerStatus);
