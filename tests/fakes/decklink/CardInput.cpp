@@ -247,16 +247,20 @@ void CardInput::run() {
   using Clock = std::chrono::steady_clock;
   const bool fast = faultScript().is("pace", "fast");
   const auto frames = static_cast<uint64_t>(faultScript().number("frames", INT64_MAX));
-  events = scriptEvents();
-  mode = findMode(codeOf(faultScript().text("mode", "Hp25").c_str()));
-  rgb = muted = unplugged = false;
-  signal = true;
+  if (std::exchange(generation, scriptGeneration.load()) != scriptGeneration) {
+    events = scriptEvents();
+    mode = findMode(codeOf(faultScript().text("mode", "Hp25").c_str()));
+    rgb = muted = unplugged = spliceNow = badNow = false;
+    signal = true;
+    position = 0;
+    burst = 0;
+  }
   number = time = baseTicks = soundAt = 0;
   auto due = Clock::now();
   if ((videoFlags & kDetect) != 0 && enabledMode != codeOf(mode->code)) tellFormat(kModeChanged);
-  for (uint64_t n = 0; !stop && n < frames; ++n, ++number, ++time) {
+  for (; !stop && position < frames; ++position, ++number, ++time) {
     for (const CardEvent& event : events) {
-      if (event.at == n) carryOut(event);
+      if (event.at == position) carryOut(event);
     }
     if (burst > 0) {
       --burst;

@@ -63,6 +63,8 @@ class CardInput final : public Input {
   const CardMode* mode = nullptr;  ///< that comes in
   bool rgb = false, signal = true, muted = false, unplugged = false, spliceNow = false, badNow = false;
   int64_t burst = 0;
+  uint64_t generation = 0;  ///< of the script that `events` is from
+  uint64_t position = 0;    ///< pictures since that script was set
   uint64_t number = 0, time = 0, baseTicks = 0, soundAt = 0;
 };
 

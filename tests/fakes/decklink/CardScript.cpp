@@ -14,6 +14,8 @@ namespace {
 constexpr uint32_t k601 = 2, k709 = 4;
 }
 
+std::atomic<uint64_t> scriptGeneration{1};
+
 uint32_t codeOf(const char* text) {
   uint32_t code = 0;
   for (int i = 0; i < 4 && text[i] != 0; ++i) code = code * 256 + static_cast<unsigned char>(text[i]);

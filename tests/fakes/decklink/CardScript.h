@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -52,6 +53,9 @@ struct CardEvent {
 uint32_t codeOf(const char* text);
 const std::vector<CardMode>& cardModes();
 const CardMode* findMode(uint32_t code);
+
+/// Grows with each script: events happen once in one.
+extern std::atomic<uint64_t> scriptGeneration;
 
 /// The events of the script, in its order.
 std::vector<CardEvent> scriptEvents();

@@ -1,4 +1,5 @@
 // The fake driver library of SDI cards: devices, attributes, settings, discovery, and how tests reach the script.
+#include <deque>
 #include <map>
 #include <utility>
 
@@ -157,9 +158,39 @@ class CardDevice final : public Device {
   CardInput input;
 };
 
+/// Tells a watcher of cards that come and go, on a thread of its own as a driver does.
+class Discoverer {
+ public:
+  static Discoverer& get() {
+    static auto* const made = new Discoverer;
+    return *made;
+  }
+  void watch(DeviceNotificationCallback* callback) {
+    const std::lock_guard hold(lock);
+    watcher = callback;
+    if (callback != nullptr) callback->AddRef();
+  }
+  void tell(bool in) {
+    {
+      const std::lock_guard hold(lock);
+      changes.push_back(in);
+    }
+    changed.notify_one();
+  }
+
+ private:
+  Discoverer() {
+    std::thread([this] { run(); }).detach();
+  }
+  void run();
+
+  std::mutex lock;
+  std::condition_variable changed;
+  std::deque<bool> changes;
+  DeviceNotificationCallback* watcher = nullptr;
+};
+
 std::atomic<bool> plugged{true};
-std::mutex discoveryLock;
-DeviceNotificationCallback* watcher = nullptr;
 
 void plugCard(bool in);
 
@@ -175,15 +206,20 @@ std::vector<CardDevice*>& devices() {
 
 void plugCard(bool in) {
   plugged = in;
-  DeviceNotificationCallback* to;
-  {
-    const std::lock_guard hold(discoveryLock);
-    to = watcher;
-    if (to != nullptr) to->AddRef();
+  Discoverer::get().tell(in);
+}
+
+void Discoverer::run() {
+  for (;;) {
+    std::unique_lock hold(lock);
+    changed.wait(hold, [this] { return !changes.empty(); });
+    const bool in = changes.front();
+    changes.pop_front();
+    DeviceNotificationCallback* const to = watcher;
+    hold.unlock();
+    if (to == nullptr) continue;
+    in ? to->DeckLinkDeviceArrived(devices()[0]) : to->DeckLinkDeviceRemoved(devices()[0]);
   }
-  if (to == nullptr) return;
-  in ? to->DeckLinkDeviceArrived(devices()[0]) : to->DeckLinkDeviceRemoved(devices()[0]);
-  to->Release();
 }
 
 class CardIterator final : public CardObject<Iterator> {
@@ -207,18 +243,11 @@ class CardDiscovery final : public CardObject<Discovery> {
   CardDiscovery() : CardObject("discovery") {}
   Status InstallDeviceNotifications(DeviceNotificationCallback* callback) override {
     QVS_CARD_CALL("InstallDeviceNotifications");
-    callback->AddRef();
-    const std::lock_guard hold(discoveryLock);
-    watcher = callback;
+    Discoverer::get().watch(callback);
     return 0;
   }
   Status UninstallDeviceNotifications() override {
-    DeviceNotificationCallback* before;
-    {
-      const std::lock_guard hold(discoveryLock);
-      before = std::exchange(watcher, nullptr);
-    }
-    if (before != nullptr) before->Release();
+    Discoverer::get().watch(nullptr);
     return 0;
   }
 };
@@ -273,6 +302,7 @@ QVS_CARD_EXPORT card::Discovery* CreateDeckLinkDiscoveryInstance_0003() {
 // For tests, which find these by name.
 QVS_CARD_EXPORT void qvsFakeCardScript(const char* text) {
   faultScript().set(text);
+  ++card::scriptGeneration;
   card::plugged = true;
 }
 QVS_CARD_EXPORT uint64_t qvsFakeCardCalls() {
