@@ -314,3 +314,8 @@ QVS_CARD_EXPORT int64_t qvsFakeCardLive() {
 QVS_CARD_EXPORT uint64_t qvsFakeCardSent() {
   return card::CardInput::sent;
 }
+QVS_CARD_EXPORT const char* qvsFakeCardFaulty() {
+  static std::string name;
+  name = faultScript().faulty();
+  return name.c_str();
+}
