@@ -175,8 +175,13 @@ TEST(DeckLinkDevice, FollowsChangesOfFormatAndColorSpace) {
   // Told PAL, the card sees 720p50 at once; then PAL, then RGB.
   CardRun run("pace=fast;frames=40;mode=hp50;events=mode:pal @10,rgb@20");
   ASSERT_EQ(run.start("PAL", {.autoDetectInputSource = 1}), 0u);
-  const auto pictures = run.pictures(38);
-  ASSERT_GE(pictures.size(), 38u);
+  // What waits when the format changes is let go of.
+  std::vector<CardRun::FramePtr> pictures;
+  EXPECT_TRUE(within20s([&] {
+    for (auto& frame : run.pictures(1)) pictures.push_back(std::move(frame));
+    return numberOf(*pictures.back()->getVideoFrameBuffer()) == 39;
+  }));
+  EXPECT_GE(pictures.size(), 25u);
   uint64_t last = 0;
   for (const auto& frame : pictures) {
     VideoFrameBuffer& picture = *frame->getVideoFrameBuffer();
@@ -185,7 +190,7 @@ TEST(DeckLinkDevice, FollowsChangesOfFormatAndColorSpace) {
     EXPECT_GT(picture.getTimecode(), last);
     last = picture.getTimecode();
     EXPECT_EQ(picture.getWidth(), number < 10 ? 1280u : 720u);
-    EXPECT_NEAR(colorAt(picture, 200, 200).v, 175, 2);
+    EXPECT_NEAR(colorAt(picture, number < 10 ? 200 : 60, 200).v, 175, 2);  // beside the bar
   }
   within20s([&] { return run.device->getCaptureSessionInfo().videoFrameCountTotal >= pictures.size(); });
   const CaptureSessionInfoData info = run.device->getCaptureSessionInfo();
@@ -399,8 +404,8 @@ TEST(DeckLinkDevice, SettingsGoToTheCardByTheirKeys) {
       EXPECT_EQ(real, settable ? 2.5 : 1.5);
     }
   }
-  EXPECT_EQ(longs, 68);
-  EXPECT_EQ(doubles, 33);
+  EXPECT_EQ(longs, 73);
+  EXPECT_EQ(doubles, 32);
   EXPECT_EQ(device.setParameterValueString(session, 130079, "studio"), 0u);
   std::string label;
   device.getParameterValueString(session, 130079, &label);

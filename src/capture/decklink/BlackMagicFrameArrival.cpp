@@ -59,7 +59,8 @@ void BlackMagicNotificationCallback::followSignal(Arrival& arrival) {
   }
   arrival.hasSignal = !hasNoInput(*frame);
   tellSignal(arrival);
-  arrival.firstGood = arrival.hasSignal && !std::exchange(hadSignal, arrival.hasSignal);
+  const bool before = std::exchange(hadSignal, arrival.hasSignal);
+  arrival.firstGood = arrival.hasSignal && !before;
   if (arrival.hasSignal) {
     emptyFrameCount = 0;
     if (captureFileSource.isRunning()) leaveFileSource(arrival);
