@@ -2,6 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
+#include "capture/CaptureDeviceTransferVideoFrameBase.h"
 #include "capture/decklink/BlackMagicClock.h"
 #include "capture/decklink/VancScanner.h"
 #include "capture/decklink/VideoInputFrameArrivedRunner.h"
@@ -77,6 +80,21 @@ TEST(BlackMagicClock, SetsPictureAndSoundOnceOntoTheWallClockAndNeverBack) {
   clock.setLastVideo(wall + 4000);
   EXPECT_EQ(rate.millisecondsOf(clock.videoIndex(104, rate, wall - 1000, Anchor::kYes)), wall + 4040);
   EXPECT_EQ(clock.audioSample(0, 48000, wall - 1000, Anchor::kYes), static_cast<int64_t>((wall + 4040) * 48));
+}
+
+TEST(CaptureDeviceTransferVideoFrameBase, LeavesTheFirstFieldAndNoCombOfTheSecond) {
+  constexpr uint32_t kWidth = 32, kHeight = 32, kStride = kWidth * 4;
+  CaptureDeviceTransferVideoFrameBase transfer;
+  std::vector<uint8_t> woven(kStride * kHeight), whole(kStride * kHeight);
+  for (int picture = 0; picture < 3; ++picture) {
+    for (uint32_t y = 0; y < kHeight; ++y) {
+      std::fill_n(woven.begin() + y * kStride, kStride,
+                  static_cast<uint8_t>(y % 2 == 0 ? 100 : 180 + 30 * picture));
+    }
+    ASSERT_EQ(transfer.deinterlaceFrameMC(woven.data(), whole.data(), kWidth, kHeight, kStride), 0u);
+  }
+  for (uint32_t y = 4; y < kHeight - 4; ++y) EXPECT_NEAR(whole[y * kStride + 41], 100, 8) << y;
+  EXPECT_NE(transfer.deinterlaceFrameMC(nullptr, whole.data(), kWidth, kHeight, kStride), 0u);
 }
 
 }  // namespace

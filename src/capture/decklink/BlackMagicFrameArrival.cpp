@@ -8,7 +8,6 @@
 #include "capture/CaptureUtils.h"
 #include "capture/decklink/BlackMagicInputs.h"
 #include "capture/decklink/BlackMagicNotificationCallback.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "log/ILogger.h"
 
 namespace qvs {

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "capture/CaptureUtils.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "log/LogGlobalLogger.h"
 
 namespace qvs {
