@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.job;
 
+import com.zarvo.qvs.host.bitstream.SpliceReader;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.Rational;
 import com.zarvo.qvs.host.session.CaptureDevice;
@@ -15,6 +16,8 @@ import java.util.stream.Collectors;
 public final class CaptureStage implements AutoCloseable {
   private static final long FIRST_PICTURE_MS = 3000;
   private static final long LOOK_MS = 10;
+  private static final int CAPTION_DID = 0x61;
+  private static final int CAPTION_SID = 0x01;
 
   private final CaptureDirectory directory;
   private final CaptureDevice device;
@@ -82,6 +85,8 @@ public final class CaptureStage implements AutoCloseable {
 
   /** Starts the device, and waits a little for its first picture. */
   public void start() throws HostException {
+    device.wantAncillaryData(CAPTION_DID, CAPTION_SID);
+    device.wantAncillaryData(SpliceReader.DID, SpliceReader.SID);
     started = !device.start();
     for (long waited = 0; device.figures().videoFrameCountTotal == 0 && waited < FIRST_PICTURE_MS; waited += LOOK_MS)
       pause(LOOK_MS);

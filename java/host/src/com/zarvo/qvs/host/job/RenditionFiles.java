@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.job;
 
+import com.zarvo.qvs.host.bitstream.SpliceCue;
 import com.zarvo.qvs.host.media.HlsWriter;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaKind;
@@ -214,6 +215,12 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   @Override
   public void encoderReplaced(int rendition, EncoderEvent event) {
     writers.get(rendition).changeParameterSets(event.change());
+  }
+
+  @Override
+  public void cue(SpliceCue cue, long time) {
+    double seconds = source.timeBase().toSeconds(clock.place(time, source.timeBase()));
+    for (int i = 0; i < renditions.size(); i++) writers.get(i).cue(cue, seconds);
   }
 
   @Override

@@ -79,7 +79,7 @@ public final class CaptureDevice {
   }
 
   /** Before {@link #start}: packets of this kind come with the pictures, beside those asked for before. */
-  void wantAncillaryData(int did, int sid) {
+  public void wantAncillaryData(int did, int sid) {
     TranscoderCaptureDeviceAncillaryDataFilter filter = new TranscoderCaptureDeviceAncillaryDataFilter();
     filter.filterType = FILTER_LISTED;
     filter.did = did;

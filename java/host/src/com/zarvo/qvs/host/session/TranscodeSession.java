@@ -2,6 +2,7 @@ package com.zarvo.qvs.host.session;
 
 import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
 
+import com.zarvo.qvs.host.bitstream.SpliceCue;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.PacketLookahead;
@@ -60,6 +61,7 @@ public final class TranscodeSession implements AutoCloseable {
   private final TranscoderNativeVideoDecodeFrameInfo frameInfo = new TranscoderNativeVideoDecodeFrameInfo();
   private AudioPath audio;
   private CaptureInput captured;
+  private final CaptureCues cues = new CaptureCues();
   private CaptureSound sound;
   private VideoSource source;
   private TimecodeMap times;
@@ -205,13 +207,25 @@ public final class TranscodeSession implements AutoCloseable {
     long index = heldDecoderFrame;
     try {
       long time = captured.place(timecode.value, status.value, frameInfo);
-      if (time != CaptureInput.NOT_SHOWN) deliver(index, times.carry(time), captured.takeKeyDue());
+      if (time != CaptureInput.NOT_SHOWN) deliver(index, times.carry(time), passCues(time) | captured.takeKeyDue());
     } finally {
       heldDecoderFrame = -1;
       videoDecoderBufferRelease(session, index);
     }
     counters.decoded(decodeNs);
     countPicture();
+  }
+
+  /** True where a cue is due at the picture, which then is to be a key picture. */
+  private boolean passCues(long time) throws HostException, IOException {
+    cues.accept(frameInfo.ancillaryData, time);
+    boolean due = false;
+    for (SpliceCue cue = cues.take(time); cue != null; cue = cues.take(time)) {
+      due = true;
+      settings.capture().listener().accept(new CaptureEvent(CaptureEvent.Kind.CUE, time, cue.toString()));
+      owner.output().cue(cue, time);
+    }
+    return due;
   }
 
   /** Time of the last picture that was captured. */
