@@ -119,7 +119,7 @@ public final class CaptureMaker {
     String matrix = Colors.usual(height).matrix() == 1 ? "bt709" : "bt601";
     String filter =
         String.format(
-            "scale=%d:%d:out_color_matrix=%s:out_range=tv,setsar=1,format=yuv420p,shuffleplanes=0:2:1", width, height,
+            "scale=%d:%d:out_color_matrix=%s:out_range=tv,setsar=1,format=yuv420p,swapuv", width, height,
             matrix);
     command.addAll(List.of("-map", "0:v:0", "-vf", filter, "-fps_mode", "cfr", "-r", rate.num() + "/" + rate.den()));
     addEnd(command, "rawvideo", VIDEO);
