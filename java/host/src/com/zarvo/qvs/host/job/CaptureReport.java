@@ -43,6 +43,7 @@ public final class CaptureReport {
       map.put("droppedPictures", figures.droppedPictures());
       map.put("withheldPictures", figures.withheldPictures());
       map.put("slatePictures", figures.slatePictures());
+      map.put("worstClockOffsetSeconds", figures.worstClockOffsetMs() / 1000.0);
       map.put("silentSeconds", figures.silentSeconds());
     }
     map.put("events", events.stream().map(CaptureEvent::toMap).toList());

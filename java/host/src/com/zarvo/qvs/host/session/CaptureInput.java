@@ -54,6 +54,7 @@ final class CaptureInput {
   private long dropped;
   private long withheld;
   private long slatePictures;
+  private long worstOffsetMs;
 
   CaptureInput(NativeSession owner, CaptureSettings settings, double frameRate) {
     this.owner = owner;
@@ -146,6 +147,11 @@ final class CaptureInput {
     return slatePictures;
   }
 
+  /** By which a picture of the device was off the wall clock when it was taken. */
+  long worstOffsetMs() {
+    return worstOffsetMs;
+  }
+
   private long stamp(long deviceMs) {
     long nowNs = lastNs;
     boolean jumped = deviceMs <= lastDeviceMs || deviceMs - lastDeviceMs > JUMP_MS;
@@ -154,6 +160,7 @@ final class CaptureInput {
     if (anew || jumped) settleBase(deviceMs, Math.max(nextMs(), (nowNs - startNs) / 1_000_000));
     anew = false;
     long time = deviceMs - (onSlate ? slateBase : deviceBase);
+    if (!onSlate) worstOffsetMs = Math.max(worstOffsetMs, Math.abs((nowNs - startNs) / 1_000_000 - time));
     return lastMs = Math.max(time, lastMs + 1);
   }
 
