@@ -247,6 +247,7 @@ class TranscoderSession : public TranscoderSessionBase {
   bool gatherScalerTargets(const VideoFrameBuffer& source, std::span<const uint32_t> encoderBufferIndexes);
   /// Null, and told, where there is no such frame.
   VideoFrameBuffer* targetFrame(const char* label, uint32_t setIndex, uint32_t bufferIndex);
+  uint32_t carryCaptions(uint32_t indexEncoder, bool wanted);
   bool isVideoEncoderSlot(int32_t indexEncoder) const;
   void clearVideoEncoderSlot(int32_t indexEncoder);
   int32_t storeVideoEncoder(std::unique_ptr<IVideoEncoder> encoder, int32_t indexEncoder);

@@ -28,6 +28,7 @@ public final class RenditionPath {
   private long target = -1;
   private long previewTarget = -1;
   private boolean skipped;
+  private boolean keyIsDue;
   private long keys;
   private long added;
 
@@ -85,8 +86,9 @@ public final class RenditionPath {
     previewTarget = target;
   }
 
-  /** Hands the scaled picture over. */
-  void encode(long time, long firstTime) throws HostException, IOException {
+  /** Hands the scaled picture over; `key` asks for a key picture beside those that are due. */
+  void encode(long time, long firstTime, boolean key) throws HostException, IOException {
+    keyIsDue |= key;
     if (skipped) {
       videoEncoderSkipFrame(owner.handle(), index, target, index, FRAME_INTER, time);
       counters.leftOut();
@@ -97,7 +99,8 @@ public final class RenditionPath {
     if (settings.parallel()) collect();
     // Counted from the first picture of all, so that every rendition has its key pictures at the same times.
     long due = (long) Math.floor((time - firstTime + 0.5) / (settings.keyFrameSeconds() * 1000)) + 1;
-    slot.add(target, time, due > keys);
+    slot.add(target, time, keyIsDue || due > keys);
+    keyIsDue = false;
     added++;
     keys = due;
     if (!settings.parallel()) collect();

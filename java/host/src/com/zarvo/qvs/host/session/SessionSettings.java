@@ -23,6 +23,7 @@ public final class SessionSettings {
   private AudioSettings audio;
   private EncoderPolicy encoderPolicy = EncoderPolicy.SOFTWARE;
   private int previewWidth;
+  private CaptureSettings capture;
 
   private SessionSettings(String name) {
     this.name = name;
@@ -84,6 +85,11 @@ public final class SessionSettings {
     return encoderPolicy;
   }
 
+  /** The device that pictures and sound come from; null where packets are pushed. */
+  public CaptureSettings capture() {
+    return capture;
+  }
+
   /** Width in pixels of the pictures that SessionOutput is given. */
   public int previewWidth() {
     return previewWidth;
@@ -107,6 +113,13 @@ public final class SessionSettings {
       made.codec = codec;
       made.source = source;
       made.config = config;
+      return this;
+    }
+
+    /** Pictures of a device; `source` tells their form. */
+    public Builder capture(CaptureSettings capture, StreamInfo source) {
+      made.capture = capture;
+      made.source = source;
       return this;
     }
 

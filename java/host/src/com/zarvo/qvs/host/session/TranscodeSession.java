@@ -2,6 +2,7 @@ package com.zarvo.qvs.host.session;
 
 import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
 
+import com.zarvo.qvs.host.bitstream.SpliceCue;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.PacketLookahead;
@@ -59,6 +60,9 @@ public final class TranscodeSession implements AutoCloseable {
   private final TranscoderNativeLong timecode = new TranscoderNativeLong();
   private final TranscoderNativeVideoDecodeFrameInfo frameInfo = new TranscoderNativeVideoDecodeFrameInfo();
   private AudioPath audio;
+  private CaptureInput captured;
+  private final CaptureCues cues = new CaptureCues();
+  private CaptureSound sound;
   private VideoSource source;
   private TimecodeMap times;
   private boolean configured;
@@ -83,8 +87,10 @@ public final class TranscodeSession implements AutoCloseable {
     session = owner.handle();
     boolean ready = false;
     try {
-      if (settings.codec() != null) wireVideo();
+      if (settings.codec() != null || settings.capture() != null) wireVideo();
       if (settings.audio() != null) audio = openAudio(feed);
+      if (audio != null && captured != null)
+        sound = new CaptureSound(name(), settings.capture(), settings.audio().source(), output, counters);
       ready = true;
     } finally {
       if (!ready) close();
@@ -183,6 +189,58 @@ public final class TranscodeSession implements AutoCloseable {
     counters.damaged(damagedFrames());
   }
 
+  /**
+   * Takes what the capture device has: a picture, if one waits, and all sound up to it.
+   *
+   * @return false where no picture waited
+   */
+  public boolean capture() throws HostException, IOException {
+    decodeNs = 0;
+    boolean came = step();
+    if (came) deliverCaptured();
+    else captured.nothingCame();
+    if (sound != null) sound.poll(captured, audio);
+    return came;
+  }
+
+  private void deliverCaptured() throws HostException, IOException {
+    long index = heldDecoderFrame;
+    try {
+      long time = captured.place(timecode.value, status.value, frameInfo);
+      if (time != CaptureInput.NOT_SHOWN) deliver(index, times.carry(time), passCues(time) | captured.takeKeyDue());
+    } finally {
+      heldDecoderFrame = -1;
+      videoDecoderBufferRelease(session, index);
+    }
+    counters.decoded(decodeNs);
+    countPicture();
+  }
+
+  /** True where a cue is due at the picture, which then is to be a key picture. */
+  private boolean passCues(long time) throws HostException, IOException {
+    cues.accept(frameInfo.ancillaryData, time);
+    boolean due = false;
+    for (SpliceCue cue = cues.take(time); cue != null; cue = cues.take(time)) {
+      due = true;
+      settings.capture().listener().accept(new CaptureEvent(CaptureEvent.Kind.CUE, time, cue.toString()));
+      owner.output().cue(cue, time);
+    }
+    return due;
+  }
+
+  /** Time of the last picture that was captured. */
+  public long captureReachedMs() {
+    return Math.max(0, captured.lastMs());
+  }
+
+  /** What a capture came to so far; null for a session of packets. */
+  public CaptureFigures captureFigures() {
+    if (captured == null) return null;
+    double seconds = sound == null ? 0 : (double) sound.silentSamples() / settings.audio().source().sampleRate();
+    return new CaptureFigures(
+        captured.dropped(), captured.withheld(), captured.slatePictures(), captured.worstOffsetMs(), seconds);
+  }
+
   /** Ends the stream: hands out all that the decoder and the encoders still hold. */
   public void drain() throws HostException, IOException {
     if (configured) drainDecoder();
@@ -221,6 +279,7 @@ public final class TranscodeSession implements AutoCloseable {
     if (heldDecoderFrame >= 0) videoDecoderBufferRelease(session, heldDecoderFrame);
     heldDecoderFrame = -1;
     if (audio != null) audio.close();
+    if (sound != null) sound.close();
     owner.close();
     session = 0;
     counters.ended();
@@ -238,7 +297,7 @@ public final class TranscodeSession implements AutoCloseable {
       paths.add(new RenditionPath(owner, settings, i, times));
     targets = new long[paths.size()];
     check(videoScalerInitialize(session), scaler);
-    if (source.config() != null) configure();
+    if (source != null && source.config() != null) configure();
     placeOverlays();
   }
 
@@ -251,6 +310,12 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   private void wireDecoder() throws HostException {
+    if (settings.capture() != null) {
+      times = new TimecodeMap();
+      captured = new CaptureInput(owner, settings.capture(), settings.source().frameRateOrDefault());
+      captured.wire(BIT_DEPTH, FOURCC_YV12);
+      return;
+    }
     VideoCodec codec = settings.codec();
     String what = settings.name() + ": no decoder for " + codec.codecName;
     check(videoDecoderCreate(session, 0, codec.id, codec.version, BIT_DEPTH, 0, FOURCC_YV12, owner.context("")), what);
@@ -286,8 +351,8 @@ public final class TranscodeSession implements AutoCloseable {
     }
   }
 
-  /** One step of the decoder; true when it gave a picture. */
-  private boolean decodeStep() throws HostException, IOException {
+  /** One step of the decoder; true when it left a picture in the frame that is held. */
+  private boolean step() throws HostException, IOException {
     if (heldDecoderFrame < 0) heldDecoderFrame = allocateDecoderFrame();
     frameInfo.timcodeInfo.clear();
     frameInfo.ancillaryData.clear();
@@ -295,25 +360,33 @@ public final class TranscodeSession implements AutoCloseable {
     long result = videoDecoderDecode(session, heldDecoderFrame, status, timecode, frameInfo);
     decodeNs += System.nanoTime() - startNs;
     if (result != 0)
-      throw owner.failure(settings.name() + ": its " + settings.codec().codecName + " pictures could not be decoded");
+      throw owner.failure(settings.name() + ": its " + settings.source().codecName() + " pictures could not be decoded");
     if ((status.value & STATUS_DAMAGED) != 0) concealed++;
-    boolean frame = (status.value & STATUS_FRAME) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
-    if (!frame) return false;
+    return (status.value & STATUS_FRAME) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
+  }
+
+  /** The same all the way into the encoders. */
+  private boolean decodeStep() throws HostException, IOException {
+    if (!step()) return false;
     long index = heldDecoderFrame;
     try {
       boolean hidden = times.isHidden(timecode.value);
       long time = times.delivered(timecode.value);
-      if (!hidden) deliver(index, time);
+      if (!hidden) deliver(index, time, false);
       if (!hidden && doublesRate()) deliverSecond(index);
     } finally {
       heldDecoderFrame = -1;
       videoDecoderBufferRelease(session, index);
     }
+    countPicture();
+    return true;
+  }
+
+  private void countPicture() {
     counters.pictures(++frames);
-    if (frames % LOG_FETCH_INTERVAL_FRAMES != 0) return true;
+    if (frames % LOG_FETCH_INTERVAL_FRAMES != 0) return;
     owner.fetchLog();
     counters.summarize();
-    return true;
   }
 
   private boolean doublesRate() {
@@ -323,7 +396,7 @@ public final class TranscodeSession implements AutoCloseable {
   private void deliverSecond(long index) throws HostException, IOException {
     check(videoDecoderGetFrame(session, index, timecode), "the second field could not be fetched");
     double rate = frameInfo.frameRate > 0 ? frameInfo.frameRate : settings.source().frameRateOrDefault();
-    deliver(index, times.deliveredAfter(0.5 / rate));
+    deliver(index, times.deliveredAfter(0.5 / rate), false);
     frames++;
   }
 
@@ -337,7 +410,7 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   /** Scales one decoded picture into every rendition that wants it and sends the results to the encoders. */
-  private void deliver(long decoderFrame, long time) throws HostException, IOException {
+  private void deliver(long decoderFrame, long time, boolean key) throws HostException, IOException {
     if (firstTime == Long.MIN_VALUE) firstTime = time;
     try {
       for (int i = 0; i < targets.length; i++) targets[i] = paths.get(i).takeTarget(time);
@@ -345,7 +418,7 @@ public final class TranscodeSession implements AutoCloseable {
       owner.output().decoded(time, (int) frameInfo.displayWidth, (int) frameInfo.displayHeight);
       for (RenditionPath path : paths) path.scaleFrom(decoderFrame, time);
       // The smallest rendition is done first, so it is asked first and gets its next picture while others work.
-      for (int i = paths.size() - 1; i >= 0; i--) paths.get(i).encode(time, firstTime);
+      for (int i = paths.size() - 1; i >= 0; i--) paths.get(i).encode(time, firstTime, key);
       for (RenditionPath path : paths) path.showPreview(time);
     } finally {
       for (RenditionPath path : paths) path.releaseTarget();
