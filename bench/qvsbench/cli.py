@@ -2,7 +2,7 @@
 import argparse
 import os
 
-from qvsbench import audio, boundary, card, cuda, ladder, plugins, programs, quality, replacement, watch
+from qvsbench import audio, boundary, capture, card, cuda, ladder, plugins, programs, quality, replacement, watch
 from qvsbench.report import Report
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -12,13 +12,14 @@ def main(description):
     parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("part", nargs="?", default="all",
                         choices=["all", "ladder", "quality", "picture", "plugins", "boundary", "audio", "replacement",
-                                 "watch", "cuda", "card"])
+                                 "watch", "cuda", "card", "capture"])
     parser.add_argument("--json", metavar="FILE", help="write the figures there too")
     parser.add_argument("--build", default=os.path.join(ROOT, "build/release"), help="build folder to measure")
     parser.add_argument("--pairs", type=int, default=7, help="alternating runs of each program (default 7)")
     parser.add_argument("--frames", type=int, default=300, help="frames of the ladder's source (default 300)")
     parser.add_argument("--codec", default="all", choices=["all", *ladder.CODECS], help="the ladder's (default all)")
     parser.add_argument("--replacements", type=int, default=200, help="encoders that fail (default 200)")
+    parser.add_argument("--seconds", type=int, default=600, help="that a device plays into a ladder (default 600)")
     options = parser.parse_args()
 
     report = Report()
@@ -44,6 +45,8 @@ def main(description):
         cuda.measure(report, bin_folder, options.build)
     if options.part in ("all", "card"):
         card.measure(report, bin_folder, options.pairs)
+    if options.part in ("all", "capture"):
+        capture.measure(report, bin_folder, options.build, work, options.pairs, options.frames, options.seconds)
     report.print()
     if options.json:
         report.write_json(options.json)

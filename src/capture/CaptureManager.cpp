@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "capture/CaptureDeviceFile.h"
+#include "capture/decklink/CaptureDeviceBlackMagic.h"
 
 namespace qvs {
 
@@ -30,7 +31,7 @@ const char* CaptureManager::getPath(uint32_t index) const {
 
 uint32_t CaptureManager::inspectHardware() {
   CaptureDeviceFile::inspectHardware(*this);
-  // Cards come here: file devices keep the lowest ids.
+  CaptureDeviceBlackMagic::inspectHardware(*this);  // behind the file devices, which keep the lowest ids
   return kSuccess;
 }
 

@@ -25,6 +25,8 @@ struct CaptureUtilsFrameTranslationInfo {
   uint32_t rotation = 0;  ///< quarter turns
   double rotationRadians = 0;
   uint8_t scaleImage = 0, cropImage = 0, scaleImageStretch = 0;
+
+  bool operator==(const CaptureUtilsFrameTranslationInfo&) const = default;
 };
 
 class CaptureUtils {

@@ -22,6 +22,11 @@ uint32_t VideoDecoderCapture::setCaptureDevice(int32_t deviceId) {
   return VideoDecoderBase::setCaptureDevice(deviceId);
 }
 
+uint32_t VideoDecoderCapture::setParameterValue(uint32_t key, int64_t value) {
+  if (key == kKeyTellSignal) tellSignal = value != 0;
+  return kSuccess;
+}
+
 uint32_t VideoDecoderCapture::close() {
   sink.close();
   lastFrameId = 0;
@@ -34,6 +39,7 @@ uint32_t VideoDecoderCapture::decode(uint32_t* flags) {
   if (frame == nullptr) return kSuccess;
   *flags = kPictureTaken;
   const VideoFrameBuffer& picture = *frame->getVideoFrameBuffer();
+  if (tellSignal && (picture.getFlags() & kFrameFlagNoSignal) != 0) *flags |= kPictureWithoutSignal;
   frameWidth = displayWidth = picture.getWidth();
   frameHeight = displayHeight = picture.getHeight();
   // The picture's own rate: the device may have changed its mode since.

@@ -13,6 +13,7 @@ enum FrameType : uint32_t {
 };
 
 /// Bits of a frame's flags.
+inline constexpr uint64_t kFrameFlagNoSignal = 1;  ///< of a capture: the device had no signal
 inline constexpr uint64_t kFrameFlagInterlaced = 2;
 inline constexpr uint64_t kFrameFlagBottomFieldFirst = 4;
 

@@ -253,6 +253,7 @@ class TranscoderSession : public TranscoderSessionBase {
   VideoFrameBuffer* targetFrame(const char* label, uint32_t setIndex, uint32_t bufferIndex);
   void dropVideoScaler();
   void createVideoScaler(int32_t gpuid);
+  uint32_t carryCaptions(uint32_t indexEncoder, bool wanted);
   bool isVideoEncoderSlot(int32_t indexEncoder) const;
   void clearVideoEncoderSlot(int32_t indexEncoder);
   int32_t storeVideoEncoder(std::unique_ptr<IVideoEncoder> encoder, int32_t indexEncoder);

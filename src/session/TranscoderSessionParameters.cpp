@@ -85,8 +85,22 @@ uint32_t TranscoderSession::videoDecoderGetParameterValueDoubleArray(uint32_t in
 
 uint32_t TranscoderSession::videoEncoderSetParameterValueLong(uint32_t indexEncoder, uint32_t index,
                                                               int64_t value) {
+  const IVideoEncoder* const encoder = getVideoEncoder(indexEncoder);
+  if (index == kKeyCarryCaptions && encoder != nullptr) return carryCaptions(indexEncoder, value != 0);
   return setParameter(*this, "TranscoderSession::videoEncoderSetParameterValueLong",
                       videoEncoderRef(indexEncoder), index, value);
+}
+
+uint32_t TranscoderSession::carryCaptions(uint32_t indexEncoder, bool wanted) {
+  if (wanted && !CaptionFormat::fits(getVideoEncoder(indexEncoder)->getCodec())) {
+    return fail("TranscoderSession::videoEncoderSetParameterValueLong",
+                {.reason = "Pictures of this encoder's codec carry no captions",
+                 .context = kLogContextVideoEncoder,
+                 .index = static_cast<int>(indexEncoder),
+                 .number = kKeyCarryCaptions});
+  }
+  videoEncoders[indexEncoder].captions.setActive(wanted);
+  return kSuccess;
 }
 
 uint32_t TranscoderSession::videoEncoderSetParameterValueLongArray(uint32_t indexEncoder, uint32_t index,

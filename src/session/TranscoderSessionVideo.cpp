@@ -36,6 +36,12 @@ Failure notTransferred(bool scaled, uint32_t encoderIndex) {
       .index = static_cast<int>(encoderIndex)};
 }
 
+Failure captionsLost(uint32_t indexEncoder) {
+  return {.reason = "A coded picture could not take its captions",
+          .context = kLogContextVideoEncoder,
+          .index = static_cast<int>(indexEncoder)};
+}
+
 Failure tooManyTargets(size_t count) {
   return {.reason = "More targets than there are buffer sets",
           .context = kLogContextVideoScaler,
@@ -233,6 +239,9 @@ uint32_t TranscoderSession::videoDecoderTransferFrameStart(uint32_t decoderBuffe
     }
     decoderFrameSizeReportOutOfRange = 1;
     frame->transferLocationFromDecode();
+    for (VideoEncoderWrapper& encoder : videoEncoders) {
+      if (encoder.captions.isActive()) encoder.captions.take(*frame);
+    }
     TranscoderSessionNotifyManager& listeners = *TranscoderSessionNotifyManager::getInstance();
     listeners.notifyVideoFrameDecodeListenersBeforeOverlay(getSessionId(), videoDecoder.get(), frame);
     VideoOverlayFrames& overlays = videoDecoderBuffers.getOverlayFrames();
@@ -419,7 +428,10 @@ uint32_t TranscoderSession::videoEncoderAddFrame(uint32_t indexEncoder, uint32_t
   constexpr const char* kLabel = "TranscoderSession::videoEncoderAddFrame";
   return forward(*this, kLabel, videoEncoderRef(indexEncoder), [&](auto& stage) -> uint32_t {
     VideoFrameBuffer* frame = targetFrame(kLabel, setIndex, indexBuffer);
-    return frame != nullptr ? stage.addFrame(*frame, frameType, timecode) : kFailure;
+    if (frame == nullptr) return kFailure;
+    CaptionCarrier& captions = videoEncoders[indexEncoder].captions;
+    if (captions.isActive()) captions.ride(timecode);
+    return stage.addFrame(*frame, frameType, timecode);
   });
 }
 
@@ -434,8 +446,17 @@ uint32_t TranscoderSession::videoEncoderSkipFrame(uint32_t indexEncoder, uint32_
 
 uint32_t TranscoderSession::videoEncoderGetEncodedFrames(uint32_t indexEncoder,
                                                          EncodedVideoUnits& encodedFrames) {
-  return forward(*this, "TranscoderSession::videoEncoderGetEncodedFrames", videoEncoderRef(indexEncoder),
-                 [&](auto& stage) { return stage.getEncodedFrames(encodedFrames.list()); });
+  constexpr const char* kLabel = "TranscoderSession::videoEncoderGetEncodedFrames";
+  return forward(*this, kLabel, videoEncoderRef(indexEncoder), [&](auto& stage) -> uint32_t {
+    std::vector<VideoFrameEncoded>& units = encodedFrames.list();
+    const size_t before = units.size();
+    const uint32_t result = stage.getEncodedFrames(units);
+    CaptionCarrier& captions = videoEncoders[indexEncoder].captions;
+    if (captions.isActive() && !captions.deliver(stage.getCodec(), units, before)) {
+      fail(kLabel, captionsLost(indexEncoder));  // told; the picture goes on without
+    }
+    return result;
+  });
 }
 
 uint32_t TranscoderSession::videoDecoderGetFrameBGRA(uint32_t bufferIndex, uint8_t** buffer, uint32_t* len,

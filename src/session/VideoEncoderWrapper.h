@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "session/CaptionCarrier.h"
 #include "video/encoders/IVideoEncoder.h"
 
 namespace qvs {
@@ -9,6 +10,7 @@ namespace qvs {
 /// One slot of a session's video encoders; empty after a replacement that failed.
 struct VideoEncoderWrapper {
   std::unique_ptr<IVideoEncoder> videoEncoder;
+  CaptionCarrier captions{};
 };
 
 }  // namespace qvs

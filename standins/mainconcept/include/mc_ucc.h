@@ -40,6 +40,7 @@ enum ucc_pixel_format_e {
   UCC_FORMAT_BGR3 = 48,
   UCC_FORMAT_BGR4 = 49,
   UCC_FORMAT_VUYA = 103,
+  UCC_FORMAT_R210 = 104,  ///< big-endian words of 2 bits of nothing and 10 bits each of red, green, blue
 };
 
 // Code points of ITU-T H.273.
@@ -79,8 +80,9 @@ struct ucc_frame_t {
   uint32_t progressive_frame_flag;
   int32_t stride[4];  ///< bytes; negative for bottom-up pictures
   uint8_t* plane[4];
-  ucc_colorimetry_t colorimetry;  ///< all zero: BT.709, full range for RGB, as the other frame for YUV
-  uint8_t reserved[432];
+  ucc_colorimetry_t colorimetry;     ///< all zero: BT.709, full range for RGB, as the other frame for YUV
+  uint32_t bottom_field_first_flag;  ///< of an interlaced picture: the lower field is the earlier one
+  uint8_t reserved[428];
 };
 static_assert(sizeof(ucc_frame_t) == 512);
 
@@ -107,10 +109,18 @@ enum ucc_orientation_e {
   UCC_ORIENTATION_MIRROR = 4,
 };
 
+enum ucc_deinterlacing_method_e {
+  UCC_DEINTERLACING_NONE = 0,
+  UCC_DEINTERLACING_INTERFIELD_INTERPOLATION = 1,
+};
+
 struct ucc_config_t {
   ucc_overlay_config_t* overlay;  ///< null: none; over the turned picture
   uint32_t orientation;           ///< bits of ucc_orientation_e; 0: as it lies
-  uint32_t reserved[29];
+  /// ucc_deinterlacing_method_e. Pictures that aren't marked as progressive become whole ones of their first field,
+  /// with the help of the instance's picture before. Formats that can't be deinterlaced pass as they are.
+  uint32_t deinterlacing_method_idc;
+  uint32_t reserved[28];
 };
 
 /// A new instance, or null when memory fails. `flags` must be 0.
@@ -118,8 +128,8 @@ void* UCC_Create(uint32_t flags);
 
 void UCC_Destroy(void* instance);  ///< null is allowed
 
-/// Converts, scales and turns `source` into `target`. 0 on success; 1 for a null argument, an unknown format
-/// or orientation, a size out of range, a stride that doesn't hold a row; 2 when memory fails. The target is
+/// Deinterlaces, converts, scales and turns `source` into `target`. 0 on success; 1 for a null argument, an unknown format,
+/// orientation or method, a size out of range, a stride that doesn't hold a row; 2 when memory fails. The target is
 /// untouched after 1.
 uint32_t UCC_Transform(void* instance, ucc_frame_t* target, const ucc_frame_t* source,
                        const ucc_config_t* config);

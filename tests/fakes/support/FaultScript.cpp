@@ -110,6 +110,11 @@ bool FaultScript::is(const std::string& name, std::string_view word) const {
   return found != values.end() && found->second == word;
 }
 
+std::string FaultScript::text(const std::string& name, std::string_view otherwise) const {
+  const auto found = values.find(name);
+  return found == values.end() ? std::string(otherwise) : found->second;
+}
+
 int64_t FaultScript::number(const std::string& name, int64_t otherwise) const {
   const auto found = values.find(name);
   return found == values.end() ? otherwise : numberOf(found->second, name);

@@ -32,6 +32,7 @@ class FaultScript {
   uint64_t calls();      ///< of all names since `set`
   std::string faulty();  ///< name of the call that had the last fault, empty where there was none
   bool is(const std::string& name, std::string_view word) const;
+  std::string text(const std::string& name, std::string_view otherwise) const;
   int64_t number(const std::string& name, int64_t otherwise) const;
 
  private:

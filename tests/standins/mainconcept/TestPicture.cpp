@@ -53,6 +53,10 @@ SampleField v210Field(int component, size_t x) {
   return {0, sample / 12 * 16 + sample % 12 / 3 * 4, 4, static_cast<int>(sample % 3) * 10, 10};
 }
 
+SampleField r210Field(int component, size_t x) {
+  return {0, 4 * x, 4, 20 - 10 * component, 10, true};
+}
+
 SampleField y41pField(int component, size_t x) {
   constexpr size_t kLuma[] = {1, 3, 5, 7, 8, 9, 10, 11};
   const size_t offset =
@@ -89,6 +93,7 @@ const std::vector<TestFormat>& testFormats() {
       {"ARGB", UCC_FORMAT_ARGB, true, true, 0, 0, 1, w4, w1, pixelField<4, 1, 2, 3, 0>},
       {"BGR4", UCC_FORMAT_BGR4, true, false, 0, 0, 1, w4, w1, pixelField<4, 2, 1, 0, 3>},
       {"BGR3", UCC_FORMAT_BGR3, true, false, 0, 0, 1, w3, w1, pixelField<3, 2, 1, 0, 0>},
+      {"r210", UCC_FORMAT_R210, true, false, 0, 0, 1, w4, w1, r210Field},
       {"R555", UCC_FORMAT_R555, true, false, 0, 0, 1, w2, w1, rgb16Field<5>},
       {"R565", UCC_FORMAT_R565, true, false, 0, 0, 1, w2, w1, rgb16Field<6>},
   };
@@ -160,6 +165,7 @@ uint32_t TestPicture::get(int component, size_t x, size_t y) const {
   const SampleField field = kind.field(component, x);
   uint32_t word = 0;
   std::memcpy(&word, rowOf(field.plane, y) + field.offset, field.bytes);
+  if (field.swapped) word = __builtin_bswap32(word);
   return word >> field.shift & max(component);
 }
 
@@ -169,7 +175,9 @@ void TestPicture::set(int component, size_t x, size_t y, uint32_t value) {
   uint8_t* at = rowOf(field.plane, y) + field.offset;
   uint32_t word = 0;
   std::memcpy(&word, at, field.bytes);
+  if (field.swapped) word = __builtin_bswap32(word);
   word = (word & ~(max(component) << field.shift)) | value << field.shift;
+  if (field.swapped) word = __builtin_bswap32(word);
   std::memcpy(at, &word, field.bytes);
 }
 

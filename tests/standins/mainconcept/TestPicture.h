@@ -21,6 +21,7 @@ struct SampleField {
   int bytes;      ///< of the word to load
   int shift;
   int bits;
+  bool swapped = false;  ///< the word is big-endian
 };
 
 struct TestFormat {

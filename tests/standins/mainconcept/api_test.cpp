@@ -24,7 +24,7 @@ TEST(ConverterApi, RefusesBadArgumentsAndLeavesTheTargetAlone) {
     }
   };
   refused([](ucc_frame_t& frame) { frame.pixel_format = 0; });
-  refused([](ucc_frame_t& frame) { frame.pixel_format = 104; });
+  refused([](ucc_frame_t& frame) { frame.pixel_format = 105; });
   refused([](ucc_frame_t& frame) { frame.width = 0; });
   refused([](ucc_frame_t& frame) { frame.width = 16385; });
   refused([](ucc_frame_t& frame) { frame.height = 0x80000000u; });

@@ -9,6 +9,7 @@
 #include "ucc/PlaneScalePath.h"
 #include "ucc/RepackPath.h"
 #include "ucc/RgbTo420Path.h"
+#include "ucc/V210To420Path.h"
 #include "ucc/Via420Path.h"
 
 namespace qvs::ucc {
@@ -131,6 +132,9 @@ constexpr PathRow kPaths[] = {
     {UCC_FORMAT_I420, UCC_FORMAT_BGRA, kFromRgb, makePath<RgbTo420Path>},
     {UCC_FORMAT_I420, UCC_FORMAT_BGR4, kFromRgb, makePath<RgbTo420Path>},
     {UCC_FORMAT_I420, UCC_FORMAT_ARGB, kFromRgb, makePath<RgbTo420Path>},
+
+    // c 1.0.
+    {UCC_FORMAT_I420, UCC_FORMAT_V210, kSame420, makePath<V210To420Path>},
 
     // g 0.8, 0.5 of a zimg graph; s 0.27.
     {UCC_FORMAT_I420, UCC_FORMAT_I420, kSameColor, makePath<PlaneScalePath>},

@@ -43,22 +43,25 @@ bool overlayIsSound(const ucc_overlay_config_t& overlay, const PixelFormat*& for
 
 }  // namespace
 
-Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source, uint32_t orientation,
-                            const ucc_overlay_config_t* overlay) {
+Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& given, const ucc_config_t& config) {
+  const ucc_overlay_config_t* const overlay = config.overlay;
   const PixelFormat* targetFormat = findPixelFormat(target.pixel_format);
-  const PixelFormat* sourceFormat = findPixelFormat(source.pixel_format);
+  const PixelFormat* sourceFormat = findPixelFormat(given.pixel_format);
   const PixelFormat* overlayFormat = nullptr;
-  if (!frameIsSound(targetFormat, target) || !frameIsSound(sourceFormat, source)) return Status::kBadArgument;
+  if (!frameIsSound(targetFormat, target) || !frameIsSound(sourceFormat, given)) return Status::kBadArgument;
   if (overlay && !overlayIsSound(*overlay, overlayFormat)) return Status::kBadArgument;
 
-  if ((orientation & ~kKnownOrientations) != 0) return Status::kBadArgument;
+  if ((config.orientation & ~kKnownOrientations) != 0) return Status::kBadArgument;
+  if (config.deinterlacing_method_idc > UCC_DEINTERLACING_INTERFIELD_INTERPOLATION)
+    return Status::kBadArgument;
 
   // From here on only memory can fail.
+  const ucc_frame_t& source = wholeOf(*sourceFormat, given, config.deinterlacing_method_idc);
   const ColorPair colors =
       resolveColors(*targetFormat, target.colorimetry, *sourceFormat, source.colorimetry);
   const Task task{targetFormat,  sourceFormat,  target.width,
                   target.height, source.width,  source.height,
-                  colors.target, colors.source, orientationOf(orientation)};
+                  colors.target, colors.source, orientationOf(config.orientation)};
   if (!convert(task, target, source)) return Status::kNoMemory;
   if (!overlay) return Status::kDone;
 
@@ -66,6 +69,13 @@ Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source
       resolveColors(*targetFormat, target.colorimetry, *overlayFormat, overlay->frame->colorimetry);
   const OverlayTask overlayTask{targetFormat, overlayFormat, blend.target, blend.source};
   return paint(overlayTask, target, *overlay) ? Status::kDone : Status::kNoMemory;
+}
+
+const ucc_frame_t& Converter::wholeOf(const PixelFormat& format, const ucc_frame_t& source, uint32_t method) {
+  if (method == UCC_DEINTERLACING_NONE || source.progressive_frame_flag != 0) return source;
+  if (!deinterlacer) deinterlacer.reset(new (std::nothrow) DeinterlaceStage);
+  const ucc_frame_t* const whole = deinterlacer ? deinterlacer->run(format, source) : nullptr;
+  return whole != nullptr ? *whole : source;
 }
 
 bool Converter::convert(const Task& task, const ucc_frame_t& target, const ucc_frame_t& source) {

@@ -35,6 +35,7 @@ constexpr WorkingForm kYuv422{Family::kYuv, 8, 1, 0};
 constexpr WorkingForm kYuv444{Family::kYuv, 8, 0, 0};
 constexpr WorkingForm kYuv411{Family::kYuv, 8, 2, 0};
 constexpr WorkingForm kRgb{Family::kRgb, 8, 0, 0};
+constexpr WorkingForm kRgb10{Family::kRgb, 10, 0, 0};
 
 constexpr WorkingForm yuv(uint8_t depth, uint8_t shiftX, uint8_t shiftY) {
   return {Family::kYuv, depth, shiftX, shiftY};
@@ -51,6 +52,7 @@ constexpr PixelFormat kFormats[] = {
     {UCC_FORMAT_BGR3, kRgb, false, 1, {whole<PixelRow<3, 2, 1, 0>>(1, 3)}},
     {UCC_FORMAT_R555, kRgb, false, 1, {whole<Rgb16Row<5>>(1, 2)}},
     {UCC_FORMAT_R565, kRgb, false, 1, {whole<Rgb16Row<6>>(1, 2)}},
+    {UCC_FORMAT_R210, kRgb10, false, 1, {whole<R210Row>(1, 4)}},
     {UCC_FORMAT_AYUV, kYuv444, true, 1, {whole<PixelRow<4, 1, 2, 3, 0>>(1, 4)}},
     {UCC_FORMAT_VUYA, kYuv444, true, 1, {whole<PixelRow<4, 2, 1, 0, 3>>(1, 4)}},
     {UCC_FORMAT_YUY2, kYuv422, false, 1, {whole<Packed422Row<uint8_t, 0, 1, 2, 3>>(2, 4)}},

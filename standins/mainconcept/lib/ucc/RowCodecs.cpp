@@ -116,6 +116,29 @@ void V210Row::pack(uint8_t* row, const Rows& in, uint32_t samples) {
   gatherV210Group(row, group);
 }
 
+void R210Row::unpack(const uint8_t* row, const Rows& out, uint32_t samples) {
+  uint16_t* __restrict red = samplesOf<uint16_t>(out, 0);
+  uint16_t* __restrict green = samplesOf<uint16_t>(out, 1);
+  uint16_t* __restrict blue = samplesOf<uint16_t>(out, 2);
+  for (uint32_t x = 0; x < samples; ++x, row += 4) {
+    red[x] = static_cast<uint16_t>((row[0] & 63) << 4 | row[1] >> 4);
+    green[x] = static_cast<uint16_t>((row[1] & 15) << 6 | row[2] >> 2);
+    blue[x] = static_cast<uint16_t>((row[2] & 3) << 8 | row[3]);
+  }
+}
+
+void R210Row::pack(uint8_t* row, const Rows& in, uint32_t samples) {
+  const auto* red = samplesOf<uint16_t>(in, 0);
+  const auto* green = samplesOf<uint16_t>(in, 1);
+  const auto* blue = samplesOf<uint16_t>(in, 2);
+  for (uint32_t x = 0; x < samples; ++x, row += 4) {
+    row[0] = static_cast<uint8_t>(red[x] >> 4 & 63);
+    row[1] = static_cast<uint8_t>((red[x] & 15) << 4 | green[x] >> 6);
+    row[2] = static_cast<uint8_t>((green[x] & 63) << 2 | blue[x] >> 8);
+    row[3] = static_cast<uint8_t>(blue[x] & 255);
+  }
+}
+
 void Y41pRow::unpack(const uint8_t* row, const Rows& out, uint32_t samples) {
   uint8_t luma = 128;
   for (uint32_t x = 0; x < samples; x += kY41pPixels, row += kY41pBytes) {

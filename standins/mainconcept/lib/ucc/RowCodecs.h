@@ -223,6 +223,12 @@ struct V210Row {
   static void pack(uint8_t* row, const Rows& in, uint32_t samples);
 };
 
+/// A pixel in a big-endian word: two bits of nothing, then 10 bits each of red, green and blue.
+struct R210Row {
+  static void unpack(const uint8_t* row, const Rows& out, uint32_t samples);
+  static void pack(uint8_t* row, const Rows& in, uint32_t samples);
+};
+
 /// Eight pixels of 4:1:1 in twelve bytes: U0 Y0 V0 Y1 U4 Y2 V4 Y3 Y4 Y5 Y6 Y7. A short last group keeps the
 /// bytes that its share of the row holds; luma beyond them repeats the last that is there.
 struct Y41pRow {

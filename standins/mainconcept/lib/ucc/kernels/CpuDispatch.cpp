@@ -14,12 +14,14 @@ KernelTable makeTable(CpuLevel level) {
   KernelTable table{};
   addPlainScaler(table);
   addPlainBgraTo420(table);
+  addPlainV210To420(table);
   addPlainBlend(table);
   addPlainTranspose(table);
 #if defined(__x86_64__)
   if (level >= CpuLevel::kAvx2) {
     addAvx2Scaler(table);
     addAvx2BgraTo420(table);
+    addAvx2V210To420(table);
     addAvx2Blend(table);
     addAvx2Transpose(table);
   }

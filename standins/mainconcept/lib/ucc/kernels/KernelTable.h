@@ -37,6 +37,10 @@ struct KernelTable {
   void (*bgraTo420Rows)(const uint8_t* src0, const uint8_t* src1, const PixelMatrix& matrix, uint8_t* y0,
                         uint8_t* y1, uint8_t* u, uint8_t* v, uint32_t width);
 
+  /// Two rows of packed 10-bit 4:2:2 to the same; see v210To420.
+  void (*v210To420Rows)(const uint8_t* src0, const uint8_t* src1, uint8_t* y0, uint8_t* y1, uint8_t* u,
+                        uint8_t* v, uint32_t width);
+
   void (*blendRow)(uint8_t* dst, const uint8_t* src, const uint8_t* alpha, uint32_t width);
   void (*blendPairsRow)(uint8_t* dst, const uint8_t* u, const uint8_t* v, const uint8_t* alpha,
                         uint32_t width);
@@ -51,10 +55,12 @@ struct KernelTable {
 // Each puts its forms into the table.
 void addPlainScaler(KernelTable& table);
 void addPlainBgraTo420(KernelTable& table);
+void addPlainV210To420(KernelTable& table);
 void addPlainBlend(KernelTable& table);
 void addPlainTranspose(KernelTable& table);
 void addAvx2Scaler(KernelTable& table);
 void addAvx2BgraTo420(KernelTable& table);
+void addAvx2V210To420(KernelTable& table);
 void addAvx2Blend(KernelTable& table);
 void addAvx2Transpose(KernelTable& table);
 void addAvx512Scaler(KernelTable& table);

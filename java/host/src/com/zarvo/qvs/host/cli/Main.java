@@ -20,6 +20,7 @@ import picocli.CommandLine.ScopeType;
     scope = ScopeType.INHERIT,
     subcommands = {
       TranscodeCommand.class,
+      CaptureCommand.class,
       DecodeCommand.class,
       InspectCommand.class,
       DemoCommand.class,

@@ -1,19 +1,15 @@
 package com.zarvo.qvs.host.job;
 
-import com.zarvo.qvs.host.media.WholeFile;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import java.awt.Color;
 import java.awt.Graphics2D;
 import java.awt.image.BufferedImage;
-import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
-import javax.imageio.ImageIO;
-import javax.imageio.stream.MemoryCacheImageOutputStream;
 
 /** One picture of all renditions: a row each, a few pictures a row, with size and times. */
 final class ContactSheet {
@@ -35,7 +31,7 @@ final class ContactSheet {
   }
 
   void add(int rendition, long timecode, TranscoderNativeVideoFrame frame) {
-    strips.get(rendition).add(timecode, toImage(frame));
+    strips.get(rendition).add(timecode, PngPicture.of(frame));
   }
 
   /** Writes a PNG; false when there was no picture to show. */
@@ -54,14 +50,7 @@ final class ContactSheet {
       y += rowHeight(row);
     }
     graphics.dispose();
-    ByteArrayOutputStream png = new ByteArrayOutputStream();
-    // A cache of its own would want to be removed at the virtual machine's end, which a signal may have begun.
-    try (MemoryCacheImageOutputStream out = new MemoryCacheImageOutputStream(png)) {
-      ImageIO.write(sheet, "png", out);
-    }
-    try (WholeFile whole = WholeFile.create(file)) {
-      whole.write(png.toByteArray());
-    }
+    PngPicture.write(sheet, file);
     return true;
   }
 
@@ -92,20 +81,5 @@ final class ContactSheet {
     for (FrameStrip.Shot shot : strips.get(row).pick(COLUMNS))
       tallest = Math.max(tallest, shot.image().getHeight());
     return LABEL_HEIGHT + tallest + GAP;
-  }
-
-  private static BufferedImage toImage(TranscoderNativeVideoFrame frame) {
-    int width = frame.width;
-    int height = frame.height;
-    BufferedImage image = new BufferedImage(width, height, BufferedImage.TYPE_INT_RGB);
-    int[] row = new int[width];
-    for (int y = 0; y < height; y++) {
-      int at = (int) (frame.frameStartOffset + y * frame.stride);
-      for (int x = 0; x < width; x++, at += 4)
-        row[x] =
-            (frame.bytes[at] & 0xff) | (frame.bytes[at + 1] & 0xff) << 8 | (frame.bytes[at + 2] & 0xff) << 16;
-      image.setRGB(0, y, width, 1, row, 0, width);
-    }
-    return image;
   }
 }

@@ -41,6 +41,8 @@ public final class JobResult {
   String inputTrouble;
   List<SessionLog.Line> log = List.of();
   String audioDecoder;
+  /** What was captured; null for other input. */
+  CaptureReport capture;
   private final List<LeftOutAudio> leftOutAudio = new ArrayList<>();
   private String failure;
 
@@ -110,6 +112,11 @@ public final class JobResult {
   /** What befell the encoders, in order. */
   public List<EncoderEvent> encoderEvents() {
     return encoderEvents;
+  }
+
+  /** What became of a capture; null where nothing was captured. */
+  public CaptureReport capture() {
+    return capture;
   }
 
   /** What broke the input, null where it ended well. */
@@ -195,6 +202,7 @@ public final class JobResult {
     report.put("outcome", outcome());
     if (failure != null) report.put("error", failure);
     report.put("input", input);
+    if (capture != null) report.put("capture", capture.toMap());
     report.put("renditions", files);
     if (!settings.device().isSoftware() || settings.decoder() != null) {
       report.put("device", settings.device());

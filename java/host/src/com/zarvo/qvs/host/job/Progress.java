@@ -15,6 +15,7 @@ public final class Progress {
   private final long startNs = System.nanoTime();
   private long shownNs = startNs;
   private boolean barShown;
+  private String also = "";
 
   /** A total of -1 means that the length is unknown. */
   public Progress(PrintStream out, boolean terminal, long totalMs) {
@@ -28,6 +29,11 @@ public final class Progress {
     if (now - shownNs < (terminal ? BAR_INTERVAL_NS : LINE_INTERVAL_NS)) return;
     shownNs = now;
     show(doneMs, frames, now);
+  }
+
+  /** What is told beside the figures from now on; "" for nothing. */
+  void also(String text) {
+    also = text;
   }
 
   /** The last word: ends the bar's line. */
@@ -53,10 +59,11 @@ public final class Progress {
     String figures =
         String.format(
             Locale.ROOT,
-            "%.1f s%s, %.1fx",
+            "%.1f s%s, %.1fx%s",
             doneMs / 1000.0,
             frames > 0 ? ", " + frames + " pictures" : "",
-            doneMs / 1000.0 / seconds);
+            doneMs / 1000.0 / seconds,
+            also.isEmpty() ? "" : ", " + also);
     String text = totalMs > 0 ? percent(doneMs) + " " + figures : figures;
     if (terminal) {
       out.print("\r\033[K" + (totalMs > 0 ? bar(doneMs) : "") + text);

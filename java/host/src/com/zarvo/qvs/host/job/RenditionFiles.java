@@ -1,14 +1,15 @@
 package com.zarvo.qvs.host.job;
 
+import com.zarvo.qvs.host.bitstream.SpliceCue;
 import com.zarvo.qvs.host.media.HlsWriter;
 import com.zarvo.qvs.host.media.MediaException;
-import com.zarvo.qvs.host.media.MediaFeed;
 import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.MediaReader;
 import com.zarvo.qvs.host.media.MediaWriter;
 import com.zarvo.qvs.host.media.OutputPacket;
 import com.zarvo.qvs.host.media.OutputTrack;
+import com.zarvo.qvs.host.media.PacketLookahead;
 import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.media.TrackWriter;
 import com.zarvo.qvs.host.model.AudioSpec;
@@ -69,7 +70,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   }
 
   /** Creates the files; called once the session stands, so that refused input leaves no trace. */
-  void open(AudioPath audio, MediaFeed feed) throws HostException, IOException {
+  void open(AudioPath audio, PacketLookahead feed) throws HostException, IOException {
     try {
       Files.createDirectories(settings.directory());
     } catch (IOException e) {
@@ -114,7 +115,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   }
 
   // Where the first picture is shown or the first sound heard, in seconds of the source.
-  private double firstSeconds(MediaFeed feed) throws MediaException {
+  private double firstSeconds(PacketLookahead feed) throws MediaException {
     double first = Double.POSITIVE_INFINITY;
     for (AudioOutput audio : audioRenditions) first = Math.min(first, audio.firstSeconds());
     // Pictures that are shown before the first coded one follow it at once: a live feed isn't waited for beyond them.
@@ -128,7 +129,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     return first;
   }
 
-  private void prepareAudio(AudioPath audio, MediaFeed feed) throws HostException, IOException {
+  private void prepareAudio(AudioPath audio, PacketLookahead feed) throws HostException, IOException {
     MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
     MediaPacket firstFrame = renditions.isEmpty() ? null : feed.peek(MediaKind.VIDEO, 0);
     boolean fromZero = firstFrame == null || firstFrame.timecodeMs() >= 0;
@@ -197,9 +198,9 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     return dot > 0 ? name.substring(0, dot) : name;
   }
 
-  /** A coded picture of the source went in, or will. */
-  void note(MediaPacket frame) {
-    if (!frame.hidden()) lastFrameEnd = Math.max(lastFrameEnd, frame.pts() + frame.duration());
+  /** A picture of the source went in, or will, that is shown until then. */
+  void noteEnd(long time) {
+    lastFrameEnd = Math.max(lastFrameEnd, time);
   }
 
   @Override
@@ -214,6 +215,12 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   @Override
   public void encoderReplaced(int rendition, EncoderEvent event) {
     writers.get(rendition).changeParameterSets(event.change());
+  }
+
+  @Override
+  public void cue(SpliceCue cue, long time) {
+    double seconds = source.timeBase().toSeconds(clock.place(time, source.timeBase()));
+    for (int i = 0; i < renditions.size(); i++) writers.get(i).cue(cue, seconds);
   }
 
   @Override

@@ -11,7 +11,6 @@ import com.zarvo.qvs.host.model.AudioCodec;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
-import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.AudioRefusedException;
@@ -29,7 +28,7 @@ import java.util.function.Consumer;
 import java.util.function.Function;
 
 /** Makes one file into renditions: reader, session, writers. */
-public final class TranscodeJob {
+public final class TranscodeJob implements LadderJob {
   private final JobSettings settings;
   private final Function<Long, Progress> progressOf;
   private final Interruption interruption;
@@ -46,13 +45,13 @@ public final class TranscodeJob {
     this.result = new JobResult(settings);
   }
 
-  /** Who is told of the session's numbers once it stands. */
+  @Override
   public TranscodeJob watchedBy(Consumer<SessionCounters> watcher) {
     this.watcher = watcher;
     return this;
   }
 
-  /** What is known so far, also of work that failed. */
+  @Override
   public JobResult result() {
     return result;
   }
@@ -61,6 +60,7 @@ public final class TranscodeJob {
    * Runs to the end, which for live input may be that of its feed or an interruption. When it returns every rendition
    * was written whole; otherwise it throws.
    */
+  @Override
   public JobResult run() throws HostException, IOException {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(settings.input(), interruption)) {
@@ -71,10 +71,11 @@ public final class TranscodeJob {
       result.source = source;
       result.display = video ? reader.video().display() : null;
       VideoCodec codec = video ? VideoSource.codecOf(settings.input(), source) : null;
-      List<RenditionSpec> renditions = video ? settled(codec, source) : List.of();
+      // An MPEG-2 stream of square pixels says so by a number that its decoder takes for a square picture.
+      boolean hidesAspect = codec == VideoCodec.MPEG2 && source.pixelAspect().num() == source.pixelAspect().den();
+      List<RenditionSpec> renditions = video ? RenditionPlan.of(settings, source, hidesAspect) : List.of();
       result.specs = renditions;
-      checkOverlays(renditions.size());
-      for (RenditionSpec rendition : renditions) checkContainer(rendition.codec());
+      RenditionPlan.check(settings, renditions);
       MediaFeed feed = new MediaFeed(reader);
       try (RenditionFiles files = new RenditionFiles(settings, source, renditions);
           TranscodeSession session = open(reader, feed, files, renditions)) {
@@ -171,41 +172,6 @@ public final class TranscodeJob {
     return List.of();
   }
 
-  private List<RenditionSpec> settled(VideoCodec codec, StreamInfo source) throws HostException {
-    try {
-      return settledOf(codec, source);
-    } catch (IllegalArgumentException e) {
-      throw new HostException(e.getMessage());
-    }
-  }
-
-  private List<RenditionSpec> settledOf(VideoCodec codec, StreamInfo source) {
-    List<RenditionSpec> wanted =
-        settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
-    return wanted.stream()
-        .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset()))
-        .map(spec -> spec.fittedTo(source.displayAspect(spec.crop())))
-        .map(spec -> hidesItsAspect(codec, source) ? spec.withOwnBars(source.displayAspect()) : spec)
-        .toList();
-  }
-
-  // An MPEG-2 stream of square pixels says so by a number that its decoder takes for a square picture.
-  private static boolean hidesItsAspect(VideoCodec codec, StreamInfo source) {
-    return codec == VideoCodec.MPEG2 && source.pixelAspect().num() == source.pixelAspect().den();
-  }
-
-  private void checkContainer(VideoCodec codec) throws HostException {
-    if (!settings.format().holds(codec))
-      throw new HostException("--format " + settings.format().label() + " cannot hold " + codec.codecName);
-  }
-
-  private void checkOverlays(int renditions) throws HostException {
-    for (OverlaySpec overlay : settings.overlays())
-      if (overlay.rendition() >= renditions)
-        throw new HostException(
-            "overlay on=" + overlay.rendition() + ": there are only renditions 0 to " + (renditions - 1));
-  }
-
   private void pump(MediaReader reader, MediaFeed feed, TranscodeSession session, RenditionFiles files)
       throws HostException, IOException {
     long startNs = System.nanoTime();
@@ -223,7 +189,7 @@ public final class TranscodeJob {
         MediaPacket following = packet.kind() == MediaKind.AUDIO ? feed.following(MediaKind.AUDIO) : null;
         long beforeNs = System.nanoTime();
         if (packet.kind() == MediaKind.VIDEO) {
-          files.note(packet);
+          if (!packet.hidden()) files.noteEnd(packet.pts() + packet.duration());
           session.push(packet);
         } else if (session.audio() != null) {
           session.audio().push(packet, following);

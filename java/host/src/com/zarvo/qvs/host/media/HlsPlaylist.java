@@ -28,8 +28,9 @@ final class HlsPlaylist {
    * @param time when it began, null where that is not told
    * @param afterBreak true where it does not go on from the one before
    * @param map the file that players read before it, null for none
+   * @param cues lines on breaks of the programme that stand in front of it
    */
-  record Segment(String name, double seconds, Instant time, boolean afterBreak, String map) {
+  record Segment(String name, double seconds, Instant time, boolean afterBreak, String map, List<String> cues) {
     private boolean isIn(Path folder) {
       boolean mapped = map == null || Files.isRegularFile(folder.resolve(map));
       return mapped && Files.isRegularFile(folder.resolve(name));
@@ -53,6 +54,7 @@ final class HlsPlaylist {
     Instant time = null;
     boolean afterBreak = false;
     String map = null;
+    List<String> cues = new ArrayList<>();
     for (String line : Files.readAllLines(file)) {
       if (line.startsWith(SEQUENCE)) firstSequence = number(line, SEQUENCE, 0);
       else if (line.startsWith(DISCONTINUITY_SEQUENCE)) breaksBefore = number(line, DISCONTINUITY_SEQUENCE, 0);
@@ -61,11 +63,13 @@ final class HlsPlaylist {
       else if (line.startsWith(MAP)) map = line.substring(MAP.length()).replace("\"", "");
       else if (line.startsWith(DATE)) time = instant(line.substring(DATE.length()));
       else if (line.startsWith(DURATION)) seconds = seconds(line);
+      else if (HlsCues.isOne(line)) cues.add(line);
       else if (!line.isBlank() && !line.startsWith("#")) {
-        Segment segment = new Segment(line, seconds, time, afterBreak, map);
+        Segment segment = new Segment(line, seconds, time, afterBreak, map, List.copyOf(cues));
         if (seconds >= 0 && segment.isIn(file.getParent())) segments.add(segment);
         else skipTo(segments.size());
         seconds = -1;
+        cues.clear();
         time = null;
         afterBreak = false;
       }
@@ -149,6 +153,7 @@ final class HlsPlaylist {
         text.append(MAP).append('"').append(segment.map).append("\"\n");
       map = segment.map;
       if (segment.time != null) text.append(DATE).append(segment.time.truncatedTo(ChronoUnit.MILLIS)).append('\n');
+      for (String cue : segment.cues) text.append(cue).append('\n');
       text.append(String.format(Locale.ROOT, "%s%.6f,\n", DURATION, segment.seconds)).append(segment.name).append('\n');
     }
     if (ended) text.append("#EXT-X-ENDLIST\n");

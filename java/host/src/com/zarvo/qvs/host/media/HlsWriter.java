@@ -1,6 +1,7 @@
 package com.zarvo.qvs.host.media;
 
 import com.zarvo.qvs.host.bitstream.ParameterSetChange;
+import com.zarvo.qvs.host.bitstream.SpliceCue;
 import com.zarvo.qvs.host.model.Rational;
 import java.io.IOException;
 import java.nio.file.DirectoryStream;
@@ -59,6 +60,7 @@ public final class HlsWriter extends TrackWriter {
   private boolean afterBreak;
   private double breakFrom = Double.POSITIVE_INFINITY;
   private Instant zero;
+  private final HlsCues cues = new HlsCues();
 
   /**
    * Creates the folder.
@@ -207,9 +209,12 @@ public final class HlsWriter extends TrackWriter {
     if (Double.isNaN(segmentStart)) {
       segmentStart = start;
       if (form == SegmentForm.FRAGMENTS) shiftSeconds = secondsBeforeZero(track, packet);
+      cues.begin(start + TOLERANCE_SECONDS / 2);
       if (window > 0) zero = Instant.now().minusNanos(Math.round(start * 1e9));
     } else if (isBreak(track, packet)) {
       breakOff(start, packet);
+    } else if (isCue(track, packet, start)) {
+      cutAtCue(start);
     } else if (beginsSegment(track, packet, start)) {
       endSegment(start, true);
     }
@@ -230,6 +235,25 @@ public final class HlsWriter extends TrackWriter {
 
   private boolean isBreak(int track, OutputPacket packet) {
     return track == videoTrack && packet.key() && seconds(track, packet.dts()) > breakFrom;
+  }
+
+  /** The segment that begins with the key picture of that time says so. */
+  @Override
+  public void cue(SpliceCue cue, double seconds) {
+    cues.add(cue, seconds);
+  }
+
+  private boolean isCue(int track, OutputPacket packet, double start) {
+    return track == videoTrack && packet.key() && cues.isDue(start + TOLERANCE_SECONDS / 2);
+  }
+
+  // All renditions are cut there, and go on with the segments that were to come.
+  private void cutAtCue(double start) throws IOException {
+    double grid = gridStart;
+    boolean lasted = start - grid >= targetSeconds;
+    endSegment(start, true);
+    if (!lasted) gridStart = grid;
+    cues.begin(start + TOLERANCE_SECONDS / 2);
   }
 
   private void breakOff(double start, OutputPacket packet) throws IOException {
@@ -288,7 +312,8 @@ public final class HlsWriter extends TrackWriter {
             Math.max(0, nextStart - segmentStart),
             zero == null ? null : zero.plusNanos(Math.round(segmentStart * 1e9)),
             afterBreak,
-            initName);
+            initName,
+            cues.tags(segmentStart, zero));
     playlist.add(segment);
     segmentName = nextName();
     try {

@@ -44,7 +44,7 @@ public final class Interruption implements AutoCloseable {
   }
 
   /** What wakes work that waits, run by the thread that asks; null when nothing waits any more. */
-  synchronized void onRequest(Runnable wake) {
+  public synchronized void onRequest(Runnable wake) {
     action = wake;
     if (requested && wake != null) wake.run();
   }

@@ -3,6 +3,7 @@ package com.zarvo.qvs.host.media;
 import com.zarvo.qvs.host.bitstream.NalUnits;
 import com.zarvo.qvs.host.bitstream.ParameterSetChange;
 import com.zarvo.qvs.host.bitstream.ParameterSets;
+import com.zarvo.qvs.host.bitstream.SpliceCue;
 import java.io.IOException;
 import java.nio.file.DirectoryStream;
 import java.nio.file.Files;
@@ -131,6 +132,9 @@ public abstract class TrackWriter implements AutoCloseable {
 
   /** The pictures taken from here on have other parameter sets: where a container has to say so and can, it does. */
   public void changeParameterSets(ParameterSetChange change) {}
+
+  /** A break begins or ends at the key picture of that time: where a container can say so, it does. */
+  public void cue(SpliceCue cue, double seconds) {}
 
   /** Completes the file under its own name. */
   public final void finish() throws IOException {

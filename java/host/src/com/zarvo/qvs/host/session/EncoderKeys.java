@@ -19,6 +19,7 @@ final class EncoderKeys {
   private static final int NONE = 0;
   private static final int HEVC_MAIN = 1;
   private static final int NVENC_PRESETS = 7;
+  private static final int CARRY_CAPTIONS = 900100;
 
   /** Plug-ins number what they have in common each in its own way; x265 has the software's keys of H.265. */
   private record Row(
@@ -49,6 +50,8 @@ final class EncoderKeys {
     if (row != null) add(keys, row, preset, tuning, colors, hevc);
     else keys.setAll(EncoderSettings.of(spec.tunedTo(tuning), colors, settings.parallel()));
     if (backend.isPlugin(spec.codec())) keys.set(ASYNCHRONOUS, settings.parallel() ? 1 : 0);
+    if (spec.codec().hasUnits() && settings.capture() != null && settings.capture().captions())
+      keys.set(CARRY_CAPTIONS, 1);
     if (backend.hardware) keys.set(CALL_DEADLINE, settings.encoderPolicy().deadlineMs());
     return keys.toArray();
   }

@@ -32,6 +32,7 @@ public final class RenditionPath {
   private boolean again;
   private long keptTime = Long.MIN_VALUE;
   private long doneTo = Long.MIN_VALUE;
+  private boolean keyIsDue;
   private long keys;
   private long added;
 
@@ -113,9 +114,10 @@ public final class RenditionPath {
     previewTarget = target;
   }
 
-  /** Hands the scaled picture over. */
-  void encode(long time, long firstTime) throws HostException, IOException {
+  /** Hands the scaled picture over; `key` asks for a key picture beside those that are due. */
+  void encode(long time, long firstTime, boolean key) throws HostException, IOException {
     if (skipped && time <= doneTo) return;
+    keyIsDue |= key;
     if (skipped) {
       videoEncoderSkipFrame(owner.handle(), index, target, index, FRAME_INTER, time);
       counters.leftOut();
@@ -128,7 +130,8 @@ public final class RenditionPath {
     // Counted from the first picture of all, so that every rendition has its key pictures at the same times.
     long due = (long) Math.floor((time - firstTime + 0.5) / (settings.keyFrameSeconds() * 1000)) + 1;
     if (again) slot.addAgain(target, time);
-    else slot.add(target, time, due > keys);
+    else slot.add(target, time, keyIsDue || due > keys);
+    keyIsDue = false;
     if (time > doneTo) {
       added++;
       keys = due;

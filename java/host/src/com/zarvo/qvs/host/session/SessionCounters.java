@@ -29,6 +29,7 @@ public final class SessionCounters {
   private final Counter totalMs = new Counter();
   private final Counter startNs = new Counter();
   private final Counter endNs = new Counter();
+  private volatile double[] levels = {};
 
   SessionCounters(SessionSettings settings) {
     this.name = settings.name();
@@ -122,6 +123,16 @@ public final class SessionCounters {
   /** For the thread that feeds the session: how far it is with the input. */
   public void fed(long doneMs) {
     mediaMs.set(doneMs);
+  }
+
+  /** For the thread that feeds the session: the peaks of the sound's channels in the last moment, in dB of full scale. */
+  public void levels(double[] decibels) {
+    levels = decibels;
+  }
+
+  /** The same for those who watch; empty where nobody tells. */
+  public double[] levels() {
+    return levels;
   }
 
   void decoded(long ns) {

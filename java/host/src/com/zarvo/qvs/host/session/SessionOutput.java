@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.session;
 
+import com.zarvo.qvs.host.bitstream.SpliceCue;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeAudioFrame;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
@@ -16,6 +17,9 @@ public interface SessionOutput {
 
   /** The packets of a rendition that follow are another encoder's; the first of them is a key picture. */
   default void encoderReplaced(int rendition, EncoderEvent event) throws HostException, IOException {}
+
+  /** A break begins or ends at the picture of that time, in units of the source's time base; a key picture follows. */
+  default void cue(SpliceCue cue, long time) throws HostException, IOException {}
 
   /** True to be given the rendition's picture of that time, as it goes to the encoder. */
   default boolean wantsFrame(int rendition, long timecode) {

@@ -33,6 +33,7 @@ public final class SessionSettings {
   private Device device = Device.SOFTWARE;
   private DecoderBackend decoder;
   private Consumer<DeviceEvent> deviceListener = event -> {};
+  private CaptureSettings capture;
 
   private SessionSettings(String name) {
     this.name = name;
@@ -92,6 +93,11 @@ public final class SessionSettings {
   /** Which encoders there may be, and what becomes of one that fails. */
   public EncoderPolicy encoderPolicy() {
     return encoderPolicy;
+  }
+
+  /** The device that pictures and sound come from; null where packets are pushed. */
+  public CaptureSettings capture() {
+    return capture;
   }
 
   /** Width in pixels of the pictures that SessionOutput is given. */
@@ -155,6 +161,13 @@ public final class SessionSettings {
       made.codec = codec;
       made.source = source;
       made.config = config;
+      return this;
+    }
+
+    /** Pictures of a device; `source` tells their form. */
+    public Builder capture(CaptureSettings capture, StreamInfo source) {
+      made.capture = capture;
+      made.source = source;
       return this;
     }
 

@@ -66,6 +66,12 @@ public final class TimecodeMap {
     return timecode;
   }
 
+  /** A picture that goes in with its exact time, in milliseconds that grow. */
+  long carry(long timecode) {
+    keep(timecode, timecode);
+    return lastOut = timecode;
+  }
+
   private void start(MediaPacket packet) {
     firstPts = packet.pts();
     boolean steady = frameRate.num() > 0 && packet.timeKind() == MediaPacket.TimeKind.GUESSED;

@@ -2,6 +2,7 @@ package com.zarvo.qvs.host.session;
 
 import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
 
+import com.zarvo.qvs.host.bitstream.SpliceCue;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.PacketLookahead;
@@ -74,6 +75,9 @@ public final class TranscodeSession implements AutoCloseable {
   /** Times of the pictures that a scaler in one pass has not given back, oldest first. */
   private final Queue<Long> inScaler = new ArrayDeque<>();
   private AudioPath audio;
+  private CaptureInput captured;
+  private final CaptureCues cues = new CaptureCues();
+  private CaptureSound sound;
   private VideoSource source;
   private TimecodeMap times;
   private boolean configured;
@@ -99,8 +103,10 @@ public final class TranscodeSession implements AutoCloseable {
     session = owner.handle();
     boolean ready = false;
     try {
-      if (settings.codec() != null) wireVideo();
+      if (settings.codec() != null || settings.capture() != null) wireVideo();
       if (settings.audio() != null) audio = openAudio(feed);
+      if (audio != null && captured != null)
+        sound = new CaptureSound(name(), settings.capture(), settings.audio().source(), output, counters);
       ready = true;
     } finally {
       if (!ready) close();
@@ -214,6 +220,58 @@ public final class TranscodeSession implements AutoCloseable {
     }
   }
 
+  /**
+   * Takes what the capture device has: a picture, if one waits, and all sound up to it.
+   *
+   * @return false where no picture waited
+   */
+  public boolean capture() throws HostException, IOException {
+    decodeNs = 0;
+    boolean came = step();
+    if (came) deliverCaptured();
+    else captured.nothingCame();
+    if (sound != null) sound.poll(captured, audio);
+    return came;
+  }
+
+  private void deliverCaptured() throws HostException, IOException {
+    long index = heldDecoderFrame;
+    try {
+      long time = captured.place(timecode.value, status.value, frameInfo);
+      if (time != CaptureInput.NOT_SHOWN) deliver(index, times.carry(time), passCues(time) | captured.takeKeyDue());
+    } finally {
+      heldDecoderFrame = -1;
+      videoDecoderBufferRelease(session, index);
+    }
+    counters.decoded(decodeNs);
+    countPicture();
+  }
+
+  /** True where a cue is due at the picture, which then is to be a key picture. */
+  private boolean passCues(long time) throws HostException, IOException {
+    cues.accept(frameInfo.ancillaryData, time);
+    boolean due = false;
+    for (SpliceCue cue = cues.take(time); cue != null; cue = cues.take(time)) {
+      due = true;
+      settings.capture().listener().accept(new CaptureEvent(CaptureEvent.Kind.CUE, time, cue.toString()));
+      owner.output().cue(cue, time);
+    }
+    return due;
+  }
+
+  /** Time of the last picture that was captured. */
+  public long captureReachedMs() {
+    return Math.max(0, captured.lastMs());
+  }
+
+  /** What a capture came to so far; null for a session of packets. */
+  public CaptureFigures captureFigures() {
+    if (captured == null) return null;
+    double seconds = sound == null ? 0 : (double) sound.silentSamples() / settings.audio().source().sampleRate();
+    return new CaptureFigures(
+        captured.dropped(), captured.withheld(), captured.slatePictures(), captured.worstOffsetMs(), seconds);
+  }
+
   /** Ends the stream: hands out all that the decoder and the encoders still hold. */
   public void drain() throws HostException, IOException {
     for (boolean done = false; !done; ) {
@@ -266,14 +324,20 @@ public final class TranscodeSession implements AutoCloseable {
     if (heldDecoderFrame >= 0) videoDecoderBufferRelease(session, heldDecoderFrame);
     heldDecoderFrame = -1;
     if (audio != null) audio.close();
+    if (sound != null) sound.close();
     owner.close();
     session = 0;
     counters.ended();
   }
 
   private void wireVideo() throws HostException {
-    source = new VideoSource(settings.codec(), settings.config());
-    times = new TimecodeMap(settings.codec().reorders(), settings.source().timeBase(), settings.source().frameRate());
+    if (settings.capture() != null) {
+      times = new TimecodeMap();
+      captured = new CaptureInput(owner, settings.capture(), settings.source().frameRateOrDefault());
+    } else {
+      source = new VideoSource(settings.codec(), settings.config());
+      times = new TimecodeMap(settings.codec().reorders(), settings.source().timeBase(), settings.source().frameRate());
+    }
     if (settings.staysOnDevice()) owner.keepOnDevice();
     wireStages();
     try {
@@ -290,7 +354,7 @@ public final class TranscodeSession implements AutoCloseable {
     targets = new long[paths.size()];
     check(videoScalerInitialize(session), SCALER_TROUBLE);
     if (decoder != DecoderBackend.SOFTWARE || !owner.device().isSoftware()) history = new CodedHistory();
-    if (source.config() != null) configure();
+    if (source != null && source.config() != null) configure();
     placeOverlays();
   }
 
@@ -383,6 +447,10 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   private void wireDecoder() throws HostException {
+    if (captured != null) {
+      captured.wire(BIT_DEPTH, owner.fourcc());
+      return;
+    }
     String refusal = decoder == DecoderBackend.SOFTWARE ? null : openDecoder();
     if (refusal != null) {
       settings.deviceListener().accept(new DeviceEvent("decoder " + decoder, -1, refusal));
@@ -437,8 +505,8 @@ public final class TranscodeSession implements AutoCloseable {
     }
   }
 
-  /** One step of the decoder; true when it gave a picture. */
-  private boolean decodeStep() throws HostException, IOException {
+  /** One step of the decoder; true when it left a picture in the frame that is held. */
+  private boolean step() throws HostException, IOException {
     if (heldDecoderFrame < 0) heldDecoderFrame = allocateDecoderFrame();
     frameInfo.timcodeInfo.clear();
     frameInfo.ancillaryData.clear();
@@ -447,8 +515,12 @@ public final class TranscodeSession implements AutoCloseable {
     decodeNs += System.nanoTime() - startNs;
     if (result != 0) throw notDecoded();
     if ((status.value & STATUS_DAMAGED) != 0) concealed++;
-    boolean frame = (status.value & STATUS_FRAME) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
-    if (!frame) return false;
+    return (status.value & STATUS_FRAME) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
+  }
+
+  /** The same all the way into the encoders. */
+  private boolean decodeStep() throws HostException, IOException {
+    if (!step()) return false;
     long index = heldDecoderFrame;
     boolean isNew;
     try {
@@ -458,23 +530,26 @@ public final class TranscodeSession implements AutoCloseable {
       if (isNew && history != null) history.delivered(timecode.value, shown);
       for (int i = 0; i < shown.size(); i++) {
         if (i > 0) check(videoDecoderGetFrame(session, index, timecode), "the second field could not be fetched");
-        deliver(index, shown.get(i));
+        deliver(index, shown.get(i), false);
       }
       if (isNew) frames += Math.max(shown.size() - 1, 0);
     } finally {
       heldDecoderFrame = -1;
       videoDecoderBufferRelease(session, index);
     }
-    if (!isNew) return true;
-    counters.pictures(++frames);
-    if (frames % LOG_FETCH_INTERVAL_FRAMES != 0) return true;
-    owner.fetchLog();
-    counters.summarize();
+    if (isNew) countPicture();
     return true;
   }
 
+  private void countPicture() {
+    counters.pictures(++frames);
+    if (frames % LOG_FETCH_INTERVAL_FRAMES != 0) return;
+    owner.fetchLog();
+    counters.summarize();
+  }
+
   private HostException notDecoded() {
-    String what = settings.name() + ": its " + settings.codec().codecName + " pictures could not be decoded";
+    String what = settings.name() + ": its " + settings.source().codecName() + " pictures could not be decoded";
     HostException failure = owner.failure(what);
     return decoder == DecoderBackend.SOFTWARE ? failure : new DeviceFailure(EncoderFault.ERROR, failure.getMessage());
   }
@@ -499,7 +574,7 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   /** Scales one decoded picture into every rendition that wants it and sends the results to the encoders. */
-  private void deliver(long decoderFrame, long time) throws HostException, IOException {
+  private void deliver(long decoderFrame, long time, boolean key) throws HostException, IOException {
     if (firstTime == Long.MIN_VALUE) firstTime = time;
     if (owner.device().kind().onePass) {
       if (time > decodedTo) owner.output().decoded(time, (int) frameInfo.displayWidth, (int) frameInfo.displayHeight);
@@ -516,7 +591,7 @@ public final class TranscodeSession implements AutoCloseable {
       decodedTo = Math.max(decodedTo, time);
       for (RenditionPath path : paths) path.scaleFrom(decoderFrame, time);
       // The smallest rendition is done first, so it is asked first and gets its next picture while others work.
-      for (int i = paths.size() - 1; i >= 0; i--) paths.get(i).encode(time, firstTime);
+      for (int i = paths.size() - 1; i >= 0; i--) paths.get(i).encode(time, firstTime, key);
       for (RenditionPath path : paths) path.showPreview(time);
     } finally {
       for (RenditionPath path : paths) path.releaseTarget();
@@ -535,7 +610,7 @@ public final class TranscodeSession implements AutoCloseable {
       if ((scaled.value & SCALED) == 0) return false;
       long time = inScaler.remove();
       for (RenditionPath path : paths) path.scaled(time, ns);
-      for (int i = paths.size() - 1; i >= 0; i--) paths.get(i).encode(time, firstTime);
+      for (int i = paths.size() - 1; i >= 0; i--) paths.get(i).encode(time, firstTime, false);
       for (RenditionPath path : paths) path.showPreview(time);
       return true;
     } finally {

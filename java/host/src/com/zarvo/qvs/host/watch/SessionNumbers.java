@@ -4,6 +4,7 @@ import com.zarvo.qvs.host.session.RungCounters;
 import com.zarvo.qvs.host.session.SessionCounters;
 import com.zarvo.qvs.host.session.SoundCounters;
 import com.zarvo.qvs.host.session.StageTimes;
+import java.util.Arrays;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
@@ -26,6 +27,7 @@ final class SessionNumbers {
     map.put("input", input);
     map.put("renditions", session.rungs().stream().map(rung -> rung(session, rung)).toList());
     map.put("audio", session.sounds().stream().map(SessionNumbers::sound).toList());
+    if (session.levels().length > 0) map.put("peaksDb", Arrays.stream(session.levels()).boxed().toList());
     map.put("avOffsetSeconds", session.avOffsetMs().isPresent() ? session.avOffsetMs().getAsLong() / 1000.0 : null);
     map.put("wallSeconds", session.wallSeconds());
     map.put("picturesPerSecond", session.pictures() / Math.max(1e-3, session.wallSeconds()));

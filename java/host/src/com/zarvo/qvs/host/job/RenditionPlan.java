@@ -1,0 +1,43 @@
+package com.zarvo.qvs.host.job;
+
+import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.OverlaySpec;
+import com.zarvo.qvs.host.model.RenditionSpec;
+import java.util.List;
+
+/** Settles the renditions that a source is to get. */
+final class RenditionPlan {
+  private RenditionPlan() {}
+
+  /** Those that were asked for, or the usual ones; `hidesAspect` says that the decoder cannot tell the source's aspect. */
+  static List<RenditionSpec> of(JobSettings settings, StreamInfo source, boolean hidesAspect) throws HostException {
+    try {
+      return settled(settings, source, hidesAspect);
+    } catch (IllegalArgumentException e) {
+      throw new HostException(e.getMessage());
+    }
+  }
+
+  private static List<RenditionSpec> settled(JobSettings settings, StreamInfo source, boolean hidesAspect) {
+    List<RenditionSpec> wanted =
+        settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
+    return wanted.stream()
+        .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset()))
+        .map(spec -> spec.fittedTo(source.displayAspect(spec.crop())))
+        .map(spec -> hidesAspect ? spec.withOwnBars(source.displayAspect()) : spec)
+        .toList();
+  }
+
+  /** Refuses what their container, or an overlay, cannot do. */
+  static void check(JobSettings settings, List<RenditionSpec> renditions) throws HostException {
+    for (OverlaySpec overlay : settings.overlays())
+      if (overlay.rendition() >= renditions.size())
+        throw new HostException(
+            "overlay on=" + overlay.rendition() + ": there are only renditions 0 to " + (renditions.size() - 1));
+    for (RenditionSpec rendition : renditions)
+      if (!settings.format().holds(rendition.codec()))
+        throw new HostException(
+            "--format " + settings.format().label() + " cannot hold " + rendition.codec().codecName);
+  }
+}
