@@ -16,7 +16,6 @@ namespace qvs {
 
 namespace {
 
-constexpr uint64_t kFrameFlagNoSignal = 1;
 constexpr uint32_t kColorSpace601 = 1;
 
 std::string nameOf(BMDPixelFormat format) {
