@@ -7,7 +7,6 @@
 
 #include "capture/CaptureUtils.h"
 #include "contract/FrameTypes.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "log/LogGlobalLogger.h"
 #include "platform/SystemTimeUtil.h"
 

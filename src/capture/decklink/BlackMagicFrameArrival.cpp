@@ -8,7 +8,6 @@
 #include "capture/CaptureUtils.h"
 #include "capture/decklink/BlackMagicInputs.h"
 #include "capture/decklink/BlackMagicNotificationCallback.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "log/ILogger.h"
 
 namespace qvs {
@@ -59,7 +58,8 @@ void BlackMagicNotificationCallback::followSignal(Arrival& arrival) {
   }
   arrival.hasSignal = !hasNoInput(*frame);
   tellSignal(arrival);
-  arrival.firstGood = arrival.hasSignal && !std::exchange(hadSignal, arrival.hasSignal);
+  const bool before = std::exchange(hadSignal, arrival.hasSignal);
+  arrival.firstGood = arrival.hasSignal && !before;
   if (arrival.hasSignal) {
     emptyFrameCount = 0;
     if (captureFileSource.isRunning()) leaveFileSource(arrival);

@@ -9,7 +9,6 @@
 #include "capture/decklink/BlackMagicInputs.h"
 #include "capture/decklink/BlackMagicNotificationCallback.h"
 #include "contract/FrameTypes.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "log/ILogger.h"
 
 namespace qvs {

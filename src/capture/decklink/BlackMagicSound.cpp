@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "capture/CaptureUtils.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "log/LogGlobalLogger.h"
 
 namespace qvs {
@@ -43,6 +42,7 @@ bool BlackMagicSound::deliver(IDeckLinkAudioInputPacket& packet, int64_t firstSa
   if (count <= 0 || count > kSamplesMax || firstSample < 0 || captureChannels == 0) return false;
   if (packet.GetBytes(&bytes) != S_OK || bytes == nullptr) return false;
   if (missed >= kMissedUntilTold) {
+    sendSilence(firstSample);
     loggerOrGlobal(device.getLogger())->info("BlackMagicSound.deliver[{context}]: The card's sound is back");
   }
   missed = 0;
@@ -79,9 +79,13 @@ void BlackMagicSound::miss(int64_t until) {
     loggerOrGlobal(device.getLogger())
         ->warn("BlackMagicSound.miss[{context}]: The card sends no sound: silence takes its place");
   }
-  const int64_t from = nextSample;
-  nextSample = until;
   allLevelsThere = false;
+  sendSilence(until);
+  nextSample = until;
+}
+
+void BlackMagicSound::sendSilence(int64_t until) {
+  const int64_t from = nextSample;
   // Without sound before there is nothing to go on from; and a jump of the clock is no gap to fill.
   if (from < 0 || until <= from || until - from > int64_t{sampleRate} * 2) return;
   const auto samples = static_cast<uint32_t>(until - from);

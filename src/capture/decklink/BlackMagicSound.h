@@ -35,6 +35,8 @@ class BlackMagicSound {
   static constexpr uint32_t kCacheMax = 4;
 
   void measure(const uint8_t* packet, const uint8_t* stereo, uint32_t samples, uint64_t milliseconds);
+  /// From where the sound ended.
+  void sendSilence(int64_t until);
   void send(CaptureFrame* frame, int64_t firstSample);
 
   BlackMagicCaptureState& device;

@@ -7,7 +7,6 @@
 
 #include "capture/decklink/BlackMagicInputs.h"
 #include "capture/decklink/DeckLinkLibrary.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "log/LogGlobalLogger.h"
 #include "platform/Guard.h"
 

@@ -7,7 +7,6 @@
 #include "capture/decklink/BlackMagicKeys.h"
 #include "capture/decklink/CaptureDeviceBlackMagic.h"
 #include "contract/ParameterType.h"
-#include "frames/VideoFrameBufferSet.h"
 #include "log/LogGlobalLogger.h"
 
 namespace qvs {

@@ -214,7 +214,7 @@ void CardInput::deliver() {
     soundBits = bits;
   }
   const std::string forced = faultScript().text("format", "");
-  if (!forced.empty()) format = codeOf(forced.c_str());
+  if (!forced.empty()) format = forced == "ARGB" ? 32 : codeOf(forced.c_str());
   // A card that was told another mode than comes in sees nothing.
   const bool seen = signal && (!video || enabled == mode);
   CardFrame* frame = nullptr;

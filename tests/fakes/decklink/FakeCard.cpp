@@ -46,9 +46,16 @@ class CardAttributes final : public CardObject<ProfileAttributes> {
 
 /// A card's settings; one of another type than it was set with isn't there.
 struct Settings {
+  Settings() { forget(); }
+  void forget() {
+    const std::lock_guard hold(lock);
+    flags.clear();
+    numbers = {{codeOf("vicn"), 1}, {codeOf("aicn"), 1}};
+  }
+
   std::mutex lock;
   std::map<uint32_t, bool> flags;
-  std::map<uint32_t, int64_t> numbers = {{codeOf("vicn"), 1}, {codeOf("aicn"), 1}};
+  std::map<uint32_t, int64_t> numbers;
   std::map<uint32_t, double> reals;
   std::map<uint32_t, std::string> texts;
 };
@@ -139,6 +146,7 @@ class CardDevice final : public Device {
     cardCounts().opened("device");
     return 2;
   }
+  void forget() { settings.forget(); }
   unsigned long Release() override {
     cardCounts().closed("device");
     return 1;
@@ -303,6 +311,7 @@ QVS_CARD_EXPORT card::Discovery* CreateDeckLinkDiscoveryInstance_0003() {
 QVS_CARD_EXPORT void qvsFakeCardScript(const char* text) {
   faultScript().set(text);
   ++card::scriptGeneration;
+  for (auto* device : card::devices()) device->forget();
   card::plugged = true;
 }
 QVS_CARD_EXPORT uint64_t qvsFakeCardCalls() {
@@ -313,4 +322,9 @@ QVS_CARD_EXPORT int64_t qvsFakeCardLive() {
 }
 QVS_CARD_EXPORT uint64_t qvsFakeCardSent() {
   return card::CardInput::sent;
+}
+QVS_CARD_EXPORT const char* qvsFakeCardFaulty() {
+  static std::string name;
+  name = faultScript().faulty();
+  return name.c_str();
 }
