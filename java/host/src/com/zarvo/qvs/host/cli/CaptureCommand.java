@@ -50,6 +50,9 @@ final class CaptureCommand implements Callable<Integer>, Interruptible {
       description = "A capture directory whose pictures are shown while the device has no signal; else they are black.")
   private Path slate;
 
+  @Option(names = "--mode", paramLabel = "NAME", description = "What comes in, by the device's list; else it finds it.")
+  private String mode;
+
   @Option(names = "--duration", paramLabel = "SECONDS", description = "End by itself after so long.")
   private Double seconds;
 
@@ -66,7 +69,7 @@ final class CaptureCommand implements Callable<Integer>, Interruptible {
     if (seconds != null) settings.maxMilliseconds(Math.round(seconds * 1000));
     Interruption interruption = main.listenToSignals();
     try (CaptureStage stage = CaptureStage.open(device, devices, slate)) {
-      CaptureJob job = new CaptureJob(settings.build(), stage, !noCaptions, Console::progress, interruption);
+      CaptureJob job = new CaptureJob(settings.build(), stage, mode, !noCaptions, Console::progress, interruption);
       return ladder.run(job, name);
     }
   }

@@ -31,6 +31,7 @@ public final class CaptureJob implements LadderJob {
 
   private final JobSettings settings;
   private final CaptureStage stage;
+  private final String mode;
   private final boolean captions;
   private final Progress progress;
   private final Interruption interruption;
@@ -38,12 +39,13 @@ public final class CaptureJob implements LadderJob {
   private Consumer<SessionCounters> watcher = counters -> {};
   private long secondNs = System.nanoTime();
 
-  /** `stage` stays the caller's; `progressOf` makes the display for a length in milliseconds, -1 when unknown. */
+  /** `stage` stays the caller's; `mode` may be null; `progressOf` makes the display for a length in milliseconds, -1 when unknown. */
   public CaptureJob(
-      JobSettings settings, CaptureStage stage, boolean captions, Function<Long, Progress> progressOf,
+      JobSettings settings, CaptureStage stage, String mode, boolean captions, Function<Long, Progress> progressOf,
       Interruption interruption) {
     this.settings = settings;
     this.stage = stage;
+    this.mode = mode;
     this.captions = captions;
     this.interruption = interruption;
     this.progress = progressOf.apply(settings.maxMilliseconds() == Long.MAX_VALUE ? -1 : settings.maxMilliseconds());
@@ -64,7 +66,7 @@ public final class CaptureJob implements LadderJob {
 
   @Override
   public JobResult run() throws HostException, IOException {
-    stage.start();
+    stage.start(mode);
     StreamInfo source = stage.device().pictures();
     if (source == null) throw new HostException(stage.device() + ": has no pictures");
     result.source = source;

@@ -83,8 +83,9 @@ public final class CaptureStage implements AutoCloseable {
     return device;
   }
 
-  /** Starts the device, and waits a little for its first picture. */
-  public void start() throws HostException {
+  /** Starts the device in a mode, null for the one that it finds, and waits a little for its first picture. */
+  public void start(String mode) throws HostException {
+    device.expect(mode);
     device.wantAncillaryData(CAPTION_DID, CAPTION_SID);
     device.wantAncillaryData(SpliceReader.DID, SpliceReader.SID);
     started = !device.start();

@@ -14,6 +14,7 @@ import com.zarvo.qvs.transcoder.capture.TranscoderCaptureDeviceInfo;
 import com.zarvo.qvs.transcoder.capture.TranscoderCaptureDeviceRenditionInfo;
 import com.zarvo.qvs.transcoder.capture.TranscoderCaptureDeviceSessionInfo;
 import com.zarvo.qvs.transcoder.capture.TranscoderCaptureDeviceStateInfo;
+import com.zarvo.qvs.transcoder.capture.TranscoderCaptureDeviceVideoCaptureParams;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import java.util.ArrayList;
 import java.util.List;
@@ -53,6 +54,22 @@ public final class CaptureDevice {
   /** Its modes, by name. */
   public List<String> modes() {
     return info.renditions.stream().map(mode -> mode.name).toList();
+  }
+
+  /**
+   * Before {@link #start}: what comes in. Without a mode a device that can finds it by itself, and follows its changes.
+   *
+   * @param mode one of {@link #modes}, null for the device to find
+   */
+  public void expect(String mode) throws HostException {
+    TranscoderCaptureDeviceVideoCaptureParams wanted = new TranscoderCaptureDeviceVideoCaptureParams();
+    wanted.enable = true;
+    wanted.frameRateDivisor = 1;
+    wanted.autoDetectInputSource = mode == null && info.inputFormatDetection ? 1 : 0;
+    wanted.renditionIndex = mode == null ? -1 : modes().indexOf(mode);
+    if (mode != null && wanted.renditionIndex < 0)
+      throw new HostException(name() + ": has no mode '" + mode + "'; there are: " + String.join(", ", modes()));
+    captureDeviceSetVideoCaptureParams(id, wanted);
   }
 
   /** True when it ran already: somebody else's run, that is not ours to end. */
