@@ -46,6 +46,7 @@ void forEachRecord(Visit visit) {
   visit("TranscoderPacket", kAudioPacket);
   visit("ThumbnailerRequest", kThumbnailRequest);
   visit("ThumbnailerRequestPacket", kThumbnailPacket);
+  visit("ThumbnailerResponse", kThumbnailResponse);
 }
 
 }  // namespace qvs

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "ucc/ConversionPathTable.h"
+#include "ucc/PictureRect.h"
 
 namespace qvs::ucc {
 namespace {
@@ -43,22 +44,23 @@ bool overlayIsSound(const ucc_overlay_config_t& overlay, const PixelFormat*& for
 
 }  // namespace
 
-Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& source, uint32_t orientation,
-                            const ucc_overlay_config_t* overlay) {
+Status Converter::transform(ucc_frame_t target, ucc_frame_t source, const ucc_config_t& config) {
+  const ucc_overlay_config_t* overlay = config.overlay;
   const PixelFormat* targetFormat = findPixelFormat(target.pixel_format);
   const PixelFormat* sourceFormat = findPixelFormat(source.pixel_format);
   const PixelFormat* overlayFormat = nullptr;
   if (!frameIsSound(targetFormat, target) || !frameIsSound(sourceFormat, source)) return Status::kBadArgument;
   if (overlay && !overlayIsSound(*overlay, overlayFormat)) return Status::kBadArgument;
-
-  if ((orientation & ~kKnownOrientations) != 0) return Status::kBadArgument;
+  if ((config.orientation & ~kKnownOrientations) != 0) return Status::kBadArgument;
+  if (config.source_rect && !narrowTo(*config.source_rect, *sourceFormat, source)) return Status::kBadArgument;
+  if (config.target_rect && !narrowTo(*config.target_rect, *targetFormat, target)) return Status::kBadArgument;
 
   // From here on only memory can fail.
   const ColorPair colors =
       resolveColors(*targetFormat, target.colorimetry, *sourceFormat, source.colorimetry);
   const Task task{targetFormat,  sourceFormat,  target.width,
                   target.height, source.width,  source.height,
-                  colors.target, colors.source, orientationOf(orientation)};
+                  colors.target, colors.source, orientationOf(config.orientation)};
   if (!convert(task, target, source)) return Status::kNoMemory;
   if (!overlay) return Status::kDone;
 

@@ -35,10 +35,8 @@ void UCC_Destroy(void* instance) {
 uint32_t UCC_Transform(void* instance, ucc_frame_t* target, const ucc_frame_t* source,
                        const ucc_config_t* config) {
   if (!instance || !target || !source) return kBadArgument;
-  const ucc_overlay_config_t* overlay = config ? config->overlay : nullptr;
-  const uint32_t orientation = config ? config->orientation : 0;
   auto* converter = static_cast<Converter*>(instance);
-  return static_cast<uint32_t>(converter->transform(*target, *source, orientation, overlay));
+  return static_cast<uint32_t>(converter->transform(*target, *source, config ? *config : ucc_config_t{}));
 }
 
 uint32_t UCC_InitFrameBuffer(ucc_frame_t* frame, uint8_t* memory, const mc_frame_colorspace_info_t* info) {
