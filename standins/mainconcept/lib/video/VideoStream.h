@@ -50,7 +50,7 @@ class VideoStream {
   };
   static constexpr size_t kUnitsInFlight = 64;  ///< more than any codec holds back
   /// Bytes that are searched again for a header that may reach into the next ones.
-  static constexpr size_t kHeaderMax = 65536;
+  static constexpr size_t kHeaderMax = 16384;
 
   bool openCodec();
   void beginUnit(const void* record, uint32_t size);
