@@ -21,6 +21,7 @@ import picocli.CommandLine.ScopeType;
     subcommands = {
       TranscodeCommand.class,
       DecodeCommand.class,
+      ThumbsCommand.class,
       InspectCommand.class,
       DemoCommand.class,
       SoakCommand.class,
