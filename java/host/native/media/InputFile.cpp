@@ -150,7 +150,7 @@ MediaStatus InputFile::next(bool* atEnd) {
 
 bool InputFile::isSearchable() const {
   return !countsFromStart_ && format_->pb && (format_->pb->seekable & AVIO_SEEKABLE_NORMAL) &&
-         !(format_->iformat->flags & AVFMT_NOTIMESTAMPS);
+         !(format_->iformat->flags & (AVFMT_NOTIMESTAMPS | AVFMT_GENERIC_INDEX));
 }
 
 MediaStatus InputFile::seek(int64_t pts) {

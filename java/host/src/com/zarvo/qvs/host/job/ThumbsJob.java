@@ -88,19 +88,27 @@ public final class ThumbsJob {
     Double pending = null;
     try {
       for (double next : settings.choice().times(length)) {
-        if (pending != null && length == 0 && maker.isPast(pending)) break;
         if (pending != null) last = take(pending, next, last);
         pending = next;
+        if (isPast(next) && settings.choice().every() > 0) break;
       }
-      boolean over = pending == null || length == 0 && maker.isPast(pending);
-      if (!over) last = take(pending, pending + LAST_WINDOW_SECONDS, last);
+      last = take(pending, pending + LAST_WINDOW_SECONDS, last);
     } finally {
       if (last != null) last.image().close();
     }
   }
 
+  private boolean isPast(double seconds) {
+    return length > 0 ? seconds > length : maker.isPast(seconds);
+  }
+
   // Gives the picture that stands for that time; the one before is freed where it was another.
   private StillMaker.Shot take(double seconds, double until, StillMaker.Shot last) throws IOException, MediaException {
+    if (isPast(seconds)) {
+      // Steps go on until the end is found; who asked for a time is told.
+      if (settings.choice().every() == 0) lost.add(settings.input() + ": ends before " + text(seconds) + " s");
+      return last;
+    }
     StillMaker.Shot shot = maker.at(seconds, until, last);
     progress.update(Math.round(seconds * 1000), pictures.size());
     if (shot == null) {

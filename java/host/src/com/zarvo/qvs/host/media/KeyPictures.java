@@ -24,7 +24,8 @@ public final class KeyPictures {
 
   public KeyPictures(MediaReader reader) {
     this.reader = reader;
-    this.searchable = reader.isSearchable();
+    // Where the length isn't known, only reading on tells where the end is.
+    this.searchable = reader.isSearchable() && reader.video().durationMs() > 0;
     this.second = reader.video().timeBase().ofMilliseconds(1000);
     reader.ignore(MediaKind.AUDIO);
   }
