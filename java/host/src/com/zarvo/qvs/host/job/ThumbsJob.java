@@ -104,12 +104,14 @@ public final class ThumbsJob {
 
   // Gives the picture that stands for that time; the one before is freed where it was another.
   private StillMaker.Shot take(double seconds, double until, StillMaker.Shot last) throws IOException, MediaException {
+    StillMaker.Shot shot = isPast(seconds) ? null : maker.at(seconds, until, last);
+    // Looking for it may have found the end.
     if (isPast(seconds)) {
+      if (shot != null && shot != last) shot.image().close();
       // Steps go on until the end is found; who asked for a time is told.
       if (settings.choice().every() == 0) lost.add(settings.input() + ": ends before " + text(seconds) + " s");
       return last;
     }
-    StillMaker.Shot shot = maker.at(seconds, until, last);
     progress.update(Math.round(seconds * 1000), pictures.size());
     if (shot == null) {
       lost.add(settings.input() + ": no picture at " + text(seconds) + " s (" + maker.lastWord() + ")");
