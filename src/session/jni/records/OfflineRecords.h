@@ -1,5 +1,7 @@
 #pragma once
 
+#include <qvs/vod_transcoder.h>
+
 #include <cstdint>
 
 #include "offline/thumbnail/ThumbnailerData.h"
@@ -50,5 +52,43 @@ inline constexpr JavaRecord<JavaThumbnailResponse, 4> kThumbnailResponse{
       {"width", "I", &JavaThumbnailResponse::width},
       {"height", "I", &JavaThumbnailResponse::height},
       {"pictureData", kJavaByteBuffer}}}};
+
+/// A packet of a stored stream on its way in. "buffer" is moved by its owner.
+struct JavaVODPacket {
+  int64_t len = 0;
+  int32_t offset = 0;
+  uint32_t type = 0;
+  uint64_t timecode = 0;
+  int64_t timecodeOffset = 0;
+  uint32_t frameType = 0;
+  uint8_t vodIsCodecConfig = 0;
+  int32_t vodPacketsIndex = 0;
+  uint8_t vodIsEncode = 0;
+};
+inline constexpr JavaRecord<JavaVODPacket, 10> kVODPacket{
+    kPacketClass,
+    {{{"buffer", "[B"},
+      {"offset", "I", &JavaVODPacket::offset},
+      {"len", "J", &JavaVODPacket::len},
+      {"type", "I", &JavaVODPacket::type},
+      {"timecode", "J", &JavaVODPacket::timecode},
+      {"timecodeOffset", "I", &JavaVODPacket::timecodeOffset},
+      {"frameType", "I", &JavaVODPacket::frameType},
+      {"vodIsCodecConfig", "Z", &JavaVODPacket::vodIsCodecConfig},
+      {"vodPacketsIndex", "I", &JavaVODPacket::vodPacketsIndex},
+      {"vodIsEncode", "Z", &JavaVODPacket::vodIsEncode}}}};
+
+inline constexpr JavaRecord<VODTranscoderVideoSettings, 10> kVODSettings{
+    nullptr,
+    {{{"videoCodec", "I", &VODTranscoderVideoSettings::videoCodec},
+      {"videoImplementation", "I", &VODTranscoderVideoSettings::videoImplementation},
+      {"videoGPUID", "I", &VODTranscoderVideoSettings::videoGPUID},
+      {"videoProfile", "I", &VODTranscoderVideoSettings::videoProfile},
+      {"videoFitMode", "I", &VODTranscoderVideoSettings::videoFitMode},
+      {"videoWidth", "I", &VODTranscoderVideoSettings::videoWidth},
+      {"videoHeight", "I", &VODTranscoderVideoSettings::videoHeight},
+      {"videoBitrate", "I", &VODTranscoderVideoSettings::videoBitrate},
+      {"videoHeader", "[B"},
+      {"videoFrameRate", "D", &VODTranscoderVideoSettings::videoFrameRate}}}};
 
 }  // namespace qvs
