@@ -2,7 +2,7 @@
 import argparse
 import os
 
-from qvsbench import audio, boundary, capture, card, cuda, ladder, plugins, programs, quality, replacement, watch
+from qvsbench import audio, boundary, capture, card, cuda, ladder, offline, plugins, programs, quality, replacement, watch
 from qvsbench.report import Report
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -12,7 +12,7 @@ def main(description):
     parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("part", nargs="?", default="all",
                         choices=["all", "ladder", "quality", "picture", "plugins", "boundary", "audio", "replacement",
-                                 "watch", "cuda", "card", "capture"])
+                                 "watch", "cuda", "card", "capture", "offline"])
     parser.add_argument("--json", metavar="FILE", help="write the figures there too")
     parser.add_argument("--build", default=os.path.join(ROOT, "build/release"), help="build folder to measure")
     parser.add_argument("--pairs", type=int, default=7, help="alternating runs of each program (default 7)")
@@ -47,6 +47,8 @@ def main(description):
         card.measure(report, bin_folder, options.pairs)
     if options.part in ("all", "capture"):
         capture.measure(report, bin_folder, options.build, work, options.pairs, options.frames, options.seconds)
+    if options.part in ("all", "offline"):
+        offline.measure(report, bin_folder, options.build, work, options.pairs)
     report.print()
     if options.json:
         report.write_json(options.json)

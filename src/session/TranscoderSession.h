@@ -11,6 +11,7 @@
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoFrameAncillaryData.h"
 #include "frames/VideoOverlayFrame.h"
+#include "offline/vod/IVODTranscoder.h"
 #include "platform/CodedBlock.h"
 #include "platform/FreeDeleter.h"
 #include "session/HardwareAvailability.h"
@@ -223,12 +224,24 @@ class TranscoderSession : public TranscoderSessionBase {
                                        EncodedAudioUnits& frames);
   uint32_t audioEncoderEncodeBufferDone(uint32_t indexEncoder, uint32_t indexBuffer);
 
+  // Off-line work. A batch reads the session and changes nothing of it but the log: it may run beside other calls.
+
+  /// One batch through whatever hardware there is; what comes out holds arrays of the allocator. No hardware: failure.
+  uint32_t vodTranscoderTranscodeFrames(JNIAllocator* allocator, VODTranscoderVideoSettings& settings,
+                                        const std::vector<VideoFrameEncoded>& inFrames,
+                                        std::vector<VideoFrameEncoded>& outFrames);
+  uint32_t vodTranscoderGetCodecConfig(JNIAllocator* allocator, VODTranscoderVideoSettings& settings,
+                                       VideoFrameEncoded& codecConfigFrame);
+
  protected:
   static constexpr size_t kPathSize = 512;
   using Path = std::array<char, kPathSize>;
 
   /// What `initialize` does with the machine's inventory.
   void initializeFrom(const HardwareInspector& inspector);
+
+  /// Null without hardware that does it.
+  std::unique_ptr<IVODTranscoder> createVODTranscoder(const VODTranscoderVideoSettings& settings);
 
   HardwareAvailability availability;
 
@@ -240,6 +253,8 @@ class TranscoderSession : public TranscoderSessionBase {
   void copyInventory(const HardwareInspector& inspector);
   void logInventory(const HardwareInspector& inspector);
   char* pluginPath(PluginPath path);
+  std::unique_ptr<IVODTranscoder> readyVODTranscoder(const char* label, JNIAllocator* allocator,
+                                                     const VODTranscoderVideoSettings& settings);
   bool isDecoderFrameSizeValid(uint32_t width, uint32_t height) const;
   uint32_t fetchDecodedFrame(VideoFrameBuffer& frame, uint64_t* timecode,
                              std::vector<VideoFrameAncillaryData>& ancillaryData,

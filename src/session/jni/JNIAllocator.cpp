@@ -11,6 +11,11 @@ namespace qvs {
 
 void* JNIAllocator::byteArrayNew(uint32_t size) {
   if (size > static_cast<uint32_t>(std::numeric_limits<jsize>::max())) return nullptr;
+  // A batch holds more arrays than the frame of a native call has room for.
+  if (env->EnsureLocalCapacity(1) != JNI_OK) {
+    clearFailure(env);
+    return nullptr;
+  }
   const jbyteArray array = env->NewByteArray(static_cast<jsize>(size));
   if (array == nullptr) clearFailure(env);
   return array;

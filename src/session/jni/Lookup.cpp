@@ -34,6 +34,13 @@ jmethodID findMethod(JNIEnv* env, jclass cls, const char* name, const char* sign
   return method;
 }
 
+jmethodID findStaticMethod(JNIEnv* env, jclass cls, const char* name, const char* signature) {
+  if (cls == nullptr) return nullptr;
+  const jmethodID method = env->GetStaticMethodID(cls, name, signature);
+  if (method == nullptr) clearFailure(env);
+  return method;
+}
+
 LocalRef<jobject> objectField(JNIEnv* env, jobject object, jfieldID field) {
   if (object == nullptr || field == nullptr) return {};
   return {env, env->GetObjectField(object, field)};

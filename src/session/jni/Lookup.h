@@ -11,6 +11,7 @@ namespace qvs {
 LocalRef<jclass> findClass(JNIEnv* env, const char* name);
 LocalRef<jclass> classOf(JNIEnv* env, jobject object);  ///< null for a null object
 jfieldID findField(JNIEnv* env, jclass cls, const char* name, const char* signature);
+jmethodID findStaticMethod(JNIEnv* env, jclass cls, const char* name, const char* signature);
 jmethodID findMethod(JNIEnv* env, jclass cls, const char* name, const char* signature);
 
 /// The value of an object field, null where the field is missing.

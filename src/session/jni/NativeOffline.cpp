@@ -1,56 +1,39 @@
-// Off-line work: still pictures and batches of stored packets.
-//
-// No decoder for still pictures and no off-line transcoder is built in yet. A request for a picture is
-// checked, told in the session's log and ends with 0 and an empty response; a batch ends with -1 and an
-// untouched list.
+// Off-line work: batches of stored packets through hardware that decodes and encodes by itself.
+#include <cstdlib>
 
-#include <string>
-
+#include "session/JNIAllocator.h"
 #include "session/jni/NativeEntry.h"
-#include "session/jni/records/OfflineRecords.h"
+#include "session/jni/VODObjects.h"
 
 namespace qvs {
 namespace {
 
-constexpr const char* kPacketArray = "[Lcom/zarvo/qvs/transcoder/thumbnailer/ThumbnailerRequestPacket;";
+constexpr Failure kNoSettings{.reason = "The settings can't be read", .context = kLogContextOffline};
+constexpr Failure kNoPackets{.reason = "The packets can't be read or written", .context = kLogContextOffline};
 
-/// Packets of a request, -1 where it or their class lacks something; `complaint` then says what, if anything
-/// is to be said.
-jsize packetCount(JNIEnv* env, jobject request, jclass requestCls, std::string& complaint) {
-  const LocalRef<jobject> packets =
-      objectField(env, request, findField(env, requestCls, "packets", kPacketArray));
-  if (!packets) return -1;
-  const LocalRef<jclass> packetCls = findClass(env, kThumbnailPacket.className);
-  if (!packetCls) {
-    complaint = ": ThumbnailerRequestPacket not found";
-  } else if (!RecordFields(env, packetCls.get(), kThumbnailPacket).complete()) {
-    complaint = ": ThumbnailerRequestPacket fields not found";
+Failure refusedPackets(uint32_t count) {
+  return {.reason = "Packets whose bytes aren't in their array were left out",
+          .context = kLogContextOffline,
+          .number = count};
+}
+
+/// Blocks that a plug-in gave for good.
+void freeBlocks(const std::vector<VideoFrameEncoded>& frames) {
+  for (const VideoFrameEncoded& frame : frames) {
+    if (frame.isAllocated() && !frame.isJavaBuffer()) std::free(frame.getBuffer());
   }
-  return complaint.empty() ? env->GetArrayLength(static_cast<jarray>(packets.get())) : -1;
 }
 
-/// What keeps a request from being served; empty where there is nothing to say.
-std::string complaintAbout(JNIEnv* env, jobject request, jobject response) {
-  const LocalRef<jclass> requestCls = classOf(env, request);
-  if (!requestCls) return ": Request class not found";
-  if (response == nullptr) return ": Response class not found";
-  const RecordFields fields(env, requestCls.get(), kThumbnailRequest);
-  if (!fields.complete()) return std::string(": Request field not found: ") + fields.missing();
-  JavaThumbnailRequest values;
-  fields.read(request, values);
-
-  std::string complaint;
-  const jsize packets = packetCount(env, request, requestCls.get(), complaint);
-  if (packets < 0) return complaint;
-  if (packets == 0) return ": No packets to decode";
-  return ": Unsupported codec: " + std::to_string(values.codec);
-}
-
-jlong refuseBatch(const char* label, jlong classPtr) {
-  return withSession(label, classPtr, [&](TranscoderSession& session) -> jlong {
-    session.fail(label, {.reason = "Off-line transcoding is not built in", .context = kLogContextOffline});
-    return kEntryFailure;
-  });
+jlong transcodeBatch(JNIEnv* env, TranscoderSession& session, const char* label, JavaVODSettings& settings,
+                     const VODBatch& batch, jobject list) {
+  JNIAllocator allocator(env);
+  std::vector<VideoFrameEncoded> out;
+  const uint32_t result =
+      session.vodTranscoderTranscodeFrames(&allocator, settings.values, batch.getFrames(), out);
+  const bool added = result != kSuccess || out.empty() || addVODPackets(env, list, out);
+  freeBlocks(out);
+  if (!added) return failEntry(session, label, kNoPackets);
+  return static_cast<int32_t>(result);
 }
 
 }  // namespace
@@ -58,25 +41,36 @@ jlong refuseBatch(const char* label, jlong classPtr) {
 
 using namespace qvs;
 
-QVS_NATIVE(thumbnailerGetVideoFrame)
-(JNIEnv* env, jobject, jlong classPtr, jobject request, jobject response) {
-  const auto answer = [&](TranscoderSession& session) -> jlong {
-    const std::string complaint = complaintAbout(env, request, response);
-    if (!complaint.empty()) session.getLogger()->info(QVS_LABEL(thumbnailerGetVideoFrame) + complaint);
-    return 0;
-  };
-  return withSession(QVS_LABEL(thumbnailerGetVideoFrame), classPtr, answer, 0);
-}
-
 QVS_NATIVE(vodTranscoderTranscodeFrames)
-(JNIEnv*, jobject, jlong classPtr, jobject, jobjectArray, jobject) {
-  return refuseBatch(QVS_LABEL(vodTranscoderTranscodeFrames), classPtr);
+(JNIEnv* env, jobject, jlong classPtr, jobject settings, jobjectArray decodedFrames, jobject encodedFrames) {
+  constexpr const char* kLabel = "TranscoderSessionNative::vodTranscodeFrames";
+  return withSession(kLabel, classPtr, [&](TranscoderSession& session) -> jlong {
+    if (decodedFrames == nullptr || env->GetArrayLength(decodedFrames) < 1) return kEntryFailure;
+    JavaVODSettings wanted;
+    if (!wanted.read(env, settings)) return failEntry(session, kLabel, kNoSettings);
+    VODBatch batch;
+    if (!batch.read(env, decodedFrames, wanted.values)) return failEntry(session, kLabel, kNoPackets);
+    if (batch.getRefused() != 0) session.fail(kLabel, refusedPackets(batch.getRefused()));
+    return transcodeBatch(env, session, kLabel, wanted, batch, encodedFrames);
+  });
 }
 
-QVS_NATIVE(vodTranscoderGetCodecConfig)(JNIEnv*, jobject, jlong classPtr, jobject, jobject) {
-  return refuseBatch(QVS_LABEL(vodTranscoderGetCodecConfig), classPtr);
+QVS_NATIVE(vodTranscoderGetCodecConfig)
+(JNIEnv* env, jobject, jlong classPtr, jobject settings, jobject codecConfigFrame) {
+  constexpr const char* kLabel = "TranscoderSessionNative::vodTranscoderGetCodecConfig";
+  return withSession(kLabel, classPtr, [&](TranscoderSession& session) -> jlong {
+    JavaVODSettings wanted;
+    if (!wanted.read(env, settings)) return failEntry(session, kLabel, kNoSettings);
+    JNIAllocator allocator(env);
+    VideoFrameEncoded frame;
+    const uint32_t result = session.vodTranscoderGetCodecConfig(&allocator, wanted.values, frame);
+    if (result != kSuccess) return static_cast<int32_t>(result);
+    const bool written = writeVODConfig(env, codecConfigFrame, frame);
+    return written ? 0 : failEntry(session, kLabel, kNoPackets);
+  });
 }
 
-QVS_NATIVE(vodEncoderRun)(JNIEnv*, jobject, jlong classPtr) {
-  return refuseBatch(QVS_LABEL(vodEncoderRun), classPtr);
+/// A hook without work behind it.
+QVS_NATIVE(vodEncoderRun)(JNIEnv*, jobject, jlong) {
+  return kEntryFailure;
 }

@@ -9,6 +9,12 @@
 
 extern "C" {
 
+/// The least of what a stream tells of itself.
+struct mc_seq_params_t {
+  int32_t horizontal_size;  ///< pixels
+  int32_t vertical_size;    ///< rows
+};
+
 /// What a stream tells of itself.
 struct mc_seq_params_ex_t {
   int32_t horizontal_size;  ///< pixels
@@ -33,6 +39,8 @@ struct mc_pic_params_ex_t {
   int32_t progressive_frame;
   int32_t top_field_first;
   int32_t repeat_first_field;
+  int32_t matrix_coefficients;  ///< code point of ITU-T H.273; 2: not told
+  int32_t video_full_range;     ///< 1: samples from 0 to 255; 0: narrow, or not told
 };
 
 /// Value bits of GET_PIC: one field alone, its missing rows interpolated.

@@ -114,13 +114,24 @@ enum ucc_deinterlacing_method_e {
   UCC_DEINTERLACING_INTERFIELD_INTERPOLATION = 1,
 };
 
+/// A part of a picture: pixels in 24.8 fixed point, right and bottom are its last column and row. The fraction is
+/// dropped. Where a corner halves a chroma sample, the part begins with that sample.
+struct ucc_rect_t {
+  int32_t left;
+  int32_t top;
+  int32_t right;
+  int32_t bottom;
+};
+
 struct ucc_config_t {
   ucc_overlay_config_t* overlay;  ///< null: none; over the turned picture
   uint32_t orientation;           ///< bits of ucc_orientation_e; 0: as it lies
   /// ucc_deinterlacing_method_e. Pictures that aren't marked as progressive become whole ones of their first field,
   /// with the help of the instance's picture before. Formats that can't be deinterlaced pass as they are.
   uint32_t deinterlacing_method_idc;
-  uint32_t reserved[28];
+  const ucc_rect_t* source_rect;  ///< what is read; null: all
+  const ucc_rect_t* target_rect;  ///< what is written; null: all. The rest stays as it is
+  uint32_t reserved[24];
 };
 
 /// A new instance, or null when memory fails. `flags` must be 0.
@@ -129,7 +140,8 @@ void* UCC_Create(uint32_t flags);
 void UCC_Destroy(void* instance);  ///< null is allowed
 
 /// Deinterlaces, converts, scales and turns `source` into `target`. 0 on success; 1 for a null argument, an unknown format,
-/// orientation or method, a size out of range, a stride that doesn't hold a row; 2 when memory fails. The target is
+/// orientation or method, a size out of range, a stride that doesn't hold a row, a part that isn't inside of its picture; 2
+/// when memory fails. The target is
 /// untouched after 1.
 uint32_t UCC_Transform(void* instance, ucc_frame_t* target, const ucc_frame_t* source,
                        const ucc_config_t* config);

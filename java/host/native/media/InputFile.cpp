@@ -148,6 +148,20 @@ MediaStatus InputFile::next(bool* atEnd) {
   return {};
 }
 
+bool InputFile::isSearchable() const {
+  return !countsFromStart_ && format_->pb && (format_->pb->seekable & AVIO_SEEKABLE_NORMAL) &&
+         !(format_->iformat->flags & (AVFMT_NOTIMESTAMPS | AVFMT_GENERIC_INDEX));
+}
+
+MediaStatus InputFile::seek(int64_t pts) {
+  Selected& video = selected(StreamKind::kVideo);
+  if (av_seek_frame(format_, video.index, pts + video.origin, AVSEEK_FLAG_BACKWARD) >= 0) return {};
+  const int code = avformat_seek_file(format_, video.index, INT64_MIN, INT64_MIN, INT64_MAX, 0);
+  if (code >= 0) return {};
+  return MediaStatus::fromCode(avformat_seek_file(format_, -1, INT64_MIN, 0, INT64_MAX, AVSEEK_FLAG_BYTE),
+                               "cannot be searched");
+}
+
 void InputFile::noteEnd(Selected& of) {
   of.end = std::max(of.end, of.nextPts);
   of.cut = packet_->flags & AV_PKT_FLAG_CORRUPT;

@@ -45,6 +45,12 @@ class InputFile {
   /// Leaves the packets of a stream out from now on.
   void ignore(StreamKind kind);
 
+  /// Whether `seek` finds its way: not in what is read once, nor in streams without times or index.
+  bool isSearchable() const;
+  /// The next packet of pictures is one at or before that time, as far as the file's index knows, else the first. In
+  /// units of the stream's time base.
+  MediaStatus seek(int64_t pts);
+
   /// Sets `atEnd` when the file is used up; otherwise `packet()` is the next one of a selected stream.
   MediaStatus next(bool* atEnd);
 

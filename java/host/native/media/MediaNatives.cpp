@@ -164,6 +164,16 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_audioProperties
   record.set("codecTag", codec.codec_tag);
 }
 
+JNIEXPORT jboolean JNICALL Java_com_zarvo_qvs_host_media_MediaReader_isSearchable(JNIEnv*, jclass,
+                                                                                  jlong handle) {
+  return object<InputFile>(handle)->isSearchable();
+}
+
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_seek(JNIEnv* env, jclass, jlong handle,
+                                                                      jlong pts) {
+  passed(env, object<InputFile>(handle)->seek(pts));
+}
+
 JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_read(JNIEnv* env, jclass, jlong handle,
                                                                             jlongArray facts) {
   InputFile& file = *object<InputFile>(handle);

@@ -44,8 +44,11 @@ void forEachRecord(Visit visit) {
   visit("TranscoderNativeIntArray", kIntArrayHolder);
   visit("TranscoderPacket", kVideoPacket);
   visit("TranscoderPacket", kAudioPacket);
+  visit("TranscoderPacket", kVODPacket);
+  visit("TranscoderNativeVODTranscoderSettings", kVODSettings);
   visit("ThumbnailerRequest", kThumbnailRequest);
   visit("ThumbnailerRequestPacket", kThumbnailPacket);
+  visit("ThumbnailerResponse", kThumbnailResponse);
 }
 
 }  // namespace qvs

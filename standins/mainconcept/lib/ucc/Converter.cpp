@@ -5,6 +5,7 @@
 #include <new>
 
 #include "ucc/ConversionPathTable.h"
+#include "ucc/PictureRect.h"
 
 namespace qvs::ucc {
 namespace {
@@ -43,20 +44,23 @@ bool overlayIsSound(const ucc_overlay_config_t& overlay, const PixelFormat*& for
 
 }  // namespace
 
-Status Converter::transform(const ucc_frame_t& target, const ucc_frame_t& given, const ucc_config_t& config) {
+Status Converter::transform(ucc_frame_t target, const ucc_frame_t& given, const ucc_config_t& config) {
   const ucc_overlay_config_t* const overlay = config.overlay;
   const PixelFormat* targetFormat = findPixelFormat(target.pixel_format);
   const PixelFormat* sourceFormat = findPixelFormat(given.pixel_format);
   const PixelFormat* overlayFormat = nullptr;
   if (!frameIsSound(targetFormat, target) || !frameIsSound(sourceFormat, given)) return Status::kBadArgument;
   if (overlay && !overlayIsSound(*overlay, overlayFormat)) return Status::kBadArgument;
-
   if ((config.orientation & ~kKnownOrientations) != 0) return Status::kBadArgument;
   if (config.deinterlacing_method_idc > UCC_DEINTERLACING_INTERFIELD_INTERPOLATION)
     return Status::kBadArgument;
+  ucc_frame_t part = given;
+  if (config.source_rect && !narrowTo(*config.source_rect, *sourceFormat, part)) return Status::kBadArgument;
+  if (config.target_rect && !narrowTo(*config.target_rect, *targetFormat, target)) return Status::kBadArgument;
 
   // From here on only memory can fail.
-  const ucc_frame_t& source = wholeOf(*sourceFormat, given, config.deinterlacing_method_idc);
+  ucc_frame_t source = wholeOf(*sourceFormat, given, config.deinterlacing_method_idc);
+  if (config.source_rect) narrowTo(*config.source_rect, *sourceFormat, source);
   const ColorPair colors =
       resolveColors(*targetFormat, target.colorimetry, *sourceFormat, source.colorimetry);
   const Task task{targetFormat,  sourceFormat,  target.width,

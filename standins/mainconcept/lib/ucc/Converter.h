@@ -11,7 +11,7 @@ enum class Status : uint32_t { kDone = 0, kBadArgument = 1, kNoMemory = 2 };
 /// What an instance of the API is. Keeps the path of its last task and the overlay that it last painted.
 class Converter {
  public:
-  Status transform(const ucc_frame_t& target, const ucc_frame_t& source, const ucc_config_t& config);
+  Status transform(ucc_frame_t target, const ucc_frame_t& given, const ucc_config_t& config);
 
  private:
   bool convert(const Task& task, const ucc_frame_t& target, const ucc_frame_t& source);

@@ -33,7 +33,7 @@ std::optional<SequenceInfo> readMpeg2Units(UnitBuffer& header, AVCodecID) {
   return readMpeg2Header(header.data(), header.size());
 }
 
-std::optional<SequenceInfo> readMpeg4Units(UnitBuffer& header, AVCodecID codec) {
+std::optional<SequenceInfo> readParsedUnits(UnitBuffer& header, AVCodecID codec) {
   if (header.empty()) return std::nullopt;
   const AvLibrary& av = *AvLibrary::codecs();
   AvContextPtr context(av.avcodec_alloc_context3(av.avcodec_find_decoder(codec)));
@@ -48,8 +48,9 @@ std::optional<SequenceInfo> readMpeg4Units(UnitBuffer& header, AVCodecID codec) 
   int outSize = 0;
   av.av_parser_parse2(parser.get(), context.get(), &out, &outSize, packet->data, packet->size, 0, 0, 0);
   packet->buf = nullptr;
-  SequenceInfo info{.width = context->width,
-                    .height = context->height,
+  // Some parsers tell a size of their own, others write it where the codec's stands.
+  SequenceInfo info{.width = parser->width > 0 ? parser->width : context->width,
+                    .height = parser->height > 0 ? parser->height : context->height,
                     .pixelAspectWidth = context->sample_aspect_ratio.num,
                     .pixelAspectHeight = context->sample_aspect_ratio.den};
   takeRate(*context, info);

@@ -13,8 +13,8 @@ using HeaderReader = std::optional<SequenceInfo> (*)(UnitBuffer& header, AVCodec
 std::optional<SequenceInfo> readAvcUnits(UnitBuffer& header, AVCodecID codec);
 std::optional<SequenceInfo> readMpeg2Units(UnitBuffer& header, AVCodecID codec);
 
-/// MPEG-4: a visual object layer.
-std::optional<SequenceInfo> readMpeg4Units(UnitBuffer& header, AVCodecID codec);
+/// MPEG-4: a visual object layer. H.265: parameter sets with the picture behind them.
+std::optional<SequenceInfo> readParsedUnits(UnitBuffer& header, AVCodecID codec);
 
 /// Codecs without a configuration: each picture carries all. The bytes may be a first picture, which then
 /// tells the size, or just a start code, which tells nothing and is well.

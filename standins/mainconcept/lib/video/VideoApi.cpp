@@ -9,11 +9,25 @@ namespace {
 
 using namespace qvs::mc;
 
-constexpr VideoCodecRow kAvc{AV_CODEC_ID_H264, readAvcUnits, AspectKind::kPicture, true};
-constexpr VideoCodecRow kHevc{AV_CODEC_ID_HEVC, nullptr, AspectKind::kPicture, false};
-constexpr VideoCodecRow kMpeg{AV_CODEC_ID_MPEG2VIDEO, readMpeg2Units, AspectKind::kCode, true};
+bool startsAvcPicture(uint8_t code) {
+  const int type = code & 31;
+  return type == 1 || type == 2 || type == 5;
+}
+
+bool startsMpeg2Picture(uint8_t code) {
+  return code == 0 || code == 0xB8;
+}
+
+bool startsMpeg4Picture(uint8_t code) {
+  return code == 0xB6 || code == 0xB3;
+}
+
+constexpr VideoCodecRow kAvc{AV_CODEC_ID_H264, readAvcUnits, AspectKind::kPicture, true, startsAvcPicture};
+constexpr VideoCodecRow kHevc{AV_CODEC_ID_HEVC, readParsedUnits, AspectKind::kPicture, false};
+constexpr VideoCodecRow kMpeg{AV_CODEC_ID_MPEG2VIDEO, readMpeg2Units, AspectKind::kCode, true,
+                              startsMpeg2Picture};
 constexpr VideoCodecRow kMpeg4In[] = {
-    {AV_CODEC_ID_MPEG4, readMpeg4Units, AspectKind::kPixel, true},
+    {AV_CODEC_ID_MPEG4, readParsedUnits, AspectKind::kPixel, true, startsMpeg4Picture},
     {AV_CODEC_ID_H263, readFirstPicture, AspectKind::kPixel, false},
     {AV_CODEC_ID_FLV1, readFirstPicture, AspectKind::kPixel, false},
 };

@@ -7,6 +7,7 @@
 
 #include "mc_decoder_codes.h"
 #include "video/Mpeg2Header.h"
+#include "video/StartCodes.h"
 
 namespace qvs::mc {
 
@@ -129,6 +130,10 @@ void VideoStream::announcePicture() {
   pictureParams.progressive_frame = picture.interlaced_frame == 0 ? 1 : 0;
   pictureParams.top_field_first = picture.top_field_first;
   pictureParams.repeat_first_field = picture.repeat_pict;
+  // RGB has become YUV by the matrix of its height.
+  pictureParams.matrix_coefficients =
+      picture.colorspace != AVCOL_SPC_RGB ? picture.colorspace : AVCOL_SPC_UNSPECIFIED;
+  pictureParams.video_full_range = picture.color_range == AVCOL_RANGE_JPEG ? 1 : 0;
   // The description belongs to the picture that comes out, not to the unit that went in: a change of size
   // takes effect with its first picture, in presentation order.
   SequenceInfo info = describe(codec.info(), picture);
@@ -152,6 +157,7 @@ void VideoStream::describeSequence(const SequenceInfo& info) {
   sequence = info;
   sequence.simplify();
   sequenceKnown = true;
+  sequenceSize = {info.width, info.height};
   sequenceParams = {};
   sequenceParams.horizontal_size = info.width;
   sequenceParams.vertical_size = info.height;
@@ -173,28 +179,44 @@ void VideoStream::describeSequence(const SequenceInfo& info) {
   sequenceParams.aspect_ratio_height = static_cast<int32_t>(std::min<int64_t>(height / divisor, INT32_MAX));
 }
 
-void VideoStream::readHeader() {
-  if (row.readHeader == nullptr) return;
-  if (row.aspect == AspectKind::kCode) dropGroupCode();
+// Whether it was understood.
+bool VideoStream::readHeader() {
   const auto info = row.readHeader(header, row.codec);
-  if (!info) return;
+  if (!info) return false;
+  cutHeader();
   state |= SEQ_HDR_FLAG | PARSE_DONE_FLAG;
   aspectCode = info->aspectCode;
   options.reorder = info->reorder;
   if (info->width != 0) describeSequence(*info);
+  return true;
 }
 
-// A start code behind the header makes parsers finish. The codec would take it for the start of a group, and
-// what follows for pictures that it can show although it lacks what they were made from.
-void VideoStream::dropGroupCode() {
-  static constexpr uint8_t kGroupCode[] = {0, 0, 1, 0xB8};
-  const size_t size = sizeof kGroupCode;
-  if (header.size() >= size && std::memcmp(header.data() + header.size() - size, kGroupCode, size) == 0)
-    header.dropEnd(size);
+// The codec would take a picture in the header for shown, and the bare code of a group, which some put there to
+// make parsers finish, for a start at which pictures can be shown although what they were made from lacks.
+void VideoStream::cutHeader() {
+  const uint8_t* bytes = header.data();
+  const size_t size = header.size();
+  if (row.startsPicture == nullptr) return;
+  for (size_t at = findStartCode(bytes, size, 0); at + 3 < size; at = findStartCode(bytes, size, at + 3)) {
+    if (row.startsPicture(bytes[at + 3])) return header.dropEnd(size - at);
+  }
 }
 
 uint32_t VideoStream::cleanState() {
   if (headerPhase) readHeader();
+  const uint32_t bits = state;
+  state = 0;
+  return bits;
+}
+
+uint32_t VideoStream::parseFed() {
+  if (headerPhase) {
+    // What is kept for a header in pieces is bounded, else many units without one would be searched over and over.
+    if (!readHeader() && header.size() > kHeaderMax) header.clear();
+  } else {
+    endUnit();
+    if (!openCodec()) state |= PARSE_ERR_FLAG;
+  }
   const uint32_t bits = state;
   state = 0;
   return bits;
@@ -225,7 +247,7 @@ uint32_t VideoStream::command(uint32_t value, uint32_t code, void* data, uint32_
   switch (code) {
     case PARSE_SEQ_HDR:
       header.clear();
-      headerPhase = row.readHeader != nullptr;
+      headerPhase = true;
       return kAnswered;
     case PARSE_OPTIONS:
       parseOptions = value;
@@ -240,8 +262,10 @@ uint32_t VideoStream::command(uint32_t value, uint32_t code, void* data, uint32_
       options.loopFilter = value != 0;
       return kAnswered;
     case PARSE_FRAMES:
+      return parseFed();
+    case INIT_FRAME_PARSER:
       headerPhase = false;
-      return openCodec() ? kAnswered : kRefused;
+      return kAnswered;
     case SET_PIC_PTS:
     case SET_USER_DATA:
       beginUnit(data, size);
@@ -254,6 +278,8 @@ uint32_t VideoStream::command(uint32_t value, uint32_t code, void* data, uint32_
       return state;
     case CLEAN_PARSE_STATE:
       return cleanState();
+    case GET_SEQ_PARAMSP:
+      return givePointer(data, sequenceKnown ? &sequenceSize : nullptr);
     case GET_SEQ_PARAMSPEX:
       return givePointer(data, sequenceKnown ? &sequenceParams : nullptr);
     case GET_PIC_PARAMSPEX:
@@ -264,7 +290,6 @@ uint32_t VideoStream::command(uint32_t value, uint32_t code, void* data, uint32_
     case GET_PIC:
       return writePicture(value, static_cast<mc_frame_t*>(data));
     case PARSE_INIT:
-    case INIT_FRAME_PARSER:
     case SET_OUTPUT_8BIT:
     case SET_MV_PRECISION:
     case SET_DPB_SIZE:

@@ -21,9 +21,12 @@ enum class AspectKind { kPicture, kPixel, kCode };
 /// What tells one video codec from another.
 struct VideoCodecRow {
   AVCodecID codec;
-  HeaderReader readHeader;  ///< null where the parameter sets come with the pictures
+  HeaderReader readHeader;
   AspectKind aspect;
   bool headerIsStream;  ///< the configuration stays valid for the pictures behind it
+  /// Whether the byte behind a start code begins a picture, or a group of them: a configuration ends there. Null:
+  /// nothing does.
+  bool (*startsPicture)(uint8_t code) = nullptr;
 };
 
 /// A decoder behind a stream record: gathers the pieces of a unit, decodes it when it is whole, keeps the
@@ -46,6 +49,8 @@ class VideoStream {
     bool damaged = false;  ///< the picture lacks a field
   };
   static constexpr size_t kUnitsInFlight = 64;  ///< more than any codec holds back
+  /// Bytes that are searched again for a header that may reach into the next ones.
+  static constexpr size_t kHeaderMax = 16384;
 
   bool openCodec();
   void beginUnit(const void* record, uint32_t size);
@@ -54,10 +59,11 @@ class VideoStream {
   uint32_t drain();
   void announce(CodecResult result);
   void announcePicture();
-  void readHeader();
-  void dropGroupCode();
+  bool readHeader();
+  void cutHeader();
   void describeSequence(const SequenceInfo& info);
   uint32_t cleanState();
+  uint32_t parseFed();
   uint32_t writePicture(uint32_t value, mc_frame_t* target);
   const AVFrame* chooseField(uint32_t value);
 
@@ -80,6 +86,7 @@ class VideoStream {
   SequenceInfo sequence;
   bool sequenceKnown = false;
   int32_t aspectCode = 0;
+  mc_seq_params_t sequenceSize{};
   mc_seq_params_ex_t sequenceParams{};
   mc_pic_params_ex_t pictureParams{};
   HostRecord lastRecord;                           ///< of units that bring none

@@ -6,9 +6,12 @@ import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.EncoderList;
+import com.zarvo.qvs.host.model.ImageFormat;
 import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.model.StillFit;
+import com.zarvo.qvs.host.model.StillSize;
 import java.util.function.Function;
 import picocli.CommandLine.ITypeConverter;
 import picocli.CommandLine.TypeConversionException;
@@ -94,6 +97,27 @@ final class Converters {
   static final class OfFrameRate extends Reader<Double> {
     OfFrameRate() {
       super(RenditionSpec::frameRate);
+    }
+  }
+
+  /** Reads a size of still pictures. */
+  static final class OfStillSize extends Reader<StillSize> {
+    OfStillSize() {
+      super(StillSize::of);
+    }
+  }
+
+  /** Reads how still pictures come into it. */
+  static final class OfStillFit extends Reader<StillFit> {
+    OfStillFit() {
+      super(StillFit::of);
+    }
+  }
+
+  /** Reads a format of still pictures. */
+  static final class OfImageFormat extends Reader<ImageFormat> {
+    OfImageFormat() {
+      super(ImageFormat::of);
     }
   }
 

@@ -22,6 +22,7 @@ import picocli.CommandLine.ScopeType;
       TranscodeCommand.class,
       CaptureCommand.class,
       DecodeCommand.class,
+      ThumbsCommand.class,
       InspectCommand.class,
       DemoCommand.class,
       SoakCommand.class,

@@ -193,6 +193,20 @@ public final class MediaReader implements AutoCloseable {
         (flags & FLAG_NEW_CONFIG) != 0 ? newConfig(handle) : null);
   }
 
+  /** Whether pictures can be looked for by their time; without that all must be read in order. */
+  public boolean isSearchable() {
+    return isSearchable(handle);
+  }
+
+  /** Goes on at a packet of pictures at or before that time as far as the file's index knows, else at the first. */
+  void seek(long pts) throws MediaException {
+    try {
+      seek(handle, pts);
+    } catch (MediaException e) {
+      throw new MediaException(path + ": " + e.getMessage());
+    }
+  }
+
   private byte[] readPacket() throws MediaException {
     try {
       return read(handle, facts);
@@ -228,6 +242,10 @@ public final class MediaReader implements AutoCloseable {
   private static native boolean has(long handle, int kind);
 
   private static native void ignore(long handle, int kind);
+
+  private static native boolean isSearchable(long handle);
+
+  private static native void seek(long handle, long pts) throws MediaException;
 
   private static native String videoCodecName(long handle);
 
