@@ -48,6 +48,9 @@ class InputFile {
   /// Sets `atEnd` when the file is used up; otherwise `packet()` is the next one of a selected stream.
   MediaStatus next(bool* atEnd);
 
+  /// Goes on at a key picture at or before a time in units of the video stream, as well as the container knows one.
+  MediaStatus seek(int64_t pts);
+
   /// Once `next` found the end: what the file promised and does not hold, as one line; "" where nothing lacks
   /// or nothing was promised.
   std::string shortfall() const;

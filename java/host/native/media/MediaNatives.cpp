@@ -197,6 +197,11 @@ JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_newConfig
   return toArray(env, config, static_cast<int>(size));
 }
 
+JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_seek(JNIEnv* env, jclass, jlong handle,
+                                                                      jlong pts) {
+  passed(env, object<InputFile>(handle)->seek(pts));
+}
+
 JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_shortfall(JNIEnv* env, jclass,
                                                                               jlong handle) {
   return env->NewStringUTF(object<InputFile>(handle)->shortfall().c_str());

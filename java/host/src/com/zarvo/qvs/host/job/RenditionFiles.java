@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.job;
 
+import com.zarvo.qvs.host.bitstream.ParameterSetChange;
 import com.zarvo.qvs.host.media.HlsWriter;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaFeed;
@@ -18,7 +19,6 @@ import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.Rational;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.session.AudioPath;
-import com.zarvo.qvs.host.session.AudioRenditionPath;
 import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.RenditionPath;
 import com.zarvo.qvs.host.session.SessionOutput;
@@ -60,7 +60,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   private Path master;
 
   /** `renditions` is empty and `source` not used where pictures are left out. */
-  RenditionFiles(JobSettings settings, StreamInfo source, List<RenditionSpec> renditions) {
+  public RenditionFiles(JobSettings settings, StreamInfo source, List<RenditionSpec> renditions) {
     this.settings = settings;
     this.source = source;
     this.renditions = renditions;
@@ -70,6 +70,19 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
 
   /** Creates the files; called once the session stands, so that refused input leaves no trace. */
   void open(AudioPath audio, MediaFeed feed) throws HostException, IOException {
+    List<AudioOutput> sounds = new ArrayList<>();
+    for (int i = 0; audio != null && i < audio.renditions(); i++) sounds.add(AudioOutput.of(audio, i, feed, !renditions.isEmpty()));
+    open(sounds, firstPictureSeconds(feed));
+  }
+
+  /**
+   * The same for sound that is known already, and which is closed with the files.
+   *
+   * @param firstPicture seconds of the source, infinite where pictures are left out
+   */
+  public void open(List<AudioOutput> sounds, double firstPicture) throws HostException, IOException {
+    audioRenditions.addAll(sounds);
+    for (int i = 0; i < sounds.size(); i++) audioFiles.add(new ArrayList<>());
     try {
       Files.createDirectories(settings.directory());
     } catch (IOException e) {
@@ -77,11 +90,12 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     }
     if (settings.format().isFolder()) clearMaster();
     taken.add(settings.input().toAbsolutePath().normalize());
-    if (audio != null) prepareAudio(audio, feed);
-    clock = FileClock.startingAt(firstSeconds(feed));
+    double first = firstPicture;
+    for (AudioOutput sound : sounds) first = Math.min(first, sound.firstSeconds());
+    clock = FileClock.startingAt(first);
     List<Path> names = chooseNames();
     if (!isLive()) checkReplaced(names);
-    for (int i = 0; i < renditions.size(); i++) openVideo(renditions.get(i), names.get(i), audio != null);
+    for (int i = 0; i < renditions.size(); i++) openVideo(renditions.get(i), names.get(i), !sounds.isEmpty());
     for (int i = 0, own = renditions.size(); i < audioRenditions.size(); i++)
       if (audioFiles.get(i).isEmpty()) openAudio(i, names.get(own++));
   }
@@ -113,10 +127,9 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     replaceable.addAll(existing);
   }
 
-  // Where the first picture is shown or the first sound heard, in seconds of the source.
-  private double firstSeconds(MediaFeed feed) throws MediaException {
+  // In seconds of the source.
+  private double firstPictureSeconds(MediaFeed feed) throws MediaException {
     double first = Double.POSITIVE_INFINITY;
-    for (AudioOutput audio : audioRenditions) first = Math.min(first, audio.firstSeconds());
     // Pictures that are shown before the first coded one follow it at once: a live feed isn't waited for beyond them.
     long coded = Long.MIN_VALUE;
     for (int i = 0; !renditions.isEmpty() && i < REORDERED_FRAMES; i++) {
@@ -126,20 +139,6 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
       if (!frame.hidden()) first = Math.min(first, source.timeBase().toSeconds(frame.pts()));
     }
     return first;
-  }
-
-  private void prepareAudio(AudioPath audio, MediaFeed feed) throws HostException, IOException {
-    MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
-    MediaPacket firstFrame = renditions.isEmpty() ? null : feed.peek(MediaKind.VIDEO, 0);
-    boolean fromZero = firstFrame == null || firstFrame.timecodeMs() >= 0;
-    for (int i = 0; i < audio.renditions(); i++) {
-      AudioRenditionPath path = audio.rendition(i);
-      int rate = path.spec().sampleRate();
-      long audible = audio.clock().originSamples(rate) + audio.atRate(first.paddingStart(), rate);
-      if (fromZero) audible = Math.max(0, audible);
-      audioRenditions.add(new AudioOutput(path.spec(), audio.clock(), audible, path.headers()));
-      audioFiles.add(new ArrayList<>());
-    }
   }
 
   private void openVideo(RenditionSpec spec, Path name, boolean keepTimes) throws MediaException {
@@ -199,7 +198,17 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
 
   /** A coded picture of the source went in, or will. */
   void note(MediaPacket frame) {
-    if (!frame.hidden()) lastFrameEnd = Math.max(lastFrameEnd, frame.pts() + frame.duration());
+    if (!frame.hidden()) endsAt(frame.pts() + frame.duration());
+  }
+
+  /** Some picture is shown until then, in units of the source. */
+  public void endsAt(long pts) {
+    lastFrameEnd = Math.max(lastFrameEnd, pts);
+  }
+
+  /** From the next picture on a rendition has these parameter sets in place of others. */
+  public void changeParameterSets(int rendition, ParameterSetChange change) {
+    writers.get(rendition).changeParameterSets(change);
   }
 
   @Override
@@ -213,7 +222,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
 
   @Override
   public void encoderReplaced(int rendition, EncoderEvent event) {
-    writers.get(rendition).changeParameterSets(event.change());
+    changeParameterSets(rendition, event.change());
   }
 
   @Override
@@ -251,11 +260,23 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
         throw new HostException(
             writers.get(i).target() + ": " + in + " pictures went to the encoder and " + out + " came back");
     }
+    String trouble = soundTrouble();
+    session.check(trouble == null ? 0 : -1, trouble);
+    finish();
+  }
+
+  private String soundTrouble() {
     for (int i = 0; i < audioRenditions.size(); i++) {
       AudioOutput audio = audioRenditions.get(i);
-      boolean whole = audio.packets() > 0 && audio.isComplete();
-      session.check(whole ? 0 : -1, audioFiles.get(i).get(0) + ": its sound is not whole");
+      if (audio.packets() == 0 || !audio.isComplete()) return audioFiles.get(i).get(0) + ": its sound is not whole";
     }
+    return null;
+  }
+
+  /** The same where the caller has counted the pictures. */
+  public void finish() throws HostException, IOException {
+    String trouble = soundTrouble();
+    if (trouble != null) throw new HostException(trouble);
     if (!isLive()) checkReplaced(writers.stream().map(TrackWriter::target).toList());
     for (int i = 0; i < renditions.size(); i++)
       writers.get(i).endAt(VIDEO_TRACK, clock.place(lastFrameEnd, source.timeBase()));

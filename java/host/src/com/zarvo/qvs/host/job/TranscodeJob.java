@@ -1,27 +1,20 @@
 package com.zarvo.qvs.host.job;
 
-import com.zarvo.qvs.host.media.AudioStreamInfo;
 import com.zarvo.qvs.host.media.Interruption;
 import com.zarvo.qvs.host.media.MediaFeed;
 import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.MediaReader;
-import com.zarvo.qvs.host.media.StreamInfo;
-import com.zarvo.qvs.host.model.AudioCodec;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
-import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
-import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.AudioRefusedException;
 import com.zarvo.qvs.host.session.AudioSettings;
-import com.zarvo.qvs.host.session.AudioSources;
 import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.SessionCounters;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
-import com.zarvo.qvs.host.session.VideoSource;
 import java.io.IOException;
 import java.util.List;
 import java.util.function.Consumer;
@@ -63,20 +56,11 @@ public final class TranscodeJob {
   public JobResult run() throws HostException, IOException {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(settings.input(), interruption)) {
-      if (settings.audioTrack() != null) reader.selectAudio(settings.audioTrack());
-      audioSpecs = chooseAudio(reader);
-      boolean video = selectStreams(reader);
-      StreamInfo source = video ? reader.video().upright() : null;
-      result.source = source;
-      result.display = video ? reader.video().display() : null;
-      VideoCodec codec = video ? VideoSource.codecOf(settings.input(), source) : null;
-      List<RenditionSpec> renditions = video ? settled(codec, source) : List.of();
-      result.specs = renditions;
-      checkOverlays(renditions.size());
-      for (RenditionSpec rendition : renditions) checkContainer(rendition.codec());
+      StreamChoice choice = StreamChoice.of(settings, reader, result);
+      audioSpecs = choice.audioSpecs();
       MediaFeed feed = new MediaFeed(reader);
-      try (RenditionFiles files = new RenditionFiles(settings, source, renditions);
-          TranscodeSession session = open(reader, feed, files, renditions)) {
+      try (RenditionFiles files = new RenditionFiles(settings, choice.source(), choice.renditions());
+          TranscodeSession session = open(reader, feed, files, choice.renditions())) {
         try {
           watcher.accept(session.counters());
           files.open(session.audio(), feed);
@@ -114,84 +98,6 @@ public final class TranscodeJob {
       result.leaveOut(reader.audio(), e.getMessage());
       return new TranscodeSession(session.audio(null).build(), files, feed);
     }
-  }
-
-  /** Settles which streams are read; true when pictures are among them. */
-  private boolean selectStreams(MediaReader reader) throws HostException {
-    String name = settings.input() + ": ";
-    boolean audio = !audioSpecs.isEmpty();
-    if (audio && reader.audio() == null) throw new HostException(name + "no audio stream in it");
-    boolean wanted = settings.video() && settings.format().holdsVideo();
-    boolean video = wanted && reader.video() != null;
-    if (!video && !audio) throw new HostException(name + whyNothing(wanted));
-    if (!video && settings.hlsWindow() > 0) throw new HostException(name + "no pictures for --hls-window");
-    if (!video && !settings.renditions().isEmpty())
-      throw new HostException(
-          name + (reader.video() == null ? "no video stream in it" : "its pictures are left out, --rendition cannot be"));
-    if (!audio) reader.ignore(MediaKind.AUDIO);
-    if (!video) reader.ignore(MediaKind.VIDEO);
-    return video;
-  }
-
-  private String whyNothing(boolean videoWanted) {
-    List<JobResult.LeftOutAudio> leftOut = result.leftOutAudio();
-    String audio = leftOut.isEmpty() ? "" : ", " + leftOut.get(leftOut.size() - 1);
-    return (videoWanted ? "no video stream in it" : "nothing to do, neither pictures nor sound") + audio;
-  }
-
-  /** The audio renditions. Sound that nobody asked for must not keep the pictures from being made. */
-  private List<AudioSpec> chooseAudio(MediaReader reader) throws HostException {
-    AudioStreamInfo track = reader.audio();
-    if (track == null) return settings.audioRenditions();
-    boolean wanted = settings.audioAlong() || !settings.audioRenditions().isEmpty();
-    for (AudioStreamInfo other : reader.audioTracks())
-      if (other.number() != track.number())
-        result.leaveOut(other, wanted ? "track " + track.number() + " is taken" : "as asked for");
-    if (!settings.audioRenditions().isEmpty()) {
-      result.audioDecoder = AudioSources.check(settings.input(), track);
-      return settings.audioRenditions();
-    }
-    AudioCodec usual = settings.format().usualAudio();
-    if (!settings.audioAlong()) {
-      result.leaveOut(track, "as asked for");
-    } else if (usual == null) {
-      result.leaveOut(track, settings.format().label() + " holds no audio");
-    } else {
-      try {
-        result.audioDecoder = AudioSources.check(settings.input(), track);
-        return List.of(AudioSpec.parse(usual.codecName));
-      } catch (HostException e) {
-        result.leaveOut(track, e.getMessage());
-      }
-    }
-    return List.of();
-  }
-
-  private List<RenditionSpec> settled(VideoCodec codec, StreamInfo source) {
-    List<RenditionSpec> wanted =
-        settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
-    return wanted.stream()
-        .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset()))
-        .map(spec -> spec.fittedTo(source.displayAspect(spec.crop())))
-        .map(spec -> hidesItsAspect(codec, source) ? spec.withOwnBars(source.displayAspect()) : spec)
-        .toList();
-  }
-
-  // An MPEG-2 stream of square pixels says so by a number that its decoder takes for a square picture.
-  private static boolean hidesItsAspect(VideoCodec codec, StreamInfo source) {
-    return codec == VideoCodec.MPEG2 && source.pixelAspect().num() == source.pixelAspect().den();
-  }
-
-  private void checkContainer(VideoCodec codec) throws HostException {
-    if (!settings.format().holds(codec))
-      throw new HostException("--format " + settings.format().label() + " cannot hold " + codec.codecName);
-  }
-
-  private void checkOverlays(int renditions) throws HostException {
-    for (OverlaySpec overlay : settings.overlays())
-      if (overlay.rendition() >= renditions)
-        throw new HostException(
-            "overlay on=" + overlay.rendition() + ": there are only renditions 0 to " + (renditions - 1));
   }
 
   private void pump(MediaReader reader, MediaFeed feed, TranscodeSession session, RenditionFiles files)

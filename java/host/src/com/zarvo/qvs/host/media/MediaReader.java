@@ -203,6 +203,15 @@ public final class MediaReader implements AutoCloseable {
     }
   }
 
+  /**
+   * Goes to a key picture at or before a time, or to one that the container takes for it: the caller looks at what comes.
+   *
+   * @param pts in units of the video stream
+   */
+  public void seek(long pts) throws MediaException {
+    if (handle != 0) seek(handle, pts);
+  }
+
   /** What a file that was read to its end promised and did not hold, in one line; null where nothing lacks. */
   public String shortfall() {
     return shortfall.isEmpty() ? null : path + ": " + shortfall;
@@ -255,6 +264,8 @@ public final class MediaReader implements AutoCloseable {
 
   /** Returns null at the end; fills the facts. */
   private static native byte[] read(long handle, long[] facts) throws MediaException;
+
+  private static native void seek(long handle, long pts) throws MediaException;
 
   private static native String shortfall(long handle);
 

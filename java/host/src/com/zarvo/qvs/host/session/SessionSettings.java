@@ -23,6 +23,7 @@ public final class SessionSettings {
   private AudioSettings audio;
   private EncoderPolicy encoderPolicy = EncoderPolicy.SOFTWARE;
   private int previewWidth;
+  private Excerpt excerpt;
 
   private SessionSettings(String name) {
     this.name = name;
@@ -89,6 +90,11 @@ public final class SessionSettings {
     return previewWidth;
   }
 
+  /** Null where the whole source is made. */
+  public Excerpt excerpt() {
+    return excerpt;
+  }
+
   /** Sets by name what is to be other than usual. Used once. */
   public static final class Builder {
     private final SessionSettings made;
@@ -147,6 +153,11 @@ public final class SessionSettings {
 
     public Builder previewWidth(int pixels) {
       made.previewWidth = pixels;
+      return this;
+    }
+
+    public Builder excerpt(Excerpt excerpt) {
+      made.excerpt = excerpt;
       return this;
     }
 

@@ -63,6 +63,7 @@ public final class TranscodeSession implements AutoCloseable {
   private TimecodeMap times;
   private boolean configured;
   private long firstTime = Long.MIN_VALUE;
+  private long pushedPts;
   private long refused;
   private long concealed;
   private long[] targets = {};
@@ -165,6 +166,7 @@ public final class TranscodeSession implements AutoCloseable {
             ? RenditionPath.FRAME_KEY
             : packet.disposable() ? RenditionPath.FRAME_DISPOSABLE : RenditionPath.FRAME_INTER;
     long time = times.assign(packet);
+    pushedPts = packet.pts();
     long startNs = System.nanoTime();
     long result = videoDecoderAddFrame(session, data, 0, data.length, time, type);
     decodeNs = System.nanoTime() - startNs;
@@ -176,7 +178,7 @@ public final class TranscodeSession implements AutoCloseable {
       if ((status.value & STATUS_INPUT_USED) != 0) break;
     }
     if (result != 0 || aborted) {
-      refused++;
+      if (isOurs(packet.pts())) refused++;
       concealed = concealedBefore;
     }
     counters.decoded(decodeNs);
@@ -296,13 +298,19 @@ public final class TranscodeSession implements AutoCloseable {
     decodeNs += System.nanoTime() - startNs;
     if (result != 0)
       throw owner.failure(settings.name() + ": its " + settings.codec().codecName + " pictures could not be decoded");
-    if ((status.value & STATUS_DAMAGED) != 0) concealed++;
+    boolean damaged = (status.value & STATUS_DAMAGED) != 0;
     boolean frame = (status.value & STATUS_FRAME) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
-    if (!frame) return false;
+    if (!frame) {
+      if (damaged && isOurs(pushedPts)) concealed++;
+      return false;
+    }
     long index = heldDecoderFrame;
     try {
       boolean hidden = times.isHidden(timecode.value);
       long time = times.delivered(timecode.value);
+      // Pictures of a neighbour are decoded where ours are made from them, or they from ours.
+      if (settings.excerpt() != null && !isOurs(times.ptsOf(time))) return true;
+      if (damaged) concealed++;
       if (!hidden) deliver(index, time);
       if (!hidden && doublesRate()) deliverSecond(index);
     } finally {
@@ -314,6 +322,10 @@ public final class TranscodeSession implements AutoCloseable {
     owner.fetchLog();
     counters.summarize();
     return true;
+  }
+
+  private boolean isOurs(long pts) {
+    return settings.excerpt() == null || settings.excerpt().holds(pts);
   }
 
   private boolean doublesRate() {
@@ -338,7 +350,7 @@ public final class TranscodeSession implements AutoCloseable {
 
   /** Scales one decoded picture into every rendition that wants it and sends the results to the encoders. */
   private void deliver(long decoderFrame, long time) throws HostException, IOException {
-    if (firstTime == Long.MIN_VALUE) firstTime = time;
+    if (firstTime == Long.MIN_VALUE) firstTime = settings.excerpt() == null ? time : settings.excerpt().firstMs();
     try {
       for (int i = 0; i < targets.length; i++) targets[i] = paths.get(i).takeTarget(time);
       check(videoDecoderTransferFrameStart(session, decoderFrame, targets), "a picture could not be delivered");
