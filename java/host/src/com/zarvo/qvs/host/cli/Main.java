@@ -20,6 +20,8 @@ import picocli.CommandLine.ScopeType;
     scope = ScopeType.INHERIT,
     subcommands = {
       TranscodeCommand.class,
+      VodCommand.class,
+      VodTaskCommand.class,
       DecodeCommand.class,
       InspectCommand.class,
       DemoCommand.class,

@@ -148,7 +148,7 @@ public final class AudioOutput implements AutoCloseable {
   }
 
   /** A packet of the session. */
-  void add(TranscoderPacket packet) throws HostException, IOException {
+  public void add(TranscoderPacket packet) throws HostException, IOException {
     if (frameSamples > 0) addFrame(packet);
     else addPages(packet);
   }
@@ -158,7 +158,7 @@ public final class AudioOutput implements AutoCloseable {
    *
    * @param endSamples where the sound ends on the native side's clock, at the rendition's rate
    */
-  void drainTo(long endSamples) {
+  public void drainTo(long endSamples) {
     draining = true;
     end = clock.toContainer(endSamples, rate);
   }

@@ -93,19 +93,30 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     double first = firstPicture;
     for (AudioOutput sound : sounds) first = Math.min(first, sound.firstSeconds());
     clock = FileClock.startingAt(first);
-    List<Path> names = chooseNames();
+    List<Path> names = chooseNames(sounds.stream().map(AudioOutput::spec).toList());
     if (!isLive()) checkReplaced(names);
     for (int i = 0; i < renditions.size(); i++) openVideo(renditions.get(i), names.get(i), !sounds.isEmpty());
     for (int i = 0, own = renditions.size(); i < audioRenditions.size(); i++)
       if (audioFiles.get(i).isEmpty()) openAudio(i, names.get(own++));
   }
 
+  /** Asks, long before the files are created, whether those that are there may be replaced; which these are. */
+  public List<Path> claim(List<AudioSpec> sounds) throws HostException {
+    taken.add(settings.input().toAbsolutePath().normalize());
+    checkReplaced(chooseNames(sounds));
+    return replaceable;
+  }
+
+  /** These may be replaced. */
+  public void allow(List<Path> existing) {
+    replaceable.addAll(existing);
+  }
+
   /** Names of all files: first those of pictures, then those of audio renditions that no such file takes. */
-  private List<Path> chooseNames() {
+  private List<Path> chooseNames(List<AudioSpec> sounds) {
     List<Path> names = new ArrayList<>();
     for (RenditionSpec spec : renditions) names.add(freeName(spec.sizeText(), settings.format()));
-    for (AudioOutput audio : audioRenditions) {
-      AudioSpec spec = audio.spec();
+    for (AudioSpec spec : sounds) {
       if (renditions.isEmpty() || !settings.format().holds(spec.codec()))
         names.add(freeName(spec.nameText(), settings.format().forAudioAlone(spec.codec())));
     }

@@ -144,8 +144,7 @@ public final class TranscodeJob {
       throw new HostException(settings.input() + ": no sound in it could be decoded");
     files.finish(session);
     result.contactSheet = files.writeSheet();
-    result.renditions = files.results();
-    result.audioRenditions = files.audioResults();
+    result.finished(files);
   }
 
   private void noteEncoder(EncoderEvent event) {
