@@ -151,8 +151,8 @@ MediaStatus InputFile::next(bool* atEnd) {
 MediaStatus InputFile::seek(int64_t pts) {
   if (!has(StreamKind::kVideo)) return MediaStatus::failure("no pictures in it");
   const Selected& video = selected(StreamKind::kVideo);
-  return MediaStatus::fromCode(
-      av_seek_frame(format_, video.index, pts + video.origin, AVSEEK_FLAG_BACKWARD), "cannot be read from there");
+  return MediaStatus::fromCode(av_seek_frame(format_, video.index, pts + video.origin, AVSEEK_FLAG_BACKWARD),
+                               "cannot be read from there");
 }
 
 void InputFile::noteEnd(Selected& of) {

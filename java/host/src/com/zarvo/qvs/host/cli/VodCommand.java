@@ -162,7 +162,7 @@ final class VodCommand implements Callable<Integer> {
   }
 
   // The compiler that thinks longest pays in hours, not in a chunk.
-  private static List<String> workerCommand() {
+  private List<String> workerCommand() {
     String libraries = NativeLibraries.DIRECTORY_PROPERTY;
     return List.of(
         Path.of(System.getProperty("java.home"), "bin", "java").toString(),
@@ -172,7 +172,7 @@ final class VodCommand implements Callable<Integer> {
         "-D" + libraries + "=" + System.getProperty(libraries),
         "-cp",
         System.getProperty("java.class.path"),
-        Main.class.getName(),
+        spec.root().userObject().getClass().getName(),
         "vod-task");
   }
 

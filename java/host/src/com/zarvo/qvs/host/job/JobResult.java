@@ -47,9 +47,9 @@ public final class JobResult {
   }
 
   /** All files stand. */
-  public void finished(RenditionFiles files) {
-    renditions = files.results();
-    audioRenditions = files.audioResults();
+  public void finished(List<Rendition> pictures, List<AudioRendition> sounds) {
+    renditions = pictures;
+    audioRenditions = sounds;
   }
 
   /** What work that others did came to. */

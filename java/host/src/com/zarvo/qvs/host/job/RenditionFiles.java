@@ -342,7 +342,8 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
         : own;
   }
 
-  List<JobResult.Rendition> results() {
+  /** Of pictures, once all is finished. */
+  public List<JobResult.Rendition> results() {
     List<JobResult.Rendition> results = new ArrayList<>();
     for (int i = 0; i < renditions.size(); i++) {
       TrackWriter writer = writers.get(i);
@@ -357,7 +358,8 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     return results;
   }
 
-  List<JobResult.AudioRendition> audioResults() {
+  /** Of sound. */
+  public List<JobResult.AudioRendition> audioResults() {
     List<JobResult.AudioRendition> results = new ArrayList<>();
     for (int i = 0; i < audioRenditions.size(); i++) {
       AudioOutput audio = audioRenditions.get(i);

@@ -144,7 +144,7 @@ public final class TranscodeJob {
       throw new HostException(settings.input() + ": no sound in it could be decoded");
     files.finish(session);
     result.contactSheet = files.writeSheet();
-    result.finished(files);
+    result.finished(files.results(), files.audioResults());
   }
 
   private void noteEncoder(EncoderEvent event) {

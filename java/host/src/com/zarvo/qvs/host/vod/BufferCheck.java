@@ -6,8 +6,8 @@ import java.util.List;
 import java.util.Map;
 
 /**
- * Follows the rate buffer of each rendition over all joins. An encoder begins a chunk as if the buffer were nearly full; where
- * it isn't, and what the chunk takes would empty it, the chunk has to be made again from what is really there.
+ * Follows the rate buffer of each rendition over all joins. An encoder begins a chunk as if the buffer were half full; where
+ * it is less, and what the chunk takes would empty it, the chunk has to be made again from what is really there.
  */
 final class BufferCheck {
   private final Manifest manifest;
@@ -45,23 +45,17 @@ final class BufferCheck {
         rendition.known = false;
         return;
       }
-      if (Double.isNaN(holds)) holds = RateBuffer.USUAL_START * facts.size();
-      double assumed = assumed(task, index) * facts.size();
+      if (Double.isNaN(holds)) holds = facts.start();
       double least = facts.least(holds);
-      if (facts.least(assumed) < 0) rendition.own++;
+      if (facts.least(facts.start()) < 0) rendition.own++;
       else if (least < 0) {
         rendition.dry++;
         int percent = (int) Math.max(1, Math.floor(100 * holds / facts.size()));
-        if (percent < 100 * assumed(task, index)) mark(again, i, index, percent);
+        if (facts.steerable() && percent < 100 * facts.start() / facts.size()) mark(again, i, index, percent);
       }
       rendition.leastShare = Math.min(rendition.leastShare, least / facts.size());
       holds = Math.max(0, facts.end(holds, nextSeconds(i, index, facts)));
     }
-  }
-
-  private static double assumed(Manifest.Task task, int index) {
-    int percent = task.bufferPercent.get(index);
-    return percent > 0 ? percent / 100.0 : RateBuffer.USUAL_START;
   }
 
   private double nextSeconds(int chunk, int index, RateBuffer.Facts facts) {

@@ -8,9 +8,12 @@ import java.util.List;
  *
  * @param fromPts the first picture's time, in units of the stream
  * @param toPts the next chunk's
- * @param packets to be decoded, counted from the key picture on in the order of the file
+ * @param decodePts the key picture with which decoding begins: the first picture, or one before where fields are merged with
+ *     what went before
+ * @param packets to be decoded, counted from that one on in the order of the file
  * @param sum over their times and lengths
  * @param pictures that are shown
  * @param dueMs of each rendition with a frame rate of its own: when its next picture is due; NaN for the first of all
  */
-record Chunk(int number, long fromPts, long toPts, int packets, long sum, int pictures, List<Double> dueMs) {}
+record Chunk(
+    int number, long decodePts, long fromPts, long toPts, int packets, long sum, int pictures, List<Double> dueMs) {}

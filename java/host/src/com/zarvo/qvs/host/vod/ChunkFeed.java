@@ -54,7 +54,7 @@ final class ChunkFeed implements AutoCloseable {
     if (!seek || chunk.number() == 0) return findFromHere();
     Rational unit = reader.video().timeBase();
     for (int back : SEEK_BACK_SECONDS) {
-      reader.seek(chunk.fromPts() - (long) back * unit.den() / unit.num());
+      reader.seek(chunk.decodePts() - (long) back * unit.den() / unit.num());
       if (findFromHere()) return true;
     }
     return false;
@@ -63,8 +63,8 @@ final class ChunkFeed implements AutoCloseable {
   private boolean findFromHere() throws MediaException {
     for (MediaPacket packet = read(); packet != null; packet = read()) {
       if (packet.newConfig() != null) config = packet.newConfig();
-      boolean found = chunk.number() == 0 || packet.pts() == chunk.fromPts() && packet.key() && !packet.hidden();
-      if (!found && (packet.pts() <= chunk.fromPts() || packet.hidden())) continue;
+      boolean found = chunk.number() == 0 || packet.pts() == chunk.decodePts() && packet.key() && !packet.hidden();
+      if (!found && (packet.pts() <= chunk.decodePts() || packet.hidden())) continue;
       first = found ? packet : null;
       if (found && config != null) first = packet.withConfig(config);
       return found;

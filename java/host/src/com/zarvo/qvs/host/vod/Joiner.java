@@ -67,7 +67,7 @@ final class Joiner {
       if (sound != null) sound.close();
     }
     files.finish();
-    result.finished(files);
+    result.finished(files.results(), files.audioResults());
   }
 
   // Sound goes in beside the pictures that are decoded with it.

@@ -12,7 +12,9 @@ final class Manifest {
 
   /** One task; the last is the sound's, where there is any. */
   static final class Task {
+    /** Of this run, and of this beginning. */
     int tries;
+    int earlierTries;
     /** Of the packets; null until it is done. */
     String sum;
     TaskResult result;
@@ -22,6 +24,12 @@ final class Manifest {
     int redone;
     /** What went wrong, newest last. */
     List<String> failures = new ArrayList<>();
+
+    /** Failures so far are forgiven, not forgotten. */
+    void settle() {
+      earlierTries += tries;
+      tries = 0;
+    }
 
     boolean isDone() {
       return sum != null;

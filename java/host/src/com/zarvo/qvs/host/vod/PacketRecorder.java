@@ -24,16 +24,11 @@ import java.util.List;
  * name, which holds its sum, only once it is whole and on the disk: two that make the same at a time do no harm.
  */
 final class PacketRecorder implements SessionOutput, AutoCloseable {
-  static final int MAGIC = 0x51565331;
-  static final byte PICTURE = 'V';
-  static final byte SOUND = 'A';
-  static final byte SOUND_END = 'E';
-  static final byte END = 'Z';
   private static final int BUFFER_BYTES = 1 << 16;
 
   private final Path part;
   private final FileOutputStream file;
-  private final MessageDigest digest = PacketReplay.digest();
+  private final MessageDigest digest = PacketFile.digest();
   private final DataOutputStream out;
   private final long[] pictures;
   private long bytes;
@@ -48,7 +43,7 @@ final class PacketRecorder implements SessionOutput, AutoCloseable {
     this.pictures = new long[renditions];
     file = new FileOutputStream(part.toFile());
     out = new DataOutputStream(new BufferedOutputStream(new DigestOutputStream(file, digest), BUFFER_BYTES));
-    out.writeInt(MAGIC);
+    out.writeInt(PacketFile.MAGIC);
   }
 
   /** Writes what stands in front of all sound: once, ahead of any packet. */
@@ -67,7 +62,7 @@ final class PacketRecorder implements SessionOutput, AutoCloseable {
 
   @Override
   public void packet(int rendition, TranscoderPacket packet, long pts, long dts) throws IOException {
-    out.writeByte(PICTURE);
+    out.writeByte(PacketFile.PICTURE);
     out.writeByte(rendition);
     out.writeBoolean(packet.frameType == RenditionPath.FRAME_KEY);
     out.writeLong(pts);
@@ -81,7 +76,7 @@ final class PacketRecorder implements SessionOutput, AutoCloseable {
   @Override
   public void audioPacket(int rendition, TranscoderPacket packet) throws HostException, IOException {
     sounds.get(rendition).add(packet);
-    out.writeByte(SOUND);
+    out.writeByte(PacketFile.SOUND);
     out.writeByte(rendition);
     out.writeLong(packet.timecode);
     write(packet);
@@ -90,7 +85,7 @@ final class PacketRecorder implements SessionOutput, AutoCloseable {
   @Override
   public boolean audioEnds(int rendition, long endSamples) throws IOException {
     sounds.get(rendition).drainTo(endSamples);
-    out.writeByte(SOUND_END);
+    out.writeByte(PacketFile.SOUND_END);
     out.writeByte(rendition);
     out.writeLong(endSamples);
     return !sounds.get(rendition).isComplete();
@@ -118,13 +113,13 @@ final class PacketRecorder implements SessionOutput, AutoCloseable {
 
   /** Completes the file and gives it the name that its sum makes of `stem`. The sum. */
   String finish(Path folder, String stem) throws IOException {
-    out.writeByte(END);
+    out.writeByte(PacketFile.END);
     out.flush();
     file.getFD().sync();
     bytes = file.getChannel().size();
     file.close();
     String sum = HexFormat.of().formatHex(digest.digest());
-    Files.move(part, folder.resolve(PacketReplay.nameOf(stem, sum)), StandardCopyOption.ATOMIC_MOVE);
+    Files.move(part, folder.resolve(PacketFile.nameOf(stem, sum)), StandardCopyOption.ATOMIC_MOVE);
     return sum;
   }
 

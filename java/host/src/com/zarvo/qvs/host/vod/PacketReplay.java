@@ -15,7 +15,6 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.DigestInputStream;
 import java.security.MessageDigest;
-import java.security.NoSuchAlgorithmException;
 import java.util.ArrayList;
 import java.util.HexFormat;
 import java.util.List;
@@ -23,12 +22,11 @@ import java.util.List;
 /** Gives what a {@link PacketRecorder} wrote once more, and checks its sum at the end. */
 final class PacketReplay implements AutoCloseable {
   private static final int BUFFER_BYTES = 1 << 16;
-  private static final int NAME_DIGITS = 16;
 
   private final Path file;
   private final String sum;
   private final Rational unit;
-  private final MessageDigest digest = digest();
+  private final MessageDigest digest = PacketFile.digest();
   private final DataInputStream in;
   private final List<SoundStart> sounds = new ArrayList<>();
   private byte kind;
@@ -47,7 +45,7 @@ final class PacketReplay implements AutoCloseable {
     in = new DataInputStream(new BufferedInputStream(new DigestInputStream(Files.newInputStream(file), digest), BUFFER_BYTES));
     boolean ready = false;
     try {
-      if (in.readInt() != PacketRecorder.MAGIC) throw damaged();
+      if (in.readInt() != PacketFile.MAGIC) throw damaged();
       for (int left = in.readInt(); left > 0; left--) sounds.add(SoundStart.read(in));
       ready = true;
     } catch (EOFException | IllegalArgumentException e) {
@@ -55,27 +53,6 @@ final class PacketReplay implements AutoCloseable {
     } finally {
       if (!ready) in.close();
     }
-  }
-
-  /** The name of a file with that sum. */
-  static String nameOf(String stem, String sum) {
-    return stem + "." + sum.substring(0, NAME_DIGITS) + ".packets";
-  }
-
-  static MessageDigest digest() {
-    try {
-      return MessageDigest.getInstance("SHA-256");
-    } catch (NoSuchAlgorithmException e) {
-      throw new IllegalStateException(e);
-    }
-  }
-
-  static TranscoderPacket packet(byte[] buffer, int offset, long length) {
-    TranscoderPacket packet = new TranscoderPacket();
-    packet.buffer = buffer;
-    packet.offset = offset;
-    packet.len = length;
-    return packet;
   }
 
   /** Outputs of all sound in it, as the session had them. */
@@ -87,25 +64,25 @@ final class PacketReplay implements AutoCloseable {
 
   /** Goes on to the next event; false at the end, where all that was read turned out to be what was written. */
   boolean next() throws IOException {
-    if (kind == PacketRecorder.END) return false;
+    if (kind == PacketFile.END) return false;
     try {
       kind = in.readByte();
-      if (kind != PacketRecorder.END) read();
+      if (kind != PacketFile.END) read();
     } catch (EOFException e) {
       throw damaged();
     }
-    if (kind != PacketRecorder.END) return true;
+    if (kind != PacketFile.END) return true;
     if (in.read() >= 0 || !HexFormat.of().formatHex(digest.digest()).equals(sum)) throw damaged();
     return false;
   }
 
   private void read() throws IOException {
     rendition = in.readByte();
-    if (kind == PacketRecorder.SOUND_END) {
+    if (kind == PacketFile.SOUND_END) {
       timecode = in.readLong();
       return;
     }
-    if (kind == PacketRecorder.PICTURE) {
+    if (kind == PacketFile.PICTURE) {
       key = in.readBoolean();
       pts = in.readLong();
       dts = in.readLong();
@@ -116,8 +93,8 @@ final class PacketReplay implements AutoCloseable {
     if (length < 0) throw damaged();
     byte[] bytes = in.readNBytes(length);
     if (bytes.length < length) throw damaged();
-    packet = packet(bytes, 0, length);
-    packet.frameType = kind == PacketRecorder.PICTURE && key ? (int) RenditionPath.FRAME_KEY : 0;
+    packet = PacketFile.packet(bytes, 0, length);
+    packet.frameType = kind == PacketFile.PICTURE && key ? (int) RenditionPath.FRAME_KEY : 0;
     packet.timecode = timecode;
   }
 
@@ -127,8 +104,8 @@ final class PacketReplay implements AutoCloseable {
 
   /** When what comes now is due, in seconds of the source; what ends sound is due at once. */
   double seconds() {
-    if (kind == PacketRecorder.PICTURE) return unit.toSeconds(dts);
-    if (kind != PacketRecorder.SOUND) return Double.NEGATIVE_INFINITY;
+    if (kind == PacketFile.PICTURE) return unit.toSeconds(dts);
+    if (kind != PacketFile.SOUND) return Double.NEGATIVE_INFINITY;
     SoundStart sound = sounds.get(rendition);
     int rate = sound.spec().sampleRate();
     return (double) sound.clock().toContainer(timecode, rate) / rate;
@@ -149,8 +126,8 @@ final class PacketReplay implements AutoCloseable {
   /** Gives the event away. */
   void to(SessionOutput output) throws HostException, IOException {
     switch (kind) {
-      case PacketRecorder.PICTURE -> output.packet(rendition, packet, pts, dts);
-      case PacketRecorder.SOUND -> output.audioPacket(rendition, packet);
+      case PacketFile.PICTURE -> output.packet(rendition, packet, pts, dts);
+      case PacketFile.SOUND -> output.audioPacket(rendition, packet);
       default -> output.audioEnds(rendition, timecode);
     }
   }

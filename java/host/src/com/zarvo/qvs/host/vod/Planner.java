@@ -39,6 +39,8 @@ final class Planner {
   private final List<byte[]> firstSets;
   private final PacketList packets = new PacketList();
   private final List<Integer> cuts = new ArrayList<>();
+  private final boolean progressive;
+  private List<Integer> parting = List.of();
   private boolean timed = true;
   private boolean newConfig;
   private long maxPts = Long.MIN_VALUE;
@@ -51,6 +53,7 @@ final class Planner {
     this.reader = reader;
     this.choice = choice;
     this.video = reader.video();
+    this.progressive = reader.isProgressive();
     boolean hevc = choice.codec() == VideoCodec.H265;
     byte[] config = reader.videoConfig();
     startCodes = choice.codec().hasUnits() && NalUnits.hasStartCodes(config);
@@ -138,13 +141,14 @@ final class Planner {
   /** Of all places the ones nearest to a multiple of the length wanted. */
   private List<Integer> chosen(double chunkSeconds) {
     List<Integer> starts = new ArrayList<>(List.of(0));
-    List<Integer> cuts = packets.parting(this.cuts);
+    parting = packets.parting(cuts);
     double first = video.timeBase().toSeconds(packets.earliest());
     double end = video.timeBase().toSeconds(maxPts);
     int at = 0;
     for (double due = first + chunkSeconds; due < end - chunkSeconds / 2; due += chunkSeconds) {
-      while (at + 1 < cuts.size() && distance(cuts.get(at + 1), due) <= distance(cuts.get(at), due)) at++;
-      if (at < cuts.size() && cuts.get(at) >= starts.get(starts.size() - 1) + MIN_PICTURES) starts.add(cuts.get(at));
+      while (at + 1 < parting.size() && distance(parting.get(at + 1), due) <= distance(parting.get(at), due)) at++;
+      if (at < parting.size() && parting.get(at) >= starts.get(starts.size() - 1) + MIN_PICTURES)
+        starts.add(parting.get(at));
     }
     if (starts.size() > 1 && packets.size() - starts.get(starts.size() - 1) < MIN_PICTURES) starts.remove(starts.size() - 1);
     return starts;
@@ -166,9 +170,19 @@ final class Planner {
       List<Double> due = limiters.stream().map(FrameRateLimiter::dueMs).toList();
       long[] shown = packets.shown(starts.get(i), end, from, to);
       pass(shown, limiters);
-      chunks.add(new Chunk(i, from, to, end - starts.get(i), packets.sum(starts.get(i), end), shown.length, due));
+      int begin = i == 0 ? 0 : beginOf(starts.get(i));
+      long sum = packets.sum(begin, end);
+      chunks.add(new Chunk(i, packets.pts(begin), from, to, end - begin, sum, shown.length, due));
     }
     return chunks;
+  }
+
+  // A picture of two fields is made of the one before, too.
+  private int beginOf(int start) {
+    boolean alone = settings.deinterlace() == Deinterlace.OFF || !choice.codec().deinterlaces() || progressive;
+    int begin = alone ? start : 0;
+    for (int i = 0; !alone && i < parting.size() && parting.get(i) < start; i++) begin = parting.get(i);
+    return begin;
   }
 
   // What the renditions leave out hangs on all pictures before.

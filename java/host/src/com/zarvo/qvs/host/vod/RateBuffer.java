@@ -10,15 +10,21 @@ import com.zarvo.qvs.host.model.VideoCodec;
  * two lines in what was there first, so four numbers hold a chunk of any length.
  */
 final class RateBuffer {
-  /** How full encoders take it to be when they begin. */
-  static final double USUAL_START = 0.9;
+  /**
+   * How full it is to be taken for where a chunk begins that is not the first. Encoders begin at nine tenths and spend what
+   * is above a half at once: that from chunk to chunk would be more than there is.
+   */
+  static final int USUAL_PERCENT = 50;
 
+  private static final double ENCODERS_START = 0.9;
   private static final double SOFTWARE_SECONDS = 2.2;
   private static final double PLUGIN_SECONDS = 1;
   private static final int BITS_A_STEP = 1000;
 
   private final double rate;
   private final double size;
+  private final double start;
+  private final boolean steerable;
   private double firstSeconds = Double.NaN;
   private double lastSeconds;
   private double change;
@@ -26,18 +32,25 @@ final class RateBuffer {
   private double leastChange = Double.POSITIVE_INFINITY;
   private double leastMost = Double.POSITIVE_INFINITY;
 
-  private RateBuffer(double rate, double size) {
+  private RateBuffer(double rate, double size, double start, boolean steerable) {
     this.rate = rate;
     this.size = size;
+    this.start = start;
+    this.steerable = steerable;
     this.most = size;
   }
 
-  /** The buffer that an encoder keeps to; null where none is known. */
-  static RateBuffer of(RenditionSpec spec, EncoderBackend encoder) {
+  /**
+   * The buffer that an encoder keeps to; null where none is known.
+   *
+   * @param percent how full it was told to take it for, 0 for nothing
+   */
+  static RateBuffer of(RenditionSpec spec, EncoderBackend encoder, int percent) {
     if (spec.codec() != VideoCodec.H264 && spec.codec() != VideoCodec.H265 || encoder.hardware) return null;
     double rate = Math.floor((double) spec.bitRate() / BITS_A_STEP) * BITS_A_STEP;
     boolean own = encoder == EncoderBackend.SOFTWARE && spec.codec() == VideoCodec.H264;
-    return new RateBuffer(rate, rate * (own ? SOFTWARE_SECONDS : PLUGIN_SECONDS));
+    double size = rate * (own ? SOFTWARE_SECONDS : PLUGIN_SECONDS);
+    return new RateBuffer(rate, size, size * (own && percent > 0 ? percent / 100.0 : ENCODERS_START), own);
   }
 
   /** A picture is taken out at the time of its decoding. */
@@ -58,22 +71,27 @@ final class RateBuffer {
 
   /** What is left of it for those that join chunks. */
   Facts facts() {
-    return new Facts(rate, size, firstSeconds, lastSeconds, change, most, leastChange, leastMost);
+    return new Facts(rate, size, start, steerable, firstSeconds, lastSeconds, change, most, leastChange, leastMost);
   }
 
-  /** All bits, and seconds of the source. */
+  /**
+   * All bits, and seconds of the source.
+   *
+   * @param start what the encoder took it to hold
+   * @param steerable true where it can be told to take it for something else
+   */
   record Facts(
-      double rate, double size, double firstSeconds, double lastSeconds, double change, double most,
+      double rate, double size, double start, boolean steerable, double firstSeconds, double lastSeconds, double change, double most,
       double leastChange, double leastMost) {
 
     /** The least that the buffer holds on the way; below 0 it runs dry. */
-    double least(double start) {
-      return Math.min(start + leastChange, leastMost);
+    double least(double held) {
+      return Math.min(held + leastChange, leastMost);
     }
 
     /** What it holds when the next chunk's first picture is taken out. */
-    double end(double start, double nextSeconds) {
-      return Math.min(size, Math.min(start + change, most) + rate * Math.max(0, nextSeconds - lastSeconds));
+    double end(double held, double nextSeconds) {
+      return Math.min(size, Math.min(held + change, most) + rate * Math.max(0, nextSeconds - lastSeconds));
     }
   }
 }

@@ -30,7 +30,7 @@ record SoundStart(AudioSpec spec, Rational unit, long origin, long audible, List
   // An output writes into the headers what it makes of them.
   private List<TranscoderPacket> copies() {
     List<TranscoderPacket> copies = new ArrayList<>();
-    for (TranscoderPacket header : headers) copies.add(PacketReplay.packet(header.buffer.clone(), header.offset, header.len));
+    for (TranscoderPacket header : headers) copies.add(PacketFile.packet(header.buffer.clone(), header.offset, header.len));
     return copies;
   }
 
@@ -63,7 +63,7 @@ record SoundStart(AudioSpec spec, Rational unit, long origin, long audible, List
     List<TranscoderPacket> headers = new ArrayList<>();
     for (int left = in.readInt(); left > 0; left--) {
       byte[] bytes = in.readNBytes(in.readInt());
-      headers.add(PacketReplay.packet(bytes, 0, bytes.length));
+      headers.add(PacketFile.packet(bytes, 0, bytes.length));
     }
     return new SoundStart(spec, unit, origin, audible, headers);
   }

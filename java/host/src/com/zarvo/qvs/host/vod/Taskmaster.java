@@ -163,7 +163,7 @@ final class Taskmaster {
     Manifest.Task task = manifest.tasks.get(number);
     task.sum = null;
     task.result = null;
-    task.tries = 0;
+    task.settle();
     folder.dropResult(number);
   }
 

@@ -182,7 +182,7 @@ public final class VodJob {
     made.plan = Planner.of(job, reader, choice, settings.chunkSeconds(), interruption);
     for (int i = 0; i < made.plan.tasks(); i++) {
       Manifest.Task task = new Manifest.Task();
-      task.bufferPercent = Collections.nCopies(choice.renditions().size(), 0);
+      task.bufferPercent = Collections.nCopies(choice.renditions().size(), i == 0 ? 0 : RateBuffer.USUAL_PERCENT);
       made.tasks.add(task);
     }
     folder.save(made);
@@ -199,7 +199,7 @@ public final class VodJob {
     if (!found.arguments.equals(settings.arguments()) || found.chunkSeconds != settings.chunkSeconds())
       throw new HostException(
           folder.root() + ": was begun with other options: --chunk " + found.chunkSeconds + " " + String.join(" ", found.arguments));
-    for (Manifest.Task task : found.tasks) task.tries = 0;
+    for (Manifest.Task task : found.tasks) task.settle();
     return found;
   }
 

@@ -81,7 +81,7 @@ public final class VodReport {
   private static Map<String, Object> map(Manifest.Task task) {
     Map<String, Object> map = new LinkedHashMap<>();
     map.put("done", task.isDone());
-    map.put("tries", task.tries + (task.result == null ? 0 : task.result.restarts()));
+    map.put("tries", task.earlierTries + task.tries + (task.result == null ? 0 : task.result.restarts()));
     if (task.redone > 0) map.put("madeAgainForBuffer", task.redone);
     if (!task.failures.isEmpty()) map.put("failures", task.failures);
     if (task.result == null) return map;

@@ -107,7 +107,8 @@ public final class VodWorker {
         try (TranscodeSession made = new TranscodeSession(session.build(), recorder, null)) {
           List<EncoderBackend> encoders = encoders(made, renditions);
           List<RateBuffer> buffers = new ArrayList<>();
-          for (int i = 0; i < renditions; i++) buffers.add(RateBuffer.of(choice.renditions().get(i), encoders.get(i)));
+          for (int i = 0; i < renditions; i++)
+            buffers.add(RateBuffer.of(choice.renditions().get(i), encoders.get(i), manifest.tasks.get(task).bufferPercent.get(i)));
           recorder.measure(buffers);
           for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
             made.push(packet);

@@ -111,7 +111,7 @@ public final class WorkFolder {
   }
 
   Path packets(int task, String sum) {
-    return tasks().resolve(PacketReplay.nameOf(stem(task), sum));
+    return tasks().resolve(PacketFile.nameOf(stem(task), sum));
   }
 
   void save(TaskResult result) throws IOException {
