@@ -11,10 +11,10 @@ import com.zarvo.qvs.host.model.VideoCodec;
  */
 final class RateBuffer {
   /**
-   * How full it is to be taken for where a chunk begins that is not the first. Encoders begin at nine tenths and spend what
-   * is above a half at once: that from chunk to chunk would be more than there is.
+   * How full it is to be taken for where a chunk begins that is not the first. Encoders begin at nine tenths, and spend at once what
+   * is above this: that from chunk to chunk would be more than there is.
    */
-  static final int USUAL_PERCENT = 50;
+  static final int USUAL_PERCENT = 45;
 
   private static final double ENCODERS_START = 0.9;
   private static final double SOFTWARE_SECONDS = 2.2;
