@@ -4,6 +4,7 @@ import java.io.IOException;
 import java.net.InetAddress;
 import java.net.ServerSocket;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.DirectoryStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.PosixFilePermissions;
@@ -134,31 +135,40 @@ public final class SlurmCluster implements AutoCloseable {
   }
 
   /** Processes that a node has begun for jobs. */
-  public List<ProcessHandle> tasksOf(String node) {
-    return ProcessHandle.allProcesses().filter(process -> isOf(process, node)).toList();
+  public List<Long> tasksOf(String node) throws IOException {
+    List<Long> found = new ArrayList<>();
+    try (DirectoryStream<Path> processes = Files.newDirectoryStream(Path.of("/proc"), "[0-9]*")) {
+      for (Path process : processes) {
+        String environment = read(process.resolve("environ"));
+        if (environment.contains("SLURMD_NODENAME=" + node + "\0") && environment.contains(base.toString()))
+          found.add(Long.parseLong(process.getFileName().toString()));
+      }
+    }
+    return found;
   }
 
-  private boolean isOf(ProcessHandle process, String node) {
+  // By hand: what the machine tells of all processes at once is more than a checked native call may hold.
+  private static String read(Path file) {
     try {
-      String environment = Files.readString(Path.of("/proc", Long.toString(process.pid()), "environ"), StandardCharsets.ISO_8859_1);
-      return environment.contains("SLURMD_NODENAME=" + node + "\0") && environment.contains(base.toString());
+      return Files.readString(file, StandardCharsets.ISO_8859_1);
     } catch (IOException e) {
-      return false;
+      return "";
     }
   }
 
-  /** A node dies: its daemon, and all that it has begun. */
-  public void kill(String node) throws Exception {
-    ProcessHandle daemon = ProcessHandle.of(pid("slurmd-" + node)).orElseThrow();
-    List<ProcessHandle> dead = new ArrayList<>(List.of(daemon));
-    daemon.descendants().forEach(dead::add);
-    dead.addAll(tasksOf(node));
-    // The daemon of a step has left its starter behind.
-    ProcessHandle.allProcesses()
-        .filter(process -> process.info().command().orElse("").endsWith("slurmstepd"))
-        .filter(process -> process.children().anyMatch(dead::contains))
-        .forEach(dead::add);
-    dead.forEach(ProcessHandle::destroyForcibly);
+  /** A node dies: its daemon, those of its steps, and all that they have begun. */
+  public void kill(String node) throws IOException {
+    List<Long> dead = new ArrayList<>(List.of(pid("slurmd-" + node)));
+    for (long task : tasksOf(node)) {
+      dead.add(task);
+      String parent = read(Path.of("/proc", Long.toString(task), "stat")).replaceAll("(?s)^.*\\) \\S (\\d+) .*$", "$1");
+      if (isNamed(parent, "slurmstepd")) dead.add(Long.parseLong(parent));
+    }
+    for (long pid : dead) ProcessHandle.of(pid).ifPresent(ProcessHandle::destroyForcibly);
+  }
+
+  private static boolean isNamed(String pid, String name) {
+    return read(Path.of("/proc", pid, "comm")).strip().equals(name);
   }
 
   private long pid(String daemon) throws IOException {
@@ -173,7 +183,7 @@ public final class SlurmCluster implements AutoCloseable {
     for (String daemon : daemons) {
       if (!Files.exists(base.resolve("run/" + daemon + ".pid"))) continue;
       ProcessHandle process = ProcessHandle.of(pid(daemon)).orElse(null);
-      if (process == null || !process.info().command().orElse("").endsWith(daemon.replaceAll("-n.*", ""))) continue;
+      if (process == null || !isNamed(Long.toString(process.pid()), daemon.replaceAll("-n.*", ""))) continue;
       process.destroy();
       process.onExit().orTimeout(PATIENCE_MS, TimeUnit.MILLISECONDS).join();
     }
