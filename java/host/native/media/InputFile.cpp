@@ -154,6 +154,7 @@ bool InputFile::isSearchable() const {
 }
 
 MediaStatus InputFile::seek(int64_t pts) {
+  if (!has(StreamKind::kVideo)) return MediaStatus::failure("no pictures in it");
   Selected& video = selected(StreamKind::kVideo);
   if (av_seek_frame(format_, video.index, pts + video.origin, AVSEEK_FLAG_BACKWARD) >= 0) return {};
   const int code = avformat_seek_file(format_, video.index, INT64_MIN, INT64_MIN, INT64_MAX, 0);

@@ -78,6 +78,11 @@ JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_MediaReader_videoConf
   return toArray(env, codec.extradata, codec.extradata ? codec.extradata_size : 0);
 }
 
+JNIEXPORT jboolean JNICALL Java_com_zarvo_qvs_host_media_MediaReader_isProgressive(JNIEnv*, jclass,
+                                                                                   jlong handle) {
+  return object<InputFile>(handle)->stream(StreamKind::kVideo).codecpar->field_order == AV_FIELD_PROGRESSIVE;
+}
+
 JNIEXPORT jstring JNICALL Java_com_zarvo_qvs_host_media_MediaReader_pixelFormat(JNIEnv* env, jclass,
                                                                                 jlong handle) {
   return env->NewStringUTF(object<InputFile>(handle)->pixelFormatName());

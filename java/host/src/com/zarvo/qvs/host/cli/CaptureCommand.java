@@ -63,6 +63,7 @@ final class CaptureCommand implements Callable<Integer>, Interruptible {
   public Integer call() throws Exception {
     if (device == null) throw new ParameterException(spec.commandLine(), "Missing required parameter: 'DEVICE'");
     if (seconds != null && !(seconds > 0)) throw new ParameterException(spec.commandLine(), "--duration must be above 0");
+    ladder.refuseAudioTrack();
     // Players would take a colon in a playlist's names for the end of a protocol's.
     Path name = Path.of(device.replaceAll("/+$", "").replaceAll(".*/", "").replaceAll("[^A-Za-z0-9._-]+", "-"));
     JobSettings.Builder settings = ladder.settings(name, Container.HLS, USUAL_WINDOW, EncoderList.SOFTWARE);

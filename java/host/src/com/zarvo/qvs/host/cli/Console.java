@@ -84,4 +84,22 @@ final class Console {
   static void printTrouble(Iterable<SessionLog.Line> lines) {
     for (SessionLog.Line line : lines) if (line.isTrouble()) System.err.println("qvs: " + line.text());
   }
+
+  /** What the renditions lack, or have elsewhere. */
+  static void printLosses(JobResult result, Container format) {
+    for (JobResult.LeftOutAudio leftOut : result.leftOutAudio()) System.err.println("qvs: " + leftOut);
+    if (result.damagedFrames() > 0) System.err.println("qvs: damaged pictures: " + result.damagedFrames());
+    if (result.damagedAudioPackets() > 0)
+      System.err.println("qvs: " + result.damagedAudioPackets() + " packets of sound were damaged and left out");
+    if (result.losesDisplay())
+      System.err.println(
+          "qvs: " + format.label() + " cannot say that the pictures are to be " + result.source().display()
+              + ": they are written as coded");
+    if (result.renditions().isEmpty()) return;
+    for (JobResult.AudioRendition audio : result.audioRenditions())
+      if (!format.holds(audio.spec().codec()))
+        System.err.println(
+            "qvs: " + format.label() + " cannot hold " + audio.spec().codec().codecName + ": it is in "
+                + audio.files().get(0));
+  }
 }

@@ -21,6 +21,8 @@ import picocli.CommandLine.ScopeType;
     subcommands = {
       TranscodeCommand.class,
       CaptureCommand.class,
+      VodCommand.class,
+      VodTaskCommand.class,
       DecodeCommand.class,
       ThumbsCommand.class,
       InspectCommand.class,

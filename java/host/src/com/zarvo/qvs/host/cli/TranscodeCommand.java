@@ -4,7 +4,6 @@ import com.zarvo.qvs.host.job.JobSettings;
 import com.zarvo.qvs.host.job.TranscodeJob;
 import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.DecoderBackend;
-import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.Device;
 import java.nio.file.Path;
 import java.util.concurrent.Callable;
@@ -29,22 +28,8 @@ final class TranscodeCommand implements Callable<Integer> {
 
   @Mixin private LadderOptions ladder;
 
-  @Option(
-      names = "--audio-track",
-      paramLabel = "N|LANG",
-      description = "The audio track to take, by its number (from 1) or its language (de, deu); the first by default.")
-  private String audioTrack;
-
   @Option(names = "--no-video", description = "Leave pictures out.")
   private boolean noVideo;
-
-  @Option(
-      names = "--deinterlace",
-      paramLabel = "off|on|double",
-      defaultValue = "on",
-      converter = Converters.OfDeinterlace.class,
-      description = "What becomes of interlaced pictures: on (default), off, or double for a picture a field.")
-  private Deinterlace deinterlace;
 
   @Option(
       names = "--device",
@@ -71,8 +56,6 @@ final class TranscodeCommand implements Callable<Integer> {
         ladder
             .settings(input, Container.MP4, 0, device.kind().encoders)
             .video(!noVideo)
-            .audioTrack(audioTrack)
-            .deinterlace(deinterlace)
             .device(device)
             .decoder(decoder)
             .build();

@@ -4,6 +4,9 @@ import com.zarvo.qvs.host.bitstream.AacConfig;
 import com.zarvo.qvs.host.bitstream.OggPages;
 import com.zarvo.qvs.host.bitstream.VorbisHeaders;
 import com.zarvo.qvs.host.media.MediaException;
+import com.zarvo.qvs.host.media.PacketLookahead;
+import com.zarvo.qvs.host.media.MediaKind;
+import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.OutputPacket;
 import com.zarvo.qvs.host.media.OutputTrack;
 import com.zarvo.qvs.host.media.VorbisDurations;
@@ -12,6 +15,8 @@ import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.Rational;
 import com.zarvo.qvs.host.session.AudioClock;
+import com.zarvo.qvs.host.session.AudioPath;
+import com.zarvo.qvs.host.session.AudioRenditionPath;
 import com.zarvo.qvs.transcoder.model.TranscoderPacket;
 import java.io.IOException;
 import java.util.ArrayList;
@@ -21,7 +26,7 @@ import java.util.List;
  * Gives the packets of one audio rendition their place in containers: times become the input's again, less the
  * codec's delay; what only fills the codec at either end is left out or marked; the bytes take the container's form.
  */
-final class AudioOutput implements AutoCloseable {
+public final class AudioOutput implements AutoCloseable {
   /** Receives the packets in their order. */
   interface Sink {
     void write(OutputPacket packet) throws IOException;
@@ -57,7 +62,7 @@ final class AudioOutput implements AutoCloseable {
    * `spec` with rate and channels settled. Sound before `audibleSamples` (at the rendition's rate, on the container's
    * clock) is not to be heard.
    */
-  AudioOutput(AudioSpec spec, AudioClock clock, long audibleSamples, List<TranscoderPacket> headers)
+  public AudioOutput(AudioSpec spec, AudioClock clock, long audibleSamples, List<TranscoderPacket> headers)
       throws HostException, MediaException {
     this.spec = spec;
     this.clock = clock;
@@ -74,6 +79,22 @@ final class AudioOutput implements AutoCloseable {
       lead = (int) hidden;
     }
     readHeaders(headers);
+  }
+
+  /** The output of a session's rendition, by a look at the first packets of its input. */
+  static AudioOutput of(AudioPath audio, int index, PacketLookahead feed, boolean pictures) throws HostException, MediaException {
+    AudioRenditionPath path = audio.rendition(index);
+    return new AudioOutput(path.spec(), audio.clock(), audibleSamples(audio, index, feed, pictures), path.headers());
+  }
+
+  /** Where sound begins that is to be heard: behind what the input has of its codec's delay. */
+  public static long audibleSamples(AudioPath audio, int index, PacketLookahead feed, boolean pictures) throws MediaException {
+    int rate = audio.rendition(index).spec().sampleRate();
+    MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
+    MediaPacket firstFrame = pictures ? feed.peek(MediaKind.VIDEO, 0) : null;
+    boolean fromZero = firstFrame == null || firstFrame.timecodeMs() >= 0;
+    long audible = audio.clock().originSamples(rate) + audio.atRate(first.paddingStart(), rate);
+    return fromZero ? Math.max(0, audible) : audible;
   }
 
   private void readHeaders(List<TranscoderPacket> headers) throws HostException, MediaException {
@@ -127,7 +148,7 @@ final class AudioOutput implements AutoCloseable {
   }
 
   /** A packet of the session. */
-  void add(TranscoderPacket packet) throws HostException, IOException {
+  public void add(TranscoderPacket packet) throws HostException, IOException {
     if (frameSamples > 0) addFrame(packet);
     else addPages(packet);
   }
@@ -137,13 +158,13 @@ final class AudioOutput implements AutoCloseable {
    *
    * @param endSamples where the sound ends on the native side's clock, at the rendition's rate
    */
-  void drainTo(long endSamples) {
+  public void drainTo(long endSamples) {
     draining = true;
     end = clock.toContainer(endSamples, rate);
   }
 
   /** True when all sound up to the end has been written. */
-  boolean isComplete() {
+  public boolean isComplete() {
     return endOfLast >= end;
   }
 

@@ -139,7 +139,7 @@ public final class CaptureJob implements LadderJob {
         long beforeNs = System.nanoTime();
         if (session.capture()) {
           result.mediaMs = Math.round(session.captureReachedMs() + periodMs);
-          files.noteEnd(result.mediaMs);
+          files.endsAt(result.mediaMs);
           session.counters().fed(result.mediaMs);
           String news = pace.worked(System.nanoTime() - beforeNs, result.mediaMs);
           if (news != null) progress.say(settings.input() + ": " + news);

@@ -46,8 +46,28 @@ public final class JobResult {
   private final List<LeftOutAudio> leftOutAudio = new ArrayList<>();
   private String failure;
 
-  JobResult(JobSettings settings) {
+  public JobResult(JobSettings settings) {
     this.settings = settings;
+  }
+
+  /** All files stand. */
+  public void finished(List<Rendition> pictures, List<AudioRendition> sounds) {
+    renditions = pictures;
+    audioRenditions = sounds;
+  }
+
+  /** What work that others did came to. */
+  public void tell(long pictures, long damagedPictures, long damagedPackets, long milliseconds, double seconds) {
+    frames = pictures;
+    damagedFrames = damagedPictures;
+    damagedAudioPackets = damagedPackets;
+    mediaMs = milliseconds;
+    wallSeconds = seconds;
+  }
+
+  /** The input broke off so; null where it ended well. */
+  public void endedEarly(String trouble) {
+    inputTrouble = trouble;
   }
 
   /** The work came to nothing. */
@@ -140,7 +160,7 @@ public final class JobResult {
     return leftOutAudio;
   }
 
-  void leaveOut(AudioStreamInfo track, String reason) {
+  public void leaveOut(AudioStreamInfo track, String reason) {
     leftOutAudio.add(new LeftOutAudio(track, reason));
   }
 
@@ -170,6 +190,11 @@ public final class JobResult {
 
   /** The report as JSON. */
   public String toJson() {
+    return Json.write(toMap());
+  }
+
+  /** What the report holds. */
+  public Map<String, Object> toMap() {
     Map<String, Object> input = new LinkedHashMap<>();
     input.put("file", settings.input());
     if (source != null) {
@@ -222,7 +247,7 @@ public final class JobResult {
     report.put("parallel", settings.parallel());
     report.put("contactSheet", contactSheet);
     report.put("log", log);
-    return Json.write(report);
+    return report;
   }
 
   /** A rendition each: what might encode it, what did at the end, what was refused and what replaced. */

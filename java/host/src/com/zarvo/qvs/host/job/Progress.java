@@ -24,6 +24,14 @@ public final class Progress {
     this.totalMs = totalMs;
   }
 
+  /** Tells in words of the caller's how far it is. */
+  public void update(long doneMs, String figures) {
+    long now = System.nanoTime();
+    if (now - shownNs < (terminal ? BAR_INTERVAL_NS : LINE_INTERVAL_NS)) return;
+    shownNs = now;
+    show(doneMs, figures);
+  }
+
   void update(long doneMs, long frames) {
     long now = System.nanoTime();
     if (now - shownNs < (terminal ? BAR_INTERVAL_NS : LINE_INTERVAL_NS)) return;
@@ -43,13 +51,13 @@ public final class Progress {
   }
 
   /** Says something in a line of its own. */
-  void say(String line) {
+  public void say(String line) {
     close();
     out.println("qvs: " + line);
   }
 
   /** Leaves the line of the bar, so that what is printed next starts on a line of its own. */
-  void close() {
+  public void close() {
     if (barShown) out.println();
     barShown = false;
   }
@@ -64,6 +72,10 @@ public final class Progress {
             frames > 0 ? ", " + frames + " pictures" : "",
             doneMs / 1000.0 / seconds,
             also.isEmpty() ? "" : ", " + also);
+    show(doneMs, figures);
+  }
+
+  private void show(long doneMs, String figures) {
     String text = totalMs > 0 ? percent(doneMs) + " " + figures : figures;
     if (terminal) {
       out.print("\r\033[K" + (totalMs > 0 ? bar(doneMs) : "") + text);

@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.job;
 
+import com.zarvo.qvs.host.bitstream.ParameterSetChange;
 import com.zarvo.qvs.host.bitstream.SpliceCue;
 import com.zarvo.qvs.host.media.HlsWriter;
 import com.zarvo.qvs.host.media.MediaException;
@@ -19,7 +20,6 @@ import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.Rational;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.session.AudioPath;
-import com.zarvo.qvs.host.session.AudioRenditionPath;
 import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.RenditionPath;
 import com.zarvo.qvs.host.session.SessionOutput;
@@ -61,7 +61,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   private Path master;
 
   /** `renditions` is empty and `source` not used where pictures are left out. */
-  RenditionFiles(JobSettings settings, StreamInfo source, List<RenditionSpec> renditions) {
+  public RenditionFiles(JobSettings settings, StreamInfo source, List<RenditionSpec> renditions) {
     this.settings = settings;
     this.source = source;
     this.renditions = renditions;
@@ -71,6 +71,19 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
 
   /** Creates the files; called once the session stands, so that refused input leaves no trace. */
   void open(AudioPath audio, PacketLookahead feed) throws HostException, IOException {
+    List<AudioOutput> sounds = new ArrayList<>();
+    for (int i = 0; audio != null && i < audio.renditions(); i++) sounds.add(AudioOutput.of(audio, i, feed, !renditions.isEmpty()));
+    open(sounds, firstPictureSeconds(feed));
+  }
+
+  /**
+   * The same for sound that is known already, and which is closed with the files.
+   *
+   * @param firstPicture seconds of the source, infinite where pictures are left out
+   */
+  public void open(List<AudioOutput> sounds, double firstPicture) throws HostException, IOException {
+    audioRenditions.addAll(sounds);
+    for (int i = 0; i < sounds.size(); i++) audioFiles.add(new ArrayList<>());
     try {
       Files.createDirectories(settings.directory());
     } catch (IOException e) {
@@ -78,21 +91,33 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     }
     if (settings.format().isFolder()) clearMaster();
     taken.add(settings.input().toAbsolutePath().normalize());
-    if (audio != null) prepareAudio(audio, feed);
-    clock = FileClock.startingAt(firstSeconds(feed));
-    List<Path> names = chooseNames();
+    double first = firstPicture;
+    for (AudioOutput sound : sounds) first = Math.min(first, sound.firstSeconds());
+    clock = FileClock.startingAt(first);
+    List<Path> names = chooseNames(sounds.stream().map(AudioOutput::spec).toList());
     if (!isLive()) checkReplaced(names);
-    for (int i = 0; i < renditions.size(); i++) openVideo(renditions.get(i), names.get(i), audio != null);
+    for (int i = 0; i < renditions.size(); i++) openVideo(renditions.get(i), names.get(i), !sounds.isEmpty());
     for (int i = 0, own = renditions.size(); i < audioRenditions.size(); i++)
       if (audioFiles.get(i).isEmpty()) openAudio(i, names.get(own++));
   }
 
+  /** Asks, long before the files are created, whether those that are there may be replaced; which these are. */
+  public List<Path> claim(List<AudioSpec> sounds) throws HostException {
+    taken.add(settings.input().toAbsolutePath().normalize());
+    checkReplaced(chooseNames(sounds));
+    return replaceable;
+  }
+
+  /** These may be replaced. */
+  public void allow(List<Path> existing) {
+    replaceable.addAll(existing);
+  }
+
   /** Names of all files: first those of pictures, then those of audio renditions that no such file takes. */
-  private List<Path> chooseNames() {
+  private List<Path> chooseNames(List<AudioSpec> sounds) {
     List<Path> names = new ArrayList<>();
     for (RenditionSpec spec : renditions) names.add(freeName(spec.sizeText(), settings.format()));
-    for (AudioOutput audio : audioRenditions) {
-      AudioSpec spec = audio.spec();
+    for (AudioSpec spec : sounds) {
       if (renditions.isEmpty() || !settings.format().holds(spec.codec()))
         names.add(freeName(spec.nameText(), settings.format().forAudioAlone(spec.codec())));
     }
@@ -114,10 +139,9 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     replaceable.addAll(existing);
   }
 
-  // Where the first picture is shown or the first sound heard, in seconds of the source.
-  private double firstSeconds(PacketLookahead feed) throws MediaException {
+  // In seconds of the source.
+  private double firstPictureSeconds(PacketLookahead feed) throws MediaException {
     double first = Double.POSITIVE_INFINITY;
-    for (AudioOutput audio : audioRenditions) first = Math.min(first, audio.firstSeconds());
     // Pictures that are shown before the first coded one follow it at once: a live feed isn't waited for beyond them.
     long coded = Long.MIN_VALUE;
     for (int i = 0; !renditions.isEmpty() && i < REORDERED_FRAMES; i++) {
@@ -127,20 +151,6 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
       if (!frame.hidden()) first = Math.min(first, source.timeBase().toSeconds(frame.pts()));
     }
     return first;
-  }
-
-  private void prepareAudio(AudioPath audio, PacketLookahead feed) throws HostException, IOException {
-    MediaPacket first = feed.peek(MediaKind.AUDIO, 0);
-    MediaPacket firstFrame = renditions.isEmpty() ? null : feed.peek(MediaKind.VIDEO, 0);
-    boolean fromZero = firstFrame == null || firstFrame.timecodeMs() >= 0;
-    for (int i = 0; i < audio.renditions(); i++) {
-      AudioRenditionPath path = audio.rendition(i);
-      int rate = path.spec().sampleRate();
-      long audible = audio.clock().originSamples(rate) + audio.atRate(first.paddingStart(), rate);
-      if (fromZero) audible = Math.max(0, audible);
-      audioRenditions.add(new AudioOutput(path.spec(), audio.clock(), audible, path.headers()));
-      audioFiles.add(new ArrayList<>());
-    }
   }
 
   private void openVideo(RenditionSpec spec, Path name, boolean keepTimes) throws MediaException {
@@ -198,9 +208,14 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     return dot > 0 ? name.substring(0, dot) : name;
   }
 
-  /** A picture of the source went in, or will, that is shown until then. */
-  void noteEnd(long time) {
-    lastFrameEnd = Math.max(lastFrameEnd, time);
+  /** A picture of the source went in, or will, that is shown until then, in units of the source. */
+  public void endsAt(long pts) {
+    lastFrameEnd = Math.max(lastFrameEnd, pts);
+  }
+
+  /** From the next picture on a rendition has these parameter sets in place of others. */
+  public void changeParameterSets(int rendition, ParameterSetChange change) {
+    writers.get(rendition).changeParameterSets(change);
   }
 
   @Override
@@ -214,7 +229,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
 
   @Override
   public void encoderReplaced(int rendition, EncoderEvent event) {
-    writers.get(rendition).changeParameterSets(event.change());
+    changeParameterSets(rendition, event.change());
   }
 
   @Override
@@ -258,11 +273,23 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
         throw new HostException(
             writers.get(i).target() + ": " + in + " pictures went to the encoder and " + out + " came back");
     }
+    String trouble = soundTrouble();
+    session.check(trouble == null ? 0 : -1, trouble);
+    finish();
+  }
+
+  private String soundTrouble() {
     for (int i = 0; i < audioRenditions.size(); i++) {
       AudioOutput audio = audioRenditions.get(i);
-      boolean whole = audio.packets() > 0 && audio.isComplete();
-      session.check(whole ? 0 : -1, audioFiles.get(i).get(0) + ": its sound is not whole");
+      if (audio.packets() == 0 || !audio.isComplete()) return audioFiles.get(i).get(0) + ": its sound is not whole";
     }
+    return null;
+  }
+
+  /** The same where the caller has counted the pictures. */
+  public void finish() throws HostException, IOException {
+    String trouble = soundTrouble();
+    if (trouble != null) throw new HostException(trouble);
     if (!isLive()) checkReplaced(writers.stream().map(TrackWriter::target).toList());
     for (int i = 0; i < renditions.size(); i++)
       writers.get(i).endAt(VIDEO_TRACK, clock.place(lastFrameEnd, source.timeBase()));
@@ -317,7 +344,8 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
         : own;
   }
 
-  List<JobResult.Rendition> results() {
+  /** Of pictures, once all is finished. */
+  public List<JobResult.Rendition> results() {
     List<JobResult.Rendition> results = new ArrayList<>();
     for (int i = 0; i < renditions.size(); i++) {
       TrackWriter writer = writers.get(i);
@@ -332,7 +360,8 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     return results;
   }
 
-  List<JobResult.AudioRendition> audioResults() {
+  /** Of sound. */
+  public List<JobResult.AudioRendition> audioResults() {
     List<JobResult.AudioRendition> results = new ArrayList<>();
     for (int i = 0; i < audioRenditions.size(); i++) {
       AudioOutput audio = audioRenditions.get(i);

@@ -1,27 +1,21 @@
 package com.zarvo.qvs.host.job;
 
-import com.zarvo.qvs.host.media.AudioStreamInfo;
 import com.zarvo.qvs.host.media.Interruption;
 import com.zarvo.qvs.host.media.MediaFeed;
 import com.zarvo.qvs.host.media.MediaKind;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.MediaReader;
-import com.zarvo.qvs.host.media.StreamInfo;
-import com.zarvo.qvs.host.model.AudioCodec;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.model.RenditionSpec;
-import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.AudioRefusedException;
 import com.zarvo.qvs.host.session.AudioSettings;
-import com.zarvo.qvs.host.session.AudioSources;
 import com.zarvo.qvs.host.session.DeviceEvent;
 import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.SessionCounters;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
-import com.zarvo.qvs.host.session.VideoSource;
 import java.io.IOException;
 import java.util.List;
 import java.util.function.Consumer;
@@ -64,21 +58,11 @@ public final class TranscodeJob implements LadderJob {
   public JobResult run() throws HostException, IOException {
     NativeLibraries.loadMedia();
     try (MediaReader reader = MediaReader.open(settings.input(), interruption)) {
-      if (settings.audioTrack() != null) reader.selectAudio(settings.audioTrack());
-      audioSpecs = chooseAudio(reader);
-      boolean video = selectStreams(reader);
-      StreamInfo source = video ? reader.video().upright() : null;
-      result.source = source;
-      result.display = video ? reader.video().display() : null;
-      VideoCodec codec = video ? VideoSource.codecOf(settings.input(), source) : null;
-      // An MPEG-2 stream of square pixels says so by a number that its decoder takes for a square picture.
-      boolean hidesAspect = codec == VideoCodec.MPEG2 && source.pixelAspect().num() == source.pixelAspect().den();
-      List<RenditionSpec> renditions = video ? RenditionPlan.of(settings, source, hidesAspect) : List.of();
-      result.specs = renditions;
-      RenditionPlan.check(settings, renditions);
+      StreamChoice choice = StreamChoice.of(settings, reader, result);
+      audioSpecs = choice.audioSpecs();
       MediaFeed feed = new MediaFeed(reader);
-      try (RenditionFiles files = new RenditionFiles(settings, source, renditions);
-          TranscodeSession session = open(reader, feed, files, renditions)) {
+      try (RenditionFiles files = new RenditionFiles(settings, choice.source(), choice.renditions());
+          TranscodeSession session = open(reader, feed, files, choice.renditions())) {
         try {
           watcher.accept(session.counters());
           files.open(session.audio(), feed);
@@ -121,57 +105,6 @@ public final class TranscodeJob implements LadderJob {
     }
   }
 
-  /** Settles which streams are read; true when pictures are among them. */
-  private boolean selectStreams(MediaReader reader) throws HostException {
-    String name = settings.input() + ": ";
-    boolean audio = !audioSpecs.isEmpty();
-    if (audio && reader.audio() == null) throw new HostException(name + "no audio stream in it");
-    boolean wanted = settings.video() && settings.format().holdsVideo();
-    boolean video = wanted && reader.video() != null;
-    if (!video && !audio) throw new HostException(name + whyNothing(wanted));
-    if (!video && settings.hlsWindow() > 0) throw new HostException(name + "no pictures for --hls-window");
-    if (!video && !settings.renditions().isEmpty())
-      throw new HostException(
-          name + (reader.video() == null ? "no video stream in it" : "its pictures are left out, --rendition cannot be"));
-    if (!audio) reader.ignore(MediaKind.AUDIO);
-    if (!video) reader.ignore(MediaKind.VIDEO);
-    return video;
-  }
-
-  private String whyNothing(boolean videoWanted) {
-    List<JobResult.LeftOutAudio> leftOut = result.leftOutAudio();
-    String audio = leftOut.isEmpty() ? "" : ", " + leftOut.get(leftOut.size() - 1);
-    return (videoWanted ? "no video stream in it" : "nothing to do, neither pictures nor sound") + audio;
-  }
-
-  /** The audio renditions. Sound that nobody asked for must not keep the pictures from being made. */
-  private List<AudioSpec> chooseAudio(MediaReader reader) throws HostException {
-    AudioStreamInfo track = reader.audio();
-    if (track == null) return settings.audioRenditions();
-    boolean wanted = settings.audioAlong() || !settings.audioRenditions().isEmpty();
-    for (AudioStreamInfo other : reader.audioTracks())
-      if (other.number() != track.number())
-        result.leaveOut(other, wanted ? "track " + track.number() + " is taken" : "as asked for");
-    if (!settings.audioRenditions().isEmpty()) {
-      result.audioDecoder = AudioSources.check(settings.input(), track);
-      return settings.audioRenditions();
-    }
-    AudioCodec usual = settings.format().usualAudio();
-    if (!settings.audioAlong()) {
-      result.leaveOut(track, "as asked for");
-    } else if (usual == null) {
-      result.leaveOut(track, settings.format().label() + " holds no audio");
-    } else {
-      try {
-        result.audioDecoder = AudioSources.check(settings.input(), track);
-        return List.of(AudioSpec.parse(usual.codecName));
-      } catch (HostException e) {
-        result.leaveOut(track, e.getMessage());
-      }
-    }
-    return List.of();
-  }
-
   private void pump(MediaReader reader, MediaFeed feed, TranscodeSession session, RenditionFiles files)
       throws HostException, IOException {
     long startNs = System.nanoTime();
@@ -189,7 +122,7 @@ public final class TranscodeJob implements LadderJob {
         MediaPacket following = packet.kind() == MediaKind.AUDIO ? feed.following(MediaKind.AUDIO) : null;
         long beforeNs = System.nanoTime();
         if (packet.kind() == MediaKind.VIDEO) {
-          if (!packet.hidden()) files.noteEnd(packet.pts() + packet.duration());
+          if (!packet.hidden()) files.endsAt(packet.pts() + packet.duration());
           session.push(packet);
         } else if (session.audio() != null) {
           session.audio().push(packet, following);
@@ -216,8 +149,7 @@ public final class TranscodeJob implements LadderJob {
       throw new HostException(settings.input() + ": no sound in it could be decoded");
     files.finish(session);
     result.contactSheet = files.writeSheet();
-    result.renditions = files.results();
-    result.audioRenditions = files.audioResults();
+    result.finished(files.results(), files.audioResults());
   }
 
   private void noteEncoder(EncoderEvent event) {

@@ -47,6 +47,11 @@ public final class MediaFeed implements PacketLookahead {
     return shortfall + " (" + trouble.substring(trouble.indexOf(": ") + 2) + ")";
   }
 
+  /** True where times of the input were mended on the way. */
+  public boolean hasMovedTimes() {
+    return corrector.hasMoved();
+  }
+
   private MediaPacket peek(MediaKind kind, int n, long maxBytes, long maxLiveMs) throws MediaException {
     int found = 0;
     for (MediaPacket packet : ahead) if (packet.kind() == kind && found++ == n) return packet;

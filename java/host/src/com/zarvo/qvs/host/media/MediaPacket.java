@@ -53,6 +53,12 @@ public record MediaPacket(
         kind, data, pts, timecodeMs, duration, paddingStart, paddingEnd, key, false, false, TimeKind.SHOWN, null);
   }
 
+  /** The same where the codec's configuration holds from here on. */
+  public MediaPacket withConfig(byte[] config) {
+    return new MediaPacket(
+        kind, data, pts, timecodeMs, duration, paddingStart, paddingEnd, key, disposable, hidden, timeKind, config);
+  }
+
   /** The same at another time. */
   public MediaPacket at(long otherPts, long otherTimecodeMs) {
     return new MediaPacket(

@@ -137,6 +137,11 @@ public final class MediaReader implements AutoCloseable {
     return videoConfig;
   }
 
+  /** True where the pictures are known to have no fields. */
+  public boolean isProgressive() {
+    return isProgressive(handle);
+  }
+
   /** All audio streams of the file. */
   public List<AudioStreamInfo> audioTracks() {
     return List.copyOf(audioTracks);
@@ -199,7 +204,7 @@ public final class MediaReader implements AutoCloseable {
   }
 
   /** Goes on at a packet of pictures at or before that time as far as the file's index knows, else at the first. */
-  void seek(long pts) throws MediaException {
+  public void seek(long pts) throws MediaException {
     try {
       seek(handle, pts);
     } catch (MediaException e) {
@@ -264,6 +269,8 @@ public final class MediaReader implements AutoCloseable {
   private static native String audioLanguage(long handle, int track);
 
   private static native byte[] audioConfig(long handle, int track);
+
+  private static native boolean isProgressive(long handle);
 
   private static native String pixelFormat(long handle);
 

@@ -31,6 +31,11 @@ public final class TimestampCorrector {
     return offset == 0 ? packet : moved(packet, offset, unit);
   }
 
+  /** True once times had to be moved. */
+  boolean hasMoved() {
+    return offsetsMs.size() > 1;
+  }
+
   private static boolean jumps(Stream stream, MediaPacket packet) {
     long backMs = stream.lastMs - packet.timecodeMs();
     if (packet.kind() == MediaKind.VIDEO) return backMs > Math.max(JUMP_MS, REORDERED_FRAMES * stream.longestMs);

@@ -83,7 +83,8 @@ public final class WholeFile implements AutoCloseable {
 
   /** What lies in `part` is whole. */
   public void finish() throws IOException {
-    Files.move(part, target, StandardCopyOption.REPLACE_EXISTING);
+    // The other way to replace a file takes the old one away first: for a moment readers would find none.
+    Files.move(part, target, StandardCopyOption.ATOMIC_MOVE);
   }
 
   /** Drops what is not whole. */

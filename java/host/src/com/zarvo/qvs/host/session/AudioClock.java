@@ -24,7 +24,7 @@ public final class AudioClock {
   private double countedMs = Double.NaN;
 
   /** The clock of a stream whose first packet has the time `origin` in `unit`. */
-  AudioClock(Rational unit, long origin) {
+  public AudioClock(Rational unit, long origin) {
     this.unit = unit;
     this.origin = origin;
   }

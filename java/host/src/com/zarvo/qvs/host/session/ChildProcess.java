@@ -14,27 +14,35 @@ import java.util.concurrent.TimeUnit;
  *
  * @param code its exit code, -1 where it had to be killed
  * @param said what it printed on standard output
+ * @param complaint what it printed on standard error
  */
-record ChildProcess(int code, String said) {
+public record ChildProcess(int code, String said, String complaint) {
   /** Runs a program to its end, or to its deadline. */
-  static ChildProcess run(List<String> command, Duration deadline) throws HostException {
+  public static ChildProcess run(List<String> command, Duration deadline) throws HostException {
     Path said = null;
+    Path complaint = null;
     try {
       // A file, because a pipe that some grandchild holds open has no end.
       said = Files.createTempFile("qvs", ".out");
+      complaint = Files.createTempFile("qvs", ".err");
       Process process =
           new ProcessBuilder(command)
               .redirectOutput(said.toFile())
-              .redirectError(ProcessBuilder.Redirect.DISCARD)
+              .redirectError(complaint.toFile())
               .start();
       process.getOutputStream().close();
       int code = waitFor(process, deadline);
-      return new ChildProcess(code, new String(Files.readAllBytes(said), StandardCharsets.UTF_8));
+      return new ChildProcess(code, text(said), text(complaint));
     } catch (IOException e) {
       throw new HostException("cannot run " + command.get(0) + ": " + e.getMessage());
     } finally {
       if (said != null) said.toFile().delete();
+      if (complaint != null) complaint.toFile().delete();
     }
+  }
+
+  private static String text(Path file) throws IOException {
+    return new String(Files.readAllBytes(file), StandardCharsets.UTF_8);
   }
 
   private static int waitFor(Process process, Duration deadline) throws HostException {

@@ -37,7 +37,8 @@ final class EncoderKeys {
 
   /** `kept` is the profile and level to go on with, null where there is none yet. */
   static TranscoderNativeParameterValue[] of(
-      EncoderBackend backend, SessionSettings settings, RenditionSpec spec, StreamProfile kept) {
+      EncoderBackend backend, SessionSettings settings, int index, StreamProfile kept) {
+    RenditionSpec spec = settings.renditions().get(index);
     boolean hevc = spec.codec() == VideoCodec.H265;
     VideoTuning tuning = spec.tuning();
     // The stream has thirty times the level in H.265, users and plug-ins have ten times.
@@ -49,6 +50,8 @@ final class EncoderKeys {
     long preset = backend == EncoderBackend.NVENC ? nvencPreset(tuning.preset()) : tuning.preset().ordinal();
     if (row != null) add(keys, row, preset, tuning, colors, hevc);
     else keys.setAll(EncoderSettings.of(spec.tunedTo(tuning), colors, settings.parallel()));
+    if (settings.excerpt() != null && row == null)
+      keys.setAll(EncoderSettings.ofExcerpt(spec, settings.excerpt().bufferPercent().get(index)));
     if (backend.isPlugin(spec.codec())) keys.set(ASYNCHRONOUS, settings.parallel() ? 1 : 0);
     if (spec.codec().hasUnits() && settings.capture() != null && settings.capture().captions())
       keys.set(CARRY_CAPTIONS, 1);

@@ -23,6 +23,7 @@ final class EncoderSettings {
   private static final int H264_SPEED = 10129;
   private static final int H264_SOURCE_COLORS = 10134;
   private static final int H264_COLORS = 10135;
+  private static final int H264_BUFFER_PERCENT = 10027;
   private static final int H264_ASYNCHRONOUS = 10200;
   private static final int H264_FLUSH = 10201;
   private static final int H264_COLOR_CODE_POINTS = 10202;
@@ -33,6 +34,8 @@ final class EncoderSettings {
   private static final int H265_PROFILE = 80002;
   private static final int H265_LEVEL = 80003;
   private static final int H265_B_FRAMES = 80010;
+  private static final int H265_THREADS = 80013;
+  private static final int H265_FRAME_THREADS = 80014;
   private static final int H265_PRIMARIES = 80021;
   private static final int H265_TRANSFER = 80022;
   private static final int H265_MATRIX = 80023;
@@ -86,6 +89,18 @@ final class EncoderSettings {
     if (tuning.level() != 0) keys.set(H265_LEVEL, tuning.level());
     keys.set(H265_PRIMARIES, colors.primaries()).set(H265_TRANSFER, colors.transfer());
     keys.set(H265_MATRIX, colors.matrix()).set(H265_FULL_RANGE, colors.fullRange() ? 1 : 0);
+  }
+
+  /**
+   * What a part of a source needs beside. The threads of H.265 follow the machine otherwise, and its bits the threads.
+   *
+   * @param bufferPercent how full the rate buffer is at the start, 0 where that is left to the encoder
+   */
+  static TranscoderNativeParameterValue[] ofExcerpt(RenditionSpec spec, int bufferPercent) {
+    NativeParameters keys = new NativeParameters();
+    if (spec.codec() == VideoCodec.H264 && bufferPercent > 0) keys.set(H264_BUFFER_PERCENT, bufferPercent);
+    if (spec.codec() == VideoCodec.H265) keys.set(H265_THREADS, 1).set(H265_FRAME_THREADS, 1);
+    return keys.toArray();
   }
 
   /** What makes an encoder hand out the pictures that it holds back; null where it holds none. */

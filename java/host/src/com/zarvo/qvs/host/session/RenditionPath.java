@@ -44,7 +44,8 @@ public final class RenditionPath {
     this.times = times;
     this.index = index;
     this.spec = settings.renditions().get(index);
-    this.limiter = new FrameRateLimiter(spec.frameRate());
+    Excerpt excerpt = settings.excerpt();
+    this.limiter = new FrameRateLimiter(spec.frameRate(), excerpt == null ? Double.NaN : excerpt.dueMs().get(index));
     this.counters = owner.counters().rungs().get(index);
     this.slot = new EncoderSlot(owner, settings, index, this::passOn);
   }

@@ -45,7 +45,7 @@ public interface SessionOutput {
    *
    * @param endSamples where the sound ends, at the rendition's rate
    */
-  default boolean audioEnds(int rendition, long endSamples) {
+  default boolean audioEnds(int rendition, long endSamples) throws HostException, IOException {
     return false;
   }
 

@@ -34,6 +34,7 @@ public final class SessionSettings {
   private DecoderBackend decoder;
   private Consumer<DeviceEvent> deviceListener = event -> {};
   private CaptureSettings capture;
+  private Excerpt excerpt;
 
   private SessionSettings(String name) {
     this.name = name;
@@ -143,6 +144,11 @@ public final class SessionSettings {
     return deviceListener;
   }
 
+  /** Null where the whole source is made. */
+  public Excerpt excerpt() {
+    return excerpt;
+  }
+
   /** Sets by name what is to be other than usual. Used once. */
   public static final class Builder {
     private final SessionSettings made;
@@ -224,6 +230,11 @@ public final class SessionSettings {
 
     public Builder deviceListener(Consumer<DeviceEvent> listener) {
       made.deviceListener = listener;
+      return this;
+    }
+
+    public Builder excerpt(Excerpt excerpt) {
+      made.excerpt = excerpt;
       return this;
     }
 

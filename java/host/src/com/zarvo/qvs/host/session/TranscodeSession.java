@@ -82,6 +82,9 @@ public final class TranscodeSession implements AutoCloseable {
   private TimecodeMap times;
   private boolean configured;
   private long firstTime = Long.MIN_VALUE;
+  private long pushedPts;
+  private long deliveredTime;
+  private boolean isDamaged;
   private long refused;
   private long concealed;
   private long[] targets = {};
@@ -191,6 +194,7 @@ public final class TranscodeSession implements AutoCloseable {
             ? RenditionPath.FRAME_KEY
             : packet.disposable() ? RenditionPath.FRAME_DISPOSABLE : RenditionPath.FRAME_INTER;
     long time = times.assign(packet);
+    pushedPts = packet.pts();
     CodedHistory.Unit unit = new CodedHistory.Unit(source.config(), data, time, packet.key(), type);
     if (history != null) history.add(unit);
     try {
@@ -215,7 +219,7 @@ public final class TranscodeSession implements AutoCloseable {
       if ((status.value & STATUS_INPUT_USED) != 0) break;
     }
     if (result != 0 || aborted) {
-      refused++;
+      if (isOurs(pushedPts)) refused++;
       concealed = concealedBefore;
     }
   }
@@ -236,6 +240,7 @@ public final class TranscodeSession implements AutoCloseable {
 
   private void deliverCaptured() throws HostException, IOException {
     long index = heldDecoderFrame;
+    if (isDamaged) concealed++;
     try {
       long time = captured.place(timecode.value, status.value, frameInfo);
       if (time != CaptureInput.NOT_SHOWN) deliver(index, times.carry(time), passCues(time) | captured.takeKeyDue());
@@ -514,8 +519,10 @@ public final class TranscodeSession implements AutoCloseable {
     long result = videoDecoderDecode(session, heldDecoderFrame, status, timecode, frameInfo);
     decodeNs += System.nanoTime() - startNs;
     if (result != 0) throw notDecoded();
-    if ((status.value & STATUS_DAMAGED) != 0) concealed++;
-    return (status.value & STATUS_FRAME) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
+    isDamaged = (status.value & STATUS_DAMAGED) != 0;
+    boolean came = (status.value & STATUS_FRAME) != 0 && (status.value & STATUS_INCOMPLETE) == 0;
+    if (isDamaged && !came && isOurs(pushedPts)) concealed++;
+    return came;
   }
 
   /** The same all the way into the encoders. */
@@ -527,6 +534,9 @@ public final class TranscodeSession implements AutoCloseable {
       List<Long> shown = known.isEmpty() ? null : known.remove(timecode.value);
       isNew = shown == null;
       if (isNew) shown = timesOf(timecode.value);
+      // Pictures of a neighbour are decoded where ours are made from them, or they from ours.
+      if (isNew && settings.excerpt() != null && !isOurs(times.ptsOf(deliveredTime))) return true;
+      if (isDamaged) concealed++;
       if (isNew && history != null) history.delivered(timecode.value, shown);
       for (int i = 0; i < shown.size(); i++) {
         if (i > 0) check(videoDecoderGetFrame(session, index, timecode), "the second field could not be fetched");
@@ -548,6 +558,10 @@ public final class TranscodeSession implements AutoCloseable {
     counters.summarize();
   }
 
+  private boolean isOurs(long pts) {
+    return settings.excerpt() == null || settings.excerpt().holds(pts);
+  }
+
   private HostException notDecoded() {
     String what = settings.name() + ": its " + settings.source().codecName() + " pictures could not be decoded";
     HostException failure = owner.failure(what);
@@ -558,6 +572,7 @@ public final class TranscodeSession implements AutoCloseable {
   private List<Long> timesOf(long carried) throws HostException {
     boolean hidden = times.isHidden(carried);
     long time = times.delivered(carried);
+    deliveredTime = time;
     if (hidden) return List.of();
     if (settings.deinterlace() != Deinterlace.DOUBLE || !settings.codec().deinterlaces()) return List.of(time);
     double rate = frameInfo.frameRate > 0 ? frameInfo.frameRate : settings.source().frameRateOrDefault();
@@ -575,7 +590,7 @@ public final class TranscodeSession implements AutoCloseable {
 
   /** Scales one decoded picture into every rendition that wants it and sends the results to the encoders. */
   private void deliver(long decoderFrame, long time, boolean key) throws HostException, IOException {
-    if (firstTime == Long.MIN_VALUE) firstTime = time;
+    if (firstTime == Long.MIN_VALUE) firstTime = settings.excerpt() == null ? time : settings.excerpt().firstMs();
     if (owner.device().kind().onePass) {
       if (time > decodedTo) owner.output().decoded(time, (int) frameInfo.displayWidth, (int) frameInfo.displayHeight);
       decodedTo = Math.max(decodedTo, time);

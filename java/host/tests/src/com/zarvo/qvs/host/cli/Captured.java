@@ -8,6 +8,7 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
+import java.util.Map;
 
 /** One run of the command line with what it printed. */
 record Captured(int code, String out, String err) {
@@ -37,6 +38,13 @@ record Captured(int code, String out, String err) {
   static Process start(List<String> starter, Path said, String... arguments) throws IOException {
     ProcessBuilder builder = builder(said, arguments);
     builder.command().addAll(0, starter);
+    return builder.start();
+  }
+
+  /** The same in an environment with more in it. */
+  static Process startWith(Map<String, String> environment, Path said, String... arguments) throws IOException {
+    ProcessBuilder builder = builder(said, arguments);
+    builder.environment().putAll(environment);
     return builder.start();
   }
 
