@@ -7,8 +7,6 @@
 
 #include "cuda_functions.h"
 
-typedef struct CUmemPoolHandle_st* CUmemoryPool;
-
 // What the types' header leaves out. All lie within the enumerations' ranges.
 inline constexpr CUresult CUDA_ERROR_INVALID_VALUE = static_cast<CUresult>(1);
 inline constexpr CUresult CUDA_ERROR_OUT_OF_MEMORY = static_cast<CUresult>(2);
@@ -31,15 +29,12 @@ inline constexpr CUdevice_attribute CU_DEVICE_ATTRIBUTE_MAX_THREADS_PER_MULTIPRO
 inline constexpr CUdevice_attribute CU_DEVICE_ATTRIBUTE_MEMORY_POOLS_SUPPORTED =
     static_cast<CUdevice_attribute>(115);
 
-enum CUmemPool_attribute { CU_MEMPOOL_ATTR_RELEASE_THRESHOLD = 4 };
-
 #define cuDeviceTotalMem cuDeviceTotalMem_v2
 #define cuDevicePrimaryCtxRelease cuDevicePrimaryCtxRelease_v2
 #define cuCtxCreate cuCtxCreate_v2
 #define cuCtxDestroy cuCtxDestroy_v2
 #define cuCtxPushCurrent cuCtxPushCurrent_v2
 #define cuCtxPopCurrent cuCtxPopCurrent_v2
-#define cuMemGetInfo cuMemGetInfo_v2
 #define cuMemAlloc cuMemAlloc_v2
 #define cuMemAllocPitch cuMemAllocPitch_v2
 #define cuMemFree cuMemFree_v2

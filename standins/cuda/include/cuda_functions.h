@@ -12,7 +12,6 @@
   X(cuDeviceGetAttribute, (int* value, CUdevice_attribute attribute, CUdevice device), (value, attribute, device)) \
   X(cuDeviceTotalMem_v2, (size_t* bytes, CUdevice device), (bytes, device))                                        \
   X(cuDeviceComputeCapability, (int* major, int* minor, CUdevice device), (major, minor, device))                  \
-  X(cuDeviceGetDefaultMemPool, (CUmemoryPool* pool, CUdevice device), (pool, device))                              \
   X(cuDevicePrimaryCtxRetain, (CUcontext* context, CUdevice device), (context, device))                            \
   X(cuDevicePrimaryCtxRelease_v2, (CUdevice device), (device))                                                     \
   X(cuCtxCreate_v2, (CUcontext* context, unsigned flags, CUdevice device), (context, flags, device))               \
@@ -20,12 +19,7 @@
   X(cuCtxPushCurrent_v2, (CUcontext context), (context))                                                           \
   X(cuCtxPopCurrent_v2, (CUcontext* context), (context))                                                           \
   X(cuCtxGetCurrent, (CUcontext* context), (context))                                                              \
-  X(cuCtxSetCurrent, (CUcontext context), (context))                                                               \
-  X(cuCtxGetDevice, (CUdevice* device), (device))                                                                  \
   X(cuCtxSynchronize, (), ())                                                                                      \
-  X(cuMemPoolSetAttribute, (CUmemoryPool pool, CUmemPool_attribute attribute, void* value), (pool, attribute, value)) \
-  X(cuMemPoolTrimTo, (CUmemoryPool pool, size_t bytes), (pool, bytes))                                             \
-  X(cuMemGetInfo_v2, (size_t* free, size_t* total), (free, total))                                                 \
   X(cuMemAlloc_v2, (CUdeviceptr* pointer, size_t bytes), (pointer, bytes))                                         \
   X(cuMemAllocPitch_v2, (CUdeviceptr* pointer, size_t* pitch, size_t width, size_t height, unsigned element),      \
     (pointer, pitch, width, height, element))                                                                      \
@@ -43,8 +37,6 @@
   X(cuMemcpy2D_v2, (const CUDA_MEMCPY2D* copy), (copy))                                                            \
   X(cuMemcpy2DAsync_v2, (const CUDA_MEMCPY2D* copy, CUstream stream), (copy, stream))                              \
   X(cuMemsetD8Async, (CUdeviceptr to, unsigned char value, size_t bytes, CUstream stream), (to, value, bytes, stream)) \
-  X(cuMemsetD2D8Async, (CUdeviceptr to, size_t pitch, unsigned char value, size_t width, size_t height, CUstream stream), \
-    (to, pitch, value, width, height, stream))                                                                     \
   X(cuStreamCreate, (CUstream* stream, unsigned flags), (stream, flags))                                           \
   X(cuStreamDestroy_v2, (CUstream stream), (stream))                                                               \
   X(cuStreamGetFlags, (CUstream stream, unsigned* flags), (stream, flags))                                         \

@@ -3,7 +3,6 @@
 // The video decoder of NVIDIA's cards as far as it is called here. Without the vendor's library each call answers
 // "not found".
 
-#define __CUVID_DEVPTR64 1
 #include <ffnvcodec/dynlink_cuda.h>
 #include <ffnvcodec/dynlink_nvcuvid.h>
 

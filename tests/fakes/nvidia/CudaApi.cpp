@@ -9,23 +9,12 @@
 using qvs::fakes::Call;
 using qvs::fakes::Driver;
 using qvs::fakes::Stream;
-using Needs = Call::Needs;
 
 namespace {
 
 Driver& driver() {
   return Driver::get();
 }
-
-/// A call by its plain name, left where it has a fault.
-#define QVS_ENTER(...)          \
-  const Call call(__VA_ARGS__); \
-  if (call.code != CUDA_SUCCESS) return call.code
-
-/// A call that releases.
-#define QVS_RELEASE(name) \
-  const Call call(name);  \
-  if (call.context == nullptr) return call.code;
 
 struct Attribute {
   int number;
@@ -37,8 +26,24 @@ constexpr Attribute kAttributes[] = {{1, 1024}, {8, 49152}, {10, 32}, {13, 15000
                                      {19, 1},   {31, 1},    {33, 1},  {36, 7000000}, {37, 192}, {39, 1536},
                                      {40, 2},   {41, 1},    {51, 32}, {115, 1}};
 
-bool isDeviceNumber(CUdevice device) {
+bool isDevice(CUdevice device) {
   return device >= 0 && device < driver().devices();
+}
+
+int attributeOf(int number) {
+  if (number == CU_DEVICE_ATTRIBUTE_COMPUTE_CAPABILITY_MAJOR) return driver().capability() / 10;
+  if (number == CU_DEVICE_ATTRIBUTE_COMPUTE_CAPABILITY_MINOR) return driver().capability() % 10;
+  if (number == CU_DEVICE_ATTRIBUTE_MEMORY_POOLS_SUPPORTED)
+    return static_cast<int>(driver().setting("pools", 1));
+  const auto* found = std::find_if(std::begin(kAttributes), std::end(kAttributes),
+                                   [&](const Attribute& one) { return one.number == number; });
+  return found != std::end(kAttributes) ? found->value : 0;
+}
+
+template <typename To, typename Value>
+CUresult give(To* to, Value value) {
+  *to = static_cast<To>(value);
+  return CUDA_SUCCESS;
 }
 
 /// One side of a copy.
@@ -152,17 +157,13 @@ CUresult copy2d(CUcontext context, const CUDA_MEMCPY2D* copy, CUstream stream, b
   return copyOn(context, stream, {to, from, copy->WidthInBytes, copy->Height}, async);
 }
 
-CUresult fill(CUcontext context, CUdeviceptr to, size_t pitch, uint8_t value, size_t width, size_t height,
-              CUstream stream) {
-  const Copy target{{to, pitch, true}, {}, width, height};
-  if (width == 0 || height == 0) return CUDA_SUCCESS;
-  if (!target.fits(target.to)) return CUDA_ERROR_INVALID_VALUE;
+CUresult fill(CUcontext context, CUdeviceptr to, size_t bytes, uint8_t value, CUstream stream) {
+  if (!driver().memory.holds(to, bytes)) return CUDA_ERROR_INVALID_VALUE;
   std::shared_ptr<Stream> queue;
   if (const CUresult code = driver().queueOf(stream, &queue); code != CUDA_SUCCESS) return code;
   queueWork(context, queue, [=] {
-    uint8_t* memory = target.at(target.to);
-    for (size_t row = 0; memory != nullptr && row < height; ++row)
-      std::memset(memory + row * pitch, value, width);
+    uint8_t* memory = driver().memory.bytesAt(to, bytes);
+    if (memory != nullptr) std::memset(memory, value, bytes);
     return memory != nullptr;
   });
   return CUDA_SUCCESS;
@@ -174,426 +175,258 @@ CUresult allocate(CUdeviceptr* pointer, size_t bytes) {
   return *pointer != 0 ? CUDA_SUCCESS : CUDA_ERROR_OUT_OF_MEMORY;
 }
 
-}  // namespace
-
-QVS_API cuInit(unsigned) {
-  QVS_ENTER("cuInit", Needs::kNothing);
-  if (driver().devices() == 0) return CUDA_ERROR_NO_DEVICE;
-  driver().initialized = true;
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuDriverGetVersion(int* version) {
-  QVS_ENTER("cuDriverGetVersion", Needs::kNothing);
-  *version = static_cast<int>(driver().setting("version", 12020));
-  return CUDA_SUCCESS;
-}
-
-// Devices
-
-QVS_API cuDeviceGetCount(int* count) {
-  QVS_ENTER("cuDeviceGetCount", Needs::kInit);
-  *count = driver().devices();
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuDeviceGet(CUdevice* device, int ordinal) {
-  QVS_ENTER("cuDeviceGet", Needs::kInit);
-  if (!isDeviceNumber(ordinal)) return CUDA_ERROR_INVALID_DEVICE;
-  *device = ordinal;
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuDeviceGetName(char* name, int length, CUdevice device) {
-  QVS_ENTER("cuDeviceGetName", Needs::kInit);
-  if (!isDeviceNumber(device) || length <= 0) return CUDA_ERROR_INVALID_DEVICE;
-  std::snprintf(name, static_cast<size_t>(length), "Emulated GPU %d", device);
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuDeviceGetUuid(CUuuid* uuid, CUdevice device) {
-  QVS_ENTER("cuDeviceGetUuid", Needs::kInit);
-  std::memset(uuid, device + 1, sizeof(*uuid));
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuDeviceGetAttribute(int* value, CUdevice_attribute attribute, CUdevice device) {
-  QVS_ENTER("cuDeviceGetAttribute", Needs::kInit);
-  if (!isDeviceNumber(device)) return CUDA_ERROR_INVALID_DEVICE;
-  const int number = static_cast<int>(attribute);
-  const auto* found = std::find_if(std::begin(kAttributes), std::end(kAttributes),
-                                   [&](const Attribute& one) { return one.number == number; });
-  *value = found != std::end(kAttributes) ? found->value : 0;
-  if (number == CU_DEVICE_ATTRIBUTE_COMPUTE_CAPABILITY_MAJOR) *value = driver().capability() / 10;
-  if (number == CU_DEVICE_ATTRIBUTE_COMPUTE_CAPABILITY_MINOR) *value = driver().capability() % 10;
-  if (number == CU_DEVICE_ATTRIBUTE_MEMORY_POOLS_SUPPORTED)
-    *value = static_cast<int>(driver().setting("pools", 1));
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuDeviceTotalMem_v2(size_t* bytes, CUdevice device) {
-  QVS_ENTER("cuDeviceTotalMem", Needs::kInit);
-  if (!isDeviceNumber(device)) return CUDA_ERROR_INVALID_DEVICE;
-  *bytes = driver().memory.budget();
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuDeviceComputeCapability(int* major, int* minor, CUdevice device) {
-  QVS_ENTER("cuDeviceComputeCapability", Needs::kInit);
-  if (!isDeviceNumber(device)) return CUDA_ERROR_INVALID_DEVICE;
-  *major = driver().capability() / 10;
-  *minor = driver().capability() % 10;
-  return CUDA_SUCCESS;
-}
-
-// Contexts
-
-QVS_API cuCtxCreate_v2(CUcontext* context, unsigned, CUdevice device) {
-  QVS_ENTER("cuCtxCreate", Needs::kInit);
-  if (!isDeviceNumber(device)) return CUDA_ERROR_INVALID_DEVICE;
-  *context = driver().createContext(device, false);
-  return driver().push(*context);
-}
-
-QVS_API cuCtxDestroy_v2(CUcontext context) {
-  const Call call("cuCtxDestroy", Needs::kInit);
-  const CUresult code = driver().destroyContext(context);
-  return call.code != CUDA_SUCCESS ? call.code : code;
-}
-
-QVS_API cuCtxPushCurrent_v2(CUcontext context) {
-  QVS_ENTER("cuCtxPushCurrent", Needs::kInit);
-  return driver().push(context);
-}
-
-QVS_API cuCtxPopCurrent_v2(CUcontext* context) {
-  const Call call("cuCtxPopCurrent", Needs::kInit);
-  const CUresult code = driver().pop(context);
-  return call.code != CUDA_SUCCESS ? call.code : code;
-}
-
-QVS_API cuCtxGetCurrent(CUcontext* context) {
-  QVS_ENTER("cuCtxGetCurrent", Needs::kInit);
-  *context = driver().current();
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuCtxSetCurrent(CUcontext context) {
-  QVS_ENTER("cuCtxSetCurrent", Needs::kInit);
-  return driver().setCurrent(context);
-}
-
-QVS_API cuCtxGetDevice(CUdevice* device) {
-  QVS_ENTER("cuCtxGetDevice");
-  *device = call.context->device;
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuCtxSetLimit(CUlimit, size_t) {
-  QVS_ENTER("cuCtxSetLimit");
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuCtxSynchronize() {
-  QVS_ENTER("cuCtxSynchronize");
-  ++driver().synchronisations;
-  driver().waitFor(call.context);
-  return call.context->dead;
-}
-
-QVS_API cuDevicePrimaryCtxRetain(CUcontext* context, CUdevice device) {
-  QVS_ENTER("cuDevicePrimaryCtxRetain", Needs::kInit);
-  return isDeviceNumber(device) ? driver().retainPrimary(context, device) : CUDA_ERROR_INVALID_DEVICE;
-}
-
-QVS_API cuDevicePrimaryCtxRelease_v2(CUdevice device) {
-  const Call call("cuDevicePrimaryCtxRelease", Needs::kInit);
-  const CUresult code = driver().releasePrimary(device);
-  return call.code != CUDA_SUCCESS ? call.code : code;
-}
-
-#undef cuDevicePrimaryCtxRelease
-QVS_API cuDevicePrimaryCtxRelease(CUdevice device) {
-  return cuDevicePrimaryCtxRelease_v2(device);
-}
-
-QVS_API cuDevicePrimaryCtxSetFlags(CUdevice, unsigned) {
-  QVS_ENTER("cuDevicePrimaryCtxSetFlags", Needs::kInit);
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuDevicePrimaryCtxGetState(CUdevice device, unsigned* flags, int* active) {
-  QVS_ENTER("cuDevicePrimaryCtxGetState", Needs::kInit);
-  const std::lock_guard hold(driver().lock);
-  *flags = CU_CTX_SCHED_BLOCKING_SYNC;
-  *active = driver().primaries.contains(device);
-  return CUDA_SUCCESS;
-}
-
-// Memory
-
-QVS_API cuMemGetInfo_v2(size_t* free, size_t* total) {
-  QVS_ENTER("cuMemGetInfo");
-  *total = driver().memory.budget();
-  *free = *total - static_cast<size_t>(driver().memory.bytes());
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuMemAlloc_v2(CUdeviceptr* pointer, size_t bytes) {
-  QVS_ENTER("cuMemAlloc");
-  return allocate(pointer, bytes);
-}
-
-QVS_API cuMemAllocPitch_v2(CUdeviceptr* pointer, size_t* pitch, size_t width, size_t height,
-                           unsigned element) {
-  QVS_ENTER("cuMemAllocPitch");
+CUresult allocatePitched(CUdeviceptr* pointer, size_t* pitch, size_t width, size_t height, unsigned element) {
   if (element != 4 && element != 8 && element != 16) return CUDA_ERROR_INVALID_VALUE;
   *pitch = (width + 511) / 512 * 512;
   return allocate(pointer, *pitch * height);
 }
 
-QVS_API cuMemFree_v2(CUdeviceptr pointer) {
-  QVS_RELEASE("cuMemFree");
-  const CUresult code = driver().free(pointer);
-  return call.code != CUDA_SUCCESS ? call.code : code;
+/// Does what `work(queue)` says on the queue of a stream.
+template <typename Work>
+CUresult onQueue(CUstream stream, Work work) {
+  std::shared_ptr<Stream> queue;
+  const CUresult code = driver().queueOf(stream, &queue);
+  return code == CUDA_SUCCESS ? work(queue) : code;
 }
 
-QVS_API cuMemAllocAsync(CUdeviceptr* pointer, size_t bytes, CUstream stream) {
-  QVS_ENTER("cuMemAllocAsync");
-  std::shared_ptr<Stream> queue;
+CUresult allocateLater(CUcontext context, CUdeviceptr* pointer, size_t bytes, CUstream stream) {
   if (driver().setting("pools", 1) == 0) return CUDA_ERROR_NOT_SUPPORTED;
-  if (const CUresult code = driver().queueOf(stream, &queue); code != CUDA_SUCCESS) return code;
   if (pointer == nullptr || bytes == 0) return CUDA_ERROR_INVALID_VALUE;
-  const uint64_t made = driver().memory.allocate(bytes, call.context, false);
-  if (made == 0) return CUDA_ERROR_OUT_OF_MEMORY;
-  driver().opened("memory");
-  driver().push(call.context, queue, [made] { driver().memory.makeReady(made); });
-  *pointer = made;
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuMemFreeAsync(CUdeviceptr pointer, CUstream stream) {
-  QVS_RELEASE("cuMemFreeAsync");
-  std::shared_ptr<Stream> queue;
-  if (const CUresult code = driver().queueOf(stream, &queue); code != CUDA_SUCCESS) return code;
-  if (!driver().memory.announceEnd(pointer)) return CUDA_ERROR_INVALID_VALUE;
-  driver().push(call.context, queue, [pointer] {
-    driver().memory.free(pointer);
-    driver().closed("memory");
+  return onQueue(stream, [&](const auto& queue) {
+    const uint64_t made = driver().memory.allocate(bytes, context, false);
+    if (made == 0) return CUDA_ERROR_OUT_OF_MEMORY;
+    driver().opened("memory");
+    driver().push(context, queue, [made] { driver().memory.makeReady(made); });
+    return give(pointer, made);
   });
-  return call.code;
 }
 
-QVS_API cuMemAllocHost_v2(void** pointer, size_t bytes) {
-  QVS_ENTER("cuMemAllocHost");
+CUresult freeLater(CUcontext context, CUdeviceptr pointer, CUstream stream) {
+  return onQueue(stream, [&](const auto& queue) {
+    if (!driver().memory.announceEnd(pointer)) return CUDA_ERROR_INVALID_VALUE;
+    driver().push(context, queue, [pointer] {
+      driver().memory.free(pointer);
+      driver().closed("memory");
+    });
+    return CUDA_SUCCESS;
+  });
+}
+
+CUresult allocatePinned(void** pointer, size_t bytes) {
   *pointer = bytes != 0 ? std::aligned_alloc(4096, (bytes + 4095) / 4096 * 4096) : nullptr;
   if (*pointer == nullptr) return bytes != 0 ? CUDA_ERROR_OUT_OF_MEMORY : CUDA_ERROR_INVALID_VALUE;
   driver().pinned(*pointer, bytes);
   return CUDA_SUCCESS;
 }
 
-QVS_API cuMemFreeHost(void* pointer) {
-  QVS_RELEASE("cuMemFreeHost");
-  driver().waitFor(call.context);
+CUresult freePinned(CUcontext context, void* pointer) {
+  driver().waitFor(context);
   if (!driver().unpin(pointer)) return CUDA_ERROR_INVALID_VALUE;
   std::free(pointer);
-  return call.code;
-}
-
-QVS_API cuDeviceGetDefaultMemPool(CUmemoryPool* pool, CUdevice device) {
-  QVS_ENTER("cuDeviceGetDefaultMemPool", Needs::kInit);
-  if (!isDeviceNumber(device)) return CUDA_ERROR_INVALID_DEVICE;
-  *pool = reinterpret_cast<CUmemoryPool>(static_cast<intptr_t>(device) + 1);
   return CUDA_SUCCESS;
 }
 
-QVS_API cuMemPoolSetAttribute(CUmemoryPool pool, CUmemPool_attribute, void* value) {
-  QVS_ENTER("cuMemPoolSetAttribute", Needs::kInit);
-  return pool != nullptr && value != nullptr ? CUDA_SUCCESS : CUDA_ERROR_INVALID_VALUE;
+CUresult primaryState(CUdevice device, unsigned* flags, int* active) {
+  const std::lock_guard hold(driver().lock);
+  give(flags, CU_CTX_SCHED_BLOCKING_SYNC);
+  return give(active, driver().primaries.contains(device));
 }
 
-QVS_API cuMemPoolTrimTo(CUmemoryPool pool, size_t) {
-  QVS_ENTER("cuMemPoolTrimTo", Needs::kInit);
-  return pool != nullptr ? CUDA_SUCCESS : CUDA_ERROR_INVALID_VALUE;
+template <typename Handle>
+CUresult keep(std::set<Handle>& handles, const char* kind, Handle* to, Handle made) {
+  const std::lock_guard hold(driver().lock);
+  handles.insert(made);
+  driver().opened(kind);
+  return give(to, made);
 }
 
-// Copies: name, parameters, the two sides, bytes, stream, whether in the form with a stream.
-// clang-format off
-#define QVS_COPIES(X)                                                                                              \
-  X(cuMemcpy, "cuMemcpy", (CUdeviceptr to, CUdeviceptr from, size_t n), linear(to, n), linear(from, n), nullptr, false) \
-  X(cuMemcpyAsync, "cuMemcpyAsync", (CUdeviceptr to, CUdeviceptr from, size_t n, CUstream s), linear(to, n), linear(from, n), s, true) \
-  X(cuMemcpyHtoD_v2, "cuMemcpyHtoD", (CUdeviceptr to, const void* from, size_t n), linear(to, n), host(from, n), nullptr, false) \
-  X(cuMemcpyHtoDAsync_v2, "cuMemcpyHtoDAsync", (CUdeviceptr to, const void* from, size_t n, CUstream s), linear(to, n), host(from, n), s, true) \
-  X(cuMemcpyDtoH_v2, "cuMemcpyDtoH", (void* to, CUdeviceptr from, size_t n), host(to, n), linear(from, n), nullptr, false) \
-  X(cuMemcpyDtoHAsync_v2, "cuMemcpyDtoHAsync", (void* to, CUdeviceptr from, size_t n, CUstream s), host(to, n), linear(from, n), s, true) \
-  X(cuMemcpyDtoD_v2, "cuMemcpyDtoD", (CUdeviceptr to, CUdeviceptr from, size_t n), linear(to, n), linear(from, n), nullptr, false) \
-  X(cuMemcpyDtoDAsync_v2, "cuMemcpyDtoDAsync", (CUdeviceptr to, CUdeviceptr from, size_t n, CUstream s), linear(to, n), linear(from, n), s, true)
-// clang-format on
+template <typename Handle>
+CUresult end(std::set<Handle>& handles, const char* kind, Handle handle) {
+  {
+    const std::lock_guard hold(driver().lock);
+    if (handles.erase(handle) == 0) return CUDA_ERROR_INVALID_HANDLE;
+  }
+  if constexpr (std::is_same_v<Handle, CUstream>) driver().engine.drop(handle->queue);
+  driver().closed(kind);
+  delete handle;
+  return CUDA_SUCCESS;
+}
+
+CUresult synchronizeContext(CUcontext context) {
+  ++driver().synchronisations;
+  driver().waitFor(context);
+  return context->dead;
+}
+
+CUresult synchronize(CUcontext context, CUstream stream) {
+  return onQueue(stream, [&](const auto& queue) -> CUresult {
+    ++driver().synchronisations;
+    // For the stream without a handle this takes all others in.
+    if (queue == context->legacy) driver().push(context, queue, [] {});
+    driver().engine.wait(driver().engine.end(queue));
+    return context->dead;
+  });
+}
+
+CUresult waitForEvent(CUcontext context, CUstream stream, CUevent event) {
+  return onQueue(stream, [&](const auto& queue) {
+    if (!driver().isLive(driver().events, event)) return CUDA_ERROR_INVALID_HANDLE;
+    if (event->record != nullptr) driver().push(context, queue, [] {}, {event->record->point});
+    return CUDA_SUCCESS;
+  });
+}
+
+CUresult record(CUcontext context, CUevent event, CUstream stream) {
+  return onQueue(stream, [&](const auto& queue) {
+    if (!driver().isLive(driver().events, event) || event->context != context)
+      return CUDA_ERROR_INVALID_HANDLE;
+    auto made = std::make_shared<CUevent_st::Record>();
+    made->point = driver().push(context, queue, [made] { made->time = std::chrono::steady_clock::now(); });
+    event->record = made;
+    return CUDA_SUCCESS;
+  });
+}
+
+/// Whether it has been reached, after waiting for it where that is asked for.
+CUresult stateOf(CUcontext context, CUevent event, bool wait) {
+  if (!driver().isLive(driver().events, event)) return CUDA_ERROR_INVALID_HANDLE;
+  if (wait) ++driver().synchronisations;
+  if (event->record == nullptr) return CUDA_SUCCESS;
+  if (wait) driver().engine.wait(event->record->point);
+  return driver().engine.isReached(event->record->point) ? context->dead.load() : CUDA_ERROR_NOT_READY;
+}
+
+CUresult elapsed(CUcontext context, float* milliseconds, CUevent start, CUevent end) {
+  for (const CUevent event : {start, end}) {
+    if (const CUresult code = stateOf(context, event, false); code != CUDA_SUCCESS) return code;
+    if (event->record == nullptr) return CUDA_ERROR_INVALID_HANDLE;
+  }
+  return give(milliseconds,
+              std::chrono::duration<float, std::milli>(end->record->time - start->record->time).count());
+}
 
 /// Where the name says that a side is the card's, an address of the host's is wrong.
-static bool isAsNamed(const std::string& name, const Side& to, const Side& from) {
-  return (name.find("toD") == std::string::npos || to.device) &&
-         (name.find("Dto") == std::string::npos || from.device);
+CUresult copyAsNamed(CUcontext context, const std::string& name, Side to, Side from, size_t bytes,
+                     CUstream stream) {
+  const bool wrong = (name.find("toD") != std::string::npos && !to.device) ||
+                     (name.find("Dto") != std::string::npos && !from.device);
+  if (wrong) return CUDA_ERROR_INVALID_VALUE;
+  return copyOn(context, stream, {to, from, bytes, 1}, name.ends_with("Async"));
 }
 
-#define QVS_DEFINE(symbol, name, parameters, target, source, stream, async)    \
-  QVS_API symbol parameters {                                                  \
-    QVS_ENTER(name);                                                           \
-    const Copy copy{target, source, n, 1};                                     \
-    if (!isAsNamed(name, copy.to, copy.from)) return CUDA_ERROR_INVALID_VALUE; \
-    return copyOn(call.context, stream, copy, async);                          \
+}  // namespace
+
+// Name in the library, name in scripts, parameters, what there has to be, answer.
+// clang-format off
+#define QVS_CALLS(X)                                                                                                \
+  X(cuInit, "cuInit", (unsigned), kNothing, driver().devices() == 0 ? CUDA_ERROR_NO_DEVICE                          \
+      : (driver().initialized = true, CUDA_SUCCESS))                                                                \
+  X(cuDriverGetVersion, "cuDriverGetVersion", (int* version), kNothing, give(version, driver().setting("version", 12020))) \
+  X(cuDeviceGetCount, "cuDeviceGetCount", (int* count), kInit, give(count, driver().devices()))                     \
+  X(cuDeviceGet, "cuDeviceGet", (CUdevice* device, int ordinal), kInit,                                             \
+    isDevice(ordinal) ? give(device, ordinal) : CUDA_ERROR_INVALID_DEVICE)                                          \
+  X(cuDeviceGetName, "cuDeviceGetName", (char* name, int length, CUdevice device), kInit, !isDevice(device) ?        \
+    CUDA_ERROR_INVALID_DEVICE : (std::snprintf(name, static_cast<size_t>(length), "Emulated GPU %d", device), CUDA_SUCCESS)) \
+  X(cuDeviceGetUuid, "cuDeviceGetUuid", (CUuuid* uuid, CUdevice device), kInit,                                     \
+    (std::memset(uuid, device + 1, sizeof(*uuid)), CUDA_SUCCESS))                                                   \
+  X(cuDeviceGetAttribute, "cuDeviceGetAttribute", (int* value, CUdevice_attribute attribute, CUdevice device), kInit, \
+    isDevice(device) ? give(value, attributeOf(attribute)) : CUDA_ERROR_INVALID_DEVICE)                             \
+  X(cuDeviceTotalMem_v2, "cuDeviceTotalMem", (size_t* bytes, CUdevice device), kInit,                               \
+    isDevice(device) ? give(bytes, driver().memory.budget()) : CUDA_ERROR_INVALID_DEVICE)                           \
+  X(cuDeviceComputeCapability, "cuDeviceComputeCapability", (int* major, int* minor, CUdevice device), kInit,       \
+    !isDevice(device) ? CUDA_ERROR_INVALID_DEVICE                                                                   \
+      : (give(major, driver().capability() / 10), give(minor, driver().capability() % 10)))                         \
+  X(cuCtxCreate_v2, "cuCtxCreate", (CUcontext* context, unsigned, CUdevice device), kInit, !isDevice(device) ?       \
+    CUDA_ERROR_INVALID_DEVICE : (give(context, driver().createContext(device, false)), driver().push(*context)))    \
+  X(cuCtxPushCurrent_v2, "cuCtxPushCurrent", (CUcontext context), kInit, driver().push(context))                    \
+  X(cuCtxGetCurrent, "cuCtxGetCurrent", (CUcontext* context), kInit, give(context, driver().current()))             \
+  X(cuCtxSetCurrent, "cuCtxSetCurrent", (CUcontext context), kInit, driver().setCurrent(context))                   \
+  X(cuCtxGetDevice, "cuCtxGetDevice", (CUdevice* device), kContext, give(device, call.context->device))             \
+  X(cuCtxSetLimit, "cuCtxSetLimit", (CUlimit, size_t), kContext, CUDA_SUCCESS)                                      \
+  X(cuCtxSynchronize, "cuCtxSynchronize", (), kContext, synchronizeContext(call.context))                           \
+  X(cuDevicePrimaryCtxRetain, "cuDevicePrimaryCtxRetain", (CUcontext* context, CUdevice device), kInit,             \
+    isDevice(device) ? driver().retainPrimary(context, device) : CUDA_ERROR_INVALID_DEVICE)                         \
+  X(cuDevicePrimaryCtxSetFlags, "cuDevicePrimaryCtxSetFlags", (CUdevice, unsigned), kInit, CUDA_SUCCESS)            \
+  X(cuDevicePrimaryCtxGetState, "cuDevicePrimaryCtxGetState", (CUdevice device, unsigned* flags, int* active), kInit, \
+    primaryState(device, flags, active))                                                                            \
+  X(cuMemAlloc_v2, "cuMemAlloc", (CUdeviceptr* pointer, size_t bytes), kContext, allocate(pointer, bytes))          \
+  X(cuMemAllocPitch_v2, "cuMemAllocPitch", (CUdeviceptr* pointer, size_t* pitch, size_t width, size_t height,       \
+    unsigned element), kContext, allocatePitched(pointer, pitch, width, height, element))                           \
+  X(cuMemAllocAsync, "cuMemAllocAsync", (CUdeviceptr* pointer, size_t bytes, CUstream stream), kContext,            \
+    allocateLater(call.context, pointer, bytes, stream))                                                            \
+  X(cuMemAllocHost_v2, "cuMemAllocHost", (void** pointer, size_t bytes), kContext, allocatePinned(pointer, bytes))  \
+  X(cuMemcpy2D_v2, "cuMemcpy2D", (const CUDA_MEMCPY2D* copy), kContext, copy2d(call.context, copy, nullptr, false)) \
+  X(cuMemcpy2DAsync_v2, "cuMemcpy2DAsync", (const CUDA_MEMCPY2D* copy, CUstream stream), kContext,                  \
+    copy2d(call.context, copy, stream, true))                                                                       \
+  X(cuMemsetD8Async, "cuMemsetD8Async", (CUdeviceptr to, unsigned char value, size_t n, CUstream stream), kContext, \
+    fill(call.context, to, n, value, stream))                                                                       \
+  X(cuStreamCreate, "cuStreamCreate", (CUstream* stream, unsigned flags), kContext,                                 \
+    keep(driver().streams, "stream", stream, new CUstream_st{call.context, flags, driver().engine.make()}))         \
+  X(cuStreamGetFlags, "cuStreamGetFlags", (CUstream stream, unsigned* flags), kContext, onQueue(stream,             \
+    [&](const auto& queue) { return give(flags, queue == call.context->legacy ? 0 : stream->flags); }))             \
+  X(cuStreamQuery, "cuStreamQuery", (CUstream stream), kContext, onQueue(stream, [](const auto& queue) {            \
+    return driver().engine.isReached(driver().engine.end(queue)) ? CUDA_SUCCESS : CUDA_ERROR_NOT_READY; }))         \
+  X(cuStreamSynchronize, "cuStreamSynchronize", (CUstream stream), kContext, synchronize(call.context, stream))     \
+  X(cuStreamWaitEvent, "cuStreamWaitEvent", (CUstream stream, CUevent event, unsigned), kContext,                   \
+    waitForEvent(call.context, stream, event))                                                                      \
+  X(cuStreamAddCallback, "cuStreamAddCallback", (CUstream stream, CUstreamCallback* callback, void* user, unsigned), kContext, \
+    onQueue(stream, [&](const auto& queue) { driver().push(call.context, queue, [=, context = call.context] {       \
+      callback(stream, context->dead, user); }); return CUDA_SUCCESS; }))                                           \
+  X(cuEventCreate, "cuEventCreate", (CUevent* event, unsigned), kContext,                                           \
+    keep(driver().events, "event", event, new CUevent_st{call.context, nullptr}))                                   \
+  X(cuEventRecord, "cuEventRecord", (CUevent event, CUstream stream), kContext, record(call.context, event, stream)) \
+  X(cuEventQuery, "cuEventQuery", (CUevent event), kContext, stateOf(call.context, event, false))                   \
+  X(cuEventSynchronize, "cuEventSynchronize", (CUevent event), kContext, stateOf(call.context, event, true))        \
+  X(cuEventElapsedTime, "cuEventElapsedTime", (float* milliseconds, CUevent start, CUevent end), kContext,          \
+    elapsed(call.context, milliseconds, start, end))
+
+// What releases something does so whatever it answers.
+#define QVS_RELEASES(X)                                                                                             \
+  X(cuCtxDestroy_v2, "cuCtxDestroy", (CUcontext context), kInit, driver().destroyContext(context))                  \
+  X(cuCtxPopCurrent_v2, "cuCtxPopCurrent", (CUcontext* context), kInit, driver().pop(context))                      \
+  X(cuDevicePrimaryCtxRelease_v2, "cuDevicePrimaryCtxRelease", (CUdevice device), kInit, driver().releasePrimary(device)) \
+  X(cuMemFree_v2, "cuMemFree", (CUdeviceptr pointer), kContext, driver().free(pointer))                             \
+  X(cuMemFreeAsync, "cuMemFreeAsync", (CUdeviceptr pointer, CUstream stream), kContext,                             \
+    freeLater(call.context, pointer, stream))                                                                       \
+  X(cuMemFreeHost, "cuMemFreeHost", (void* pointer), kContext, freePinned(call.context, pointer))                   \
+  X(cuStreamDestroy_v2, "cuStreamDestroy", (CUstream stream), kContext, end(driver().streams, "stream", stream))    \
+  X(cuEventDestroy_v2, "cuEventDestroy", (CUevent event), kContext, end(driver().events, "event", event))
+
+// Copies in a row: name in the library, name in scripts, parameters, both sides, stream.
+#define QVS_COPIES(X)                                                                                               \
+  X(cuMemcpy, "cuMemcpy", (CUdeviceptr to, CUdeviceptr from, size_t n), linear(to, n), linear(from, n), nullptr)    \
+  X(cuMemcpyAsync, "cuMemcpyAsync", (CUdeviceptr to, CUdeviceptr from, size_t n, CUstream s), linear(to, n), linear(from, n), s) \
+  X(cuMemcpyHtoD_v2, "cuMemcpyHtoD", (CUdeviceptr to, const void* from, size_t n), linear(to, n), host(from, n), nullptr) \
+  X(cuMemcpyHtoDAsync_v2, "cuMemcpyHtoDAsync", (CUdeviceptr to, const void* from, size_t n, CUstream s), linear(to, n), host(from, n), s) \
+  X(cuMemcpyDtoH_v2, "cuMemcpyDtoH", (void* to, CUdeviceptr from, size_t n), host(to, n), linear(from, n), nullptr) \
+  X(cuMemcpyDtoHAsync_v2, "cuMemcpyDtoHAsync", (void* to, CUdeviceptr from, size_t n, CUstream s), host(to, n), linear(from, n), s) \
+  X(cuMemcpyDtoD_v2, "cuMemcpyDtoD", (CUdeviceptr to, CUdeviceptr from, size_t n), linear(to, n), linear(from, n), nullptr) \
+  X(cuMemcpyDtoDAsync_v2, "cuMemcpyDtoDAsync", (CUdeviceptr to, CUdeviceptr from, size_t n, CUstream s), linear(to, n), linear(from, n), s)
+
+#define QVS_CALL(symbol, name, parameters, needs, answer) \
+  QVS_API symbol parameters {                             \
+    const Call call(name, Call::Needs::needs);            \
+    return call.code == CUDA_SUCCESS ? (answer) : call.code; \
   }
-QVS_COPIES(QVS_DEFINE)
-
-QVS_API cuMemcpy2D_v2(const CUDA_MEMCPY2D* copy) {
-  QVS_ENTER("cuMemcpy2D");
-  return copy2d(call.context, copy, nullptr, false);
-}
-
-QVS_API cuMemcpy2DAsync_v2(const CUDA_MEMCPY2D* copy, CUstream stream) {
-  QVS_ENTER("cuMemcpy2DAsync");
-  return copy2d(call.context, copy, stream, true);
-}
-
-QVS_API cuMemsetD8Async(CUdeviceptr to, unsigned char value, size_t bytes, CUstream stream) {
-  QVS_ENTER("cuMemsetD8Async");
-  return fill(call.context, to, bytes, value, bytes, 1, stream);
-}
-
-QVS_API cuMemsetD2D8Async(CUdeviceptr to, size_t pitch, unsigned char value, size_t width, size_t height,
-                          CUstream stream) {
-  QVS_ENTER("cuMemsetD2D8Async");
-  return fill(call.context, to, pitch, value, width, height, stream);
-}
-
-// Streams
-
-QVS_API cuStreamCreate(CUstream* stream, unsigned flags) {
-  QVS_ENTER("cuStreamCreate");
-  *stream = new CUstream_st{call.context, flags, driver().engine.make()};
-  driver().opened("stream");
-  const std::lock_guard hold(driver().lock);
-  driver().streams.insert(*stream);
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuStreamDestroy_v2(CUstream stream) {
-  QVS_RELEASE("cuStreamDestroy");
-  {
-    const std::lock_guard hold(driver().lock);
-    if (driver().streams.erase(stream) == 0) return CUDA_ERROR_INVALID_HANDLE;
+#define QVS_RELEASE(symbol, name, parameters, needs, answer)                        \
+  QVS_API symbol parameters {                                                       \
+    const Call call(name, Call::Needs::needs);                                      \
+    if (Call::Needs::needs == Call::Needs::kContext && call.context == nullptr) return call.code; \
+    const CUresult code = answer;                                                   \
+    return call.code != CUDA_SUCCESS ? call.code : code;                            \
   }
-  driver().engine.drop(stream->queue);
-  driver().closed("stream");
-  delete stream;
-  return call.code;
+#define QVS_COPY(symbol, name, parameters, target, source, stream) \
+  QVS_CALL(symbol, name, parameters, kContext, copyAsNamed(call.context, name, target, source, n, stream))
+// clang-format on
+
+QVS_CALLS(QVS_CALL)
+QVS_RELEASES(QVS_RELEASE)
+QVS_COPIES(QVS_COPY)
+
+#undef cuDevicePrimaryCtxRelease
+QVS_API cuDevicePrimaryCtxRelease(CUdevice device) {
+  return cuDevicePrimaryCtxRelease_v2(device);
 }
-
-QVS_API cuStreamGetFlags(CUstream stream, unsigned* flags) {
-  QVS_ENTER("cuStreamGetFlags");
-  std::shared_ptr<Stream> queue;
-  if (const CUresult code = driver().queueOf(stream, &queue); code != CUDA_SUCCESS) return code;
-  *flags = queue == call.context->legacy ? 0 : stream->flags;
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuStreamQuery(CUstream stream) {
-  QVS_ENTER("cuStreamQuery");
-  std::shared_ptr<Stream> queue;
-  if (const CUresult code = driver().queueOf(stream, &queue); code != CUDA_SUCCESS) return code;
-  return driver().engine.isReached(driver().engine.end(queue)) ? CUDA_SUCCESS : CUDA_ERROR_NOT_READY;
-}
-
-QVS_API cuStreamSynchronize(CUstream stream) {
-  QVS_ENTER("cuStreamSynchronize");
-  std::shared_ptr<Stream> queue;
-  if (const CUresult code = driver().queueOf(stream, &queue); code != CUDA_SUCCESS) return code;
-  ++driver().synchronisations;
-  // For the stream without a handle this takes all others in.
-  if (queue == call.context->legacy) driver().push(call.context, queue, [] {});
-  driver().engine.wait(driver().engine.end(queue));
-  return call.context->dead;
-}
-
-QVS_API cuStreamWaitEvent(CUstream stream, CUevent event, unsigned) {
-  QVS_ENTER("cuStreamWaitEvent");
-  std::shared_ptr<Stream> queue;
-  if (const CUresult code = driver().queueOf(stream, &queue); code != CUDA_SUCCESS) return code;
-  if (!driver().isLive(driver().events, event)) return CUDA_ERROR_INVALID_HANDLE;
-  if (event->record != nullptr) driver().push(call.context, queue, [] {}, {event->record->point});
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuStreamAddCallback(CUstream stream, CUstreamCallback* callback, void* user, unsigned) {
-  QVS_ENTER("cuStreamAddCallback");
-  std::shared_ptr<Stream> queue;
-  if (const CUresult code = driver().queueOf(stream, &queue); code != CUDA_SUCCESS) return code;
-  driver().push(call.context, queue, [=, context = call.context] { callback(stream, context->dead, user); });
-  return CUDA_SUCCESS;
-}
-
-// Events
-
-QVS_API cuEventCreate(CUevent* event, unsigned) {
-  QVS_ENTER("cuEventCreate");
-  *event = new CUevent_st{call.context, nullptr};
-  driver().opened("event");
-  const std::lock_guard hold(driver().lock);
-  driver().events.insert(*event);
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuEventDestroy_v2(CUevent event) {
-  QVS_RELEASE("cuEventDestroy");
-  {
-    const std::lock_guard hold(driver().lock);
-    if (driver().events.erase(event) == 0) return CUDA_ERROR_INVALID_HANDLE;
-  }
-  driver().closed("event");
-  delete event;
-  return call.code;
-}
-
-QVS_API cuEventRecord(CUevent event, CUstream stream) {
-  QVS_ENTER("cuEventRecord");
-  std::shared_ptr<Stream> queue;
-  if (const CUresult code = driver().queueOf(stream, &queue); code != CUDA_SUCCESS) return code;
-  if (!driver().isLive(driver().events, event) || event->context != call.context)
-    return CUDA_ERROR_INVALID_HANDLE;
-  auto record = std::make_shared<CUevent_st::Record>();
-  record->point =
-      driver().push(call.context, queue, [record] { record->time = std::chrono::steady_clock::now(); });
-  event->record = record;
-  return CUDA_SUCCESS;
-}
-
-QVS_API cuEventQuery(CUevent event) {
-  QVS_ENTER("cuEventQuery");
-  if (!driver().isLive(driver().events, event)) return CUDA_ERROR_INVALID_HANDLE;
-  const bool reached = event->record == nullptr || driver().engine.isReached(event->record->point);
-  return reached ? CUDA_SUCCESS : CUDA_ERROR_NOT_READY;
-}
-
-QVS_API cuEventSynchronize(CUevent event) {
-  QVS_ENTER("cuEventSynchronize");
-  if (!driver().isLive(driver().events, event)) return CUDA_ERROR_INVALID_HANDLE;
-  ++driver().synchronisations;
-  if (event->record != nullptr) driver().engine.wait(event->record->point);
-  return call.context->dead;
-}
-
-QVS_API cuEventElapsedTime(float* milliseconds, CUevent start, CUevent end) {
-  QVS_ENTER("cuEventElapsedTime");
-  for (const CUevent event : {start, end}) {
-    if (!driver().isLive(driver().events, event) || event->record == nullptr)
-      return CUDA_ERROR_INVALID_HANDLE;
-    if (!driver().engine.isReached(event->record->point)) return CUDA_ERROR_NOT_READY;
-  }
-  *milliseconds = std::chrono::duration<float, std::milli>(end->record->time - start->record->time).count();
-  return CUDA_SUCCESS;
-}
-
-// Texts
 
 QVS_API cuGetErrorName(CUresult error, const char** text) {
   static constexpr struct {

@@ -67,6 +67,7 @@ CuvidDecoder::CuvidDecoder(const CUVIDDECODECREATEINFO& wanted, const CuvidCodec
   decoder->opaque = this;
   decoder->get_buffer2 = &CuvidDecoder::putIntoSurface;
   decoder->thread_count = 1;
+  decoder->thread_type = FF_THREAD_SLICE;
   decoder->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
   // Nothing is cropped but by what the caller asks for.
   decoder->apply_cropping = 0;

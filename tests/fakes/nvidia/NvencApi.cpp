@@ -65,13 +65,6 @@ NVENCSTATUS give(const Item (&items)[size], Item* to, uint32_t room, uint32_t* c
 constexpr NV_ENC_BUFFER_FORMAT kFormats[] = {NV_ENC_BUFFER_FORMAT_NV12, NV_ENC_BUFFER_FORMAT_YV12,
                                              NV_ENC_BUFFER_FORMAT_IYUV};
 const GUID kCodecs[] = {NV_ENC_CODEC_H264_GUID, NV_ENC_CODEC_HEVC_GUID};
-const GUID kPresets[] = {NV_ENC_PRESET_P1_GUID, NV_ENC_PRESET_P2_GUID, NV_ENC_PRESET_P3_GUID,
-                         NV_ENC_PRESET_P4_GUID, NV_ENC_PRESET_P5_GUID, NV_ENC_PRESET_P6_GUID,
-                         NV_ENC_PRESET_P7_GUID};
-const GUID kProfiles[] = {NV_ENC_CODEC_PROFILE_AUTOSELECT_GUID, NV_ENC_H264_PROFILE_BASELINE_GUID,
-                          NV_ENC_H264_PROFILE_MAIN_GUID, NV_ENC_H264_PROFILE_HIGH_GUID,
-                          NV_ENC_HEVC_PROFILE_MAIN_GUID};
-
 constexpr struct {
   NV_ENC_CAPS cap;
   int value;
@@ -210,23 +203,6 @@ NVENCSTATUS guids(void* handle, GUID* to, uint32_t room, uint32_t* count) {
   return give(kCodecs, to, room, count);
 }
 
-NVENCSTATUS profileCount(void* handle, GUID, uint32_t* count) {
-  QVS_ENTER("nvEncGetEncodeProfileGUIDCount", handle, false);
-  *count = std::size(kProfiles);
-  return NV_ENC_SUCCESS;
-}
-
-NVENCSTATUS profiles(void* handle, GUID, GUID* to, uint32_t room, uint32_t* count) {
-  QVS_ENTER("nvEncGetEncodeProfileGUIDs", handle, false);
-  return give(kProfiles, to, room, count);
-}
-
-NVENCSTATUS formatCount(void* handle, GUID, uint32_t* count) {
-  QVS_ENTER("nvEncGetInputFormatCount", handle, false);
-  *count = std::size(kFormats);
-  return NV_ENC_SUCCESS;
-}
-
 NVENCSTATUS formats(void* handle, GUID, NV_ENC_BUFFER_FORMAT* to, uint32_t room, uint32_t* count) {
   QVS_ENTER("nvEncGetInputFormats", handle, false);
   return give(kFormats, to, room, count);
@@ -241,17 +217,6 @@ NVENCSTATUS caps(void* handle, GUID, NV_ENC_CAPS_PARAM* parameter, int* value) {
   return NV_ENC_SUCCESS;
 }
 
-NVENCSTATUS presetCount(void* handle, GUID, uint32_t* count) {
-  QVS_ENTER("nvEncGetEncodePresetCount", handle, false);
-  *count = std::size(kPresets);
-  return NV_ENC_SUCCESS;
-}
-
-NVENCSTATUS presets(void* handle, GUID, GUID* to, uint32_t room, uint32_t* count) {
-  QVS_ENTER("nvEncGetEncodePresetGUIDs", handle, false);
-  return give(kPresets, to, room, count);
-}
-
 NVENCSTATUS presetConfigEx(void* handle, GUID codec, GUID, NV_ENC_TUNING_INFO tuning,
                            NV_ENC_PRESET_CONFIG* config) {
   QVS_ENTER("nvEncGetEncodePresetConfigEx", handle, false);
@@ -259,10 +224,6 @@ NVENCSTATUS presetConfigEx(void* handle, GUID codec, GUID, NV_ENC_TUNING_INFO tu
   if (config->presetCfg.version != NV_ENC_CONFIG_VER) return NV_ENC_ERR_INVALID_VERSION;
   fillPreset(config->presetCfg, tuning, std::memcmp(&codec, &NV_ENC_CODEC_HEVC_GUID, sizeof(codec)) == 0);
   return NV_ENC_SUCCESS;
-}
-
-NVENCSTATUS presetConfig(void* handle, GUID codec, GUID preset, NV_ENC_PRESET_CONFIG* config) {
-  return presetConfigEx(handle, codec, preset, NV_ENC_TUNING_INFO_HIGH_QUALITY, config);
 }
 
 // Pictures
@@ -385,20 +346,6 @@ const char* lastError(void*) {
   return "";
 }
 
-// What nobody here calls: async events need another system.
-NVENCSTATUS noEvent(void*, NV_ENC_EVENT_PARAMS*) {
-  return NV_ENC_ERR_UNIMPLEMENTED;
-}
-NVENCSTATUS noStats(void*, NV_ENC_STAT*) {
-  return NV_ENC_ERR_UNIMPLEMENTED;
-}
-NVENCSTATUS noInvalidation(void*, uint64_t) {
-  return NV_ENC_ERR_UNIMPLEMENTED;
-}
-NVENCSTATUS noSession(void*, uint32_t, void**) {
-  return NV_ENC_ERR_UNIMPLEMENTED;
-}
-
 }  // namespace
 
 extern "C" QVS_EXPORT NVENCSTATUS NvEncodeAPIGetMaxSupportedVersion(uint32_t* version) {
@@ -413,7 +360,6 @@ extern "C" QVS_EXPORT NVENCSTATUS NvEncodeAPICreateInstance(NV_ENCODE_API_FUNCTI
   QVS_VERSION(list, NV_ENCODE_API_FUNCTION_LIST_VER);
   *list = {};
   list->version = NV_ENCODE_API_FUNCTION_LIST_VER;
-  list->nvEncOpenEncodeSession = &noSession;
   list->nvEncOpenEncodeSessionEx = &openSessionEx;
   list->nvEncDestroyEncoder = &destroyEncoder;
   list->nvEncInitializeEncoder = &initializeEncoder;
@@ -422,14 +368,8 @@ extern "C" QVS_EXPORT NVENCSTATUS NvEncodeAPICreateInstance(NV_ENCODE_API_FUNCTI
   list->nvEncGetSequenceParams = &getSequenceParams;
   list->nvEncGetEncodeGUIDCount = &guidCount;
   list->nvEncGetEncodeGUIDs = &guids;
-  list->nvEncGetEncodeProfileGUIDCount = &profileCount;
-  list->nvEncGetEncodeProfileGUIDs = &profiles;
-  list->nvEncGetInputFormatCount = &formatCount;
   list->nvEncGetInputFormats = &formats;
   list->nvEncGetEncodeCaps = &caps;
-  list->nvEncGetEncodePresetCount = &presetCount;
-  list->nvEncGetEncodePresetGUIDs = &presets;
-  list->nvEncGetEncodePresetConfig = &presetConfig;
   list->nvEncGetEncodePresetConfigEx = &presetConfigEx;
   list->nvEncCreateInputBuffer = &createInput;
   list->nvEncDestroyInputBuffer = &destroyInput;
@@ -445,8 +385,5 @@ extern "C" QVS_EXPORT NVENCSTATUS NvEncodeAPICreateInstance(NV_ENCODE_API_FUNCTI
   list->nvEncLockBitstream = &lockBitstream;
   list->nvEncUnlockBitstream = &unlockBitstream;
   list->nvEncGetLastErrorString = &lastError;
-  list->nvEncRegisterAsyncEvent = list->nvEncUnregisterAsyncEvent = &noEvent;
-  list->nvEncGetEncodeStats = &noStats;
-  list->nvEncInvalidateRefFrames = &noInvalidation;
   return NV_ENC_SUCCESS;
 }
