@@ -178,7 +178,8 @@ void HardwareInspector::probeCUDA() {
   NVidiaCUDAUtils::getCUDAInfo(&infoCUDA, HardwareInfoCUDA::kMaxGPUs);
   uint32_t major = 0, minor = 0;
   const bool asks = infoCUDA.countGPU > 0 && (infoCUDA.availableFlags & kCudaNvencH265) != 0;
-  if (asks && encoderAnswers<kEncoderH26XNVENC12>(getPath(kNativePath), kHardwareAccessAny, &major, &minor)) {
+  if (asks &&
+      kEncoder<kEncoderH26XNVENC12>.answers(getPath(kNativePath), kHardwareAccessAny, &major, &minor)) {
     infoCUDA.availableFlags |= kCudaNvencLoaded;
   }
 }
