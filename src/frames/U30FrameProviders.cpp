@@ -57,6 +57,8 @@ void* U30FrameProviders::takeHandle(VideoFrameBuffer& frame) {
 
 void U30FrameProviders::setHandle(VideoFrameBuffer& frame, void* handle) {
   release(takeHandle(frame));
+  // A frame that took its storage itself was made before a stage of the card gave its providers out.
+  if (frame.getBuffer() != nullptr) frame.setAllocProvider(getAllocProvider(), getFreeProvider());
   frame.getFrame().done = std::bit_cast<DoneField>(handle);
 }
 

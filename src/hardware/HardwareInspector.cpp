@@ -180,8 +180,9 @@ void HardwareInspector::probeCUDA() {
     return;
   }
   uint32_t major = 0, minor = 0;
-  if ((infoCUDA.availableFlags & kCudaNvencH265) != 0 &&
-      encoderAnswers<kEncoderH26XNVENC12>(getPath(kNativePath), kHardwareAccessAny, &major, &minor)) {
+  const bool asks = (infoCUDA.availableFlags & kCudaNvencH265) != 0;
+  if (asks &&
+      kEncoder<kEncoderH26XNVENC12>.answers(getPath(kNativePath), kHardwareAccessAny, &major, &minor)) {
     infoCUDA.availableFlags |= kCudaNvencLoaded;
   }
 }

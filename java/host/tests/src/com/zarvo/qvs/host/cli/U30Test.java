@@ -4,7 +4,9 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.support.Clips;
+import com.zarvo.qvs.transcoder.model.TranscoderVideoU30MXBean;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
@@ -37,8 +39,13 @@ class U30Test {
     return run(faults, 0, arguments.toArray(new String[0]));
   }
 
+  // In the order in which pictures are shown: the source has B pictures.
+  private static List<String> times(Path file) throws Exception {
+    return Clips.times(file).stream().sorted().toList();
+  }
+
   private static void assertWhole(Path file) throws Exception {
-    assertEquals(Clips.times(source), Clips.times(file));
+    assertEquals(times(source), times(file));
     List<Double> psnr = Clips.psnr(source, file);
     assertEquals(FRAMES, psnr.size());
     for (double db : psnr) assertTrue(db > 25, file + ": " + db + " dB");
@@ -70,7 +77,7 @@ class U30Test {
         "mixed", "", "--device", "u30", "--rendition", "320x180@600k,encoder=x264", "--rendition",
         "160x90@200k,encoder=u30");
     assertWhole(folder.resolve("mixed/clip_320x180.mp4"));
-    assertEquals(Clips.times(source), Clips.times(folder.resolve("mixed/clip_160x90.mp4")));
+    assertEquals(times(source), times(folder.resolve("mixed/clip_160x90.mp4")));
   }
 
   @ParameterizedTest
@@ -82,7 +89,7 @@ class U30Test {
             name, faults, "--device", "u30", "--rendition", "320x180@600k", "--rendition", "160x90@200k");
     assertTrue(said.contains("u30"), said);
     assertWhole(folder.resolve(name + "/clip_320x180.mp4"));
-    assertEquals(Clips.times(source), Clips.times(folder.resolve(name + "/clip_160x90.mp4")));
+    assertEquals(times(source), times(folder.resolve(name + "/clip_160x90.mp4")));
   }
 
   @Test
@@ -99,10 +106,25 @@ class U30Test {
       assertTrue(shape.startsWith("h263,") && shape.contains("," + FRAMES), format + ": " + shape);
       if (format.equals("mp4")) assertTrue(shape.contains("s263"), shape);
       // Flash counts in milliseconds, and bare pictures have no times.
-      if (format.equals("mp4")) assertEquals(Clips.times(source), Clips.times(file));
+      if (format.equals("mp4")) assertEquals(times(source), times(file));
     }
     String said = run("", 2, "transcode", source.toString(), "-o", folder.toString(), "--rendition", "500x300,codec=h263");
     assertTrue(said.contains("H.263 has no size 500x300, the nearest are 352x288 and 704x576"), said);
+  }
+
+  @Test
+  void reservationsRefuseWhatTheManagerCouldNotTake() throws Exception {
+    NativeLibraries.loadTranscoder();
+    long session = TranscoderVideoU30MXBean.createContext(0);
+    assertTrue(session > 0);
+    assertEquals(7, TranscoderVideoU30MXBean.execPluginFunc("echo", "7 8", session));
+    assertEquals(-1, TranscoderVideoU30MXBean.execPluginFunc("echo", "7".repeat(16384), session));
+    assertEquals(-1, TranscoderVideoU30MXBean.execPluginFunc("echo", "", session));
+    assertEquals(-1, TranscoderVideoU30MXBean.execPluginFunc(null, "7", session));
+    assertEquals(-1, TranscoderVideoU30MXBean.execPluginFunc("echo", null, session));
+    assertEquals(0, TranscoderVideoU30MXBean.u30XboUsage(0));
+    assertEquals(0, TranscoderVideoU30MXBean.destroyContext(session));
+    assertEquals(-1, TranscoderVideoU30MXBean.destroyContext(session));
   }
 
   @Test
