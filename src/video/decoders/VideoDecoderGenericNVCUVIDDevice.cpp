@@ -52,7 +52,8 @@ uint32_t VideoDecoderGenericNVCUVID::initCuda(int32_t ordinal) {
   uint32_t result = bringUp.openDevice(ordinal, &m_Device);
   if (result != kSuccess) return result;
   int major = 0, minor = 0;
-  cuDeviceComputeCapability(&major, &minor, m_Device);
+  const CUresult code = cuDeviceComputeCapability(&major, &minor, m_Device);
+  if (code != CUDA_SUCCESS) return bringUp.failed(CudaStep::kCapability, code);
   const bool hasDecoder =
       (static_cast<unsigned>(major) << 4) + static_cast<unsigned>(minor) > kOldestCapability;
   if (!hasDecoder || cudaWrapperHasNvcuvid() == 0) return bringUp.failed(CudaStep::kAvailability);

@@ -45,10 +45,7 @@ struct CardRun {
     std::vector<LogStatement> statements;
     log.getLogStatements(statements);
     std::string all;
-    for (const LogStatement& statement : statements) {
-      if (statement.statement != nullptr) all += statement.statement + std::string("\n");
-      std::free(statement.statement);
-    }
+    for (const LogStatement& statement : statements) all += statement.str + '\n';
     return all;
   }
 

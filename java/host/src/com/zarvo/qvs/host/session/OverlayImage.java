@@ -1,6 +1,7 @@
 package com.zarvo.qvs.host.session;
 
 import com.zarvo.qvs.host.model.Align;
+import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.Orientation;
 import com.zarvo.qvs.host.model.OverlaySpec;
@@ -41,8 +42,8 @@ final class OverlayImage {
     return image.getHeight();
   }
 
-  /** The native record of this image at a place on pictures of the given size. */
-  TranscoderNativeVideoFrame placed(OverlaySpec spec, int frameWidth, int frameHeight) {
+  /** The native record of this image at a place on pictures of the given size, which lie on `device`. */
+  TranscoderNativeVideoFrame placed(OverlaySpec spec, int frameWidth, int frameHeight, Device device) {
     OverlayPlacement placement = new OverlayPlacement(spec, width(), height(), frameWidth, frameHeight);
     TranscoderNativeVideoFrame frame = frame();
     frame.dstX = spec.x();
@@ -50,6 +51,12 @@ final class OverlayImage {
     frame.dstWidth = placement.width;
     frame.dstHeight = placement.height;
     frame.dstAlign = spec.align().bits;
+    if (device.isSoftware()) return frame;
+    // Cards count an offset from the right or the bottom outwards.
+    Orientation.Area area = placement.area(frameWidth, frameHeight);
+    frame.dstX = area.x();
+    frame.dstY = area.y();
+    frame.dstAlign = Align.TOP_LEFT.bits;
     return frame;
   }
 
@@ -57,8 +64,9 @@ final class OverlayImage {
    * The same for pictures that are drawn on as coded and brought upright afterwards: the image is turned the other way,
    * and lies where its place on the upright picture, whose size is given, will come from.
    */
-  TranscoderNativeVideoFrame placedOnCoded(OverlaySpec spec, int frameWidth, int frameHeight, Orientation turn) {
-    if (turn.equals(Orientation.UPRIGHT)) return placed(spec, frameWidth, frameHeight);
+  TranscoderNativeVideoFrame placedOnCoded(
+      OverlaySpec spec, int frameWidth, int frameHeight, Orientation turn, Device device) {
+    if (turn.equals(Orientation.UPRIGHT)) return placed(spec, frameWidth, frameHeight, device);
     OverlayPlacement placement = new OverlayPlacement(spec, width(), height(), frameWidth, frameHeight);
     Orientation.Area area = turn.toCoded(placement.area(frameWidth, frameHeight), frameWidth, frameHeight);
     TranscoderNativeVideoFrame frame = new OverlayImage(turnedBack(turn)).frame();

@@ -61,7 +61,7 @@ public final class RenditionPath {
   }
 
   void setOverlay(int slot, OverlaySpec overlay, OverlayImage image) throws HostException {
-    TranscoderNativeVideoFrame frame = image.placed(overlay, spec.width(), spec.height());
+    TranscoderNativeVideoFrame frame = image.placed(overlay, spec.width(), spec.height(), owner.device());
     String what = overlay.image() + ": refused as an overlay";
     owner.check(videoEncoderBufferSetOverlayVideoFrame(owner.handle(), index, slot, frame), what);
   }

@@ -502,7 +502,8 @@ public final class TranscodeSession implements AutoCloseable {
       OverlayImage image = OverlayImage.load(spec.image());
       if (spec.rendition() == OverlaySpec.ON_DECODER) {
         TranscoderNativeVideoFrame frame =
-            image.placedOnCoded(spec, upright.width(), upright.height(), settings.source().orientation());
+            image.placedOnCoded(
+                spec, upright.width(), upright.height(), settings.source().orientation(), owner.device());
         check(videoDecoderBufferSetOverlayVideoFrame(session, slot++, frame), spec.image() + ": refused as an overlay");
       } else {
         paths.get(spec.rendition()).setOverlay(slot++, spec, image);

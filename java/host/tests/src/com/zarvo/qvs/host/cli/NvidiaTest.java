@@ -17,7 +17,7 @@ import org.junit.jupiter.params.provider.ValueSource;
 
 /** Sessions on a card of NVIDIA's, which is an emulated one. */
 class NvidiaTest {
-  private static final int FRAMES = 60;
+  private static final int FRAMES = 50;
   private static final String CARD_RUNG = "320x180@8000k";
   private static final String SOFTWARE_RUNG = "240x136@8000k,encoder=x264";
 
@@ -49,7 +49,10 @@ class NvidiaTest {
   @BeforeAll
   static void makePlain() throws Exception {
     source = folder.resolve("clip.mp4");
-    Clips.make("-f lavfi -i testsrc2=size=640x360:rate=25 -frames:v " + FRAMES + " -c:v libx264 -bf 2 -g 25 -pix_fmt yuv420p", source);
+    // Soft, so that the scalers, which treat fine detail in their own ways, come to the same.
+    Clips.make(
+        "-f lavfi -i testsrc2=size=640x360:rate=25 -frames:v " + FRAMES + 
+            + " -vf gblur=sigma=4 -c:v libx264 -b:v 3M -bf 2 -g 25 -pix_fmt yuv420p", source);
     Clips.make("-f lavfi -i color=red@0.6:size=120x60,format=rgba -frames:v 1", folder.resolve("logo.png"));
     transcode("plain", "");
   }
@@ -64,27 +67,26 @@ class NvidiaTest {
       Path plain = rungs("plain").get(i);
       Path card = rungs("card").get(i);
       assertEquals(Clips.times(plain), Clips.times(card));
-      for (double db : Clips.psnr(plain, card)) assertTrue(db > 38, card + ": " + db + " dB");
+      for (double db : Clips.psnr(plain, card)) assertTrue(db > 42, card + ": " + db + " dB");
     }
   }
 
-  /** Encoder, scaler and decoder each, the device itself, and one that dies before its first picture. */
+  /** Its encoder alone, and the card itself at the work of scaler and decoder. */
   @ParameterizedTest
   @ValueSource(
       strings = {
-        "nvEncEncodePicture@30+=status:20", "cuMemcpy2DAsync@150+=status:700", "cuLaunchKernel@200+=status:700",
-        "cuvidMapVideoFrame64@40+=status:700", "cuvidCreateDecoder@1+=status:2"
+        "nvEncEncodePicture@30+=status:20", "cuLaunchKernel@200+=status:700", "cuvidMapVideoFrame64@40+=status:700"
       })
   void aCardThatFailsCostsNoPicture(String faults) throws Exception {
     String said = transcode("failing", faults, "--device", "cuda", "--encoder", "nvenc,x264", "--overwrite");
-    assertTrue(said.contains("device cuda:0 is given up") || said.contains("is not taken, software is"), said);
+    assertTrue(said.contains("device cuda:0 is given up"), said);
     String report = Files.readString(report("failing"));
     assertTrue(report.contains("\"used\": \"x264\"") && report.contains("\"doneWithout\""), report);
     for (int i = 0; i < 2; i++) {
       Path plain = rungs("plain").get(i);
       Path failing = rungs("failing").get(i);
       assertEquals(Clips.times(plain), Clips.times(failing), said);
-      for (double db : Clips.psnr(plain, failing)) assertTrue(db > 34, failing + ": " + db + " dB");
+      for (double db : Clips.psnr(plain, failing)) assertTrue(db > 40, failing + ": " + db + " dB");
     }
   }
 
