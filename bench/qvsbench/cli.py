@@ -2,7 +2,7 @@
 import argparse
 import os
 
-from qvsbench import audio, boundary, capture, card, cuda, ladder, offline, plugins, programs, quality, replacement, watch
+from qvsbench import audio, boundary, capture, card, cuda, ladder, offline, plugins, programs, quality, replacement, vod, watch
 from qvsbench.report import Report
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -49,6 +49,7 @@ def main(description):
         capture.measure(report, bin_folder, options.build, work, options.pairs, options.frames, options.seconds)
     if options.part in ("all", "offline"):
         offline.measure(report, bin_folder, options.build, work, options.pairs)
+        vod.measure(report, options.build, work, options.pairs)
     report.print()
     if options.json:
         report.write_json(options.json)
