@@ -64,8 +64,7 @@ final class CaptureCommand implements Callable<Integer>, Interruptible {
     if (device == null) throw new ParameterException(spec.commandLine(), "Missing required parameter: 'DEVICE'");
     if (seconds != null && !(seconds > 0)) throw new ParameterException(spec.commandLine(), "--duration must be above 0");
     ladder.refuseAudioTrack();
-    // Players would take a colon in a playlist's names for the end of a protocol's.
-    Path name = Path.of(device.replaceAll("/+$", "").replaceAll(".*/", "").replaceAll("[^A-Za-z0-9._-]+", "-"));
+    Path name = Path.of(fileName(device));
     JobSettings.Builder settings = ladder.settings(name, Container.HLS, USUAL_WINDOW, EncoderList.SOFTWARE);
     if (seconds != null) settings.maxMilliseconds(Math.round(seconds * 1000));
     Interruption interruption = main.listenToSignals();
@@ -73,6 +72,12 @@ final class CaptureCommand implements Callable<Integer>, Interruptible {
       CaptureJob job = new CaptureJob(settings.build(), stage, mode, !noCaptions, Console::progress, interruption);
       return ladder.run(job, name);
     }
+  }
+
+  // Players would take a colon in a playlist's names for the end of a protocol's.
+  private static String fileName(String device) {
+    String last = device.replaceAll("/+$", "").replaceAll(".*/", "");
+    return last.replaceAll("[^A-Za-z0-9._]+", "-").replaceAll("^-|-$", "");
   }
 
   @Override

@@ -41,6 +41,7 @@ public final class CaptureReport {
     map.put("device", device);
     if (figures != null) {
       map.put("droppedPictures", figures.droppedPictures());
+      map.put("deviceDroppedPictures", figures.deviceDroppedPictures());
       map.put("withheldPictures", figures.withheldPictures());
       map.put("slatePictures", figures.slatePictures());
       map.put("worstClockOffsetSeconds", figures.worstClockOffsetMs() / 1000.0);

@@ -35,7 +35,7 @@ final class CaptureInput {
   private final TranscoderNativeVideoDecoderCaptureInfo counts = new TranscoderNativeVideoDecoderCaptureInfo();
   private double periodMs;
   private long startNs;
-  private long lastNs = System.nanoTime();
+  private long lastNs;
   private long lookedNs;
   private long triedNs;
   private long lastMs = -1;
@@ -52,6 +52,8 @@ final class CaptureInput {
   private int height;
   private double rate;
   private long dropped;
+  private long deviceDropped;
+  private long deviceDroppedBefore;
   private long withheld;
   private long slatePictures;
   private long worstOffsetMs;
@@ -100,6 +102,8 @@ final class CaptureInput {
       if (signalIsBack(now)) comeBack();
       return;
     }
+    // The wait begins with the first question: what was set up before took its time.
+    if (lastNs == 0) lastNs = now;
     long silentMs = (now - lastNs) / 1_000_000;
     if (silentMs > Math.max(STALL_MS, STALL_PICTURES * periodMs)) lose("no picture for " + silentMs + " ms");
   }
@@ -130,13 +134,23 @@ final class CaptureInput {
     return deviceBase;
   }
 
-  /** Pictures that the session was too slow for, without signal, and of the slate. */
+  /** Pictures that the session was too slow for. */
   long dropped() {
     videoDecoderGetCaptureInfo(owner.handle(), counts);
     if (counts.droppedFrames > dropped)
       tell(CaptureEvent.Kind.PICTURES_DROPPED, lastMs, (counts.droppedFrames - dropped) + " came faster than they were taken");
     dropped = counts.droppedFrames;
     return dropped;
+  }
+
+  /** Pictures that the device itself was too slow for, as it tells. */
+  long droppedByDevice() {
+    long now = settings.device().figures().videoDroppedFrames;
+    // It begins anew with each start.
+    long more = now >= deviceDroppedBefore ? now - deviceDroppedBefore : now;
+    if (more > 0) tell(CaptureEvent.Kind.PICTURES_DROPPED, lastMs, more + " by the device");
+    deviceDroppedBefore = now;
+    return deviceDropped += more;
   }
 
   long withheld() {
@@ -196,6 +210,9 @@ final class CaptureInput {
   }
 
   private void lose(String why) throws HostException {
+    // What still waits goes with the queue.
+    videoDecoderGetCaptureInfo(owner.handle(), counts);
+    withheld += counts.frameSyncCount;
     TranscoderCaptureDeviceSessionInfo figures = settings.device().figures();
     countAtLoss = figures.videoFrameCountTotal;
     lostAtMs = nextMs();

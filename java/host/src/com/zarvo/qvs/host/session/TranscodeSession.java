@@ -274,7 +274,7 @@ public final class TranscodeSession implements AutoCloseable {
     if (captured == null) return null;
     double seconds = sound == null ? 0 : (double) sound.silentSamples() / settings.audio().source().sampleRate();
     return new CaptureFigures(
-        captured.dropped(), captured.withheld(), captured.slatePictures(), captured.worstOffsetMs(), seconds);
+        captured.dropped(), captured.droppedByDevice(), captured.withheld(), captured.slatePictures(), captured.worstOffsetMs(), seconds);
   }
 
   /** Ends the stream: hands out all that the decoder and the encoders still hold. */
