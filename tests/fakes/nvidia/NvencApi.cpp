@@ -46,13 +46,12 @@ struct Entry {
   }
 };
 
-#define QVS_ENTER(...)            \
-  const Entry entry(__VA_ARGS__); \
-  if (entry.code != NV_ENC_SUCCESS) return entry.code
-
-#define QVS_VERSION(record, wanted)                       \
-  if ((record) == nullptr) return NV_ENC_ERR_INVALID_PTR; \
-  if ((record)->version != (wanted)) return NV_ENC_ERR_INVALID_VERSION
+/// Does what `work()` says if the record is of the version that this was built for.
+template <typename Record, typename Work>
+NVENCSTATUS with(const Record* record, uint32_t version, Work work) {
+  if (record == nullptr) return NV_ENC_ERR_INVALID_PTR;
+  return record->version == version ? work() : NV_ENC_ERR_INVALID_VERSION;
+}
 
 /// Gives the first `room` of a list.
 template <typename Item, size_t size>
@@ -129,15 +128,12 @@ NVENCSTATUS destroy(const char* name, void* handle, std::set<Thing*> NvencEncode
 
 // Sessions
 
-NVENCSTATUS openSessionEx(NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS* parameters, void** handle) {
-  const Call call("nvEncOpenEncodeSessionEx", Call::Needs::kNothing);
-  if (call.code != CUDA_SUCCESS) return static_cast<NVENCSTATUS>(call.code);
-  QVS_VERSION(parameters, NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS_VER);
-  const uint32_t wanted = (parameters->apiVersion & 0xFF) << 4 | parameters->apiVersion >> 24;
+NVENCSTATUS openSession(const NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS& parameters, void** handle) {
+  const uint32_t wanted = (parameters.apiVersion & 0xFF) << 4 | parameters.apiVersion >> 24;
   if (wanted > newestApi()) return NV_ENC_ERR_INVALID_VERSION;
   Driver& driver = Driver::get();
-  const auto context = static_cast<CUcontext>(parameters->device);
-  if (parameters->deviceType != NV_ENC_DEVICE_TYPE_CUDA || !driver.isLive(driver.contexts, context)) {
+  const auto context = static_cast<CUcontext>(parameters.device);
+  if (parameters.deviceType != NV_ENC_DEVICE_TYPE_CUDA || !driver.isLive(driver.contexts, context)) {
     return NV_ENC_ERR_INVALID_DEVICE;
   }
   if (context->dead != CUDA_SUCCESS) return NV_ENC_ERR_GENERIC;
@@ -147,6 +143,13 @@ NVENCSTATUS openSessionEx(NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS* parameters, void
   encoders.insert(*handle);
   driver.opened("encoder");
   return NV_ENC_SUCCESS;
+}
+
+NVENCSTATUS openSessionEx(NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS* parameters, void** handle) {
+  const Call call("nvEncOpenEncodeSessionEx", Call::Needs::kNothing);
+  if (call.code != CUDA_SUCCESS) return static_cast<NVENCSTATUS>(call.code);
+  return with(parameters, NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS_VER,
+              [&] { return openSession(*parameters, handle); });
 }
 
 NVENCSTATUS destroyEncoder(void* handle) {
@@ -161,68 +164,29 @@ NVENCSTATUS destroyEncoder(void* handle) {
   return entry.code != NV_ENC_ERR_GENERIC ? entry.code : NV_ENC_SUCCESS;
 }
 
-NVENCSTATUS initializeEncoder(void* handle, NV_ENC_INITIALIZE_PARAMS* parameters) {
-  QVS_ENTER("nvEncInitializeEncoder", handle, false);
-  QVS_VERSION(parameters, NV_ENC_INITIALIZE_PARAMS_VER);
-  if (parameters->encodeConfig != nullptr) QVS_VERSION(parameters->encodeConfig, NV_ENC_CONFIG_VER);
-  return entry.encoder->initialize(*parameters);
+NVENCSTATUS initialize(NvencEncoder& encoder, const NV_ENC_INITIALIZE_PARAMS& parameters) {
+  if (parameters.encodeConfig == nullptr) return NV_ENC_ERR_INVALID_PARAM;
+  return with(parameters.encodeConfig, NV_ENC_CONFIG_VER, [&] { return encoder.initialize(parameters); });
 }
 
-NVENCSTATUS reconfigureEncoder(void* handle, NV_ENC_RECONFIGURE_PARAMS* parameters) {
-  QVS_ENTER("nvEncReconfigureEncoder", handle);
-  QVS_VERSION(parameters, NV_ENC_RECONFIGURE_PARAMS_VER);
-  return entry.encoder->reconfigure(*parameters);
-}
-
-NVENCSTATUS setIoCudaStreams(void* handle, NV_ENC_CUSTREAM_PTR input, NV_ENC_CUSTREAM_PTR) {
-  QVS_ENTER("nvEncSetIOCudaStreams", handle);
-  return input != nullptr ? entry.encoder->setInputStream(*static_cast<CUstream*>(input))
-                          : NV_ENC_ERR_INVALID_PTR;
-}
-
-NVENCSTATUS getSequenceParams(void* handle, NV_ENC_SEQUENCE_PARAM_PAYLOAD* payload) {
-  QVS_ENTER("nvEncGetSequenceParams", handle);
-  QVS_VERSION(payload, NV_ENC_SEQUENCE_PARAM_PAYLOAD_VER);
-  const std::vector<uint8_t> headers = entry.encoder->headers();
-  if (payload->inBufferSize < headers.size()) return NV_ENC_ERR_NOT_ENOUGH_BUFFER;
-  std::copy(headers.begin(), headers.end(), static_cast<uint8_t*>(payload->spsppsBuffer));
-  *payload->outSPSPPSPayloadSize = static_cast<uint32_t>(headers.size());
+NVENCSTATUS getHeaders(NvencEncoder& encoder, const NV_ENC_SEQUENCE_PARAM_PAYLOAD& payload) {
+  const std::vector<uint8_t> headers = encoder.headers();
+  if (payload.inBufferSize < headers.size()) return NV_ENC_ERR_NOT_ENOUGH_BUFFER;
+  std::copy(headers.begin(), headers.end(), static_cast<uint8_t*>(payload.spsppsBuffer));
+  *payload.outSPSPPSPayloadSize = static_cast<uint32_t>(headers.size());
   return NV_ENC_SUCCESS;
 }
 
-// What the card can do
-
-NVENCSTATUS guidCount(void* handle, uint32_t* count) {
-  QVS_ENTER("nvEncGetEncodeGUIDCount", handle, false);
-  *count = std::size(kCodecs);
-  return NV_ENC_SUCCESS;
-}
-
-NVENCSTATUS guids(void* handle, GUID* to, uint32_t room, uint32_t* count) {
-  QVS_ENTER("nvEncGetEncodeGUIDs", handle, false);
-  return give(kCodecs, to, room, count);
-}
-
-NVENCSTATUS formats(void* handle, GUID, NV_ENC_BUFFER_FORMAT* to, uint32_t room, uint32_t* count) {
-  QVS_ENTER("nvEncGetInputFormats", handle, false);
-  return give(kFormats, to, room, count);
-}
-
-NVENCSTATUS caps(void* handle, GUID, NV_ENC_CAPS_PARAM* parameter, int* value) {
-  QVS_ENTER("nvEncGetEncodeCaps", handle, false);
-  QVS_VERSION(parameter, NV_ENC_CAPS_PARAM_VER);
-  const auto* found = std::find_if(std::begin(kCaps), std::end(kCaps),
-                                   [&](const auto& row) { return row.cap == parameter->capsToQuery; });
+NVENCSTATUS capOf(NV_ENC_CAPS cap, int* value) {
+  const auto* found =
+      std::find_if(std::begin(kCaps), std::end(kCaps), [&](const auto& row) { return row.cap == cap; });
   *value = found != std::end(kCaps) ? found->value : 0;
   return NV_ENC_SUCCESS;
 }
 
-NVENCSTATUS presetConfigEx(void* handle, GUID codec, GUID, NV_ENC_TUNING_INFO tuning,
-                           NV_ENC_PRESET_CONFIG* config) {
-  QVS_ENTER("nvEncGetEncodePresetConfigEx", handle, false);
-  QVS_VERSION(config, NV_ENC_PRESET_CONFIG_VER);
-  if (config->presetCfg.version != NV_ENC_CONFIG_VER) return NV_ENC_ERR_INVALID_VERSION;
-  fillPreset(config->presetCfg, tuning, std::memcmp(&codec, &NV_ENC_CODEC_HEVC_GUID, sizeof(codec)) == 0);
+NVENCSTATUS presetOf(const GUID& codec, NV_ENC_TUNING_INFO tuning, NV_ENC_CONFIG& config) {
+  if (config.version != NV_ENC_CONFIG_VER) return NV_ENC_ERR_INVALID_VERSION;
+  fillPreset(config, tuning, std::memcmp(&codec, &NV_ENC_CODEC_HEVC_GUID, sizeof(codec)) == 0);
   return NV_ENC_SUCCESS;
 }
 
@@ -232,72 +196,49 @@ bool isFormat(NV_ENC_BUFFER_FORMAT format) {
   return std::find(std::begin(kFormats), std::end(kFormats), format) != std::end(kFormats);
 }
 
-NVENCSTATUS keepInput(NvencEncoder& encoder, const char* kind, NvencInput&& input, void** handle) {
-  auto* kept = new NvencInput(std::move(input));
-  encoder.inputs.insert(kept);
+template <typename Thing>
+NVENCSTATUS keep(std::set<Thing*>& things, const char* kind, Thing&& thing, void** handle) {
+  auto* kept = new Thing(std::move(thing));
+  things.insert(kept);
   Driver::get().opened(kind);
   *handle = kept;
   return NV_ENC_SUCCESS;
 }
 
-NVENCSTATUS createInput(void* handle, NV_ENC_CREATE_INPUT_BUFFER* buffer) {
-  QVS_ENTER("nvEncCreateInputBuffer", handle);
-  QVS_VERSION(buffer, NV_ENC_CREATE_INPUT_BUFFER_VER);
-  if (!isFormat(buffer->bufferFmt)) return NV_ENC_ERR_UNSUPPORTED_PARAM;
-  NvencInput input{buffer->width, buffer->height, (buffer->width + 63) / 64 * 64, buffer->bufferFmt, 0, {}};
+NVENCSTATUS createInput(NvencEncoder& encoder, NV_ENC_CREATE_INPUT_BUFFER& buffer) {
+  if (!isFormat(buffer.bufferFmt)) return NV_ENC_ERR_UNSUPPORTED_PARAM;
+  NvencInput input{buffer.width, buffer.height, (buffer.width + 63) / 64 * 64, buffer.bufferFmt, 0, {}};
   input.bytes.resize(NvencInput::size(input.pitch, input.height));
-  return keepInput(*entry.encoder, "input", std::move(input), &buffer->inputBuffer);
+  return keep(encoder.inputs, "input", std::move(input), &buffer.inputBuffer);
 }
 
-NVENCSTATUS destroyInput(void* handle, void* input) {
-  return destroy("nvEncDestroyInputBuffer", handle, &NvencEncoder::inputs, input, "input");
-}
-
-NVENCSTATUS lockInput(void* handle, NV_ENC_LOCK_INPUT_BUFFER* lock) {
-  QVS_ENTER("nvEncLockInputBuffer", handle);
-  QVS_VERSION(lock, NV_ENC_LOCK_INPUT_BUFFER_VER);
-  auto* input = static_cast<NvencInput*>(lock->inputBuffer);
-  if (!entry.encoder->inputs.contains(input) || input->pointer != 0) return NV_ENC_ERR_INVALID_PTR;
-  lock->bufferDataPtr = input->bytes.data();
-  lock->pitch = input->pitch;
+NVENCSTATUS lockInput(NvencEncoder& encoder, NV_ENC_LOCK_INPUT_BUFFER& lock) {
+  auto* input = static_cast<NvencInput*>(lock.inputBuffer);
+  if (!encoder.inputs.contains(input) || input->pointer != 0) return NV_ENC_ERR_INVALID_PTR;
+  lock.bufferDataPtr = input->bytes.data();
+  lock.pitch = input->pitch;
   return NV_ENC_SUCCESS;
 }
 
-NVENCSTATUS unlockInput(void* handle, void*) {
-  QVS_ENTER("nvEncUnlockInputBuffer", handle);
-  return NV_ENC_SUCCESS;
-}
-
-NVENCSTATUS registerResource(void* handle, NV_ENC_REGISTER_RESOURCE* resource) {
-  QVS_ENTER("nvEncRegisterResource", handle);
-  QVS_VERSION(resource, NV_ENC_REGISTER_RESOURCE_VER);
-  if (resource->resourceType != NV_ENC_INPUT_RESOURCE_TYPE_CUDADEVICEPTR ||
-      !isFormat(resource->bufferFormat)) {
+NVENCSTATUS registerResource(NvencEncoder& encoder, NV_ENC_REGISTER_RESOURCE& resource) {
+  if (resource.resourceType != NV_ENC_INPUT_RESOURCE_TYPE_CUDADEVICEPTR || !isFormat(resource.bufferFormat)) {
     return NV_ENC_ERR_UNSUPPORTED_PARAM;
   }
-  const auto pointer = reinterpret_cast<uint64_t>(resource->resourceToRegister);
-  if (resource->pitch < resource->width || resource->pitch % 4 != 0) return NV_ENC_ERR_INVALID_PARAM;
-  if (!Driver::get().memory.holds(pointer, NvencInput::size(resource->pitch, resource->height))) {
+  const auto pointer = reinterpret_cast<uint64_t>(resource.resourceToRegister);
+  if (resource.pitch < resource.width || resource.pitch % 4 != 0) return NV_ENC_ERR_INVALID_PARAM;
+  if (!Driver::get().memory.holds(pointer, NvencInput::size(resource.pitch, resource.height))) {
     return NV_ENC_ERR_RESOURCE_REGISTER_FAILED;
   }
-  return keepInput(*entry.encoder, "resource",
-                   {resource->width, resource->height, resource->pitch, resource->bufferFormat, pointer, {}},
-                   &resource->registeredResource);
+  NvencInput input{resource.width, resource.height, resource.pitch, resource.bufferFormat, pointer, {}};
+  return keep(encoder.inputs, "resource", std::move(input), &resource.registeredResource);
 }
 
-NVENCSTATUS unregisterResource(void* handle, void* resource) {
-  return destroy("nvEncUnregisterResource", handle, &NvencEncoder::inputs, resource, "resource");
-}
-
-NVENCSTATUS mapResource(void* handle, NV_ENC_MAP_INPUT_RESOURCE* map) {
-  QVS_ENTER("nvEncMapInputResource", handle);
-  QVS_VERSION(map, NV_ENC_MAP_INPUT_RESOURCE_VER);
-  auto* input = static_cast<NvencInput*>(map->registeredResource);
-  if (!entry.encoder->inputs.contains(input) || input->pointer == 0)
-    return NV_ENC_ERR_RESOURCE_NOT_REGISTERED;
+NVENCSTATUS mapResource(NvencEncoder& encoder, NV_ENC_MAP_INPUT_RESOURCE& map) {
+  auto* input = static_cast<NvencInput*>(map.registeredResource);
+  if (!encoder.inputs.contains(input) || input->pointer == 0) return NV_ENC_ERR_RESOURCE_NOT_REGISTERED;
   ++input->mapped;
-  map->mappedResource = input;
-  map->mappedBufferFmt = input->format;
+  map.mappedResource = input;
+  map.mappedBufferFmt = input->format;
   return NV_ENC_SUCCESS;
 }
 
@@ -310,41 +251,65 @@ NVENCSTATUS unmapResource(void* handle, void* resource) {
   return entry.code;
 }
 
-NVENCSTATUS createBitstream(void* handle, NV_ENC_CREATE_BITSTREAM_BUFFER* buffer) {
-  QVS_ENTER("nvEncCreateBitstreamBuffer", handle);
-  QVS_VERSION(buffer, NV_ENC_CREATE_BITSTREAM_BUFFER_VER);
-  auto* output = new NvencOutput;
-  entry.encoder->outputs.insert(output);
-  Driver::get().opened("bitstream");
-  buffer->bitstreamBuffer = output;
-  return NV_ENC_SUCCESS;
-}
-
-NVENCSTATUS destroyBitstream(void* handle, void* output) {
-  return destroy("nvEncDestroyBitstreamBuffer", handle, &NvencEncoder::outputs, output, "bitstream");
-}
-
-NVENCSTATUS encodePicture(void* handle, NV_ENC_PIC_PARAMS* picture) {
-  QVS_ENTER("nvEncEncodePicture", handle);
-  QVS_VERSION(picture, NV_ENC_PIC_PARAMS_VER);
-  return entry.encoder->encode(*picture);
-}
-
-NVENCSTATUS lockBitstream(void* handle, NV_ENC_LOCK_BITSTREAM* lock) {
-  QVS_ENTER("nvEncLockBitstream", handle);
-  QVS_VERSION(lock, NV_ENC_LOCK_BITSTREAM_VER);
-  const NVENCSTATUS code = entry.encoder->lock(*lock);
-  return code == NV_ENC_SUCCESS && !entry.encoder->isUsable() ? NV_ENC_ERR_GENERIC : code;
-}
-
-NVENCSTATUS unlockBitstream(void* handle, void*) {
-  QVS_ENTER("nvEncUnlockBitstream", handle);
-  return NV_ENC_SUCCESS;
+NVENCSTATUS lockBitstream(NvencEncoder& encoder, NV_ENC_LOCK_BITSTREAM& lock) {
+  const NVENCSTATUS code = encoder.lock(lock);
+  return code == NV_ENC_SUCCESS && !encoder.isUsable() ? NV_ENC_ERR_GENERIC : code;
 }
 
 const char* lastError(void*) {
   return "";
 }
+
+// Member of the list, whether the encoder must be initialized, parameters behind the session, answer. Those with one
+// record: its type and version.
+// clang-format off
+#define QVS_CALLS(X)                                                                                                \
+  X(nvEncGetEncodeGUIDCount, false, (void* handle, uint32_t* count), (*count = std::size(kCodecs), NV_ENC_SUCCESS)) \
+  X(nvEncGetEncodeGUIDs, false, (void* handle, GUID* to, uint32_t room, uint32_t* count), give(kCodecs, to, room, count)) \
+  X(nvEncGetInputFormats, false, (void* handle, GUID, NV_ENC_BUFFER_FORMAT* to, uint32_t room, uint32_t* count),    \
+    give(kFormats, to, room, count))                                                                                \
+  X(nvEncGetEncodeCaps, false, (void* handle, GUID, NV_ENC_CAPS_PARAM* record, int* value),                         \
+    with(record, NV_ENC_CAPS_PARAM_VER, [&] { return capOf(record->capsToQuery, value); }))                         \
+  X(nvEncGetEncodePresetConfigEx, false, (void* handle, GUID codec, GUID, NV_ENC_TUNING_INFO tuning, NV_ENC_PRESET_CONFIG* record), \
+    with(record, NV_ENC_PRESET_CONFIG_VER, [&] { return presetOf(codec, tuning, record->presetCfg); }))             \
+  X(nvEncSetIOCudaStreams, true, (void* handle, NV_ENC_CUSTREAM_PTR input, NV_ENC_CUSTREAM_PTR), input == nullptr ?  \
+    NV_ENC_ERR_INVALID_PTR : entry.encoder->setInputStream(*static_cast<CUstream*>(input)))                         \
+  X(nvEncUnlockInputBuffer, true, (void* handle, void*), NV_ENC_SUCCESS)                                            \
+  X(nvEncUnlockBitstream, true, (void* handle, void*), NV_ENC_SUCCESS)
+
+#define QVS_RECORDS(X)                                                                                              \
+  X(nvEncInitializeEncoder, false, NV_ENC_INITIALIZE_PARAMS, initialize(*entry.encoder, *record))                   \
+  X(nvEncReconfigureEncoder, true, NV_ENC_RECONFIGURE_PARAMS, entry.encoder->reconfigure(*record))                  \
+  X(nvEncGetSequenceParams, true, NV_ENC_SEQUENCE_PARAM_PAYLOAD, getHeaders(*entry.encoder, *record))               \
+  X(nvEncCreateInputBuffer, true, NV_ENC_CREATE_INPUT_BUFFER, createInput(*entry.encoder, *record))                 \
+  X(nvEncLockInputBuffer, true, NV_ENC_LOCK_INPUT_BUFFER, lockInput(*entry.encoder, *record))                       \
+  X(nvEncRegisterResource, true, NV_ENC_REGISTER_RESOURCE, registerResource(*entry.encoder, *record))               \
+  X(nvEncMapInputResource, true, NV_ENC_MAP_INPUT_RESOURCE, mapResource(*entry.encoder, *record))                   \
+  X(nvEncCreateBitstreamBuffer, true, NV_ENC_CREATE_BITSTREAM_BUFFER,                                               \
+    keep(entry.encoder->outputs, "bitstream", NvencOutput(), &record->bitstreamBuffer))                             \
+  X(nvEncEncodePicture, true, NV_ENC_PIC_PARAMS, entry.encoder->encode(*record))                                    \
+  X(nvEncLockBitstream, true, NV_ENC_LOCK_BITSTREAM, lockBitstream(*entry.encoder, *record))
+
+#define QVS_DESTROYS(X)                                                                     \
+  X(nvEncDestroyInputBuffer, inputs, "input") X(nvEncUnregisterResource, inputs, "resource") \
+  X(nvEncDestroyBitstreamBuffer, outputs, "bitstream")
+
+#define QVS_CALL(name, ready, parameters, answer)                 \
+  NVENCSTATUS name parameters {                                   \
+    const Entry entry(#name, handle, ready);                      \
+    return entry.code == NV_ENC_SUCCESS ? (answer) : entry.code;  \
+  }
+#define QVS_RECORD(name, ready, type, answer) \
+  QVS_CALL(name, ready, (void* handle, type* record), with(record, type##_VER, [&] { return answer; }))
+#define QVS_DESTROY(name, things, kind)                             \
+  NVENCSTATUS name(void* handle, void* thing) {                     \
+    return destroy(#name, handle, &NvencEncoder::things, thing, kind); \
+  }
+// clang-format on
+
+QVS_CALLS(QVS_CALL)
+QVS_RECORDS(QVS_RECORD)
+QVS_DESTROYS(QVS_DESTROY)
 
 }  // namespace
 
@@ -357,33 +322,18 @@ extern "C" QVS_EXPORT NVENCSTATUS NvEncodeAPIGetMaxSupportedVersion(uint32_t* ve
 extern "C" QVS_EXPORT NVENCSTATUS NvEncodeAPICreateInstance(NV_ENCODE_API_FUNCTION_LIST* list) {
   const Call call("NvEncodeAPICreateInstance", Call::Needs::kNothing);
   if (call.code != CUDA_SUCCESS) return static_cast<NVENCSTATUS>(call.code);
-  QVS_VERSION(list, NV_ENCODE_API_FUNCTION_LIST_VER);
-  *list = {};
-  list->version = NV_ENCODE_API_FUNCTION_LIST_VER;
-  list->nvEncOpenEncodeSessionEx = &openSessionEx;
-  list->nvEncDestroyEncoder = &destroyEncoder;
-  list->nvEncInitializeEncoder = &initializeEncoder;
-  list->nvEncReconfigureEncoder = &reconfigureEncoder;
-  list->nvEncSetIOCudaStreams = &setIoCudaStreams;
-  list->nvEncGetSequenceParams = &getSequenceParams;
-  list->nvEncGetEncodeGUIDCount = &guidCount;
-  list->nvEncGetEncodeGUIDs = &guids;
-  list->nvEncGetInputFormats = &formats;
-  list->nvEncGetEncodeCaps = &caps;
-  list->nvEncGetEncodePresetConfigEx = &presetConfigEx;
-  list->nvEncCreateInputBuffer = &createInput;
-  list->nvEncDestroyInputBuffer = &destroyInput;
-  list->nvEncLockInputBuffer = &lockInput;
-  list->nvEncUnlockInputBuffer = &unlockInput;
-  list->nvEncRegisterResource = &registerResource;
-  list->nvEncUnregisterResource = &unregisterResource;
-  list->nvEncMapInputResource = &mapResource;
-  list->nvEncUnmapInputResource = &unmapResource;
-  list->nvEncCreateBitstreamBuffer = &createBitstream;
-  list->nvEncDestroyBitstreamBuffer = &destroyBitstream;
-  list->nvEncEncodePicture = &encodePicture;
-  list->nvEncLockBitstream = &lockBitstream;
-  list->nvEncUnlockBitstream = &unlockBitstream;
-  list->nvEncGetLastErrorString = &lastError;
-  return NV_ENC_SUCCESS;
+  return with(list, NV_ENCODE_API_FUNCTION_LIST_VER, [&] {
+    *list = {};
+    list->version = NV_ENCODE_API_FUNCTION_LIST_VER;
+#define QVS_SET(name, ...) list->name = &name;
+    QVS_CALLS(QVS_SET)
+    QVS_RECORDS(QVS_SET)
+    QVS_DESTROYS(QVS_SET)
+#undef QVS_SET
+    list->nvEncOpenEncodeSessionEx = &openSessionEx;
+    list->nvEncDestroyEncoder = &destroyEncoder;
+    list->nvEncUnmapInputResource = &unmapResource;
+    list->nvEncGetLastErrorString = &lastError;
+    return NV_ENC_SUCCESS;
+  });
 }
