@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <memory>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -302,17 +302,22 @@ TEST_F(DeviceFrames, ShareTheContextOfTheirGpu) {
   EXPECT_FALSE(manager->acquireContext(77, 128)) << "no such device, and no room past the array's end";
 }
 
-/// What a line says of a call that a call of ours made.
-std::string toldAs(const std::string& call) {
-  const std::map<std::string, std::string> names{{"cuModuleLoadData", "cuModuleLoad"},
-                                                 {"cuModuleGetGlobal", "updateConstantMemory"},
-                                                 {"cuMemcpyHtoD", "updateConstantMemory"},
-                                                 {"cuMemAllocAsync", "cudaMallocAsync"},
-                                                 {"cuMemAllocPitch", "cuMemAllocPitch|nppiMalloc_8u"},
-                                                 {"cuLaunchKernel", "cuLaunchKernel|nppi"},
-                                                 {"cuCtxGetCurrent", "cuLaunchKernel|nppi"}};
-  const auto name = names.find(call);
-  return name != names.end() ? name->second : call;
+/// Whether a line names a call, or the one of ours that made it.
+bool isTold(const std::vector<std::string>& lines, const std::string& call) {
+  using Names = std::vector<std::string>;
+  static const std::map<std::string, Names> kMadeBy{{"cuModuleLoadData", {"cuModuleLoad"}},
+                                                    {"cuModuleGetGlobal", {"updateConstantMemory"}},
+                                                    {"cuMemcpyHtoD", {"updateConstantMemory"}},
+                                                    {"cuMemAllocAsync", {"cudaMallocAsync"}},
+                                                    {"cuMemAllocPitch", {"cuMemAllocPitch", "nppiMalloc_8u"}},
+                                                    {"cuLaunchKernel", {"cuLaunchKernel", "nppi"}},
+                                                    {"cuCtxGetCurrent", {"cuLaunchKernel", "nppi"}}};
+  const auto made = kMadeBy.find(call);
+  const Names names = made != kMadeBy.end() ? made->second : Names{call};
+  return std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
+    return std::any_of(names.begin(), names.end(),
+                       [&](const std::string& name) { return line.find(name) != std::string::npos; });
+  });
 }
 
 /// Whatever fails once: told by its name, and nothing stays behind. 1 is a code that passes.
@@ -333,10 +338,7 @@ TEST_F(DeviceFrames, SurviveEachCallThatFails) {
     EXPECT_EQ(after.bytes, before.bytes) << call << " " << faulty;
     EXPECT_EQ(after.streams, before.streams) << call << " " << faulty;
     EXPECT_EQ(after.modules, before.modules) << call << " " << faulty;
-    const std::regex told(toldAs(faulty));
-    EXPECT_TRUE(worked || std::any_of(lines.begin(), lines.end(),
-                                      [&](const std::string& line) { return std::regex_search(line, told); }))
-        << call << " " << faulty << testing::PrintToString(lines);
+    EXPECT_TRUE(worked || isTold(lines, faulty)) << call << " " << faulty << testing::PrintToString(lines);
     lines.clear();
     ASSERT_TRUE(session(&lines)) << "after " << call << " " << faulty << ": "
                                  << (lines.empty() ? "" : lines[0]);
