@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
 #include <qvs/video_frame.h>
 #include "frames/geometry/FitPlacement.h"
@@ -12,7 +11,6 @@ namespace qvs {
 
 class VideoOverlayFrame;
 struct OverlayPlacement;
-struct VideoScaleSetData;
 
 /// A frame's picture in a device's memory, and all that knows of the device: storage, copies from and to the
 /// host, scaling, drawing. One class for each kind of device; a frame whose pool has no device has none, and
@@ -63,8 +61,5 @@ class DevicePicture {
   /// The picture, finished, as encoder plug-ins see it; all but the format.
   virtual PluginVideoFrameBufferCUDA pluginRecord() const = 0;
 };
-
-/// A picture, without storage, on the device of the pool whose data this is; null where the pool has none.
-std::unique_ptr<DevicePicture> makeDevicePicture(const std::shared_ptr<VideoScaleSetData>& pool);
 
 }  // namespace qvs

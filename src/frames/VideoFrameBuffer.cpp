@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "contract/ScaleIds.h"
+#include "frames/DevicePictureFactory.h"
 #include "frames/FrameCopies.h"
 #include "frames/geometry/ChromaOrder.h"
 #include "frames/geometry/FourCC.h"

@@ -124,9 +124,9 @@ TEST(HardwareInspector, FindsTheGPUOfTheDriver) {
   inspector.setNativePath(0, folderOf({"vencoder-h26x-nvenc12"}).c_str());
   inspector.inspect();
   ASSERT_TRUE(inspector.isCUDAAvailable());
-  EXPECT_EQ(inspector.infoCUDA.availableFlags,
-            (1u << kCudaGpuCountShift) | kCudaUsable | kCudaNvencH264 | kCudaNvencH265 | kCudaNvcuvidOld |
-                kCudaNvcuvid | kCudaNvencOffline | kCudaRunsKernels | kCudaNvencLoaded);
+  EXPECT_EQ(inspector.infoCUDA.availableFlags, (1u << kCudaGpuCountShift) | kCudaUsable | kCudaNvencH264 |
+                                                   kCudaNvencH265 | kCudaNvcuvidOld | kCudaNvcuvid |
+                                                   kCudaNvencOffline | kCudaRunsKernels | kCudaNvencLoaded);
   const HardwareInfoGPU& gpu = inspector.infoCUDA.gpus[0];
   EXPECT_GT(std::strlen(gpu.name.data()), 0u);
   EXPECT_GT(gpu.totalMemory, 0u);
@@ -139,11 +139,11 @@ TEST(NVidiaCUDAUtils, ReadsTheDriversVersionAndWhatItAllows) {
     const char* text;
     bool isRead;
     int32_t major, minor;
-  } rows[] = {
-      {"NVRM version: NVIDIA UNIX x86_64 Kernel Module  525.60.13  Wed Nov 30\nGCC version: 12", true, 525, 60},
-      {"NVRM version: NVIDIA UNIX Open Kernel Module for x86_64  570.86.10  Release", true, 570, 86},
-      {"NVRM version: Kernel Module of another kind", false, 0, 0},
-      {"", false, 0, 0}};
+  } rows[] = {{"NVRM version: NVIDIA UNIX x86_64 Kernel Module  525.60.13  Wed Nov 30\nGCC version: 12", true,
+               525, 60},
+              {"NVRM version: NVIDIA UNIX Open Kernel Module for x86_64  570.86.10  Release", true, 570, 86},
+              {"NVRM version: Kernel Module of another kind", false, 0, 0},
+              {"", false, 0, 0}};
   for (const auto& row : rows) {
     int32_t major = 0, minor = 0;
     std::istringstream text(row.text);

@@ -87,4 +87,22 @@ class NvidiaTest {
       for (double db : Clips.psnr(plain, failing)) assertTrue(db > 40, failing + ": " + db + " dB");
     }
   }
+
+  private static String inspect(String libraryPath) throws Exception {
+    Path said = folder.resolve("inspect.txt");
+    List<String> environment = libraryPath == null ? List.of() : List.of("env", "LD_LIBRARY_PATH=" + libraryPath);
+    Captured.start(environment, said, "inspect").waitFor();
+    return Files.readString(said);
+  }
+
+  @Test
+  void theInventoryShowsTheCardOrSaysWhyThereIsNone() throws Exception {
+    String shown = inspect(null);
+    for (String field : List.of("driverVersion 525.60", "versionMajor", "totalMemory", "getCUDANVENCVersion", "Emulated GPU 0"))
+      assertTrue(shown.contains(field), shown);
+    String without = inspect("");
+    assertTrue(
+        Files.exists(Path.of("/proc/driver/nvidia")) || without.contains("NVIDIA: no NVIDIA driver: libcuda.so.1 not found"),
+        without);
+  }
 }

@@ -1,5 +1,5 @@
 // Which kind of device picture a pool's frames have.
-#include "frames/DevicePicture.h"
+#include "frames/DevicePictureFactory.h"
 
 #include "contract/ScaleIds.h"
 #include "frames/DevicePictureCUDA.h"
