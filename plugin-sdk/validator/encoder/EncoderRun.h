@@ -14,7 +14,7 @@ namespace qvs::validator {
 
 /// What a session of a check is set to.
 struct RunSettings {
-  uint32_t width = 128;
+  uint32_t width = 160;  ///< cards may refuse narrower ones
   uint32_t height = 96;
   uint32_t slack = 0;  ///< bytes of a row beyond the width
   uint32_t bitRate = 1'000'000;

@@ -81,7 +81,7 @@ std::string goesOnAfterRefusals(const EncoderUnderTest& subject) {
   if (const int32_t status = run.open(); status != 0) return "cannot open: " + run.statusText(status);
   run.add(2u);
   const RunSettings good = run.settings;
-  for (const auto& [width, height] : {std::pair{64u, 96u}, std::pair{128u, 48u}, std::pair{2u, 2u}}) {
+  for (const auto& [width, height] : {std::pair{64u, 96u}, std::pair{160u, 48u}, std::pair{2u, 2u}}) {
     run.settings.width = width;
     run.settings.height = height;
     if (run.add(false) == 0) return "a picture of another size than was set gives 0";
