@@ -98,9 +98,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     arrived.currTime = 1700000000000 + input.take<uint16_t>();
     callback->VideoInputFrameArrivedDoWork(arrived);
   }
+  uint64_t last = 0;
   while (CaptureFrame* const frame = sink.getCaptureFrame()) {
     VideoFrameBuffer& picture = *frame->getVideoFrameBuffer();
     check(picture.getWidth() >= 2 && picture.getWidth() % 2 == 0 && picture.getHeight() % 2 == 0);
+    check(picture.getTimecode() >= last && picture.getTimecode() < uint64_t{1} << 50);
+    last = picture.getTimecode();
     sink.releaseCaptureFrame(frame);
   }
   callback->close();

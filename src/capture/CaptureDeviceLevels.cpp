@@ -1,6 +1,8 @@
 // Loudness: of a block, of the last block, and the ring of points over time.
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 
 #include "capture/CaptureDeviceBase.h"
 #include "frames/VideoFrameBufferSet.h"
@@ -15,7 +17,13 @@ constexpr uint32_t kStereo = 2;
 constexpr uint32_t kLevelPointsMax = 1u << 20;
 
 int32_t sampleAt(const uint8_t* at) {
-  return static_cast<int16_t>(at[0] | at[1] << 8);
+  int16_t sample;
+  std::memcpy(&sample, at, sizeof sample);
+  return sample;
+}
+
+int32_t averageOf(uint64_t sum, uint32_t sampleCount) {
+  return static_cast<int32_t>(std::sqrt(static_cast<double>(sum) / sampleCount));
 }
 
 AudioLevelSingleChannelData levelOf(const uint8_t* first, uint32_t sampleCount, uint32_t channels) {
@@ -26,7 +34,7 @@ AudioLevelSingleChannelData levelOf(const uint8_t* first, uint32_t sampleCount, 
     peak = std::max(peak, sample);
     sum += static_cast<uint64_t>(int64_t{sample} * sample);
   }
-  return {.average = static_cast<int32_t>(std::sqrt(static_cast<double>(sum) / sampleCount)), .peak = peak};
+  return {.average = averageOf(sum, sampleCount), .peak = peak};
 }
 
 }  // namespace
@@ -50,10 +58,18 @@ void CaptureDeviceBase::calculateAudioLevelsAll(const uint8_t* buffer, uint32_t 
                                                 uint32_t, AudioLevelSingleChannelData* out) {
   if (channels > CaptureSessionInfoData::kChannelsMax) return;
   const bool known = bytesPerSample == kBytesPerSample && sampleCount != 0;
+  // All channels in one pass, so that neighbours share a vector.
+  std::array<uint64_t, CaptureSessionInfoData::kChannelsMax> sums{};
+  std::array<int32_t, CaptureSessionInfoData::kChannelsMax> peaks{};
+  for (uint32_t i = 0; known && i < sampleCount; ++i, buffer += size_t{channels} * kBytesPerSample) {
+    for (uint32_t channel = 0; channel < channels; ++channel) {
+      const int32_t sample = std::abs(sampleAt(buffer + channel * kBytesPerSample));
+      peaks[channel] = std::max(peaks[channel], sample);
+      sums[channel] += static_cast<uint32_t>(sample * sample);
+    }
+  }
   for (uint32_t channel = 0; channel < channels; ++channel) {
-    out[channel] = {};
-    if (known) out[channel] = levelOf(buffer + channel * kBytesPerSample, sampleCount, channels);
-    out[channel].timecode = timecode;
+    out[channel] = {timecode, known ? averageOf(sums[channel], sampleCount) : 0, peaks[channel]};
   }
 }
 

@@ -1,7 +1,6 @@
 // Deinterlaces captured pictures with the color converter.
 #include "capture/CaptureDeviceTransferVideoFrameBase.h"
 
-
 namespace qvs {
 
 namespace {

@@ -76,8 +76,10 @@ TEST(BlackMagicClock, SetsPictureAndSoundOnceOntoTheWallClockAndNeverBack) {
   EXPECT_EQ(clock.videoIndex(103, rate, wall + 999, Anchor::kNo), first + 3);
   EXPECT_EQ(clock.videoIndex(103, rate, wall + 300, Anchor::kIfAstray), first + 3);
   EXPECT_EQ(rate.millisecondsOf(clock.videoIndex(103, rate, wall + 4000, Anchor::kIfAstray)), wall + 4000);
-  // A wall clock that went back moves sound and picture on together.
+  // Nor does a card's counter that went back.
   clock.setLastVideo(wall + 4000);
+  EXPECT_EQ(rate.millisecondsOf(clock.videoIndex(50, rate, wall + 5000, Anchor::kNo)), wall + 5000);
+  // A wall clock that went back moves sound and picture on together.
   EXPECT_EQ(rate.millisecondsOf(clock.videoIndex(104, rate, wall - 1000, Anchor::kYes)), wall + 4040);
   EXPECT_EQ(clock.audioSample(0, 48000, wall - 1000, Anchor::kYes), static_cast<int64_t>((wall + 4040) * 48));
 }

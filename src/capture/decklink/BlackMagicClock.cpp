@@ -29,10 +29,10 @@ bool BlackMagicClock::isAstray(uint64_t milliseconds, uint64_t wallMilliseconds)
 int64_t BlackMagicClock::videoIndex(int64_t index, const Rate& rate, uint64_t wallMilliseconds,
                                     Anchor anchor) {
   const int64_t running = index + absTimeAdjVideoFrameIndex;
-  if (anchor == Anchor::kNo) return running;
   const uint64_t then = rate.millisecondsOf(running);
-  if (anchor == Anchor::kIfAstray && hasVideo && then > lastVideo && !isAstray(then, wallMilliseconds))
-    return running;
+  const bool goesOn = !hasVideo || then > lastVideo;
+  if (anchor == Anchor::kNo && goesOn) return running;
+  if (anchor == Anchor::kIfAstray && hasVideo && goesOn && !isAstray(then, wallMilliseconds)) return running;
   int64_t wall = rate.indexAt(wallMilliseconds);
   if (hasVideo && rate.millisecondsOf(wall) <= lastVideo) {
     wall = rate.indexAt(lastVideo);

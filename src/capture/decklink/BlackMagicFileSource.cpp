@@ -75,7 +75,7 @@ void BlackMagicFileSource::deliverPicture(CaptureFrame* frame, uint64_t) {
   picture.setFrameIndex(static_cast<uint64_t>(index));
   picture.setLocations(VideoFrameBuffer::systemMem);
   picture.setColorSpace(kColorSpace);
-  picture.setFlags(1);  // no signal
+  picture.setFlags(kFrameFlagNoSignal);
   picture.getAudioLevelData() = levels;
   frame->setCaptureVideoInput(info.videoInput);
   frame->setCaptureAudioInput(info.audioInput);

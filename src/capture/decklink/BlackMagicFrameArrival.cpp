@@ -22,6 +22,12 @@ Anchor anchorOf(bool anew, uint64_t countSinceSwitch) {
   return anew ? Anchor::kYes : countSinceSwitch == 0 ? Anchor::kIfAstray : Anchor::kNo;
 }
 
+/// A card's counter within thirty years of its start: beyond that sums would overflow.
+bool isSane(BMDTimeValue time, BMDTimeScale scale) {
+  constexpr int64_t kLongestSeconds = 1000000000;
+  return time >= 0 && time / scale <= kLongestSeconds;
+}
+
 bool hasNoInput(IDeckLinkVideoInputFrame& frame) {
   return (frame.GetFlags() & bmdFrameHasNoInputSource) != 0;
 }
@@ -168,7 +174,8 @@ void BlackMagicNotificationCallback::stamp(Arrival& arrival) {
   const BlackMagicClock::Rate rate{info.videoFrameRateEnum, info.videoFrameRateDen};
   BMDTimeValue time = 0, duration = 0;
   if (arrival.given.videoFrame && rate.known() &&
-      arrival.given.videoFrame->GetStreamTime(&time, &duration, rate.rateEnum) == S_OK && time >= 0) {
+      arrival.given.videoFrame->GetStreamTime(&time, &duration, rate.rateEnum) == S_OK &&
+      isSane(time, rate.rateEnum)) {
     const bool first = std::exchange(videoAnchored, arrival.serial) != arrival.serial;
     const Anchor anchor = anchorOf(arrival.resetSync || first, info.videoFrameCountModeSwitch);
     arrival.videoFrameIndex = clock.videoIndex(time / rate.rateDen, rate, arrival.given.currTime, anchor);
@@ -178,7 +185,7 @@ void BlackMagicNotificationCallback::stamp(Arrival& arrival) {
   if (arrival.given.audioPacket && info.audioTimescale != 0 &&
       arrival.given.audioPacket->GetPacketTime(&time, static_cast<BMDTimeScale>(info.audioTimescale)) ==
           S_OK &&
-      time >= 0) {
+      isSane(time, static_cast<BMDTimeScale>(info.audioTimescale))) {
     const bool first = std::exchange(audioAnchored, arrival.serial) != arrival.serial;
     const Anchor anchor = anchorOf(arrival.resetSync || first, info.audioFrameCountModeSwitch);
     arrival.audioSample = clock.audioSample(time, info.audioTimescale, arrival.given.currTime, anchor);

@@ -44,12 +44,14 @@ BlackMagicNotificationCallback::BlackMagicNotificationCallback(BlackMagicCapture
       captureFileSource(device),
       runner(*this) {}
 
+void BlackMagicNotificationCallback::refuseCalls() {
+  std::unique_lock guard(insideLock);
+  closing = true;
+  left.wait(guard, [&] { return inside == 0; });
+}
+
 void BlackMagicNotificationCallback::close() {
-  {
-    std::unique_lock guard(insideLock);
-    closing = true;
-    left.wait(guard, [&] { return inside == 0; });
-  }
+  refuseCalls();
   runner.stop();
   captureFileSource.stopFileSource();
   devicePtrs = {};

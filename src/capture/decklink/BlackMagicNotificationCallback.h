@@ -29,7 +29,10 @@ class BlackMagicNotificationCallback final : public DeckLinkObject<IDeckLinkInpu
     sound.setCapture(channels, bytesPerSample, sampleRate);
   }
   uint32_t start() { return runner.start(); }
-  /// Waits for calls of the card that are under way, ends the threads, lets go of the card.
+  /// Waits for calls of the card that are under way; later ones do nothing. Ahead of stopping the card's streams, which
+  /// a change of format would start again.
+  void refuseCalls();
+  /// Ends the threads as well, and lets go of the card.
   void close();
 
   HRESULT VideoInputFormatChanged(BMDVideoInputFormatChangedEvents events, IDeckLinkDisplayMode* newMode,

@@ -18,11 +18,6 @@ constexpr uint32_t kAudioChannelsMax = 32;
 constexpr uint32_t kVideoTimescale = 1000;
 constexpr uint32_t kPixelFormat8Bit = 1;
 
-int64_t selectedConnection(IDeckLinkConfiguration& configuration, BMDDeckLinkConfigurationID id) {
-  int64_t connection = 0;
-  return configuration.GetInt(id, &connection) == S_OK ? connection : 0;
-}
-
 }  // namespace
 
 CaptureDeviceBlackMagic::~CaptureDeviceBlackMagic() {
@@ -42,8 +37,16 @@ uint32_t CaptureDeviceBlackMagic::failed(const char* call, int64_t result, uint3
 void CaptureDeviceBlackMagic::warnFailed(const char* call, HRESULT result) const {
   if (result == S_OK) return;
   loggerOrGlobal(logger)->warn(
-      fmt::format("CaptureDeviceBlackMagic.shutdown[{{context}}]: {}: {} failed: {:#010x}", displayName, call,
-                  static_cast<uint32_t>(result)));
+      fmt::format("CaptureDeviceBlackMagic.setActiveState[{{context}}]: {}: {} failed: {:#010x}", displayName,
+                  call, static_cast<uint32_t>(result)));
+}
+
+uint32_t CaptureDeviceBlackMagic::selectedInput(IDeckLinkConfiguration& configuration,
+                                                BMDDeckLinkConfigurationID id) const {
+  int64_t connection = 0;
+  const HRESULT result = configuration.GetInt(id, &connection);
+  warnFailed("Asking for the selected input", result);
+  return result == S_OK ? BMDVideoConnectionToCaptureInput(connection) : 0;
 }
 
 uint32_t CaptureDeviceBlackMagic::findDevice(IDeckLinkIterator& iterator,
@@ -174,8 +177,7 @@ uint32_t CaptureDeviceBlackMagic::enableVideo(const BlackMagicDevicePtrs& ptrs,
   info.videoEnable = 1;
   info.videoTimescale = kVideoTimescale;
   info.videoFrameRateDivisor = std::max(params.frameRateDivisor, 1u);
-  info.videoInput = BMDVideoConnectionToCaptureInput(
-      selectedConnection(*ptrs.deckLinkConfiguration.get(), bmdDeckLinkConfigVideoInputConnection));
+  info.videoInput = selectedInput(*ptrs.deckLinkConfiguration.get(), bmdDeckLinkConfigVideoInputConnection);
   if (rendition != nullptr) {
     mode = rendition->getId();
     BlackMagicVideoCaptureFormat shown;
@@ -223,8 +225,7 @@ uint32_t CaptureDeviceBlackMagic::enableAudio(const BlackMagicDevicePtrs& ptrs,
   info.audioSampleRate = params.sampleRate;
   info.audioChannels = BlackMagicSound::kChannels;
   info.audioBytesPerSample = 2;
-  info.audioInput = BMDVideoConnectionToCaptureInput(
-      selectedConnection(*ptrs.deckLinkConfiguration.get(), bmdDeckLinkConfigAudioInputConnection));
+  info.audioInput = selectedInput(*ptrs.deckLinkConfiguration.get(), bmdDeckLinkConfigAudioInputConnection);
   return kCardDone;
 }
 
@@ -244,6 +245,7 @@ void CaptureDeviceBlackMagic::stopCapture(const BlackMagicDevicePtrs& ptrs) {
 }
 
 void CaptureDeviceBlackMagic::shutdown() {
+  notificationCallback->refuseCalls();
   stopCapture(devicePtrsRunning);
   devicePtrsRunning = {};
   notificationCallback->close();

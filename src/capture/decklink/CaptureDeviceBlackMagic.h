@@ -65,6 +65,8 @@ class CaptureDeviceBlackMagic final : public BlackMagicCaptureState, private IBl
   void shutdown();
   uint32_t failed(const char* call, int64_t result, uint32_t status) const;
   void warnFailed(const char* call, HRESULT result) const;
+  /// The number of the input that a setting selects; 0 where the card doesn't tell.
+  uint32_t selectedInput(IDeckLinkConfiguration& configuration, BMDDeckLinkConfigurationID id) const;
 
   /// False where there is no such session.
   bool findSession(uint32_t sessionId, BlackMagicDevicePtrs* ptrs);

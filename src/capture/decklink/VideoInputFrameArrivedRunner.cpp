@@ -3,6 +3,8 @@
 
 #include <mutex>
 
+#include "platform/Guard.h"
+
 namespace qvs {
 
 namespace {
@@ -43,8 +45,9 @@ bool VideoInputFrameArrivedRunner::take(BlackMagicVideoInputFrameArrivedFrame* a
 void VideoInputFrameArrivedRunner::threadWork() {
   while (!videoInputFrameArrivedThreadStop) {
     BlackMagicVideoInputFrameArrivedFrame arrived;
-    if (take(&arrived) && (arrived.videoFrame || arrived.audioPacket))
-      work.VideoInputFrameArrivedDoWork(arrived);
+    if (!take(&arrived) || (!arrived.videoFrame && !arrived.audioPacket)) continue;
+    // What memory fails for is lost; the thread goes on.
+    guarded("VideoInputFrameArrivedRunner::threadWork", [&] { work.VideoInputFrameArrivedDoWork(arrived); });
   }
 }
 
