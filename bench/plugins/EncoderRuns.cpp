@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "frames/geometry/FourCC.h"
 #include "video/encoders/hosts/PluginEncoderRow.h"
@@ -22,7 +23,7 @@ constexpr int kKbit = kPluginBitRate / 1000;
   std::exit(1);
 }
 
-EncoderRun throughPlugin(const PluginJob& job, const PluginEncoderRow& row, uint32_t threadsKey) {
+EncoderRun throughPlugin(const PluginJob& job, const PluginEncoderRow& row, uint32_t threadsKey = 0) {
   VideoEncoderPluginHost host(row);
   std::string folder = job.folder;
   host.setNativePath(folder.data());
@@ -31,7 +32,7 @@ EncoderRun throughPlugin(const PluginJob& job, const PluginEncoderRow& row, uint
   host.setFrameRate(kPluginFrameRate);
   host.setBitrate(kPluginBitRate);
   host.setKeyFrameFollow(1);
-  host.setParameterValue(threadsKey, int64_t{1});
+  if (threadsKey != 0) host.setParameterValue(threadsKey, int64_t{1});
   host.initialize();
   VideoFrameBuffer frame;
   frame.allocBuffer(job.width, job.height, kFourCCYV12, 1);
@@ -39,8 +40,8 @@ EncoderRun throughPlugin(const PluginJob& job, const PluginEncoderRow& row, uint
   units.reserve(32);
   RunMeter meter(job);
   for (size_t i = 0; i < job.pictures.size(); ++i) {
-    std::copy(job.pictures[i].begin(), job.pictures[i].end(), frame.getPlane(0));
     meter.begin(i);
+    std::copy(job.pictures[i].begin(), job.pictures[i].end(), frame.getPlane(0));
     host.addFrame(frame, i % kPluginKeyFrames == 0 ? 1 : 2, i * 1000 / kPluginFrameRate);
     host.getEncodedFrames(units);
     for (const VideoFrameEncoded& unit : units) {
@@ -87,8 +88,8 @@ EncoderRun x264Directly(const PluginJob& job) {
   picture.img.i_plane = 3;
   RunMeter meter(job);
   for (size_t i = 0; i < job.pictures.size(); ++i) {
-    frame.load(job.pictures[i]);
     meter.begin(i);
+    frame.load(job.pictures[i]);
     for (int plane = 0; plane < 3; ++plane) {
       picture.img.plane[plane] = frame.plane(plane);
       picture.img.i_stride[plane] = frame.stride(plane);
@@ -137,8 +138,8 @@ EncoderRun x265Directly(const PluginJob& job) {
   std::vector<uint8_t> unit;
   RunMeter meter(job);
   for (size_t i = 0; i < job.pictures.size(); ++i) {
-    frame.load(job.pictures[i]);
     meter.begin(i);
+    frame.load(job.pictures[i]);
     for (int plane = 0; plane < 3; ++plane) {
       picture->planes[plane] = frame.plane(plane);
       picture->stride[plane] = frame.stride(plane);
@@ -165,6 +166,33 @@ EncoderRun x265Directly(const PluginJob& job) {
 constexpr uint32_t kX264Threads = 70013, kX265Threads = 80013;
 
 }  // namespace
+
+EncoderRun throughVaapi(const PluginJob& job) {
+  return throughPlugin(job, kEncoderH264VAAPI);
+}
+
+EncoderRun loadOnly(const PluginJob& job) {
+  DirectFrame frame(job);
+  RunMeter meter(job);
+  for (size_t i = 0; i < job.pictures.size(); ++i) {
+    meter.begin(i);
+    frame.load(job.pictures[i]);
+  }
+  return meter.finish();
+}
+
+EncoderRun loadAndCopy(const PluginJob& job) {
+  DirectFrame frame(job);
+  std::vector<uint8_t> copy(job.pictures[0].size());
+  RunMeter meter(job);
+  for (size_t i = 0; i < job.pictures.size(); ++i) {
+    meter.begin(i);
+    frame.load(job.pictures[i]);
+    std::memcpy(copy.data(), frame.frame.getPlane(0), copy.size());
+    meter.add(copy.data() + i, 1);
+  }
+  return meter.finish();
+}
 
 const PluginRoads kX264Roads{
     "plugins.x264_vs_direct",

@@ -37,6 +37,12 @@ struct PluginRoads {
 extern const PluginRoads kX264Roads;
 extern const PluginRoads kX265Roads;
 
+/// A frame through the host and the VA-API plug-in; nothing but bringing a picture into the frame, which all runs do; that and
+/// a memcpy of the frame.
+EncoderRun throughVaapi(const PluginJob& job);
+EncoderRun loadOnly(const PluginJob& job);
+EncoderRun loadAndCopy(const PluginJob& job);
+
 /// Counts processor time and allocations over the pictures of a run.
 class RunMeter {
  public:

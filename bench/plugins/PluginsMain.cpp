@@ -1,7 +1,8 @@
-// The software encoders' plug-ins and their host against the libraries called directly.
+// Encoders' plug-ins and their host against the libraries called directly, or against a copy of the picture.
 //
-//   qvs-bench-plugins FOLDER-OF-PLUGINS PICTURES.yuv WIDTH HEIGHT ROUNDS
+//   qvs-bench-plugins software|vaapi FOLDER-OF-PLUGINS PICTURES.yuv WIDTH HEIGHT ROUNDS
 //
+// "vaapi" is for a driver whose encoder is switched off: what is left is the road to it.
 // One line of JSON a figure. Both roads must give the same bytes, else it ends with 1.
 #include <cstdio>
 #include <cstdlib>
@@ -52,25 +53,46 @@ bool measure(const PluginRoads& roads, const PluginJob& job, int rounds) {
   return true;
 }
 
+bool measureRoadToCard(const PluginJob& job, int rounds) {
+  std::string samples;
+  double microseconds = 0;
+  for (int round = 0; round < rounds; ++round) {
+    const EncoderRun load = loadOnly(job), copy = loadAndCopy(job), card = throughVaapi(job);
+    if (card.frames != job.pictures.size()) {
+      std::fprintf(stderr, "%llu frames of %zu pictures came out\n",
+                   static_cast<unsigned long long>(card.frames), job.pictures.size());
+      return false;
+    }
+    const double road = card.cpuSeconds - load.cpuSeconds;
+    samples += (round != 0 ? "," : "") + std::to_string(road / (copy.cpuSeconds - load.cpuSeconds));
+    microseconds = road * 1e6 / static_cast<double>(job.pictures.size());
+  }
+  std::printf("{\"name\":\"plugins.vaapi_vs_memcpy\",\"ratio\":0,\"samples\":[%s]}\n", samples.c_str());
+  std::printf("{\"name\":\"plugins.vaapi_overhead_us\",\"value\":%.1f}\n", microseconds);
+  return true;
+}
+
 }  // namespace
 }  // namespace qvs::bench
 
 int main(int argc, char** argv) {
   using namespace qvs::bench;
-  if (argc != 6) {
-    std::fprintf(stderr, "usage: qvs-bench-plugins FOLDER-OF-PLUGINS PICTURES.yuv WIDTH HEIGHT ROUNDS\n");
+  if (argc != 7) {
+    std::fprintf(
+        stderr,
+        "usage: qvs-bench-plugins software|vaapi FOLDER-OF-PLUGINS PICTURES.yuv WIDTH HEIGHT ROUNDS\n");
     return 2;
   }
   PluginJob job;
-  job.folder = argv[1];
-  job.width = static_cast<uint32_t>(std::atoi(argv[3]));
-  job.height = static_cast<uint32_t>(std::atoi(argv[4]));
-  readPictures(argv[2], job);
+  job.folder = argv[2];
+  job.width = static_cast<uint32_t>(std::atoi(argv[4]));
+  job.height = static_cast<uint32_t>(std::atoi(argv[5]));
+  readPictures(argv[3], job);
   if (job.pictures.size() < 2) {
-    std::fprintf(stderr, "%s: no pictures\n", argv[2]);
+    std::fprintf(stderr, "%s: no pictures\n", argv[3]);
     return 1;
   }
-  const int rounds = std::atoi(argv[5]);
-  const bool same = measure(kX264Roads, job, rounds) && measure(kX265Roads, job, rounds);
-  return same ? 0 : 1;
+  const int rounds = std::atoi(argv[6]);
+  if (std::string(argv[1]) == "vaapi") return measureRoadToCard(job, rounds) ? 0 : 1;
+  return measure(kX264Roads, job, rounds) && measure(kX265Roads, job, rounds) ? 0 : 1;
 }

@@ -38,6 +38,8 @@ FIGURES = {
     "h265_ladder.cpu_vs_ffmpeg": ("max", 0.95, "CPU, 1080p to 1080p, 720p, 480p, superfast, session / ffmpeg with libx265"),
     "h265_ladder.wall_vs_ffmpeg": ("max", 0.90, "wall time, the same"),
     "h265_ladder.rss_vs_ffmpeg": ("max", 0.80, "peak resident memory, the same"),
+    "plugins.vaapi_vs_memcpy": ("max", 2.0, "CPU, 720p, host, plug-in and an upload to a fake driver that codes nothing / one memcpy of the picture"),
+    "plugins.vaapi_overhead_us": (None, 0, "the same a picture, us"),
     "plugins.x264_vs_direct": ("max", 1.01, "CPU, 720p, plug-in and host / libx264 called directly, same settings and bytes"),
     "plugins.x264_vs_direct_allocations": ("max", 0.0, "a picture, beyond libx264's own and the coded bytes"),
     "plugins.x265_vs_direct": ("max", 1.01, "CPU, 720p superfast, plug-in and host / libx265 called directly, the same"),

@@ -2,7 +2,10 @@
 //
 //   qvs-plugin-probe describe FILE.so [--deadline MS]
 //   qvs-plugin-probe encode FILE.so [--codec 7|8|12] [--version N] [--size WxH] [--deadline MS]
+//   qvs-plugin-probe screen DEADLINE_MS FILE.so...
 //
+// "screen" prints a line for each file that crashes or hangs when it is loaded and asked for its version: the file, a tab and
+// what it does. Its exit code is 0 where it could ask them all.
 // "encode" makes a session too: ten pictures through an encoder, a decoder is opened. Exit code 0: available, and what was
 // tried works; 1: not, and "state" and "reason" say why; 2: it was called wrongly.
 #include <cstdio>
@@ -17,7 +20,7 @@ using namespace qvs::probe;
 namespace {
 
 constexpr int kWorks = 0, kFails = 1, kUsage = 2;
-constexpr uint32_t kMostSide = 16384;
+constexpr uint32_t kMostSide = 16384, kMostDeadlineMs = 3'600'000;
 
 struct Command {
   ProbeRequest request;
@@ -40,7 +43,7 @@ bool readSize(const char* text, TrialSettings& settings) {
 
 bool readOption(const std::string& name, const char* value, Command& command) {
   TrialSettings& settings = command.request.settings;
-  if (name == "--deadline") return readNumber(value, 1, 3'600'000, command.deadlineMs);
+  if (name == "--deadline") return readNumber(value, 1, kMostDeadlineMs, command.deadlineMs);
   if (!command.request.tries) return false;
   if (name == "--codec") return readNumber(value, 0, 1000, settings.codec);
   if (name == "--version") return readNumber(value, 0, 1000, settings.codecVersion);
@@ -79,14 +82,30 @@ bool works(const std::string& document) {
          (!report.contains("trial") || report["trial"].value("works", false));
 }
 
+int screen(uint32_t deadlineMs, char** files) {
+  for (; *files != nullptr; ++files) {
+    const ProbeRequest request{*files, false, {}};
+    const Outcome outcome = runApart(std::chrono::milliseconds(deadlineMs),
+                                     [&](Steps& steps) { return written(probe(request, steps)); });
+    if (outcome.end == Outcome::End::kNotStarted) return kFails;
+    if (outcome.end != Outcome::End::kDone) std::printf("%s\t%s\n", *files, outcome.words.c_str());
+  }
+  return kWorks;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
+  if (uint32_t deadline = 0; count > 3 && std::strcmp(arguments[1], "screen") == 0 &&
+                             readNumber(arguments[2], 1, kMostDeadlineMs, deadline)) {
+    return screen(deadline, arguments + 3);
+  }
   Command command;
   if (!readCommand(count, arguments, command)) {
     std::fputs(
         "usage: qvs-plugin-probe describe FILE.so [--deadline MS]\n"
-        "       qvs-plugin-probe encode FILE.so [--codec N] [--version N] [--size WxH] [--deadline MS]\n",
+        "       qvs-plugin-probe encode FILE.so [--codec N] [--version N] [--size WxH] [--deadline MS]\n"
+        "       qvs-plugin-probe screen DEADLINE_MS FILE.so...\n",
         stderr);
     return kUsage;
   }

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "hardware/PluginScreen.h"
 #include "log/LogGlobalLogger.h"
 #include "video/decoders/hosts/VideoDecoderPluginHost.h"
 #include "video/encoders/hosts/VideoEncoderPluginHost.h"
@@ -20,17 +21,23 @@ constexpr int32_t kComputeCapabilityH264 = 48;
 constexpr int32_t kComputeCapabilityH265 = 82;
 constexpr int32_t kNvenc5DriverMajor = 346;
 
-using Answers = bool (*)(const std::string& path, uint32_t access, uint32_t* major, uint32_t* minor);
+/// A plug-in, whatever it is for: which file it is, and whether it works here.
+struct Plugin {
+  std::string (*file)(const std::string& path, uint32_t access);
+  bool (*answers)(const std::string& path, uint32_t access, uint32_t* major, uint32_t* minor);
+};
+
+template <typename Host, const auto& kRow>
+constexpr Plugin kPlugin{
+    [](const std::string& path, uint32_t access) { return kRow.libraryIn(path, access); },
+    [](const std::string& path, uint32_t access, uint32_t* major, uint32_t* minor) {
+      return Host::isAvailable(kRow, path, access, nullptr, major, minor);
+    }};
 
 template <const PluginEncoderRow& kRow>
-bool encoderAnswers(const std::string& path, uint32_t access, uint32_t* major, uint32_t* minor) {
-  return VideoEncoderPluginHost::isAvailable(kRow, path, access, nullptr, major, minor);
-}
-
+constexpr Plugin kEncoder = kPlugin<VideoEncoderPluginHost, kRow>;
 template <const PluginDecoderRow& kRow>
-bool decoderAnswers(const std::string& path, uint32_t access, uint32_t* major, uint32_t* minor) {
-  return VideoDecoderPluginHost::isAvailable(kRow, path, access, nullptr, major, minor);
-}
+constexpr Plugin kDecoder = kPlugin<VideoDecoderPluginHost, kRow>;
 
 }  // namespace
 
@@ -38,39 +45,47 @@ bool decoderAnswers(const std::string& path, uint32_t access, uint32_t* major, u
 struct HardwareInspector::Probe {
   HardwareInfoPlugin HardwareInspector::*info;
   PathIndex path;
-  Answers answers;
+  Plugin plugin;
   uint32_t bits;
   uint32_t access = kHardwareAccessAny;
 };
 
-// In this order. A back end's second way to its hardware is tried where no library came by the first.
+// In this order, but for those that would take the process with them. A back end's second way to its hardware is tried where no library came by the first.
 void HardwareInspector::probePlugins() {
   using This = HardwareInspector;
   constexpr uint32_t kDrm = kHardwareAccessDrm;
   constexpr uint32_t kX11 = kHardwareAccessX11;
   // clang-format off
   static constexpr Probe kProbes[] = {
-      {&This::infoQuickSync, kQuickSyncPath, encoderAnswers<kEncoderH265QuickSync>, kQuickSyncEncodeH265, kDrm},
-      {&This::infoQuickSync, kQuickSyncPath, encoderAnswers<kEncoderH264QuickSync>, kQuickSyncEncodeH264, kDrm},
-      {&This::infoQuickSync, kQuickSyncPath, decoderAnswers<kDecoderH264QuickSync>, kQuickSyncDecodeH264, kDrm},
-      {&This::infoQuickSync, kQuickSyncPath, decoderAnswers<kDecoderMP2QuickSync>, kQuickSyncDecodeMP2, kDrm},
-      {&This::infoQuickSync, kQuickSyncPath, encoderAnswers<kEncoderH265QuickSync>, kQuickSyncEncodeH265, kX11},
-      {&This::infoQuickSync, kQuickSyncPath, encoderAnswers<kEncoderH264QuickSync>, kQuickSyncEncodeH264, kX11},
-      {&This::infoQuickSync, kQuickSyncPath, decoderAnswers<kDecoderH264QuickSync>, kQuickSyncDecodeH264, kX11},
-      {&This::infoQuickSync, kQuickSyncPath, decoderAnswers<kDecoderMP2QuickSync>, kQuickSyncDecodeMP2, kX11},
-      {&This::infoVAAPI, kVaapiPath, encoderAnswers<kEncoderH264VAAPI>, kVaapiEncodeH264},
-      {&This::infoVAAPI, kVaapiPath, encoderAnswers<kEncoderH265VAAPI>, kVaapiEncodeH265},
-      {&This::infoVAAPI, kVaapiPath, encoderAnswers<kEncoderVP9VAAPI>, kVaapiEncodeVP9},
-      {&This::infoX264, kNativePath, encoderAnswers<kEncoderH264X264>, 0},
-      {&This::infoX265, kNativePath, encoderAnswers<kEncoderH265X265>, 0},
-      {&This::infoAdvantechVega, kNativePath, encoderAnswers<kEncoderH26XAdvantechVega>, 0},
+      {&This::infoQuickSync, kQuickSyncPath, kEncoder<kEncoderH265QuickSync>, kQuickSyncEncodeH265, kDrm},
+      {&This::infoQuickSync, kQuickSyncPath, kEncoder<kEncoderH264QuickSync>, kQuickSyncEncodeH264, kDrm},
+      {&This::infoQuickSync, kQuickSyncPath, kDecoder<kDecoderH264QuickSync>, kQuickSyncDecodeH264, kDrm},
+      {&This::infoQuickSync, kQuickSyncPath, kDecoder<kDecoderMP2QuickSync>, kQuickSyncDecodeMP2, kDrm},
+      {&This::infoQuickSync, kQuickSyncPath, kEncoder<kEncoderH265QuickSync>, kQuickSyncEncodeH265, kX11},
+      {&This::infoQuickSync, kQuickSyncPath, kEncoder<kEncoderH264QuickSync>, kQuickSyncEncodeH264, kX11},
+      {&This::infoQuickSync, kQuickSyncPath, kDecoder<kDecoderH264QuickSync>, kQuickSyncDecodeH264, kX11},
+      {&This::infoQuickSync, kQuickSyncPath, kDecoder<kDecoderMP2QuickSync>, kQuickSyncDecodeMP2, kX11},
+      {&This::infoVAAPI, kVaapiPath, kEncoder<kEncoderH264VAAPI>, kVaapiEncodeH264},
+      {&This::infoVAAPI, kVaapiPath, kEncoder<kEncoderH265VAAPI>, kVaapiEncodeH265},
+      {&This::infoVAAPI, kVaapiPath, kEncoder<kEncoderVP9VAAPI>, kVaapiEncodeVP9},
+      {&This::infoX264, kNativePath, kEncoder<kEncoderH264X264>, 0},
+      {&This::infoX265, kNativePath, kEncoder<kEncoderH265X265>, 0},
+      {&This::infoAdvantechVega, kNativePath, kEncoder<kEncoderH26XAdvantechVega>, 0},
   };
   // clang-format on
+  std::vector<std::string> files;
+  for (const Probe& probe : kProbes) files.push_back(probe.plugin.file(getPath(probe.path), probe.access));
+  const auto unsafe = findUnsafePlugins(files);
+  for (const auto& [file, what] : unsafe) {
+    LogGlobalLogger::getLogger()->warn("HardwareInspector.inspect[{context}]: " + file + " is left out: it " +
+                                       what);
+  }
   for (const Probe& probe : kProbes) {
+    if (unsafe.contains(probe.plugin.file(getPath(probe.path), probe.access))) continue;
     HardwareInfoPlugin& info = this->*probe.info;
     if (probe.access == kX11 && (info.availableFlags & kDrm) != 0) continue;
     uint32_t major = 0, minor = 0;
-    if (!probe.answers(getPath(probe.path), probe.access, &major, &minor)) continue;
+    if (!probe.plugin.answers(getPath(probe.path), probe.access, &major, &minor)) continue;
     if (info.availableFlags == 0) {
       info.versionMajor = major;
       info.versionMinor = minor;

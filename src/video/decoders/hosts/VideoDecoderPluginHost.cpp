@@ -21,10 +21,6 @@ PluginStatusWords wordsOf(const PluginDecoderRow& row) {
   return {row.className, "QuickSync: ", nullptr};
 }
 
-std::string libraryOf(const PluginDecoderRow& row, const std::string& path, uint32_t hardwareAccess) {
-  return path + (hardwareAccess == kHardwareAccessX11 ? row.libraryX11 : row.library);
-}
-
 }  // namespace
 
 VideoDecoderPluginHost::VideoDecoderPluginHost(const PluginDecoderRow& hostRow) : row(hostRow) {
@@ -40,7 +36,7 @@ bool VideoDecoderPluginHost::isAvailable(const PluginDecoderRow& row, const std:
       row.label,
       [&] {
         const auto status = PluginSession<pluginVideoDecoder>::askVersion(
-            libraryOf(row, path, hardwareAccess), videoDecoderResolve, kPrefix, major, minor);
+            row.libraryIn(path, hardwareAccess), videoDecoderResolve, kPrefix, major, minor);
         if (!status) return false;
         logPluginStatus({loggerOrGlobal(logger), kLogContextVideoDecoder, 0}, wordsOf(row), {*status, {}},
                         kPluginLevelDebug);
@@ -59,7 +55,7 @@ void VideoDecoderPluginHost::setNativePath(char* path) {
 
 uint32_t VideoDecoderPluginHost::createDone() {
   return guarded(row.label, [&]() -> uint32_t {
-    const std::string path = libraryOf(row, nativePath, hardwareAccess);
+    const std::string path = row.libraryIn(nativePath, hardwareAccess);
     const std::string head = std::string(row.className) + ".createDone[{context}]: Loading shared library";
     if (!plugin.load(path, videoDecoderResolve, kPrefix)) {
       getLogger()->warn(kLogContextVideoDecoder, 0, head + " FAILED: " + path);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "contract/HardwareInfo.h"
 
@@ -19,6 +20,11 @@ struct PluginEncoderRow {
   uint32_t hardwareAccess = kHardwareAccessAny;  ///< at construction
   const char* libraryX11 = nullptr;  ///< taken with kHardwareAccessX11; null: there is one library
   bool tellsPath = false;            ///< the plug-in is told the directory of plug-ins
+
+  /// The library's file, of the directory `path`, for this HardwareAccess.
+  std::string libraryIn(const std::string& path, uint32_t access) const {
+    return path + (access == kHardwareAccessX11 && libraryX11 != nullptr ? libraryX11 : library);
+  }
 };
 
 /// Rows of the hosts, in the order of the docs.

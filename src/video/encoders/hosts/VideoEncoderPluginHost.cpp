@@ -53,19 +53,13 @@ void VideoEncoderPluginHost::logStatus(const PluginAnswer& answer, int32_t level
 
 // The library.
 
-std::string VideoEncoderPluginHost::libraryOf(const PluginEncoderRow& row, const std::string& path,
-                                              uint32_t hardwareAccess) {
-  const bool x11 = hardwareAccess == kHardwareAccessX11 && row.libraryX11 != nullptr;
-  return path + (x11 ? row.libraryX11 : row.library);
-}
-
 bool VideoEncoderPluginHost::isAvailable(const PluginEncoderRow& row, const std::string& path,
                                          uint32_t hardwareAccess, ILogger* logger, uint32_t* major,
                                          uint32_t* minor) {
   return guarded(
       row.label,
       [&] {
-        const auto status = Plugin::askVersion(libraryOf(row, path, hardwareAccess), videoEncoderResolve,
+        const auto status = Plugin::askVersion(row.libraryIn(path, hardwareAccess), videoEncoderResolve,
                                                kPrefix, major, minor);
         if (!status) return false;
         logPluginStatus({loggerOrGlobal(logger), kLogContextVideoEncoder, 0},
@@ -102,7 +96,7 @@ uint32_t VideoEncoderPluginHost::createDone() {
 }
 
 bool VideoEncoderPluginHost::loadPlugin() {
-  const std::string path = libraryOf(row, nativePath, hardwareAccess);
+  const std::string path = row.libraryIn(nativePath, hardwareAccess);
   const bool loaded = work->plugin.load(path, videoEncoderResolve, kPrefix);
   const std::string line =
       head("createDone") + "Loading shared library" + (loaded ? ": " : " FAILED: ") + path;

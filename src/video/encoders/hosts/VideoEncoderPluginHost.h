@@ -84,7 +84,6 @@ class VideoEncoderPluginHost : public VideoEncoderBase {
  private:
   using Plugin = PluginSession<pluginVideoEncoder>;
 
-  static std::string libraryOf(const PluginEncoderRow& row, const std::string& path, uint32_t hardwareAccess);
   PluginLogPlace place() const;
   std::string head(const char* operation) const;
   /// True for the first, second, fourth ... time, so that what comes with every picture doesn't fill the log.

@@ -13,6 +13,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.ValueSource;
 
 /** Inventories of folders with plug-ins that work, refuse, crash or hang: copies of one that does what its path says. */
 class InspectTest {
@@ -100,17 +101,14 @@ class InspectTest {
     assertLine(shipped, "80000", "preset", "long");
   }
 
-  @Test
-  void theDocumentOfAMachineWhoseDriverAborts() throws IOException {
-    folder = Files.createDirectories(root.resolve("aborts-on-load")).resolve("lib");
+  @ParameterizedTest
+  @ValueSource(strings = {"aborts-on-load", "hangs-in-version"})
+  void theDocumentOfAMachineWithABadDriver(String trouble) throws IOException {
+    folder = Files.createDirectories(root.resolve(trouble)).resolve("lib");
     root = folder.getParent();
     makeFolder();
     plugin("libqvs-vencoder-h264-x264.so");
-    Captured run = inspect(folder, "inspect", "--json");
-    assertEquals(1, run.code(), run.out());
-    assertEquals("", run.out());
-    assertEquals("qvs: the inventory crashed: libqvs-vencoder-h264-x264.so crashed while loading (Aborted): "
-        + "the driver is out of its mind\n", run.err());
+    assertEquals(new Captured(0, NO_CARDS, ""), inspect(folder, "inspect", "--json"));
   }
 
   /** What a driver that fails by script does to the inventory. The driver is a fake: no card has been asked. */
