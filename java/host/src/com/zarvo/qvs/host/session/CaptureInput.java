@@ -73,6 +73,8 @@ final class CaptureInput {
     owner.check(videoDecoderSetParameterValues(session, new NativeParameters().set(KEY_TELL_SIGNAL, 1).toArray()), what);
     owner.check(videoDecoderSetCaptureDevice(session, settings.device().id()), what);
     owner.check(videoDecoderInitialize(session), what);
+    // What the device lost before is not of this session.
+    deviceDroppedBefore = settings.device().figures().videoDroppedFrames;
   }
 
   /** The session's time of a picture that came with the device's, or {@link #NOT_SHOWN}. */

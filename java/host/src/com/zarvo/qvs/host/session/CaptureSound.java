@@ -26,6 +26,7 @@ final class CaptureSound implements AutoCloseable {
   private static final int ROUNDING_MS = 5;
   // Sound that stays behind the pictures for so long has stopped.
   private static final int PATIENCE_MS = 1000;
+  private static final int AHEAD_MS = 2000;
   private static final int MAX_SILENCE_SAMPLES = 1 << 15;
 
   private final NativeSession owner;
@@ -97,6 +98,8 @@ final class CaptureSound implements AutoCloseable {
 
   private void pass(CaptureInput pictures, AudioPath path) throws HostException, IOException {
     long at = block.timecode - pictures.deviceBaseMs() * info.sampleRate() / 1000;
+    // Beyond belief: it would be waited for in silence.
+    if (at - pictures.lastMs() * info.sampleRate() / 1000 > (long) info.sampleRate() * AHEAD_MS / 1000) return;
     long off = at - reached;
     byte[] data = block.buffer;
     if (Math.abs(off) > (long) info.sampleRate() * ROUNDING_MS / 1000) {

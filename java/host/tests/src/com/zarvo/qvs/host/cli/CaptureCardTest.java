@@ -37,21 +37,26 @@ class CaptureCardTest {
     Path report = folder.resolve("report.json");
     Captured run =
         Captured.run(
-            "capture", "Fake SDI (1)", "-o", out.toString(), "--duration", "12", "--hls-window", "20", "--report",
+            "capture", "Fake SDI (1)", "-o", out.toString(), "--duration", "9", "--hls-window", "20", "--report",
             report.toString(), "--no-contact-sheet", "--rendition", "160x128@300k,preset=ultrafast", "--rendition",
             "128x96@100k,preset=ultrafast,codec=h265,fps=12.5");
     assertEquals(0, run.code(), run.err());
     JsonObject told = JsonParser.parseString(Files.readString(report)).getAsJsonObject().getAsJsonObject("capture");
     boolean keptUp = told.get("droppedPictures").getAsInt() == 0 && told.get("deviceDroppedPictures").getAsInt() == 0;
-    assumeTrue(keptUp, "the machine is too busy for a card in real time");
     List<String> events = new ArrayList<>();
     for (JsonElement event : told.getAsJsonArray("events")) events.add(event.getAsJsonObject().get("event").getAsString());
-    assertEquals(List.of("cue", "signal lost", "signal back", "format changed"), events, run.err());
+    events.removeIf(event -> event.equals("pictures dropped"));
+    List<String> script = List.of("cue", "signal lost", "signal back", "format changed");
+    // Drops are told, so what misses without one is a fault.
+    assumeTrue(keptUp || events.equals(script), "the machine is too busy for a card in real time: " + run.err());
+    assertEquals(script, events, run.err());
+    assertEquals(25, told.get("slatePictures").getAsInt(), 12, "of a second");
     for (String size : List.of("160x128", "128x96")) {
       Path playlist = out.resolve("Fake-SDI-1_" + size).resolve(Container.PLAYLIST);
       String text = Files.readString(playlist);
       assertEquals(1, text.split("#EXT-X-CUE-OUT:30.000\n", -1).length - 1, text);
       assertTrue(text.contains("SCTE35-OUT=0xFC30") && text.contains("#EXT-X-CUE-OUT-CONT:"), text);
+      if (!keptUp) continue;
       assertTrue(subtitles(playlist).contains("HELLO WORLD"), size + ": " + subtitles(playlist));
       List<Double> times = Clips.times(playlist).stream().map(Double::parseDouble).sorted().toList();
       for (int i = 1; i < times.size(); i++)
