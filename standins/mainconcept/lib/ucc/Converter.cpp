@@ -52,8 +52,10 @@ Status Converter::transform(ucc_frame_t target, ucc_frame_t source, const ucc_co
   if (!frameIsSound(targetFormat, target) || !frameIsSound(sourceFormat, source)) return Status::kBadArgument;
   if (overlay && !overlayIsSound(*overlay, overlayFormat)) return Status::kBadArgument;
   if ((config.orientation & ~kKnownOrientations) != 0) return Status::kBadArgument;
-  if (config.source_rect && !narrowTo(*config.source_rect, *sourceFormat, source)) return Status::kBadArgument;
-  if (config.target_rect && !narrowTo(*config.target_rect, *targetFormat, target)) return Status::kBadArgument;
+  if (config.source_rect && !narrowTo(*config.source_rect, *sourceFormat, source))
+    return Status::kBadArgument;
+  if (config.target_rect && !narrowTo(*config.target_rect, *targetFormat, target))
+    return Status::kBadArgument;
 
   // From here on only memory can fail.
   const ColorPair colors =
