@@ -28,10 +28,11 @@ constexpr uint32_t kNvenc = kCudaNvencH264 | kCudaNvencOffline;
 
 // Tried top to bottom: what a host names is a preference, and any hardware serves.
 constexpr VODRow kRows[] = {
-    {1, &HardwareAvailability::quickSyncAvailable, kQuickSyncAvailable, PluginPath::kQuickSync, kMakeQuickSync},
-    {6, &HardwareAvailability::cudaAvailable, kNvenc, PluginPath::kNative, kMakeNvenc},
-    {kAnyImplementation, &HardwareAvailability::quickSyncAvailable, kQuickSyncAvailable, PluginPath::kQuickSync,
+    {1, &HardwareAvailability::quickSyncAvailable, kQuickSyncAvailable, PluginPath::kQuickSync,
      kMakeQuickSync},
+    {6, &HardwareAvailability::cudaAvailable, kNvenc, PluginPath::kNative, kMakeNvenc},
+    {kAnyImplementation, &HardwareAvailability::quickSyncAvailable, kQuickSyncAvailable,
+     PluginPath::kQuickSync, kMakeQuickSync},
     {kAnyImplementation, &HardwareAvailability::cudaAvailable, kNvenc, PluginPath::kNative, kMakeNvenc},
 };
 
@@ -40,9 +41,11 @@ constexpr Failure kNoTranscoder{.reason = "There is no hardware for off-line tra
 
 }  // namespace
 
-std::unique_ptr<IVODTranscoder> TranscoderSession::createVODTranscoder(const VODTranscoderVideoSettings& settings) {
+std::unique_ptr<IVODTranscoder> TranscoderSession::createVODTranscoder(
+    const VODTranscoderVideoSettings& settings) {
   for (const VODRow& row : kRows) {
-    const bool named = row.implementation == kAnyImplementation || row.implementation == settings.videoImplementation;
+    const bool named =
+        row.implementation == kAnyImplementation || row.implementation == settings.videoImplementation;
     if (!named || (availability.*row.word & row.bits) != row.bits) continue;
     std::unique_ptr<IVODTranscoder> made = row.make();
     made->setNativePath(pluginPath(row.path));
@@ -51,8 +54,8 @@ std::unique_ptr<IVODTranscoder> TranscoderSession::createVODTranscoder(const VOD
   return nullptr;
 }
 
-std::unique_ptr<IVODTranscoder> TranscoderSession::readyVODTranscoder(const char* label, JNIAllocator* allocator,
-                                                                      const VODTranscoderVideoSettings& settings) {
+std::unique_ptr<IVODTranscoder> TranscoderSession::readyVODTranscoder(
+    const char* label, JNIAllocator* allocator, const VODTranscoderVideoSettings& settings) {
   std::unique_ptr<IVODTranscoder> transcoder = createVODTranscoder(settings);
   if (transcoder == nullptr) {
     fail(label, kNoTranscoder);
@@ -64,7 +67,8 @@ std::unique_ptr<IVODTranscoder> TranscoderSession::readyVODTranscoder(const char
   return transcoder;
 }
 
-uint32_t TranscoderSession::vodTranscoderTranscodeFrames(JNIAllocator* allocator, VODTranscoderVideoSettings& settings,
+uint32_t TranscoderSession::vodTranscoderTranscodeFrames(JNIAllocator* allocator,
+                                                         VODTranscoderVideoSettings& settings,
                                                          const std::vector<VideoFrameEncoded>& inFrames,
                                                          std::vector<VideoFrameEncoded>& outFrames) {
   constexpr const char* kLabel = "TranscoderSession::vodTranscodeFrames";
@@ -74,7 +78,8 @@ uint32_t TranscoderSession::vodTranscoderTranscodeFrames(JNIAllocator* allocator
   });
 }
 
-uint32_t TranscoderSession::vodTranscoderGetCodecConfig(JNIAllocator* allocator, VODTranscoderVideoSettings& settings,
+uint32_t TranscoderSession::vodTranscoderGetCodecConfig(JNIAllocator* allocator,
+                                                        VODTranscoderVideoSettings& settings,
                                                         VideoFrameEncoded& codecConfigFrame) {
   constexpr const char* kLabel = "TranscoderSession::vodTranscoderGetCodecConfig";
   return guarded(kLabel, [&]() -> uint32_t {

@@ -84,7 +84,8 @@ void setOptions(AVCodecContext& context, const StillSetup& setup) {
   context.max_b_frames = setup.bFrames;
   context.thread_count = 1;
   context.colorspace = static_cast<AVColorSpace>(setup.matrix);
-  context.color_primaries = setup.matrix == 2 ? AVCOL_PRI_UNSPECIFIED : static_cast<AVColorPrimaries>(setup.matrix);
+  context.color_primaries =
+      setup.matrix == 2 ? AVCOL_PRI_UNSPECIFIED : static_cast<AVColorPrimaries>(setup.matrix);
   context.color_range = setup.fullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
   context.flags |= AV_CODEC_FLAG_QSCALE;
   context.global_quality = FF_QP2LAMBDA;
@@ -95,9 +96,11 @@ void setOptions(AVCodecContext& context, const StillSetup& setup) {
                ("log=-1:scenecut=0:qp=4:b-adapt=0:b-pyramid=none:bframes=" + bFrames).c_str(), 0);
   } else if (setup.codec == 12) {
     av_opt_set(context.priv_data, "preset", "ultrafast", 0);
-    av_opt_set(context.priv_data, "x265-params",
-               ("log-level=none:pools=none:frame-threads=1:repeat-headers=1:scenecut=0:qp=4:bframes=" + bFrames).c_str(),
-               0);
+    av_opt_set(
+        context.priv_data, "x265-params",
+        ("log-level=none:pools=none:frame-threads=1:repeat-headers=1:scenecut=0:qp=4:bframes=" + bFrames)
+            .c_str(),
+        0);
   }
 }
 
@@ -164,7 +167,8 @@ StillStream readStillStream(MediaStream& file, size_t limit) {
       at += length;
     }
     if (!prefixed) bytes = unit.bytes;
-    if (unit.frameType == 1 || stream.bytes.empty()) bytes.insert(bytes.begin(), header.begin(), header.end());
+    if (unit.frameType == 1 || stream.bytes.empty())
+      bytes.insert(bytes.begin(), header.begin(), header.end());
     const auto time = static_cast<int64_t>(unit.timecode);
     add(stream, std::move(bytes), time, time, unit.frameType == 1);
   }
@@ -182,7 +186,8 @@ ThumbnailerRequestData requestOf(uint32_t codec, StillStream& stream, size_t cou
 
 Still make(const ThumbnailerRequestData& request) {
   Still still;
-  still.status = Thumbnailer::videoDecoderGetVideoFrame(*Thumbnailer::codecOf(request.codec), request, still.data);
+  still.status =
+      Thumbnailer::videoDecoderGetVideoFrame(*Thumbnailer::codecOf(request.codec), request, still.data);
   return still;
 }
 

@@ -25,8 +25,9 @@ struct StillSetup {
 struct StillStream {
   static constexpr int kBarCount = 8;
   static constexpr int kStep = 8;
-  static constexpr uint8_t kBars[kBarCount][3] = {{191, 191, 191}, {191, 191, 0}, {0, 191, 191}, {0, 191, 0},
-                                                  {191, 0, 191},   {191, 0, 0},   {0, 0, 191},   {16, 16, 16}};
+  static constexpr uint8_t kBars[kBarCount][3] = {{191, 191, 191}, {191, 191, 0}, {0, 191, 191},
+                                                  {0, 191, 0},     {191, 0, 191}, {191, 0, 0},
+                                                  {0, 0, 191},     {16, 16, 16}};
 
   std::vector<MediaBytes> bytes;
   std::vector<ThumbnailerRequestPacketData> packets;  ///< over `bytes`, in decode order

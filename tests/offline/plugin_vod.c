@@ -71,7 +71,8 @@ QVS_PLUGIN_EXPORT int32_t zarvoVODTranscoder_transcode(void* session, VODTransco
   return 0;
 }
 
-QVS_PLUGIN_EXPORT int32_t zarvoVODTranscoder_getCodecConfig(void* session, VODTranscoderVideoSettings* settings,
+QVS_PLUGIN_EXPORT int32_t zarvoVODTranscoder_getCodecConfig(void* session,
+                                                            VODTranscoderVideoSettings* settings,
                                                             VideoFrameEncodedData* frame) {
   if (settings->videoProfile == FAIL) return 9;
   frame->jbuffer = array_of(session, settings->videoHeader, settings->videoHeaderLen);

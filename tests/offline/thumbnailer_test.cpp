@@ -48,12 +48,13 @@ TEST(Thumbnailer, GivesTheColorsThatTheStreamSays) {
         request.width = 128;
       }
       const Still still = make(request);
-      const std::string where = "codec " + std::to_string(setup.codec) + " matrix " + std::to_string(setup.matrix) +
-                                (setup.fullRange ? " full " : " narrow ") + (smaller ? "scaled" : "as it is");
+      const std::string where = "codec " + std::to_string(setup.codec) + " matrix " +
+                                std::to_string(setup.matrix) + (setup.fullRange ? " full " : " narrow ") +
+                                (smaller ? "scaled" : "as it is");
       EXPECT_EQ(still.status, 0u) << where;
       for (int bar = 0; bar < StillStream::kBarCount; ++bar) {
-        expectColor(still, (2 * bar + 1) * still.data.width / (2 * StillStream::kBarCount), still.data.height / 2,
-                    StillStream::kBars[bar], where + ", bar " + std::to_string(bar));
+        expectColor(still, (2 * bar + 1) * still.data.width / (2 * StillStream::kBarCount),
+                    still.data.height / 2, StillStream::kBars[bar], where + ", bar " + std::to_string(bar));
       }
     }
   }
@@ -101,11 +102,17 @@ TEST(ThumbnailPlacement, FollowsFitModeAndCrop) {
     EXPECT_TRUE(!placement->hasSource || placement->source == cases[i].source) << i;
     EXPECT_TRUE(!placement->hasTarget || placement->target == cases[i].target) << i;
   }
-  const ThumbnailerRequestData refused[] = {
-      wanted(1, 0, 10),          wanted(1, 10, -1),          wanted(4, 16385, 10),           wanted(2, INT32_MAX, 0),
-      wanted(5, 9, 9, {640, 0}), wanted(5, 9, 9, {1, 0, -1}), wanted(5, 9, 9, {INT32_MAX, INT32_MAX}),
-      wanted(3, 0, 0),           wanted(5, 9, 9, {0, 0, 241, 241})};
-  for (size_t i = 0; i < std::size(refused); ++i) EXPECT_FALSE(placeThumbnail(frame, refused[i]).has_value()) << i;
+  const ThumbnailerRequestData refused[] = {wanted(1, 0, 10),
+                                            wanted(1, 10, -1),
+                                            wanted(4, 16385, 10),
+                                            wanted(2, INT32_MAX, 0),
+                                            wanted(5, 9, 9, {640, 0}),
+                                            wanted(5, 9, 9, {1, 0, -1}),
+                                            wanted(5, 9, 9, {INT32_MAX, INT32_MAX}),
+                                            wanted(3, 0, 0),
+                                            wanted(5, 9, 9, {0, 0, 241, 241})};
+  for (size_t i = 0; i < std::size(refused); ++i)
+    EXPECT_FALSE(placeThumbnail(frame, refused[i]).has_value()) << i;
 }
 
 TEST(Thumbnailer, CutsAndPaintsBarsWhereTheRequestSaysSo) {
@@ -135,14 +142,17 @@ TEST(Thumbnailer, PicksThePictureOfTheRun) {
       const Still still = make(request);
       EXPECT_FALSE(still.isEmpty());
       // Of the first bar; narrow luma of 191 is 180, and a step is stretched to full range.
-      return still.isEmpty() ? -1 : std::lround((191 - still.at(8, 48)[1]) / (StillStream::kStep * 255.0 / 219));
+      return still.isEmpty() ? -1
+                             : std::lround((191 - still.at(8, 48)[1]) / (StillStream::kStep * 255.0 / 219));
     };
     for (size_t count = 1; count <= stream.packets.size(); ++count) {
       ThumbnailerRequestData request = requestOf(codec, stream, count);
-      const int last = *std::max_element(stream.numbers.begin(), stream.numbers.begin() + static_cast<ptrdiff_t>(count));
+      const int last =
+          *std::max_element(stream.numbers.begin(), stream.numbers.begin() + static_cast<ptrdiff_t>(count));
       EXPECT_EQ(numberOf(request), last) << "codec " << codec << ", " << count << " packets";
       request.implementation = ThumbnailerRequestData::kPictureOfLastPacket;
-      EXPECT_EQ(numberOf(request), stream.numbers[count - 1]) << "codec " << codec << ", packet " << count - 1;
+      EXPECT_EQ(numberOf(request), stream.numbers[count - 1])
+          << "codec " << codec << ", packet " << count - 1;
     }
   }
 }
@@ -177,8 +187,8 @@ TEST(Thumbnailer, SurvivesWhatCannotBeServed) {
 
     // Settings of all kinds change nothing that a request could not ask for.
     request = requestOf(codec, stream);
-    request.cpuNum = request.smpMode = request.output8Bit = request.mvPrecision = request.dpbSize = request.ec =
-        request.loopFilter = request.accMode = INT32_MAX;
+    request.cpuNum = request.smpMode = request.output8Bit = request.mvPrecision = request.dpbSize =
+        request.ec = request.loopFilter = request.accMode = INT32_MAX;
     request.deinterlace = INT32_MIN;
     EXPECT_FALSE(make(request).isEmpty()) << codec;
     for (size_t at = 0; at < stream.bytes[0].size(); at += stream.bytes[0].size() / 12 + 1) {

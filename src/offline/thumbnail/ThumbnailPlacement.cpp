@@ -45,7 +45,8 @@ std::optional<Crop> cropOf(PixelSize frame, const ThumbnailerRequestData& reques
   if (std::none_of(std::begin(sides), std::end(sides), [](int32_t side) { return side > 0; })) {
     return Crop{whole, false};
   }
-  if (std::any_of(std::begin(sides), std::end(sides), [](int32_t side) { return side < 0; })) return std::nullopt;
+  if (std::any_of(std::begin(sides), std::end(sides), [](int32_t side) { return side < 0; }))
+    return std::nullopt;
   const PixelRect rect{sides[0], sides[2], whole.width - sides[0] - sides[1],
                        whole.height - sides[2] - sides[3]};
   if (rect.isEmpty()) return std::nullopt;

@@ -36,9 +36,12 @@ bufstream_tt* makeMpeg4(callbacks_t* callbacks) {
 
 constexpr ThumbnailerCodec kCodecs[] = {
     {"ThumbnailerH264::videoDecoderGetVideoFrame", kVideoCodecH264, makeAvc, true, SET_PIC_PTS, GET_LAST_PTS},
-    {"ThumbnailerMP4::videoDecoderGetVideoFrame", kVideoCodecMP4, makeMpeg4, true, SET_USER_DATA, GET_USER_DATAP},
-    {"ThumbnailerMP2::videoDecoderGetVideoFrame", kVideoCodecMPEG2, makeMpeg, true, SET_USER_DATA, GET_USER_DATAP},
-    {"ThumbnailerH265::videoDecoderGetVideoFrame", kVideoCodecH265, makeHevc, false, SET_PIC_PTS, GET_LAST_PTS},
+    {"ThumbnailerMP4::videoDecoderGetVideoFrame", kVideoCodecMP4, makeMpeg4, true, SET_USER_DATA,
+     GET_USER_DATAP},
+    {"ThumbnailerMP2::videoDecoderGetVideoFrame", kVideoCodecMPEG2, makeMpeg, true, SET_USER_DATA,
+     GET_USER_DATAP},
+    {"ThumbnailerH265::videoDecoderGetVideoFrame", kVideoCodecH265, makeHevc, false, SET_PIC_PTS,
+     GET_LAST_PTS},
 };
 
 /// A setting that is sent where the request has it.
@@ -78,7 +81,8 @@ int64_t timeOf(const ThumbnailerRequestPacketData& packet) {
 /// One request on its way through a decoder.
 class Run {
  public:
-  Run(const ThumbnailerCodec& codec, const ThumbnailerRequestData& request) : codec(codec), request(request) {}
+  Run(const ThumbnailerCodec& codec, const ThumbnailerRequestData& request)
+      : codec(codec), request(request) {}
 
   uint32_t make(ThumbnailerResponseData& response) {
     callbacks_t callbacks{};
@@ -183,13 +187,14 @@ class Run {
 }  // namespace
 
 const ThumbnailerCodec* Thumbnailer::codecOf(int32_t codec) {
-  const auto* found = std::find_if(std::begin(kCodecs), std::end(kCodecs), [codec](const ThumbnailerCodec& row) {
-    return row.codec == static_cast<uint32_t>(codec);
-  });
+  const auto* found = std::find_if(
+      std::begin(kCodecs), std::end(kCodecs),
+      [codec](const ThumbnailerCodec& row) { return row.codec == static_cast<uint32_t>(codec); });
   return found != std::end(kCodecs) ? found : nullptr;
 }
 
-uint32_t Thumbnailer::videoDecoderGetVideoFrame(const ThumbnailerCodec& codec, const ThumbnailerRequestData& request,
+uint32_t Thumbnailer::videoDecoderGetVideoFrame(const ThumbnailerCodec& codec,
+                                                const ThumbnailerRequestData& request,
                                                 ThumbnailerResponseData& response) {
   return guarded(codec.label, [&]() -> uint32_t { return Run(codec, request).make(response); });
 }

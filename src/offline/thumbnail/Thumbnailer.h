@@ -27,14 +27,16 @@ class Thumbnailer {
 
   /// 0; kFailure without a picture; else what `frameToRGBA` says. The packets are read where they lie and must not
   /// change meanwhile.
-  static uint32_t videoDecoderGetVideoFrame(const ThumbnailerCodec& codec, const ThumbnailerRequestData& request,
+  static uint32_t videoDecoderGetVideoFrame(const ThumbnailerCodec& codec,
+                                            const ThumbnailerRequestData& request,
                                             ThumbnailerResponseData& response);
 };
 
 /// A class a codec.
 template <uint32_t Codec>
 struct ThumbnailerOf {
-  static uint32_t videoDecoderGetVideoFrame(const ThumbnailerRequestData& request, ThumbnailerResponseData& response) {
+  static uint32_t videoDecoderGetVideoFrame(const ThumbnailerRequestData& request,
+                                            ThumbnailerResponseData& response) {
     return Thumbnailer::videoDecoderGetVideoFrame(*Thumbnailer::codecOf(Codec), request, response);
   }
 };

@@ -25,8 +25,8 @@ constexpr int kMatrixLast = 14;
 /// What a picture says, else what players take pictures of its height for.
 ucc_colorimetry_t colorsOf(const mc_pic_params_ex_t* told, uint32_t height) {
   const int32_t matrix = told != nullptr ? told->matrix_coefficients : MATRIX_COEFFICIENTS_UNSPECIFIED;
-  const bool isTold =
-      matrix > 0 && matrix <= kMatrixLast && matrix != MATRIX_COEFFICIENTS_UNSPECIFIED && matrix != kMatrixReserved;
+  const bool isTold = matrix > 0 && matrix <= kMatrixLast && matrix != MATRIX_COEFFICIENTS_UNSPECIFIED &&
+                      matrix != kMatrixReserved;
   const uint32_t usual = height >= kRowsOfHd ? MATRIX_COEFFICIENTS_BT709_6 : MATRIX_COEFFICIENTS_BT601_6;
   const bool full = told != nullptr && told->video_full_range == 1;
   // Primaries and transfer aren't converted.
@@ -63,8 +63,8 @@ ucc_rect_t uccRect(const PixelRect& rect) {
 }
 
 void viewOfResponse(const ThumbnailerResponseData& response, ucc_frame_t& view) {
-  initUCCFrame(&view, UCC_FORMAT_BGRA, static_cast<uint32_t>(response.width), static_cast<uint32_t>(response.height),
-               response.pictureData);
+  initUCCFrame(&view, UCC_FORMAT_BGRA, static_cast<uint32_t>(response.width),
+               static_cast<uint32_t>(response.height), response.pictureData);
   view.colorimetry.signal_range = PIC_SIGNAL_RANGE_FULL;
   view.progressive_frame_flag = 1;
 }

@@ -27,7 +27,8 @@ class ThumbnailerUtils {
  public:
   /// Takes the decoder's current picture where the bits of its parse state say that there is one; else kFailure, and
   /// the frame is as it was.
-  static uint32_t decoderToFrame(BufStreamDecoder& decoder, ThumbnailerFrame& frame, uint32_t flags, PixelSize size);
+  static uint32_t decoderToFrame(BufStreamDecoder& decoder, ThumbnailerFrame& frame, uint32_t flags,
+                                 PixelSize size);
 
   /// Makes the response's picture. kFailure without a picture, without memory, or where the request asks for what
   /// can't be made; 1, with a picture of zeroes, where there is no converter.

@@ -20,7 +20,8 @@ class IVODTranscoder {
   virtual ~IVODTranscoder() = default;
 
   /// `inFrames` in Annex B, borrowed. Appends what came of them, its bytes in arrays of the allocator.
-  virtual uint32_t transcode(VODTranscoderVideoSettings& settings, const std::vector<VideoFrameEncoded>& inFrames,
+  virtual uint32_t transcode(VODTranscoderVideoSettings& settings,
+                             const std::vector<VideoFrameEncoded>& inFrames,
                              std::vector<VideoFrameEncoded>& outFrames) = 0;
   /// The encoder's configuration as one frame.
   virtual uint32_t getCodecConfig(VODTranscoderVideoSettings& settings, VideoFrameEncoded& frame) = 0;

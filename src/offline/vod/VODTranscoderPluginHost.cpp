@@ -25,7 +25,8 @@ constexpr uint32_t kFramesHeld = 50;
 using FrameArray = std::unique_ptr<VideoFrameEncodedData[], FreeDeleter>;
 
 FrameArray frameArray(size_t count) {
-  return FrameArray(static_cast<VideoFrameEncodedData*>(std::calloc(std::max<size_t>(count, 1), kElementSize)));
+  return FrameArray(
+      static_cast<VideoFrameEncodedData*>(std::calloc(std::max<size_t>(count, 1), kElementSize)));
 }
 
 VODTranscoderPluginHost& of(void* host) {
@@ -108,7 +109,8 @@ uint32_t VODTranscoderPluginHost::transcode(VODTranscoderVideoSettings& settings
     uint32_t produced = room;
     const int32_t status =
         plugin.call(&pluginVODTranscoder::func_transcode, &settings, in.get(), count, out.get(), &produced);
-    if (produced > room) warn(fmt::format(".transcode[{{context}}]: {} frames in room for {}", produced, room));
+    if (produced > room)
+      warn(fmt::format(".transcode[{{context}}]: {} frames in room for {}", produced, room));
     uint32_t unsound = 0;
     for (uint32_t i = 0; i < std::min(produced, room); ++i) {
       if (!isSound(out[i])) {
@@ -122,7 +124,8 @@ uint32_t VODTranscoderPluginHost::transcode(VODTranscoderVideoSettings& settings
   });
 }
 
-uint32_t VODTranscoderPluginHost::getCodecConfig(VODTranscoderVideoSettings& settings, VideoFrameEncoded& frame) {
+uint32_t VODTranscoderPluginHost::getCodecConfig(VODTranscoderVideoSettings& settings,
+                                                 VideoFrameEncoded& frame) {
   if (!plugin.offers(&pluginVODTranscoder::func_getCodecConfig)) return kSuccess;
   VideoFrameEncodedData record{};
   const int32_t status = plugin.call(&pluginVODTranscoder::func_getCodecConfig, &settings, &record);

@@ -1,9 +1,9 @@
 // Off-line work: batches of stored packets through hardware that decodes and encodes by itself.
 #include <cstdlib>
 
-#include "session/JNIAllocator.h"
 #include "session/jni/NativeEntry.h"
 #include "session/jni/VODObjects.h"
+#include "session/JNIAllocator.h"
 
 namespace qvs {
 namespace {

@@ -18,7 +18,8 @@ void readCrop(JNIEnv* env, jobject request, jclass cls, int32_t (&crop)[4]) {
   const LocalRef<jobject> array = objectField(env, request, findField(env, cls, "crop", "[I"));
   uint32_t sides[4] = {};
   readIntArray(env, static_cast<jintArray>(array.get()), sides);
-  std::transform(std::begin(sides), std::end(sides), crop, [](uint32_t side) { return static_cast<int32_t>(side); });
+  std::transform(std::begin(sides), std::end(sides), crop,
+                 [](uint32_t side) { return static_cast<int32_t>(side); });
 }
 
 /// The whole capacity of a direct buffer; nothing of any other.
@@ -77,7 +78,8 @@ bool JavaThumbnailPackets::read(JNIEnv* env, jobject request, std::string& compl
   }
   fields.read(request, data);
   readCrop(env, request, cls.get(), data.crop);
-  const LocalRef<jobject> array = objectField(env, request, findField(env, cls.get(), "packets", kPacketArray));
+  const LocalRef<jobject> array =
+      objectField(env, request, findField(env, cls.get(), "packets", kPacketArray));
   return array && readPackets(env, static_cast<jobjectArray>(array.get()), complaint);
 }
 

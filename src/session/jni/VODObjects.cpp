@@ -45,8 +45,9 @@ bool JavaVODSettings::read(JNIEnv* env, jobject settings) {
   return header != nullptr;
 }
 
-MallocBytes VODBatch::makeBlock(JNIEnv* env, jbyteArray bytes, int64_t offset, int64_t len, uint32_t frameType,
-                                const VODTranscoderVideoSettings& settings, uint32_t& size) {
+MallocBytes VODBatch::makeBlock(JNIEnv* env, jbyteArray bytes, int64_t offset, int64_t len,
+                                uint32_t frameType, const VODTranscoderVideoSettings& settings,
+                                uint32_t& size) {
   const auto range = arrayRange(env, bytes, offset, len);
   if (!range || len < kFlvVideoHeader) return nullptr;
   const uint32_t head = annexBHeadLength(frameType, settings.videoHeaderLen);
@@ -57,8 +58,8 @@ MallocBytes VODBatch::makeBlock(JNIEnv* env, jbyteArray bytes, int64_t offset, i
   if (block == nullptr) return nullptr;
   writeAnnexBHead(frameType, {settings.videoHeader, settings.videoHeaderLen}, block.get());
   uint8_t* units = block.get() + head;
-  env->GetByteArrayRegion(bytes, range->offset + static_cast<jsize>(kFlvVideoHeader), static_cast<jsize>(body),
-                          reinterpret_cast<jbyte*>(units));
+  env->GetByteArrayRegion(bytes, range->offset + static_cast<jsize>(kFlvVideoHeader),
+                          static_cast<jsize>(body), reinterpret_cast<jbyte*>(units));
   lengthsToStartCodes({units, body});
   size = static_cast<uint32_t>(whole);
   return block;
@@ -75,7 +76,8 @@ bool VODBatch::read(JNIEnv* env, jobjectArray packets, VODTranscoderVideoSetting
     JavaVODPacket values;
     fields.read(packet.get(), values);
     if (values.vodIsCodecConfig != 0) {
-      if (settings.vodPacketsIndexCodecConfig < 0) settings.vodPacketsIndexCodecConfig = values.vodPacketsIndex;
+      if (settings.vodPacketsIndexCodecConfig < 0)
+        settings.vodPacketsIndexCodecConfig = values.vodPacketsIndex;
       continue;
     }
     const LocalRef<jobject> array = objectField(env, packet.get(), fields.id(kVODPacket.index("buffer")));
@@ -87,8 +89,8 @@ bool VODBatch::read(JNIEnv* env, jobjectArray packets, VODTranscoderVideoSetting
       ++refused;
       continue;
     }
-    VideoFrameEncoded& frame =
-        frames.emplace_back(block.get(), size, values.timecode, values.timecodeOffset, values.frameType, false);
+    VideoFrameEncoded& frame = frames.emplace_back(block.get(), size, values.timecode, values.timecodeOffset,
+                                                   values.frameType, false);
     frame.setVODPacketsIndex(values.vodPacketsIndex);
     blocks.push_back(std::move(block));
   }
@@ -122,7 +124,8 @@ bool writeVODConfig(JNIEnv* env, jobject packet, const VideoFrameEncoded& frame)
   const RecordFields fields(env, cls.get(), kVODPacket);
   if (!fields.complete()) return false;
   fields.write(packet, packetOf(frame, true, -1));
-  env->SetObjectField(packet, fields.id(kVODPacket.index("buffer")), static_cast<jbyteArray>(frame.getJBuffer()));
+  env->SetObjectField(packet, fields.id(kVODPacket.index("buffer")),
+                      static_cast<jbyteArray>(frame.getJBuffer()));
   return true;
 }
 

@@ -5,14 +5,14 @@ extern "C" {
 
 /// Codes of `auxinfo(decoder, value, code, data, size)`. A code that a decoder doesn't know answers 1.
 enum {
-  PARSE_INIT = 0x10000,       ///< start of set-up; data: the decoder's configuration record, if it has one
+  PARSE_INIT = 0x10000,  ///< start of set-up; data: the decoder's configuration record, if it has one
   /// Audio decoders: data is the aud_bfr_tt to fill. Video decoders: parses what was fed since, a whole unit or,
   /// between PARSE_SEQ_HDR and INIT_FRAME_PARSER, bytes in search of a header; answers the state bits and clears
   /// them.
   PARSE_FRAMES = 0x10001,
-  PARSE_OPTIONS = 0x10002,    ///< option bits in `value`
-  GET_PARSE_STATE = 0x10003,  ///< answers the state bits
-  GET_SEQ_PARAMSP = 0x10004,  ///< data: address of a pointer to mc_seq_params_t; not 0: none yet
+  PARSE_OPTIONS = 0x10002,      ///< option bits in `value`
+  GET_PARSE_STATE = 0x10003,    ///< answers the state bits
+  GET_SEQ_PARAMSP = 0x10004,    ///< data: address of a pointer to mc_seq_params_t; not 0: none yet
   GET_PIC_PARAMSP = 0x10006,    ///< data: address of a pointer to the header of the frame now ready
   GET_PIC = 0x10007,            ///< writes a picture into the mc_frame_t in data; field selection in `value`
   SET_USER_DATA = 0x10008,      ///< attaches a record to the bytes fed next

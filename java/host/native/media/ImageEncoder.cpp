@@ -52,7 +52,8 @@ MediaStatus ImageEncoder::open(int width, int height) {
   frame_->quality = made->global_quality;
   status = MediaStatus::fromCode(av_frame_get_buffer(frame_.get(), 0), row.codec);
   converter_.reset(sws_getContext(width, height, AV_PIX_FMT_BGRA, width, height, row.pixels,
-                                  SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
+                                  SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr,
+                                  nullptr));
   if (!converter_) return MediaStatus::failure("pictures of that size can't be converted");
   if (status.ok()) codec_ = std::move(made);
   return status;

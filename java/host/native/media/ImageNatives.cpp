@@ -21,11 +21,12 @@ JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_media_ImageEncoder_create(JNIEnv
   return handleOf(encoder);
 }
 
-JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_ImageEncoder_encode(JNIEnv* env, jclass, jlong handle,
-                                                                               jobject pixels, jint width,
-                                                                               jint height) {
+JNIEXPORT jbyteArray JNICALL Java_com_zarvo_qvs_host_media_ImageEncoder_encode(JNIEnv* env, jclass,
+                                                                               jlong handle, jobject pixels,
+                                                                               jint width, jint height) {
   const auto* bytes = static_cast<const uint8_t*>(env->GetDirectBufferAddress(pixels));
-  if (!bytes || width <= 0 || height <= 0 || env->GetDirectBufferCapacity(pixels) < jlong{4} * width * height) {
+  if (!bytes || width <= 0 || height <= 0 ||
+      env->GetDirectBufferCapacity(pixels) < jlong{4} * width * height) {
     passed(env, MediaStatus::failure("the buffer doesn't hold the picture"));
     return nullptr;
   }

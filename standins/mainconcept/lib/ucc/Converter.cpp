@@ -56,7 +56,8 @@ Status Converter::transform(ucc_frame_t target, const ucc_frame_t& given, const 
     return Status::kBadArgument;
   ucc_frame_t part = given;
   if (config.source_rect && !narrowTo(*config.source_rect, *sourceFormat, part)) return Status::kBadArgument;
-  if (config.target_rect && !narrowTo(*config.target_rect, *targetFormat, target)) return Status::kBadArgument;
+  if (config.target_rect && !narrowTo(*config.target_rect, *targetFormat, target))
+    return Status::kBadArgument;
 
   // From here on only memory can fail.
   ucc_frame_t source = wholeOf(*sourceFormat, given, config.deinterlacing_method_idc);
