@@ -35,7 +35,7 @@ def _directory(folder, name, size, rate, sound):
 
 
 def measure(report, bin_folder, build_folder, work_folder, pairs, frames, seconds):
-    programs.collect(report, [[os.path.join(bin_folder, "qvs-bench-card"), "--pairs", str(pairs)]])
+    programs.collect(report, [[os.path.join(bin_folder, "qvs-bench-capture-card"), "--pairs", str(pairs)]])
     program = os.path.join(bin_folder, "qvs-bench-capture")
     probe = os.path.join(bin_folder, "qvs-bench-capture-probe")
     host = os.path.join(build_folder, "qvs-host")

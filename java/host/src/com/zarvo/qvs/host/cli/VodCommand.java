@@ -84,7 +84,11 @@ final class VodCommand implements Callable<Integer> {
       description = "For --slurm: how long its controller may not answer, 600 by default.")
   private int patience;
 
-  @Option(names = "--tries", paramLabel = "N", defaultValue = "3", description = "Of a task until the run fails, 3 by default.")
+  @Option(
+      names = "--tries",
+      paramLabel = "N",
+      defaultValue = "3",
+      description = "Of a task until the run fails, 3 by default.")
   private int tries;
 
   @Option(names = "--resume", description = "Go on with a run that did not end, with the same options.")
@@ -144,7 +148,8 @@ final class VodCommand implements Callable<Integer> {
     if (!where.slurm && (partition != null || !sbatch.isEmpty())) refuse("--partition and --sbatch go with --slurm");
     if (print != null && !print.equals(KUBERNETES)) refuse("--print takes " + KUBERNETES);
     Container format = wanted.format(Container.MP4);
-    if (!format.holdsVideo()) refuse("--format " + format.label() + " holds no pictures, which alone are cut: take transcode");
+    if (!format.holdsVideo())
+      refuse("--format " + format.label() + " holds no pictures, which alone are cut: take transcode");
   }
 
   private void refuse(String why) {

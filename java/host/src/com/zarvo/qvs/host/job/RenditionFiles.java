@@ -72,7 +72,8 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   /** Creates the files; called once the session stands, so that refused input leaves no trace. */
   void open(AudioPath audio, PacketLookahead feed) throws HostException, IOException {
     List<AudioOutput> sounds = new ArrayList<>();
-    for (int i = 0; audio != null && i < audio.renditions(); i++) sounds.add(AudioOutput.of(audio, i, feed, !renditions.isEmpty()));
+    for (int i = 0; audio != null && i < audio.renditions(); i++)
+      sounds.add(AudioOutput.of(audio, i, feed, !renditions.isEmpty()));
     open(sounds, firstPictureSeconds(feed));
   }
 

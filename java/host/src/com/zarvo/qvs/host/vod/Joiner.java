@@ -83,7 +83,8 @@ final class Joiner {
     }
     List<Long> coded = manifest.tasks.get(chunk.number()).result.coded();
     for (int i = 0; i < pictures.length; i++)
-      if (pictures[i] != coded.get(i)) throw new HostException("chunk " + (chunk.number() + 1) + ": pictures are missing in it");
+      if (pictures[i] != coded.get(i))
+        throw new HostException("chunk " + (chunk.number() + 1) + ": pictures are missing in it");
     return more;
   }
 

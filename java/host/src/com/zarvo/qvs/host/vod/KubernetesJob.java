@@ -8,7 +8,7 @@ import java.util.Map;
 
 /** The manifest of a Job of Kubernetes with an index a task, in JSON, which is YAML as well. */
 public final class KubernetesJob {
-  private static final String INDEX = "$(JOB_COMPLETION_INDEX)";
+  private static final String WORKER = "exec qvs vod-task \"$0\" \"$JOB_COMPLETION_INDEX\"";
   private static final int TRIES_A_TASK = 3;
 
   private KubernetesJob() {}
@@ -19,7 +19,7 @@ public final class KubernetesJob {
     container.put("name", "worker");
     container.put("image", "qvs:latest");
     container.put("workingDir", run.workingDirectory());
-    container.put("command", List.of("qvs", "vod-task", run.folder().toString(), INDEX));
+    container.put("command", List.of("sh", "-c", WORKER, run.folder().toString()));
     container.put("env", List.of(map("name", "LC_ALL", "value", "C.UTF-8")));
     container.put("resources", map("requests", map("cpu", "1", "memory", "1Gi")));
     Path shared = run.folder().getParent();

@@ -90,7 +90,9 @@ final class LocalCrew implements Crew {
       Thread.currentThread().interrupt();
     }
     String said = worker.lastLine.isEmpty() ? "" : ": " + worker.lastLine;
-    return (code > SIGNAL_CODE ? "its process was killed by signal " + (code - SIGNAL_CODE) : "its process ended with code " + code) + said;
+    boolean killed = code > SIGNAL_CODE;
+    return (killed ? "its process was killed by signal " + (code - SIGNAL_CODE) : "its process ended with code " + code)
+        + said;
   }
 
   @Override

@@ -42,7 +42,8 @@ final class PacketReplay implements AutoCloseable {
     this.file = file;
     this.sum = sum;
     this.unit = unit;
-    in = new DataInputStream(new BufferedInputStream(new DigestInputStream(Files.newInputStream(file), digest), BUFFER_BYTES));
+    DigestInputStream summed = new DigestInputStream(Files.newInputStream(file), digest);
+    in = new DataInputStream(new BufferedInputStream(summed, BUFFER_BYTES));
     boolean ready = false;
     try {
       if (in.readInt() != PacketFile.MAGIC) throw damaged();

@@ -14,7 +14,6 @@ import com.zarvo.qvs.host.media.MediaReader;
 import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
-import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
 import com.zarvo.qvs.host.session.FrameRateLimiter;
 import java.util.ArrayList;
@@ -79,7 +78,10 @@ final class Planner {
 
   private void add(MediaPacket packet) throws MediaException {
     boolean picture = packet.kind() == MediaKind.VIDEO;
-    long length = picture ? Math.round(1000 / video.frameRateOrDefault()) : reader.audio().timeBase().toMilliseconds(packet.duration());
+    long length =
+        picture
+            ? Math.round(1000 / video.frameRateOrDefault())
+            : reader.audio().timeBase().toMilliseconds(packet.duration());
     if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
     mediaMs = Math.max(mediaMs, packet.timecodeMs() - firstMs + length);
     // Containers keep empty packets where a live encoder dropped a picture.

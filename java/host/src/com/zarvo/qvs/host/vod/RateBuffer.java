@@ -11,8 +11,8 @@ import com.zarvo.qvs.host.model.VideoCodec;
  */
 final class RateBuffer {
   /**
-   * How full it is to be taken for where a chunk begins that is not the first. Encoders begin at nine tenths, and spend at once what
-   * is above this: that from chunk to chunk would be more than there is.
+   * How full it is to be taken for where a chunk begins that is not the first. Encoders begin at nine tenths, and spend
+   * at once what is above this: that from chunk to chunk would be more than there is.
    */
   static final int USUAL_PERCENT = 45;
 
@@ -81,8 +81,8 @@ final class RateBuffer {
    * @param steerable true where it can be told to take it for something else
    */
   record Facts(
-      double rate, double size, double start, boolean steerable, double firstSeconds, double lastSeconds, double change, double most,
-      double leastChange, double leastMost) {
+      double rate, double size, double start, boolean steerable, double firstSeconds, double lastSeconds,
+      double change, double most, double leastChange, double leastMost) {
 
     /** The least that the buffer holds on the way; below 0 it runs dry. */
     double least(double held) {

@@ -160,7 +160,8 @@ final class SlurmCrew implements Crew {
         continue;
       }
       String number = parts[0].substring(prefix.length());
-      if (!lists.containsKey(number)) lists.put(number, Files.exists(list(number)) ? Files.readAllLines(list(number)) : List.of());
+      if (!lists.containsKey(number))
+        lists.put(number, Files.exists(list(number)) ? Files.readAllLines(list(number)) : List.of());
       int at = Integer.parseInt(parts[1]);
       if (at < lists.get(number).size()) tasks.add(Integer.parseInt(lists.get(number).get(at)));
     }

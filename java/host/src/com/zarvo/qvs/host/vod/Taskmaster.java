@@ -71,7 +71,8 @@ final class Taskmaster {
       throw new HostException(folder.root() + ": interrupted; --resume goes on with what is done");
     Set<Integer> results = folder.results();
     working.removeIf(task -> results.contains(task) && isDoneNow(task));
-    for (Crew.Ended ended : crew.ended()) if (working.remove(ended.task()) && !isDoneNow(ended.task())) failed(ended, progress);
+    for (Crew.Ended ended : crew.ended())
+      if (working.remove(ended.task()) && !isDoneNow(ended.task())) failed(ended, progress);
     if (!waiting.isEmpty()) give();
     if (changed && System.nanoTime() - savedNs > SAVE_INTERVAL_MS * 1_000_000L) {
       folder.save(manifest);
@@ -96,7 +97,11 @@ final class Taskmaster {
   private boolean isDoneNow(int number) {
     Manifest.Task task = manifest.tasks.get(number);
     TaskResult result = folder.result(number);
-    boolean done = result != null && result.task() == number && result.run().equals(manifest.run) && result.bufferPercent().equals(task.bufferPercent);
+    boolean done =
+        result != null
+            && result.task() == number
+            && manifest.run.equals(result.run())
+            && result.bufferPercent().equals(task.bufferPercent);
     if (!done) return false;
     task.sum = result.sum();
     task.result = result;

@@ -198,7 +198,8 @@ public final class VodJob {
     if (!same) throw new HostException(job.input() + ": is not the file with which the run began");
     if (!found.arguments.equals(settings.arguments()) || found.chunkSeconds != settings.chunkSeconds())
       throw new HostException(
-          folder.root() + ": was begun with other options: --chunk " + found.chunkSeconds + " " + String.join(" ", found.arguments));
+          folder.root() + ": was begun with other options: --chunk " + found.chunkSeconds + " "
+              + String.join(" ", found.arguments));
     for (Manifest.Task task : found.tasks) task.settle();
     return found;
   }

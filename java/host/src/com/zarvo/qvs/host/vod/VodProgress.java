@@ -6,7 +6,7 @@ import java.util.Locale;
 import java.util.Set;
 import java.util.TreeSet;
 
-/** How far a run is, over all its workers, and how long it will take. Each task counts by the time of input that it takes. */
+/** How far a run is, over all its workers, and how long it will take. A task counts by the time of input that it takes. */
 final class VodProgress {
   private static final long LOOK_INTERVAL_NS = 1_000_000_000L;
   // Steps of more workers than these are not looked at one by one.
@@ -69,7 +69,8 @@ final class VodProgress {
     String where = machines.isEmpty() ? "" : " (" + named(machines) + ")";
     String left = speed > 0 ? ", " + time((totalMs() - doneMs) / 1000.0 / speed) + " left" : "";
     return String.format(
-        Locale.ROOT, "%d of %d chunks, %d at work%s, %.1fx%s", finished, manifest.plan.chunks().size(), working, where, speed, left);
+        Locale.ROOT, "%d of %d chunks, %d at work%s, %.1fx%s", finished, manifest.plan.chunks().size(), working, where,
+        speed, left);
   }
 
   private static String named(Set<String> machines) {

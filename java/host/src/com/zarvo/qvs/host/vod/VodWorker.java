@@ -106,13 +106,15 @@ public final class VodWorker {
         SessionSettings.Builder session = sessionSettings(choice).video(feed.reader()).excerpt(excerpt(chunk));
         try (TranscodeSession made = new TranscodeSession(session.build(), recorder, null)) {
           List<EncoderBackend> encoders = encoders(made, renditions);
+          List<Integer> percent = manifest.tasks.get(task).bufferPercent;
           List<RateBuffer> buffers = new ArrayList<>();
           for (int i = 0; i < renditions; i++)
-            buffers.add(RateBuffer.of(choice.renditions().get(i), encoders.get(i), manifest.tasks.get(task).bufferPercent.get(i)));
+            buffers.add(RateBuffer.of(choice.renditions().get(i), encoders.get(i), percent.get(i)));
           recorder.measure(buffers);
+          long startMs = chunk.number() == 0 ? plan.firstMs() : choice.source().toMilliseconds(chunk.fromPts());
           for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
             made.push(packet);
-            step(packet.timecodeMs() - Math.max(plan.firstMs(), choice.source().toMilliseconds(startOf(chunk))), made.frames());
+            step(packet.timecodeMs() - startMs, made.frames());
           }
           made.drain();
           if (!feed.isAsPlanned()) return false;
@@ -121,10 +123,6 @@ public final class VodWorker {
       }
     }
     return true;
-  }
-
-  private long startOf(Chunk chunk) {
-    return chunk.number() == 0 ? 0 : chunk.fromPts();
   }
 
   private SessionSettings.Builder sessionSettings(StreamChoice choice) {
@@ -156,7 +154,8 @@ public final class VodWorker {
       coded.add(recorder.pictures(i));
       if (session.encodedFrames(i) != recorder.pictures(i))
         throw new HostException(
-            settings.input() + ": " + session.encodedFrames(i) + " pictures went to the encoder and " + coded.get(i) + " came back");
+            settings.input() + ": " + session.encodedFrames(i) + " pictures went to the encoder and " + coded.get(i)
+                + " came back");
     }
     List<EncoderBackend> ended = encoders(session, buffers.size());
     List<RateBuffer.Facts> facts = new ArrayList<>();
@@ -208,7 +207,8 @@ public final class VodWorker {
           step(packet.timecodeMs() - plan.firstMs(), 0);
         }
         made.drain();
-        if (made.audio().frames() == 0) throw new HostException(settings.input() + ": no sound in it could be decoded");
+        if (made.audio().frames() == 0)
+          throw new HostException(settings.input() + ": no sound in it could be decoded");
         save(recorder, made, new Made(0, 0, made.audio().failures(), List.of(), List.of(), List.of(), null));
       } catch (AudioRefusedException e) {
         // Sound that nobody asked for must not keep the pictures from being made.

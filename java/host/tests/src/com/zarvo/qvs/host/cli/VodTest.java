@@ -45,7 +45,8 @@ class VodTest {
   void joinsLackNothing() throws Exception {
     Path straight = folder.resolve("straight");
     Captured run =
-        Captured.run("transcode", clip.toString(), "-o", straight.toString(), "--rendition", VodRun.RENDITION, "--no-contact-sheet");
+        Captured.run(
+            "transcode", clip.toString(), "-o", straight.toString(), "--rendition", VodRun.RENDITION, "--no-contact-sheet");
     assertEquals(0, run.code(), run.err());
     Path whole = straight.resolve(one.file().getFileName());
     assertEquals(Clips.times(whole), Clips.times(one.file()));
@@ -71,7 +72,9 @@ class VodTest {
     killed.await(".packets");
     ProcessHandle worker = VodRun.await(() -> controller.children().findFirst().orElse(null));
     worker.destroyForcibly();
-    ProcessHandle next = VodRun.await(() -> controller.children().filter(child -> child.pid() != worker.pid()).findFirst().orElse(null));
+    ProcessHandle next =
+        VodRun.await(
+            () -> controller.children().filter(child -> child.pid() != worker.pid()).findFirst().orElse(null));
     controller.destroyForcibly().waitFor();
     next.onExit().get();
     Path report = folder.resolve("killed.json");
