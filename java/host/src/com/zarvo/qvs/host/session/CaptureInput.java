@@ -28,7 +28,6 @@ final class CaptureInput {
   private static final long JUMP_MS = 2000;
   private static final long LOOK_NS = 20_000_000L;
   private static final long RETRY_NS = 1_000_000_000L;
-  private static final double RATE_TOLERANCE = 0.01;
 
   private final NativeSession owner;
   private final CaptureSettings settings;
@@ -48,9 +47,8 @@ final class CaptureInput {
   private boolean keyDue;
   private long countAtLoss;
   private long lostAtMs;
-  private int width;
-  private int height;
-  private double rate;
+  private Format format;
+  private Format candidate;
   private long dropped;
   private long deviceDropped;
   private long deviceDroppedBefore;
@@ -194,21 +192,28 @@ final class CaptureInput {
     return lastMs < 0 ? 0 : lastMs + Math.round(periodMs);
   }
 
+  // By the second picture of a kind: the last one before a change may have a form of both.
   private void noteFormat(TranscoderNativeVideoDecodeFrameInfo info) {
-    boolean same =
-        info.displayWidth == width && info.displayHeight == height && Math.abs(info.frameRate - rate) < RATE_TOLERANCE;
-    if (same) return;
-    String before = format();
-    boolean first = width == 0;
-    width = (int) info.displayWidth;
-    height = (int) info.displayHeight;
-    rate = info.frameRate;
-    if (rate > 0) periodMs = 1000 / rate;
-    if (!first) tell(CaptureEvent.Kind.FORMAT_CHANGED, nextMs(), before + " to " + format());
+    Format now = new Format((int) info.displayWidth, (int) info.displayHeight, info.frameRate);
+    if (now.equals(format)) {
+      candidate = null;
+      return;
+    }
+    if (format != null && !now.equals(candidate)) {
+      candidate = now;
+      return;
+    }
+    if (format != null) tell(CaptureEvent.Kind.FORMAT_CHANGED, nextMs(), format + " to " + now);
+    format = now;
+    candidate = null;
+    if (now.rate > 0) periodMs = 1000 / now.rate;
   }
 
-  private String format() {
-    return String.format(Locale.ROOT, "%dx%d at %.2f", width, height, rate);
+  private record Format(int width, int height, double rate) {
+    @Override
+    public String toString() {
+      return String.format(Locale.ROOT, "%dx%d at %.2f", width, height, rate);
+    }
   }
 
   private void lose(String why) throws HostException {
