@@ -130,7 +130,7 @@ TEST(DeckLinkDevice, PicturesGoOnWithoutASignalAndTheFirstGoodOneIsKey) {
     const bool lost = i >= 10 && i < 20;
     // On the card's grid; further on only where this machine is so slow that the wall clock has left the card behind.
     const uint64_t step = picture.getTimecode() - pictures[i - 1]->getVideoFrameBuffer()->getTimecode();
-    EXPECT_TRUE(step == 40 || ((i == 10 || i == 20) && step > 500 && step % 40 == 0 && step < 20000)) << step;
+    EXPECT_TRUE(step == 40 || (i >= 10 && i <= 20 && step > 500 && step % 40 == 0 && step < 20000)) << step;
     EXPECT_EQ(picture.getFlags() & 1, lost ? 1u : 0u);
     const Yuv color = colorAt(picture, 200, 200);
     EXPECT_NEAR(color.y, lost ? 8 : 126, 8);
@@ -153,8 +153,8 @@ TEST(DeckLinkDevice, PicturesGoOnWithoutASignalAndTheFirstGoodOneIsKey) {
 TEST(DeckLinkDevice, ACaptureDirectoryTakesThePlaceOfALostSignal) {
   CaptureDirectory slate;
   slate.writeMovie(0, 6);
-  CardRun run("frames=120;mode=hp50;events=lost@10,back@45", slate.device(0));
-  ASSERT_EQ(run.start("720p50"), 0u);
+  CardRun run("frames=120;mode=pal ;events=lost@5,pause:1500@10,back@14", slate.device(0));
+  ASSERT_EQ(run.start("PAL"), 0u);
   uint64_t last = 0;
   int slates = 0, cardsAfter = 0;
   within20s([&] {
@@ -163,13 +163,13 @@ TEST(DeckLinkDevice, ACaptureDirectoryTakesThePlaceOfALostSignal) {
       EXPECT_GT(picture.getTimecode(), last);
       last = picture.getTimecode();
       if (picture.getWidth() == 64) ++slates;
-      if (slates > 0 && picture.getWidth() == 1280) ++cardsAfter;
+      if (slates > 0 && picture.getWidth() == 720) ++cardsAfter;
     }
     return cardsAfter >= 5;
   });
   EXPECT_GT(slates, 3);
   EXPECT_GE(cardsAfter, 5);
-  EXPECT_EQ(run.device->getCaptureSessionInfo().videoFrameWidth, 1280u);
+  EXPECT_EQ(run.device->getCaptureSessionInfo().videoFrameWidth, 720u);
   EXPECT_THAT(run.log(), HasSubstr("Shutdown capture file source"));
 }
 
