@@ -9,6 +9,7 @@ namespace qvs {
 namespace {
 
 constexpr Failure kNoSettings{.reason = "The settings can't be read", .context = kLogContextOffline};
+constexpr Failure kNoEncoderRun{.reason = "There is no work behind this call", .context = kLogContextOffline};
 constexpr Failure kNoPackets{.reason = "The packets can't be read or written", .context = kLogContextOffline};
 
 Failure refusedPackets(uint32_t count) {
@@ -70,7 +71,9 @@ QVS_NATIVE(vodTranscoderGetCodecConfig)
   });
 }
 
-/// A hook without work behind it.
-QVS_NATIVE(vodEncoderRun)(JNIEnv*, jobject, jlong) {
-  return kEntryFailure;
+QVS_NATIVE(vodEncoderRun)(JNIEnv*, jobject, jlong classPtr) {
+  const auto refuse = [](TranscoderSession& session) -> jlong {
+    return failEntry(session, QVS_LABEL(vodEncoderRun), kNoEncoderRun);
+  };
+  return withSession(QVS_LABEL(vodEncoderRun), classPtr, refuse);
 }
