@@ -9,6 +9,8 @@ namespace qvs {
 namespace {
 
 constexpr Failure kNoSettings{.reason = "The settings can't be read", .context = kLogContextOffline};
+constexpr Failure kNoBatch{.reason = "There are no packets", .context = kLogContextOffline};
+constexpr Failure kNoEncoderRun{.reason = "There is no work behind this call", .context = kLogContextOffline};
 constexpr Failure kNoPackets{.reason = "The packets can't be read or written", .context = kLogContextOffline};
 
 Failure refusedPackets(uint32_t count) {
@@ -45,7 +47,9 @@ QVS_NATIVE(vodTranscoderTranscodeFrames)
 (JNIEnv* env, jobject, jlong classPtr, jobject settings, jobjectArray decodedFrames, jobject encodedFrames) {
   constexpr const char* kLabel = "TranscoderSessionNative::vodTranscodeFrames";
   return withSession(kLabel, classPtr, [&](TranscoderSession& session) -> jlong {
-    if (decodedFrames == nullptr || env->GetArrayLength(decodedFrames) < 1) return kEntryFailure;
+    if (decodedFrames == nullptr || env->GetArrayLength(decodedFrames) < 1) {
+      return failEntry(session, kLabel, kNoBatch);
+    }
     JavaVODSettings wanted;
     if (!wanted.read(env, settings)) return failEntry(session, kLabel, kNoSettings);
     VODBatch batch;
@@ -70,7 +74,9 @@ QVS_NATIVE(vodTranscoderGetCodecConfig)
   });
 }
 
-/// A hook without work behind it.
-QVS_NATIVE(vodEncoderRun)(JNIEnv*, jobject, jlong) {
-  return kEntryFailure;
+QVS_NATIVE(vodEncoderRun)(JNIEnv*, jobject, jlong classPtr) {
+  const auto refuse = [](TranscoderSession& session) -> jlong {
+    return failEntry(session, QVS_LABEL(vodEncoderRun), kNoEncoderRun);
+  };
+  return withSession(QVS_LABEL(vodEncoderRun), classPtr, refuse);
 }

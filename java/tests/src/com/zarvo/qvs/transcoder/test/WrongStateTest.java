@@ -34,8 +34,12 @@ class WrongStateTest {
         videoDecoderSetParameterValues videoEncoderBufferSetsCreate videoEncoderGetParameterValues
         videoEncoderPreprocessFrame videoEncoderSetParameterValues videoScalerCreate videoScalerFreeFrame
         videoScalerInitialize videoScalerSetFlags videoScalerSetImplementation
-      -1 Off-line transcoding is not built in
-        vodEncoderRun vodTranscoderGetCodecConfig vodTranscoderTranscodeFrames
+      -1 The settings can't be read
+        vodTranscoderGetCodecConfig
+      -1 There are no packets
+        vodTranscoderTranscodeFrames
+      -1 There is no work behind this call
+        vodEncoderRun
       -1 The audio frame's object lacks a field
         audioDecoderGetAudioFrame audioDecoderUpdateAudioFrame audioEncoderGetAudioFrame audioEncoderUpdateAudioFrame
       -1 The object for the number lacks its field
