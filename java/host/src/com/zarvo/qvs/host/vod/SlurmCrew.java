@@ -12,6 +12,7 @@ import java.util.Iterator;
 import java.util.List;
 import java.util.Map;
 import java.util.Set;
+import java.util.regex.Pattern;
 import java.util.stream.Collectors;
 
 /**
@@ -25,6 +26,8 @@ final class SlurmCrew implements Crew {
   private static final long GRACE_NS = 5_000_000_000L;
   private static final int MOST_TASKS = 1000;
   private static final String HELD = "held";
+  // A star behind it says that the node does not answer.
+  private static final Pattern USABLE = Pattern.compile("^(idle|mix|alloc|comp|plnd|resv)[^* ]* ");
 
   private final VodSettings.Slurm settings;
   private final WorkFolder folder;
@@ -36,6 +39,8 @@ final class SlurmCrew implements Crew {
   private final Map<Integer, Long> seenNs = new HashMap<>();
   private final Map<Integer, String> queuedIn = new HashMap<>();
   private final Set<String> bad = new HashSet<>();
+  private boolean running;
+  private long stuckNs = System.nanoTime();
 
   /** Finds what a former controller of this run has left in the queue. */
   SlurmCrew(VodSettings settings, WorkFolder folder, Manifest manifest) throws HostException, IOException {
@@ -133,6 +138,8 @@ final class SlurmCrew implements Crew {
     List<Ended> ended = new ArrayList<>();
     Set<Integer> queued = queued();
     if (queued == null) return ended;
+    if (running || queued.isEmpty()) stuckNs = System.nanoTime();
+    else checkNodes();
     long now = System.nanoTime();
     for (Iterator<Map.Entry<Integer, Long>> each = seenNs.entrySet().iterator(); each.hasNext(); ) {
       Map.Entry<Integer, Long> task = each.next();
@@ -145,11 +152,25 @@ final class SlurmCrew implements Crew {
     return ended;
   }
 
+  // After a controller has rolled back, numbers of jobs come twice and Slurm takes the nodes out: only people put them back.
+  private void checkNodes() throws HostException {
+    if (System.nanoTime() - stuckNs < settings.patienceSeconds() * 1_000_000_000L) return;
+    List<String> words = new ArrayList<>(nodesCommand());
+    words.set(words.indexOf("%N"), "%t %N %E");
+    String nodes = tool.run(words);
+    if (nodes == null || nodes.lines().anyMatch(line -> USABLE.matcher(line).find())) stuckNs = System.nanoTime();
+    else
+      throw new HostException(
+          "no node of Slurm has been able to work for " + settings.patienceSeconds() + " s ("
+              + nodes.lines().findFirst().orElse("there is none") + "); --resume goes on with what is done");
+  }
+
   /** Tasks of this run in the queue that will run or do; null where it does not answer now. */
   private Set<Integer> queued() throws HostException, IOException {
     String said =
         tool.run(List.of("squeue", "-h", "-r", "-u", System.getProperty("user.name"), "-o", "%j|%K|%F|%T|%r"));
     if (said == null) return null;
+    running = false;
     Set<Integer> tasks = new HashSet<>();
     Map<String, List<String>> lists = new HashMap<>();
     for (String line : said.lines().toList()) {
@@ -159,6 +180,7 @@ final class SlurmCrew implements Crew {
         tool.run(List.of("scancel", parts[2] + "_" + parts[1]));
         continue;
       }
+      running |= !parts[3].equals("PENDING");
       String number = parts[0].substring(prefix.length());
       if (!lists.containsKey(number))
         lists.put(number, Files.exists(list(number)) ? Files.readAllLines(list(number)) : List.of());
