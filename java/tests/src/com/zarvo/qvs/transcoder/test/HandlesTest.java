@@ -70,7 +70,9 @@ class HandlesTest {
   }
 
   private static boolean told(List<TranscoderLogStatement> lines, String name) {
-    String line = "TranscoderSessionNative." + name + "[{context}]: No session has this handle: ";
+    // One has another name in its lines.
+    String own = name.equals("vodTranscoderTranscodeFrames") ? "vodTranscodeFrames" : name;
+    String line = "TranscoderSessionNative." + own + "[{context}]: No session has this handle: ";
     return lines.stream().anyMatch(l -> l.statement.startsWith(line) && l.contextType == -1);
   }
 

@@ -96,9 +96,9 @@ class U30Test {
   void h263GoesIntoItsContainersInItsOwnSizes() throws Exception {
     for (String format : List.of("mp4", "flv", "mkv", "h263")) {
       run(
-          "", 0, "transcode", source.toString(), "-o", folder.resolve("h263").toString(), "--format", format,
+          "", 0, "transcode", source.toString(), "-o", folder.resolve(format).toString(), "--format", format,
           "--rendition", "352x288@500k,codec=h263,fit=stretch");
-      Path file = folder.resolve("h263/clip_352x288." + format);
+      Path file = folder.resolve(format + "/clip_352x288." + format);
       String shape =
           Clips.run(
               "ffprobe", "-v", "error", "-count_frames", "-show_entries", "stream=codec_name,codec_tag_string,nb_read_frames",
