@@ -1,4 +1,4 @@
-// Bytes between guard pages, and the list of all of them that the handler of bad accesses reads.
+// Bytes between guarded ranges, and the list of all of them that the handler of bad accesses reads.
 #include "common/GuardedBytes.h"
 
 #include <sys/mman.h>
@@ -19,11 +19,12 @@ GuardedBytes* newest = nullptr;
 GuardedBytes::GuardedBytes(const char* what, size_t size, Edge edge)
     : name(what), bytes(size), page(static_cast<size_t>(sysconf(_SC_PAGESIZE))) {
   room = size == 0 ? page : (size + page - 1) / page * page;
-  map = static_cast<uint8_t*>(mmap(nullptr, room + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  map =
+      static_cast<uint8_t*>(mmap(nullptr, room + 2 * kGuard, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
   if (map == MAP_FAILED) abort();
   open();
-  memset(map + page, kFill, room);
-  start = edge == kEnd ? map + page + room - size : map + page;
+  memset(map + kGuard, kFill, room);
+  start = edge == kEnd ? map + kGuard + room - size : map + kGuard;
   const std::lock_guard lock(listLock);
   before = newest;
   if (newest != nullptr) newest->after = this;
@@ -37,12 +38,12 @@ GuardedBytes::~GuardedBytes() {
     if (after != nullptr) after->before = before;
     if (newest == this) newest = before;
   }
-  munmap(map, room + 2 * page);
+  munmap(map, room + 2 * kGuard);
 }
 
 void GuardedBytes::protect(int protection, const char* because) {
   reason = because;
-  if (mprotect(map + page, room, protection) != 0) abort();
+  if (mprotect(map + kGuard, room, protection) != 0) abort();
 }
 
 void GuardedBytes::makeReadOnly(const char* because) {
@@ -58,7 +59,7 @@ void GuardedBytes::open() {
 }
 
 bool GuardedBytes::slackIntact() const {
-  for (const uint8_t* at = map + page; at != map + page + room; ++at) {
+  for (const uint8_t* at = map + kGuard; at != map + kGuard + room; ++at) {
     if ((at < start || at >= start + bytes) && *at != kFill) return false;
   }
   return true;
@@ -69,7 +70,7 @@ std::string GuardedBytes::describe(const void* address) {
   const auto* at = static_cast<const uint8_t*>(address);
   if (reinterpret_cast<uintptr_t>(address) < 0x10000) return "followed a null pointer";
   for (const GuardedBytes* one = newest; one != nullptr; one = one->before) {
-    if (at < one->map || at >= one->map + one->room + 2 * one->page) continue;
+    if (at < one->map || at >= one->map + one->room + 2 * kGuard) continue;
     if (at == one->handle()) return std::string("used as an address the handle of ") + one->name;
     if (at < one->start) return "touched memory in front of " + std::string(one->name);
     if (at >= one->start + one->bytes) {

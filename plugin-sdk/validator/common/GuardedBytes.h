@@ -6,14 +6,14 @@
 
 namespace qvs::validator {
 
-/// Bytes between two pages that nobody may touch. The process's handler of bad accesses knows all that exist, so that
+/// Bytes between two ranges that nobody may touch. The process's handler of bad accesses knows all that exist, so that
 /// it can say whose edge was crossed.
 class GuardedBytes {
  public:
   enum Edge { kEnd, kStart };
   static constexpr uint8_t kFill = 0xC5;
 
-  /// `what` is named in messages ("the picture") and outlives the bytes. They end at the upper page, or begin at the
+  /// `what` is named in messages ("the picture") and outlives the bytes. They end at the upper one, or begin at the
   /// lower one; the slack at the other edge holds kFill.
   GuardedBytes(const char* what, size_t size, Edge edge = kEnd);
   ~GuardedBytes();
@@ -23,7 +23,7 @@ class GuardedBytes {
   uint8_t* data() const { return start; }
   size_t size() const { return bytes; }
   /// An address that belongs to these bytes and that nobody can read or write.
-  void* handle() const { return map + room + page + page / 2; }
+  void* handle() const { return map + room + kGuard + page / 2; }
 
   /// From here on the bytes may be read, or not even that; `because` completes "touched ..." in messages.
   void makeReadOnly(const char* because);
@@ -42,6 +42,8 @@ class GuardedBytes {
   const char* name;
   const char* reason = nullptr;
   size_t bytes;
+  /// Wide enough to tell whose bytes a length is about that was believed.
+  static constexpr size_t kGuard = 1 << 20;
   size_t page;
   size_t room;
   uint8_t* map;
