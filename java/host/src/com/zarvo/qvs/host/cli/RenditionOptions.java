@@ -73,7 +73,7 @@ final class RenditionOptions {
       converter = Converters.OfContainer.class,
       description = {
         "mp4 (default for files), hls (default for devices; segments and playlists), mkv, ts: H.264, H.265 and AAC; flv: H.264 and AAC;",
-        "mp4, mkv and flv hold H.263 too, h263 nothing else; webm, ivf: VP8, VP9;",
+        "mp4 and mkv hold H.263 too, h263 nothing else; webm, ivf: VP8, VP9;",
         "for sound alone also ogg or aac."
       })
   private Container format;

@@ -42,7 +42,7 @@ public final class MediaWriter extends TrackWriter {
   public static MediaWriter create(
       Path target, Container container, List<? extends OutputTrack> tracks, boolean keepTimes) throws MediaException {
     Set<String> codecs = tracks.stream().map(OutputTrack::codecName).collect(Collectors.toSet());
-    return create(target, container.muxer(codecs), container.options(codecs), tracks, keepTimes);
+    return create(target, container.muxer(codecs), container.options(), tracks, keepTimes);
   }
 
   private static MediaWriter create(

@@ -11,7 +11,7 @@ public enum Container {
       "mp4",
       EnumSet.of(VideoCodec.H264, VideoCodec.H265, VideoCodec.VP9, VideoCodec.H263),
       EnumSet.of(AudioCodec.AAC, AudioCodec.OPUS)),
-  FLV("flv", EnumSet.of(VideoCodec.H264, VideoCodec.H263), EnumSet.of(AudioCodec.AAC)),
+  FLV("flv", EnumSet.of(VideoCodec.H264), EnumSet.of(AudioCodec.AAC)),
   HLS("hls", EnumSet.of(VideoCodec.H264, VideoCodec.H265), EnumSet.of(AudioCodec.AAC)),
   TS("mpegts", EnumSet.of(VideoCodec.H264, VideoCodec.H265), EnumSet.of(AudioCodec.AAC)),
   MKV(
@@ -99,9 +99,7 @@ public enum Container {
   }
 
   /** Settings of the muxer. */
-  public Map<String, String> options(Set<String> codecNames) {
-    // Its number is known to players, and to no paper.
-    if (this == FLV && codecNames.contains(VideoCodec.H263.codecName)) return Map.of("strict", "unofficial");
+  public Map<String, String> options() {
     if (this != MP4) return Map.of();
     // Edit lists count in the first's units; the usual millisecond would move sound against pictures by as much. The
     // index goes in front, so that players can start before they have all.
