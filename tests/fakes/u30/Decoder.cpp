@@ -121,7 +121,8 @@ U30D(uint32_t, addFrame)
   QVS_U30_CALL("u30d_addFrame");
   Decoder& decoder = *of(session);
   if (decoder.context == nullptr) return QVS_PLUGIN_INIT_DECODER;
-  av_new_packet(decoder.packet.get(), static_cast<int>(len));
+  av_packet_unref(decoder.packet.get());
+  if (av_new_packet(decoder.packet.get(), static_cast<int>(len)) < 0) return QVS_PLUGIN_ALLOCATE_BUFFER;
   std::memcpy(decoder.packet->data, buffer + offset, len);
   decoder.packet->pts = static_cast<int64_t>(timecode);
   decoder.waiting = true;
