@@ -44,6 +44,7 @@ endif()
 
 # What the sanitizer passes build: the tests labelled "outside", and those with threads.
 add_custom_target(qvs-outside-tests)
+add_custom_target(qvs-threads-tests)
 
 # qvs_add_test(NAME SOURCES a.cpp ... [LIBS target ...] [LABELS label ...] [TIMEOUT seconds])
 function(qvs_add_test name)
@@ -57,9 +58,11 @@ function(qvs_add_test name)
     set(ARG_TIMEOUT 300)
   endif()
   set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
-  if("outside" IN_LIST ARG_LABELS)
-    add_dependencies(qvs-outside-tests ${name})
-  endif()
+  foreach(label outside threads)
+    if("${label}" IN_LIST ARG_LABELS)
+      add_dependencies(qvs-${label}-tests ${name})
+    endif()
+  endforeach()
 endfunction()
 
 # qvs_probe_codecs(TARGET): a clock around the codec libraries and a counting allocator, read through tests/support.
