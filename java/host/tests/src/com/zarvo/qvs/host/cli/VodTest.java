@@ -69,7 +69,7 @@ class VodTest {
   void goesOnAfterKills() throws Exception {
     VodRun killed = new VodRun(clip, folder.resolve("killed"));
     Process controller = killed.start("--workers", "1");
-    killed.await(".packets");
+    killed.await(".result.json");
     ProcessHandle worker = VodRun.await(() -> controller.children().findFirst().orElse(null));
     worker.destroyForcibly();
     ProcessHandle next =
