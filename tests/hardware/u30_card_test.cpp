@@ -182,6 +182,21 @@ TEST_F(U30Card, GivesTheSamePicturesOnTheCardAndThroughTheHost) {
   }
 }
 
+TEST_F(U30Card, KeepsTimesWithTheirPicturesPastOneThatFails) {
+  fake_card_script("pipeline=2;u30s_scale@4=status:22");
+  CardLadder ladder(kFourCCYV12, {{kWidth, kHeight}});
+  std::vector<uint64_t> times;
+  ladder.look = [&](const VideoFrameBuffer&, const std::vector<uint32_t>& targets) {
+    const VideoFrameBuffer& frame = *ladder.getVideoEncoderBuffer(0, targets[0]);
+    times.push_back(frame.getTimecode());
+    EXPECT_GT(test::psnrOfPlane(frame, 'Y', static_cast<uint32_t>(frame.getTimecode() / 40)), 32.0);
+  };
+  ASSERT_TRUE(ladder.start(stream, kWidth, kHeight));
+  for (uint32_t i = 0; i < kFrames; ++i) ladder.feed(stream.packets[i], 40 * i);
+  for (int rest = 0; rest < 3; ++rest) ladder.finish();
+  EXPECT_THAT(times, ElementsAre(0, 40, 80, 160, 200, 240, 280));
+}
+
 TEST_F(U30Card, GetsEveryPictureBackWhateverBecomesOfIt) {
   const CardStream small = test::makeCardStream(64, 64, 4);
   std::mt19937 random(1);
