@@ -63,7 +63,7 @@ final class CaptureCommand implements Callable<Integer>, Interruptible {
   public Integer call() throws Exception {
     if (device == null) throw new ParameterException(spec.commandLine(), "Missing required parameter: 'DEVICE'");
     if (seconds != null && !(seconds > 0)) throw new ParameterException(spec.commandLine(), "--duration must be above 0");
-    ladder.refuseAudioTrack();
+    ladder.refuseThoseOfFiles();
     Path name = Path.of(fileName(device));
     JobSettings.Builder settings = ladder.settings(name, Container.HLS, USUAL_WINDOW, EncoderList.SOFTWARE);
     if (seconds != null) settings.maxMilliseconds(Math.round(seconds * 1000));

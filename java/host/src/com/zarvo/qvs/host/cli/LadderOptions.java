@@ -75,9 +75,10 @@ final class LadderOptions {
         .overwrite(overwrite ? Overwrite.ALWAYS : Console::mayReplace);
   }
 
-  /** Refuses an option that is of no use to devices. */
-  void refuseAudioTrack() {
+  /** Refuses options that devices don't take. */
+  void refuseThoseOfFiles() {
     refuse(wanted.choosesAudioTrack(), "--audio-track is for files: a device has one");
+    refuse(wanted.changesDeinterlacing(), "--deinterlace is for files: a card's interlaced pictures become whole ones");
   }
 
   private void refuse(boolean wrong, String text) {

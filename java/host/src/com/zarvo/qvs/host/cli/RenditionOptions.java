@@ -141,6 +141,10 @@ final class RenditionOptions {
     return audioTrack != null;
   }
 
+  boolean changesDeinterlacing() {
+    return deinterlace != Deinterlace.ON;
+  }
+
   /** Refuses what contradicts itself. */
   void check(CommandLine commandLine) {
     if (!(keyFrameSeconds > 0)) throw new ParameterException(commandLine, "--keyframes must be above 0");
