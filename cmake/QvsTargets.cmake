@@ -22,6 +22,8 @@ find_library(YUV_LIBRARY yuv REQUIRED)
 pkg_check_modules(RE2 REQUIRED IMPORTED_TARGET re2)
 
 add_library(qvs-options INTERFACE)
+# Everywhere, or what is precompiled without it would not be taken with it.
+target_compile_options(qvs-options INTERFACE -pthread)
 target_compile_options(qvs-options INTERFACE -Wall -Wextra -fno-strict-aliasing)
 target_compile_options(qvs-options INTERFACE
   "$<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast;-Wnon-virtual-dtor>")
@@ -46,13 +48,41 @@ endif()
 add_custom_target(qvs-outside-tests)
 add_custom_target(qvs-threads-tests)
 
+# qvs_test_program(TARGET): the options of a test program. What is tested is built as it ships; the test around it need
+# not be fast, nor does its own arithmetic need a watcher.
+function(qvs_test_program name)
+  target_link_libraries(${name} PRIVATE qvs-options GTest::gmock)
+  if(QVS_SANITIZE)
+    target_compile_options(${name} PRIVATE -O0 -fno-sanitize=undefined)
+  else()
+    target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
+  endif()
+endfunction()
+
+# Google Test's headers, which are most of what a test's compiler reads, compiled once.
+function(qvs_precompile_tests)
+  find_package(GTest REQUIRED)
+  file(WRITE ${CMAKE_BINARY_DIR}/precompiled-tests.cpp "")
+  add_library(qvs-precompiled-tests OBJECT ${CMAKE_BINARY_DIR}/precompiled-tests.cpp)
+  qvs_test_program(qvs-precompiled-tests)
+  # As for a program, which the compiler takes for another kind of code than a library's.
+  set_target_properties(qvs-precompiled-tests PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+  target_compile_options(qvs-precompiled-tests PRIVATE -fPIE -fpch-preprocess)
+  set(headers gmock/gmock.h gtest/gtest.h algorithm chrono filesystem fstream random thread)
+  list(TRANSFORM headers REPLACE "(.+)" "$<$<COMPILE_LANGUAGE:CXX>:<\\1$<ANGLE-R>>")
+  target_precompile_headers(qvs-precompiled-tests PRIVATE ${headers})
+endfunction()
+
 # qvs_add_test(NAME SOURCES a.cpp ... [LIBS target ...] [LABELS label ...] [TIMEOUT seconds])
 function(qvs_add_test name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE qvs-options ${ARG_LIBS} GTest::gmock GTest::gtest_main)
-  # What is tested is built as it ships; the test around it need not be.
-  target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
+  qvs_test_program(${name})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest_main)
+  if(TARGET qvs-precompiled-tests)
+    target_compile_options(${name} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fpch-preprocess>)
+    target_precompile_headers(${name} REUSE_FROM qvs-precompiled-tests)
+  endif()
   add_test(NAME ${name} COMMAND ${name})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 300)
