@@ -21,7 +21,8 @@ constexpr size_t kMostOutput = 64 * 1024;
 std::string probeBeside(const std::string& file) {
   const std::filesystem::path folder = std::filesystem::path(file).parent_path();
   const std::string installed = (folder / "qvs-plugin-probe").string();
-  return access(installed.c_str(), X_OK) == 0 ? installed : (folder.parent_path() / "bin/qvs-plugin-probe").string();
+  return access(installed.c_str(), X_OK) == 0 ? installed
+                                              : (folder.parent_path() / "bin/qvs-plugin-probe").string();
 }
 
 }  // namespace
