@@ -17,8 +17,12 @@ namespace {
 constexpr std::chrono::milliseconds kPerFile{3000}, kToStart{2000};
 constexpr size_t kMostOutput = 64 * 1024;
 
+// Installed it lies beside the plug-ins, in a build folder beside their folder.
 std::string probeBeside(const std::string& file) {
-  return (std::filesystem::path(file).parent_path().parent_path() / "bin/qvs-plugin-probe").string();
+  const std::filesystem::path folder = std::filesystem::path(file).parent_path();
+  const std::string installed = (folder / "qvs-plugin-probe").string();
+  return access(installed.c_str(), X_OK) == 0 ? installed
+                                              : (folder.parent_path() / "bin/qvs-plugin-probe").string();
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 package com.zarvo.qvs.host.cli;
 
 import com.zarvo.qvs.host.media.Interruption;
+import java.util.Set;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
+import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.ScopeType;
 
 /**
@@ -32,6 +34,9 @@ import picocli.CommandLine.ScopeType;
     })
 public final class Main implements Interruptible {
 
+  /** Commands that are sure to need the native libraries. */
+  private static final Set<String> NATIVE = Set.of("transcode", "capture");
+
   private final Interruption interruption = new Interruption();
 
   private Main() {}
@@ -45,14 +50,34 @@ public final class Main implements Interruptible {
     System.setProperty("java.awt.headless", "true");
     if (arguments.length == 0) arguments = new String[] {"--help"};
     Main main = new Main();
-    CommandLine commandLine = new CommandLine(main);
-    commandLine.setParameterExceptionHandler((e, given) -> fail(e.getMessage(), CommandLine.ExitCode.USAGE));
-    commandLine.setExecutionExceptionHandler((e, command, parsed) -> fail(Console.explain(e), CommandLine.ExitCode.SOFTWARE));
-    try (main.interruption) {
+    try (main.interruption;
+        WarmUp warmUp = WarmUp.start(NATIVE.contains(arguments[0]))) {
+      CommandLine commandLine = commandLine(main, arguments[0]);
+      commandLine.setParameterExceptionHandler((e, given) -> fail(warmUp, e.getMessage(), CommandLine.ExitCode.USAGE));
+      commandLine.setExecutionExceptionHandler(
+          (e, command, parsed) -> fail(warmUp, Console.explain(e), CommandLine.ExitCode.SOFTWARE));
       return commandLine.execute(arguments);
     } catch (OutOfMemoryError e) {
       return fail("out of memory", CommandLine.ExitCode.SOFTWARE);
     }
+  }
+
+  // Reading the options of all commands takes longer than a command needs to start: only those of the named one are.
+  private static CommandLine commandLine(Main main, String name) {
+    Command whole = Main.class.getAnnotation(Command.class);
+    for (Class<?> command : whole.subcommands()) {
+      if (!command.getAnnotation(Command.class).name().equals(name)) continue;
+      CommandSpec root = CommandSpec.wrapWithoutInspection(main).name(whole.name()).version(whole.version());
+      root.scopeType(whole.scope()).mixinStandardHelpOptions(true);
+      return new CommandLine(root).addSubcommand(name, command);
+    }
+    return new CommandLine(main);
+  }
+
+  // While the libraries start up, standard error is silenced.
+  private static int fail(WarmUp warmUp, String line, int code) {
+    warmUp.close();
+    return fail(line, code);
   }
 
   @Override

@@ -177,6 +177,7 @@ public final class CaptureJob implements LadderJob {
     if (session.frames() == 0) throw new HostException(settings.input() + ": ended before its first picture");
     files.finish(session);
     result.contactSheet = files.writeSheet();
+    result.firstPacketsMs = files.firstPacketsMs();
     result.renditions = files.results();
     result.audioRenditions = files.audioResults();
   }

@@ -11,6 +11,7 @@ import com.zarvo.qvs.host.session.DeviceEvent;
 import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.SessionLog;
 import java.nio.file.Path;
+import java.time.Instant;
 import java.util.ArrayList;
 import java.util.LinkedHashMap;
 import java.util.List;
@@ -36,6 +37,7 @@ public final class JobResult {
   long frames;
   long mediaMs;
   double wallSeconds;
+  long firstPacketsMs;
   Path contactSheet;
   PaceWatch pace;
   String inputTrouble;
@@ -239,6 +241,7 @@ public final class JobResult {
     report.put("audio", audio);
     report.put("leftOutAudio", leftOutAudio.stream().map(JobResult::toMap).toList());
     report.put("wallSeconds", wallSeconds);
+    if (firstPacketsMs > 0) report.put("firstPackets", Instant.ofEpochMilli(firstPacketsMs).toString());
     report.put("speed", speed());
     if (pace != null) {
       report.put("slowestSpeed", pace.slowest());

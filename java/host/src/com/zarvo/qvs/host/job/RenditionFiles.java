@@ -56,6 +56,8 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   private final List<Path> replaceable = new ArrayList<>();
   private final ContactSheet sheet;
   private final long[] keyFrames;
+  private int silent;
+  private long firstPacketsMs;
   private FileClock clock = FileClock.AS_GIVEN;
   private long lastFrameEnd = Long.MIN_VALUE / 2;
   private Path master;
@@ -66,6 +68,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     this.source = source;
     this.renditions = renditions;
     this.keyFrames = new long[renditions.size()];
+    this.silent = renditions.size();
     this.sheet = settings.contactSheet() == null || renditions.isEmpty() ? null : new ContactSheet(renditions);
   }
 
@@ -222,7 +225,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   @Override
   public void packet(int rendition, TranscoderPacket packet, long pts, long dts) throws HostException, IOException {
     boolean key = packet.frameType == RenditionPath.FRAME_KEY;
-    if (key) keyFrames[rendition]++;
+    if (key && keyFrames[rendition]++ == 0 && --silent == 0) firstPacketsMs = System.currentTimeMillis();
     OutputPacket coded = new OutputPacket(packet.buffer, packet.offset, (int) packet.len, pts, dts, 0, 0, key);
     writers.get(rendition).write(VIDEO_TRACK, clock.place(coded, source.timeBase()));
     if (isLive() && master == null && keyFrames[rendition] > 1) writeLiveMaster();
@@ -343,6 +346,11 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     return spec.frameRate() > 0 && spec.frameRate() < own.toDouble() || settings.deinterlace() == Deinterlace.DOUBLE
         ? new Rational(0, 1)
         : own;
+  }
+
+  /** When the last of the renditions got its first picture, by the wall clock; 0 before. */
+  public long firstPacketsMs() {
+    return firstPacketsMs;
   }
 
   /** Of pictures, once all is finished. */

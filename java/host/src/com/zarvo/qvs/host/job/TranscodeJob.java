@@ -149,6 +149,7 @@ public final class TranscodeJob implements LadderJob {
       throw new HostException(settings.input() + ": no sound in it could be decoded");
     files.finish(session);
     result.contactSheet = files.writeSheet();
+    result.firstPacketsMs = files.firstPacketsMs();
     result.finished(files.results(), files.audioResults());
   }
 

@@ -66,8 +66,10 @@ public final class NativeLibraries {
     return file;
   }
 
-  /** The program that looks at plug-ins; it lies beside the folder of the libraries. */
+  /** The program that looks at plug-ins: installed it lies among them, in a build folder beside theirs. */
   public static Path probe() throws HostException {
+    Path installed = directory().resolve("qvs-plugin-probe");
+    if (Files.exists(installed)) return installed;
     Path file = directory().resolveSibling("bin").resolve("qvs-plugin-probe");
     if (!Files.exists(file)) throw new HostException(file + " is not there, build it first");
     return file;
