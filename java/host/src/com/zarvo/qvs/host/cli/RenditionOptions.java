@@ -109,6 +109,14 @@ final class RenditionOptions {
   private VideoTuning.Preset preset;
 
   @Option(
+      names = "--realtime",
+      description = {
+        "Code the pictures of a file as those of a feed are: each at once, by a steady rate. Without it H.264 and H.265",
+        "look ahead, have B pictures, and take bits where they are needed, up to twice the rate."
+      })
+  private boolean realTime;
+
+  @Option(
       names = "--encoder",
       paramLabel = "NAME[,NAME]...",
       converter = Converters.OfEncoders.class,
@@ -164,6 +172,7 @@ final class RenditionOptions {
         .deinterlace(deinterlace)
         .frameRate(frameRate)
         .preset(preset)
+        .realTime(realTime)
         .encoderPolicy(EncoderPolicy.of(encoders == null ? usualEncoders : encoders).deadlineMs(Math.round(encoderDeadline * 1000)).build())
         .overlays(overlays)
         .format(format(usualFormat))

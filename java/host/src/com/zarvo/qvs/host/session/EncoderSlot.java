@@ -72,7 +72,8 @@ final class EncoderSlot {
     this.asynchronous = settings.parallel();
     this.replaceable = !list.isSoftwareAlone() || !owner.device().isSoftware();
     this.bitRate = spec.bitRate();
-    int poolFrames = replaceable ? POOL_FRAMES + DELAYED_FRAMES + spec.tuning().bFrames() : POOL_FRAMES;
+    int heldBack = DELAYED_FRAMES + spec.tuning().bFrames() + spec.tuning().lookAhead(spec.codec());
+    int poolFrames = replaceable ? POOL_FRAMES + heldBack : POOL_FRAMES;
     this.pending = new PendingPictures(poolFrames);
     this.setup = new EncoderSetup(owner, settings, index, poolFrames);
     openNext("");
