@@ -11,7 +11,7 @@ import java.util.stream.Collectors;
  * @param preset null for the codec's usual one
  * @param profile null lets the encoder choose
  * @param level ten times the level, 9 for 1b, 0 lets the encoder choose
- * @param bFrames pictures in a row that may be predicted from both sides; {@link #AS_USUAL} until settled
+ * @param bFrames pictures in a row that may be predicted from both sides, {@link #AS_USUAL} where that is open
  * @param planned true to look ahead and to let the rate vary, for what nobody waits for
  */
 public record VideoTuning(Preset preset, Profile profile, int level, int bFrames, boolean planned) {
@@ -21,6 +21,8 @@ public record VideoTuning(Preset preset, Profile profile, int level, int bFrames
   // What a player's buffer bridges: the rate may be twice the average, for as long as two seconds at that rate last.
   private static final int PEAK_PER_AVERAGE = 2;
   private static final int BUFFER_SECONDS = 2;
+  // Encoders count in 32 bits.
+  private static final long MAX_RATE = 2_000_000_000;
   private static final int LEVEL_1B = 9;
   private static final Set<Integer> H265_LEVELS = Set.of(10, 20, 21, 30, 31, 40, 41, 50, 51, 52, 60, 61, 62);
 
@@ -111,8 +113,19 @@ public record VideoTuning(Preset preset, Profile profile, int level, int bFrames
     Preset usual = wanted != null ? wanted : hevc ? Preset.SUPERFAST : Preset.VERYFAST;
     Preset taken = preset != null ? preset : usual;
     boolean planned = plan && codec.hasUnits();
-    int usualB = !planned || profile == Profile.BASELINE ? 0 : hevc ? taken.hevcBFrames : taken.bFrames;
-    return new VideoTuning(taken, profile, level, bFrames == AS_USUAL ? usualB : bFrames, planned);
+    return new VideoTuning(taken, profile, level, bFrames, planned);
+  }
+
+  /** Pictures in a row that a software encoder may predict from both sides, once settled. */
+  public int bFramesOf(VideoCodec codec) {
+    if (bFrames != AS_USUAL) return bFrames;
+    if (!planned || profile == Profile.BASELINE) return 0;
+    return codec == VideoCodec.H265 ? preset.hevcBFrames : preset.bFrames;
+  }
+
+  /** The same of a card's encoder, which has none unless asked for. */
+  public int bFramesOfCard() {
+    return Math.max(bFrames, 0);
   }
 
   /** Pictures that the encoder is to see before it codes one. */
@@ -122,12 +135,12 @@ public record VideoTuning(Preset preset, Profile profile, int level, int bFrames
 
   /** The highest rate in bits a second at which a player's buffer fills. */
   public long peak(long bitRate) {
-    return PEAK_PER_AVERAGE * bitRate;
+    return Math.min(PEAK_PER_AVERAGE * bitRate, MAX_RATE);
   }
 
   /** Bits in that buffer. */
   public long buffer(long bitRate) {
-    return BUFFER_SECONDS * peak(bitRate);
+    return Math.min(BUFFER_SECONDS * peak(bitRate), MAX_RATE);
   }
 
   /** The same with a stream's profile_idc (0: none) and level, as far as neither is asked for outright. */
