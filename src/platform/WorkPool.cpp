@@ -92,8 +92,12 @@ void WorkPool::serve() {
   while (true) {
     changed.wait(guard, [this] { return stopping || !queue.empty(); });
     if (queue.empty()) return;
-    Task* next = queue.front();
-    queue.erase(queue.begin());
+    // The one with most to do: work that is done in order must not wait for what others could do meanwhile.
+    const auto most = std::max_element(queue.begin(), queue.end(), [](const Task* left, const Task* right) {
+      return left->outstanding < right->outstanding;
+    });
+    Task* next = *most;
+    queue.erase(most);
     work(*next, guard);
   }
 }

@@ -42,7 +42,7 @@ class WorkPool {
   WorkPool(const WorkPool&) = delete;
   WorkPool& operator=(const WorkPool&) = delete;
 
-  /// Queues a task; one that isn't idle runs once more, behind what is queued then. First come, first served.
+  /// Queues a task; one that isn't idle runs once more. Most outstanding, first served; among equals first come.
   void submit(Task& task);
 
   /// Returns when at most `most` runs of the task are still to end, and how many these are. Meanwhile this thread

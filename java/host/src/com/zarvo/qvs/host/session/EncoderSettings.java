@@ -40,7 +40,7 @@ final class EncoderSettings {
   private static final int H264_FLUSH = 10201;
   private static final int H264_ASYNCHRONOUS_DEPTH = 10203;
   // One picture takes far longer to code than another: so many make up for it.
-  private static final int QUEUED = 4;
+  private static final int QUEUED = 2;
   private static final int H264_COLOR_CODE_POINTS = 10202;
   private static final int H263_KEY_DISTANCE = 60003;
   // Key pictures come where they are due; each part of a picture is to be coded whole once in so many.

@@ -76,7 +76,9 @@ final class EncoderSlot {
     int heldBack =
         DELAYED_FRAMES + spec.tuning().bFramesOf(spec.codec()) + spec.tuning().lookAhead(spec.codec())
             + EncoderSettings.threads(settings, index);
-    int poolFrames = POOL_FRAMES + EncoderSettings.queued(spec.codec(), spec.tuning()) + (replaceable ? heldBack : 0);
+    // One in work and one that is being made, beside those that wait.
+    int atHand = Math.max(POOL_FRAMES, 2 + EncoderSettings.queued(spec.codec(), spec.tuning()));
+    int poolFrames = atHand + (replaceable ? heldBack : 0);
     this.pending = new PendingPictures(poolFrames);
     this.setup = new EncoderSetup(owner, settings, index, poolFrames);
     openNext("");
