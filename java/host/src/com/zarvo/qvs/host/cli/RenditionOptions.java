@@ -137,7 +137,7 @@ final class RenditionOptions {
   @Option(
       names = "--no-parallel",
       description =
-          "Run all encoders on one thread instead of side by side; the output is the same, but H.265 may differ from run to run.")
+          "Run all encoders on one thread instead of side by side; bits of H.265, and of H.264 of files, may differ by it.")
   private boolean sequential;
 
   /** As asked for, else `usual`. */
