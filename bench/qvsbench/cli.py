@@ -2,7 +2,7 @@
 import argparse
 import os
 
-from qvsbench import audio, boundary, capture, card, cuda, ladder, offline, plugins, programs, quality, replacement, startup, vod, watch
+from qvsbench import audio, boundary, capture, card, cuda, files, ladder, offline, plugins, programs, quality, replacement, startup, vod, watch
 from qvsbench.report import Report
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -12,8 +12,7 @@ def main(description):
     parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("part", nargs="?", default="all",
                         choices=["all", "ladder", "quality", "picture", "plugins", "boundary", "audio", "replacement",
-                                 "watch", "cuda", "card", "capture", "offline",
-                                 "startup"])
+                                 "watch", "cuda", "card", "capture", "offline", "files", "startup"])
     parser.add_argument("--json", metavar="FILE", help="write the figures there too")
     parser.add_argument("--build", default=os.path.join(ROOT, "build/release"), help="build folder to measure")
     parser.add_argument("--pairs", type=int, default=7, help="alternating runs of each program (default 7)")
@@ -51,6 +50,8 @@ def main(description):
     if options.part in ("all", "offline"):
         offline.measure(report, bin_folder, options.build, work, options.pairs)
         vod.measure(report, options.build, work, options.pairs)
+    if options.part in ("all", "files"):
+        files.measure(report, options.build, work, options.pairs, options.frames)
     if options.part in ("all", "startup"):
         startup.measure(report, options.build, work, options.pairs)
     report.print()

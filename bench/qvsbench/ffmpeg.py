@@ -20,6 +20,10 @@ def _h264(spec, rung, threads):
             *(["-threads", str(threads)] if threads else [])]
 
 
+def _h264_file(_, rung, threads):
+    return ["-c:v", "libx264", "-preset", "veryfast", "-b:v", str(rung["bitrate"]), *(["-threads", str(threads)] if threads else [])]
+
+
 def _h265(spec, rung, threads):
     kbit = rung["bitrate"] // 1000
     pools = ":pools=none" if threads == 1 else ""
@@ -29,7 +33,7 @@ def _h265(spec, rung, threads):
             "-force_key_frames", f"expr:not(mod(n,{spec['key_frame_interval']}))", "-forced-idr", "1"]
 
 
-_ENCODERS = {"ivf": (_vp8, "ivf"), "264": (_h264, "h264"), "265": (_h265, "hevc")}  # by the rendition's extension
+_ENCODERS = {"ivf": (_vp8, "ivf"), "264": (_h264, "h264"), "264-file": (_h264_file, "mp4"), "265": (_h265, "hevc")}  # by the rendition's extension
 
 
 def ladder(spec, source, folder=None, threads=None, targets=None):

@@ -26,6 +26,11 @@ FIGURES = {
     "h264_ladder.allocations_per_frame": (None, 0, "beyond coded packets and the codecs' own, after warm-up"),
     **{f"h264_quality.{clip}_vs_x264_db": ("min", -0.05, "luma PSNR, session less x264 command line, equal size and preset")
        for clip in ("crowd", "bear", "sintel")},
+    "h264_file_ladder.psnr_vs_ffmpeg_db": ("min", -0.1, "luma PSNR, a file by default less ffmpeg's libx264 by default, worst rung, dB"),
+    "h264_file_ladder.ssim_vs_ffmpeg": ("min", -0.001, "luma SSIM, the same"),
+    "h264_file_ladder.cpu_vs_ffmpeg": ("max", 0.95, "CPU, 1080p file to 1080p, 720p, 360p through the host / one ffmpeg process"),
+    "h264_file_ladder.wall_vs_ffmpeg": ("max", 0.85, "wall time, the same"),
+    "h264_file_ladder.rss_vs_ffmpeg": ("max", 0.85, "peak resident memory, the same"),
     "scaler.yv12_1080_720_vs_zimg": ("max", 0.85, "1080p to 720p YV12, bicubic / zimg bicubic, same instruction set"),
     "picture.turn_vs_straight": ("max", 1.25, "1080p to 1080x1920 YV12, turned by a quarter / the same sizes unturned"),
     "picture.turn_720_vs_straight": ("max", 1.4, "1080p to 720x1280 YV12, turned by a quarter / to 1280x720"),

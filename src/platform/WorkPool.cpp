@@ -39,22 +39,25 @@ WorkPool::~WorkPool() {
 void WorkPool::submit(Task& task) {
   {
     std::lock_guard guard(mutex);
+    ++task.outstanding;
+    task.owner = std::this_thread::get_id();
+    if (task.state != Task::State::kIdle) return;
     queue.push_back(&task);
     task.state = Task::State::kQueued;
-    task.owner = std::this_thread::get_id();
   }
   changed.notify_one();
 }
 
-void WorkPool::wait(Task& task) {
+size_t WorkPool::wait(Task& task, size_t most) {
   std::unique_lock guard(mutex);
-  while (task.state != Task::State::kIdle) {
+  while (task.outstanding > most) {
     if (Task* own = takeOwn(task)) {
       work(*own, guard);
     } else {
       task.finished.wait(guard);
     }
   }
+  return task.outstanding;
 }
 
 WorkPool::Task* WorkPool::takeOwn(Task& task) {
@@ -75,6 +78,11 @@ void WorkPool::work(Task& task, std::unique_lock<std::mutex>& guard) {
   task.run();
   guard.lock();
   task.state = Task::State::kIdle;
+  if (--task.outstanding > 0) {
+    queue.push_back(&task);
+    task.state = Task::State::kQueued;
+    changed.notify_one();
+  }
   // Under the lock: the task may end as soon as its owner sees it idle.
   task.finished.notify_all();
 }
@@ -84,8 +92,12 @@ void WorkPool::serve() {
   while (true) {
     changed.wait(guard, [this] { return stopping || !queue.empty(); });
     if (queue.empty()) return;
-    Task* next = queue.front();
-    queue.erase(queue.begin());
+    // The one with most to do: work that is done in order must not wait for what others could do meanwhile.
+    const auto most = std::max_element(queue.begin(), queue.end(), [](const Task* left, const Task* right) {
+      return left->outstanding < right->outstanding;
+    });
+    Task* next = *most;
+    queue.erase(most);
     work(*next, guard);
   }
 }

@@ -14,7 +14,7 @@ namespace qvs {
 /// that waits for its task is one of them and works too. Long tasks so have a core to themselves.
 class WorkPool {
  public:
-  /// Work that is done again and again, once at a time.
+  /// Work that is done as often as it is submitted, once at a time.
   class Task {
    public:
     /// `run` must not throw.
@@ -28,8 +28,9 @@ class WorkPool {
 
     std::function<void()> run;
     std::condition_variable finished;
-    State state = State::kIdle;  ///< this and the next are guarded by the pool's mutex
+    State state = State::kIdle;  ///< this and the next two are guarded by the pool's mutex
     std::thread::id owner;       ///< who submitted it
+    size_t outstanding = 0;      ///< runs that are still to end
   };
 
   /// The process's pool, which lives while someone holds it.
@@ -41,12 +42,12 @@ class WorkPool {
   WorkPool(const WorkPool&) = delete;
   WorkPool& operator=(const WorkPool&) = delete;
 
-  /// Queues a task that is idle; first come, first served.
+  /// Queues a task; one that isn't idle runs once more. Most outstanding, first served; among equals first come.
   void submit(Task& task);
 
-  /// Returns when the task is idle. Meanwhile this thread works off tasks that it submitted itself: those of
-  /// others would hold it up for longer than it has to wait.
-  void wait(Task& task);
+  /// Returns when at most `most` runs of the task are still to end, and how many these are. Meanwhile this thread
+  /// works off tasks that it submitted itself: those of others would hold it up for longer than it has to wait.
+  size_t wait(Task& task, size_t most = 0);
 
  private:
   /// The task itself while it is queued, else the first of this thread's; null where there is none.

@@ -15,7 +15,7 @@ struct Counted {
   WorkPool::Task task{[this] { ++value; }};
 };
 
-TEST(WorkPool, RunsEveryTaskOnceAndIsDoneAfterTheWait) {
+TEST(WorkPool, RunsEveryTaskAsOftenAsSubmittedAndIsDoneAfterTheWait) {
   for (size_t threads : {0u, 1u, 3u}) {
     WorkPool pool(threads);
     std::vector<std::jthread> owners;
@@ -24,9 +24,11 @@ TEST(WorkPool, RunsEveryTaskOnceAndIsDoneAfterTheWait) {
         std::array<Counted, 3> counted;
         for (uint32_t round = 1; round <= 300; ++round) {
           for (auto& one : counted) pool.submit(one.task);
+          pool.submit(counted[1].task);
+          EXPECT_LE(pool.wait(counted[1].task, 1), 1u);
           for (auto& one : counted) {
-            pool.wait(one.task);
-            EXPECT_EQ(one.value, round);
+            EXPECT_EQ(pool.wait(one.task), 0u);
+            EXPECT_EQ(one.value, &one == &counted[1] ? 2 * round : round);
           }
         }
       });

@@ -25,6 +25,7 @@ constexpr int64_t kBitRateModeVariable = H264_VBR;
 constexpr int32_t kCpuAll = -1;
 constexpr int32_t kPictureRefused = 1;
 constexpr uint32_t kCheckOptions = 3;
+constexpr int64_t kMostWaiting = 64;
 
 struct Rates {
   int32_t target, peak, buffer;
@@ -160,8 +161,11 @@ uint32_t VideoEncoderH264::initialize() {
     flushed = refusalLogged = false;
     if (!openLibrary()) return kFailure;
     if (valueOf(kKeyAsynchronous, 0) != 0) {
+      const int64_t waiting = std::clamp<int64_t>(valueOf(kKeyAsynchronousDepth, 0), 0, kMostWaiting);
+      queues = waiting > 0;
       worker = std::make_unique<EncodeWorker<Job>>(
-          [this](const Job& job) { guarded("VideoEncoderH264::addFrame", [&] { encode(job); }); });
+          [this](const Job& job) { guarded("VideoEncoderH264::addFrame", [&] { encode(job); }); },
+          static_cast<size_t>(waiting) + 1);
     }
     return kSuccess;
   });
@@ -205,6 +209,10 @@ uint32_t VideoEncoderH264::addFrame(VideoFrameBuffer& frame, uint32_t frameType,
 }
 
 void VideoEncoderH264::encode(const Job& job) {
+  if (job.end) {
+    h264OutVideoDone(v_encoder, 0);
+    return;
+  }
   ++frameCount;
   // Products in 64 unsigned bits: a host's timecode may be any number.
   mc_sample_info_struct_t times{};
@@ -231,24 +239,33 @@ void VideoEncoderH264::refuse(const frame_tt& picture) {
            .c_str());
 }
 
+// Nobody waits for it before asking for its frames: several encoders so end side by side.
 void VideoEncoderH264::flush() {
-  finish();
   if (v_encoder == nullptr || flushed) return;
   flushed = true;
-  h264OutVideoDone(v_encoder, 0);
+  Job end;
+  end.end = true;
+  if (!worker) return encode(end);
+  worker->post(std::move(end));
 }
 
 void VideoEncoderH264::finish() {
   if (worker) worker->wait();
 }
 
+/// Waits for the frame in work, where others don't wait for it too.
+void VideoEncoderH264::settle() {
+  if (!worker) return;
+  queues && !flushed ? worker->letGo() : worker->wait();
+}
+
 uint32_t VideoEncoderH264::getEncodedFrameCount() {
-  finish();
+  settle();
   return bufferStream.getEncodedFrameCount();
 }
 
 uint32_t VideoEncoderH264::getEncodedFrames(std::vector<VideoFrameEncoded>& out) {
-  finish();
+  settle();
   return bufferStream.getEncodedFrames(out);
 }
 

@@ -28,7 +28,8 @@ struct ParameterValueEncoder {
 ///
 /// Keys from 10200 on are off by default: `asynchronous` (non-zero, before `initialize`: `addFrame` keeps the
 /// frame and returns while the work pool encodes it; `getEncodedFrames` waits for it; the units are the same
-/// to the bit), `flush` (any value: pictures held back for look-ahead or reordering come out with the next
+/// to the bit), `asynchronousDepth` (so many frames, beside the one in work, may then wait; `getEncodedFrames` hands out what
+/// is done and waits for nothing), `flush` (any value: pictures held back for look-ahead or reordering come out with the next
 /// `getEncodedFrames`; further pictures are then refused), `colorCodePoints` (an array of four in the order
 /// of `mc_colorimetry_t`: colors that no description of keys 10134 and 10135 names; it outranks both).
 class VideoEncoderH264 : public WithParameters<VideoEncoderH264, VideoEncoderBase> {
@@ -47,6 +48,7 @@ class VideoEncoderH264 : public WithParameters<VideoEncoderH264, VideoEncoderBas
   static constexpr uint32_t kKeyAsynchronous = 10200;
   static constexpr uint32_t kKeyFlush = 10201;
   static constexpr uint32_t kKeyColorCodePoints = 10202;
+  static constexpr uint32_t kKeyAsynchronousDepth = 10203;
 
   VideoEncoderH264();
   ~VideoEncoderH264() override;
@@ -75,14 +77,15 @@ class VideoEncoderH264 : public WithParameters<VideoEncoderH264, VideoEncoderBas
 
  private:
   struct Parameter;
-  /// The keys from kFirstKey on and the three opt-in ones.
-  static constexpr uint32_t kParameterCount = kKeyCount + 3;
+  /// The keys from kFirstKey on and the four opt-in ones.
+  static constexpr uint32_t kParameterCount = kKeyCount + 4;
 
   /// One frame on its way into the library.
   struct Job {
     frame_tt picture{};
     uint32_t frameType = 0;  ///< 1 requests a key frame
     uint64_t timecode = 0;   ///< milliseconds
+    bool end = false;        ///< no frame, but the end of the stream
     std::shared_ptr<VideoFrameBufferAllocation> hold;
   };
 
@@ -92,6 +95,7 @@ class VideoEncoderH264 : public WithParameters<VideoEncoderH264, VideoEncoderBas
   bool openLibrary();
   void closeLibrary();
   void encode(const Job& job);
+  void settle();
   void refuse(const frame_tt& picture);
   void flush();
   void warn(const char* text) const;
@@ -112,6 +116,7 @@ class VideoEncoderH264 : public WithParameters<VideoEncoderH264, VideoEncoderBas
   double frameRate = 30.0;
   uint32_t bitrate = 850000;
   mc_callbacks_t callbacks{};
+  bool queues = false;  ///< frames wait for the worker
   bool flushed = false;
   bool refusalLogged = false;                 ///< one line an encoder
   std::unique_ptr<EncodeWorker<Job>> worker;  ///< while asynchronous; it then has the library to itself

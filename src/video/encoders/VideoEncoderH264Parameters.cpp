@@ -139,6 +139,8 @@ struct VideoEncoderH264::Parameter {
         return kKeyCount + 1;
       case kKeyFlush:
         return kKeyCount + 2;
+      case kKeyAsynchronousDepth:
+        return kKeyCount + 3;
       default:
         return key - kFirstKey < kKeyCount ? key - kFirstKey : kParameterCount;
     }
@@ -290,6 +292,7 @@ const VideoEncoderH264::Parameter (&VideoEncoderH264::Parameter::table())[kParam
       {kKeyColorCodePoints, codePoints()},  // behind the descriptions, which it outranks
       {kKeyAsynchronous, own<kKeyAsynchronous, 0>()},
       {kKeyFlush, flushing()},
+      {kKeyAsynchronousDepth, own<kKeyAsynchronousDepth, 0>()},
   };
   static_assert([] {
     for (uint32_t i = 0; i < kParameterCount; ++i) {

@@ -190,6 +190,10 @@ TEST_P(EncoderContract, GivesTheSamePacketsToTheBitWhenAsynchronous) {
     for (const uint32_t poolSize : {1u, 3u})
       EXPECT_TRUE(encodeFromPool(Run(GetParam(), width, height, true), poolSize) == plain)
           << width << ", " << poolSize;
+    if (GetParam().codec != kVideoCodecH264) continue;
+    Run queueing(GetParam(), width, height, true);
+    queueing.set(VideoEncoderH264::kKeyAsynchronousDepth, 3);
+    EXPECT_TRUE(encodeFromPool(std::move(queueing), 5) == plain) << width << ", with pictures that wait";
   }
 }
 

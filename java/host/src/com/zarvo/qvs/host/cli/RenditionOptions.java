@@ -109,6 +109,14 @@ final class RenditionOptions {
   private VideoTuning.Preset preset;
 
   @Option(
+      names = "--realtime",
+      description = {
+        "Code the pictures of a file as those of a feed are: each at once, by a steady rate. Without it H.264 and H.265",
+        "look ahead, have B pictures, and take bits where they are needed, up to twice the rate."
+      })
+  private boolean realTime;
+
+  @Option(
       names = "--encoder",
       paramLabel = "NAME[,NAME]...",
       converter = Converters.OfEncoders.class,
@@ -129,7 +137,7 @@ final class RenditionOptions {
   @Option(
       names = "--no-parallel",
       description =
-          "Run all encoders on one thread instead of side by side; the output is the same, but H.265 may differ from run to run.")
+          "Run all encoders on one thread instead of side by side; bits of H.265, and of H.264 of files, may differ by it.")
   private boolean sequential;
 
   /** As asked for, else `usual`. */
@@ -164,6 +172,7 @@ final class RenditionOptions {
         .deinterlace(deinterlace)
         .frameRate(frameRate)
         .preset(preset)
+        .realTime(realTime)
         .encoderPolicy(EncoderPolicy.of(encoders == null ? usualEncoders : encoders).deadlineMs(Math.round(encoderDeadline * 1000)).build())
         .overlays(overlays)
         .format(format(usualFormat))

@@ -71,7 +71,7 @@ public final class CaptureJob implements LadderJob {
     if (source == null) throw new HostException(stage.device() + ": has no pictures");
     result.source = source;
     result.display = source.display();
-    List<RenditionSpec> renditions = RenditionPlan.of(settings, source, false);
+    List<RenditionSpec> renditions = RenditionPlan.of(settings, source, false, true);
     result.specs = renditions;
     RenditionPlan.check(settings, renditions);
     AudioSettings sound = sound();

@@ -25,6 +25,7 @@ public final class JobSettings {
   private Deinterlace deinterlace = Deinterlace.ON;
   private double frameRate;
   private VideoTuning.Preset preset;
+  private boolean realTime;
   private EncoderPolicy encoderPolicy = EncoderPolicy.SOFTWARE;
   private Device device = Device.SOFTWARE;
   private DecoderBackend decoder;
@@ -92,6 +93,11 @@ public final class JobSettings {
   /** Of H.264 and H.265 renditions that name none, null for the usual ones. */
   public VideoTuning.Preset preset() {
     return preset;
+  }
+
+  /** True to code pictures of files as they come, too. */
+  public boolean realTime() {
+    return realTime;
   }
 
   /** Which encoders there may be, and what becomes of one that fails. */
@@ -196,6 +202,11 @@ public final class JobSettings {
 
     public Builder preset(VideoTuning.Preset preset) {
       made.preset = preset;
+      return this;
+    }
+
+    public Builder realTime(boolean wanted) {
+      made.realTime = wanted;
       return this;
     }
 

@@ -10,20 +10,28 @@ import java.util.List;
 final class RenditionPlan {
   private RenditionPlan() {}
 
-  /** Those that were asked for, or the usual ones; `hidesAspect` says that the decoder cannot tell the source's aspect. */
-  static List<RenditionSpec> of(JobSettings settings, StreamInfo source, boolean hidesAspect) throws HostException {
+  /**
+   * Those that were asked for, or the usual ones.
+   *
+   * @param hidesAspect true where the decoder cannot tell the source's aspect
+   * @param live true where somebody waits for the pictures
+   */
+  static List<RenditionSpec> of(JobSettings settings, StreamInfo source, boolean hidesAspect, boolean live)
+      throws HostException {
     try {
-      return settled(settings, source, hidesAspect);
+      return settled(settings, source, hidesAspect, live);
     } catch (IllegalArgumentException e) {
       throw new HostException(e.getMessage());
     }
   }
 
-  private static List<RenditionSpec> settled(JobSettings settings, StreamInfo source, boolean hidesAspect) {
+  private static List<RenditionSpec> settled(
+      JobSettings settings, StreamInfo source, boolean hidesAspect, boolean live) {
+    boolean plan = !live && !settings.realTime() && settings.hlsWindow() == 0;
     List<RenditionSpec> wanted =
         settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
     return wanted.stream()
-        .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset()))
+        .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset(), plan))
         .map(spec -> spec.fittedTo(source.displayAspect(spec.crop())))
         .map(spec -> hidesAspect ? spec.withOwnBars(source.displayAspect()) : spec)
         .toList();

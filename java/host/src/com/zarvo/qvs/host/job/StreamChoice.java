@@ -32,7 +32,7 @@ public final class StreamChoice {
     if (selectStreams(reader)) {
       source = reader.video().upright();
       codec = VideoSource.codecOf(settings.input(), source);
-      renditions = RenditionPlan.of(settings, source, hidesAspect());
+      renditions = RenditionPlan.of(settings, source, hidesAspect(), reader.isLive());
     }
     RenditionPlan.check(settings, renditions);
   }

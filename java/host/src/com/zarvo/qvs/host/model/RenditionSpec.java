@@ -81,18 +81,24 @@ public record RenditionSpec(
     VideoTuning tuning =
         VideoTuning.parse(
             spec.get("preset", null), spec.get("profile", null), spec.get("level", null),
-            spec.getInt("bframes", 0, 0, VideoTuning.MAX_B_FRAMES));
+            spec.getInt("bframes", VideoTuning.AS_USUAL, 0, VideoTuning.MAX_B_FRAMES));
     if (codec != null) tuning.check(codec);
     return tuning;
   }
 
-  /** The same with everything settled that was left to the job. */
+  /** The same with everything settled that was left to the job, to be coded as pictures come. */
   public RenditionSpec settled(VideoCodec usualCodec, double usualFrameRate, VideoTuning.Preset usualPreset) {
+    return settled(usualCodec, usualFrameRate, usualPreset, false);
+  }
+
+  /** The same; `plan` where the encoder may hold pictures back. */
+  public RenditionSpec settled(
+      VideoCodec usualCodec, double usualFrameRate, VideoTuning.Preset usualPreset, boolean plan) {
     VideoCodec settled = codec != null ? codec : usualCodec;
     checkSize(settled);
     return new RenditionSpec(
         width, height, bitRate, settled, fit, frameRate > 0 ? frameRate : usualFrameRate, crop, padding,
-        tuning.settled(settled, usualPreset), encoders);
+        tuning.settled(settled, usualPreset, plan), encoders);
   }
 
   /** The same, coded otherwise. */

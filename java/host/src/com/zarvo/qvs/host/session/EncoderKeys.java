@@ -23,21 +23,29 @@ final class EncoderKeys {
 
   /** Plug-ins number what they have in common each in its own way; x265 has the software's keys of H.265. */
   private record Row(
-      int preset, int threads, int profile, boolean profileIsIdc, int level, int bFrames, int primaries, int transfer,
-      int matrix, int fullRange) {}
+      int preset, int threads, int frameThreads, int profile, boolean profileIsIdc, int level, int bFrames,
+      int lookAhead, int peak, int bufferSize, int primaries, int transfer, int matrix, int fullRange) {}
 
   private static final Map<EncoderBackend, Row> ROWS =
       Map.of(
-          EncoderBackend.X264, new Row(70000, 70013, 70002, false, 70003, 70010, 70021, 70022, 70023, 70024),
-          EncoderBackend.VAAPI, new Row(NONE, NONE, 110002, false, 110003, NONE, 110021, 110022, 110023, 110024),
-          EncoderBackend.NVENC, new Row(120000, NONE, 120002, false, 120003, 120010, 120021, 120022, 120023, 120024),
-          EncoderBackend.QUICKSYNC, new Row(NONE, NONE, 50012, true, 50013, 50009, 50017, 50018, 50019, 50020));
+          EncoderBackend.X264,
+          new Row(
+              70000, 70013, 70014, 70002, false, 70003, 70010, 70012, 70007, 70008, 70021, 70022, 70023, 70024),
+          EncoderBackend.VAAPI,
+          new Row(
+              NONE, NONE, NONE, 110002, false, 110003, NONE, NONE, NONE, NONE, 110021, 110022, 110023, 110024),
+          EncoderBackend.NVENC,
+          new Row(
+              120000, NONE, NONE, 120002, false, 120003, 120010, NONE, NONE, NONE, 120021, 120022, 120023, 120024),
+          EncoderBackend.QUICKSYNC,
+          new Row(
+              NONE, NONE, NONE, 50012, true, 50013, 50009, NONE, NONE, NONE, 50017, 50018, 50019, 50020));
 
   private EncoderKeys() {}
 
-  /** `kept` is the profile and level to go on with, null where there is none yet. */
+  /** `bitRate` is the one in force, `kept` the profile and level to go on with, null where there is none yet. */
   static TranscoderNativeParameterValue[] of(
-      EncoderBackend backend, SessionSettings settings, int index, StreamProfile kept) {
+      EncoderBackend backend, SessionSettings settings, int index, long bitRate, StreamProfile kept) {
     RenditionSpec spec = settings.renditions().get(index);
     boolean hevc = spec.codec() == VideoCodec.H265;
     VideoTuning tuning = spec.tuning();
@@ -46,10 +54,11 @@ final class EncoderKeys {
       tuning = tuning.keeping(hevc ? 0 : kept.profile(), hevc ? kept.level() / 3 : kept.level());
     Colors colors = settings.source().colors();
     NativeParameters keys = new NativeParameters();
+    int threads = EncoderSettings.threads(settings, index);
     Row row = ROWS.get(backend);
     long preset = backend == EncoderBackend.NVENC ? nvencPreset(tuning.preset()) : tuning.preset().ordinal();
-    if (row != null) add(keys, row, preset, tuning, colors, hevc);
-    else keys.setAll(EncoderSettings.of(spec.tunedTo(tuning), colors, settings.parallel()));
+    if (row != null) add(keys, row, preset, tuning, bitRate, threads, colors, hevc);
+    else keys.setAll(EncoderSettings.of(spec.tunedTo(tuning), bitRate, threads, colors, settings.parallel()));
     if (settings.excerpt() != null && row == null)
       keys.setAll(EncoderSettings.ofExcerpt(spec, settings.excerpt().bufferPercent().get(index)));
     if (backend.isPlugin(spec.codec())) keys.set(ASYNCHRONOUS, settings.parallel() ? 1 : 0);
@@ -66,14 +75,22 @@ final class EncoderKeys {
   }
 
   private static void add(
-      NativeParameters keys, Row row, long preset, VideoTuning tuning, Colors colors, boolean hevc) {
+      NativeParameters keys, Row row, long preset, VideoTuning tuning, long bitRate, int threads, Colors colors,
+      boolean hevc) {
     VideoTuning.Profile profile = tuning.profile();
     set(keys, row.preset, preset);
-    set(keys, row.threads, 1);
+    set(keys, row.threads, threads);
+    set(keys, row.frameThreads, threads > 1 ? 1 : 0);
     if (profile != null)
       set(keys, row.profile, !row.profileIsIdc ? profile.ordinal() + 1 : hevc ? HEVC_MAIN : profile.idc);
     if (tuning.level() != 0) set(keys, row.level, tuning.level());
-    set(keys, row.bFrames, tuning.bFrames());
+    VideoCodec codec = hevc ? VideoCodec.H265 : VideoCodec.H264;
+    set(keys, row.bFrames, row.lookAhead == NONE ? tuning.bFramesOfCard() : tuning.bFramesOf(codec));
+    if (tuning.planned()) {
+      set(keys, row.lookAhead, tuning.lookAhead(codec));
+      set(keys, row.peak, tuning.peak(bitRate));
+      set(keys, row.bufferSize, tuning.buffer(bitRate));
+    }
     set(keys, row.primaries, colors.primaries());
     set(keys, row.transfer, colors.transfer());
     set(keys, row.matrix, colors.matrix());

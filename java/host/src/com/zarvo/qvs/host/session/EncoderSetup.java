@@ -84,7 +84,7 @@ final class EncoderSetup {
 
   private boolean isSet(long bitRate, EncoderBackend backend, StreamProfile kept) {
     long session = owner.handle();
-    TranscoderNativeParameterValue[] parameters = EncoderKeys.of(backend, settings, index, kept);
+    TranscoderNativeParameterValue[] parameters = EncoderKeys.of(backend, settings, index, bitRate, kept);
     return videoEncoderSetDefaults(session, index, 0, 0) == 0
         && videoEncoderSetFrameSize(session, index, spec.width(), spec.height()) == 0
         && videoEncoderSetFrameRate(session, index, frameRate()) == 0

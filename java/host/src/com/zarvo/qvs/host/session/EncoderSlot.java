@@ -52,6 +52,7 @@ final class EncoderSlot {
   private final TreeMap<Long, Boolean> owed = new TreeMap<>();
   private final List<TranscoderPacket> packets = new ArrayList<>();
   private int place = -1;
+  private int endToldTo = -1;
   private boolean answered;
   private boolean keyIsDue;
   private long bitRate;
@@ -72,7 +73,12 @@ final class EncoderSlot {
     this.asynchronous = settings.parallel();
     this.replaceable = !list.isSoftwareAlone() || !owner.device().isSoftware();
     this.bitRate = spec.bitRate();
-    int poolFrames = replaceable ? POOL_FRAMES + DELAYED_FRAMES + spec.tuning().bFrames() : POOL_FRAMES;
+    int heldBack =
+        DELAYED_FRAMES + spec.tuning().bFramesOf(spec.codec()) + spec.tuning().lookAhead(spec.codec())
+            + EncoderSettings.threads(settings, index);
+    // One in work and one that is being made, beside those that wait.
+    int atHand = Math.max(POOL_FRAMES, 2 + EncoderSettings.queued(spec.codec(), spec.tuning()));
+    int poolFrames = atHand + (replaceable ? heldBack : 0);
     this.pending = new PendingPictures(poolFrames);
     this.setup = new EncoderSetup(owner, settings, index, poolFrames);
     openNext("");
@@ -162,15 +168,21 @@ final class EncoderSlot {
     return true;
   }
 
-  /** Ends the stream: the encoder gives what it holds back. */
+  /** Ends the stream: asks the encoder for what it holds back. */
+  void end() throws HostException {
+    endToldTo = place;
+    TranscoderNativeParameterValue[] end = EncoderKeys.endOfStream(encoder(), spec);
+    String what = owner.name() + ": the encoder of " + spec.sizeText() + " could not be told the end";
+    if (end.length > 0) owner.check(videoEncoderSetParameterValues(owner.handle(), index, end), what);
+  }
+
+  /** Waits for all that it held back at the end. */
   void flush() throws HostException, IOException {
     for (int used = -1; ; ) {
       if (used == place) recover(EncoderFault.STALL, "at the end it keeps " + pending.count() + " pictures");
       used = place;
-      TranscoderNativeParameterValue[] end = EncoderKeys.endOfStream(encoder(), spec);
-      String what = owner.name() + ": the encoder of " + spec.sizeText() + " could not be told the end";
-      if (end.length > 0) owner.check(videoEncoderSetParameterValues(owner.handle(), index, end), what);
-      if (end.length > 0 || replaceable) collect();
+      if (endToldTo != place) end();
+      collect();
       if (pending.count() == 0) return;
     }
   }
@@ -212,6 +224,7 @@ final class EncoderSlot {
     for (int i = 0; i < pending.count(); i++) owed.put(pending.time(i), pending.isKey(i));
     pending.clear();
     setup.forget();
+    endToldTo = -1;
     keyIsDue = true;
     if (left.hosts(encoder())) {
       fall(failure.fault(), failure.getMessage());

@@ -187,7 +187,12 @@ public final class RenditionPath {
     owner.output().packet(index, packet, pts, Math.min(dts, pts));
   }
 
-  /** Ends the stream: the encoder gives what it holds back. */
+  /** Ends the stream: asks the encoder for what it holds back. */
+  void end() throws HostException {
+    slot.end();
+  }
+
+  /** Passes that on, all of it. */
   void flush() throws HostException, IOException {
     slot.flush();
   }

@@ -286,6 +286,8 @@ public final class TranscodeSession implements AutoCloseable {
         if (!inScaler.isEmpty()) throw owner.broken(inScaler.size() + " pictures did not come out of the scaler");
         counters.damaged(damagedFrames());
         collect();
+        // All are told before one is waited for: they end side by side.
+        for (RenditionPath path : paths) path.end();
         for (RenditionPath path : paths) path.flush();
         done = true;
       } catch (DeviceFailure e) {

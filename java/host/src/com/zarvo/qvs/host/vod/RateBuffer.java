@@ -3,11 +3,13 @@ package com.zarvo.qvs.host.vod;
 import com.zarvo.qvs.host.model.EncoderBackend;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
+import com.zarvo.qvs.host.model.VideoTuning;
 
 /**
- * The buffer of a player that gets a rendition at its constant rate, over one chunk: how full it is at the end, and at
- * least, for whatever it held at the start. Filling up to a limit and taking out, one after the other, is the lesser of
- * two lines in what was there first, so four numbers hold a chunk of any length.
+ * The buffer of a player that gets a rendition at its constant rate, or at the highest one of a rate that varies, over
+ * one chunk: how full it is at the end, and at least, for whatever it held at the start. Filling up to a limit and taking
+ * out, one after the other, is the lesser of two lines in what was there first, so four numbers hold a chunk of any
+ * length.
  */
 final class RateBuffer {
   /**
@@ -47,10 +49,16 @@ final class RateBuffer {
    */
   static RateBuffer of(RenditionSpec spec, EncoderBackend encoder, int percent) {
     if (spec.codec() != VideoCodec.H264 && spec.codec() != VideoCodec.H265 || encoder.hardware) return null;
-    double rate = Math.floor((double) spec.bitRate() / BITS_A_STEP) * BITS_A_STEP;
+    VideoTuning tuning = spec.tuning();
+    double rate = whole(tuning.planned() ? tuning.peak(spec.bitRate()) : spec.bitRate());
     boolean own = encoder == EncoderBackend.SOFTWARE && spec.codec() == VideoCodec.H264;
-    double size = rate * (own ? SOFTWARE_SECONDS : PLUGIN_SECONDS);
+    double usual = rate * (own ? SOFTWARE_SECONDS : PLUGIN_SECONDS);
+    double size = tuning.planned() ? whole(tuning.buffer(spec.bitRate())) : usual;
     return new RateBuffer(rate, size, size * (own && percent > 0 ? percent / 100.0 : ENCODERS_START), own);
+  }
+
+  private static double whole(long bits) {
+    return Math.floor((double) bits / BITS_A_STEP) * BITS_A_STEP;
   }
 
   /** A picture is taken out at the time of its decoding. */

@@ -218,6 +218,40 @@ class H264Test {
     Beeps.assertSame(Beeps.in(source, 0).stream().map(t -> t + moved).toList(), Beeps.in(file, 0), format);
   }
 
+  /** A cut between two key instants gets no key picture of its own, which other renditions would not have. */
+  @ParameterizedTest
+  @CsvSource({"mp4,", "ts,", "mkv,x264", "mp4,x265"})
+  void picturesOfFilesAreHeldBackUnlessInRealTime(String format, String encoder) throws Exception {
+    Path source =
+        Clips.make(
+            "-f lavfi -i testsrc2=size=640x360:rate=30:duration=1.5 -f lavfi -i mandelbrot=size=640x360:rate=30"
+                + " -filter_complex concat -t 3 " + X264,
+            folder.resolve("cut.mp4"));
+    String more = encoder == null ? "" : ",encoder=" + encoder + (encoder.equals("x265") ? ",codec=h265" : "");
+    for (String way : List.of("planned", "realtime")) {
+      List<String> options = new ArrayList<>(List.of("--keyframes", "1", "--format", format));
+      if (way.equals("realtime")) options.add("--realtime");
+      for (String size : List.of("640x360@600k", "320x180@200k")) options.addAll(List.of("--rendition", size + more));
+      Path out = transcode(source, "cut-" + way + format + encoder, options.toArray(new String[0]));
+      for (String name : List.of("cut_640x360.", "cut_320x180.")) {
+        Path file = out.resolve(name + format);
+        String what = way + " " + name + format;
+        assertEquals(way.equals("planned"), probe(file, "frame=pict_type").contains("B"), what);
+        List<Long> times = shown(file);
+        for (int i = 0; i < 90; i++) assertEquals(times.get(0) + i * 1000L / 30, times.get(i), 1, what);
+        double start = times.get(0) / 1000.0;
+        assertEquals(List.of(0L, 1L, 2L), keys(file).stream().map(key -> Math.round(key - start)).toList(), what);
+        double last = -1;
+        for (String line : probe(file, "packet=pts_time,dts_time")) {
+          double shown = Double.parseDouble(line.split(",")[0]);
+          double decoded = Double.parseDouble(line.split(",")[1]);
+          assertTrue(decoded > last && decoded <= shown && (way.equals("planned") || decoded == shown), what + ": " + line);
+          last = decoded;
+        }
+      }
+    }
+  }
+
   private static void assertSetsAreOutOfBand(Path file) throws Exception {
     assertEquals("hvc1", probe(file, "stream=codec_tag_string").get(0));
     try (MediaReader reader = MediaReader.open(file)) {
@@ -348,7 +382,7 @@ class H264Test {
   @Test
   void rungsSideBySideGiveTheSameBytes() throws Exception {
     Path source = clip("sides.mp4", "320x180", "30", 40, X264);
-    String[] options = {"--format", "flv", "--rendition", "320x180@600k", "--rendition", "160x90@200k"};
+    String[] options = {"--realtime", "--format", "flv", "--rendition", "320x180@600k", "--rendition", "160x90@200k"};
     Path parallel = transcode(source, "parallel", options);
     List<String> sequential = new ArrayList<>(List.of(options));
     sequential.add("--no-parallel");

@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.cli;
 
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
@@ -109,6 +110,9 @@ class LiveTest {
     for (int i = 0; i < before.size(); i++) assertEquals(before.get(i) + moved, after.get(i), 1, "picture " + i);
     List<Double> beeps = Beeps.in(source, 0).stream().map(t -> t + moved).toList();
     Beeps.assertSame(beeps, Beeps.in(file, 0), container);
+    run = transcode(source, folder.resolve("file"), "--rendition", "160x90@100k", "--realtime", "--overwrite");
+    assertEquals(0, run.code(), run.err());
+    assertArrayEquals(Clips.decode(folder.resolve("file/whole_160x90.mp4")), Clips.decode(file), "as in real time");
     Files.delete(file);
   }
 

@@ -40,7 +40,7 @@ class OptionTest {
   @Test
   void aRenditionSaysHowItIsCoded() {
     RenditionSpec spec = RenditionSpec.parse("640x360,preset=medium,profile=main,level=3.1,bframes=2");
-    assertEquals(new VideoTuning(VideoTuning.Preset.MEDIUM, VideoTuning.Profile.MAIN, 31, 2), spec.tuning());
+    assertEquals(new VideoTuning(VideoTuning.Preset.MEDIUM, VideoTuning.Profile.MAIN, 31, 2, false), spec.tuning());
     assertEquals(9, RenditionSpec.parse("640x360,level=1b").tuning().level());
     RenditionSpec settled = RenditionSpec.parse("640x360,fps=25").settled(VideoCodec.H264, 10, VideoTuning.Preset.FAST);
     assertEquals(VideoTuning.Preset.FAST, settled.tuning().preset());
@@ -48,6 +48,7 @@ class OptionTest {
     RenditionSpec own = spec.settled(VideoCodec.H264, 10, VideoTuning.Preset.FAST);
     assertEquals(VideoTuning.Preset.MEDIUM, own.tuning().preset());
     assertEquals(10, own.frameRate());
+    assertEquals(2, spec.settled(VideoCodec.H264, 10, null, true).tuning().bFramesOf(VideoCodec.H264), "as asked for");
     RenditionSpec h265 = RenditionSpec.parse("640x360,codec=h265").settled(VideoCodec.H264, 0, null);
     assertEquals(RenditionSpec.parse("640x360,codec=hevc,preset=superfast"), h265, "the codec has its own usual speed");
   }
