@@ -3,14 +3,23 @@ package com.zarvo.qvs.host.session;
 import com.sun.management.OperatingSystemMXBean;
 import java.lang.management.ManagementFactory;
 
-/** Keeps what all sessions of the process measure within a share of its CPU time. Asked once a group of pictures. */
+/**
+ * Keeps what all sessions of the process measure within a share of the CPU time that the process takes while any of them
+ * is being watched. Asked once a group of pictures.
+ */
 final class QualityBudget {
   private static final OperatingSystemMXBean SYSTEM = (OperatingSystemMXBean) ManagementFactory.getOperatingSystemMXBean();
   private static final QualityBudget SHARED = new QualityBudget();
+  // What decoding and comparing cost until the first run has told.
+  private static final double GUESSED_NS_A_PIXEL = 2;
+  private static final double NO_LIMIT = 100;
 
+  private int watches;
+  private long resumedNs;
+  private long watchedNs;
   private long spentNs;
-  private long begun;
-  private long ended;
+  private double pendingPixels;
+  private double donePixels;
 
   private QualityBudget() {}
 
@@ -18,15 +27,22 @@ final class QualityBudget {
     return SHARED;
   }
 
-  /** True where one more run, as dear as those before, stays within so many percent; it then counts as begun. */
-  synchronized boolean begin(double percent) {
-    long active = begun - ended;
-    // The first tells what they cost.
-    if (ended == 0 && active > 0 && percent < 100) return false;
-    double mean = ended == 0 ? 0 : (double) spentNs / ended;
-    double expected = mean * (begun + 1);
-    if (percent < 100 && Math.max(expected, spentNs) > percent / 100 * SYSTEM.getProcessCpuTime()) return false;
-    begun++;
+  /** A session is watched from now on. */
+  synchronized void open() {
+    if (watches++ == 0) resumedNs = SYSTEM.getProcessCpuTime();
+  }
+
+  synchronized void close() {
+    if (--watches == 0) watchedNs += SYSTEM.getProcessCpuTime() - resumedNs;
+  }
+
+  /** True where a run over so many pixels stays within so many percent; it then counts as begun. */
+  synchronized boolean begin(double percent, double pixels) {
+    double nsAPixel = donePixels == 0 ? GUESSED_NS_A_PIXEL : spentNs / donePixels;
+    double expectedNs = Math.max(spentNs, donePixels * nsAPixel) + (pendingPixels + pixels) * nsAPixel;
+    double allowedNs = percent / 100 * (watchedNs + SYSTEM.getProcessCpuTime() - resumedNs);
+    if (percent < NO_LIMIT && expectedNs > allowedNs) return false;
+    pendingPixels += pixels;
     return true;
   }
 
@@ -34,7 +50,9 @@ final class QualityBudget {
     spentNs += ns;
   }
 
-  synchronized void end() {
-    ended++;
+  /** A run has ended. */
+  synchronized void end(double pixels) {
+    pendingPixels -= pixels;
+    donePixels += pixels;
   }
 }

@@ -35,6 +35,7 @@ final class QualityWatch implements AutoCloseable {
   QualityWatch(NativeSession owner, SessionSettings session) throws HostException {
     settings = session.liveQuality();
     tap = new EncoderInputTap(owner.handle());
+    QualityBudget.shared().open();
     worker =
         new ThreadPoolExecutor(
             1, 1, 0, TimeUnit.SECONDS, new LinkedBlockingQueue<>(),
@@ -68,7 +69,7 @@ final class QualityWatch implements AutoCloseable {
   boolean begin(RungQuality asking) {
     if (worker.isShutdown() || worker.getQueue().size() > MOST_WAITING) return false;
     for (RungQuality rung : rungs) if (rung.canRun() && rung.runs() < asking.runs()) return false;
-    return QualityBudget.shared().begin(settings.cpuPercent());
+    return QualityBudget.shared().begin(settings.cpuPercent(), asking.pixels());
   }
 
   /** Has the thread do that, and counts what it takes. */
@@ -86,6 +87,7 @@ final class QualityWatch implements AutoCloseable {
     if (worker.isShutdown()) return;
     for (RungQuality rung : rungs) rung.finish();
     worker.shutdown();
+    QualityBudget.shared().close();
     boolean over = false;
     try {
       over = worker.awaitTermination(PATIENCE_SECONDS, TimeUnit.SECONDS);

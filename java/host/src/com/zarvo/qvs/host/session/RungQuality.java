@@ -27,6 +27,7 @@ final class RungQuality {
   private final double intervalMs;
   private final double spanMs;
   private final int length;
+  private final double pixels;
   private final Queue<ByteBuffer> free = new ConcurrentLinkedQueue<>();
   private int allocated;
   private ByteBuffer asked;
@@ -59,12 +60,18 @@ final class RungQuality {
     this.groupMs = groupMs;
     this.intervalMs = 1000 / watch.settings().perSecond();
     this.spanMs = Math.max(0, Math.min(intervalMs, groupMs) - pictureMs);
+    this.pixels = Math.ceil(groupMs / pictureMs) * spec.width() * spec.height();
     this.length = spec.width() * spec.height() + 2 * (spec.width() / 2) * (spec.height() / 2);
   }
 
   /** Runs that began. */
   long runs() {
     return runs;
+  }
+
+  /** What a run decodes, about. */
+  double pixels() {
+    return pixels;
   }
 
   boolean canRun() {
@@ -193,6 +200,6 @@ final class RungQuality {
       free.add(picture);
     }
     of.targets.clear();
-    QualityBudget.shared().end();
+    QualityBudget.shared().end(pixels);
   }
 }
