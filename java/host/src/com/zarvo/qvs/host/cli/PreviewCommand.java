@@ -87,7 +87,16 @@ final class PreviewCommand implements Callable<Integer> {
             .liveQuality(quality)
             .paced(true)
             .build();
-    JobResult result = new TranscodeJob(settings, Console::progress, interruption).watchedBy(server::add).run();
+    TranscodeJob job = new TranscodeJob(settings, Console::progress, interruption).watchedBy(server::add);
+    JobResult result = job.result();
+    try {
+      job.run();
+    } catch (HostException e) {
+      // Ended before there was anything to show.
+      if (!interruption.requested()) throw e;
+      System.err.println("qvs: " + e.getMessage());
+      return ExitCode.OK;
+    }
     Console.printTrouble(result.log());
     Console.printLosses(result, settings.format());
     if (!interruption.requested()) {
