@@ -57,6 +57,7 @@ FIGURES = {
     "startup.first_packet": ("max", 0.6, "installed host, nothing running to the first packet of each of three 720p rungs, s"),
     "startup.first_packet_cpu": (None, 0, "the same, CPU of a whole run of one picture, s"),
     "startup.first_packet_ffmpeg": (None, 0, "one ffmpeg process, the same ladder, to the first bytes of each file, s"),
+    "metrics.quality_cpu_cost": ("max", 1.02, "CPU, the same ladder with --live-quality / without"),
     "cuda.pixel_copies": ("max", 0.0, "copies of pixels between host and device, 1080p to three rungs with overlays"),
     "cuda.launches": ("max", 6.0, "kernels a picture and rung, the same"),
     "cuda.synchronisations": ("max", 1.0, "waits for the device a picture and rung, the same"),

@@ -5,6 +5,7 @@ import com.zarvo.qvs.host.job.Progress;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.session.QualityFigures;
 import com.zarvo.qvs.host.session.SessionLog;
 import java.io.IOException;
 import java.io.PrintStream;
@@ -85,6 +86,16 @@ final class Console {
     for (SessionLog.Line line : lines) if (line.isTrouble()) System.err.println("qvs: " + line.text());
   }
 
+  private static void printQuality(String rung, QualityFigures quality) {
+    String why = quality.trouble() == null ? "the CPU time allowed for it did not reach" : quality.trouble();
+    String text =
+        quality.pictures() > 0
+            ? String.format(
+                Locale.ROOT, "PSNR %.2f dB, SSIM %.4f over %d pictures", quality.psnrDb(), quality.similarity(), quality.pictures())
+            : "its quality was not measured: " + why;
+    System.err.println("qvs: " + rung + ": " + text);
+  }
+
   /** What the renditions lack, or have elsewhere. */
   static void printLosses(JobResult result, Container format) {
     for (JobResult.LeftOutAudio leftOut : result.leftOutAudio()) System.err.println("qvs: " + leftOut);
@@ -95,6 +106,8 @@ final class Console {
       System.err.println(
           "qvs: " + format.label() + " cannot say that the pictures are to be " + result.source().display()
               + ": they are written as coded");
+    for (int i = 0; i < result.quality().size() && i < result.renditions().size(); i++)
+      printQuality(result.renditions().get(i).spec().sizeText(), result.quality().get(i));
     if (result.renditions().isEmpty()) return;
     for (JobResult.AudioRendition audio : result.audioRenditions())
       if (!format.holds(audio.spec().codec()))

@@ -7,6 +7,7 @@ import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.ImageFormat;
+import com.zarvo.qvs.host.model.LiveQuality;
 import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
@@ -41,6 +42,13 @@ final class Converters {
   static final class OfRendition extends Reader<RenditionSpec> {
     OfRendition() {
       super(RenditionSpec::parse);
+    }
+  }
+
+  /** Reads how closely quality is watched. */
+  static final class OfLiveQuality extends Reader<LiveQuality> {
+    OfLiveQuality() {
+      super(LiveQuality::parse);
     }
   }
 

@@ -72,6 +72,7 @@ final class LadderOptions {
         .settings(input, directory, usualFormat, usualEncoders)
         .hlsWindow(hlsWindow)
         .contactSheet(sheet)
+        .liveQuality(watching.liveQuality())
         .overwrite(overwrite ? Overwrite.ALWAYS : Console::mayReplace);
   }
 

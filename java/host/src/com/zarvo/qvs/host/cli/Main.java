@@ -22,6 +22,7 @@ import picocli.CommandLine.ScopeType;
     scope = ScopeType.INHERIT,
     subcommands = {
       TranscodeCommand.class,
+      PreviewCommand.class,
       CaptureCommand.class,
       VodCommand.class,
       VodTaskCommand.class,

@@ -2,6 +2,7 @@ package com.zarvo.qvs.host.cli;
 
 import com.zarvo.qvs.host.job.JobResult;
 import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.LiveQuality;
 import com.zarvo.qvs.host.session.SessionCounters;
 import com.zarvo.qvs.host.watch.MetricsServer;
 import com.zarvo.qvs.host.watch.ProgressLines;
@@ -31,6 +32,23 @@ final class WatchOptions {
         "/sessions/ID as JSON, /sessions/ID/graph.svg as a picture. Port 0 picks one, which is told."
       })
   private String metrics;
+
+  @Option(
+      names = "--live-quality",
+      arity = "0..1",
+      fallbackValue = "1",
+      paramLabel = "N[,cpu=PERCENT]",
+      converter = Converters.OfLiveQuality.class,
+      description = {
+        "Measure PSNR and SSIM of renditions against what went into their encoders, of N pictures a second at most, 1",
+        "without a number, and only so many as PERCENT of the CPU time (1.5) reaches for. Report and --metrics tell them."
+      })
+  private LiveQuality quality;
+
+  /** How closely quality is watched, null for not at all. */
+  LiveQuality liveQuality() {
+    return quality;
+  }
 
   /** Where the summary of the work goes. */
   PrintStream summary() {

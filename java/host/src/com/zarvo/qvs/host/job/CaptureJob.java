@@ -102,6 +102,7 @@ public final class CaptureJob implements LadderJob {
         .parallel(settings.parallel())
         .encoderPolicy(settings.encoderPolicy().heardBy(this::noteEncoder))
         .keyFrameSeconds(settings.keyFrameSeconds())
+        .liveQuality(settings.liveQuality())
         .previewWidth(ContactSheet.CELL_WIDTH)
         .build();
   }
@@ -195,6 +196,7 @@ public final class CaptureJob implements LadderJob {
   private void note(TranscodeSession session) {
     result.capture.figures = session.captureFigures();
     result.frames = session.frames();
+    result.noteQuality(session.counters());
     for (int i = 0; i < result.specs.size(); i++) result.encoders.add(session.encoder(i));
     result.log = session.log().lines();
   }

@@ -9,6 +9,9 @@ import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.session.DeviceEvent;
 import com.zarvo.qvs.host.session.EncoderEvent;
+import com.zarvo.qvs.host.session.QualityFigures;
+import com.zarvo.qvs.host.session.RungCounters;
+import com.zarvo.qvs.host.session.SessionCounters;
 import com.zarvo.qvs.host.session.SessionLog;
 import java.nio.file.Path;
 import java.time.Instant;
@@ -16,6 +19,7 @@ import java.util.ArrayList;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
+import java.util.Objects;
 
 /** What became of a file: filled while the work goes on, so that it tells something of work that failed, too. */
 public final class JobResult {
@@ -32,6 +36,8 @@ public final class JobResult {
   final List<EncoderEvent> encoderEvents = new ArrayList<>();
   final List<DeviceEvent> deviceEvents = new ArrayList<>();
   List<AudioRendition> audioRenditions = List.of();
+  /** A rendition each; empty where nothing was measured. */
+  List<QualityFigures> quality = List.of();
   long damagedFrames;
   long damagedAudioPackets;
   long frames;
@@ -50,6 +56,15 @@ public final class JobResult {
 
   public JobResult(JobSettings settings) {
     this.settings = settings;
+  }
+
+  void noteQuality(SessionCounters counters) {
+    quality = counters.rungs().stream().map(RungCounters::quality).filter(Objects::nonNull).toList();
+  }
+
+  /** How what came out of each encoder compares with what went in; empty where nobody measured it. */
+  public List<QualityFigures> quality() {
+    return quality;
   }
 
   /** All files stand. */
@@ -222,7 +237,11 @@ public final class JobResult {
     input.put("seconds", mediaMs / 1000.0);
     if (inputTrouble != null) input.put("trouble", inputTrouble);
     List<Object> files = new ArrayList<>();
-    for (Rendition rendition : renditions) files.add(toMap(rendition));
+    for (int i = 0; i < renditions.size(); i++) {
+      Map<String, Object> map = toMap(renditions.get(i));
+      if (i < quality.size()) map.put("quality", quality.get(i).toMap());
+      files.add(map);
+    }
     List<Object> audio = new ArrayList<>();
     for (AudioRendition rendition : audioRenditions) audio.add(toMap(rendition));
     Map<String, Object> report = new LinkedHashMap<>();

@@ -6,6 +6,7 @@ import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.Device;
+import com.zarvo.qvs.host.model.LiveQuality;
 import com.zarvo.qvs.host.model.VideoTuning;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
@@ -38,6 +39,8 @@ public final class JobSettings {
   private long maxMilliseconds = Long.MAX_VALUE;
   private String audioTrack;
   private Overwrite overwrite = Overwrite.NEVER;
+  private LiveQuality liveQuality;
+  private boolean paced;
 
   private JobSettings(Path input, Path directory) {
     this.input = input;
@@ -157,6 +160,16 @@ public final class JobSettings {
     return overwrite;
   }
 
+  /** How closely the quality of renditions is watched, null for not at all. */
+  public LiveQuality liveQuality() {
+    return liveQuality;
+  }
+
+  /** True to take a file no faster than it plays. */
+  public boolean paced() {
+    return paced;
+  }
+
   /** Sets by name what is to be other than usual. Used once. */
   public static final class Builder {
     private final JobSettings made;
@@ -267,6 +280,16 @@ public final class JobSettings {
 
     public Builder overwrite(Overwrite overwrite) {
       made.overwrite = overwrite;
+      return this;
+    }
+
+    public Builder liveQuality(LiveQuality quality) {
+      made.liveQuality = quality;
+      return this;
+    }
+
+    public Builder paced(boolean paced) {
+      made.paced = paced;
       return this;
     }
 

@@ -18,11 +18,14 @@ import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
 import java.io.IOException;
 import java.util.List;
+import java.util.concurrent.locks.LockSupport;
 import java.util.function.Consumer;
 import java.util.function.Function;
 
 /** Makes one file into renditions: reader, session, writers. */
 public final class TranscodeJob implements LadderJob {
+  private static final long PAUSE_NS = 100_000_000;
+
   private final JobSettings settings;
   private final Function<Long, Progress> progressOf;
   private final Interruption interruption;
@@ -90,6 +93,7 @@ public final class TranscodeJob implements LadderJob {
             .decoder(settings.decoder())
             .deviceListener(this::noteDevice)
             .keyFrameSeconds(settings.keyFrameSeconds())
+            .liveQuality(settings.liveQuality())
             .previewWidth(ContactSheet.CELL_WIDTH);
     if (result.source != null) session.video(reader);
     if (audioSpecs.isEmpty()) return new TranscodeSession(session.build(), files, feed);
@@ -117,6 +121,8 @@ public final class TranscodeJob implements LadderJob {
       for (MediaPacket packet = feed.next(); packet != null; packet = feed.next()) {
         if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
         if (packet.timecodeMs() - firstMs >= settings.maxMilliseconds()) break;
+        if (settings.paced()) waitFor(startNs, packet.timecodeMs() - firstMs);
+        if (interruption.requested() && settings.paced()) break;
         if (interruption.requested() && !reader.isLive())
           throw new HostException(settings.input() + ": interrupted, its renditions were dropped");
         MediaPacket following = packet.kind() == MediaKind.AUDIO ? feed.following(MediaKind.AUDIO) : null;
@@ -139,6 +145,15 @@ public final class TranscodeJob implements LadderJob {
       progress.close();
       result.wallSeconds = (System.nanoTime() - startNs) / 1e9;
       if (reader.isLive()) result.pace = pace;
+    }
+  }
+
+  // Woken now and then, so that an interruption isn't waited for.
+  private void waitFor(long startNs, long mediaMs) {
+    while (!interruption.requested()) {
+      long aheadNs = mediaMs * 1_000_000 - (System.nanoTime() - startNs);
+      if (aheadNs <= 0) return;
+      LockSupport.parkNanos(Math.min(aheadNs, PAUSE_NS));
     }
   }
 
@@ -167,6 +182,7 @@ public final class TranscodeJob implements LadderJob {
     result.damagedFrames = session.damagedFrames();
     result.damagedAudioPackets = session.audio() == null ? 0 : session.audio().failures();
     result.frames = session.frames();
+    result.noteQuality(session.counters());
     for (int i = 0; i < result.specs.size(); i++) result.encoders.add(session.encoder(i));
     result.inputTrouble = feed.trouble();
     result.log = session.log().lines();

@@ -41,6 +41,9 @@ final class EncodeEvent extends Event {
   @Label("Encoding, 99th percentile in seconds")
   double encodeP99;
 
+  @Label("PSNR of what was measured, in dB")
+  double psnrDb;
+
   static void tell(long session, RungCounters rung) {
     EncodeEvent event = new EncodeEvent();
     if (!event.isEnabled()) return;
@@ -53,6 +56,7 @@ final class EncodeEvent extends Event {
     event.encodeP50 = rung.encoding().quantileSeconds(0.5);
     event.encodeP95 = rung.encoding().quantileSeconds(0.95);
     event.encodeP99 = rung.encoding().quantileSeconds(0.99);
+    event.psnrDb = rung.quality() == null ? Double.NaN : rung.quality().psnrDb();
     event.commit();
   }
 }

@@ -25,6 +25,7 @@ public final class RenditionPath {
   private final FrameRateLimiter limiter;
   private final RungCounters counters;
   private final EncoderSlot slot;
+  private final RungQuality quality;
   private final TranscoderNativeVideoFrame preview = new TranscoderNativeVideoFrame();
   private long target = -1;
   private long previewTarget = -1;
@@ -36,9 +37,11 @@ public final class RenditionPath {
   private long keys;
   private long added;
 
-  /** Makes encoder and pool of rendition `index`, which becomes the number of both. */
+  /** Makes encoder and pool of rendition `index`, which becomes the number of both; `quality` is null where it isn't measured. */
   RenditionPath(
-      NativeSession owner, SessionSettings settings, int index, TimecodeMap times) throws HostException {
+      NativeSession owner, SessionSettings settings, int index, TimecodeMap times, RungQuality quality)
+      throws HostException {
+    this.quality = quality;
     this.owner = owner;
     this.settings = settings;
     this.times = times;
@@ -96,15 +99,20 @@ public final class RenditionPath {
     skipped = !again && (time <= doneTo || (time != keptTime && !limiter.keep(time)));
     if (skipped) return;
     keptTime = time;
+    if (quality != null) quality.unreadable();
     counters.scaled(ns);
     holdPreview(time);
   }
 
-  void scaleFrom(long decoderFrame, long time) throws HostException {
+  /** Scales the picture; `key` asks for a key picture beside those that are due. */
+  void scaleFrom(long decoderFrame, long time, long firstTime, boolean key) throws HostException {
     if (skipped) return;
+    boolean measured =
+        quality != null && !again && quality.ask(time, key || keyIsDue || keysDue(time, firstTime) > keys);
     long startNs = System.nanoTime();
     long result = videoDecoderTransferFrameSingle(owner.handle(), decoderFrame, target, index);
     counters.scaled(System.nanoTime() - startNs);
+    if (measured) quality.taken(time);
     if (result != 0) throw slot.notScaled(time);
     holdPreview(time);
   }
@@ -113,6 +121,11 @@ public final class RenditionPath {
     if (time <= doneTo || !owner.output().wantsFrame(index, time)) return;
     owner.check(videoEncoderBufferAcquire(owner.handle(), index, target), "a picture could not be held");
     previewTarget = target;
+  }
+
+  // Counted from the first picture of all, so that every rendition has its key pictures at the same times.
+  private long keysDue(long time, long firstTime) {
+    return (long) Math.floor((time - firstTime + 0.5) / (settings.keyFrameSeconds() * 1000)) + 1;
   }
 
   /** Hands the scaled picture over; `key` asks for a key picture beside those that are due. */
@@ -128,8 +141,7 @@ public final class RenditionPath {
     // Asynchronous encoders are asked for the former picture's packets just before they get the
     // next picture, which leaves them the whole time of decoding and scaling.
     if (settings.parallel()) collect();
-    // Counted from the first picture of all, so that every rendition has its key pictures at the same times.
-    long due = (long) Math.floor((time - firstTime + 0.5) / (settings.keyFrameSeconds() * 1000)) + 1;
+    long due = keysDue(time, firstTime);
     if (again) slot.addAgain(target, time);
     else slot.add(target, time, keyIsDue || due > keys);
     keyIsDue = false;
@@ -183,6 +195,7 @@ public final class RenditionPath {
   private void passOn(TranscoderPacket packet) throws HostException, IOException {
     long pts = times.ptsOf(packet.timecode + packet.timecodeOffset);
     long dts = packet.timecodeOffset == 0 ? pts : settings.source().timeBase().ofMilliseconds(packet.timecode);
+    if (quality != null) quality.packet(packet);
     counters.packet(packet.len, settings.source().timeBase().toMilliseconds(pts));
     owner.output().packet(index, packet, pts, Math.min(dts, pts));
   }

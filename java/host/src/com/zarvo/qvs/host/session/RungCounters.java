@@ -15,12 +15,14 @@ public final class RungCounters {
   private final Counter lastMs = new Counter();
   private final Counter replacements = new Counter();
   private final FrameEvent frame = new FrameEvent();
+  private volatile QualityFigures quality;
   private long encodeNs;
 
   /** `label` tells it from the others of its session. */
-  RungCounters(String label, RenditionSpec spec) {
+  RungCounters(String label, RenditionSpec spec, boolean measured) {
     this.label = label;
     this.spec = spec;
+    this.quality = measured ? QualityFigures.NONE : null;
     frame.rung = label;
     lastMs.set(Long.MIN_VALUE);
   }
@@ -79,6 +81,20 @@ public final class RungCounters {
   /** The latest time of a coded picture, in milliseconds of the input's clock; Long.MIN_VALUE before the first. */
   public long lastMs() {
     return lastMs.get();
+  }
+
+  /** How what comes out compares with what went in; null where nobody measures it. */
+  public QualityFigures quality() {
+    return quality;
+  }
+
+  // One thread at a time measures, and the session's own tells what it could not have measured.
+  synchronized void measured(double squaredError, double similarity, long timeMs) {
+    quality = quality.with(squaredError, similarity, timeMs);
+  }
+
+  synchronized void notMeasured(String why) {
+    quality = quality.without(why);
   }
 
   void scaled(long ns) {

@@ -39,7 +39,7 @@ public final class SessionCounters {
     for (RenditionSpec spec : settings.renditions()) {
       String label = spec.sizeText();
       for (int i = 2; !labels.add(label); i++) label = spec.sizeText() + "#" + i;
-      rungs.add(new RungCounters(label, spec));
+      rungs.add(new RungCounters(label, spec, settings.liveQuality() != null));
     }
     if (settings.audio() == null) return;
     for (AudioSpec spec : settings.audio().renditions()) sounds.add(new SoundCounters(spec));

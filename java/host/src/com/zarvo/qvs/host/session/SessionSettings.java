@@ -8,6 +8,7 @@ import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.FitMode;
 import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.LiveQuality;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
@@ -35,6 +36,7 @@ public final class SessionSettings {
   private Consumer<DeviceEvent> deviceListener = event -> {};
   private CaptureSettings capture;
   private Excerpt excerpt;
+  private LiveQuality liveQuality;
 
   private SessionSettings(String name) {
     this.name = name;
@@ -144,6 +146,11 @@ public final class SessionSettings {
     return deviceListener;
   }
 
+  /** How closely the quality of renditions is watched, null for not at all. */
+  public LiveQuality liveQuality() {
+    return liveQuality;
+  }
+
   /** Null where the whole source is made. */
   public Excerpt excerpt() {
     return excerpt;
@@ -230,6 +237,12 @@ public final class SessionSettings {
 
     public Builder deviceListener(Consumer<DeviceEvent> listener) {
       made.deviceListener = listener;
+      return this;
+    }
+
+    /** Null, as is usual, measures nothing. */
+    public Builder liveQuality(LiveQuality quality) {
+      made.liveQuality = quality;
       return this;
     }
 

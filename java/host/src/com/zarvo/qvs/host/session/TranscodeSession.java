@@ -78,6 +78,8 @@ public final class TranscodeSession implements AutoCloseable {
   private CaptureInput captured;
   private final CaptureCues cues = new CaptureCues();
   private CaptureSound sound;
+  /** Null where nobody measures what comes out. */
+  private QualityWatch quality;
   private VideoSource source;
   private TimecodeMap times;
   private boolean configured;
@@ -295,6 +297,7 @@ public final class TranscodeSession implements AutoCloseable {
       }
     }
     int lost = paths.stream().mapToInt(RenditionPath::owed).sum();
+    if (quality != null) quality.finish();
     if (lost > 0) throw new HostException(settings.name() + ": " + lost + " pictures were lost with their device");
     if (audio != null) audio.drain();
   }
@@ -332,6 +335,7 @@ public final class TranscodeSession implements AutoCloseable {
     heldDecoderFrame = -1;
     if (audio != null) audio.close();
     if (sound != null) sound.close();
+    if (quality != null) quality.close();
     owner.close();
     session = 0;
     counters.ended();
@@ -345,6 +349,7 @@ public final class TranscodeSession implements AutoCloseable {
       source = new VideoSource(settings.codec(), settings.config());
       times = new TimecodeMap(settings.codec().reorders(), settings.source().timeBase(), settings.source().frameRate());
     }
+    if (settings.liveQuality() != null) quality = new QualityWatch(owner, settings);
     if (settings.staysOnDevice()) owner.keepOnDevice();
     wireStages();
     try {
@@ -368,7 +373,7 @@ public final class TranscodeSession implements AutoCloseable {
   private void openPaths() throws HostException {
     paths.clear();
     for (int i = 0; i < settings.renditions().size(); i++)
-      paths.add(new RenditionPath(owner, settings, i, times));
+      paths.add(new RenditionPath(owner, settings, i, times, quality == null ? null : quality.rung(i)));
   }
 
   /** Decoder, scaler and the decoder's pool; in software where the device does not do it. */
@@ -607,7 +612,7 @@ public final class TranscodeSession implements AutoCloseable {
         throw owner.broken("a picture could not be delivered");
       if (time > decodedTo) owner.output().decoded(time, (int) frameInfo.displayWidth, (int) frameInfo.displayHeight);
       decodedTo = Math.max(decodedTo, time);
-      for (RenditionPath path : paths) path.scaleFrom(decoderFrame, time);
+      for (RenditionPath path : paths) path.scaleFrom(decoderFrame, time, firstTime, key);
       // The smallest rendition is done first, so it is asked first and gets its next picture while others work.
       for (int i = paths.size() - 1; i >= 0; i--) paths.get(i).encode(time, firstTime, key);
       for (RenditionPath path : paths) path.showPreview(time);

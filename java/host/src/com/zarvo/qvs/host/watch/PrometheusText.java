@@ -54,6 +54,15 @@ final class PrometheusText {
               "qvs_rung_bit_rate", "gauge", "Coded bits per second of input, since its beginning.",
               SessionNumbers::bitRate),
           new OfRung(
+              "qvs_rung_measured_pictures_total", "counter", "Coded pictures whose quality was measured.",
+              (s, r) -> r.quality() == null ? Double.NaN : r.quality().pictures()),
+          new OfRung(
+              "qvs_rung_psnr_db", "gauge", "PSNR of the last picture measured, against what its encoder was given.",
+              (s, r) -> r.quality() == null ? Double.NaN : r.quality().lastPsnrDb()),
+          new OfRung(
+              "qvs_rung_ssim", "gauge", "SSIM of the same.",
+              (s, r) -> r.quality() == null ? Double.NaN : r.quality().lastSimilarity()),
+          new OfRung(
               "qvs_rung_wanted_bit_rate", "gauge", "Bits per second that were asked for.",
               (s, r) -> r.spec().bitRate()));
 

@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.watch;
 
+import com.zarvo.qvs.host.session.QualityFigures;
 import com.zarvo.qvs.host.session.RungCounters;
 import com.zarvo.qvs.host.session.SessionCounters;
 import com.zarvo.qvs.host.session.SoundCounters;
@@ -60,7 +61,9 @@ final class RoadPicture {
     arrow(2, 3, row, row);
     long rate = Math.round(SessionNumbers.bitRate(session, rung) / 1000);
     String state = rung.pictures() + " pictures, " + rung.queueDepth() + " queued, " + rate + " kb/s";
-    box(3, row, "encode " + rung.spec().codec().codecName, state, times(rung.encoding()));
+    QualityFigures quality = rung.quality();
+    String level = quality == null || quality.pictures() == 0 ? "" : ", " + tenths(quality.psnrDb()) + " dB PSNR";
+    box(3, row, "encode " + rung.spec().codec().codecName + level, state, times(rung.encoding()));
   }
 
   private void sound(SessionCounters session, SoundCounters sound, int row) {

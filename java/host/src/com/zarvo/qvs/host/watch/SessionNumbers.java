@@ -66,6 +66,7 @@ final class SessionNumbers {
     map.put("bytes", rung.bytes());
     map.put("wantedBitRate", rung.spec().bitRate());
     map.put("bitRate", bitRate(session, rung));
+    if (rung.quality() != null) map.put("quality", rung.quality().toMap());
     return map;
   }
 

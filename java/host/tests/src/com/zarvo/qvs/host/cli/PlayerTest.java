@@ -6,7 +6,9 @@ import static org.junit.jupiter.api.Assumptions.assumeTrue;
 
 import com.sun.net.httpserver.HttpExchange;
 import com.sun.net.httpserver.HttpServer;
+import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.support.Beeps;
+import com.zarvo.qvs.host.support.Browser;
 import com.zarvo.qvs.host.support.Clips;
 import java.io.IOException;
 import java.net.InetAddress;
@@ -14,8 +16,12 @@ import java.net.InetSocketAddress;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.Map;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.TimeUnit;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
+import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
@@ -80,6 +86,53 @@ class PlayerTest {
       browser.destroy();
       assertTrue(browser.waitFor(30, TimeUnit.SECONDS), "the browser ends");
       server.stop(0);
+    }
+  }
+
+  private static String told(Path said, Pattern wanted, Process process) throws Exception {
+    for (int i = 0; i < 600 && process.isAlive(); i++, Thread.sleep(100)) {
+      Matcher found = wanted.matcher(Files.readString(said));
+      if (found.find()) return found.group(1);
+    }
+    throw new IOException(Files.readString(said));
+  }
+
+  @Test
+  void aPreviewPlaysSwitchesAndTellsItsNumbers() throws Exception {
+    assumeTrue(Browser.isInstalled(), "chromium is installed");
+    Path source =
+        Clips.make(
+            "-f lavfi -i testsrc2=size=640x360:rate=25 -f lavfi -i " + Beeps.source(48_000, 8)
+                + " -t 8 -c:v libx264 -preset ultrafast -c:a aac",
+            folder.resolve("preview.mp4"));
+    Path said = folder.resolve("said.txt");
+    Path temporary = Files.createDirectory(folder.resolve("temporary"));
+    Process preview =
+        Captured.startWith(
+            Map.of("JAVA_TOOL_OPTIONS", "-Djava.io.tmpdir=" + temporary), said, "preview", source.toString(),
+            "--keyframes", "1", "--live-quality", "2,cpu=100", "--rendition", "640x360@500k", "--rendition", "320x180@200k");
+    try {
+      String url = told(said, Pattern.compile("preview at (\\S+)"), preview);
+      try (Browser browser = new Browser(url, folder)) {
+        assertTrue(browser.comes("video.currentTime > 0.5"), "it plays: " + browser.ask("document.body.innerText"));
+        for (int height : new int[] {180, 360, 180}) {
+          String button = "[...document.querySelectorAll('button')].find(b => b.textContent.includes('x" + height + " '))";
+          browser.ask(button + ".click()");
+          assertTrue(browser.comes("video.videoHeight === " + height), height + ": " + browser.ask("document.body.innerText"));
+          assertEquals("true", browser.ask(button + ".getAttribute('aria-pressed')"));
+        }
+        assertTrue(browser.comes("[...document.querySelectorAll('#numbers tr')].filter(r => +r.cells[8].textContent > 20).length === 2"));
+        assertTrue(browser.comes("document.getElementById('road').naturalWidth > 500"), "the road is drawn");
+        assertEquals("", browser.ask("document.getElementById('trouble').textContent"));
+        browser.screenshot(NativeLibraries.directory().resolveSibling("preview.png"));
+      }
+    } finally {
+      preview.destroy();
+      assertTrue(preview.waitFor(60, TimeUnit.SECONDS), "the preview ends");
+    }
+    assertEquals(143, preview.exitValue(), Files.readString(said));
+    try (Stream<Path> left = Files.list(temporary)) {
+      assertEquals(0, left.filter(path -> path.getFileName().toString().startsWith("qvs-preview")).count());
     }
   }
 }

@@ -4,6 +4,7 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.google.gson.JsonArray;
 import com.google.gson.JsonObject;
 import com.google.gson.JsonParser;
 import com.zarvo.qvs.host.job.JobResult;
@@ -257,5 +258,54 @@ class WatchTest {
     for (String[] wrong : new String[][] {{"--metrics", "90x"}, {"--metrics", "70000"}, {"--progress", folder.toString()}})
       assertEquals(1, Captured.run("transcode", source.toString(), "-o", absent.toString(), wrong[0], wrong[1]).code(), wrong[1]);
     assertTrue(Files.notExists(absent));
+  }
+
+  /** What ffmpeg's filter says of each picture, behind a name. */
+  private static List<Double> offLine(Path made, Path of, String filter, String name) throws Exception {
+    Path log = folder.resolve(filter + ".log");
+    Clips.run(
+        "ffmpeg", "-v", "error", "-i", made.toString(), "-i", of.toString(), "-lavfi",
+        "[0:v]settb=1/25,setpts=N[a];[1:v]settb=1/25,setpts=N[b];[a][b]" + filter + "=stats_file=" + log, "-f", "null", "-");
+    Pattern value = Pattern.compile(" " + name + ":(\\S+)");
+    List<Double> values = new ArrayList<>();
+    for (String line : Files.readAllLines(log)) {
+      Matcher found = value.matcher(line);
+      if (found.find()) values.add(Double.valueOf(found.group(1)));
+    }
+    return values;
+  }
+
+  @Test
+  void liveQualityIsWhatAnOffLineMeasurementFinds() throws Exception {
+    Path clip =
+        Clips.make(
+            "-f lavfi -i testsrc2=size=320x180:rate=25,noise=alls=10:allf=t -t 8 -c:v libx264 -preset ultrafast -g 25",
+            folder.resolve("noisy.mkv"));
+    Path report = folder.resolve("quality.json");
+    Path made = folder.resolve("quality");
+    List<String> arguments =
+        new ArrayList<>(
+            List.of("transcode", clip.toString(), "-o", made.toString(), "--format", "mkv", "--report", report.toString(), "--live-quality", "4,cpu=100"));
+    for (String rung : List.of("320x180@300k", "320x180@250k,bframes=2", "320x180@200k,codec=h265", "320x180@200k,codec=vp9,fps=12.5"))
+      arguments.addAll(List.of("--rendition", rung));
+    Captured run = Captured.run(arguments.toArray(String[]::new));
+    assertEquals(0, run.code(), run.err());
+    JsonArray rungs = JsonParser.parseString(Files.readString(report)).getAsJsonObject().getAsJsonArray("renditions");
+    for (int i = 0; i < rungs.size(); i++) {
+      JsonObject quality = rungs.get(i).getAsJsonObject().getAsJsonObject("quality");
+      assertEquals(0, quality.get("missed").getAsInt(), quality.toString());
+      assertTrue(quality.get("pictures").getAsInt() >= 8 && quality.get("psnrDb").getAsDouble() > 25, quality.toString());
+      // Half of the pictures are left out: no filter knows which belong together.
+      if (i == 3) continue;
+      Path file = Path.of(rungs.get(i).getAsJsonObject().get("file").getAsString());
+      int last = (int) Math.round(quality.get("lastSeconds").getAsDouble() * 25);
+      List<Double> psnr = offLine(file, clip, "psnr", "psnr_avg");
+      assertEquals(psnr.get(last), quality.get("lastPsnrDb").getAsDouble(), 0.01, file + " at " + last);
+      assertEquals(offLine(file, clip, "ssim", "All").get(last), quality.get("lastSsim").getAsDouble(), 0.0005, file.toString());
+      double mean = psnr.stream().mapToDouble(db -> Math.pow(10, -db / 10)).average().orElseThrow();
+      assertEquals(-10 * Math.log10(mean), quality.get("psnrDb").getAsDouble(), 0.3, "samples stand for all pictures of " + file);
+    }
+    for (String wrong : List.of("0", "x", "1,cpu=0", "1,cpus=2"))
+      assertEquals(2, Captured.run("transcode", clip.toString(), "-o", made.toString(), "--live-quality", wrong).code(), wrong);
   }
 }
