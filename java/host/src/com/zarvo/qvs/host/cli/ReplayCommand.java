@@ -37,9 +37,13 @@ final class ReplayCommand implements Callable<Integer> {
     if (result.endsWithin() != null)
       System.out.println("the recording ends within " + result.endsWithin() + "; here the call returned");
     if (list) return result.damage() == null ? 0 : 1;
-    String verdict = result.isEqual() ? "every answer equal" : result.differences().isEmpty() ? "equal as far as it can be read" : "answers part";
+    String verdict = result.isEqual() ? "equal" : result.differences().isEmpty() ? "equal as far as it can be read" : "answers part";
     System.out.printf(
-        "%d calls of %d sessions in %.1f s: %s%n", result.calls(), result.sessions(), (System.nanoTime() - startNs) / 1e9, verdict);
+        "%d calls of %d sessions, %d compared, in %.1f s: %s%n",
+        result.calls(),
+        result.sessions(),
+        result.compared(),
+        (System.nanoTime() - startNs) / 1e9, verdict);
     return result.isEqual() ? 0 : 1;
   }
 }

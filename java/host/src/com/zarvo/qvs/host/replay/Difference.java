@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.replay;
 
+import com.zarvo.qvs.host.bitstream.OggPages;
 import java.lang.reflect.Array;
 import java.lang.reflect.Field;
 import java.lang.reflect.Modifier;
@@ -33,7 +34,7 @@ final class Difference {
   private static String ofArrays(String where, Object expected, Object got) {
     int common = Math.min(Array.getLength(expected), Array.getLength(got));
     if (expected instanceof byte[] left && got instanceof byte[] right) {
-      int at = Arrays.mismatch(left, right);
+      int at = Arrays.mismatch(OggPages.comparable(left), OggPages.comparable(right));
       if (at < 0) return null;
       String lengths = " (of " + left.length + " and " + right.length + ")";
       if (at == common) return where + ": other length" + lengths;

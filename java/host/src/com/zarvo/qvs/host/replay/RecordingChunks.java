@@ -121,7 +121,7 @@ final class RecordingChunks implements Closeable {
       int length = bytes.getInt(position);
       long begin = at + position;
       if (length < 0 || length > bytes.limit() - position - CHUNK_HEADER || !isWhole(length)) {
-        tellDamage(begin, "a chunk");
+        tellDamage(begin, bytes.limit() < SLOT_BYTES ? "the file is cut off, the chunk" : "the chunk");
         position = bytes.limit();
         return null;
       }

@@ -31,7 +31,7 @@ public final class Replay {
 
   /** What came of it. */
   public record Result(
-      long calls, int sessions, List<String> differences, List<String> remarks, String damage, String endsWithin) {
+      long calls, long compared, int sessions, List<String> differences, List<String> remarks, String damage, String endsWithin) {
     /** True where all of the file could be read and each answer that can be compared was the same. */
     public boolean isEqual() {
       return differences.isEmpty() && damage == null;
@@ -51,12 +51,15 @@ public final class Replay {
   /** Handles as recorded, and those of this process. */
   private final Map<Long, Long> sessions = new HashMap<>();
   private final Set<Long> inexact = new TreeSet<>();
+  private final Set<Long> devices = new TreeSet<>();
   private final List<String> differences = new ArrayList<>();
   private final List<String> remarks = new ArrayList<>();
-  private final Map<String, Long> notCompared = new TreeMap<>();
   private long calls;
   private int created;
   private long skipped;
+  private long uncertain;
+  private long bound;
+  private long ofMachine;
   private boolean hasGap;
 
   /** `lines` gets each call in words where `onlyList` is set: then none is made. */
@@ -89,11 +92,12 @@ public final class Replay {
   }
 
   private Result result(String damage) {
-    if (hasGap) remarks.add("the ring has given up a part: sessions older than that are made again, their answers behind it not compared");
+    if (uncertain > 0) remarks.add(uncertain + " calls of sessions that lack a part were made again and not compared");
     if (skipped > 0) remarks.add(skipped + " calls of sessions whose beginning is lost were left out");
-    notCompared.forEach((name, count) -> remarks.add("not compared: " + count + " of " + name));
+    if (bound > 0) remarks.add(bound + " calls of sessions that read a device were made again and not compared");
+    if (ofMachine > 0) remarks.add(ofMachine + " calls that ask for the machine or its log were made again and not compared");
     String within = pending.isEmpty() || onlyList ? null : pending.values().iterator().next().what();
-    return new Result(calls, created, differences, remarks, damage, within);
+    return new Result(calls, calls - uncertain - skipped - bound - ofMachine, created, differences, remarks, damage, within);
   }
 
   private void take(ByteBuffer frame) throws RecordingException {
@@ -140,14 +144,15 @@ public final class Replay {
     for (int i = 0; i < types.length; i++) arguments[i] = values.read(frame, types[i]);
     String what = String.format("call %d, %s%s on thread %d at %.3f s", number, called.name(), shown(arguments), thread, timeNs / 1e9);
     if (onlyList) lines.accept(what);
+    if (called.isOfTheProcess()) return;
     calls++;
-    if (onlyList || called.isOfTheProcess()) return;
+    if (onlyList) return;
     long handle = called.takesSession() ? (Long) arguments[0] : 0;
     if (hasGap && handle != 0 && !sessions.containsKey(handle)) {
       skipped++;
       return;
     }
-    if (handle != 0 && called.bindsDevice()) inexact.add(handle);
+    if (handle != 0 && called.bindsDevice()) devices.add(handle);
     if (handle != 0) arguments[0] = sessions.getOrDefault(handle, handle);
     pending.put(number, make(called, what, arguments, handle));
   }
@@ -159,8 +164,11 @@ public final class Replay {
   }
 
   private Made make(RecordedNative called, String what, Object[] arguments, long handle) throws RecordingException {
-    boolean compared = called.isCompared() && !inexact.contains(handle);
-    if (!compared) notCompared.merge(called.name(), 1L, Long::sum);
+    boolean compared = false;
+    if (!called.isCompared()) ofMachine++;
+    else if (inexact.contains(handle)) uncertain++;
+    else if (devices.contains(handle)) bound++;
+    else compared = true;
     // The object is the call's own where nothing could be read of it.
     for (int i = 0; i < arguments.length; i++) if (!called.method().getParameterTypes()[i].isPrimitive()) arguments[i] = orNull(arguments[i]);
     try {
@@ -185,6 +193,7 @@ public final class Replay {
     if (made.called().creates()) {
       sessions.put(result, made.result());
       inexact.remove(result);
+      devices.remove(result);
       created++;
       // Two handles are never alike, but both are one, or none.
       if ((result == 0) != (made.result() == 0)) differ(made, "expected " + result + ", got " + made.result());
