@@ -7,6 +7,7 @@
 
 #include "session/jni/Lookup.h"
 #include "session/jni/recorder/GlobalRef.h"
+#include "session/jni/recorder/JavaCalls.h"
 #include "session/jni/Utf.h"
 
 namespace qvs {
@@ -69,8 +70,7 @@ bool ClassTable::prepare(JNIEnv* env) {
 }
 
 std::string ClassTable::nameOf(JNIEnv* env, jclass cls) const {
-  const LocalRef<jobject> name(env, env->CallObjectMethod(cls, className));
-  return clearFailure(env) ? "" : text(env, name.get());
+  return text(env, callObject(env, cls, className).get());
 }
 
 std::string ClassTable::signatureOf(JNIEnv* env, jclass type) const {
@@ -118,19 +118,19 @@ void ClassTable::readFields(JNIEnv* env, jclass cls, JavaClass& described) const
   LocalRef<jclass> parent;
   for (jclass owner = cls; owner != nullptr && nameOf(env, owner) != "java.lang.Object";
        owner = parent.get()) {
-    const LocalRef<jobjectArray> fields(
-        env, static_cast<jobjectArray>(env->CallObjectMethod(owner, declaredFields)));
-    if (clearFailure(env) || !fields) return;
+    const auto fields = callObject<jobjectArray>(env, owner, declaredFields);
+    if (!fields) return;
     for (jsize i = 0; i < env->GetArrayLength(fields.get()); ++i) {
       const LocalRef<jobject> field(env, env->GetObjectArrayElement(fields.get(), i));
-      if ((env->CallIntMethod(field.get(), fieldModifiers) & kStatic) != 0) continue;
-      const LocalRef<jobject> name(env, env->CallObjectMethod(field.get(), fieldName));
-      const LocalRef<jobject> type(env, env->CallObjectMethod(field.get(), fieldType));
+      if ((callInt(env, field.get(), fieldModifiers) & kStatic) != 0) continue;
+      const auto name = callObject(env, field.get(), fieldName);
+      const auto type = callObject<jclass>(env, field.get(), fieldType);
+      if (!name || !type) continue;
       JavaField one{env->FromReflectedField(field.get()), text(env, name.get()),
-                    signatureOf(env, static_cast<jclass>(type.get()))};
+                    signatureOf(env, type.get())};
       if (isCarried(one.signature)) described.fields.push_back(std::move(one));
     }
-    parent = LocalRef<jclass>(env, static_cast<jclass>(env->CallObjectMethod(owner, superclass)));
+    parent = callObject<jclass>(env, owner, superclass);
   }
 }
 

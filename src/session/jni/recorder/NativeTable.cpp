@@ -9,6 +9,7 @@
 
 #include "session/jni/Lookup.h"
 #include "session/jni/recorder/GlobalRef.h"
+#include "session/jni/recorder/JavaCalls.h"
 #include "session/jni/Utf.h"
 
 namespace qvs {
@@ -156,11 +157,12 @@ bool NativeTable::describe(JNIEnv* env, const ClassTable& classes, jobject metho
   const jmethodID resultType = findMethod(env, cls.get(), "getReturnType", "()Ljava/lang/Class;");
   if (modifiers == nullptr || getName == nullptr || parameters == nullptr || resultType == nullptr)
     return false;
-  if ((env->CallIntMethod(method, modifiers) & kNativeModifier) == 0) return false;
-  const LocalRef<jobject> name(env, env->CallObjectMethod(method, getName));
-  native.name = Utf(env, static_cast<jstring>(name.get())).get();
-  const LocalRef<jobjectArray> types(env,
-                                     static_cast<jobjectArray>(env->CallObjectMethod(method, parameters)));
+  if ((callInt(env, method, modifiers) & kNativeModifier) == 0) return false;
+  const auto name = callObject<jstring>(env, method, getName);
+  const auto types = callObject<jobjectArray>(env, method, parameters);
+  const auto result = callObject<jclass>(env, method, resultType);
+  if (!name || !types || !result) return false;
+  native.name = Utf(env, name.get()).get();
   native.signature = "(";
   for (jsize i = 0; i < env->GetArrayLength(types.get()); ++i) {
     const LocalRef<jobject> type(env, env->GetObjectArrayElement(types.get(), i));
@@ -168,8 +170,7 @@ bool NativeTable::describe(JNIEnv* env, const ClassTable& classes, jobject metho
     native.signature += signature;
     native.parameters += signature[0] == '[' ? 'L' : signature[0];
   }
-  const LocalRef<jobject> result(env, env->CallObjectMethod(method, resultType));
-  const std::string resultSignature = classes.signatureOf(env, static_cast<jclass>(result.get()));
+  const std::string resultSignature = classes.signatureOf(env, result.get());
   native.signature += ")" + resultSignature;
   return resultSignature == "J" && native.parameters.find_first_not_of("JIZDL") == std::string::npos;
 }

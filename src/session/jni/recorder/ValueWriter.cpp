@@ -1,8 +1,7 @@
 // Java objects on their way into a frame.
 #include "session/jni/recorder/ValueWriter.h"
 
-#include "session/jni/LocalRef.h"
-#include "session/jni/Lookup.h"
+#include "session/jni/recorder/JavaCalls.h"
 
 namespace qvs {
 namespace {
@@ -38,9 +37,8 @@ void ValueWriter::write(jobject object, int depth) {
     case ValueKind::kList:
       break;
   }
-  const LocalRef<jobjectArray> items(
-      env, static_cast<jobjectArray>(env->CallObjectMethod(object, classes.toArray())));
-  if (!clearFailure(env) && items) return writeItems(items.get(), depth);
+  const auto items = callObject<jobjectArray>(env, object, classes.toArray());
+  if (items) return writeItems(items.get(), depth);
   frame.shrink(begin);
   frame.put(kUnreadValue);
 }
@@ -96,8 +94,8 @@ void ValueWriter::writeNumbers(Array array, void (JNIEnv::*getRegion)(Array, jsi
 
 // Direct ones whole, as the boundary reads them. The bytes of others it never sees.
 void ValueWriter::writeBuffer(jobject object) {
-  frame.put(static_cast<jint>(env->CallIntMethod(object, classes.position())));
-  frame.put(static_cast<jint>(env->CallIntMethod(object, classes.limit())));
+  frame.put(callInt(env, object, classes.position()));
+  frame.put(callInt(env, object, classes.limit()));
   const void* bytes = env->GetDirectBufferAddress(object);
   const jlong capacity = bytes != nullptr ? env->GetDirectBufferCapacity(object) : -1;
   frame.put(capacity);

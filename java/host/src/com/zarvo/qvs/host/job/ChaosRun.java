@@ -62,6 +62,8 @@ final class ChaosRun implements SessionOutput {
   /** The same sums with the bytes left out of those that `encoders` make. */
   static Map<String, String> plain(ChaosPlan plan, Path clip, EncoderList encoders) throws IOException {
     Map<String, String> sums = run(plan, clip, false, null);
+    // Encoders side by side have a picture under way where a session ends before its time.
+    if (plan.parallel() && (!plan.drained() || sums.containsKey("failure"))) sums = run(plan, clip, true, null);
     if (encoders == null) return sums;
     sums.replaceAll((name, sum) -> name.contains("codec=h264") ? sum.replaceAll(" bytes.*", "") : sum);
     return sums;

@@ -21,7 +21,7 @@ record RecordedNative(String className, String name, String signature, Method me
   private static Method find(String className, String name, String signature) {
     if (!className.startsWith(CONTRACT)) return null;
     try {
-      for (Method method : Class.forName(className.replace('/', '.')).getDeclaredMethods()) {
+      for (Method method : Class.forName(className.replace('/', '.'), false, RecordedNative.class.getClassLoader()).getDeclaredMethods()) {
         boolean isNative = Modifier.isNative(method.getModifiers()) && Modifier.isStatic(method.getModifiers());
         MethodType type = MethodType.methodType(method.getReturnType(), method.getParameterTypes());
         if (isNative && method.getName().equals(name) && type.toMethodDescriptorString().equals(signature)) return method;
