@@ -8,6 +8,7 @@
 #include "log/LogGlobalLogger.h"
 #include "session/jni/Holders.h"
 #include "session/jni/NativeEntry.h"
+#include "session/jni/RecorderStart.h"
 #include "session/jni/records/CommonRecords.h"
 #include "session/jni/StreamContext.h"
 #include "session/jni/Utf.h"
@@ -76,10 +77,11 @@ bool deliverStatements(JNIEnv* env, LogCollector* own, jobject logStatements) {
 
 using namespace qvs;
 
-QVS_NATIVE(nativeInitialize)(JNIEnv*, jobject) {
+QVS_NATIVE(nativeInitialize)(JNIEnv* env, jobject) {
   return guarded(
       QVS_LABEL(nativeInitialize),
-      []() -> jlong {
+      [&]() -> jlong {
+        startRecorderIfAsked(env);
         // Singletons are made here, one after the other, so that no two threads race to make one. The
         // inventory looks at what the steps before it have loaded.
         LogGlobalLogger::getLogger();

@@ -10,6 +10,8 @@ public final class OggPages {
   private static final int HEADER_LENGTH = 27;
   private static final int SEGMENT_COUNT_AT = 26;
   private static final int FULL_SEGMENT = 255;
+  /** The stream's number, which is the time at which its encoder was made, and the page's checksum over that too. */
+  private static final int[] BY_THE_CLOCK = {14, 15, 16, 17, 22, 23, 24, 25};
 
   private final ByteArrayOutputStream open = new ByteArrayOutputStream();
 
@@ -35,6 +37,14 @@ public final class OggPages {
       at = body;
     }
     return packets;
+  }
+
+  /** What begins with a page, without what differs from one run to the next; all else as it is. */
+  public static byte[] comparable(byte[] bytes) {
+    if (bytes.length < HEADER_LENGTH || bytes[0] != 'O' || bytes[1] != 'g' || bytes[2] != 'g' || bytes[3] != 'S') return bytes;
+    byte[] copy = bytes.clone();
+    for (int at : BY_THE_CLOCK) copy[at] = 0;
+    return copy;
   }
 
   private static HostException damaged() {

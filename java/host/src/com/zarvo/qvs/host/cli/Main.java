@@ -31,6 +31,7 @@ import picocli.CommandLine.ScopeType;
       InspectCommand.class,
       DemoCommand.class,
       SoakCommand.class,
+      ReplayCommand.class,
       ConformanceCommand.class
     })
 public final class Main implements Interruptible {

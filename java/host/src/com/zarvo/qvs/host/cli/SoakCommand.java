@@ -1,5 +1,7 @@
 package com.zarvo.qvs.host.cli;
 
+import com.zarvo.qvs.host.job.ChaosClips;
+import com.zarvo.qvs.host.job.ChaosSoak;
 import com.zarvo.qvs.host.job.EndlessSession;
 import com.zarvo.qvs.host.job.JobSettings;
 import com.zarvo.qvs.host.job.Overwrite;
@@ -8,8 +10,10 @@ import com.zarvo.qvs.host.job.ResidentMemory;
 import com.zarvo.qvs.host.job.TranscodeJob;
 import com.zarvo.qvs.host.media.Interruption;
 import com.zarvo.qvs.host.media.MediaReader;
+import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.HostException;
 import java.io.IOException;
+import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
@@ -36,8 +40,8 @@ final class SoakCommand implements Callable<Integer> {
   private static final double WARM_UP_SHARE = 1.0 / 6;
   private static final double WARM_UP_MINUTES = 5;
 
-  @Parameters(paramLabel = "INPUT", description = "The file to read.")
-  private Path input;
+  @Parameters(paramLabel = "INPUT", arity = "0..*", description = "The file to read; more, or none, only with --chaos.")
+  private List<Path> inputs = List.of();
 
   @Option(names = "--minutes", defaultValue = "30", description = "How long, 30 minutes by default.")
   private double minutes;
@@ -53,8 +57,28 @@ final class SoakCommand implements Callable<Integer> {
       description = "The same with its pictures too: one session, a ladder of H.264 and AAC.")
   private boolean feed;
 
+  @Option(
+      names = "--chaos",
+      paramLabel = "SEED",
+      description =
+          "Sessions drawn from a seed, side by side: sizes, codecs, bit rates, damaged packets. Each has to come to what"
+              + " it comes to alone. Without INPUT it makes its clips with ffmpeg.")
+  private Long seed;
+
+  @Option(
+      names = "--encoder",
+      paramLabel = "LIST",
+      converter = Converters.OfEncoders.class,
+      description = "With --chaos: encoders of its H.264, such as vaapi+software; one that fails is replaced.")
+  private EncoderList encoders;
+
+  private Path input;
+
   @Override
   public Integer call() throws Exception {
+    if (seed != null) return chaos();
+    if (inputs.size() != 1) throw new HostException("a soak takes one INPUT, or --chaos SEED");
+    input = inputs.get(0);
     if (MediaReader.isLive(input)) throw new HostException(input + ": a soak reads its input again and again");
     if (!audio && !feed) return soak(this::takeVideo, () -> "");
     try (EndlessSession session = new EndlessSession(input, feed)) {
@@ -62,6 +86,23 @@ final class SoakCommand implements Callable<Integer> {
       int verdict = soak(session::pass, () -> String.format(Locale.ROOT, ", %.2f hours", session.hours()));
       return staysInStep(session) ? verdict : 1;
     }
+  }
+
+  private int chaos() throws Exception {
+    Files.createDirectories(directory);
+    List<Path> clips = inputs.isEmpty() ? ChaosClips.make(directory) : inputs;
+    ChaosSoak soak = new ChaosSoak(seed, clips, encoders, directory, System.out::println);
+    System.out.println("seed " + seed);
+    long startNs = System.nanoTime();
+    double now;
+    do {
+      List<String> finds = soak.round();
+      now = (System.nanoTime() - startNs) / 1e9 / SECONDS_A_MINUTE;
+      System.out.printf(Locale.ROOT, "minute %.1f: %s%n", now, soak.summary());
+      finds.forEach(System.out::println);
+      if (!finds.isEmpty()) return 1;
+    } while (now < minutes);
+    return 0;
   }
 
   private static boolean staysInStep(EndlessSession session) {

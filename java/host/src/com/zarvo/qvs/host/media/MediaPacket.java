@@ -59,6 +59,12 @@ public record MediaPacket(
         kind, data, pts, timecodeMs, duration, paddingStart, paddingEnd, key, disposable, hidden, timeKind, config);
   }
 
+  /** The same with other bytes. */
+  public MediaPacket with(byte[] bytes) {
+    return new MediaPacket(
+        kind, bytes, pts, timecodeMs, duration, paddingStart, paddingEnd, key, disposable, hidden, timeKind, newConfig);
+  }
+
   /** The same at another time. */
   public MediaPacket at(long otherPts, long otherTimecodeMs) {
     return new MediaPacket(

@@ -12,6 +12,7 @@ public final class NativeLibraries {
   private static boolean mediaLoaded;
   private static boolean transcoderLoaded;
   private static boolean listenerLoaded;
+  private static boolean recorderLoaded;
 
   private NativeLibraries() {}
 
@@ -50,6 +51,14 @@ public final class NativeLibraries {
     if (listenerLoaded) return;
     load("qvs-host-listener");
     listenerLoaded = true;
+  }
+
+  /** What records the transcoder's calls; it finds the transcoder that is already loaded. */
+  public static synchronized void loadRecorder() throws HostException {
+    loadTranscoder();
+    if (recorderLoaded) return;
+    load("qvs-recorder");
+    recorderLoaded = true;
   }
 
   private static void load(String name) throws HostException {
