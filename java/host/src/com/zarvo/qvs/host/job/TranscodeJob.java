@@ -57,7 +57,7 @@ public final class TranscodeJob implements LadderJob {
   @Override
   public JobResult run() throws HostException, IOException {
     NativeLibraries.loadMedia();
-    try (MediaReader reader = MediaReader.open(settings.input(), interruption)) {
+    try (MediaReader reader = MediaReader.open(settings.source(), interruption)) {
       StreamChoice choice = StreamChoice.of(settings, reader, result);
       audioSpecs = choice.audioSpecs();
       MediaFeed feed = new MediaFeed(reader);
@@ -69,7 +69,7 @@ public final class TranscodeJob implements LadderJob {
           pump(reader, feed, session, files);
           finish(session, files);
         } finally {
-          note(session, feed);
+          note(session, feed, reader);
         }
         return result;
       }
@@ -118,7 +118,7 @@ public final class TranscodeJob implements LadderJob {
         if (firstMs == Long.MIN_VALUE) firstMs = packet.timecodeMs();
         if (packet.timecodeMs() - firstMs >= settings.maxMilliseconds()) break;
         if (interruption.requested() && !reader.isLive())
-          throw new HostException(settings.input() + ": interrupted, its renditions were dropped");
+          throw new HostException(settings.source() + ": interrupted, its renditions were dropped");
         MediaPacket following = packet.kind() == MediaKind.AUDIO ? feed.following(MediaKind.AUDIO) : null;
         long beforeNs = System.nanoTime();
         if (packet.kind() == MediaKind.VIDEO) {
@@ -130,7 +130,7 @@ public final class TranscodeJob implements LadderJob {
         result.mediaMs = Math.max(result.mediaMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
         session.counters().fed(result.mediaMs);
         String news = reader.isLive() ? pace.worked(System.nanoTime() - beforeNs, result.mediaMs) : null;
-        if (news != null) progress.say(settings.input() + ": " + news);
+        if (news != null) progress.say(settings.source() + ": " + news);
         progress.update(result.mediaMs, session.frames());
       }
       session.drain();
@@ -144,9 +144,9 @@ public final class TranscodeJob implements LadderJob {
 
   private void finish(TranscodeSession session, RenditionFiles files) throws HostException, IOException {
     if (result.source != null && session.frames() == 0)
-      throw new HostException(settings.input() + ": no picture in it could be decoded");
+      throw new HostException(settings.source() + ": no picture in it could be decoded");
     if (session.audio() != null && session.audio().frames() == 0)
-      throw new HostException(settings.input() + ": no sound in it could be decoded");
+      throw new HostException(settings.source() + ": no sound in it could be decoded");
     files.finish(session);
     result.contactSheet = files.writeSheet();
     result.finished(files.results(), files.audioResults());
@@ -155,19 +155,20 @@ public final class TranscodeJob implements LadderJob {
   private void noteEncoder(EncoderEvent event) {
     result.encoderEvents.add(event);
     if (progress == null) progress = progressOf.apply(-1L);
-    progress.say(settings.input() + ": " + event);
+    progress.say(settings.source() + ": " + event);
   }
 
   private void noteDevice(DeviceEvent event) {
     result.deviceEvents.add(event);
   }
 
-  private void note(TranscodeSession session, MediaFeed feed) {
+  private void note(TranscodeSession session, MediaFeed feed, MediaReader reader) {
     result.damagedFrames = session.damagedFrames();
     result.damagedAudioPackets = session.audio() == null ? 0 : session.audio().failures();
     result.frames = session.frames();
     for (int i = 0; i < result.specs.size(); i++) result.encoders.add(session.encoder(i));
     result.inputTrouble = feed.trouble();
+    result.reconnects = reader.reconnects();
     result.log = session.log().lines();
   }
 
