@@ -15,6 +15,7 @@ enum VideoCodecId : uint32_t {
   kVideoCodecMP4 = 10,
   kVideoCodecMPEG2 = 11,
   kVideoCodecH265 = 12,
+  kVideoCodecRaw = 100,  ///< an extension: pictures that come decoded
 };
 
 enum AudioCodecId : uint32_t {

@@ -25,6 +25,7 @@
 #include "video/decoders/VideoDecoderH265.h"
 #include "video/decoders/VideoDecoderMP2.h"
 #include "video/decoders/VideoDecoderMP4.h"
+#include "video/decoders/VideoDecoderRaw.h"
 #include "video/decoders/VideoDecoderVPX.h"
 #include "video/encoders/hosts/VideoEncoderH265U30Host.h"
 #include "video/encoders/hosts/VideoEncoderH26XNVENC12Host.h"
@@ -80,6 +81,7 @@ constexpr VideoDecoderRow kVideoDecoders[] = {
     // One host serves both codecs of that card.
     {kVideoCodecH265, 5, &Availability::u30Available, kU30Usable, kNative, "VideoDecoderH264U30Host", "H.265: U30", make<IVideoDecoder, VideoDecoderH264U30Host>},
     {kVideoCodecH265, kAny, nullptr, 0, kNative, "VideoDecoderH265", "H.265: default", make<IVideoDecoder, VideoDecoderH265>},
+    {kVideoCodecRaw, kAny, nullptr, 0, kNative, "VideoDecoderRaw", "Raw: default", make<IVideoDecoder, VideoDecoderRaw>},
 };
 
 constexpr VideoEncoderRow kVideoEncoders[] = {

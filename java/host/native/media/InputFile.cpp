@@ -1,6 +1,8 @@
 // Reading a media file's packets with libavformat: choosing streams, times from zero, codec configurations.
 #include "media/InputFile.h"
 
+#include "media/FormatLists.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -17,6 +19,8 @@ namespace {
 
 constexpr StreamKind kKinds[] = {StreamKind::kVideo, StreamKind::kAudio};
 // Lengths in headers are rounded and count a last picture in one way or another.
+// libavformat reads so much of a stream before it says what is in it.
+constexpr int64_t kLookUs = 5'000'000;
 constexpr int64_t kShortfallMs = 500, kShortfallShare = 100;
 
 // Some containers (raw streams, AVI) leave the presentation time out; counting on is the best guess then.
@@ -39,26 +43,56 @@ InputFile::~InputFile() {
   avformat_close_input(&format_);
 }
 
-MediaStatus InputFile::open(const std::string& path, bool live) {
+MediaStatus InputFile::open(const InputRequest& request) {
   packet_.reset(av_packet_alloc());
   if (!packet_) return MediaStatus::failure("out of memory");
-  MediaStatus status = openContainer(path, live);
+  MediaStatus status = openContainer(request);
   if (!status.ok()) return status;
   format_->flags |= AVFMT_FLAG_GENPTS;
-  status = MediaStatus::fromCode(avformat_find_stream_info(format_, nullptr), "cannot read the streams");
-  countsFromStart_ = live;
+  watch_.begin(kLookUs);
+  status = failed(avformat_find_stream_info(format_, nullptr), "cannot read the streams");
+  endless_ = request.patienceMs > 0 && (format_->duration == AV_NOPTS_VALUE || format_->duration <= 0 ||
+                                        format_->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE);
+  countsFromStart_ = request.live || endless_;
   return status.ok() ? select() : status;
 }
 
-MediaStatus InputFile::openContainer(const std::string& path, bool live) {
-  if (live) {
-    const MediaStatus status = live_.open(path);
+MediaStatus InputFile::openContainer(const InputRequest& request) {
+  format_ = avformat_alloc_context();
+  if (!format_) return MediaStatus::failure("out of memory");
+  if (request.live) {
+    const MediaStatus status = live_.open(request.address);
     if (!status.ok()) return status;
-    format_ = avformat_alloc_context();
-    if (!format_) return MediaStatus::failure("out of memory");
     format_->pb = live_.context();
   }
-  return MediaStatus::fromCode(avformat_open_input(&format_, path.c_str(), nullptr, nullptr), "cannot open");
+  if (request.patienceMs > 0) watch_.guard(format_, request.patienceMs);
+  const AVInputFormat* demuxer =
+      request.demuxer.empty() ? nullptr : av_find_input_format(request.demuxer.c_str());
+  AVDictionary* options = nullptr;
+  av_dict_parse_string(&options, request.options.c_str(), "=", "\n", 0);
+  if (!request.anyFormat) FormatLists::apply(&options, request.patienceMs > 0);
+  watch_.begin();
+  const int code = avformat_open_input(&format_, request.address.c_str(), demuxer, &options);
+  av_dict_free(&options);
+  if (code == AVERROR_INVALIDDATA && !request.anyFormat && !request.live && request.patienceMs == 0) {
+    const std::string other = FormatLists::leftOut(request.address);
+    if (!other.empty())
+      return MediaStatus::failure("format " + other + " is not taken, --allow-any-format takes it");
+  }
+  return failed(code, "cannot open");
+}
+
+// What a wait that was ended is called by libavformat tells nobody anything.
+MediaStatus InputFile::failed(int code, const char* what) const {
+  if (code == AVERROR_EXIT && watch_.isStopped()) return MediaStatus::failure("interrupted");
+  if (code < 0 && watch_.isOutOfPatience())
+    return MediaStatus::failure("nothing came for " + watch_.patienceText() + " s");
+  return MediaStatus::fromCode(code, what);
+}
+
+void InputFile::stop() {
+  live_.stop();
+  watch_.stop();
 }
 
 // A feed may have run for days before it is joined: files are not to start with as long a gap.
@@ -134,12 +168,13 @@ MediaStatus InputFile::next(bool* atEnd) {
   *atEnd = false;
   do {
     av_packet_unref(packet_.get());
+    watch_.begin();
     const int code = av_read_frame(format_, packet_.get());
-    if (code == AVERROR_EOF) {
+    if (code == AVERROR_EOF || (code < 0 && watch_.isStopped())) {
       *atEnd = true;
       return {};
     }
-    if (code < 0) return MediaStatus::fromCode(code, "reading stopped");
+    if (code < 0) return failed(code, "reading stopped");
   } while (!ofSelected(packet_->stream_index));
   Selected& of = selected(kind_);
   of.pts = timeOf(*packet_, of.nextPts + of.origin, &timeKind_) - of.origin;
@@ -270,6 +305,12 @@ bool InputFile::fullRange() const {
   const AVCodecParameters& video = *stream(StreamKind::kVideo).codecpar;
   if (video.color_range != AVCOL_RANGE_UNSPECIFIED) return video.color_range == AVCOL_RANGE_JPEG;
   return std::strncmp(pixelFormatName(), "yuvj", 4) == 0;
+}
+
+bool InputFile::hasChroma() const {
+  const auto format = static_cast<AVPixelFormat>(stream(StreamKind::kVideo).codecpar->format);
+  const AVPixFmtDescriptor* form = av_pix_fmt_desc_get(format);
+  return !form || (form->nb_components >= 3 && !(form->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)));
 }
 
 DisplayMatrix InputFile::displayMatrix() const {

@@ -2,6 +2,7 @@
 
 #include "media/AvHandles.h"
 #include "media/DisplayMatrix.h"
+#include "media/InputWatch.h"
 #include "media/LiveInput.h"
 #include "media/MediaStatus.h"
 
@@ -16,6 +17,17 @@ namespace qvs::host {
 /// What a stream carries; the numbers are those of MediaKind on the Java side.
 enum class StreamKind { kVideo = 0, kAudio = 1 };
 
+/// What is opened, and how.
+struct InputRequest {
+  std::string address;
+  bool live =
+      false;  ///< not a regular file; its bytes are read once and in order, times count from its start
+  std::string demuxer{};   ///< "" where it is to be found out
+  std::string options{};   ///< of libavformat, a line each
+  bool anyFormat = false;  ///< also what FormatLists lacks
+  int64_t patienceMs = 0;  ///< how long nothing may come of a URL; 0 for whatever is no URL
+};
+
 /// Reads the packets of the best video stream and of one audio stream of a container file, in file order. Of several
 /// audio streams it is the first that belongs to the pictures, unless another is selected.
 class InputFile {
@@ -25,11 +37,16 @@ class InputFile {
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
-  /// One line of text on failure: unreadable, no known container, or neither picture nor sound in it. `live`:
-  /// not a regular file; its bytes are read once and in order, and its times count from its start.
-  MediaStatus open(const std::string& path, bool live = false);
+  /// One line of text on failure: unreadable, no known container, or neither picture nor sound in it.
+  MediaStatus open(const InputRequest& request);
+  /// A local file of any format.
+  MediaStatus open(const std::string& path) { return open(InputRequest{.address = path, .anyFormat = true}); }
   /// Any thread, from the start on: live input ends here, also where `open` or `next` wait for it.
-  void stop() { live_.stop(); }
+  void stop();
+  /// True for a URL of which nothing tells an end.
+  bool isEndless() const { return endless_; }
+  /// Times that libavformat lost a connection and made it anew.
+  int64_t reconnects() const { return watch_.reconnects(); }
 
   bool has(StreamKind kind) const { return selected(kind).index >= 0; }
   /// All audio streams of the file, in its order.
@@ -87,6 +104,8 @@ class InputFile {
   /// Bits a second of the pictures, 0 when unknown.
   int64_t bitRate() const;
   bool fullRange() const;
+  /// False for RGB and for grey.
+  bool hasChroma() const;
   DisplayMatrix displayMatrix() const;
 
  private:
@@ -101,7 +120,8 @@ class InputFile {
 
   Selected& selected(StreamKind kind) { return selected_[static_cast<size_t>(kind)]; }
   const Selected& selected(StreamKind kind) const { return selected_[static_cast<size_t>(kind)]; }
-  MediaStatus openContainer(const std::string& path, bool live);
+  MediaStatus openContainer(const InputRequest& request);
+  MediaStatus failed(int code, const char* what) const;
   MediaStatus select();
   int firstAudioOf(int video) const;
   void take(StreamKind kind, int index);
@@ -113,11 +133,13 @@ class InputFile {
   int64_t stepOf(const AVPacket& packet) const;
 
   LiveInput live_;
+  InputWatch watch_;
   AVFormatContext* format_ = nullptr;
   AvPacketPtr packet_;
   std::array<Selected, 2> selected_;
   std::vector<unsigned> audioTracks_;
   bool countsFromStart_ = false;
+  bool endless_ = false;
   StreamKind kind_ = StreamKind::kVideo;
   TimeKind timeKind_ = TimeKind::kShown;
 };

@@ -20,6 +20,7 @@ using qvs::host::ExcludedArea;
 using qvs::host::FrameComparison;
 using qvs::host::handleOf;
 using qvs::host::InputFile;
+using qvs::host::InputRequest;
 using qvs::host::JavaRecord;
 using qvs::host::MediaStatus;
 using qvs::host::object;
@@ -45,8 +46,24 @@ JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_media_MediaReader_create(JNIEnv*
 }
 
 JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_open(JNIEnv* env, jclass, jlong handle,
-                                                                      jstring path, jboolean live) {
-  passed(env, object<InputFile>(handle)->open(toString(env, path), live == JNI_TRUE));
+                                                                      jstring address, jboolean live,
+                                                                      jstring demuxer, jstring options,
+                                                                      jboolean anyFormat, jlong patienceMs) {
+  passed(env, object<InputFile>(handle)->open(InputRequest{.address = toString(env, address),
+                                               .live = live == JNI_TRUE,
+                                               .demuxer = toString(env, demuxer),
+                                               .options = toString(env, options),
+                                               .anyFormat = anyFormat == JNI_TRUE,
+                                               .patienceMs = patienceMs}));
+}
+
+JNIEXPORT jboolean JNICALL Java_com_zarvo_qvs_host_media_MediaReader_isEndless(JNIEnv*, jclass,
+                                                                               jlong handle) {
+  return object<InputFile>(handle)->isEndless();
+}
+
+JNIEXPORT jlong JNICALL Java_com_zarvo_qvs_host_media_MediaReader_reconnects(JNIEnv*, jclass, jlong handle) {
+  return object<InputFile>(handle)->reconnects();
 }
 
 JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_stop(JNIEnv*, jclass, jlong handle) {
@@ -110,6 +127,7 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_videoProperties
   record.set("transfer", codec.color_trc);
   record.set("matrix", codec.color_space);
   record.set("fullRange", file.fullRange());
+  record.set("hasChroma", file.hasChroma());
   record.set("displayA", display[0]);
   record.set("displayB", display[1]);
   record.set("displayC", display[2]);

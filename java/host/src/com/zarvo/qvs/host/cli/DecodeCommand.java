@@ -9,6 +9,7 @@ import com.zarvo.qvs.host.media.MediaReader;
 import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.MediaInput;
 import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.host.session.AudioSettings;
 import com.zarvo.qvs.host.session.AudioSources;
@@ -30,7 +31,19 @@ import picocli.CommandLine.Parameters;
 /** "decode": what the session's decoders deliver, a line a picture, or the sound as a file. */
 @Command(name = "decode", description = "Decodes a file and prints one line a picture.")
 final class DecodeCommand implements Callable<Integer> {
-  @Parameters(paramLabel = "INPUT", description = "The file to read, in any container; - for standard input.")
+  @Parameters(paramLabel = "INPUT", description = "The file to read, in any container; - for standard input, a URL or pictures as for transcode.")
+  private String address;
+
+  @Mixin private InputOptions reading;
+
+  @Option(
+      names = "--fps",
+      paramLabel = "RATE",
+      defaultValue = "0",
+      converter = Converters.OfFrameRate.class,
+      description = "Pictures a second of an input that is a sequence of pictures, 25 by default.")
+  private double pictureRate;
+
   private Path input;
 
   @Option(
@@ -66,8 +79,10 @@ final class DecodeCommand implements Callable<Integer> {
 
   @Override
   public Integer call() throws Exception {
+    MediaInput source = reading.input(address, pictureRate);
+    input = source.path();
     NativeLibraries.loadMedia();
-    try (MediaReader reader = MediaReader.open(input)) {
+    try (MediaReader reader = MediaReader.open(source)) {
       return pcm == null ? decodeVideo(reader) : decodeAudio(reader);
     }
   }

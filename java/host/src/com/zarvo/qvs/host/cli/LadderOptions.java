@@ -76,6 +76,11 @@ final class LadderOptions {
         .overwrite(overwrite ? Overwrite.ALWAYS : Console::mayReplace);
   }
 
+  /** Pictures a second as asked for, 0 where none are. */
+  double frameRate() {
+    return wanted.frameRate();
+  }
+
   /** Refuses options that devices don't take. */
   void refuseThoseOfFiles() {
     refuse(wanted.choosesAudioTrack(), "--audio-track is for files: a device has one");

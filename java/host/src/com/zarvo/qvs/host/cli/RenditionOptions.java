@@ -98,7 +98,10 @@ final class RenditionOptions {
       paramLabel = "RATE",
       defaultValue = "0",
       converter = Converters.OfFrameRate.class,
-      description = "Highest pictures a second of renditions that name none of their own.")
+      description = {
+        "Highest pictures a second of renditions that name none of their own; of an input that is a sequence of pictures",
+        "its own rate, 25 by default."
+      })
   private double frameRate;
 
   @Option(
@@ -143,6 +146,10 @@ final class RenditionOptions {
   /** As asked for, else `usual`. */
   Container format(Container usual) {
     return format == null ? usual : format;
+  }
+
+  double frameRate() {
+    return frameRate;
   }
 
   boolean choosesAudioTrack() {

@@ -5,7 +5,7 @@ import com.zarvo.qvs.host.job.TranscodeJob;
 import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Device;
-import java.nio.file.Path;
+import com.zarvo.qvs.host.model.MediaInput;
 import java.util.concurrent.Callable;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
@@ -22,9 +22,12 @@ final class TranscodeCommand implements Callable<Integer> {
       paramLabel = "INPUT",
       description = {
         "The file to read, in any container. A FIFO, or - for standard input, is read as it comes: its end, or Ctrl-C,",
-        "ends the renditions well."
+        "ends the renditions well. Also a URL (http, https, srt, rtmp, rtmps, udp), numbered pictures (shot%%04d.png) or",
+        "a folder of pictures."
       })
-  private Path input;
+  private String input;
+
+  @Mixin private InputOptions reading;
 
   @Mixin private LadderOptions ladder;
 
@@ -52,13 +55,15 @@ final class TranscodeCommand implements Callable<Integer> {
 
   @Override
   public Integer call() throws Exception {
+    MediaInput source = reading.input(input, ladder.frameRate());
     JobSettings settings =
         ladder
-            .settings(input, Container.MP4, 0, device.kind().encoders)
+            .settings(source.path(), Container.MP4, 0, device.kind().encoders)
+            .source(source)
             .video(!noVideo)
             .device(device)
             .decoder(decoder)
             .build();
-    return ladder.run(new TranscodeJob(settings, Console::progress, main.listenToSignals()), input);
+    return ladder.run(new TranscodeJob(settings, Console::progress, main.listenToSignals()), source.path());
   }
 }

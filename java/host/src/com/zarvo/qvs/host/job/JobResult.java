@@ -49,6 +49,8 @@ public final class JobResult {
   String inputTrouble;
   List<SessionLog.Line> log = List.of();
   String audioDecoder;
+  String videoDecoder;
+  long reconnects;
   /** What was captured; null for other input. */
   CaptureReport capture;
   private final List<LeftOutAudio> leftOutAudio = new ArrayList<>();
@@ -200,6 +202,16 @@ public final class JobResult {
     return !renditions.isEmpty() && !source.display().isAsCoded() && !settings.format().holdsDisplayMatrix();
   }
 
+  /** True where the pictures were decoded before they went into the session. */
+  public boolean isDecodedBefore() {
+    return "libavcodec".equals(videoDecoder);
+  }
+
+  /** Times that a server's connection was lost and made anew. */
+  public long reconnects() {
+    return reconnects;
+  }
+
   /** Seconds of input per second of work. */
   public double speed() {
     return wallSeconds > 0 ? mediaMs / 1000.0 / wallSeconds : 0;
@@ -213,9 +225,10 @@ public final class JobResult {
   /** What the report holds. */
   public Map<String, Object> toMap() {
     Map<String, Object> input = new LinkedHashMap<>();
-    input.put("file", settings.input());
+    input.put("file", settings.source().toString());
     if (source != null) {
       input.put("codec", source.codecName());
+      input.put("videoDecoder", videoDecoder);
       input.put("width", source.width());
       input.put("height", source.height());
       input.put("frameRate", source.frameRate());
@@ -235,6 +248,7 @@ public final class JobResult {
       input.put("damagedAudioPackets", damagedAudioPackets);
     }
     input.put("seconds", mediaMs / 1000.0);
+    if (settings.source().isUrl()) input.put("reconnects", reconnects);
     if (inputTrouble != null) input.put("trouble", inputTrouble);
     List<Object> files = new ArrayList<>();
     for (int i = 0; i < renditions.size(); i++) {

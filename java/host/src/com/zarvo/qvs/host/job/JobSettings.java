@@ -8,6 +8,7 @@ import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.LiveQuality;
 import com.zarvo.qvs.host.model.VideoTuning;
+import com.zarvo.qvs.host.model.MediaInput;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.session.EncoderPolicy;
@@ -17,6 +18,7 @@ import java.util.List;
 /** One file to be made into renditions: pictures and sound in MP4 by the default ladder, unless told otherwise. */
 public final class JobSettings {
   private final Path input;
+  private MediaInput source;
   private final Path directory;
   private List<RenditionSpec> renditions = List.of();
   private List<AudioSpec> audioRenditions = List.of();
@@ -44,6 +46,7 @@ public final class JobSettings {
 
   private JobSettings(Path input, Path directory) {
     this.input = input;
+    this.source = MediaInput.of(input);
     this.directory = directory;
   }
 
@@ -51,8 +54,14 @@ public final class JobSettings {
     return new Builder(new JobSettings(input, directory));
   }
 
+  /** The file; of a URL a name that a file may have. */
   public Path input() {
     return input;
+  }
+
+  /** What is read. */
+  public MediaInput source() {
+    return source;
   }
 
   public Path directory() {
@@ -176,6 +185,12 @@ public final class JobSettings {
 
     private Builder(JobSettings made) {
       this.made = made;
+    }
+
+    /** Where it is more than a file. */
+    public Builder source(MediaInput source) {
+      made.source = source;
+      return this;
     }
 
     public Builder renditions(List<RenditionSpec> renditions) {

@@ -31,7 +31,7 @@ public final class StreamChoice {
     audioSpecs = chooseAudio(reader);
     if (selectStreams(reader)) {
       source = reader.video().upright();
-      codec = VideoSource.codecOf(settings.input(), source);
+      codec = VideoSource.anyCodecOf(settings.input(), source);
       renditions = RenditionPlan.of(settings, source, hidesAspect(), reader.isLive());
     }
     RenditionPlan.check(settings, renditions);
@@ -42,6 +42,7 @@ public final class StreamChoice {
       throws HostException, MediaException {
     StreamChoice choice = new StreamChoice(settings, reader, result);
     result.source = choice.source;
+    if (choice.source != null) result.videoDecoder = choice.codec == VideoCodec.RAW ? "libavcodec" : "session";
     result.display = choice.source == null ? null : reader.video().display();
     result.specs = choice.renditions;
     return choice;

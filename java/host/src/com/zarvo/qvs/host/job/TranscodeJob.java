@@ -60,7 +60,7 @@ public final class TranscodeJob implements LadderJob {
   @Override
   public JobResult run() throws HostException, IOException {
     NativeLibraries.loadMedia();
-    try (MediaReader reader = MediaReader.open(settings.input(), interruption)) {
+    try (MediaReader reader = MediaReader.open(settings.source(), interruption)) {
       StreamChoice choice = StreamChoice.of(settings, reader, result);
       audioSpecs = choice.audioSpecs();
       MediaFeed feed = new MediaFeed(reader);
@@ -72,7 +72,7 @@ public final class TranscodeJob implements LadderJob {
           pump(reader, feed, session, files);
           finish(session, files);
         } finally {
-          note(session, feed);
+          note(session, feed, reader);
         }
         return result;
       }
@@ -124,7 +124,7 @@ public final class TranscodeJob implements LadderJob {
         if (settings.paced()) waitFor(startNs, packet.timecodeMs() - firstMs);
         if (interruption.requested() && settings.paced()) break;
         if (interruption.requested() && !reader.isLive())
-          throw new HostException(settings.input() + ": interrupted, its renditions were dropped");
+          throw new HostException(settings.source() + ": interrupted, its renditions were dropped");
         MediaPacket following = packet.kind() == MediaKind.AUDIO ? feed.following(MediaKind.AUDIO) : null;
         long beforeNs = System.nanoTime();
         if (packet.kind() == MediaKind.VIDEO) {
@@ -136,7 +136,7 @@ public final class TranscodeJob implements LadderJob {
         result.mediaMs = Math.max(result.mediaMs, packet.timecodeMs() - firstMs + lengthMs(reader, packet));
         session.counters().fed(result.mediaMs);
         String news = reader.isLive() ? pace.worked(System.nanoTime() - beforeNs, result.mediaMs) : null;
-        if (news != null) progress.say(settings.input() + ": " + news);
+        if (news != null) progress.say(settings.source() + ": " + news);
         progress.update(result.mediaMs, session.frames());
       }
       session.drain();
@@ -159,9 +159,9 @@ public final class TranscodeJob implements LadderJob {
 
   private void finish(TranscodeSession session, RenditionFiles files) throws HostException, IOException {
     if (result.source != null && session.frames() == 0)
-      throw new HostException(settings.input() + ": no picture in it could be decoded");
+      throw new HostException(settings.source() + ": no picture in it could be decoded");
     if (session.audio() != null && session.audio().frames() == 0)
-      throw new HostException(settings.input() + ": no sound in it could be decoded");
+      throw new HostException(settings.source() + ": no sound in it could be decoded");
     files.finish(session);
     result.contactSheet = files.writeSheet();
     result.firstPacketsMs = files.firstPacketsMs();
@@ -171,20 +171,21 @@ public final class TranscodeJob implements LadderJob {
   private void noteEncoder(EncoderEvent event) {
     result.encoderEvents.add(event);
     if (progress == null) progress = progressOf.apply(-1L);
-    progress.say(settings.input() + ": " + event);
+    progress.say(settings.source() + ": " + event);
   }
 
   private void noteDevice(DeviceEvent event) {
     result.deviceEvents.add(event);
   }
 
-  private void note(TranscodeSession session, MediaFeed feed) {
+  private void note(TranscodeSession session, MediaFeed feed, MediaReader reader) {
     result.damagedFrames = session.damagedFrames();
     result.damagedAudioPackets = session.audio() == null ? 0 : session.audio().failures();
     result.frames = session.frames();
     result.noteQuality(session.counters());
     for (int i = 0; i < result.specs.size(); i++) result.encoders.add(session.encoder(i));
     result.inputTrouble = feed.trouble();
+    result.reconnects = reader.reconnects();
     result.log = session.log().lines();
   }
 

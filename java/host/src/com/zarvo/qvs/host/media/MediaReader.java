@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.media;
 
+import com.zarvo.qvs.host.model.MediaInput;
 import com.zarvo.qvs.host.model.Rational;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -33,16 +34,16 @@ public final class MediaReader implements AutoCloseable {
   private AudioStreamInfo audio;
   private final byte[] videoConfig;
   private final long[] facts = new long[FACTS];
-  private final Path path;
+  private final MediaInput input;
   private final boolean live;
   private final Interruption interruption;
   private boolean started;
   private String shortfall = "";
   private long handle;
 
-  private MediaReader(long handle, Path path, boolean live, Interruption interruption) {
+  private MediaReader(long handle, MediaInput input, boolean live, Interruption interruption) {
     this.handle = handle;
-    this.path = path;
+    this.input = input;
     this.live = live;
     this.interruption = interruption;
     boolean frames = has(handle, MediaKind.VIDEO.ordinal());
@@ -72,25 +73,33 @@ public final class MediaReader implements AutoCloseable {
 
   /** Opens a file, or standard input for "-"; the exception's message names it and says what is wrong. */
   public static MediaReader open(Path path) throws MediaException {
-    return open(path, new Interruption());
+    return open(MediaInput.of(path));
+  }
+
+  /** The same of any input. */
+  public static MediaReader open(MediaInput input) throws MediaException {
+    return open(input, new Interruption());
   }
 
   /** The same; live input ends where it is when it is interrupted, as if nothing followed. */
   public static MediaReader open(Path path, Interruption interruption) throws MediaException {
-    Path real = realOf(path);
-    if (!Files.exists(real)) throw new MediaException(path + ": no such file");
-    if (Files.isDirectory(real)) throw new MediaException(path + ": is a directory");
-    boolean live = isLive(path);
+    return open(MediaInput.of(path), interruption);
+  }
+
+  /** The same of any input. */
+  public static MediaReader open(MediaInput input, Interruption interruption) throws MediaException {
+    InputOpening opening = InputOpening.of(input);
+    boolean live = !input.isUrl() && isLive(input.path());
     long handle = create();
     interruption.onRequest(() -> stop(handle));
     boolean ready = false;
     try {
-      open(handle, (live ? path : real).toString(), live);
-      MediaReader reader = new MediaReader(handle, path, live, interruption);
+      open(handle, opening.address(), live, opening.demuxer(), opening.options(), input.takesAnyFormat(), opening.patienceMs());
+      MediaReader reader = new MediaReader(handle, input, live || isEndless(handle), interruption);
       ready = true;
       return reader;
     } catch (MediaException e) {
-      throw new MediaException(path + ": " + e.getMessage());
+      throw new MediaException(input + ": " + e.getMessage());
     } finally {
       if (!ready) close(handle, interruption);
     }
@@ -108,13 +117,18 @@ public final class MediaReader implements AutoCloseable {
   }
 
   // A file that the shell put there can be read like any other.
-  private static Path realOf(Path path) {
+  static Path realOf(Path path) {
     return path.equals(STANDARD_INPUT) ? Path.of("/dev/stdin") : path;
   }
 
   /** What was opened. */
   public Path path() {
-    return path;
+    return input.path();
+  }
+
+  /** Times that a connection was lost and made anew. */
+  public long reconnects() {
+    return handle == 0 ? 0 : reconnects(handle);
   }
 
   /** True when the input can be read only once. */
@@ -137,6 +151,15 @@ public final class MediaReader implements AutoCloseable {
     return videoConfig;
   }
 
+  /** A decoder of its pictures, for codecs that the session has none for. */
+  public PictureDecoder openPictures() throws MediaException {
+    try {
+      return new PictureDecoder(handle, video.colors());
+    } catch (MediaException e) {
+      throw new MediaException(input + ": " + e.getMessage());
+    }
+  }
+
   /** True where the pictures are known to have no fields. */
   public boolean isProgressive() {
     return isProgressive(handle);
@@ -157,7 +180,7 @@ public final class MediaReader implements AutoCloseable {
     }
     String there = audioTracks.stream().map(AudioStreamInfo::toString).collect(Collectors.joining(", "));
     String choice = there.isEmpty() ? "nor any" : "take " + there;
-    throw new MediaException(path + ": no audio track '" + wanted + "' in it, " + choice);
+    throw new MediaException(input + ": no audio track '" + wanted + "' in it, " + choice);
   }
 
   /** The selected audio stream, null when there is none. */
@@ -208,7 +231,7 @@ public final class MediaReader implements AutoCloseable {
     try {
       seek(handle, pts);
     } catch (MediaException e) {
-      throw new MediaException(path + ": " + e.getMessage());
+      throw new MediaException(input + ": " + e.getMessage());
     }
   }
 
@@ -217,14 +240,14 @@ public final class MediaReader implements AutoCloseable {
       return read(handle, facts);
     } catch (MediaException e) {
       if (started && !live) shortfall = shortfall(handle);
-      String hint = live && !started ? ", it may not be made to be read from front to back" : "";
-      throw new MediaException(path + ": " + e.getMessage() + hint);
+      String hint = live && !started && !input.isUrl() ? ", it may not be made to be read from front to back" : "";
+      throw new MediaException(input + ": " + e.getMessage() + hint);
     }
   }
 
   /** What a file that was read to its end promised and did not hold, in one line; null where nothing lacks. */
   public String shortfall() {
-    return shortfall.isEmpty() ? null : path + ": " + shortfall;
+    return shortfall.isEmpty() ? null : input + ": " + shortfall;
   }
 
   @Override
@@ -240,7 +263,15 @@ public final class MediaReader implements AutoCloseable {
 
   private static native long create() throws MediaException;
 
-  private static native void open(long handle, String path, boolean live) throws MediaException;
+  /** `options`: a line each, as libavformat names them; `patienceMs`: how long nothing may come, 0 for ever. */
+  private static native void open(
+      long handle, String address, boolean live, String demuxer, String options, boolean anyFormat, long patienceMs)
+      throws MediaException;
+
+  /** True for a URL of which nothing tells an end. */
+  private static native boolean isEndless(long handle);
+
+  private static native long reconnects(long handle);
 
   private static native void stop(long handle);
 

@@ -3,6 +3,7 @@ package com.zarvo.qvs.host.media;
 import com.zarvo.qvs.host.model.Colors;
 import com.zarvo.qvs.host.model.DisplayMatrix;
 import com.zarvo.qvs.host.model.Rational;
+import com.zarvo.qvs.host.model.VideoCodec;
 
 /** Facts of a video stream on their way to or from the native side, which knows the fields by their names. */
 final class VideoProperties {
@@ -20,6 +21,7 @@ final class VideoProperties {
   long transfer;
   long matrix;
   long fullRange;
+  long hasChroma;
   long displayA;
   long displayB;
   long displayC;
@@ -46,6 +48,11 @@ final class VideoProperties {
     displayD = track.display().d();
   }
 
+  // RGB and grey that the host converts take the range that every player shows right.
+  private boolean isFullRange(String codecName) {
+    return fullRange != 0 && (hasChroma != 0 || VideoCodec.isKnown(codecName));
+  }
+
   StreamInfo toInfo(String codecName, String pixelFormat) {
     return new StreamInfo(
         codecName,
@@ -57,7 +64,7 @@ final class VideoProperties {
         durationMs,
         new Rational((int) pixelAspectNum, (int) pixelAspectDen),
         bitRate,
-        Colors.of((int) primaries, (int) transfer, (int) matrix, fullRange != 0, (int) height),
+        Colors.of((int) primaries, (int) transfer, (int) matrix, isFullRange(codecName), (int) height),
         new DisplayMatrix((int) displayA, (int) displayB, (int) displayC, (int) displayD));
   }
 }

@@ -1,5 +1,6 @@
 package com.zarvo.qvs.host.model;
 
+import java.util.Arrays;
 import java.util.Locale;
 import java.util.Map;
 
@@ -12,7 +13,9 @@ public enum VideoCodec {
   H263("h263", 9, 0, true),
   MPEG4("mpeg4", 10, 0, false),
   MPEG2("mpeg2video", 11, 0, false),
-  H265("hevc", 12, 0, true);
+  H265("hevc", 12, 0, true),
+  /** Pictures that the host has decoded. */
+  RAW("planes", 100, 0, false);
 
   // Older or extended forms that the same decoder takes, and what people call a codec.
   private static final Map<String, String> ALIASES =
@@ -52,9 +55,9 @@ public enum VideoCodec {
     return hasUnits() || wantsNoConfig();
   }
 
-  /** True where interlaced pictures are deinterlaced on demand. */
+  /** True where interlaced pictures are deinterlaced on demand, into one or two pictures. */
   public boolean deinterlaces() {
-    return !wantsNoConfig() && this != H265;
+    return !wantsNoConfig() && this != H265 && this != RAW;
   }
 
   /** True where pictures may be coded in another order than they are shown in. */
@@ -65,8 +68,14 @@ public enum VideoCodec {
   /** The codec of a container's stream. */
   public static VideoCodec ofStream(String codecName) throws HostException {
     String known = ALIASES.getOrDefault(codecName, codecName);
-    for (VideoCodec codec : values()) if (codec.codecName.equals(known)) return codec;
+    for (VideoCodec codec : values()) if (codec != RAW && codec.codecName.equals(known)) return codec;
     throw new HostException("video codec '" + codecName + "' is not supported");
+  }
+
+  /** True for a codec of a container's stream that the session decodes. */
+  public static boolean isKnown(String codecName) {
+    String known = ALIASES.getOrDefault(codecName, codecName);
+    return Arrays.stream(values()).anyMatch(codec -> codec != RAW && codec.codecName.equals(known));
   }
 
   /** The codec that a rendition asks for. */

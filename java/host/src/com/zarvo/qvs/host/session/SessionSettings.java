@@ -1,6 +1,7 @@
 package com.zarvo.qvs.host.session;
 
 import com.zarvo.qvs.host.media.MediaReader;
+import com.zarvo.qvs.host.media.PictureDecoder;
 import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Deinterlace;
@@ -23,6 +24,7 @@ public final class SessionSettings {
   private VideoCodec codec;
   private StreamInfo source;
   private byte[] config;
+  private PictureDecoder.Maker pictures;
   private Deinterlace deinterlace = Deinterlace.OFF;
   private List<RenditionSpec> renditions = List.of();
   private List<OverlaySpec> overlays = List.of();
@@ -64,6 +66,11 @@ public final class SessionSettings {
   /** Codec configuration of the pictures as the container keeps it. */
   public byte[] config() {
     return config;
+  }
+
+  /** What decodes the pictures before they go in; null where the session does. */
+  PictureDecoder.Maker pictures() {
+    return pictures;
   }
 
   public Deinterlace deinterlace() {
@@ -164,9 +171,12 @@ public final class SessionSettings {
       this.made = made;
     }
 
-    /** The stream of pictures of a reader; refuses one that a session cannot take. */
+    /** The stream of pictures of a reader, which stays open; refuses one that nobody can decode. */
     public Builder video(MediaReader reader) throws HostException {
-      return video(VideoSource.codecOf(reader.path(), reader.video()), reader.video(), reader.videoConfig());
+      VideoCodec codec = VideoSource.anyCodecOf(reader.path(), reader.video());
+      if (codec != VideoCodec.RAW) return video(codec, reader.video(), reader.videoConfig());
+      made.pictures = reader::openPictures;
+      return video(codec, reader.video(), new byte[0]);
     }
 
     /** A stream of pictures; `config` as containers keep it, may be empty. */

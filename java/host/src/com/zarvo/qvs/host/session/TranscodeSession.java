@@ -81,6 +81,8 @@ public final class TranscodeSession implements AutoCloseable {
   /** Null where nobody measures what comes out. */
   private QualityWatch quality;
   private VideoSource source;
+  /** Null where the session decodes. */
+  private DecodedPictures pictures;
   private TimecodeMap times;
   private boolean configured;
   private long firstTime = Long.MIN_VALUE;
@@ -168,12 +170,12 @@ public final class TranscodeSession implements AutoCloseable {
 
   /** Coded pictures that the decoder refused, wholly or in part. */
   public long refusedFrames() {
-    return refused;
+    return refused + (pictures == null ? 0 : pictures.refused());
   }
 
   /** The same, and those that it mended or left out. */
   public long damagedFrames() {
-    return refused + concealed;
+    return refused + concealed + (pictures == null ? 0 : pictures.damaged());
   }
 
   /** Changes the rate of a rendition while it runs; it holds from the next picture on. */
@@ -187,6 +189,20 @@ public final class TranscodeSession implements AutoCloseable {
 
   /** Takes one coded packet all the way. A damaged one costs its own picture only. */
   public void push(MediaPacket packet) throws HostException, IOException {
+    if (pictures == null) {
+      pushUnit(packet);
+      return;
+    }
+    pictures.send(packet);
+    pushPictures();
+  }
+
+  private void pushPictures() throws HostException, IOException {
+    for (MediaPacket picture = pictures.receive(); picture != null; picture = pictures.receive()) pushUnit(picture);
+    counters.damaged(damagedFrames());
+  }
+
+  private void pushUnit(MediaPacket packet) throws HostException, IOException {
     // Containers keep empty packets where a live encoder dropped a picture.
     if (!source.accept(packet)) return;
     if (!configured || source.configChanged()) configure();
@@ -197,6 +213,8 @@ public final class TranscodeSession implements AutoCloseable {
             : packet.disposable() ? RenditionPath.FRAME_DISPOSABLE : RenditionPath.FRAME_INTER;
     long time = times.assign(packet);
     pushedPts = packet.pts();
+    // Decoded planes lie where the next picture will.
+    if (history != null && pictures != null) data = data.clone();
     CodedHistory.Unit unit = new CodedHistory.Unit(source.config(), data, time, packet.key(), type);
     if (history != null) history.add(unit);
     try {
@@ -281,6 +299,10 @@ public final class TranscodeSession implements AutoCloseable {
 
   /** Ends the stream: hands out all that the decoder and the encoders still hold. */
   public void drain() throws HostException, IOException {
+    if (pictures != null) {
+      pictures.sendEnd();
+      pushPictures();
+    }
     for (boolean done = false; !done; ) {
       try {
         if (configured) drainDecoder();
@@ -303,7 +325,7 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   private void drainDecoder() throws HostException, IOException {
-    if (settings.codec().wantsNoConfig()) return;
+    if (settings.codec().wantsNoConfig() || settings.codec() == VideoCodec.RAW) return;
     NativeParameters end = new NativeParameters().set(KEY_END_OF_STREAM, 1);
     String what = settings.name() + ": its decoder could not be told the end";
     check(videoDecoderSetParameterValues(session, end.toArray()), what);
@@ -334,6 +356,7 @@ public final class TranscodeSession implements AutoCloseable {
     if (heldDecoderFrame >= 0) videoDecoderBufferRelease(session, heldDecoderFrame);
     heldDecoderFrame = -1;
     if (audio != null) audio.close();
+    if (pictures != null) pictures.close();
     if (sound != null) sound.close();
     if (quality != null) quality.close();
     owner.close();
@@ -346,6 +369,7 @@ public final class TranscodeSession implements AutoCloseable {
       times = new TimecodeMap();
       captured = new CaptureInput(owner, settings.capture(), settings.source().frameRateOrDefault());
     } else {
+      if (settings.pictures() != null) openPictures();
       source = new VideoSource(settings.codec(), settings.config());
       times = new TimecodeMap(settings.codec().reorders(), settings.source().timeBase(), settings.source().frameRate());
     }
@@ -368,6 +392,12 @@ public final class TranscodeSession implements AutoCloseable {
     if (decoder != DecoderBackend.SOFTWARE || !owner.device().isSoftware()) history = new CodedHistory();
     if (source != null && source.config() != null) configure();
     placeOverlays();
+  }
+
+  private void openPictures() throws HostException {
+    if (settings.deinterlace() == Deinterlace.DOUBLE)
+      throw new HostException(settings.name() + ": no picture of each field, the session does not decode " + settings.source().codecName());
+    pictures = new DecodedPictures(settings.pictures(), settings.source());
   }
 
   private void openPaths() throws HostException {

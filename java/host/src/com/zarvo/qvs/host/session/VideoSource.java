@@ -3,6 +3,7 @@ package com.zarvo.qvs.host.session;
 import com.zarvo.qvs.host.bitstream.NalUnits;
 import com.zarvo.qvs.host.bitstream.ParameterSets;
 import com.zarvo.qvs.host.media.MediaPacket;
+import com.zarvo.qvs.host.media.PictureDecoder;
 import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.RenditionSpec;
@@ -38,9 +39,21 @@ public final class VideoSource {
     } catch (HostException e) {
       throw new HostException(name + e.getMessage());
     }
-    if (source.width() > RenditionSpec.MAX_SIZE || source.height() > RenditionSpec.MAX_SIZE)
-      throw new HostException(name + "pictures of " + source.width() + "x" + source.height() + " are too large");
+    checkSize(input, source);
     return codec;
+  }
+
+  /** The same; where the session has no decoder and libavcodec has, its pictures go in decoded. */
+  public static VideoCodec anyCodecOf(Path input, StreamInfo source) throws HostException {
+    boolean known = source == null || VideoCodec.isKnown(source.codecName());
+    if (known || !PictureDecoder.isThereFor(source.codecName())) return codecOf(input, source);
+    checkSize(input, source);
+    return VideoCodec.RAW;
+  }
+
+  private static void checkSize(Path input, StreamInfo source) throws HostException {
+    if (source.width() > RenditionSpec.MAX_SIZE || source.height() > RenditionSpec.MAX_SIZE)
+      throw new HostException(input + ": pictures of " + source.width() + "x" + source.height() + " are too large");
   }
 
   /** `containerConfig` as libavformat keeps it, may be empty. */

@@ -9,6 +9,7 @@ import com.zarvo.qvs.host.media.Interruption;
 import com.zarvo.qvs.host.media.MediaReader;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
+import com.zarvo.qvs.host.model.VideoCodec;
 import java.io.IOException;
 import java.nio.channels.FileChannel;
 import java.nio.channels.FileLock;
@@ -160,6 +161,9 @@ public final class VodJob {
     try (MediaReader reader = MediaReader.open(job.input(), interruption)) {
       choice = StreamChoice.of(job, reader, result);
       if (choice.source() == null) throw new HostException(job.input() + ": no pictures to cut, take transcode");
+      if (choice.codec() == VideoCodec.RAW)
+        throw new HostException(
+            job.input() + ": no worker decodes " + choice.source().codecName() + ", take transcode");
       try (RenditionFiles names = new RenditionFiles(job, choice.source(), choice.renditions())) {
         replaceable = names.claim(choice.audioSpecs());
       }
