@@ -16,7 +16,8 @@ class QuickSyncRoad : public BatchRoad {
     return decoder.open();
   }
 
-  int32_t decode(std::span<const uint8_t> unit, uint64_t timecode, const Taker& taker, bool& damaged) override {
+  int32_t decode(std::span<const uint8_t> unit, uint64_t timecode, const Taker& taker,
+                 bool& damaged) override {
     const bool ended = unit.empty();
     int32_t status = ended ? QVS_PLUGIN_OK : decoder.add(unit, timecode);
     while (status == QVS_PLUGIN_OK) {
@@ -49,8 +50,8 @@ class QuickSyncRoad : public BatchRoad {
 
   EncoderSession& encoder() override { return coder; }
 
-  int32_t readHeader(std::span<const uint8_t> sets, StreamInfo& stream) override {
-    int32_t status = decoder.open();
+  int32_t readHeader(int32_t gpu, std::span<const uint8_t> sets, StreamInfo& stream) override {
+    int32_t status = openDecoder(gpu);
     if (status == QVS_PLUGIN_OK) status = decoder.configure(sets);
     stream = decoder.stream;
     return status == QVS_PLUGIN_OK && stream.frameWidth == 0 ? QVS_PLUGIN_PARSE_HEADER : status;

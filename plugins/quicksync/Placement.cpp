@@ -29,7 +29,8 @@ Part middle(const Part& whole, double width, double height) {
 
 Placement place(const StreamInfo& stream, uint32_t fitMode, uint32_t width, uint32_t height) {
   Placement placement{{0, 0, stream.frameWidth, stream.frameHeight}, {0, 0, width, height}};
-  const double shownWidth = std::max(stream.displayWidth, 1u), shownHeight = std::max(stream.displayHeight, 1u);
+  const double shownWidth = std::max(stream.displayWidth, 1u),
+               shownHeight = std::max(stream.displayHeight, 1u);
   if (fitMode == kLetterbox) placement.to = middle(placement.to, shownWidth, shownHeight);
   // In the input's own pixels, which need not be square.
   if (fitMode == kFill) {

@@ -103,7 +103,8 @@ int32_t QuickSyncScaler::run(mfxFrameSurface1& from, mfxFrameSurface1& to) {
   const auto deadline = Clock::now() + std::chrono::milliseconds(patience.busyTimeout);
   mfxSyncPoint point = nullptr;
   mfxStatus status = MFX_ERR_NONE;
-  while ((status = MFXVideoVPP_RunFrameVPPAsync(session, &from, &to, nullptr, &point)) == MFX_WRN_DEVICE_BUSY &&
+  while ((status = MFXVideoVPP_RunFrameVPPAsync(session, &from, &to, nullptr, &point)) ==
+             MFX_WRN_DEVICE_BUSY &&
          Clock::now() < deadline) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }

@@ -84,7 +84,8 @@ int32_t Batch::run(std::span<const VideoFrameEncodedData> in) {
     const bool ended = i == in.size();
     if (!ended && (in[i].buffer == nullptr || in[i].len == 0)) continue;
     bool damaged = false;
-    const std::span<const uint8_t> unit = ended ? std::span<const uint8_t>() : std::span(in[i].buffer, in[i].len);
+    const std::span<const uint8_t> unit =
+        ended ? std::span<const uint8_t>() : std::span(in[i].buffer, in[i].len);
     const int32_t status = road->decode(unit, ended ? 0 : presentation(in[i]), taker, damaged);
     if (status != QVS_PLUGIN_OK && !damaged) return status;
     if (status != QVS_PLUGIN_OK) lastDamage = status;
@@ -97,7 +98,8 @@ int32_t Batch::run(std::span<const VideoFrameEncodedData> in) {
 int32_t Batch::take(uint64_t timecode) {
   if (!encoding) {
     if (const int32_t status = openEncoder(road->stream()); status != QVS_PLUGIN_OK) return status;
-    if (const int32_t status = road->openScaler(settings.videoFitMode); status != QVS_PLUGIN_OK) return status;
+    if (const int32_t status = road->openScaler(settings.videoFitMode); status != QVS_PLUGIN_OK)
+      return status;
   }
   const auto source = sources.find(timecode);
   const bool key = !encoding || (source != sources.end() && source->second.key);
@@ -164,7 +166,7 @@ int32_t Batch::handOut(VideoFrameEncodedData* out, uint32_t& count) {
 int32_t Batch::headerSize(StreamInfo& stream) {
   if (settings.videoWidth != 0 && settings.videoHeight != 0) return QVS_PLUGIN_OK;
   if (settings.videoHeader == nullptr || settings.videoHeaderLen == 0) return QVS_PLUGIN_PARSE_HEADER;
-  return road->readHeader({settings.videoHeader, settings.videoHeaderLen}, stream);
+  return road->readHeader(settings.videoGPUID, {settings.videoHeader, settings.videoHeaderLen}, stream);
 }
 
 // What an encoder writes is known for certain once it has written: a black picture in front of nothing.
@@ -193,7 +195,7 @@ int32_t Batch::configure(VideoFrameEncodedData& frame) {
   if (found) {
     const std::span<const uint8_t> units(static_cast<const uint8_t*>(coded.frames[0]), coded.sizes[0]);
     const std::span<const uint8_t> parts[] = {units.first(setsLength(units, hevc))};
-    status = parts[0].empty() ? QVS_PLUGIN_PARSE_HEADER
+    status = parts[0].empty()      ? QVS_PLUGIN_PARSE_HEADER
              : sets.add({}, parts) ? QVS_PLUGIN_OK
                                    : QVS_PLUGIN_ALLOCATE_BUFFER;
   }

@@ -26,7 +26,8 @@ class BatchRoad {
 
   /// A coded picture of H.264 behind start codes, borrowed, with its time of presentation; an empty one where nothing
   /// follows. `damaged` tells that it was given up and the next may be decoded.
-  virtual int32_t decode(std::span<const uint8_t> unit, uint64_t timecode, const Taker& taker, bool& damaged) = 0;
+  virtual int32_t decode(std::span<const uint8_t> unit, uint64_t timecode, const Taker& taker,
+                         bool& damaged) = 0;
 
   /// Of the picture at hand.
   virtual StreamInfo stream() const = 0;
@@ -40,7 +41,7 @@ class BatchRoad {
   virtual EncoderSession& encoder() = 0;
 
   /// What parameter sets behind start codes tell of the pictures, without any.
-  virtual int32_t readHeader(std::span<const uint8_t> sets, StreamInfo& stream) = 0;
+  virtual int32_t readHeader(int32_t gpu, std::span<const uint8_t> sets, StreamInfo& stream) = 0;
 };
 
 /// What an off-line plug-in is: the one object that its own sources define, which the shared entry points read.

@@ -50,7 +50,8 @@ QVS_VPL_EXPORT mfxStatus MFXVideoVPP_Init(mfxSession session, mfxVideoParam* wan
   const mfxInfoVPP& vpp = wanted->vpp;
   if (session->scaler != nullptr) return MFX_ERR_UNDEFINED_BEHAVIOR;
   if (session->display() == nullptr) return MFX_ERR_DEVICE_FAILED;
-  const bool rated = vpp.In.FrameRateExtN * vpp.In.FrameRateExtD * vpp.Out.FrameRateExtN * vpp.Out.FrameRateExtD != 0;
+  const bool rated =
+      vpp.In.FrameRateExtN * vpp.In.FrameRateExtD * vpp.Out.FrameRateExtN * vpp.Out.FrameRateExtD != 0;
   if (!rated || !isInside(vpp.In, vpp.In) || !isInside(vpp.Out, vpp.Out)) return MFX_ERR_INVALID_VIDEO_PARAM;
   session->scaler = std::make_shared<mfxInfoVPP>(vpp);
   vplCounts().opened("scaler");
