@@ -50,13 +50,6 @@ class QuickSyncRoad : public BatchRoad {
 
   EncoderSession& encoder() override { return coder; }
 
-  int32_t readHeader(int32_t gpu, std::span<const uint8_t> sets, StreamInfo& stream) override {
-    int32_t status = openDecoder(gpu);
-    if (status == QVS_PLUGIN_OK) status = decoder.configure(sets);
-    stream = decoder.stream;
-    return status == QVS_PLUGIN_OK && stream.frameWidth == 0 ? QVS_PLUGIN_PARSE_HEADER : status;
-  }
-
  private:
   // What works on another's surfaces goes before it.
   QuickSyncDecoder decoder{kQuickSyncDecodeH264};

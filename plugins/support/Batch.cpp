@@ -162,21 +162,15 @@ int32_t Batch::handOut(VideoFrameEncodedData* out, uint32_t& count) {
   return fits ? QVS_PLUGIN_OK : QVS_PLUGIN_ALLOCATE_BUFFER;
 }
 
-// The size of the input's pictures, from its header alone.
-int32_t Batch::headerSize(StreamInfo& stream) {
-  if (settings.videoWidth != 0 && settings.videoHeight != 0) return QVS_PLUGIN_OK;
-  if (settings.videoHeader == nullptr || settings.videoHeaderLen == 0) return QVS_PLUGIN_PARSE_HEADER;
-  return road->readHeader(settings.videoGPUID, {settings.videoHeader, settings.videoHeaderLen}, stream);
-}
-
 // What an encoder writes is known for certain once it has written: a black picture in front of nothing.
 int32_t Batch::configure(VideoFrameEncodedData& frame) {
   const bool hevc = settings.videoCodec == kH265;
   road = kBatchPlugin.make(hevc);
-  StreamInfo stream;
   int32_t status = check();
-  if (status == QVS_PLUGIN_OK) status = headerSize(stream);
-  if (status == QVS_PLUGIN_OK) status = openEncoder(stream);
+  // The input's size isn't known without its pictures.
+  if (status == QVS_PLUGIN_OK && (settings.videoWidth == 0 || settings.videoHeight == 0))
+    status = QVS_PLUGIN_INIT_ENCODER;
+  if (status == QVS_PLUGIN_OK) status = openEncoder({});
   if (status != QVS_PLUGIN_OK) return status;
   EncoderSession& encoder = road->encoder();
   const uint32_t width = encoder.common.width, height = encoder.common.height;

@@ -15,7 +15,7 @@ class Batch {
   /// `count` is the room in `out` and then the pictures there. What fails as a whole gives none.
   int32_t transcode(std::span<const VideoFrameEncodedData> in, VideoFrameEncodedData* out, uint32_t& count);
 
-  /// The parameter sets of the encoder, in the form of a picture's units.
+  /// The parameter sets of the encoder, in the form of a picture's units; both sides of its size must be given.
   int32_t configure(VideoFrameEncodedData& frame);
 
  private:
@@ -29,7 +29,6 @@ class Batch {
   int32_t take(uint64_t timecode);
   int32_t openEncoder(const StreamInfo& stream);
   int32_t handOut(VideoFrameEncodedData* out, uint32_t& count);
-  int32_t headerSize(StreamInfo& stream);
 
   const VODTranscoderVideoSettings& settings;
   FrameAllocator allocator;

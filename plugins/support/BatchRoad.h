@@ -39,9 +39,6 @@ class BatchRoad {
   virtual int32_t pass(bool key, uint64_t timecode) = 0;
 
   virtual EncoderSession& encoder() = 0;
-
-  /// What parameter sets behind start codes tell of the pictures, without any.
-  virtual int32_t readHeader(int32_t gpu, std::span<const uint8_t> sets, StreamInfo& stream) = 0;
 };
 
 /// What an off-line plug-in is: the one object that its own sources define, which the shared entry points read.

@@ -90,15 +90,4 @@ int32_t NvidiaRoad::pass(bool key, uint64_t timecode) {
   return coder.encode(picture);
 }
 
-int32_t NvidiaRoad::readHeader(int32_t gpu, std::span<const uint8_t> sets, plugins::StreamInfo& stream) {
-  if (const int32_t status = openDecoder(gpu); status != QVS_PLUGIN_OK) return status;
-  bool damaged = false;
-  const Taker none = [](uint64_t) { return int32_t{QVS_PLUGIN_OK}; };
-  decode(sets, 0, none, damaged);
-  decode({}, 0, none, damaged);
-  readSizes();
-  stream = info;
-  return stream.frameWidth != 0 ? QVS_PLUGIN_OK : QVS_PLUGIN_PARSE_HEADER;
-}
-
 }  // namespace qvs::nvenc

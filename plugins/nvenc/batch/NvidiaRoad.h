@@ -24,7 +24,6 @@ class NvidiaRoad : public plugins::BatchRoad {
   int32_t openScaler(uint32_t fitMode) override;
   int32_t pass(bool key, uint64_t timecode) override;
   plugins::EncoderSession& encoder() override { return coder; }
-  int32_t readHeader(int32_t gpu, std::span<const uint8_t> sets, plugins::StreamInfo& stream) override;
 
  private:
   int32_t fetch();

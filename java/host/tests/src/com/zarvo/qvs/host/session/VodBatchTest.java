@@ -110,7 +110,9 @@ class VodBatchTest {
       List<TranscoderPacket> made = new ArrayList<>();
       TranscoderPacket[] in = batch.toArray(new TranscoderPacket[0]);
       assertEquals(0, TranscoderSessionNative.vodTranscoderTranscodeFrames(session, settings, in, made));
-      assertEquals(0, TranscoderSessionNative.vodTranscoderGetCodecConfig(session, settings, config));
+      // Without the input's pictures there must be a size.
+      boolean sized = settings.videoWidth != 0 && settings.videoHeight != 0;
+      assertEquals(sized, TranscoderSessionNative.vodTranscoderGetCodecConfig(session, settings, config) == 0);
       return made;
     } finally {
       TranscoderSessionNative.destroyInstance(session);
@@ -148,9 +150,10 @@ class VodBatchTest {
       assertEquals(from.frameType == 1, packet.frameType == 1);
     }
     assertEquals(FRAMES, made.stream().map(packet -> packet.vodPacketsIndex).distinct().count());
-    assertTrue(config.vodIsCodecConfig);
-    assertArrayEquals(
-        Arrays.copyOf(config.buffer, (int) config.len), Arrays.copyOf(made.get(0).buffer, (int) config.len));
+    assertEquals(height != 0, config.vodIsCodecConfig);
+    if (config.vodIsCodecConfig)
+      assertArrayEquals(
+          Arrays.copyOf(config.buffer, (int) config.len), Arrays.copyOf(made.get(0).buffer, (int) config.len));
     String name = "c" + codec + "f" + fitMode;
     Path wanted = Clips.make("-i " + source + " -vf " + filter + " -c:v libx264 -qp 8", folder.resolve(name + ".mp4"));
     List<Double> quality = Clips.psnr(wanted, write(made, name + (codec == 7 ? ".h264" : ".h265")));
