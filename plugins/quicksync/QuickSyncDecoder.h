@@ -45,6 +45,8 @@ class QuickSyncDecoder : public DecoderSession {
   bool hasPicture() const override { return current != nullptr; }
   int32_t copyPicture(const PictureTarget& target) override;
   void showPicture(PluginVideoBuffer& view) override;
+  /// The picture that is ready, as the runtime has it.
+  mfxFrameSurface1& surface() { return *current; }
   int32_t keyType(uint32_t key) const override { return keys.type(key); }
   int32_t setKey(uint32_t key, int64_t value) override { return keys.set(key, value, problem); }
   int32_t setKey(uint32_t key, double value) override { return keys.set(key, value, problem); }

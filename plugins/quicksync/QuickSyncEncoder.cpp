@@ -125,14 +125,17 @@ int32_t QuickSyncEncoder::readHeaders() {
 }
 
 int32_t QuickSyncEncoder::encode(const Picture& picture) {
-  if (!lost.empty()) return fail(QVS_PLUGIN_INIT_ENCODER, lost);
   mfxFrameSurface1* surface = nullptr;
   if (const int32_t status = takeSurface(surface); status != QVS_PLUGIN_OK) return status;
   copyToSurface(picture, *surface);
-  surface->Data.TimeStamp = static_cast<mfxU64>(times.add(picture.timecode)) * ticks;
+  return encodeSurface(*surface, picture.key, picture.timecode);
+}
+
+int32_t QuickSyncEncoder::encodeSurface(mfxFrameSurface1& surface, bool key, uint64_t timecode) {
+  surface.Data.TimeStamp = static_cast<mfxU64>(times.add(timecode)) * ticks;
   ++given;
   bool ready = false;
-  const int32_t status = submit(surface, picture.key ? &keyControl : nullptr, ready);
+  const int32_t status = submit(&surface, key ? &keyControl : nullptr, ready);
   if (status != QVS_PLUGIN_OK) return status;
   // The times ahead of the first picture follow from the second one's.
   if (given < 2 && parameters.reordering() > 0) return QVS_PLUGIN_OK;
@@ -140,6 +143,7 @@ int32_t QuickSyncEncoder::encode(const Picture& picture) {
 }
 
 int32_t QuickSyncEncoder::takeSurface(mfxFrameSurface1*& surface) {
+  if (!lost.empty()) return fail(QVS_PLUGIN_INIT_ENCODER, lost);
   const auto deadline = Clock::now() + std::chrono::milliseconds(settings.syncTimeout);
   while ((surface = surfaces.findFree()) == nullptr) {
     if (Clock::now() >= deadline) {

@@ -27,6 +27,10 @@ class QuickSyncEncoder : public KeyedSession<QuickSyncEncoderSettings> {
   int32_t drain() override;
   int32_t changeBitRate(uint32_t bitsPerSecond) override;
 
+  /// A surface to be filled, for `encodeSurface` and nothing else.
+  int32_t takeSurface(mfxFrameSurface1*& surface);
+  int32_t encodeSurface(mfxFrameSurface1& surface, bool key, uint64_t timecode);
+
  private:
   /// A coded picture on its way; the runtime writes `bits` until `sync` is reached.
   struct Task {
@@ -41,7 +45,6 @@ class QuickSyncEncoder : public KeyedSession<QuickSyncEncoderSettings> {
   int32_t readHeaders();
   /// A failure after which nothing more is tried until the encoder is opened anew.
   int32_t fault(std::string why);
-  int32_t takeSurface(mfxFrameSurface1*& surface);
   /// Gives a picture, or null for no more, to the runtime. `ready` tells whether a coded picture is under way.
   int32_t submit(mfxFrameSurface1* surface, mfxEncodeCtrl* control, bool& ready);
   bool grow(Task& task);

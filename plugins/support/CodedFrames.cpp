@@ -19,6 +19,10 @@ bool CodedFrames::make(const FrameInfo& info, uint64_t size, Write write) {
   if (array == nullptr) return false;
   uint8_t* memory =
       allocator.lock != nullptr ? allocator.lock(allocator.host, array) : static_cast<uint8_t*>(array);
+  if (memory == nullptr) {
+    if (allocator.release != nullptr) allocator.release(allocator.host, array);
+    return false;
+  }
   write(memory);
   if (allocator.unlock != nullptr) allocator.unlock(allocator.host, array, memory);
   waiting.push_back({array, bytes, info});

@@ -3,19 +3,6 @@
 
 namespace qvs::plugins {
 
-Picture devicePictureAt(const PluginVideoFrameBufferCUDA& device) {
-  Picture picture{};
-  picture.y = static_cast<const uint8_t*>(device.buffer);
-  picture.stride = static_cast<uint32_t>(device.stride);
-  picture.chromaStride = picture.stride / 2;
-  picture.width = device.width;
-  picture.height = device.height;
-  picture.u = picture.y + device.stride * device.height;
-  picture.v = picture.u + size_t{picture.chromaStride} * ((device.height + 1) / 2);
-  picture.onDevice = true;
-  return picture;
-}
-
 namespace {
 
 constexpr uint32_t kYV12 = 0x32315659;

@@ -6,18 +6,6 @@
 
 namespace qvs::plugins {
 
-Picture pictureAt(const void* plane, uint32_t stride, uint32_t width, uint32_t height) {
-  Picture picture{};
-  picture.y = static_cast<const uint8_t*>(plane);
-  picture.stride = stride;
-  picture.chromaStride = (stride + 1) / 2;
-  picture.width = width;
-  picture.height = height;
-  picture.v = picture.y + uint64_t{stride} * height;
-  picture.u = picture.v + uint64_t{picture.chromaStride} * ((height + 1) / 2);
-  return picture;
-}
-
 namespace {
 
 constexpr uint32_t kMaxSide = 16384;

@@ -29,6 +29,8 @@ class JNIAllocator {
 
  private:
   JNIEnv_* env;
+  int made = 0;
+  int room = 0;  ///< local references that the native call's frame was asked to have
 };
 
 }  // namespace qvs

@@ -3,21 +3,36 @@
 
 #include <jni.h>
 
+#include <algorithm>
 #include <limits>
 
 #include "session/jni/Lookup.h"
 
 namespace qvs {
+namespace {
+
+constexpr int kFirstRoom = 64;
+constexpr int kOtherReferences = 16;
+
+}  // namespace
 
 void* JNIAllocator::byteArrayNew(uint32_t size) {
   if (size > static_cast<uint32_t>(std::numeric_limits<jsize>::max())) return nullptr;
-  // A batch holds more arrays than the frame of a native call has room for.
-  if (env->EnsureLocalCapacity(1) != JNI_OK) {
+  // A batch holds more arrays than the frame of a native call has room for. Machines that check take the number as that
+  // of all references of the call.
+  if (made == room) {
+    room += std::max(room, kFirstRoom);
+    if (env->EnsureLocalCapacity(room + kOtherReferences) != JNI_OK) {
+      clearFailure(env);
+      return nullptr;
+    }
+  }
+  const jbyteArray array = env->NewByteArray(static_cast<jsize>(size));
+  if (array == nullptr) {
     clearFailure(env);
     return nullptr;
   }
-  const jbyteArray array = env->NewByteArray(static_cast<jsize>(size));
-  if (array == nullptr) clearFailure(env);
+  ++made;
   return array;
 }
 

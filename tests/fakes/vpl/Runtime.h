@@ -59,6 +59,7 @@ struct _mfxSession {
   // Shared only because that needs to know nothing of them here.
   std::shared_ptr<qvs::fakes::VplEncoder> encoder;
   std::shared_ptr<qvs::fakes::VplDecoder> decoder;
+  std::shared_ptr<mfxInfoVPP> scaler;  ///< as it was set up
 
  private:
   std::map<uintptr_t, qvs::fakes::VplOperation> operations;

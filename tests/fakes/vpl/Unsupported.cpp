@@ -11,9 +11,9 @@
   X(MFXVideoPAK_QueryIOSurf) X(MFXVideoPAK_Reset) X(MFXVideoUSER_GetPlugin)                                 \
   X(MFXVideoUSER_ProcessFrameAsync) X(MFXVideoUSER_Register) X(MFXVideoUSER_Unregister)                     \
   X(MFXVideoDECODE_VPP_Close) X(MFXVideoDECODE_VPP_DecodeFrameAsync) X(MFXVideoDECODE_VPP_GetChannelParam)  \
-  X(MFXVideoDECODE_VPP_Init) X(MFXVideoDECODE_VPP_Reset) X(MFXVideoVPP_Query) X(MFXVideoVPP_QueryIOSurf)    \
-  X(MFXVideoVPP_Init) X(MFXVideoVPP_Reset) X(MFXVideoVPP_Close) X(MFXVideoVPP_GetVideoParam)                \
-  X(MFXVideoVPP_GetVPPStat) X(MFXVideoVPP_RunFrameVPPAsync) X(MFXVideoVPP_RunFrameVPPAsyncEx)               \
+  X(MFXVideoDECODE_VPP_Init) X(MFXVideoDECODE_VPP_Reset) X(MFXVideoVPP_QueryIOSurf)    \
+  X(MFXVideoVPP_Reset) X(MFXVideoVPP_GetVideoParam)                \
+  X(MFXVideoVPP_GetVPPStat) X(MFXVideoVPP_RunFrameVPPAsyncEx)               \
   X(MFXVideoVPP_ProcessFrameAsync) X(MFXVideoDECODE_SetSkipMode) X(MFXVideoDECODE_GetPayload)               \
   X(MFXVideoDECODE_GetDecodeStat) X(MFXVideoENCODE_GetEncodeStat)
 // clang-format on

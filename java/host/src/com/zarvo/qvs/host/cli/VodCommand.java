@@ -78,6 +78,13 @@ final class VodCommand implements Callable<Integer> {
   private List<String> sbatch = new ArrayList<>();
 
   @Option(
+      names = "--batch",
+      paramLabel = "N",
+      defaultValue = "1",
+      description = "For --slurm: how many chunks one of its tasks takes, one after the other; 1 by default.")
+  private int batch;
+
+  @Option(
       names = "--patience",
       paramLabel = "SECONDS",
       defaultValue = "600",
@@ -123,7 +130,8 @@ final class VodCommand implements Callable<Integer> {
             .settings(input, directory, Container.MP4, EncoderList.SOFTWARE)
             .overwrite(overwrite ? Overwrite.ALWAYS : Console::mayReplace)
             .build();
-    VodSettings.Slurm slurm = where.slurm ? new VodSettings.Slurm(partition, List.copyOf(sbatch), patience) : null;
+    VodSettings.Slurm slurm =
+        where.slurm ? new VodSettings.Slurm(partition, List.copyOf(sbatch), batch, patience) : null;
     VodSettings settings =
         new VodSettings(
             job, renditionArguments(), chunkSeconds, where.workers, slurm, tries, resume, overwrite && !resume, keep,
@@ -145,7 +153,9 @@ final class VodCommand implements Callable<Integer> {
     if (where.workers < 1 || where.workers > MAX_WORKERS) refuse("--workers is outside 1 to " + MAX_WORKERS);
     if (tries < 1) refuse("--tries must be above 0");
     if (patience < 1) refuse("--patience must be above 0");
-    if (!where.slurm && (partition != null || !sbatch.isEmpty())) refuse("--partition and --sbatch go with --slurm");
+    if (batch < 1) refuse("--batch must be above 0");
+    if (!where.slurm && (partition != null || !sbatch.isEmpty() || batch > 1))
+      refuse("--partition, --sbatch and --batch go with --slurm");
     if (print != null && !print.equals(KUBERNETES)) refuse("--print takes " + KUBERNETES);
     Container format = wanted.format(Container.MP4);
     if (!format.holdsVideo())

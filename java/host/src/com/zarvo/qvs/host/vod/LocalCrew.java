@@ -10,10 +10,14 @@ import java.util.Iterator;
 import java.util.List;
 import java.util.concurrent.TimeUnit;
 
-/** Processes on this machine, a task each. They end with the process that started them, however that ends. */
+/**
+ * Processes on this machine, each of which does one task after the other: a virtual machine starts and warms up once. One
+ * ends with its first failure, so that nothing of that reaches another task, and with the process that started it, however
+ * that ends.
+ */
 final class LocalCrew implements Crew {
-  /** Makes a worker end when its standard input does, which its starter holds. */
-  static final String TETHERED = "--tethered";
+  /** Makes a worker take its tasks from its standard input, which its starter holds, and end with that. */
+  private static final String TETHERED = "--tethered";
 
   private static final long PAUSE_MS = 50;
   private static final long PATIENCE_MS = 5000;
@@ -25,15 +29,17 @@ final class LocalCrew implements Crew {
   private final int size;
   private final List<Worker> workers = new ArrayList<>();
 
-  /** A process and what it said last. */
+  /** A process, what it is at and what it said last. */
   private static final class Worker {
-    final int task;
+    private static final int IDLE = -1;
+
     final Process process;
     final Thread listener;
+    volatile int task = IDLE;
+    volatile int done = IDLE;
     volatile String lastLine = "";
 
-    Worker(int task, Process process) {
-      this.task = task;
+    Worker(Process process) {
       this.process = process;
       listener = new Thread(this::listen, "worker");
       listener.setDaemon(true);
@@ -43,15 +49,33 @@ final class LocalCrew implements Crew {
     private void listen() {
       try (BufferedReader lines =
           new BufferedReader(new InputStreamReader(process.getInputStream(), StandardCharsets.UTF_8))) {
-        for (String line = lines.readLine(); line != null; line = lines.readLine())
-          if (!line.isBlank()) lastLine = line;
+        for (String line = lines.readLine(); line != null; line = lines.readLine()) {
+          if (line.endsWith(VodWorker.doneLine(task))) done = task;
+          else if (!line.isBlank()) lastLine = line;
+        }
       } catch (IOException e) {
         lastLine = e.getMessage();
       }
     }
+
+    boolean isIdle() {
+      return task == IDLE && process.isAlive();
+    }
+
+    void give(int next) {
+      task = next;
+      lastLine = "";
+      try {
+        process.getOutputStream().write((next + "\n").getBytes(StandardCharsets.US_ASCII));
+        process.getOutputStream().flush();
+      } catch (IOException e) {
+        // It is ending; the task comes back with its code.
+        process.destroyForcibly();
+      }
+    }
   }
 
-  /** `command` is what a folder and the number of a task have to be added to. */
+  /** `command` is what a folder has to be added to. */
   LocalCrew(List<String> command, WorkFolder folder, String directory, int size) {
     this.command = command;
     this.folder = folder;
@@ -61,12 +85,19 @@ final class LocalCrew implements Crew {
 
   @Override
   public void take(Deque<Integer> waiting) throws IOException {
+    workers.removeIf(worker -> worker.task == Worker.IDLE && !worker.process.isAlive());
+    for (Worker worker : workers) if (worker.isIdle() && !waiting.isEmpty()) worker.give(waiting.remove());
     while (workers.size() < size && !waiting.isEmpty()) {
-      List<String> whole = new ArrayList<>(command);
-      whole.addAll(List.of(TETHERED, folder.root().toString(), Integer.toString(waiting.remove())));
-      ProcessBuilder builder = new ProcessBuilder(whole).directory(new java.io.File(directory)).redirectErrorStream(true);
-      workers.add(new Worker(Integer.parseInt(whole.get(whole.size() - 1)), builder.start()));
+      Worker worker = new Worker(start());
+      workers.add(worker);
+      worker.give(waiting.remove());
     }
+  }
+
+  private Process start() throws IOException {
+    List<String> whole = new ArrayList<>(command);
+    whole.addAll(List.of(TETHERED, folder.root().toString()));
+    return new ProcessBuilder(whole).directory(new java.io.File(directory)).redirectErrorStream(true).start();
   }
 
   @Override
@@ -74,9 +105,16 @@ final class LocalCrew implements Crew {
     List<Ended> ended = new ArrayList<>();
     for (Iterator<Worker> each = workers.iterator(); each.hasNext(); ) {
       Worker worker = each.next();
-      if (worker.process.isAlive()) continue;
-      each.remove();
-      ended.add(new Ended(worker.task, reason(worker)));
+      if (worker.task == Worker.IDLE) continue;
+      // In this order: what it did before it ended counts.
+      boolean alive = worker.process.isAlive();
+      if (worker.done == worker.task) {
+        ended.add(new Ended(worker.task, ""));
+        worker.task = worker.done = Worker.IDLE;
+      } else if (!alive) {
+        each.remove();
+        ended.add(new Ended(worker.task, reason(worker)));
+      }
     }
     return ended;
   }

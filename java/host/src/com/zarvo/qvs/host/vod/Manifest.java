@@ -51,6 +51,14 @@ final class Manifest {
   /** Submissions so far, so that each has a name of its own. */
   int submissions;
 
+  /** True for a result, which may be null, that is of this run and made of what this says. */
+  boolean isMadeBy(TaskResult result, int number) {
+    return result != null
+        && result.task() == number
+        && run.equals(result.run())
+        && result.bufferPercent().equals(tasks.get(number).bufferPercent);
+  }
+
   /** True where it is one of ours, from beginning to end. */
   boolean isWhole() {
     return version == VERSION && run != null && plan != null && plan.chunks() != null && tasks.size() == plan.tasks();

@@ -57,12 +57,25 @@ final class SlurmCrew implements Crew {
   public void take(Deque<Integer> waiting) throws HostException, IOException {
     dropQueued(waiting);
     while (!waiting.isEmpty()) {
-      List<Integer> tasks = new ArrayList<>();
-      while (!waiting.isEmpty() && tasks.size() < mostTasks) tasks.add(waiting.remove());
-      if (submit(tasks)) continue;
-      for (int i = tasks.size() - 1; i >= 0; i--) waiting.addFirst(tasks.get(i));
+      List<List<Integer>> batches = new ArrayList<>();
+      while (!waiting.isEmpty() && batches.size() < mostTasks) batches.add(batch(waiting));
+      if (submit(batches)) continue;
+      for (int i = batches.size() - 1; i >= 0; i--)
+        for (int k = batches.get(i).size() - 1; k >= 0; k--) waiting.addFirst(batches.get(i).get(k));
       return;
     }
+  }
+
+  // The sound is long, and what has failed may take down what it shares a process with: both go alone.
+  private List<Integer> batch(Deque<Integer> waiting) {
+    List<Integer> batch = new ArrayList<>(List.of(waiting.remove()));
+    while (goesWithOthers(batch.get(0)) && batch.size() < settings.batch() && !waiting.isEmpty()
+        && goesWithOthers(waiting.peek())) batch.add(waiting.remove());
+    return batch;
+  }
+
+  private boolean goesWithOthers(int task) {
+    return !manifest.plan.isSound(task) && manifest.tasks.get(task).tries == 0;
   }
 
   // What a former controller submitted is at work already.
@@ -78,15 +91,15 @@ final class SlurmCrew implements Crew {
   }
 
   /** False where the queue does not answer now. */
-  private boolean submit(List<Integer> tasks) throws HostException, IOException {
+  private boolean submit(List<List<Integer>> batches) throws HostException, IOException {
     String number = Integer.toString(++manifest.submissions);
     folder.save(manifest);
-    Files.write(list(number), tasks.stream().map(task -> Integer.toString(task)).toList());
+    Files.write(list(number), batches.stream().map(SlurmCrew::line).toList());
     Path script = folder.submissions().resolve(number + ".sh");
     Files.writeString(script, script(number));
     List<String> sbatch = new ArrayList<>(List.of("sbatch", "--parsable", "--requeue", "--open-mode=append"));
     sbatch.add("--job-name=" + prefix + number);
-    sbatch.add("--array=0-" + (tasks.size() - 1));
+    sbatch.add("--array=0-" + (batches.size() - 1));
     sbatch.add("--chdir=" + manifest.workingDirectory);
     sbatch.add("--output=" + folder.logs().toAbsolutePath().resolve("slurm-" + number + "-%a.txt"));
     if (settings.partition() != null) sbatch.add("--partition=" + settings.partition());
@@ -95,8 +108,12 @@ final class SlurmCrew implements Crew {
     sbatch.addAll(settings.options());
     sbatch.add(script.toAbsolutePath().toString());
     if (tool.run(sbatch) == null) return false;
-    for (int task : tasks) seenNs.put(task, System.nanoTime());
+    for (List<Integer> batch : batches) for (int task : batch) seenNs.put(task, System.nanoTime());
     return true;
+  }
+
+  private static String line(List<Integer> batch) {
+    return batch.stream().map(String::valueOf).collect(Collectors.joining(" "));
   }
 
   private Path list(String number) {
@@ -185,7 +202,8 @@ final class SlurmCrew implements Crew {
       if (!lists.containsKey(number))
         lists.put(number, Files.exists(list(number)) ? Files.readAllLines(list(number)) : List.of());
       int at = Integer.parseInt(parts[1]);
-      if (at < lists.get(number).size()) tasks.add(Integer.parseInt(lists.get(number).get(at)));
+      if (at >= lists.get(number).size()) continue;
+      for (String task : lists.get(number).get(at).split(" ")) tasks.add(Integer.valueOf(task));
     }
     return tasks;
   }

@@ -97,12 +97,7 @@ final class Taskmaster {
   private boolean isDoneNow(int number) {
     Manifest.Task task = manifest.tasks.get(number);
     TaskResult result = folder.result(number);
-    boolean done =
-        result != null
-            && result.task() == number
-            && manifest.run.equals(result.run())
-            && result.bufferPercent().equals(task.bufferPercent);
-    if (!done) return false;
+    if (!manifest.isMadeBy(result, number)) return false;
     task.sum = result.sum();
     task.result = result;
     changed = true;

@@ -34,7 +34,8 @@ public record VodSettings(
    *
    * @param partition null for the usual one
    * @param options further ones of sbatch
+   * @param batch chunks that one of its tasks takes
    * @param patienceSeconds how long it may not answer
    */
-  public record Slurm(String partition, List<String> options, int patienceSeconds) {}
+  public record Slurm(String partition, List<String> options, int batch, int patienceSeconds) {}
 }

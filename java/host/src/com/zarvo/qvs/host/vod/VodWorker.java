@@ -19,12 +19,14 @@ import com.zarvo.qvs.host.session.SessionLog;
 import com.zarvo.qvs.host.session.SessionSettings;
 import com.zarvo.qvs.host.session.TranscodeSession;
 import java.io.IOException;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
+import java.util.concurrent.BlockingQueue;
 
-/** Does one task of a run, in a process of its own: a chunk of the pictures, or all of the sound. */
+/** Does a task of a run: a chunk of the pictures, or all of the sound. Its process may do one after the other. */
 public final class VodWorker {
   /** Turns the options of a run into settings. */
   public interface SettingsReader {
@@ -33,6 +35,8 @@ public final class VodWorker {
 
   private static final long STEP_INTERVAL_NS = 1_000_000_000L;
   private static final int MAX_LOG_LINES = 20;
+  // Of this process, which is no more than one worker at a time: what earlier tasks have used is theirs.
+  private static double toldCpuSeconds;
 
   private final WorkFolder folder;
   private final int task;
@@ -43,7 +47,6 @@ public final class VodWorker {
   private final long pid = ProcessHandle.current().pid();
   private final long startNs = System.nanoTime();
   private long toldNs = startNs;
-
   private VodWorker(WorkFolder folder, int task, SettingsReader reader) throws HostException, IOException {
     this.folder = folder;
     this.task = task;
@@ -51,6 +54,39 @@ public final class VodWorker {
     this.plan = manifest.plan;
     if (task < 0 || task >= plan.tasks()) throw new HostException(folder.root() + ": has no task " + task);
     this.settings = reader.read(manifest.arguments, Path.of(manifest.input), folder.root().getParent());
+  }
+
+  /** What a worker says of a task that it did, at the end of a line. */
+  static String doneLine(int task) {
+    return "[task " + task + " is done]";
+  }
+
+  /** Does the tasks whose numbers come in, a line each, and says so. The first failure ends it. */
+  public static void follow(WorkFolder folder, BlockingQueue<Integer> tasks, SettingsReader reader)
+      throws HostException, IOException, InterruptedException {
+    while (true) {
+      int task = tasks.take();
+      run(folder, task, reader);
+      // In one piece, lest something else that this process writes gets into it.
+      System.out.write((doneLine(task) + "\n").getBytes(StandardCharsets.US_ASCII));
+      System.out.flush();
+    }
+  }
+
+  /** Does all of these tasks that nobody has done. A failure is told of its task, and the last one at the end. */
+  public static void run(WorkFolder folder, List<Integer> tasks, SettingsReader reader)
+      throws HostException, IOException {
+    HostException failed = null;
+    for (int task : tasks) {
+      if (tasks.size() > 1 && folder.manifest().isMadeBy(folder.result(task), task)) continue;
+      try {
+        run(folder, task, reader);
+      } catch (HostException | IOException | RuntimeException e) {
+        System.err.println("qvs: " + e.getMessage());
+        failed = new HostException("task " + task + ": " + e.getMessage());
+      }
+    }
+    if (failed != null) throw failed;
   }
 
   /** Does a task, and leaves its result in the folder, or why there is none. */
@@ -182,8 +218,10 @@ public final class VodWorker {
                 .limit(MAX_LOG_LINES)
                 .toList();
     String sum = recorder.finish(folder.tasks(), WorkFolder.stem(task));
-    double cpuSeconds =
+    double usedSeconds =
         ProcessHandle.current().info().totalCpuDuration().map(used -> used.toNanos() / 1e9).orElse(0.0);
+    double cpuSeconds = usedSeconds - toldCpuSeconds;
+    toldCpuSeconds = usedSeconds;
     folder.save(
         new TaskResult(
             manifest.run, task, manifest.tasks.get(task).bufferPercent, sum, recorder.bytes(), made.pictures, made.damagedPictures,
