@@ -107,6 +107,7 @@ class BlackMagicNotificationCallback final : public DeckLinkObject<IDeckLinkInpu
   // The arrival thread's.
   BlackMagicClock clock;
   uint64_t videoAnchored = kNone, audioAnchored = kNone;  ///< modeSerial for which the clock was set
+  std::pair<uint32_t, uint32_t> videoRateCounted;         ///< of the last index
   BlackMagicSound sound;
   BlackMagicSideData sideData;
   BlackMagicPictureConverter converter;
