@@ -3,6 +3,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <utility>
 
 #include "capture/decklink/BlackMagicCaptureState.h"
 #include "capture/decklink/BlackMagicClock.h"
