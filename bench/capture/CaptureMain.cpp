@@ -1,7 +1,7 @@
 // What the road from a capture device to a session's encoders costs.
 //
 //   qvs-bench-capture device|direct DIR PICTURES    one ladder of the directory's pictures, from a device or read here
-//   qvs-bench-capture growth DIR SECONDS            two devices, two sessions, a loss of signal each eighth of the time
+//   qvs-bench-capture growth DIR SECONDS            two devices, two sessions, a loss of signal each minute, eight at least
 //   qvs-bench-capture-probe allocations DIR PICTURES
 
 #include <malloc.h>
@@ -192,18 +192,18 @@ int watchGrowth(const char* directory, double seconds) {
   Pair pairs[] = {Pair(directory), Pair(directory)};
   const Clock::time_point start = Clock::now();
   uint64_t settled = 0;
-  constexpr int kTurns = 8;
-  for (int turn = 0; turn < kTurns; ++turn) {
+  const int turns = std::max(8, static_cast<int>(seconds / 60));
+  for (int turn = 0; turn < turns; ++turn) {
     for (Pair& pair : pairs) run(pair.device, true);
     const auto end = start + std::chrono::duration_cast<Clock::duration>(
-                                 std::chrono::duration<double>(seconds * (turn + 1) / kTurns));
+                                 std::chrono::duration<double>(seconds * (turn + 1) / turns));
     while (Clock::now() < end) {
       for (Pair& pair : pairs) pair.poll();
       pause();
     }
     for (Pair& pair : pairs) pair.stop();
     for (Pair& pair : pairs) pair.poll();
-    if (turn == kTurns / 4) settled = residentBytes();
+    if (turn == turns / 4) settled = residentBytes();
   }
   const uint64_t last = residentBytes();
   uint64_t unaccounted = 0;

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <map>
+#include <string>
 
 #include "hardware/PluginScreen.h"
 #include "hardware/XilinxU30Utils.h"
@@ -40,6 +42,15 @@ template <const PluginEncoderRow& kRow>
 constexpr Plugin kEncoder = kPlugin<VideoEncoderPluginHost, kRow>;
 template <const PluginDecoderRow& kRow>
 constexpr Plugin kDecoder = kPlugin<VideoDecoderPluginHost, kRow>;
+
+/// A line each; false where there is none.
+bool tellUnsafe(const std::map<std::string, std::string>& unsafe) {
+  for (const auto& [file, what] : unsafe) {
+    LogGlobalLogger::getLogger()->warn("HardwareInspector.inspect[{context}]: " + file + " is left out: it " +
+                                       what);
+  }
+  return !unsafe.empty();
+}
 
 }  // namespace
 
@@ -78,10 +89,7 @@ void HardwareInspector::probePlugins() {
   std::vector<std::string> files;
   for (const Probe& probe : kProbes) files.push_back(probe.plugin.file(getPath(probe.path), probe.access));
   const auto unsafe = findUnsafePlugins(files);
-  for (const auto& [file, what] : unsafe) {
-    LogGlobalLogger::getLogger()->warn("HardwareInspector.inspect[{context}]: " + file + " is left out: it " +
-                                       what);
-  }
+  tellUnsafe(unsafe);
   for (const Probe& probe : kProbes) {
     if (unsafe.contains(probe.plugin.file(getPath(probe.path), probe.access))) continue;
     HardwareInfoPlugin& info = this->*probe.info;
@@ -151,10 +159,7 @@ void HardwareInspector::probeU30() {
 
 void HardwareInspector::loadU30Firmware() {
   HardwareInfoU30& info = infoXilinxU30;
-  for (const auto& [file, what] :
-       findUnsafePlugins({kEncoderH265U30.libraryIn(getPath(kNativePath), kHardwareAccessAny)})) {
-    LogGlobalLogger::getLogger()->warn("HardwareInspector.inspect[{context}]: " + file + " is left out: it " +
-                                       what);
+  if (tellUnsafe(findUnsafePlugins({kEncoderH265U30.libraryIn(getPath(kNativePath), kHardwareAccessAny)}))) {
     return;
   }
   VideoEncoderH265U30Host host;
@@ -179,12 +184,12 @@ void HardwareInspector::probeCUDA() {
     LogGlobalLogger::getLogger()->info("HardwareInspector.inspect[{context}]: " + NVidiaCUDAUtils::whyNone());
     return;
   }
+  if ((infoCUDA.availableFlags & kCudaNvencH265) == 0) return;
+  constexpr Plugin plugin = kEncoder<kEncoderH26XNVENC12>;
+  const std::string path = getPath(kNativePath);
   uint32_t major = 0, minor = 0;
-  const bool asks = (infoCUDA.availableFlags & kCudaNvencH265) != 0;
-  if (asks &&
-      kEncoder<kEncoderH26XNVENC12>.answers(getPath(kNativePath), kHardwareAccessAny, &major, &minor)) {
-    infoCUDA.availableFlags |= kCudaNvencLoaded;
-  }
+  if (tellUnsafe(findUnsafePlugins({plugin.file(path, kHardwareAccessAny)}))) return;
+  if (plugin.answers(path, kHardwareAccessAny, &major, &minor)) infoCUDA.availableFlags |= kCudaNvencLoaded;
 }
 
 int32_t HardwareInspector::computeCapability(int32_t gpu) const {

@@ -30,6 +30,7 @@ class PluginThread {
 
   /// How long one call may take; 0: as long as it likes.
   void setDeadline(std::chrono::milliseconds value) { deadline = value; }
+  std::chrono::milliseconds getDeadline() const { return deadline; }
 
   /// Begins a call, once the one in work is done. False: abandoned.
   bool start(Call call);
@@ -48,6 +49,9 @@ class PluginThread {
     }
     return std::move(*result);
   }
+
+  /// What the making of a session on hardware may take, in milliseconds: some wake their card for it.
+  static constexpr uint32_t kOpeningDeadline = 10000;
 
   /// Calls of the process that have been abandoned so far, whatever became of them.
   static uint32_t abandonedCalls();

@@ -201,6 +201,17 @@ TEST(DeckLinkDevice, FollowsChangesOfFormatAndColorSpace) {
   EXPECT_EQ(run.device->currPixelFormat, bmdFormat10BitRGB);
 }
 
+TEST(DeckLinkDevice, AFasterFormatIsNoLossOfPictures) {
+  // Pictures of the slow one still wait when it ends.
+  CardRun run("pace=fast;frames=40;mode=pal ;events=burst:5@8,mode:hp50@12");
+  ASSERT_EQ(run.start("PAL", {.autoDetectInputSource = 1}), 0u);
+  EXPECT_TRUE(within20s([&] {
+    const auto pictures = run.pictures(1);
+    return !pictures.empty() && numberOf(*pictures.back()->getVideoFrameBuffer()) == 39;
+  }));
+  EXPECT_LT(run.device->getCaptureSessionInfo().videoDroppedFrames, 40u);
+}
+
 TEST(DeckLinkDevice, LooksForASignalOnTheNextInput) {
   CardRun run("pace=fast;frames=95;mode=pal ;events=lost@0");
   TranscoderCaptureDeviceCaptureInputVideoData inputs;

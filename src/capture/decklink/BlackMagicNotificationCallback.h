@@ -3,6 +3,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <utility>
 
 #include "capture/decklink/BlackMagicCaptureState.h"
 #include "capture/decklink/BlackMagicClock.h"
@@ -107,6 +108,7 @@ class BlackMagicNotificationCallback final : public DeckLinkObject<IDeckLinkInpu
   // The arrival thread's.
   BlackMagicClock clock;
   uint64_t videoAnchored = kNone, audioAnchored = kNone;  ///< modeSerial for which the clock was set
+  std::pair<uint32_t, uint32_t> videoRateCounted;         ///< of the last index
   BlackMagicSound sound;
   BlackMagicSideData sideData;
   BlackMagicPictureConverter converter;

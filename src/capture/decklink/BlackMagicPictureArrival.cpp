@@ -115,7 +115,10 @@ bool BlackMagicNotificationCallback::fillPicture(const Arrival& arrival, IDeckLi
 void BlackMagicNotificationCallback::countDropped(Arrival& arrival) {
   const auto index = static_cast<uint64_t>(arrival.videoFrameIndex);
   const uint64_t last = videoLastFrameIndex.exchange(index);
-  if (last == kNone || index <= last + 1) return;
+  // A picture of the mode before may come in behind its end, and indexes count since 1970.
+  const std::pair rate{arrival.info.videoFrameRateEnum, arrival.info.videoFrameRateDen};
+  const bool sameRate = std::exchange(videoRateCounted, rate) == rate;
+  if (last == kNone || !sameRate || index <= last + 1) return;
   arrival.dropped = index - last - 1;
   std::printf("capture-skip: dropped:%" PRIu64 " index:%" PRIu64 "\n", arrival.dropped, index);
 }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "contract/HardwareInfo.h"
+#include "plugin/PluginThread.h"
 
 namespace qvs {
 
@@ -18,6 +19,7 @@ struct PluginDecoderRow {
   bool global = false;       ///< the library's symbols are for libraries that it loads itself
   bool tellsReason = false;  ///< the line about a library that isn't loaded says why
   bool tellsFourcc = true;   ///< the plug-in is told the format at once, and not by a key of its own
+  uint32_t openingDeadline = PluginThread::kOpeningDeadline;  ///< milliseconds; 0: none
 
   /// The library's file, of the directory `path`, for this HardwareAccess.
   std::string libraryIn(const std::string& path, uint32_t access) const {

@@ -36,7 +36,7 @@ bool copyToHost(const PluginVideoBuffer& picture, VideoFrameBuffer& target) {
 VideoDecoderH264U30Host::VideoDecoderH264U30Host() : VideoDecoderPluginHost(kDecoderH264U30) {}
 
 uint32_t VideoDecoderH264U30Host::initialize() {
-  if (!plugin.offers(&pluginVideoDecoder::func_initialize)) return kSuccess;
+  if (!givenUp && !work->plugin.offers(&pluginVideoDecoder::func_initialize)) return kSuccess;
   setParameterValue(kKeyCodec, int64_t{codec});
   setParameterValue(kKeyFourcc, int64_t{fourcc == kFourCCYV12 ? kFourCCNV12 : kFourCCHN12});
   setParameterValue(kKeyBitDepth, int64_t{bitDepth});
@@ -44,58 +44,61 @@ uint32_t VideoDecoderH264U30Host::initialize() {
 }
 
 uint32_t VideoDecoderH264U30Host::decode(uint32_t* flags, uint8_t flush) {
-  return status(&pluginVideoDecoder::func_decode2, flags, flush);
+  return step(flags, flush);
 }
 
-uint32_t VideoDecoderH264U30Host::getDecodedFrame(VideoFrameBuffer& target) {
+uint32_t VideoDecoderH264U30Host::getDecodedFrame(VideoFrameBuffer& frame) {
   return guarded(row.label, [&]() -> uint32_t {
     // The picture before it, where nobody took that.
-    target.releaseCardPicture();
-    if (!plugin.offers(&pluginVideoDecoder::func_getFrameBuffer)) return kSuccess;
+    frame.releaseCardPicture();
+    if (givenUp) return kFailure;
+    if (!work->plugin.offers(&pluginVideoDecoder::func_getFrameBuffer)) return kSuccess;
     lastFramesDecoded = framesDecoded;
-    PluginVideoBuffer picture{};
-    if (const uint32_t failed = status(&pluginVideoDecoder::func_getFrameBuffer, &picture); failed != 0) {
-      return failed;
-    }
-    if (!fill(target, picture)) return refuse(target, picture);
-    target.setFrameType(picture.frameType);
-    target.setTimecode(picture.timecode);
-    target.setDisplayWidth(static_cast<int32_t>(picture.width));
-    target.setDisplayHeight(static_cast<int32_t>(picture.height));
-    target.setFlags(picture.flags);
-    target.setLocations(VideoFrameBuffer::systemMem);
+    work->picture = {};
+    const uint32_t failed = status("getDecodedFrame", [](Work& it) {
+      return it.plugin.ask(&pluginVideoDecoder::func_getFrameBuffer, &it.picture);
+    });
+    if (failed != 0) return failed;
+    PluginVideoBuffer& picture = work->picture;
+    if (!fill(frame, picture)) return refuse(frame, picture);
+    frame.setFrameType(picture.frameType);
+    frame.setTimecode(picture.timecode);
+    frame.setDisplayWidth(static_cast<int32_t>(picture.width));
+    frame.setDisplayHeight(static_cast<int32_t>(picture.height));
+    frame.setFlags(picture.flags);
+    frame.setLocations(VideoFrameBuffer::systemMem);
     return kSuccess;
   });
 }
 
 // A picture in host memory where a handle was asked for, or the other way round, is none that anybody could read.
-bool VideoDecoderH264U30Host::fill(VideoFrameBuffer& target, PluginVideoBuffer& picture) const {
-  const bool onCard = target.getFourCC() == kFourCCHN12;
+bool VideoDecoderH264U30Host::fill(VideoFrameBuffer& frame, PluginVideoBuffer& picture) const {
+  const bool onCard = frame.getFourCC() == kFourCCHN12;
   if (picture.four_cc == kFourCCNV12) {
-    const bool fits = target.getWidth() == picture.width && target.getHeight() == picture.height;
-    if (onCard || target.getBuffer() == nullptr || !fits || !copyToHost(picture, target)) return false;
-    target.setFourCC(kFourCCYV12);
+    const bool fits = frame.getWidth() == picture.width && frame.getHeight() == picture.height;
+    if (onCard || frame.getBuffer() == nullptr || !fits || !copyToHost(picture, frame)) return false;
+    frame.setFourCC(kFourCCYV12);
     return true;
   }
   if (picture.four_cc != kFourCCHN12 || !onCard || picture.opaque_ == nullptr) return false;
-  frame_tt& description = target.getFrame();
+  frame_tt& description = frame.getFrame();
   for (size_t i = 0; i < 4; ++i) {
     description.plane[i] = static_cast<uint8_t*>(picture.plane[i]);
     description.stride[i] = static_cast<int32_t>(picture.stride[i]);
   }
-  U30FrameProviders::setHandle(target, picture.opaque_);
-  target.setFourCC(kFourCCHN12);
+  U30FrameProviders::setHandle(frame, picture.opaque_);
+  frame.setFourCC(kFourCCHN12);
   return true;
 }
 
-uint32_t VideoDecoderH264U30Host::refuse(const VideoFrameBuffer& target, PluginVideoBuffer& picture) {
+uint32_t VideoDecoderH264U30Host::refuse(const VideoFrameBuffer& frame, PluginVideoBuffer& picture) {
   if (picture.four_cc == kFourCCHN12) U30FrameProviders::release(picture.opaque_);
   if (std::has_single_bit(++refusals)) {
     getLogger()->error(
         kLogContextVideoDecoder, 0,
         fmt::format("{}.getDecodedFrame[{{context}}]: A frame of {}x{} in 0x{:x} can't take the "
                     "plug-in's picture of {}x{} in 0x{:x}",
-                    row.className, target.getWidth(), target.getHeight(), target.getFourCC(), picture.width,
+                    row.className, frame.getWidth(), frame.getHeight(), frame.getFourCC(), picture.width,
                     picture.height, picture.four_cc));
   }
   return kFailure;

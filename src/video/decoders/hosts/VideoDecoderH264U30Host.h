@@ -15,13 +15,13 @@ class VideoDecoderH264U30Host : public VideoDecoderPluginHost {
   uint32_t initialize() override;
   using VideoDecoderPluginHost::decode;
   uint32_t decode(uint32_t* flags, uint8_t flush) override;
-  uint32_t getDecodedFrame(VideoFrameBuffer& target) override;
+  uint32_t getDecodedFrame(VideoFrameBuffer& frame) override;
   FrameAllocProvider getAllocProvider() override;
   FrameFreeProvider getFreeProvider() override;
 
  private:
-  uint32_t refuse(const VideoFrameBuffer& target, PluginVideoBuffer& picture);
-  bool fill(VideoFrameBuffer& target, PluginVideoBuffer& picture) const;
+  uint32_t refuse(const VideoFrameBuffer& frame, PluginVideoBuffer& picture);
+  bool fill(VideoFrameBuffer& frame, PluginVideoBuffer& picture) const;
 
   uint64_t lastFramesDecoded = ~uint64_t{0};
 };

@@ -5,13 +5,18 @@
 #include <bit>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 #include "contract/HardwareInfo.h"
 #include "platform/Guard.h"
 #include "plugin/PluginSession.h"
 #include "plugin/PluginStatusLine.h"
+#include "plugin/PluginThread.h"
 #include "video/decoders/hosts/PluginDecoderRow.h"
+#include "video/decoders/hosts/PluginDecoderWork.h"
 #include "video/decoders/VideoDecoderBase.h"
 
 namespace qvs {
@@ -22,11 +27,14 @@ namespace qvs {
 ///
 /// `createDone` loads the library; where it is missing a harmless object is left whose calls give 0 and which
 /// decodes nothing. So does every call that the plug-in doesn't offer. Parameter keys are the plug-in's, but for
-/// `endOfStream`.
+/// `endOfStream` and `callDeadline` (milliseconds that a call into the plug-in may take, 0 by default: as long as it
+/// likes). With a deadline all calls come from a thread of the host's; past it the plug-in is given up, and every call
+/// from then on fails. The making of the session has a deadline of the row's.
 class VideoDecoderPluginHost : public VideoDecoderBase {
  public:
   /// As with the decoders behind a stream record: non-zero, and no input left: what the plug-in holds back comes out.
   static constexpr uint32_t kKeyEndOfStream = 100200;
+  static constexpr uint32_t kKeyCallDeadline = 900002;
 
   explicit VideoDecoderPluginHost(const PluginDecoderRow& row);
   ~VideoDecoderPluginHost() override;
@@ -59,7 +67,7 @@ class VideoDecoderPluginHost : public VideoDecoderBase {
 
   /// The plug-in is told no more of the target than where it is and how long its rows are: one of another size than
   /// the picture's is refused.
-  uint32_t getDecodedFrame(VideoFrameBuffer& target) override;
+  uint32_t getDecodedFrame(VideoFrameBuffer& frame) override;
   uint32_t getDecodedFrameSize(uint32_t* frameWidth, uint32_t* frameHeight, uint32_t* displayWidth,
                                uint32_t* displayHeight) override;
   uint32_t getFrameWidth() override;
@@ -82,39 +90,83 @@ class VideoDecoderPluginHost : public VideoDecoderBase {
   uint32_t getParameterValue(uint32_t key, double* value) override;
 
  protected:
+  using Work = PluginDecoderWork;
+
   void logStatus(const PluginAnswer& answer) const;
+  template <typename Body>
+  auto drive(const char* operation, Body body) -> std::optional<std::invoke_result_t<Body, Work&>>;
+  template <typename Body>
+  uint32_t status(const char* operation, Body body);
   template <typename Entry, typename... Arguments>
-  uint32_t status(Entry entry, Arguments... arguments);
+  uint32_t forward(const char* operation, Entry entry, Arguments... arguments);
   template <typename Entry, typename... Arguments>
   auto ask(Entry entry, Arguments... arguments);
-  bool fits(const VideoFrameBuffer& target);
+  template <typename Value, typename Entry>
+  uint32_t readParameter(Entry entry, uint32_t key, Value Work::*got, Value* value);
+  bool createSession();
+  void closePlugin();
+  void updateThread();
+  void giveUp(const char* operation);
+  bool fits(const VideoFrameBuffer& frame);
+  /// decode2; `flags` stay where the plug-in lacks it.
+  uint32_t step(uint32_t* flags, uint8_t flush);
 
   const PluginDecoderRow& row;
-  PluginSession<pluginVideoDecoder> plugin;
-  std::string nativePath;  ///< directory of the library
+  std::shared_ptr<Work> work;            ///< the thread's while a call is in work there
+  std::unique_ptr<PluginThread> thread;  ///< null: calls are made in place
+  VideoFrameBuffer* target = nullptr;    ///< that the call in work writes to
+  bool givenUp = false;                  ///< a call didn't return: there is no plug-in any more
+  int64_t callDeadline = 0;              ///< milliseconds; 0: none
+  std::string nativePath;                ///< directory of the library
   uint32_t hardwareAccess = kHardwareAccessDrm;
   uint32_t endOfStream = 0;
   uint32_t failures = 0;  ///< so far, as the next: told when new and when doubled
   uint32_t refusals = 0;
 };
 
+/// Makes a call in place, or on the thread where there is one: `body` touches nothing but the work, and what it is told
+/// as `target`. Nothing: it threw, or the plug-in is given up.
+template <typename Body>
+auto VideoDecoderPluginHost::drive(const char* operation, Body body)
+    -> std::optional<std::invoke_result_t<Body, Work&>> {
+  if (givenUp) return std::nullopt;
+  if (!thread) return body(*work);
+  work->putStep(std::move(body));
+  const bool returned = thread->start([shared = work.get(), label = row.label] {
+    guarded(label, [&] { shared->runStep(); });
+  }) && thread->wait();
+  if (returned) return work->template takeStep<Body>();
+  giveUp(operation);
+  return std::nullopt;
+}
+
 /// A call whose number is a status, told in the log when it is new and each time such calls have doubled: a stream
 /// that goes wrong does so with every unit.
-template <typename Entry, typename... Arguments>
-uint32_t VideoDecoderPluginHost::status(Entry entry, Arguments... arguments) {
+template <typename Body>
+uint32_t VideoDecoderPluginHost::status(const char* operation, Body body) {
   return guarded(row.label, [&] {
-    const PluginAnswer answer = plugin.ask(entry, arguments...);
-    if (answer.status != 0 && std::has_single_bit(++failures)) logStatus(answer);
-    return static_cast<uint32_t>(answer.status);
+    const std::optional<PluginAnswer> answer = drive(operation, std::move(body));
+    if (!answer) return kFailure;
+    if (answer->status != 0 && std::has_single_bit(++failures)) logStatus(*answer);
+    return static_cast<uint32_t>(answer->status);
   });
+}
+
+template <typename Entry, typename... Arguments>
+uint32_t VideoDecoderPluginHost::forward(const char* operation, Entry entry, Arguments... arguments) {
+  return status(operation, [=](Work& it) { return it.plugin.ask(entry, arguments...); });
 }
 
 /// A call whose number is an answer.
 template <typename Entry, typename... Arguments>
 auto VideoDecoderPluginHost::ask(Entry entry, Arguments... arguments) {
+  using Answer = decltype(work->plugin.call(entry, arguments...));
   return guarded(
-      row.label, [&] { return plugin.call(entry, arguments...); },
-      decltype(plugin.call(entry, arguments...)){});
+      row.label,
+      [&] {
+        return drive("ask", [=](Work& it) { return it.plugin.call(entry, arguments...); }).value_or(Answer{});
+      },
+      Answer{});
 }
 
 /// For selection tables: a new host of the row.

@@ -24,6 +24,8 @@ struct PluginEncoderRow {
   bool global = false;          ///< the library's symbols are for libraries that it loads itself
   bool strict = false;          ///< a set-up step that fails is named and is the call's result
   bool numberedStatus = false;  ///< a status line tells the number alone
+  uint32_t openingDeadline =
+      0;  ///< milliseconds that the making of a session may take; 0: as long as it likes
 
   /// The library's file, of the directory `path`, for this HardwareAccess.
   std::string libraryIn(const std::string& path, uint32_t access) const {

@@ -81,24 +81,30 @@ uint32_t VideoEncoderPluginHost::createDone() {
     givenUp = false;
     untold = 0;
     if (!loadPlugin()) return kFailure;
+    if (row.openingDeadline != 0) {
+      thread = std::make_unique<PluginThread>(work);
+      thread->setDeadline(std::chrono::milliseconds(row.openingDeadline));
+    }
     const uint32_t created = createSession();
     if (row.tellsCodec) {
-      logStatus(work->plugin.ask(&pluginVideoEncoder::func_setCodecAndVersion, codec, codecVersion),
-                kPluginLevelWarn);
-      logStatus(work->plugin.ask(&pluginVideoEncoder::func_createDone), kPluginLevelWarn);
+      setting("createDone", &pluginVideoEncoder::func_setCodecAndVersion, codec, codecVersion);
+      setting("createDone", &pluginVideoEncoder::func_createDone);
     }
     if (row.tellsPath) {
-      logStatus(work->plugin.ask(&pluginVideoEncoder::func_setPluginPath, nativePath.c_str()),
-                kPluginLevelWarn);
+      const auto answer = drive("createDone", [path = nativePath](Plugin& plugin) {
+        return plugin.ask(&pluginVideoEncoder::func_setPluginPath, path.c_str());
+      });
+      if (answer) logStatus(*answer, kPluginLevelWarn);
     }
     updateThread();
-    return created;
+    return givenUp ? kFailure : created;
   });
 }
 
 uint32_t VideoEncoderPluginHost::createSession() {
-  const PluginAnswer answer{work->plugin.create(this, nativePluginAllocator()), {}};
-  return result("create", answer);
+  const auto status =
+      drive("createDone", [this](Plugin& plugin) { return plugin.create(this, nativePluginAllocator()); });
+  return status ? result("create", {*status, {}}) : kFailure;
 }
 
 uint32_t VideoEncoderPluginHost::result(const char* function, const PluginAnswer& answer) const {
@@ -142,7 +148,7 @@ void VideoEncoderPluginHost::giveUp() {
                      head(operationInWork) +
                          fmt::format("The plug-in did not return within {} ms: it is left to its thread, and "
                                      "this encoder is given up",
-                                     callDeadline));
+                                     thread->getDeadline().count()));
   uint8_t* const inWork = work->picture.plane[0];
   if (frameInWork != nullptr && inWork != nullptr && frameInWork->getPlane(0) == inWork &&
       !guarded(

@@ -2,11 +2,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "contract/DecodeFlags.h"
 #include "contract/StageIds.h"
 #include "frames/geometry/FourCC.h"
 #include "frames/VideoFrameBuffer.h"
 #include "log/LogCollector.h"
+#include "platform/SharedLibrary.h"
+#include "support/AllocationCounter.h"
 #include "video/decoders/hosts/VideoDecoderPluginHost.h"
 
 namespace qvs::test {
@@ -135,6 +140,75 @@ TEST_F(PluginDecoder, DoesNothingWithoutALibraryOrAnEntryPoint) {
   EXPECT_EQ(host.getDecodedFrame(target), 0u);
   EXPECT_EQ(host.addFrame(unit, 0, 3, 0, 1), 0u);
   EXPECT_EQ(host.getFrameWidth(), 0u);
+}
+
+TEST_F(PluginDecoder, GivesUpAPluginThatHangsAndGoesOnWithoutIt) {
+  SharedLibrary plugin;
+  ASSERT_TRUE(plugin.open(folder + kRow.library, SharedLibrary::kLazy))
+      << "it stays while a call hangs in it";
+  const auto hangAt = plugin.symbol<void (*)(int)>("hangAt");
+  const auto destroyed = plugin.symbol<int (*)()>("sessionsDestroyed");
+  PluginDecoderRow row = kRow;
+  row.openingDeadline = 500;
+  const char* const operations[] = {"", "createDone", "addFrame", "decode", "getDecodedFrame"};
+  for (int call = 1; call <= 4; ++call) {
+    VideoFrameBuffer target;
+    target.allocBuffer(64, 48, kFourCCYV12, 1);
+    const uint8_t* const before = target.getPlane(0);
+    const uint32_t abandoned = PluginThread::abandonedCalls();
+    const int gone = destroyed();
+    uint32_t flags = 0;
+    {
+      VideoDecoderPluginHost hung(row);
+      hung.setLogger(&log);
+      hung.setNativePath(folder.data());
+      hung.setFourcc(kFourCCYV12);
+      if (call == 1) hangAt(call);
+      EXPECT_EQ(hung.createDone(), call == 1 ? kFail : 0u);
+      uint8_t record[] = {64, 48};
+      hung.decodeCodecConfig(record, 0, 2);
+      if (call > 2) hung.addFrame(unit, 1, 3, 0, 1);
+      hangAt(call);
+      // Last, so that a busy machine can't make an honest call too slow.
+      hung.setParameterValue(VideoDecoderPluginHost::kKeyCallDeadline, int64_t{500});
+      if (call == 2) hung.addFrame(unit, 1, 3, 0, 1);
+      if (call == 3) hung.decode(&flags);
+      EXPECT_EQ(hung.getDecodedFrame(target), kFail) << operations[call];
+      EXPECT_EQ(hung.decode(&flags), kFail) << operations[call];
+      EXPECT_EQ(PluginThread::abandonedCalls(), abandoned + 1) << operations[call];
+      EXPECT_EQ(target.getPlane(0) != before, call == 4) << "what it may write to is no pool's any more";
+      EXPECT_THAT(lines(), testing::Contains(testing::HasSubstr(std::string(operations[call]) +
+                                                                "[{context}]: The plug-in did not return")));
+    }
+    hangAt(0);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (destroyed() == gone && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    EXPECT_EQ(destroyed(), gone + 1) << "its session ends when the call comes back";
+  }
+}
+
+TEST_F(PluginDecoder, DecodesTheSameOnAThreadAndAllocatesNothing) {
+  open(64, 48);
+  host.setParameterValue(VideoDecoderPluginHost::kKeyCallDeadline, int64_t{20000});
+  VideoFrameBuffer target;
+  target.allocBuffer(64, 48, kFourCCYV12, 1);
+  [[maybe_unused]] uint64_t before = 0;
+  for (uint64_t i = 0; i < 20; ++i) {
+#ifdef QVS_COUNTS_ALLOCATIONS
+    if (i == 10) before = allocationsSoFar();
+#endif
+    unit[1] = static_cast<uint8_t>(i);
+    EXPECT_EQ(host.addFrame(unit, 1, 3, i * 40, 1), 0u);
+    uint32_t flags = 0;
+    EXPECT_EQ(host.decode(&flags), 0u);
+    EXPECT_EQ(flags, DecodeFlagInputDone | DecodeFlagFrameAvailable);
+    EXPECT_EQ(host.getDecodedFrame(target), 0u);
+    EXPECT_EQ(target.getPlane(0)[64 * 48 - 1], i);
+    EXPECT_EQ(target.getTimecode(), i * 40);
+  }
+#ifdef QVS_COUNTS_ALLOCATIONS
+  EXPECT_EQ(allocationsSoFar(), before);
+#endif
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 
 #include "qvs/video_encoder.h"
 
-enum { kKeyFault = 1, kKeyLive, kKeyLetGo };
+enum { kKeyFault = 1, kKeyLive, kKeyLetGo, kKeyHangCreate };
 enum {
   kDelay = 1,
   kCount,
@@ -31,6 +31,7 @@ static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
 static pthread_cond_t changed = PTHREAD_COND_INITIALIZER;
 static int64_t live;  /* sessions not destroyed */
 static int64_t letGo; /* calls that may go on */
+static int64_t hangCreate;
 
 static void addLive(int64_t count) {
   pthread_mutex_lock(&lock);
@@ -54,6 +55,10 @@ QVS_PLUGIN_EXPORT int32_t zarvoVideoEncoder_getVersion(uint8_t* buffer, uint32_t
 }
 
 QVS_PLUGIN_EXPORT int32_t zarvoVideoEncoder_create(void** session) {
+  pthread_mutex_lock(&lock);
+  const int64_t hangs = hangCreate;
+  pthread_mutex_unlock(&lock);
+  if (hangs != 0) hang();
   *session = calloc(1, sizeof(Session));
   addLive(1);
   return 0;
@@ -102,7 +107,12 @@ QVS_PLUGIN_EXPORT int32_t zarvoVideoEncoder_setParameterValueLong(void* session,
     pthread_cond_broadcast(&changed);
     pthread_mutex_unlock(&lock);
   }
-  return key == kKeyFault || key == kKeyLetGo ? 0 : 5;
+  if (key == kKeyHangCreate) {
+    pthread_mutex_lock(&lock);
+    hangCreate = value;
+    pthread_mutex_unlock(&lock);
+  }
+  return key == kKeyFault || key == kKeyLetGo || key == kKeyHangCreate ? 0 : 5;
 }
 
 QVS_PLUGIN_EXPORT int32_t zarvoVideoEncoder_getParameterValueLong(void* session, uint32_t key,

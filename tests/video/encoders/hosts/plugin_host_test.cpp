@@ -24,7 +24,7 @@ namespace {
 
 constexpr PluginEncoderRow kRow{"TestHost",          "TestHost::addFrame", kVideoCodecH264,
                                 "/" QVS_TEST_PLUGIN, "Shared: ",           "X264: Unknown error."};
-constexpr uint32_t kKeyFault = 1, kKeyLive = 2, kKeyLetGo = 3;
+constexpr uint32_t kKeyFault = 1, kKeyLive = 2, kKeyLetGo = 3, kKeyHangCreate = 4;
 enum Fault : int64_t {
   kNone,
   kDelay,
@@ -290,6 +290,21 @@ TEST_F(PluginHost, GivesUpAPluginThatHangsAtItsStartOrEnd) {
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
   letGo(0);
+  {
+    VideoEncoderPluginHost keeper(kRow);  // the library stays
+    keeper.setNativePath(folder.data());
+    ASSERT_EQ(keeper.createDone(), 0u);
+    keeper.setParameterValue(kKeyHangCreate, int64_t{1});
+    PluginEncoderRow row = kRow;
+    row.openingDeadline = kDeadline;
+    VideoEncoderPluginHost hung(row);
+    hung.setLogger(&log);
+    hung.setNativePath(folder.data());
+    EXPECT_EQ(hung.createDone(), kFail);
+    EXPECT_EQ(hung.initialize(), kFail);
+    keeper.setParameterValue(kKeyHangCreate, int64_t{0});
+    letGo(1);
+  }
   EXPECT_EQ(host.createDone(), 0u) << "a plug-in loaded anew serves again";
   EXPECT_EQ(host.setFrameSize(64, 32), 0u);
 }

@@ -30,7 +30,7 @@ final class CaptureShotCommand implements Callable<Integer> {
   public Integer call() throws Exception {
     if (Files.exists(file) && !overwrite) throw new HostException(file + ": exists already; --overwrite lets it be replaced");
     try (CaptureStage stage = CaptureStage.open(device, devices, null)) {
-      stage.start(null);
+      stage.start(null, true);
       TranscoderNativeVideoFrame picture = stage.device().picture();
       if (picture == null) throw new HostException(stage.device() + ": gives no picture");
       PngPicture.write(PngPicture.of(picture), file);

@@ -7,6 +7,7 @@ import com.zarvo.qvs.host.job.JobResult;
 import com.zarvo.qvs.host.job.RenditionFiles;
 import com.zarvo.qvs.host.media.WholeFile;
 import com.zarvo.qvs.host.model.Container;
+import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.session.DeviceEvent;
@@ -84,7 +85,9 @@ final class LadderOptions {
   /** Refuses options that devices don't take. */
   void refuseThoseOfFiles() {
     refuse(wanted.choosesAudioTrack(), "--audio-track is for files: a device has one");
-    refuse(wanted.changesDeinterlacing(), "--deinterlace is for files: a card's interlaced pictures become whole ones");
+    refuse(
+        wanted.deinterlace() == Deinterlace.DOUBLE,
+        "--deinterlace double is for files: of a device's two fields one picture comes");
   }
 
   private void refuse(boolean wrong, String text) {

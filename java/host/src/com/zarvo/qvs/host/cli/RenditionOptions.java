@@ -156,8 +156,8 @@ final class RenditionOptions {
     return audioTrack != null;
   }
 
-  boolean changesDeinterlacing() {
-    return deinterlace != Deinterlace.ON;
+  Deinterlace deinterlace() {
+    return deinterlace;
   }
 
   /** Refuses what contradicts itself. */

@@ -4,6 +4,7 @@ import com.zarvo.qvs.host.media.AudioStreamInfo;
 import com.zarvo.qvs.host.media.Interruption;
 import com.zarvo.qvs.host.media.StreamInfo;
 import com.zarvo.qvs.host.model.AudioSpec;
+import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.session.AudioSettings;
@@ -66,7 +67,7 @@ public final class CaptureJob implements LadderJob {
 
   @Override
   public JobResult run() throws HostException, IOException {
-    stage.start(mode);
+    stage.start(mode, settings.deinterlace() != Deinterlace.OFF);
     StreamInfo source = stage.device().pictures();
     if (source == null) throw new HostException(stage.device() + ": has no pictures");
     result.source = source;

@@ -84,8 +84,9 @@ public final class CaptureStage implements AutoCloseable {
   }
 
   /** Starts the device in a mode, null for the one that it finds, and waits a little for its first picture. */
-  public void start(String mode) throws HostException {
+  public void start(String mode, boolean deinterlaced) throws HostException {
     device.expect(mode);
+    device.deinterlace(deinterlaced);
     device.wantAncillaryData(CAPTION_DID, CAPTION_SID);
     device.wantAncillaryData(SpliceReader.DID, SpliceReader.SID);
     started = !device.start();

@@ -37,6 +37,11 @@ public enum DecoderBackend {
     return implementations.getOrDefault(codec, ANY);
   }
 
+  /** True where it lives in a plug-in, whose calls can be given up. */
+  public boolean isPlugin() {
+    return this == U30;
+  }
+
   /** The decoder of a name. */
   public static DecoderBackend of(String text) {
     for (DecoderBackend backend : values()) if (backend.label.equals(text)) return backend;

@@ -15,6 +15,7 @@ import com.zarvo.qvs.transcoder.capture.TranscoderCaptureDeviceRenditionInfo;
 import com.zarvo.qvs.transcoder.capture.TranscoderCaptureDeviceSessionInfo;
 import com.zarvo.qvs.transcoder.capture.TranscoderCaptureDeviceStateInfo;
 import com.zarvo.qvs.transcoder.capture.TranscoderCaptureDeviceVideoCaptureParams;
+import com.zarvo.qvs.transcoder.model.TranscoderNativeLong;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
 import java.util.ArrayList;
 import java.util.List;
@@ -24,6 +25,9 @@ public final class CaptureDevice {
   private static final long RUN = 1;
   private static final int RUNS_ALREADY = 2;
   private static final int FILTER_LISTED = 2;
+  private static final int KEY_DEINTERLACE_MODE = 130117;
+  private static final long DEINTERLACED = 0;
+  private static final long AS_THEY_COME = 2;
   private static final int CARD = 1;
   private static final String CODEC = "captured";
   private static final String SAMPLES = "pcm_s16le";
@@ -70,6 +74,23 @@ public final class CaptureDevice {
     if (mode != null && wanted.renditionIndex < 0)
       throw new HostException(name() + ": has no mode '" + mode + "'; there are: " + String.join(", ", modes()));
     captureDeviceSetVideoCaptureParams(id, wanted);
+  }
+
+  /** Before {@link #start}: whether a card makes whole pictures of fields. File devices have none. */
+  public void deinterlace(boolean wanted) throws HostException {
+    if (info.implementation != CARD) return;
+    TranscoderNativeLong session = new TranscoderNativeLong();
+    boolean set = captureDeviceStartSessionParameterValues(id, session) == 0;
+    if (set) {
+      long mode = wanted ? DEINTERLACED : AS_THEY_COME;
+      set =
+          captureDeviceSetParameterValues(
+                  id, session.value, new NativeParameters().set(KEY_DEINTERLACE_MODE, mode).toArray())
+              == 0;
+      captureDeviceEndSessionParameterValues(id, session.value);
+    }
+    // Unasked it deinterlaces.
+    if (!set && !wanted) throw new HostException(name() + ": its pictures cannot be left interlaced");
   }
 
   /** True when it ran already: somebody else's run, that is not ours to end. */

@@ -1,8 +1,8 @@
 package com.zarvo.qvs.host.session;
 
+import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.EncoderBackend;
 import java.util.ArrayList;
-import java.util.EnumMap;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
@@ -13,13 +13,20 @@ import java.util.Map;
 public final class EncoderCards {
   private static final EncoderCards PROCESS = new EncoderCards();
 
-  private final Map<EncoderBackend, Card> cards = new EnumMap<>(EncoderBackend.class);
+  private final Map<Enum<?>, Card> cards = new LinkedHashMap<>();
 
   private static final class Card {
+    final String role;
+    final String label;
     int failures;
     int abandonedCalls;
     boolean quarantined;
     String lastFailure;
+
+    Card(String role, String label) {
+      this.role = role;
+      this.label = label;
+    }
   }
 
   /** Those of the process, which all sessions share unless told otherwise. */
@@ -28,17 +35,26 @@ public final class EncoderCards {
   }
 
   /** Counts a failure at work, or a call that hung; the `limit`-th ends the use of the card. */
-  synchronized void failed(EncoderBackend backend, EncoderFault fault, String why, int limit) {
-    if (!backend.hardware || !fault.countsAgainstCard()) return;
-    Card card = cards.computeIfAbsent(backend, any -> new Card());
+  void failed(EncoderBackend backend, EncoderFault fault, String why, int limit) {
+    if (backend.hardware) failed(backend, new Card("encoder", backend.label), fault, why, limit);
+  }
+
+  /** The same of a decoder. */
+  void failed(DecoderBackend backend, EncoderFault fault, String why, int limit) {
+    if (backend != DecoderBackend.SOFTWARE) failed(backend, new Card("decoder", backend.label), fault, why, limit);
+  }
+
+  private synchronized void failed(Enum<?> backend, Card fresh, EncoderFault fault, String why, int limit) {
+    if (!fault.countsAgainstCard()) return;
+    Card card = cards.computeIfAbsent(backend, any -> fresh);
     card.failures++;
     if (fault == EncoderFault.HANG) card.abandonedCalls++;
     card.lastFailure = why;
     card.quarantined |= card.failures >= limit;
   }
 
-  /** Why a card is tried no more, null where it is. */
-  public synchronized String quarantine(EncoderBackend backend) {
+  /** Why an encoder or decoder is tried no more, null where it is. */
+  public synchronized String quarantine(Enum<?> backend) {
     Card card = cards.get(backend);
     return card == null || !card.quarantined
         ? null
@@ -56,7 +72,7 @@ public final class EncoderCards {
     cards.forEach(
         (backend, card) -> {
           Map<String, Object> map = new LinkedHashMap<>();
-          map.put("encoder", backend.label);
+          map.put(card.role, card.label);
           map.put("failures", card.failures);
           map.put("abandonedCalls", card.abandonedCalls);
           map.put("quarantined", card.quarantined);

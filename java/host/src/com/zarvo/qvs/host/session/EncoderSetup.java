@@ -54,7 +54,9 @@ final class EncoderSetup {
             backend.implementation(spec.codec()), owner.context(spec.sizeText()), number);
     slotMade |= number.value == index;
     List<SessionLog.Line> said = owner.fetchLog();
-    if (result != 0 || number.value != index) return absent(reason(said, "the session has none"));
+    String early = reason(said, "the session has none");
+    if (EncoderFault.of(early) == EncoderFault.HANG) return new Refusal(EncoderFault.HANG, early);
+    if (result != 0 || number.value != index) return absent(early);
     String chosen = textBehind(said, CREATED);
     // Where a back end is not to be had the session takes its default without a word.
     if (!chosen.endsWith(": " + backend.logName)) return absent("the session finds none here");

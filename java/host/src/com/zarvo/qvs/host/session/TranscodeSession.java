@@ -54,6 +54,7 @@ public final class TranscodeSession implements AutoCloseable {
   private static final int KEY_DEINTERLACE_DOUBLE_RATE = 1;
   private static final int KEY_END_OF_STREAM = 100200;
   private static final int KEY_CONVERT_FORMATS = 100201;
+  private static final int KEY_CALL_DEADLINE = 900002;
   private static final int LOG_FETCH_INTERVAL_FRAMES = 250;
   // A decoder that neither takes input nor gives pictures would spin for ever.
   private static final int MAX_IDLE_STEPS = 64;
@@ -508,6 +509,9 @@ public final class TranscodeSession implements AutoCloseable {
   private String openDecoder() throws HostException {
     VideoCodec codec = settings.codec();
     if (!decoder.takes(codec)) return "it does not take " + codec.codecName;
+    EncoderPolicy policy = settings.encoderPolicy();
+    String quarantine = policy.cards().quarantine(decoder);
+    if (quarantine != null) return EncoderFault.QUARANTINED.text + ": " + quarantine;
     owner.fetchLog();
     long made =
         videoDecoderCreate(
@@ -520,16 +524,22 @@ public final class TranscodeSession implements AutoCloseable {
             && videoDecoderApplyParameters(session) == 0
             && videoDecoderSetGPUID(session, decoder == DecoderBackend.SOFTWARE ? -1 : settings.device().number()) == 0
             && videoDecoderInitialize(session) == 0;
-    return set ? null : EncoderSetup.reason(owner.fetchLog(), "it could not be set up");
+    if (set) return null;
+    String why = EncoderSetup.reason(owner.fetchLog(), "it could not be set up");
+    if (EncoderFault.of(why) == EncoderFault.HANG)
+      policy.cards().failed(decoder, EncoderFault.HANG, why, policy.maxFailures());
+    return why;
   }
 
   private TranscoderNativeParameterValue[] decoderParameters() {
     Deinterlace wanted = settings.deinterlace();
-    return new NativeParameters()
-        .set(KEY_DEINTERLACE, wanted.mode)
-        .set(KEY_DEINTERLACE_DOUBLE_RATE, wanted.doubleRate)
-        .set(KEY_CONVERT_FORMATS, 1)
-        .toArray();
+    NativeParameters parameters =
+        new NativeParameters()
+            .set(KEY_DEINTERLACE, wanted.mode)
+            .set(KEY_DEINTERLACE_DOUBLE_RATE, wanted.doubleRate)
+            .set(KEY_CONVERT_FORMATS, 1);
+    if (decoder.isPlugin()) parameters.set(KEY_CALL_DEADLINE, settings.encoderPolicy().deadlineMs());
+    return parameters.toArray();
   }
 
   private void placeOverlays() throws HostException {
@@ -603,7 +613,11 @@ public final class TranscodeSession implements AutoCloseable {
   private HostException notDecoded() {
     String what = settings.name() + ": its " + settings.source().codecName() + " pictures could not be decoded";
     HostException failure = owner.failure(what);
-    return decoder == DecoderBackend.SOFTWARE ? failure : new DeviceFailure(EncoderFault.ERROR, failure.getMessage());
+    if (decoder == DecoderBackend.SOFTWARE) return failure;
+    EncoderFault fault = EncoderFault.of(failure.getMessage());
+    EncoderPolicy policy = settings.encoderPolicy();
+    policy.cards().failed(decoder, fault, failure.getMessage(), policy.maxFailures());
+    return new DeviceFailure(fault, failure.getMessage());
   }
 
   /** When a picture is shown, none where it is not; the second time is of its second field. */

@@ -2,6 +2,7 @@ package com.zarvo.qvs.host.watch;
 
 import com.zarvo.qvs.host.job.JobResult;
 import com.zarvo.qvs.host.job.Json;
+import com.zarvo.qvs.host.session.EncoderCards;
 import com.zarvo.qvs.host.session.SessionCounters;
 import java.io.FileOutputStream;
 import java.io.IOException;
@@ -11,6 +12,7 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.LinkedHashMap;
+import java.util.List;
 import java.util.Map;
 import java.util.concurrent.CountDownLatch;
 import java.util.concurrent.TimeUnit;
@@ -103,6 +105,8 @@ public final class ProgressLines implements AutoCloseable {
     Map<String, Object> line = new LinkedHashMap<>();
     line.put("outcome", outcome);
     if (session != null) line.putAll(SessionNumbers.brief(session));
+    List<Map<String, Object>> cards = EncoderCards.ofProcess().toMaps();
+    if (!cards.isEmpty()) line.put("cards", cards);
     return line;
   }
 
