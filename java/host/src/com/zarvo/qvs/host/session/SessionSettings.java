@@ -39,6 +39,7 @@ public final class SessionSettings {
   private CaptureSettings capture;
   private Excerpt excerpt;
   private LiveQuality liveQuality;
+  private Consumer<SessionLog.Line> logListener = line -> {};
 
   private SessionSettings(String name) {
     this.name = name;
@@ -158,6 +159,11 @@ public final class SessionSettings {
     return liveQuality;
   }
 
+  /** Is given each line of the log, on the session's thread, when the session comes to fetch it. */
+  public Consumer<SessionLog.Line> logListener() {
+    return logListener;
+  }
+
   /** Null where the whole source is made. */
   public Excerpt excerpt() {
     return excerpt;
@@ -253,6 +259,11 @@ public final class SessionSettings {
     /** Null, as is usual, measures nothing. */
     public Builder liveQuality(LiveQuality quality) {
       made.liveQuality = quality;
+      return this;
+    }
+
+    public Builder logListener(Consumer<SessionLog.Line> listener) {
+      made.logListener = listener;
       return this;
     }
 
