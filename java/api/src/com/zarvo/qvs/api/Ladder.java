@@ -35,6 +35,8 @@ public final class Ladder implements AutoCloseable {
   /** Overlays that a ladder can have at a time. */
   public static final int OVERLAYS = 64;
 
+  private static final double MAX_SECONDS = 100.0 * 366 * 24 * 3600;
+
   private final String name;
   private final StreamInfo source;
   private final int rungs;
@@ -80,13 +82,13 @@ public final class Ladder implements AutoCloseable {
 
   /** A coded picture that is shown at `time`, in the unit of the format; `key` where decoding can start. */
   public void push(byte[] picture, long time, boolean key) throws IOException {
-    byte[] data = picture.clone();
-    long ms = source.timeBase().toMilliseconds(time);
-    push(new SourcePacket(new MediaPacket(MediaKind.VIDEO, data, time, ms, 0, 0, 0, key), null));
+    push(ByteBuffer.wrap(picture), time, key);
   }
 
   /** The same of the buffer's remaining bytes, which are taken. */
   public void push(ByteBuffer picture, long time, boolean key) throws IOException {
+    if (!(Math.abs(source.timeBase().toSeconds(time)) <= MAX_SECONDS))
+      throw new IllegalArgumentException("time " + time + " is farther from 0 than a hundred years");
     byte[] data = new byte[picture.remaining()];
     picture.get(data);
     long ms = source.timeBase().toMilliseconds(time);
@@ -168,19 +170,19 @@ public final class Ladder implements AutoCloseable {
 
   private void work(Step step) throws IOException {
     engine.attach(listener, events);
-    boolean done = false;
     try {
       step.run();
       for (Step next = afterwards.poll(); next != null && !closing; next = afterwards.poll()) next.run();
-      done = true;
     } catch (HostException e) {
       broken = new TranscodeException(e);
       throw broken;
     } catch (IOException e) {
       broken = e;
       throw e;
+    } catch (RuntimeException | Error e) {
+      broken = new TranscodeException(e.toString());
+      throw e;
     } finally {
-      if (!done && broken == null) broken = new TranscodeException("a listener or the ladder itself threw");
       engine.detach();
     }
   }

@@ -36,6 +36,7 @@ import org.junit.jupiter.api.io.TempDir;
 /** What a program gets that has the jar and nothing else. */
 class EmbeddingTest {
   private static final Path JAR = Path.of(System.getProperty("qvs.test.jar"));
+  private static final String SLF4J = System.getProperty("qvs.test.slf4j", "");
   private static final Path SOURCES = Path.of(System.getProperty("qvs.test.sources"));
   private static final int WIDTH = 320;
   private static final int HEIGHT = 180;
@@ -51,35 +52,42 @@ class EmbeddingTest {
   }
 
   private static ProcessBuilder java(Path place, String... arguments) {
+    return java(JAR.toString(), place, arguments);
+  }
+
+  private static ProcessBuilder java(String classPath, Path place, String... arguments) {
     List<String> command = new ArrayList<>();
     command.addAll(List.of(Path.of(System.getProperty("java.home"), "bin", "java").toString(), "-Xcheck:jni"));
     command.add("-Dqvs.cache.dir=" + folder.resolve("cache"));
-    command.addAll(List.of("-cp", JAR.toString()));
+    command.addAll(List.of("-cp", classPath));
     command.addAll(List.of(arguments));
     return new ProcessBuilder(command).directory(place.toFile()).redirectErrorStream(true);
   }
 
-  /** All three find an empty cache and begin at once: one of them unpacks. */
+  /** Both find an empty cache and begin at once: one of them unpacks. The second has its log go to slf4j. */
   @Test
-  void theReadmesLinesMakeALadderInThreeMachinesAtOnce() throws Exception {
+  void theReadmesLinesMakeALadderInTwoMachinesAtOnce() throws Exception {
     String readme = Files.readString(SOURCES.resolve("README.md"));
     int start = readme.indexOf("```java\n") + 8;
     String code = readme.substring(start, readme.indexOf("```", start));
     assertEquals(20, code.lines().count());
     List<Process> machines = new ArrayList<>();
-    for (int i = 0; i < 3; i++) {
+    for (int i = 0; i < 2; i++) {
       Path place = Files.createDirectory(folder.resolve("pasted" + i));
       Files.writeString(place.resolve("Embedded.java"), code);
-      ProcessBuilder machine = java(place, "Embedded.java", clip.toString());
+      String classPath = i == 0 ? JAR.toString() : JAR + ":" + SLF4J;
+      ProcessBuilder machine = java(classPath, place, "Embedded.java", clip.toString());
       machines.add(machine.redirectOutput(place.resolve("said").toFile()).start());
     }
-    for (int i = 0; i < 3; i++) {
+    for (int i = 0; i < 2; i++) {
       Path place = folder.resolve("pasted" + i);
       assertEquals(0, machines.get(i).waitFor(), () -> textOf(place.resolve("said")));
       String master = Files.readString(place.resolve("out/clip.m3u8"));
       assertTrue(master.contains("RESOLUTION=1280x720") && master.contains("mp4a"), master);
       assertEquals(PICTURES, Clips.times(place.resolve("out/clip_640x360/index.m3u8")).size());
     }
+    String logged = SLF4J.isEmpty() ? "INFO: TranscoderSession.video" : "INFO com.zarvo.qvs - TranscoderSession.video";
+    assertTrue(Files.readString(folder.resolve("pasted1/said")).contains(logged));
     try (Stream<Path> unpacked = Files.list(folder.resolve("cache"))) {
       assertEquals(1, unpacked.filter(Files::isDirectory).count());
     }
