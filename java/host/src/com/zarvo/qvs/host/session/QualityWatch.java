@@ -16,7 +16,7 @@ import java.util.concurrent.TimeUnit;
  * from their key picture on, so a run decodes a rendition from a key picture up to the last picture that it measures,
  * on a thread of its own; the renditions take turns, as far as the CPU time allowed reaches.
  */
-final class QualityWatch implements AutoCloseable {
+final class QualityWatch implements QualityRuns, AutoCloseable {
   private static final ThreadMXBean THREADS = ManagementFactory.getThreadMXBean();
   // Packets that wait for the thread; where these are more, no other run begins.
   private static final int MOST_WAITING = 64;
@@ -26,11 +26,6 @@ final class QualityWatch implements AutoCloseable {
   private final EncoderInputTap tap;
   private final List<RungQuality> rungs = new ArrayList<>();
   private final ThreadPoolExecutor worker;
-
-  /** A step of the thread. */
-  interface Step {
-    void run();
-  }
 
   QualityWatch(NativeSession owner, SessionSettings session) throws HostException {
     settings = session.liveQuality();
@@ -48,7 +43,7 @@ final class QualityWatch implements AutoCloseable {
       RenditionSpec spec = session.renditions().get(i);
       double rate = spec.frameRate() > 0 ? spec.frameRate() : session.source().frameRateOrDefault();
       double groupMs = session.keyFrameSeconds() * 1000;
-      rungs.add(new RungQuality(this, spec, owner.counters().rungs().get(i), groupMs, 1000 / rate));
+      rungs.add(new RungQuality(this, spec, owner.counters().rungs().get(i), settings.perSecond(), groupMs, 1000 / rate));
     }
   }
 
@@ -57,23 +52,20 @@ final class QualityWatch implements AutoCloseable {
     return rungs.get(index);
   }
 
-  LiveQuality settings() {
-    return settings;
-  }
-
-  EncoderInputTap tap() {
+  @Override
+  public EncoderInputTap tap() {
     return tap;
   }
 
-  /** True where it is that rendition's turn, and there is CPU time for it. */
-  boolean begin(RungQuality asking) {
+  @Override
+  public boolean begin(long runs, double pixels) {
     if (worker.isShutdown() || worker.getQueue().size() > MOST_WAITING) return false;
-    for (RungQuality rung : rungs) if (rung.canRun() && rung.runs() < asking.runs()) return false;
-    return QualityBudget.shared().begin(settings.cpuPercent(), asking.pixels());
+    for (RungQuality rung : rungs) if (rung.canRun() && rung.runs() < runs) return false;
+    return QualityBudget.shared().begin(settings.cpuPercent(), pixels);
   }
 
-  /** Has the thread do that, and counts what it takes. */
-  void submit(Step step) {
+  @Override
+  public void submit(Runnable step) {
     worker.execute(
         () -> {
           long before = THREADS.getCurrentThreadCpuTime();

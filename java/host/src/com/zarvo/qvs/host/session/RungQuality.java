@@ -20,13 +20,14 @@ final class RungQuality {
   private static final double GOLDEN = 0.6180339887498949;
   private static final int MOST_PICTURES = 4;
 
-  private final QualityWatch watch;
+  private final QualityRuns watch;
   private final RenditionSpec spec;
   private final RungCounters counters;
   private final double groupMs;
   private final double intervalMs;
   private final double spanMs;
   private final int length;
+  // What a run decodes, about.
   private final double pixels;
   private final Queue<ByteBuffer> free = new ConcurrentLinkedQueue<>();
   private int allocated;
@@ -53,12 +54,13 @@ final class RungQuality {
     }
   }
 
-  RungQuality(QualityWatch watch, RenditionSpec spec, RungCounters counters, double groupMs, double pictureMs) {
+  RungQuality(
+      QualityRuns watch, RenditionSpec spec, RungCounters counters, double perSecond, double groupMs, double pictureMs) {
     this.watch = watch;
     this.spec = spec;
     this.counters = counters;
     this.groupMs = groupMs;
-    this.intervalMs = 1000 / watch.settings().perSecond();
+    this.intervalMs = 1000 / perSecond;
     this.spanMs = Math.max(0, Math.min(intervalMs, groupMs) - pictureMs);
     this.pixels = Math.ceil(groupMs / pictureMs) * spec.width() * spec.height();
     this.length = spec.width() * spec.height() + 2 * (spec.width() / 2) * (spec.height() / 2);
@@ -67,11 +69,6 @@ final class RungQuality {
   /** Runs that began. */
   long runs() {
     return runs;
-  }
-
-  /** What a run decodes, about. */
-  double pixels() {
-    return pixels;
   }
 
   boolean canRun() {
@@ -95,7 +92,7 @@ final class RungQuality {
 
   private void groupBegins(long time) {
     if (run != null) run.needed = Math.min(run.needed, run.pictures);
-    if (run != null || unreadable || time + 1 < nextMs || !watch.begin(this)) return;
+    if (run != null || unreadable || time + 1 < nextMs || !watch.begin(runs, pixels)) return;
     Run begun = new Run(time);
     begun.dueMs = time + spanMs * ((runs++ * GOLDEN) % 1);
     nextMs = time + intervalMs;

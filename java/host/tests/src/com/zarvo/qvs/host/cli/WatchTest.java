@@ -260,18 +260,18 @@ class WatchTest {
     assertTrue(Files.notExists(absent));
   }
 
-  /** What ffmpeg's filter says of each picture, behind a name. */
-  private static List<Double> offLine(Path made, Path of, String filter, String name) throws Exception {
-    Path log = folder.resolve(filter + ".log");
+  /** What ffmpeg's filters say of each picture: PSNR, then SSIM. */
+  private static List<List<Double>> offLine(Path made, Path of) throws Exception {
+    Path[] logs = {folder.resolve("psnr.log"), folder.resolve("ssim.log")};
     Clips.run(
         "ffmpeg", "-v", "error", "-i", made.toString(), "-i", of.toString(), "-lavfi",
-        "[0:v]settb=1/25,setpts=N[a];[1:v]settb=1/25,setpts=N[b];[a][b]" + filter + "=stats_file=" + log, "-f", "null", "-");
-    Pattern value = Pattern.compile(" " + name + ":(\\S+)");
-    List<Double> values = new ArrayList<>();
-    for (String line : Files.readAllLines(log)) {
-      Matcher found = value.matcher(line);
-      if (found.find()) values.add(Double.valueOf(found.group(1)));
-    }
+        "[0:v]settb=1/25,setpts=N,split[a][c];[1:v]settb=1/25,setpts=N,split[b][d];[a][b]psnr=stats_file=" + logs[0]
+            + "[x];[c][d]ssim=stats_file=" + logs[1] + "[y]",
+        "-map", "[x]", "-map", "[y]", "-f", "null", "-");
+    Pattern value = Pattern.compile(" (?:psnr_avg|All):(\\S+)");
+    List<List<Double>> values = new ArrayList<>();
+    for (Path log : logs)
+      values.add(value.matcher(Files.readString(log)).results().map(found -> Double.valueOf(found.group(1))).toList());
     return values;
   }
 
@@ -279,14 +279,14 @@ class WatchTest {
   void liveQualityIsWhatAnOffLineMeasurementFinds() throws Exception {
     Path clip =
         Clips.make(
-            "-f lavfi -i testsrc2=size=320x180:rate=25,noise=alls=10:allf=t -t 8 -c:v libx264 -preset ultrafast -g 25",
+            "-f lavfi -i testsrc2=size=160x90:rate=25,noise=alls=10:allf=t -t 4 -c:v libx264 -preset ultrafast -g 25",
             folder.resolve("noisy.mkv"));
     Path report = folder.resolve("quality.json");
     Path made = folder.resolve("quality");
     List<String> arguments =
         new ArrayList<>(
             List.of("transcode", clip.toString(), "-o", made.toString(), "--format", "mkv", "--report", report.toString(), "--live-quality", "4,cpu=100"));
-    for (String rung : List.of("320x180@300k", "320x180@250k,bframes=2", "320x180@200k,codec=h265", "320x180@200k,codec=vp9,fps=12.5"))
+    for (String rung : List.of("160x90@300k", "160x90@250k,bframes=2", "160x90@200k,codec=h265", "160x90@200k,codec=vp9,fps=12.5"))
       arguments.addAll(List.of("--rendition", rung));
     Captured run = Captured.run(arguments.toArray(String[]::new));
     assertEquals(0, run.code(), run.err());
@@ -294,14 +294,15 @@ class WatchTest {
     for (int i = 0; i < rungs.size(); i++) {
       JsonObject quality = rungs.get(i).getAsJsonObject().getAsJsonObject("quality");
       assertEquals(0, quality.get("missed").getAsInt(), quality.toString());
-      assertTrue(quality.get("pictures").getAsInt() >= 8 && quality.get("psnrDb").getAsDouble() > 25, quality.toString());
+      assertTrue(quality.get("pictures").getAsInt() >= 6 && quality.get("psnrDb").getAsDouble() > 25, quality.toString());
       // Half of the pictures are left out: no filter knows which belong together.
       if (i == 3) continue;
       Path file = Path.of(rungs.get(i).getAsJsonObject().get("file").getAsString());
       int last = (int) Math.round(quality.get("lastSeconds").getAsDouble() * 25);
-      List<Double> psnr = offLine(file, clip, "psnr", "psnr_avg");
+      List<List<Double>> offLine = offLine(file, clip);
+      List<Double> psnr = offLine.get(0);
       assertEquals(psnr.get(last), quality.get("lastPsnrDb").getAsDouble(), 0.01, file + " at " + last);
-      assertEquals(offLine(file, clip, "ssim", "All").get(last), quality.get("lastSsim").getAsDouble(), 0.0005, file.toString());
+      assertEquals(offLine.get(1).get(last), quality.get("lastSsim").getAsDouble(), 0.0005, file.toString());
       double mean = psnr.stream().mapToDouble(db -> Math.pow(10, -db / 10)).average().orElseThrow();
       assertEquals(-10 * Math.log10(mean), quality.get("psnrDb").getAsDouble(), 0.3, "samples stand for all pictures of " + file);
     }
