@@ -9,7 +9,7 @@ from qvsbench.process import run
 
 # Rates at which coding shows, by the clip's full size.
 CLIPS = {"clips/hevc/crowd_1920x1080_25fps_4000kbps_h265.mp4": 4_500_000, "clips/h264/bear-1280x720.mp4": 2_500_000,
-         "clips/h264/sintel-1024x436.mp4": 1_200_000, "clips/h264/bottle-detection.mp4": 600_000,
+         "clips/h264/sintel-1024x436.mp4": 500_000, "clips/h264/bottle-detection.mp4": 200_000,
          "clips/h264/video_h264_main_b_frames.mp4": 500_000}
 SHARES = (1, 2 / 3, 1 / 3)  # of the sides
 FRAMES = 300

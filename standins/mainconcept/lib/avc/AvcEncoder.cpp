@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <span>
 
 #include "avc/AvcSettings.h"
 
@@ -13,6 +14,12 @@ namespace qvs::mc {
 namespace {
 
 constexpr double kTimeUnitsPerSecond = 1e7;  // 100 ns
+
+/// In place of lengths; libx264 itself writes three-byte codes within a unit.
+void writeStartCodes(const x264_nal_t* units, int count) {
+  static constexpr uint8_t kStartCode[] = {0, 0, 0, 1};
+  for (int i = 0; i < count; ++i) std::memcpy(units[i].p_payload, kStartCode, sizeof kStartCode);
+}
 
 /// From 100 ns to 27 MHz.
 int64_t clockTicks(int64_t time) {
@@ -36,6 +43,19 @@ AvcEncoder::AvcEncoder(const mc_callbacks_t& callbacks, const h264_v_settings& s
   duration = kTimeUnitsPerSecond * parameters.i_fps_den / parameters.i_fps_num;
   follower = AvcRateFollower(duration);
   encoder.reset(x264_encoder_open(&parameters));
+  if (isOpen() && parameters.b_repeat_headers == 0) learnHeaders();
+}
+
+void AvcEncoder::learnHeaders() {
+  x264_nal_t* units = nullptr;
+  int count = 0;
+  if (x264_encoder_headers(encoder.get(), &units, &count) <= 0) return;
+  writeStartCodes(units, count);
+  for (int i = 0; i < count; ++i) {
+    const std::span<const uint8_t> bytes(units[i].p_payload, static_cast<size_t>(units[i].i_payload));
+    headers.insert(headers.end(), bytes.begin(), bytes.end());
+    if (units[i].i_type != NAL_SEI) parameterSets.insert(parameterSets.end(), bytes.begin(), bytes.end());
+  }
 }
 
 void AvcEncoder::log(void* self, int level, const char* format, va_list arguments) {
@@ -118,13 +138,13 @@ AvcOutcome AvcEncoder::encode(x264_picture_t* picture) {
 }
 
 AvcOutcome AvcEncoder::write(x264_nal_t* units, int count, uint32_t size, const x264_picture_t& coded) {
-  static constexpr uint8_t kStartCode[] = {0, 0, 0, 1};
-  // libx264 itself writes three-byte codes within a unit.
-  for (int i = 0; i < count; ++i) std::memcpy(units[i].p_payload, kStartCode, sizeof kStartCode);
+  writeStartCodes(units, count);
   const int64_t presentation = times.presentation(coded.i_pts);
   const int64_t decoding = times.decoding(coded.i_dts);
   announce(presentation, decoding);
-  if (stream->copybytes(stream, units[0].p_payload, size) != size) {
+  const bool key = coded.b_keyframe != 0;
+  if (key) size += static_cast<uint32_t>(headers.size());
+  if (!copy(units, count, key)) {
     stream->auxinfo(stream, 0, STREAM_RESET_CODE, nullptr, 0);
     unitLost = true;
     if (callbacks.wrn_printf != nullptr) {
@@ -132,8 +152,26 @@ AvcOutcome AvcEncoder::write(x264_nal_t* units, int count, uint32_t size, const 
     }
     return AvcOutcome::kLost;
   }
+  if (key) headers = parameterSets;
   closeUnit(size, presentation, decoding);
   return AvcOutcome::kDone;
+}
+
+/// A delimiter comes before all else.
+bool AvcEncoder::copy(const x264_nal_t* units, int count, bool key) {
+  const auto bytesOf = [units](int from, int to) {
+    const uint8_t* begin = units[from].p_payload;
+    return std::span<const uint8_t>(begin, units[to].p_payload + units[to].i_payload);
+  };
+  const bool delimited = units[0].i_type == NAL_AUD && count > 1;
+  if (!key || headers.empty()) return copy(bytesOf(0, count - 1));
+  if (delimited && !copy(bytesOf(0, 0))) return false;
+  return copy(headers) && copy(bytesOf(delimited ? 1 : 0, count - 1));
+}
+
+bool AvcEncoder::copy(std::span<const uint8_t> bytes) {
+  const auto size = static_cast<uint32_t>(bytes.size());
+  return stream->copybytes(stream, const_cast<uint8_t*>(bytes.data()), size) == size;
 }
 
 void AvcEncoder::announce(int64_t presentation, int64_t decoding) {

@@ -5,6 +5,8 @@
 
 #include <cstdarg>
 #include <memory>
+#include <span>
+#include <vector>
 
 #include "avc/AvcBufferGrowth.h"
 #include "avc/AvcRateFollower.h"
@@ -42,6 +44,9 @@ class AvcEncoder {
 
   static void log(void* self, int level, const char* format, va_list arguments);
   bool reconfigure();
+  void learnHeaders();
+  bool copy(const x264_nal_t* units, int count, bool key);
+  bool copy(std::span<const uint8_t> bytes);
   AvcOutcome encode(x264_picture_t* picture);
   AvcOutcome write(x264_nal_t* units, int count, uint32_t size, const x264_picture_t& coded);
   void announce(int64_t presentation, int64_t decoding);
@@ -57,7 +62,9 @@ class AvcEncoder {
   AvcTimes times;
   AvcRateFollower follower;
   AvcBufferGrowth buffer;
-  bool unitLost = false;  ///< the next picture must not lean on one that nobody got
+  std::vector<uint8_t> headers;        ///< of the next key picture, where libx264 writes none
+  std::vector<uint8_t> parameterSets;  ///< of all but the first
+  bool unitLost = false;               ///< the next picture must not lean on one that nobody got
 };
 
 }  // namespace qvs::mc

@@ -131,7 +131,8 @@ bool AvcSettings::toX264(const h264_v_settings& settings, x264_param_t& x264) {
   x264.i_level_idc = settings.level_id != H264_LEVEL_AUTO ? settings.level_id : -1;
   x264.i_csp = X264_CSP_I420;
   x264.b_vfr_input = 0;
-  x264.b_repeat_headers = 1;
+  // The rate control would count headers as spent, which on a short stream of a low rate it takes seconds to save.
+  x264.b_repeat_headers = settings.buffering == 0;
   x264.b_annexb = 0;  // four bytes ahead of every unit, which start codes then take
   return x264_param_apply_profile(&x264, profileName(settings.profile_id)) == 0;
 }
