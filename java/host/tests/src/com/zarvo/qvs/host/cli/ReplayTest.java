@@ -9,6 +9,7 @@ import com.zarvo.qvs.host.job.JobSettings;
 import com.zarvo.qvs.host.job.Overwrite;
 import com.zarvo.qvs.host.job.TranscodeJob;
 import com.zarvo.qvs.host.media.Interruption;
+import com.zarvo.qvs.host.model.Container;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.replay.Replay;
@@ -53,7 +54,7 @@ class ReplayTest {
   private static void transcode(String name) throws HostException, IOException {
     List<RenditionSpec> ladder = List.of(RenditionSpec.parse("96x54@100k,codec=vp8"), RenditionSpec.parse("64x36@60k,codec=h264"));
     JobSettings settings =
-        JobSettings.of(clip, folder.resolve(name)).renditions(ladder).parallel(true).overwrite(Overwrite.ALWAYS).build();
+        JobSettings.of(clip, folder.resolve(name)).renditions(ladder).parallel(true).format(Container.MKV).overwrite(Overwrite.ALWAYS).build();
     new TranscodeJob(settings, Console::progress, new Interruption()).run();
   }
 
@@ -120,6 +121,7 @@ class ReplayTest {
       JobSettings settings =
           JobSettings.of(longer, folder.resolve("ring"))
               .renditions(List.of(RenditionSpec.parse("320x180@9000k,codec=vp8")))
+              .format(Container.MKV)
               .overwrite(Overwrite.ALWAYS)
               .build();
       new TranscodeJob(settings, Console::progress, new Interruption()).run();
