@@ -19,13 +19,13 @@ using namespace qvs::validator;
 namespace {
 
 constexpr int kKept = 0, kBroken = 1, kNothing = 2;
-constexpr const Family* kFamilies[] = {&kScalerFamily, &kEncoderFamily, &kDecoderFamily};
+constexpr const Family* kFamilies[] = {&kScalerFamily, &kEncoderFamily, &kDecoderFamily, &kOfflineFamily};
 
 constexpr const char* kUsage =
     "usage: qvs-plugin-validate [OPTION]... FILE.so\n"
     "  --only TEXT      the rules that hold this text\n"
     "  --seconds N      a check that takes longer has hung (60)\n"
-    "  --input CLIP     decoders: the clip to decode, in place of one made for the purpose\n"
+    "  --input CLIP     decoders, off-line: the clip to decode, in place of one made for the purpose\n"
     "  --leak BYTES     what a library behind the plug-in is known to lose with each session (0)\n"
     "  --output STREAM  encoders: where the coded pictures go, H.264 and H.265 with start codes\n";
 

@@ -159,7 +159,9 @@ int32_t Batch::handOut(VideoFrameEncodedData* out, uint32_t& count) {
       frame.vodPacketsIndex = source != sources.end() ? source->second.index : -1;
     }
   }
-  return fits ? QVS_PLUGIN_OK : QVS_PLUGIN_ALLOCATE_BUFFER;
+  if (fits) return QVS_PLUGIN_OK;
+  while (count > 0) allocator.release(allocator.host, out[--count].jbuffer);
+  return QVS_PLUGIN_ALLOCATE_BUFFER;
 }
 
 // What an encoder writes is known for certain once it has written: a black picture in front of nothing.

@@ -40,7 +40,7 @@ INSTANTIATE_TEST_SUITE_P(Plugins, SoundPlugin,
                                          QVS_BROKEN_DIR "/broken-scaler-3.so",
                                          QVS_BROKEN_DIR "/broken-encoder-29.so", QVS_SHIPPED_X264,
                                          "--leak 60000 " QVS_SHIPPED_X265, QVS_EXAMPLE_ENCODER,
-                                         QVS_TEMPLATE_ENCODER));
+                                         QVS_TEMPLATE_ENCODER, QVS_TEMPLATE_OFFLINE));
 
 // With the fakes of a driver and of a runtime in place of a card, whose threads keep small blocks: the measure of memory
 // is coarse by some hundred bytes a session. H.265's encoder behind them is libx265.
@@ -59,7 +59,8 @@ TEST_P(CardPlugin, KeepsTheContractOnAFakeCard) {
 INSTANTIATE_TEST_SUITE_P(Plugins, CardPlugin,
                          testing::Values("encoder-h264-vaapi", "encoder-h265-vaapi", "encoder-vp9-vaapi",
                                          "encoder-h264-quicksync-drm", "encoder-h265-quicksync-drm",
-                                         "decoder-h264-quicksync-drm", "decoder-mp2-quicksync-drm"));
+                                         "decoder-h264-quicksync-drm", "decoder-mp2-quicksync-drm",
+                                         "odtranscoder-quicksync-drm"));
 
 struct Defect {
   const char* family;
@@ -167,6 +168,14 @@ TEST_P(DecoderDefects, AreFoundAndTold) {
   EXPECT_EQ(run.code, 1);
   EXPECT_THAT(run.output, testing::HasSubstr(GetParam().told));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Offline, Defects,
+    testing::Values(Defect{"offline", 1, "touched memory behind the array of the frames that come out",
+                           "room"},
+                    Defect{"offline", 2, "gives two pictures one packet's index", "whole"},
+                    Defect{"offline", 3, "of an array of", "whole"},
+                    Defect{"offline", 4, "shows the picture of packet 1 at another time", "whole"}));
 
 INSTANTIATE_TEST_SUITE_P(
     One, DecoderDefects,

@@ -38,8 +38,10 @@ typedef struct VODTranscoderVideoSettings {
  *
  * getVersion: as for encoders
  * transcode: `in` holds `inCount` coded frames in Annex B, borrowed. `out` has room for `*outCount` frames and
- *   receives that many; their bytes come from the allocator, in `jbuffer`
- * getCodecConfig: the encoder's configuration as one frame
+ *   receives that many; their bytes come from the allocator, in `jbuffer`. Each has its units behind four bytes of
+ *   length, and the index of the packet that its picture came from. More frames than there is room for are a failure;
+ *   behind one `*outCount` is 0 and the arrays are given back
+ * getCodecConfig: the encoder's parameter sets as one frame of such units
  */
 #define VOD_TRANSCODER_ENTRY_POINTS(X)                                                                     \
   X(getVersion, 0, (uint8_t * buffer, uint32_t bufferLen, uint32_t * major, uint32_t * minor))             \

@@ -37,6 +37,7 @@ struct Family {
 extern const Family kScalerFamily;
 extern const Family kEncoderFamily;
 extern const Family kDecoderFamily;
+extern const Family kOfflineFamily;
 
 /// "has    zarvoVideoEncoder_create".
 std::string listingLine(const char* prefix, const char* name, bool offered, bool needed);
