@@ -32,6 +32,7 @@ final class RenditionPlan {
         settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
     return wanted.stream()
         .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset(), plan))
+        .map(spec -> settings.format().isFolder() ? spec.tunedTo(spec.tuning().ofFragments(spec.codec())) : spec)
         .map(spec -> spec.fittedTo(source.displayAspect(spec.crop())))
         .map(spec -> hidesAspect ? spec.withOwnBars(source.displayAspect()) : spec)
         .toList();

@@ -243,6 +243,7 @@ class H264Test {
         assertEquals(List.of(0L, 1L, 2L), keys(file).stream().map(key -> Math.round(key - start)).toList(), what);
         double last = -1;
         for (String line : probe(file, "packet=pts_time,dts_time")) {
+          if (line.endsWith("N/A")) continue; // MKV has no times of decoding
           double shown = Double.parseDouble(line.split(",")[0]);
           double decoded = Double.parseDouble(line.split(",")[1]);
           assertTrue(decoded > last && decoded <= shown && (way.equals("planned") || decoded == shown), what + ": " + line);
