@@ -8,6 +8,8 @@ import java.util.List;
 
 /** Settles the renditions that a source is to get. */
 final class RenditionPlan {
+  private static final double MAX_FRAME_RATE = 240;
+
   private RenditionPlan() {}
 
   /**
@@ -27,7 +29,9 @@ final class RenditionPlan {
 
   private static List<RenditionSpec> settled(
       JobSettings settings, StreamInfo source, boolean hidesAspect, boolean live) {
-    boolean plan = !live && !settings.realTime() && settings.hlsWindow() == 0;
+    // Only a rate control that takes pictures as they come follows another pace than it was told.
+    boolean credible = source.frameRateOrDefault() <= MAX_FRAME_RATE;
+    boolean plan = !live && !settings.realTime() && settings.hlsWindow() == 0 && credible;
     List<RenditionSpec> wanted =
         settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
     return wanted.stream()
