@@ -1,6 +1,7 @@
 package com.zarvo.qvs.host.job;
 
 import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
@@ -35,11 +36,17 @@ final class RenditionPlan {
     List<RenditionSpec> wanted =
         settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
     return wanted.stream()
-        .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset(), plan))
+        .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset(), plan && !usesCard(settings, spec)))
         .map(spec -> settings.format().isFolder() ? spec.tunedTo(spec.tuning().ofFragments(spec.codec())) : spec)
         .map(spec -> spec.fittedTo(source.displayAspect(spec.crop())))
         .map(spec -> hidesAspect ? spec.withOwnBars(source.displayAspect()) : spec)
         .toList();
+  }
+
+  // An encoder that takes over from a card's is handed all that this one left, at once: none may be held back.
+  private static boolean usesCard(JobSettings settings, RenditionSpec spec) {
+    EncoderList encoders = spec.encoders() != null ? spec.encoders() : settings.encoderPolicy().encoders();
+    return !settings.device().isSoftware() || encoders.backends().stream().anyMatch(backend -> backend.hardware);
   }
 
   /** Refuses what their container, or an overlay, cannot do. */
