@@ -68,7 +68,7 @@ TEST(VideoEncoderH264Parameters, TellTheirTypes) {
         << key;
     EXPECT_EQ(encoder.getParameterValueType(key, nullptr), type);
   }
-  for (uint32_t key : {0u, 9999u, 10139u, 10199u, 10203u, 0xFFFFFFFFu}) {
+  for (uint32_t key : {0u, 9999u, 10139u, 10199u, 10204u, 0xFFFFFFFFu}) {
     uint32_t length = 7;
     int64_t value = 5;
     EXPECT_EQ(encoder.getParameterValueType(key, &length), kParameterUnknown) << key;

@@ -45,6 +45,7 @@ import java.util.Set;
 public final class RenditionFiles implements SessionOutput, AutoCloseable {
   private static final int VIDEO_TRACK = 0;
   private static final int REORDERED_FRAMES = 8;
+  private static final long FINEST_TICKS = 90_000;
   private static final Rational SQUARE = new Rational(1, 1);
   // What segments add to coded bits, and how far these may exceed what was asked for.
   private static final double LIVE_RATE_MARGIN = 1.2;
@@ -61,8 +62,10 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   private final long[] keyFrames;
   private int silent;
   private long firstPacketsMs;
+  private final long finer;
+  private final Rational unit;
   private FileClock clock = FileClock.AS_GIVEN;
-  private long lastFrameEnd = Long.MIN_VALUE / 2;
+  private long lastFrameEnd = Long.MIN_VALUE / (2 * FINEST_TICKS);
   private Path master;
 
   /** `renditions` is empty and `source` not used where pictures are left out. */
@@ -72,6 +75,10 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     this.renditions = renditions;
     this.keyFrames = new long[renditions.size()];
     this.silent = renditions.size();
+    // Pictures that are coded ahead of the second one need times of decoding before it.
+    boolean reorders = renditions.stream().anyMatch(spec -> spec.tuning().bFramesOf(spec.codec()) > 0);
+    this.finer = reorders ? Math.max(1, FINEST_TICKS * source.timeBase().num() / source.timeBase().den()) : 1;
+    this.unit = source == null ? null : new Rational(source.timeBase().num(), (int) (source.timeBase().den() * finer));
     this.sheet = settings.contactSheet() == null || renditions.isEmpty() ? null : new ContactSheet(renditions);
   }
 
@@ -165,7 +172,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     List<OutputTrack> tracks = new ArrayList<>();
     tracks.add(
         new OutputTrack.Video(
-            spec.codec().codecName, new byte[0], source.timeBase(), spec.width(), spec.height(), rateOf(spec),
+            spec.codec().codecName, new byte[0], unit, spec.width(), spec.height(), rateOf(spec),
             SQUARE, source.colors(), source.display()));
     List<AudioOutput> held = audioRenditions.stream().filter(audio -> container.holds(audio.spec().codec())).toList();
     for (AudioOutput audio : held) tracks.add(audio.track());
@@ -229,8 +236,9 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
   public void packet(int rendition, TranscoderPacket packet, long pts, long dts) throws HostException, IOException {
     boolean key = packet.frameType == RenditionPath.FRAME_KEY;
     if (key && keyFrames[rendition]++ == 0 && --silent == 0) firstPacketsMs = System.currentTimeMillis();
-    OutputPacket coded = new OutputPacket(packet.buffer, packet.offset, (int) packet.len, pts, dts, 0, 0, key);
-    writers.get(rendition).write(VIDEO_TRACK, clock.place(coded, source.timeBase()));
+    OutputPacket coded =
+        new OutputPacket(packet.buffer, packet.offset, (int) packet.len, pts * finer, dts * finer, 0, 0, key);
+    writers.get(rendition).write(VIDEO_TRACK, clock.place(coded, unit));
     if (isLive() && master == null && keyFrames[rendition] > 1) writeLiveMaster();
   }
 
@@ -299,7 +307,7 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     if (trouble != null) throw new HostException(trouble);
     if (!isLive()) checkReplaced(writers.stream().map(TrackWriter::target).toList());
     for (int i = 0; i < renditions.size(); i++)
-      writers.get(i).endAt(VIDEO_TRACK, clock.place(lastFrameEnd, source.timeBase()));
+      writers.get(i).endAt(VIDEO_TRACK, clock.place(lastFrameEnd * finer, unit));
     for (TrackWriter writer : writers) writer.finish();
     if (settings.format().isFolder() && master == null) writeMaster();
   }

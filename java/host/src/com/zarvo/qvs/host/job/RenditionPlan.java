@@ -1,6 +1,7 @@
 package com.zarvo.qvs.host.job;
 
 import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.EncoderList;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
@@ -8,6 +9,8 @@ import java.util.List;
 
 /** Settles the renditions that a source is to get. */
 final class RenditionPlan {
+  private static final double MAX_FRAME_RATE = 240;
+
   private RenditionPlan() {}
 
   /**
@@ -27,14 +30,23 @@ final class RenditionPlan {
 
   private static List<RenditionSpec> settled(
       JobSettings settings, StreamInfo source, boolean hidesAspect, boolean live) {
-    boolean plan = !live && !settings.realTime() && settings.hlsWindow() == 0;
+    // Only a rate control that takes pictures as they come follows another pace than it was told.
+    boolean credible = source.frameRateOrDefault() <= MAX_FRAME_RATE;
+    boolean plan = !live && !settings.realTime() && settings.hlsWindow() == 0 && credible;
     List<RenditionSpec> wanted =
         settings.renditions().isEmpty() ? DefaultLadder.of(source) : settings.renditions();
     return wanted.stream()
-        .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset(), plan))
+        .map(spec -> spec.settled(settings.format().usualVideo(), settings.frameRate(), settings.preset(), plan && !usesCard(settings, spec)))
+        .map(spec -> settings.format().isFolder() ? spec.tunedTo(spec.tuning().ofFragments(spec.codec())) : spec)
         .map(spec -> spec.fittedTo(source.displayAspect(spec.crop())))
         .map(spec -> hidesAspect ? spec.withOwnBars(source.displayAspect()) : spec)
         .toList();
+  }
+
+  // An encoder that takes over from a card's is handed all that this one left, at once: none may be held back.
+  private static boolean usesCard(JobSettings settings, RenditionSpec spec) {
+    EncoderList encoders = spec.encoders() != null ? spec.encoders() : settings.encoderPolicy().encoders();
+    return !settings.device().isSoftware() || encoders.backends().stream().anyMatch(backend -> backend.hardware);
   }
 
   /** Refuses what their container, or an overlay, cannot do. */

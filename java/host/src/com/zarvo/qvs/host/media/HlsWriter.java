@@ -177,14 +177,19 @@ public final class HlsWriter extends TrackWriter {
     int earliest = -1;
     for (int i = 0; i < queues.size(); i++) {
       OutputPacket head = queues.get(i).peek();
-      if (head != null && (earliest < 0 || seconds(i, head.dts()) < seconds(earliest, queues.get(earliest).peek().dts())))
+      if (head != null && (earliest < 0 || turn(i, head) < turn(earliest, queues.get(earliest).peek())))
         earliest = i;
     }
     return earliest;
   }
 
+  // A key picture's is when it is shown, that sound of the segment before goes there.
+  private double turn(int track, OutputPacket packet) {
+    return seconds(track, track == videoTrack && packet.key() ? packet.pts() : packet.dts());
+  }
+
   private boolean isDue(int track) {
-    double head = seconds(track, queues.get(track).peek().dts());
+    double head = turn(track, queues.get(track).peek());
     double newest = head;
     boolean allTold = true;
     for (int i = 0; i < queues.size(); i++) {

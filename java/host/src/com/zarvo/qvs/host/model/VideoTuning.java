@@ -123,6 +123,15 @@ public record VideoTuning(Preset preset, Profile profile, int level, int bFrames
     return codec == VideoCodec.H265 ? preset.hevcBFrames : preset.bFrames;
   }
 
+  /**
+   * The same for playlists, where H.265 lies in fragments: libavformat loses the delay of a fragment's first picture, so
+   * that has no B pictures unless asked for.
+   */
+  public VideoTuning ofFragments(VideoCodec codec) {
+    boolean without = planned && codec == VideoCodec.H265 && bFrames == AS_USUAL;
+    return without ? new VideoTuning(preset, profile, level, 0, true) : this;
+  }
+
   /** The same of a card's encoder, which has none unless asked for. */
   public int bFramesOfCard() {
     return Math.max(bFrames, 0);

@@ -5,6 +5,7 @@ import static com.zarvo.qvs.transcoder.model.TranscoderSessionNative.*;
 import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.EncoderBackend;
 import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.Rational;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
@@ -33,6 +34,7 @@ public final class RenditionPath {
   private boolean again;
   private long keptTime = Long.MIN_VALUE;
   private long doneTo = Long.MIN_VALUE;
+  private long firstPts = Long.MIN_VALUE;
   private boolean keyIsDue;
   private long keys;
   private long added;
@@ -131,6 +133,8 @@ public final class RenditionPath {
   /** Hands the scaled picture over; `key` asks for a key picture beside those that are due. */
   void encode(long time, long firstTime, boolean key) throws HostException, IOException {
     if (skipped && time <= doneTo) return;
+    if (firstPts == Long.MIN_VALUE)
+      firstPts = time == firstTime ? times.ptsOf(time) : settings.source().timeBase().ofMilliseconds(firstTime);
     keyIsDue |= key;
     if (skipped) {
       videoEncoderSkipFrame(owner.handle(), index, target, index, FRAME_INTER, time);
@@ -191,13 +195,15 @@ public final class RenditionPath {
     slot.collect();
   }
 
-  // Where the encoder reorders, a packet's timecode is that of its decoding.
+  // Where the encoder reorders, a packet's timecode is that of its decoding. Nothing comes before the first picture:
+  // not every container can say so.
   private void passOn(TranscoderPacket packet) throws HostException, IOException {
     long pts = times.ptsOf(packet.timecode + packet.timecodeOffset);
-    long dts = packet.timecodeOffset == 0 ? pts : settings.source().timeBase().ofMilliseconds(packet.timecode);
+    Rational unit = settings.source().timeBase();
+    long dts = packet.timecodeOffset == 0 ? pts : Math.floorDiv(packet.timecode * unit.den(), 1000L * unit.num());
     if (quality != null) quality.packet(packet);
     counters.packet(packet.len, settings.source().timeBase().toMilliseconds(pts));
-    owner.output().packet(index, packet, pts, Math.min(dts, pts));
+    owner.output().packet(index, packet, pts, Math.min(Math.max(dts, firstPts), pts));
   }
 
   /** Ends the stream: asks the encoder for what it holds back. */

@@ -142,7 +142,7 @@ class H264Test {
       String streams = Clips.run("ffprobe", "-v", "error", "-show_entries", "stream=codec_name", "-of", "csv=p=0",
           out.resolve(name).toString());
       assertEquals("h264\naac", streams.strip(), name);
-      assertEquals(Clips.times(source).stream().sorted().toList(), Clips.times(out.resolve(name)), name);
+      assertEquals(Clips.times(source).stream().sorted().toList(), Clips.times(out.resolve(name)).stream().sorted().toList(), name);
       assertTrue(Files.size(out.resolve(name)) <= Files.size(source), name);
       Beeps.assertSame(Beeps.in(source, 0), Beeps.in(out.resolve(name), 0), name);
     }
@@ -243,6 +243,7 @@ class H264Test {
         assertEquals(List.of(0L, 1L, 2L), keys(file).stream().map(key -> Math.round(key - start)).toList(), what);
         double last = -1;
         for (String line : probe(file, "packet=pts_time,dts_time")) {
+          if (line.endsWith("N/A")) continue; // MKV has no times of decoding
           double shown = Double.parseDouble(line.split(",")[0]);
           double decoded = Double.parseDouble(line.split(",")[1]);
           assertTrue(decoded > last && decoded <= shown && (way.equals("planned") || decoded == shown), what + ": " + line);

@@ -49,7 +49,7 @@ class VodTest {
             "transcode", clip.toString(), "-o", straight.toString(), "--rendition", VodRun.RENDITION, "--no-contact-sheet");
     assertEquals(0, run.code(), run.err());
     Path whole = straight.resolve(one.file().getFileName());
-    assertEquals(Clips.times(whole), Clips.times(one.file()));
+    assertEquals(Clips.times(whole).stream().sorted().toList(), Clips.times(one.file()).stream().sorted().toList());
     assertTrue(Clips.keyTimes(one.file()).containsAll(Clips.keyTimes(whole)));
     assertArrayEquals(Beeps.samples(whole, 0, ""), Beeps.samples(one.file(), 0, ""));
     List<Double> quality = Clips.psnr(clip, one.file());
