@@ -74,7 +74,8 @@ MediaStatus InputFile::openContainer(const InputRequest& request) {
   watch_.begin();
   const int code = avformat_open_input(&format_, request.address.c_str(), demuxer, &options);
   av_dict_free(&options);
-  if (code == AVERROR_INVALIDDATA && !request.anyFormat && !request.live && request.patienceMs == 0) {
+  if ((code == AVERROR_INVALIDDATA || code == AVERROR(EINVAL)) && !request.anyFormat && !request.live &&
+      request.patienceMs == 0) {
     const std::string other = FormatLists::leftOut(request.address);
     if (!other.empty())
       return MediaStatus::failure("format " + other + " is not taken, --allow-any-format takes it");
@@ -170,7 +171,8 @@ MediaStatus InputFile::next(bool* atEnd) {
     av_packet_unref(packet_.get());
     watch_.begin();
     const int code = av_read_frame(format_, packet_.get());
-    if (code == AVERROR_EOF || (code < 0 && watch_.isStopped())) {
+    // What a read that was ended has left of a packet is none.
+    if (code == AVERROR_EOF || watch_.isEnded()) {
       *atEnd = true;
       return {};
     }

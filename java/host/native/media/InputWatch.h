@@ -20,6 +20,8 @@ class InputWatch {
   void stop() { stopped_ = true; }
 
   bool isStopped() const { return stopped_; }
+  /// True where it guards, and was told to stop.
+  bool isEnded() const { return stopped_ && patienceUs_ > 0; }
   /// True once a call was ended because nothing came.
   bool isOutOfPatience() const { return outOfPatience_; }
   std::string patienceText() const;

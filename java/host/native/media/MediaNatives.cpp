@@ -50,11 +50,11 @@ JNIEXPORT void JNICALL Java_com_zarvo_qvs_host_media_MediaReader_open(JNIEnv* en
                                                                       jstring demuxer, jstring options,
                                                                       jboolean anyFormat, jlong patienceMs) {
   passed(env, object<InputFile>(handle)->open(InputRequest{.address = toString(env, address),
-                                               .live = live == JNI_TRUE,
-                                               .demuxer = toString(env, demuxer),
-                                               .options = toString(env, options),
-                                               .anyFormat = anyFormat == JNI_TRUE,
-                                               .patienceMs = patienceMs}));
+                                                           .live = live == JNI_TRUE,
+                                                           .demuxer = toString(env, demuxer),
+                                                           .options = toString(env, options),
+                                                           .anyFormat = anyFormat == JNI_TRUE,
+                                                           .patienceMs = patienceMs}));
 }
 
 JNIEXPORT jboolean JNICALL Java_com_zarvo_qvs_host_media_MediaReader_isEndless(JNIEnv*, jclass,

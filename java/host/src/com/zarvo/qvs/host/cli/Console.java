@@ -96,14 +96,18 @@ final class Console {
     System.err.println("qvs: " + rung + ": " + text);
   }
 
+  /** A file goes on where it was; what a live stream brought meanwhile is lost. */
+  static void printReconnects(long count) {
+    if (count > 0) System.err.println("qvs: lost connections: " + count + ", made anew");
+  }
+
   /** What the renditions lack, or have elsewhere. */
   static void printLosses(JobResult result, Container format) {
     if (result.isDecodedBefore())
       System.err.println(
           "qvs: " + result.source().codecName()
               + " is decoded by libavcodec ahead of the session, which costs a copy of each picture");
-    if (result.reconnects() > 0)
-      System.err.println("qvs: connected anew " + result.reconnects() + " times, something may lack there");
+    printReconnects(result.reconnects());
     for (JobResult.LeftOutAudio leftOut : result.leftOutAudio()) System.err.println("qvs: " + leftOut);
     if (result.damagedFrames() > 0) System.err.println("qvs: damaged pictures: " + result.damagedFrames());
     if (result.damagedAudioPackets() > 0)

@@ -101,6 +101,7 @@ final class DecodeCommand implements Callable<Integer> {
       }
       printer.printTotal();
       if (session.damagedFrames() > 0) System.err.println("qvs: damaged pictures: " + session.damagedFrames());
+      Console.printReconnects(reader.reconnects());
       return verdict(session, printer.count > 0 && session.refusedFrames() == 0, reader.shortfall());
     }
   }
@@ -123,6 +124,7 @@ final class DecodeCommand implements Callable<Integer> {
       if (writer.file == null) throw new HostException(input + ": no sound in it could be decoded");
       System.out.println("samples: " + writer.file.samples() + ", " + writer.file.format());
       if (session.audio().failures() > 0) System.err.println("qvs: damaged packets: " + session.audio().failures());
+      Console.printReconnects(reader.reconnects());
       return verdict(session, session.audio().failures() == 0, feed.trouble());
     }
   }

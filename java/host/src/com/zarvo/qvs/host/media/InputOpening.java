@@ -18,6 +18,7 @@ import java.util.stream.Stream;
  * @param patienceMs how long nothing may come, 0 for ever
  */
 record InputOpening(String address, String demuxer, String options, long patienceMs) {
+  static final Path STANDARD_INPUT = Path.of("-");
   private static final Set<String> PICTURES =
       Set.of("png", "jpg", "jpeg", "bmp", "tif", "tiff", "webp", "jp2", "tga", "ppm", "pgm", "pnm", "exr", "dpx", "gif");
   private static final int RECONNECT_SECONDS_MOST = 4;
@@ -27,10 +28,21 @@ record InputOpening(String address, String demuxer, String options, long patienc
     String options = "protocol_whitelist=" + input.protocols() + "\n";
     if (input.isUrl()) return new InputOpening(input.address(), "", options + urlOptions(input), input.patienceMs());
     if (input.isSequence()) return sequence(input, options);
-    Path real = MediaReader.realOf(input.path());
+    Path real = realOf(input.path());
     if (!Files.exists(real)) throw new MediaException(input + ": no such file");
-    boolean live = MediaReader.isLive(input.path());
+    boolean live = isLive(input.path());
     return new InputOpening((live ? input.path() : real).toString(), "", options, 0);
+  }
+
+  /** True for what can be read only once, from front to back. */
+  static boolean isLive(Path path) {
+    Path real = realOf(path);
+    return Files.exists(real) && !Files.isRegularFile(real) && !Files.isDirectory(real);
+  }
+
+  // A file that the shell put there can be read like any other.
+  private static Path realOf(Path path) {
+    return path.equals(STANDARD_INPUT) ? Path.of("/dev/stdin") : path;
   }
 
   // A server that sends an error it may mend is asked again, one that has no such file is not.

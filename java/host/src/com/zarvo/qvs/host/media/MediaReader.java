@@ -2,7 +2,6 @@ package com.zarvo.qvs.host.media;
 
 import com.zarvo.qvs.host.model.MediaInput;
 import com.zarvo.qvs.host.model.Rational;
-import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
@@ -26,8 +25,6 @@ public final class MediaReader implements AutoCloseable {
   private static final long FLAG_DISPOSABLE = 2;
   private static final long FLAG_HIDDEN = 4;
   private static final long FLAG_NEW_CONFIG = 8;
-
-  private static final Path STANDARD_INPUT = Path.of("-");
 
   private final StreamInfo video;
   private final List<AudioStreamInfo> audioTracks;
@@ -107,18 +104,12 @@ public final class MediaReader implements AutoCloseable {
 
   /** True for input that can be read only once, from front to back: a pipe, a FIFO, a device. */
   public static boolean isLive(Path path) {
-    Path real = realOf(path);
-    return Files.exists(real) && !Files.isRegularFile(real) && !Files.isDirectory(real);
+    return InputOpening.isLive(path);
   }
 
   /** The name of the stream in it: that of the file. */
   public static String nameOf(Path path) {
-    return path.equals(STANDARD_INPUT) ? "stdin" : path.getFileName().toString();
-  }
-
-  // A file that the shell put there can be read like any other.
-  static Path realOf(Path path) {
-    return path.equals(STANDARD_INPUT) ? Path.of("/dev/stdin") : path;
+    return path.equals(InputOpening.STANDARD_INPUT) ? "stdin" : path.getFileName().toString();
   }
 
   /** What was opened. */
