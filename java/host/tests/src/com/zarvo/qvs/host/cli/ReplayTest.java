@@ -15,6 +15,7 @@ import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.replay.Replay;
 import com.zarvo.qvs.host.session.Recording;
 import com.zarvo.qvs.host.support.Clips;
+import com.zarvo.qvs.transcoder.model.TranscoderSessionNative;
 import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
@@ -115,16 +116,13 @@ class ReplayTest {
   @Test
   void aRingKeepsTheSetUpAndTheNewest() throws Exception {
     Path file = folder.resolve("ring.rec");
-    Path longer = Clips.testVideo(folder.resolve("ring.ivf"), "320x180", "25", 700, "");
     Recording recording = Recording.of(file, 8);
     try {
-      JobSettings settings =
-          JobSettings.of(longer, folder.resolve("ring"))
-              .renditions(List.of(RenditionSpec.parse("320x180@9000k,codec=vp8")))
-              .format(Container.MKV)
-              .overwrite(Overwrite.ALWAYS)
-              .build();
-      new TranscodeJob(settings, Console::progress, new Interruption()).run();
+      long older = TranscoderSessionNative.createInstance();
+      // No decoder is there to take them: they are refused, and fill the ring all the same.
+      byte[] packet = new byte[SLOT];
+      for (int i = 0; i < 12; i++) TranscoderSessionNative.videoDecoderAddFrame(older, packet, 0, packet.length, i, 1);
+      TranscoderSessionNative.destroyInstance(older);
       transcode("newest");
     } finally {
       recording.close();
