@@ -2,6 +2,8 @@ package com.zarvo.qvs.host.job;
 
 import com.zarvo.qvs.host.bitstream.ParameterSetChange;
 import com.zarvo.qvs.host.bitstream.SpliceCue;
+import com.zarvo.qvs.host.media.FileClock;
+import com.zarvo.qvs.host.media.HlsMaster;
 import com.zarvo.qvs.host.media.HlsWriter;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaKind;
@@ -19,6 +21,7 @@ import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.Rational;
 import com.zarvo.qvs.host.model.RenditionSpec;
+import com.zarvo.qvs.host.session.AudioOutput;
 import com.zarvo.qvs.host.session.AudioPath;
 import com.zarvo.qvs.host.session.EncoderEvent;
 import com.zarvo.qvs.host.session.RenditionPath;

@@ -33,7 +33,7 @@ public final class Interruption implements AutoCloseable {
   }
 
   /** Any thread: asks the work to end. */
-  synchronized void request() {
+  public synchronized void request() {
     requested = true;
     if (action != null) action.run();
   }

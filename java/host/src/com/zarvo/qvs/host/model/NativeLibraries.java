@@ -3,12 +3,14 @@ package com.zarvo.qvs.host.model;
 import com.zarvo.qvs.transcoder.model.TranscoderSessionNative;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.function.Consumer;
 
-/** Loads the native libraries out of the folder that the system property "qvs.library.dir" names. */
+/** Loads the native libraries, all from the place where the first of them is found. */
 public final class NativeLibraries {
-  public static final String DIRECTORY_PROPERTY = "qvs.library.dir";
+  public static final String DIRECTORY_PROPERTY = NativePlaces.DIRECTORY_PROPERTY;
 
   private static final int PATH_KINDS = 3;
+  private static Path home;
   private static boolean mediaLoaded;
   private static boolean transcoderLoaded;
   private static boolean listenerLoaded;
@@ -25,11 +27,7 @@ public final class NativeLibraries {
   /** The transcoder, started up. */
   public static synchronized void loadTranscoder() throws HostException {
     if (transcoderLoaded) return;
-    try {
-      TranscoderSessionNative.load(file("qvs-transcoder"));
-    } catch (UnsatisfiedLinkError e) {
-      throw new HostException("cannot load the transcoder: " + e.getMessage());
-    }
+    load("qvs-transcoder", TranscoderSessionNative::load);
     for (int kind = 0; kind < PATH_KINDS; kind++)
       TranscoderSessionNative.setNativeLibPath(kind, directory().toString());
     loadMedia();
@@ -53,17 +51,17 @@ public final class NativeLibraries {
   }
 
   private static void load(String name) throws HostException {
-    try {
-      System.load(file(name).toString());
-    } catch (UnsatisfiedLinkError e) {
-      throw new HostException("cannot load " + name + ": " + e.getMessage());
-    }
+    load(name, file -> System.load(file.toString()));
   }
 
-  private static Path file(String name) throws HostException {
-    Path file = directory().resolve(System.mapLibraryName(name));
-    if (!Files.exists(file)) throw new HostException(file + " is not there, build it first");
-    return file;
+  private static void load(String name, Consumer<Path> loader) throws HostException {
+    String file = System.mapLibraryName(name);
+    if (home == null) {
+      home = NativePlaces.load(file, loader);
+      return;
+    }
+    String why = NativeTrouble.loading(home.resolve(file), loader);
+    if (why != null) throw new HostException("cannot load " + file + ": " + home.resolve(file) + " " + why);
   }
 
   /** The program that looks at plug-ins: installed it lies among them, in a build folder beside theirs. */
@@ -76,9 +74,8 @@ public final class NativeLibraries {
   }
 
   /** The folder of the libraries, and of the plug-ins. */
-  public static Path directory() throws HostException {
-    String directory = System.getProperty(DIRECTORY_PROPERTY);
-    if (directory == null) throw new HostException("-D" + DIRECTORY_PROPERTY + "=DIR is not set");
-    return Path.of(directory).toAbsolutePath();
+  public static synchronized Path directory() throws HostException {
+    if (home == null) loadMedia();
+    return home;
   }
 }

@@ -6,9 +6,11 @@ import com.zarvo.qvs.host.model.NativeLibraries;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeStreamContext;
 import com.zarvo.qvs.transcoder.model.TranscoderSessionNative;
 import java.util.List;
+import java.util.function.Consumer;
 
 /** The native session under a {@link TranscodeSession}, as its video and audio paths share it. */
 final class NativeSession implements AutoCloseable {
+  private static final long FAILED = 0xFFFFFFFFL;
   private static final long FOURCC_YV12 = 0x32315659L;
   private static final long FOURCC_HN12 = 0x32314E48L;
 
@@ -21,11 +23,22 @@ final class NativeSession implements AutoCloseable {
   private long fourcc = FOURCC_YV12;
 
   NativeSession(String name, SessionOutput output, SessionCounters counters, Device device) throws HostException {
+    this(name, output, counters, device, line -> {});
+  }
+
+  /** The same, whose log another reads along. */
+  NativeSession(
+      String name,
+      SessionOutput output,
+      SessionCounters counters,
+      Device device,
+      Consumer<SessionLog.Line> logListener)
+      throws HostException {
     this.name = name;
     this.counters = counters;
     this.output = output;
     this.device = device;
-    this.log = new SessionLog("host/transcode/" + name);
+    this.log = new SessionLog("host/transcode/" + name, logListener);
     NativeLibraries.loadTranscoder();
     handle = TranscoderSessionNative.createInstance(context(""));
     if (handle == 0) throw new HostException("no transcoder session could be made");
@@ -105,14 +118,18 @@ final class NativeSession implements AutoCloseable {
 
   /** Turns a failure number into an exception that carries the session's own words where it has any. */
   void check(long result, String what) throws HostException {
-    if (result != 0) throw failure(what);
+    if (result != 0) throw failure(what, result);
   }
 
   /** The same once it failed: for calls of every frame, which make no text as long as they go well. */
   HostException failure(String what) {
+    return failure(what, FAILED);
+  }
+
+  private HostException failure(String what, long number) {
     fetchLog();
     String trouble = log.lastTrouble();
-    return new HostException(trouble.isEmpty() ? what : what + " (" + trouble + ")");
+    return new HostException(trouble.isEmpty() ? what : what + " (" + trouble + ")", number, trouble);
   }
 
   /** The same for what a device may be to blame for. */

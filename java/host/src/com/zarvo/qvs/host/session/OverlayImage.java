@@ -34,6 +34,11 @@ final class OverlayImage {
     return new OverlayImage(image);
   }
 
+  /** A picture that is in memory already; later changes to it don't show. */
+  static OverlayImage of(BufferedImage image) {
+    return new OverlayImage(image);
+  }
+
   int width() {
     return image.getWidth();
   }

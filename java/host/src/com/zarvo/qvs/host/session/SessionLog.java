@@ -4,6 +4,7 @@ import com.zarvo.qvs.transcoder.model.TranscoderLogStatement;
 import com.zarvo.qvs.transcoder.model.TranscoderSessionNative;
 import java.util.ArrayList;
 import java.util.List;
+import java.util.function.Consumer;
 
 /** Collects what a session logs. The session keeps at most 1000 lines, so it is fetched now and then. */
 public final class SessionLog {
@@ -29,11 +30,18 @@ public final class SessionLog {
   }
 
   private final String context;
+  private final Consumer<Line> listener;
   private final List<Line> lines = new ArrayList<>();
   private String lastTrouble = "";
 
   SessionLog(String context) {
+    this(context, line -> {});
+  }
+
+  /** The same, each line of which goes to `listener` too. */
+  SessionLog(String context, Consumer<Line> listener) {
     this.context = context;
+    this.listener = listener;
   }
 
   /** What is new, also where so much was logged before that no more is kept. */
@@ -47,8 +55,14 @@ public final class SessionLog {
       if (line.isTrouble()) lastTrouble = line.text();
       if (lines.size() < KEPT_LINES) lines.add(line);
       news.add(line);
+      listener.accept(line);
     }
     return news;
+  }
+
+  /** The stream's name as it stands in lines. */
+  public String context() {
+    return context;
   }
 
   public List<Line> lines() {

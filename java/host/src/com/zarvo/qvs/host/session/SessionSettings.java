@@ -35,6 +35,7 @@ public final class SessionSettings {
   private Consumer<DeviceEvent> deviceListener = event -> {};
   private CaptureSettings capture;
   private Excerpt excerpt;
+  private Consumer<SessionLog.Line> logListener = line -> {};
 
   private SessionSettings(String name) {
     this.name = name;
@@ -144,6 +145,11 @@ public final class SessionSettings {
     return deviceListener;
   }
 
+  /** Is given each line of the log, on the session's thread, when the session comes to fetch it. */
+  public Consumer<SessionLog.Line> logListener() {
+    return logListener;
+  }
+
   /** Null where the whole source is made. */
   public Excerpt excerpt() {
     return excerpt;
@@ -230,6 +236,11 @@ public final class SessionSettings {
 
     public Builder deviceListener(Consumer<DeviceEvent> listener) {
       made.deviceListener = listener;
+      return this;
+    }
+
+    public Builder logListener(Consumer<SessionLog.Line> listener) {
+      made.logListener = listener;
       return this;
     }
 

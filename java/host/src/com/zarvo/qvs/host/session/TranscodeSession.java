@@ -7,11 +7,13 @@ import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.media.MediaPacket;
 import com.zarvo.qvs.host.media.PacketLookahead;
 import com.zarvo.qvs.host.media.StreamInfo;
+import com.zarvo.qvs.host.model.Align;
 import com.zarvo.qvs.host.model.DecoderBackend;
 import com.zarvo.qvs.host.model.Deinterlace;
 import com.zarvo.qvs.host.model.Device;
 import com.zarvo.qvs.host.model.EncoderBackend;
 import com.zarvo.qvs.host.model.HostException;
+import com.zarvo.qvs.host.model.Orientation;
 import com.zarvo.qvs.host.model.OverlaySpec;
 import com.zarvo.qvs.host.model.RenditionSpec;
 import com.zarvo.qvs.host.model.VideoCodec;
@@ -19,12 +21,14 @@ import com.zarvo.qvs.transcoder.model.TranscoderNativeLong;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeParameterValue;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoDecodeFrameInfo;
 import com.zarvo.qvs.transcoder.model.TranscoderNativeVideoFrame;
+import java.awt.image.BufferedImage;
 import java.io.IOException;
 import java.util.ArrayDeque;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Map;
 import java.util.Queue;
+import java.util.TreeMap;
 
 /**
  * Drives one native session: coded packets in, coded packets of every rendition out. One thread at a time.
@@ -74,6 +78,8 @@ public final class TranscodeSession implements AutoCloseable {
   private long decodedTo = Long.MIN_VALUE;
   /** Times of the pictures that a scaler in one pass has not given back, oldest first. */
   private final Queue<Long> inScaler = new ArrayDeque<>();
+  /** By their slots. */
+  private final Map<Integer, LiveOverlay> overlays = new TreeMap<>();
   private AudioPath audio;
   private CaptureInput captured;
   private final CaptureCues cues = new CaptureCues();
@@ -93,6 +99,8 @@ public final class TranscodeSession implements AutoCloseable {
   private long frames;
   private long decodeNs;
 
+  private record LiveOverlay(OverlaySpec spec, OverlayImage image) {}
+
   /**
    * Opens a session ready for its first packet; nothing is left behind when that fails. The form of sound is learnt
    * from packets that lie ahead in `feed`, which may be null where there is no sound to do.
@@ -101,7 +109,7 @@ public final class TranscodeSession implements AutoCloseable {
       throws HostException, MediaException {
     this.settings = settings;
     counters = new SessionCounters(settings);
-    owner = new NativeSession(settings.name(), output, counters, settings.device());
+    owner = new NativeSession(settings.name(), output, counters, settings.device(), settings.logListener());
     decoder = settings.decoder();
     session = owner.handle();
     boolean ready = false;
@@ -360,6 +368,8 @@ public final class TranscodeSession implements AutoCloseable {
     check(videoScalerInitialize(session), SCALER_TROUBLE);
     if (decoder != DecoderBackend.SOFTWARE || !owner.device().isSoftware()) history = new CodedHistory();
     if (source != null && source.config() != null) configure();
+    for (OverlaySpec spec : settings.overlays())
+      overlays.put(overlays.size(), new LiveOverlay(spec, OverlayImage.load(spec.image())));
     placeOverlays();
   }
 
@@ -496,19 +506,51 @@ public final class TranscodeSession implements AutoCloseable {
   }
 
   private void placeOverlays() throws HostException {
-    int slot = 0;
-    StreamInfo upright = settings.source().upright();
-    for (OverlaySpec spec : settings.overlays()) {
-      OverlayImage image = OverlayImage.load(spec.image());
-      if (spec.rendition() == OverlaySpec.ON_DECODER) {
-        TranscoderNativeVideoFrame frame =
-            image.placedOnCoded(
-                spec, upright.width(), upright.height(), settings.source().orientation(), owner.device());
-        check(videoDecoderBufferSetOverlayVideoFrame(session, slot++, frame), spec.image() + ": refused as an overlay");
-      } else {
-        paths.get(spec.rendition()).setOverlay(slot++, spec, image);
-      }
+    for (Map.Entry<Integer, LiveOverlay> each : overlays.entrySet()) place(each.getKey(), each.getValue());
+  }
+
+  private void place(int slot, LiveOverlay overlay) throws HostException {
+    OverlaySpec spec = overlay.spec;
+    if (spec.rendition() != OverlaySpec.ON_DECODER) {
+      paths.get(spec.rendition()).setOverlay(slot, spec, overlay.image);
+      return;
     }
+    StreamInfo upright = settings.source().upright();
+    TranscoderNativeVideoFrame frame =
+        overlay.image.placedOnCoded(
+            spec, upright.width(), upright.height(), settings.source().orientation(), owner.device());
+    check(videoDecoderBufferSetOverlayVideoFrame(session, slot, frame), spec.image() + ": refused as an overlay");
+  }
+
+  /** Lays a picture over what follows, in place of what the slot had; the settings' own have the slots from 0 on. */
+  public void setOverlay(int slot, OverlaySpec spec, BufferedImage picture) throws HostException {
+    removeOverlay(slot);
+    // Where the pictures' converter changes, so does how it counts an offset from the right: this one counts from the left.
+    boolean onDecoder = spec.rendition() == OverlaySpec.ON_DECODER;
+    StreamInfo upright = settings.source().upright();
+    int width = onDecoder ? upright.width() : settings.renditions().get(spec.rendition()).width();
+    int height = onDecoder ? upright.height() : settings.renditions().get(spec.rendition()).height();
+    OverlayImage image = OverlayImage.of(picture);
+    OverlayPlacement placement = new OverlayPlacement(spec, image.width(), image.height(), width, height);
+    Orientation.Area area = placement.area(width, height);
+    OverlaySpec placed =
+        new OverlaySpec(
+            spec.image(), Align.TOP_LEFT, area.x(), area.y(), area.width(), area.height(), spec.rendition());
+    LiveOverlay overlay = new LiveOverlay(placed, image);
+    place(slot, overlay);
+    overlays.put(slot, overlay);
+  }
+
+  /** Takes a picture away; harmless where the slot is empty. */
+  public void removeOverlay(int slot) throws HostException {
+    LiveOverlay gone = overlays.remove(slot);
+    if (gone == null) return;
+    int rendition = gone.spec.rendition();
+    long result =
+        rendition == OverlaySpec.ON_DECODER
+            ? videoDecoderBufferSetOverlayVideoFrame(session, slot, null)
+            : videoEncoderBufferSetOverlayVideoFrame(session, rendition, slot, null);
+    check(result, "overlay " + slot + " could not be taken away");
   }
 
   /** One step of the decoder; true when it left a picture in the frame that is held. */

@@ -1,8 +1,8 @@
 package com.zarvo.qvs.host.vod;
 
-import com.zarvo.qvs.host.job.AudioOutput;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.Rational;
+import com.zarvo.qvs.host.session.AudioOutput;
 import com.zarvo.qvs.host.session.RenditionPath;
 import com.zarvo.qvs.host.session.SessionOutput;
 import com.zarvo.qvs.transcoder.model.TranscoderPacket;

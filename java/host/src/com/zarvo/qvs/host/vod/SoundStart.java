@@ -1,12 +1,12 @@
 package com.zarvo.qvs.host.vod;
 
-import com.zarvo.qvs.host.job.AudioOutput;
 import com.zarvo.qvs.host.media.MediaException;
 import com.zarvo.qvs.host.model.AudioCodec;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.Rational;
 import com.zarvo.qvs.host.session.AudioClock;
+import com.zarvo.qvs.host.session.AudioOutput;
 import com.zarvo.qvs.transcoder.model.TranscoderPacket;
 import java.io.DataInputStream;
 import java.io.DataOutputStream;

@@ -1,6 +1,5 @@
 package com.zarvo.qvs.host.vod;
 
-import com.zarvo.qvs.host.job.AudioOutput;
 import com.zarvo.qvs.host.job.JobResult;
 import com.zarvo.qvs.host.job.JobSettings;
 import com.zarvo.qvs.host.job.StreamChoice;
@@ -11,6 +10,7 @@ import com.zarvo.qvs.host.media.MediaReader;
 import com.zarvo.qvs.host.model.EncoderBackend;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.NativeLibraries;
+import com.zarvo.qvs.host.session.AudioOutput;
 import com.zarvo.qvs.host.session.AudioPath;
 import com.zarvo.qvs.host.session.AudioRefusedException;
 import com.zarvo.qvs.host.session.AudioSettings;

@@ -1,8 +1,6 @@
-package com.zarvo.qvs.host.job;
+package com.zarvo.qvs.host.media;
 
 import com.zarvo.qvs.host.bitstream.ParameterSets;
-import com.zarvo.qvs.host.media.OutputTrack;
-import com.zarvo.qvs.host.media.WholeFile;
 import com.zarvo.qvs.host.model.Container;
 import java.io.IOException;
 import java.nio.file.Files;
@@ -10,7 +8,7 @@ import java.nio.file.Path;
 import java.util.Locale;
 
 /** The playlist of an HLS ladder: one entry a rendition, from which players choose. */
-final class HlsMaster {
+public final class HlsMaster {
   private static final String AAC_LOW_COMPLEXITY = "mp4a.40.2";
   private static final String LENGTH_TAG = "#EXTINF:";
 
@@ -21,7 +19,7 @@ final class HlsMaster {
    *
    * @param bitRate what its segments still to come are expected to need, 0 where all are there
    */
-  void add(Path folder, OutputTrack.Video track, boolean audio, long bitRate) throws IOException {
+  public void add(Path folder, OutputTrack.Video track, boolean audio, long bitRate) throws IOException {
     Rates rates = Rates.of(folder).andExpected(bitRate);
     String codecs = ParameterSets.ofRecord(track.isHevc(), track.config()).playlistName() + (audio ? "," + AAC_LOW_COMPLEXITY : "");
     text.append("#EXT-X-STREAM-INF:BANDWIDTH=").append(rates.peak);
@@ -34,7 +32,7 @@ final class HlsMaster {
   }
 
   /** The same of sound alone. */
-  void addAudio(Path folder) throws IOException {
+  public void addAudio(Path folder) throws IOException {
     Rates rates = Rates.of(folder);
     text.append("#EXT-X-STREAM-INF:BANDWIDTH=").append(rates.peak);
     text.append(",AVERAGE-BANDWIDTH=").append(rates.average);
@@ -43,7 +41,7 @@ final class HlsMaster {
   }
 
   /** Players may be reading the file: they see it whole or not at all. */
-  void write(Path file) throws IOException {
+  public void write(Path file) throws IOException {
     try (WholeFile whole = WholeFile.create(file)) {
       whole.write(text.toString());
     }

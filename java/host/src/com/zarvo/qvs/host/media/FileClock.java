@@ -1,11 +1,10 @@
-package com.zarvo.qvs.host.job;
+package com.zarvo.qvs.host.media;
 
-import com.zarvo.qvs.host.media.OutputPacket;
 import com.zarvo.qvs.host.model.Rational;
 
 /** Moves all streams of a source by the same time, so that files start at zero whatever the source's clock says. */
-final class FileClock {
-  static final FileClock AS_GIVEN = new FileClock(0);
+public final class FileClock {
+  public static final FileClock AS_GIVEN = new FileClock(0);
 
   private final double originSeconds;
 
@@ -14,16 +13,16 @@ final class FileClock {
   }
 
   /** The clock of files whose first picture or sound stands at `seconds` of the source. */
-  static FileClock startingAt(double seconds) {
+  public static FileClock startingAt(double seconds) {
     return Double.isFinite(seconds) ? new FileClock(seconds) : AS_GIVEN;
   }
 
   /** A time of the source in the file, in the same unit. */
-  long place(long time, Rational unit) {
+  public long place(long time, Rational unit) {
     return time - Math.round(originSeconds * unit.den() / unit.num());
   }
 
-  OutputPacket place(OutputPacket packet, Rational unit) {
+  public OutputPacket place(OutputPacket packet, Rational unit) {
     return packet.at(place(packet.pts(), unit), place(packet.dts(), unit));
   }
 }

@@ -1,4 +1,4 @@
-package com.zarvo.qvs.host.job;
+package com.zarvo.qvs.host.session;
 
 import com.zarvo.qvs.host.bitstream.AacConfig;
 import com.zarvo.qvs.host.bitstream.OggPages;
@@ -14,9 +14,6 @@ import com.zarvo.qvs.host.model.AudioCodec;
 import com.zarvo.qvs.host.model.AudioSpec;
 import com.zarvo.qvs.host.model.HostException;
 import com.zarvo.qvs.host.model.Rational;
-import com.zarvo.qvs.host.session.AudioClock;
-import com.zarvo.qvs.host.session.AudioPath;
-import com.zarvo.qvs.host.session.AudioRenditionPath;
 import com.zarvo.qvs.transcoder.model.TranscoderPacket;
 import java.io.IOException;
 import java.util.ArrayList;
@@ -28,7 +25,7 @@ import java.util.List;
  */
 public final class AudioOutput implements AutoCloseable {
   /** Receives the packets in their order. */
-  interface Sink {
+  public interface Sink {
     void write(OutputPacket packet) throws IOException;
   }
 
@@ -82,7 +79,7 @@ public final class AudioOutput implements AutoCloseable {
   }
 
   /** The output of a session's rendition, by a look at the first packets of its input. */
-  static AudioOutput of(AudioPath audio, int index, PacketLookahead feed, boolean pictures) throws HostException, MediaException {
+  public static AudioOutput of(AudioPath audio, int index, PacketLookahead feed, boolean pictures) throws HostException, MediaException {
     AudioRenditionPath path = audio.rendition(index);
     return new AudioOutput(path.spec(), audio.clock(), audibleSamples(audio, index, feed, pictures), path.headers());
   }
@@ -125,12 +122,12 @@ public final class AudioOutput implements AutoCloseable {
   }
 
   /** When the first sound is heard, in seconds of the source. */
-  double firstSeconds() {
+  public double firstSeconds() {
     return (double) audibleSamples / rate;
   }
 
   /** What a container is told of this rendition. */
-  OutputTrack.Audio track() {
+  public OutputTrack.Audio track() {
     boolean opus = spec.codec() == AudioCodec.OPUS;
     int counted = opus ? OPUS_RATE : rate;
     return new OutputTrack.Audio(
@@ -143,7 +140,7 @@ public final class AudioOutput implements AutoCloseable {
         (int) ((long) paddingSamples * counted / rate));
   }
 
-  void addSink(Sink sink) {
+  public void addSink(Sink sink) {
     sinks.add(sink);
   }
 
@@ -168,15 +165,15 @@ public final class AudioOutput implements AutoCloseable {
     return endOfLast >= end;
   }
 
-  long packets() {
+  public long packets() {
     return packets;
   }
 
-  long bytes() {
+  public long bytes() {
     return bytes;
   }
 
-  AudioSpec spec() {
+  public AudioSpec spec() {
     return spec;
   }
 

@@ -1,0 +1,38 @@
+# Makes the jar MADE of the jars CLASSES and the libraries NATIVES, which find each other wherever they are put. Beside
+# these lies an index, a line a library: its SHA-256, its length, its name.
+file(REMOVE_RECURSE ${STAGE})
+file(MAKE_DIRECTORY ${STAGE})
+foreach(classes ${CLASSES})
+  execute_process(COMMAND ${JAR} --extract --file ${classes} WORKING_DIRECTORY ${STAGE} COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
+file(REMOVE_RECURSE ${STAGE}/META-INF)
+
+if(NATIVES)
+  set(folder ${STAGE}/META-INF/qvs-natives/${PLATFORM})
+  set(index)
+  foreach(native ${NATIVES})
+    cmake_path(GET native FILENAME name)
+    # The virtual machine asks for the plain name, whatever version stands behind it.
+    string(REGEX REPLACE "\\.so\\..*" ".so" name ${name})
+    file(MAKE_DIRECTORY ${folder})
+    file(COPY_FILE ${native} ${folder}/${name})
+    execute_process(COMMAND ${STRIP} --strip-unneeded ${folder}/${name} COMMAND_ERROR_IS_FATAL ANY)
+    file(RPATH_SET FILE ${folder}/${name} NEW_RPATH "$ORIGIN")
+    file(SHA256 ${folder}/${name} hash)
+    file(SIZE ${folder}/${name} size)
+    string(APPEND index "${hash} ${size} ${name}\n")
+  endforeach()
+  file(WRITE ${folder}/index "${index}")
+endif()
+
+set(manifest ${STAGE}.manifest)
+string(REPLACE "-" "." module "com.zarvo.${NAME}")
+file(WRITE ${manifest} "Automatic-Module-Name: ${module}\n")
+set(services ${CMAKE_CURRENT_LIST_DIR}/${NAME}.services)
+if(EXISTS ${services})
+  file(COPY ${services}/ DESTINATION ${STAGE}/META-INF/services)
+endif()
+execute_process(COMMAND ${JAR} --create --file ${MADE}.new --manifest ${manifest} -C ${STAGE} .
+  COMMAND_ERROR_IS_FATAL ANY)
+file(RENAME ${MADE}.new ${MADE})
+file(REMOVE_RECURSE ${STAGE})
