@@ -133,7 +133,7 @@ class ReplacementTest {
 
   private static Captured commandLine(String encoders, String name, String... more) {
     List<String> arguments = new ArrayList<>(List.of("transcode", source.toString(), "-o"));
-    arguments.addAll(List.of(folder.resolve(name).toString(), "--rendition", RENDITION, "--overwrite"));
+    arguments.addAll(List.of(folder.resolve(name).toString(), "--rendition", RENDITION, "--overwrite", "--realtime"));
     arguments.addAll(List.of("--encoder", encoders, "--report", folder.resolve(name + ".json").toString()));
     arguments.addAll(List.of(more));
     return Captured.run(arguments.toArray(new String[0]));
