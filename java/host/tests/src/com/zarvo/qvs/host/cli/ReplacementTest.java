@@ -59,7 +59,7 @@ class ReplacementTest {
       throws Exception {
     EncoderPolicy policy = EncoderPolicy.of(EncoderList.parse(encoders)).deadlineMs(DEADLINE_MS).cards(cards).build();
     JobSettings settings =
-        JobSettings.of(source, folder.resolve(name))
+        JobSettings.of(source, folder.resolve(name)).realTime(true)
             .renditions(List.of(RenditionSpec.parse(rendition)))
             .format(format)
             .keyFrameSeconds(1)
