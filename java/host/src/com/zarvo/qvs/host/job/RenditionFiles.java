@@ -75,8 +75,8 @@ public final class RenditionFiles implements SessionOutput, AutoCloseable {
     this.renditions = renditions;
     this.keyFrames = new long[renditions.size()];
     this.silent = renditions.size();
-    // Pictures that are coded ahead of the second one need times of decoding before it.
-    boolean reorders = renditions.stream().anyMatch(spec -> spec.tuning().bFramesOf(spec.codec()) > 0);
+    // Pictures that are coded ahead of the second one need times of decoding before it; cards reorder unasked.
+    boolean reorders = renditions.stream().anyMatch(spec -> spec.codec().hasUnits());
     this.finer = reorders ? Math.max(1, FINEST_TICKS * source.timeBase().num() / source.timeBase().den()) : 1;
     this.unit = source == null ? null : new Rational(source.timeBase().num(), (int) (source.timeBase().den() * finer));
     this.sheet = settings.contactSheet() == null || renditions.isEmpty() ? null : new ContactSheet(renditions);
