@@ -68,7 +68,7 @@ std::string transcodesTheClip(const OfflineUnderTest& subject) {
   if (!batch.complaint.empty()) return batch.complaint;
   if (const int32_t status = batch.transcode(subject.clip.frames); status != 0)
     return statusText("transcode", status);
-  std::string wrong = batch.wrongPictures();
+  std::string wrong = batch.complaint.empty() ? batch.wrongPictures() : batch.complaint;
   batch.close();
   return wrong.empty() ? batch.complaint : wrong;
 }
