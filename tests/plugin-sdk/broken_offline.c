@@ -11,7 +11,7 @@ QVS_PLUGIN_EXPORT int32_t zarvoVODTranscoder_transcode(void* session, VODTransco
   for (uint32_t i = 0; status == 0 && i < *outCount; ++i) {
     if (DEFECT == 2) out[i].vodPacketsIndex = 0;
     if (DEFECT == 3) out[i].len += 1;
-    if (DEFECT == 4) out[i].timecodeOffset = 0;
+    if (DEFECT == 4 && i == 1) out[i].timecodeOffset += 40;
   }
   return status;
 }

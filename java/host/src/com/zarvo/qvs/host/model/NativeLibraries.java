@@ -84,6 +84,8 @@ public final class NativeLibraries {
 
   /** The folder of the libraries, and of the plug-ins. */
   public static synchronized Path directory() throws HostException {
+    String told = System.getProperty(DIRECTORY_PROPERTY);
+    if (told != null) return Path.of(told);
     if (home == null) loadMedia();
     return home;
   }

@@ -52,6 +52,7 @@ public final class Replay {
   private final Map<Long, Long> sessions = new HashMap<>();
   private final Set<Long> inexact = new TreeSet<>();
   private final Set<Long> devices = new TreeSet<>();
+  private final Set<Long> queued = new TreeSet<>();
   private final List<String> differences = new ArrayList<>();
   private final List<String> remarks = new ArrayList<>();
   private long calls;
@@ -59,6 +60,7 @@ public final class Replay {
   private long skipped;
   private long uncertain;
   private long bound;
+  private long timed;
   private long ofMachine;
   private boolean hasGap;
 
@@ -95,9 +97,10 @@ public final class Replay {
     if (uncertain > 0) remarks.add(uncertain + " calls of sessions that lack a part were made again and not compared");
     if (skipped > 0) remarks.add(skipped + " calls of sessions whose beginning is lost were left out");
     if (bound > 0) remarks.add(bound + " calls of sessions that read a device were made again and not compared");
+    if (timed > 0) remarks.add(timed + " calls of sessions whose pictures wait for their encoders were made again and not compared");
     if (ofMachine > 0) remarks.add(ofMachine + " calls that ask for the machine or its log were made again and not compared");
     String within = pending.isEmpty() || onlyList ? null : pending.values().iterator().next().what();
-    return new Result(calls, calls - uncertain - skipped - bound - ofMachine, created, differences, remarks, damage, within);
+    return new Result(calls, calls - uncertain - skipped - bound - timed - ofMachine, created, differences, remarks, damage, within);
   }
 
   private void take(ByteBuffer frame) throws RecordingException {
@@ -153,6 +156,7 @@ public final class Replay {
       return;
     }
     if (handle != 0 && called.bindsDevice()) devices.add(handle);
+    if (handle != 0 && called.queuesPictures(arguments)) queued.add(handle);
     if (handle != 0) arguments[0] = sessions.getOrDefault(handle, handle);
     pending.put(number, make(called, what, arguments, handle));
   }
@@ -168,6 +172,7 @@ public final class Replay {
     if (!called.isCompared()) ofMachine++;
     else if (inexact.contains(handle)) uncertain++;
     else if (devices.contains(handle)) bound++;
+    else if (queued.contains(handle)) timed++;
     else compared = true;
     // The object is the call's own where nothing could be read of it.
     for (int i = 0; i < arguments.length; i++) if (!called.method().getParameterTypes()[i].isPrimitive()) arguments[i] = orNull(arguments[i]);
@@ -194,6 +199,7 @@ public final class Replay {
       sessions.put(result, made.result());
       inexact.remove(result);
       devices.remove(result);
+      queued.remove(result);
       created++;
       // Two handles are never alike, but both are one, or none.
       if ((result == 0) != (made.result() == 0)) differ(made, "expected " + result + ", got " + made.result());

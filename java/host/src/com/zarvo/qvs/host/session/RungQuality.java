@@ -78,12 +78,13 @@ final class RungQuality {
   /** Before a picture is scaled; `startsGroup` where it will be a key picture. True where {@link #taken} is to follow. */
   boolean ask(long time, boolean startsGroup) {
     if (startsGroup) groupBegins(time);
-    if (run == null || run.needed != Integer.MAX_VALUE) return false;
+    if (run == null) return false;
     run.pictures++;
+    if (run.needed != Integer.MAX_VALUE) return false;
     if (time + 0.5 < run.dueMs) return false;
     while (run.dueMs <= time + 0.5) run.dueMs += intervalMs;
     // With pictures that are coded ahead of their turn, its packet comes so much later.
-    if (run.dueMs >= run.startMs + groupMs) run.needed = run.pictures + spec.tuning().bFrames() + 1;
+    if (run.dueMs >= run.startMs + groupMs) run.needed = run.pictures + spec.tuning().bFramesOf(spec.codec()) + 1;
     asked = buffer();
     if (asked == null) counters.notMeasured("measuring falls behind");
     else watch.tap().ask(asked, length);

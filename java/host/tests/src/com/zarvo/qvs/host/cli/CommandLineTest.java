@@ -73,9 +73,10 @@ class CommandLineTest {
     Path text = Files.writeString(folder.resolve("text.webm"), "only text ".repeat(100));
     Path other = unknownCodec("other.mkv");
     Path audio = Clips.make("-f lavfi -i sine -t 0.2", folder.resolve("sound.wav"));
+    Path empty = Files.createDirectory(folder.resolve("empty"));
     Path frame = Files.writeString(folder.resolve("broken.png"), "no picture");
     for (String command : List.of("transcode", "decode")) {
-      for (Path bad : List.of(folder.resolve("missing.webm"), folder, text, other, audio)) {
+      for (Path bad : List.of(folder.resolve("missing.webm"), empty, text, other, audio)) {
         if (command.equals("decode")) assertRefused(bad.getFileName().toString(), command, bad.toString());
         else if (bad != audio) assertRefused(bad.getFileName().toString(), command, bad.toString(), "-o", out.toString());
       }

@@ -55,7 +55,7 @@ class ReplayTest {
   private static void transcode(String name) throws HostException, IOException {
     List<RenditionSpec> ladder = List.of(RenditionSpec.parse("96x54@100k,codec=vp8"), RenditionSpec.parse("64x36@60k,codec=h264"));
     JobSettings settings =
-        JobSettings.of(clip, folder.resolve(name)).renditions(ladder).parallel(true).format(Container.MKV).overwrite(Overwrite.ALWAYS).build();
+        JobSettings.of(clip, folder.resolve(name)).renditions(ladder).parallel(true).realTime(true).format(Container.MKV).overwrite(Overwrite.ALWAYS).build();
     new TranscodeJob(settings, Console::progress, new Interruption()).run();
   }
 
@@ -94,7 +94,7 @@ class ReplayTest {
         new ProcessBuilder(
             ProcessHandle.current().info().command().orElse("java"), "-Dqvs.library.dir=" + System.getProperty("qvs.library.dir"),
             "-cp", System.getProperty("java.class.path"), Main.class.getName(), "transcode", longer.toString(), "-o",
-            folder.resolve("killed").toString(), "--rendition", "96x54@100k");
+            folder.resolve("killed").toString(), "--realtime", "--rendition", "96x54@100k");
     builder.environment().put("QVS_RECORD", file.toString());
     Process process = builder.redirectErrorStream(true).redirectOutput(folder.resolve("killed.txt").toFile()).start();
     while (process.isAlive() && (!Files.exists(file) || Files.size(file) < 4L * SLOT)) Thread.sleep(20);

@@ -5,6 +5,7 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
+import java.util.Comparator;
 import java.util.List;
 import java.util.stream.Stream;
 
@@ -48,6 +49,11 @@ public final class Clips {
         .map(line -> line.replace(",", "").strip())
         .filter(line -> !line.isEmpty())
         .toList();
+  }
+
+  /** The same in the order in which they are shown: coders with B pictures write them in another. */
+  public static List<String> shownTimes(Path file) throws IOException, InterruptedException {
+    return times(file).stream().sorted(Comparator.comparingDouble(Double::parseDouble)).toList();
   }
 
   /** Presentation times of key pictures, in seconds. */
