@@ -124,8 +124,8 @@ public record VideoTuning(Preset preset, Profile profile, int level, int bFrames
   }
 
   /**
-   * The same for playlists, where H.265 lies in fragments: libavformat loses the delay of a fragment's first picture, so
-   * that has no B pictures unless asked for.
+   * The same for playlists, where H.265 lies in fragments: the first picture of each was seen to lose its delay, so that
+   * there are no B pictures unless asked for.
    */
   public VideoTuning ofFragments(VideoCodec codec) {
     boolean without = planned && codec == VideoCodec.H265 && bFrames == AS_USUAL;
