@@ -2,6 +2,7 @@
 #include "X265Session.h"
 
 #include <cstdio>
+#include <mutex>
 
 namespace qvs::plugins {
 namespace {
@@ -34,7 +35,12 @@ int32_t X265Session::begin() {
   wanted->numaPools = pool.c_str();
   encoder.reset();
   parameters = std::move(wanted);
-  encoder.reset(x265().encoder_open(parameters.get()));
+  {
+    // The first encoder of a process fills tables of functions that all share, which libx265 itself doesn't guard.
+    static std::mutex opening;
+    const std::lock_guard guard(opening);
+    encoder.reset(x265().encoder_open(parameters.get()));
+  }
   if (encoder == nullptr) {
     const std::string level = std::to_string(opened.level);
     return fail(QVS_PLUGIN_CREATE_ENCODER,

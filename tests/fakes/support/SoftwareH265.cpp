@@ -4,6 +4,7 @@
 #include <x265.h>
 
 #include <algorithm>
+#include <mutex>
 
 namespace qvs::fakes {
 namespace {
@@ -51,13 +52,20 @@ void setParams(x265_param& param, const SoftwareSettings& settings) {
   param.rc.qp = static_cast<int>(settings.qp);
 }
 
+// The first encoder of a process fills tables that all share, which libx265 itself doesn't guard.
+x265_encoder* openEncoder(x265_param* param) {
+  static std::mutex opening;
+  const std::lock_guard guard(opening);
+  return x265_encoder_open(param);
+}
+
 class SoftwareH265 : public SoftwareEncoder {
  public:
   explicit SoftwareH265(const SoftwareSettings& wanted)
       : SoftwareEncoder(wanted.delay), settings(wanted), param(x265_param_alloc(), x265_param_free) {
     setParams(*param, settings);
     setBitRate(settings.bitRate, settings.maxBitRate);
-    encoder = x265_encoder_open(param.get());
+    encoder = openEncoder(param.get());
     const size_t chroma = size_t{settings.width / 2} * (settings.height / 2);
     u.resize(chroma);
     v.resize(chroma);
