@@ -11,6 +11,8 @@ public final class NativeLibraries {
 
   private static final int PATH_KINDS = 3;
   private static Path home;
+  // The property's value when the first was loaded, which may have come from elsewhere.
+  private static String told;
   private static boolean mediaLoaded;
   private static boolean transcoderLoaded;
   private static boolean listenerLoaded;
@@ -67,6 +69,7 @@ public final class NativeLibraries {
     String file = System.mapLibraryName(name);
     if (home == null) {
       home = NativePlaces.load(file, loader);
+      told = System.getProperty(DIRECTORY_PROPERTY);
       return;
     }
     String why = NativeTrouble.loading(home.resolve(file), loader);
@@ -84,9 +87,8 @@ public final class NativeLibraries {
 
   /** The folder of the libraries, and of the plug-ins. */
   public static synchronized Path directory() throws HostException {
-    String told = System.getProperty(DIRECTORY_PROPERTY);
-    if (told != null) return Path.of(told);
     if (home == null) loadMedia();
-    return home;
+    String now = System.getProperty(DIRECTORY_PROPERTY);
+    return now == null || now.equals(told) ? home : Path.of(now);
   }
 }
